@@ -1,0 +1,391 @@
+// The UTF-16 text over a shared QString.
+#include <Orvane/BException.h>
+#include <Orvane/BString.h>
+#include <Orvane/BStringQt.h>
+
+#include <array>
+#include <charconv>
+#include <stdexcept>
+
+namespace Orvane {
+
+namespace {
+
+constexpr char16_t kReplacement = u'\uFFFD';
+
+// Inside a QString: the buffer's header, the units, the length; BString::View reads the last two.
+static_assert(sizeof(QString) == 3 * sizeof(void*) && alignof(QString) == alignof(void*));
+static_assert(sizeof(QString::DataPointer) == sizeof(QString));
+static_assert(sizeof(qsizetype) == sizeof(std::size_t));
+static_assert(offsetof(QString::DataPointer, ptr) == sizeof(void*));
+static_assert(offsetof(QString::DataPointer, size) == 2 * sizeof(void*));
+
+constexpr bool IsHighSurrogate(char16_t unit) noexcept
+{
+    return unit >= 0xD800 && unit <= 0xDBFF;
+}
+
+constexpr bool IsLowSurrogate(char16_t unit) noexcept
+{
+    return unit >= 0xDC00 && unit <= 0xDFFF;
+}
+
+constexpr bool IsTrimmed(char16_t unit) noexcept
+{
+    return unit == u' ' || (unit >= u'\t' && unit <= u'\r');
+}
+
+const QChar* AsQChars(std::u16string_view text) noexcept
+{
+    return reinterpret_cast<const QChar*>(text.data());
+}
+
+/// Writes one character as UTF-16; gives the place behind it.
+char16_t* PutCharacter(char16_t* out, char32_t character) noexcept
+{
+    if (character < 0x10000) {
+        *out++ = static_cast<char16_t>(character);
+    } else {
+        *out++ = static_cast<char16_t>(0xD7C0 + (character >> 10));
+        *out++ = static_cast<char16_t>(0xDC00 + (character & 0x3FF));
+    }
+    return out;
+}
+
+/// What a UTF-8 lead byte asks for.
+struct Utf8Lead
+{
+    unsigned following; ///< bytes that follow; 0 for a byte that leads nothing
+    unsigned lowest;    ///< lowest second byte
+    unsigned highest;   ///< highest second byte
+};
+
+constexpr Utf8Lead ClassifyLead(unsigned byte) noexcept
+{
+    if (byte >= 0xC2 && byte <= 0xDF) {
+        return {1, 0x80, 0xBF};
+    }
+    if (byte >= 0xE0 && byte <= 0xEF) {
+        return {2, byte == 0xE0 ? 0xA0U : 0x80U, byte == 0xED ? 0x9FU : 0xBFU};
+    }
+    if (byte >= 0xF0 && byte <= 0xF4) {
+        return {3, byte == 0xF0 ? 0x90U : 0x80U, byte == 0xF4 ? 0x8FU : 0xBFU};
+    }
+    return {0, 0, 0};
+}
+
+/// Reads the character at `position`, which moves behind it; a broken one gives U+FFFD and
+/// `position` moves behind its longest valid beginning.
+char32_t TakeUtf8Character(std::string_view bytes, std::size_t& position) noexcept
+{
+    const auto byteAt = [&](std::size_t at) {
+        return unsigned{static_cast<unsigned char>(bytes[at])};
+    };
+    const unsigned first = byteAt(position++);
+    if (first < 0x80) {
+        return first;
+    }
+    const Utf8Lead lead = ClassifyLead(first);
+    if (lead.following == 0) {
+        return kReplacement;
+    }
+    char32_t character = first & (0x3FU >> lead.following);
+    unsigned lowest = lead.lowest;
+    unsigned highest = lead.highest;
+    for (unsigned count = 0; count < lead.following; ++count) {
+        if (position == bytes.size() || byteAt(position) < lowest || byteAt(position) > highest) {
+            return kReplacement;
+        }
+        character = (character << 6) | (byteAt(position++) & 0x3FU);
+        lowest = 0x80;
+        highest = 0xBF;
+    }
+    return character;
+}
+
+/// Reads the character at `position`, which moves behind it; a lone surrogate gives its number.
+char32_t TakeUtf16Character(std::u16string_view text, std::size_t& position) noexcept
+{
+    const char16_t first = text[position++];
+    if (IsHighSurrogate(first) && position < text.size() && IsLowSurrogate(text[position])) {
+        return (char32_t{first} << 10) + text[position++] - 0x35FDC00U;
+    }
+    return first;
+}
+
+void AppendUtf8(std::string& out, char32_t character)
+{
+    const auto append = [&](char32_t byte) { out.push_back(static_cast<char>(byte)); };
+    if (character < 0x80) {
+        append(character);
+    } else if (character < 0x800) {
+        append(0xC0 | (character >> 6));
+        append(0x80 | (character & 0x3F));
+    } else if (character < 0x10000) {
+        append(0xE0 | (character >> 12));
+        append(0x80 | ((character >> 6) & 0x3F));
+        append(0x80 | (character & 0x3F));
+    } else {
+        append(0xF0 | (character >> 18));
+        append(0x80 | ((character >> 12) & 0x3F));
+        append(0x80 | ((character >> 6) & 0x3F));
+        append(0x80 | (character & 0x3F));
+    }
+}
+
+/// One byte a unit, '?' for units above `highest`.
+std::string Narrow(std::u16string_view text, char16_t highest)
+{
+    std::string result(text.size(), '?');
+    for (std::size_t position = 0; position < text.size(); ++position) {
+        if (text[position] <= highest) {
+            result[position] = static_cast<char>(text[position]);
+        }
+    }
+    return result;
+}
+
+/// Builds a text of at most `capacity` units; `write` puts them to the given place and returns the
+/// place behind the last one.
+template <typename Write>
+BString BuildText(std::size_t capacity, Write write)
+{
+    QString text(static_cast<qsizetype>(capacity), Qt::Uninitialized);
+    auto* begin = reinterpret_cast<char16_t*>(text.data());
+    text.truncate(write(begin) - begin);
+    return MakeBString(std::move(text));
+}
+
+} // namespace
+
+BString::BString() noexcept
+{
+    new (m_storage) QString();
+}
+
+BString::BString(const BString& other) noexcept
+{
+    new (m_storage) QString(MakeQString(other));
+}
+
+BString::BString(BString&& other) noexcept
+{
+    new (m_storage) QString(std::move(BStringAccess::Get(other)));
+}
+
+BString& BString::operator=(const BString& other) noexcept
+{
+    BStringAccess::Get(*this) = MakeQString(other);
+    return *this;
+}
+
+BString& BString::operator=(BString&& other) noexcept
+{
+    BStringAccess::Get(*this) = std::move(BStringAccess::Get(other));
+    return *this;
+}
+
+BString::~BString()
+{
+    BStringAccess::Get(*this).~QString();
+}
+
+BString::BString(std::u16string_view text)
+{
+    new (m_storage) QString(AsQChars(text), static_cast<qsizetype>(text.size()));
+}
+
+BString::BString(const char16_t* text)
+    : BString(text == nullptr ? std::u16string_view() : std::u16string_view(text))
+{}
+
+BString::BString(const char* utf8)
+    : BString(FromUtf8(utf8 == nullptr ? std::string_view() : std::string_view(utf8)))
+{}
+
+BString::BString(const std::string& utf8)
+    : BString(FromUtf8(utf8))
+{}
+
+BString BString::FromUtf8(std::string_view bytes)
+{
+    // No character has more UTF-16 units than UTF-8 bytes, and a broken part has at least one byte.
+    return BuildText(bytes.size(), [&](char16_t* out) {
+        for (std::size_t position = 0; position < bytes.size();) {
+            out = PutCharacter(out, TakeUtf8Character(bytes, position));
+        }
+        return out;
+    });
+}
+
+BString BString::FromLatin1(std::string_view bytes)
+{
+    return MakeBString(QString::fromLatin1(bytes.data(), static_cast<qsizetype>(bytes.size())));
+}
+
+BString BString::FromWide(std::wstring_view text)
+{
+    return BuildText(text.size() * 2, [&](char16_t* out) {
+        for (const wchar_t unit : text) {
+            const auto character = static_cast<char32_t>(unit);
+            out = PutCharacter(out, character <= 0x10FFFF ? character : char32_t{kReplacement});
+        }
+        return out;
+    });
+}
+
+BString BString::FromInteger(std::int64_t value)
+{
+    std::array<char, 24> digits;
+    const auto result = std::to_chars(digits.data(), digits.data() + digits.size(), value);
+    return FromLatin1({digits.data(), static_cast<std::size_t>(result.ptr - digits.data())});
+}
+
+char16_t BString::At(std::size_t position) const
+{
+    const std::u16string_view text = View();
+    return CheckedAt(text, position);
+}
+
+std::string BString::ToUtf8() const
+{
+    const std::u16string_view text = View();
+    std::string result;
+    result.reserve(text.size());
+    for (std::size_t position = 0; position < text.size();) {
+        const char32_t character = TakeUtf16Character(text, position);
+        const bool isLoneSurrogate = character >= 0xD800 && character <= 0xDFFF;
+        AppendUtf8(result, isLoneSurrogate ? char32_t{kReplacement} : character);
+    }
+    return result;
+}
+
+std::string BString::ToLatin1() const
+{
+    return Narrow(View(), 0xFF);
+}
+
+std::string BString::Ascii() const
+{
+    return Narrow(View(), 0x7F);
+}
+
+std::wstring BString::ToWide() const
+{
+    const std::u16string_view text = View();
+    if constexpr (sizeof(wchar_t) == sizeof(char16_t)) {
+        return {text.begin(), text.end()};
+    } else {
+        std::wstring result;
+        result.reserve(text.size());
+        for (std::size_t position = 0; position < text.size();) {
+            result.push_back(static_cast<wchar_t>(TakeUtf16Character(text, position)));
+        }
+        return result;
+    }
+}
+
+void BString::Clear() noexcept
+{
+    BStringAccess::Get(*this) = QString();
+}
+
+BString& BString::Append(std::u16string_view text)
+{
+    BStringAccess::Get(*this).append(AsQChars(text), static_cast<qsizetype>(text.size()));
+    return *this;
+}
+
+std::size_t BString::find(std::u16string_view text, std::size_t from) const noexcept
+{
+    return View().find(text, from);
+}
+
+std::size_t BString::find(char16_t unit, std::size_t from) const noexcept
+{
+    if (from >= GetLength()) {
+        return npos;
+    }
+    // Not found is -1 there, which is npos here.
+    return static_cast<std::size_t>(
+        MakeQString(*this).indexOf(QChar(unit), static_cast<qsizetype>(from)));
+}
+
+bool BString::StartsWith(std::u16string_view text) const noexcept
+{
+    return View().substr(0, text.size()) == text;
+}
+
+BString BString::Left(std::size_t count) const
+{
+    return Mid(0, count);
+}
+
+BString BString::Mid(std::size_t position, std::size_t count) const
+{
+    const std::u16string_view text = View();
+    if (position >= text.size()) {
+        return {};
+    }
+    if (position == 0 && count >= text.size()) {
+        return *this;
+    }
+    return {text.substr(position, count)};
+}
+
+BString BString::ToLower() const
+{
+    return MakeBString(MakeQString(*this).toLower());
+}
+
+BString BString::Trim() const
+{
+    const std::u16string_view text = View();
+    std::size_t begin = 0;
+    while (begin < text.size() && IsTrimmed(text[begin])) {
+        ++begin;
+    }
+    std::size_t end = text.size();
+    while (end > begin && IsTrimmed(text[end - 1])) {
+        --end;
+    }
+    return Mid(begin, end - begin);
+}
+
+BString BString::TrimRight() const
+{
+    const std::u16string_view text = View();
+    std::size_t end = text.size();
+    while (end > 0 && IsTrimmed(text[end - 1])) {
+        --end;
+    }
+    return Left(end);
+}
+
+void BString::RemoveAll(char16_t unit)
+{
+    if (find(unit) != npos) {
+        BStringAccess::Get(*this).remove(QChar(unit));
+    }
+}
+
+void BString::Tokenize(const BString& text, std::vector<BString>& tokens, const BString& separator)
+{
+    // Copies, since either text may stand in the list that is emptied.
+    const BString whole = text;
+    const BString cut = separator;
+    tokens.clear();
+    if (cut.IsEmpty()) {
+        tokens.push_back(whole);
+        return;
+    }
+    std::size_t begin = 0;
+    for (std::size_t end = whole.find(cut.View()); end != npos;
+         end = whole.find(cut.View(), begin)) {
+        tokens.push_back(whole.Mid(begin, end - begin));
+        begin = end + cut.GetLength();
+    }
+    tokens.push_back(whole.Mid(begin));
+}
+
+} // namespace Orvane

@@ -1,0 +1,29 @@
+// Drives the protected operations of a vector reader.
+#include <Orvane/BVectorDataReader.h>
+
+namespace Orvane {
+
+BVectorDataReader::BVectorDataReader(const BString& path, const BParamList& params)
+    : BDataReader(path, params)
+{}
+
+BVectorDataReader::~BVectorDataReader() = default;
+
+void BVectorDataReader::Open(const BString& path, const BParamList& params)
+{
+    DoOpen(path, params);
+}
+
+void BVectorDataReader::Close()
+{
+    DoClose();
+}
+
+void BVectorDataReader::Read()
+{
+    SetFailureFlag(0);
+    SetStatus(EManagerStatus::kDone);
+    DoRead();
+}
+
+} // namespace Orvane
