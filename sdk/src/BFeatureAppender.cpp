@@ -1,0 +1,381 @@
+// Appends rows to pages of columns; what the inlined quick path leaves over.
+#include <Orvane/BFeatureCollection.h>
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <limits>
+#include <utility>
+
+namespace Orvane {
+
+namespace {
+
+constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+
+/// A page of fewer rows gets a new column in place; a longer one is ended for it, so that many new
+/// columns do not fill many rows with placeholders.
+constexpr std::size_t kMaxRowsToWiden = 1024;
+
+/// A page ends early when one of its columns has this many bytes of text.
+constexpr std::size_t kFullTextBytes = std::size_t{256} << 20;
+
+constexpr std::size_t kMaxNumberDigits = 10;
+
+using NumberText = std::array<char, kMaxNumberDigits>;
+
+std::string_view WriteNumber(std::uint32_t number, NumberText& buffer)
+{
+    const auto result = std::to_chars(buffer.data(), buffer.data() + buffer.size(), number);
+    return {buffer.data(), static_cast<std::size_t>(result.ptr - buffer.data())};
+}
+
+/// Reads "0" or digits without a leading zero, up to the largest 32-bit number.
+bool ReadCanonicalNumber(std::string_view bytes, std::uint32_t& number)
+{
+    if (bytes.empty() || bytes.size() > kMaxNumberDigits || (bytes[0] == '0' && bytes.size() > 1)) {
+        return false;
+    }
+    std::uint64_t value = 0;
+    for (const char byte : bytes) {
+        if (byte < '0' || byte > '9') {
+            return false;
+        }
+        value = value * 10 + static_cast<std::uint64_t>(byte - '0');
+    }
+    number = static_cast<std::uint32_t>(value);
+    return value <= std::numeric_limits<std::uint32_t>::max();
+}
+
+void TruncateTexts(BTextArray& texts, std::size_t count) noexcept
+{
+    if (texts.ends.GetSize() > count) {
+        texts.ends.Truncate(count);
+    }
+    texts.bytes.Truncate(count == 0 ? 0 : texts.ends[count - 1]);
+}
+
+void TruncateColumn(BColumnData& column, std::size_t count) noexcept
+{
+    switch (column.storage) {
+    case EColumnStorage::Int32:
+        column.int32s.Truncate(count);
+        break;
+    case EColumnStorage::Int64:
+        column.int64s.Truncate(count);
+        break;
+    case EColumnStorage::Double:
+        column.doubles.Truncate(count);
+        break;
+    case EColumnStorage::Float:
+        column.floats.Truncate(count);
+        break;
+    case EColumnStorage::Boolean:
+        column.booleans.Truncate(count);
+        break;
+    case EColumnStorage::Text:
+        TruncateTexts(column.texts, count);
+        break;
+    }
+}
+
+/// Fills a column with 0 or empty texts up to `count` rows.
+void FillColumn(BColumnData& column, std::size_t count)
+{
+    switch (column.storage) {
+    case EColumnStorage::Int32:
+        column.int32s.Resize(count, 0);
+        break;
+    case EColumnStorage::Int64:
+        column.int64s.Resize(count, 0);
+        break;
+    case EColumnStorage::Double:
+        column.doubles.Resize(count, 0.0);
+        break;
+    case EColumnStorage::Float:
+        column.floats.Resize(count, 0.0F);
+        break;
+    case EColumnStorage::Boolean:
+        column.booleans.Resize(count, std::uint8_t{0});
+        break;
+    case EColumnStorage::Text:
+        column.texts.ends.Resize(count, static_cast<std::uint32_t>(column.texts.bytes.GetSize()));
+        break;
+    }
+}
+
+void ReserveTexts(BTextArray& texts, const BTextArray& like)
+{
+    constexpr std::size_t kMaxBytes = std::numeric_limits<std::uint32_t>::max();
+    const std::size_t used = like.bytes.GetSize();
+    texts.bytes.Reserve(std::min(used + used / 16, kMaxBytes));
+    texts.ends.Reserve(like.ends.GetSize());
+}
+
+/// Reserves what a page that was filled before has used.
+void ReserveLike(BFeaturePage& page, const BFeaturePage& like)
+{
+    const std::size_t rows = like.rowCount;
+    page.x.Reserve(rows);
+    page.y.Reserve(rows);
+    page.z.Reserve(like.z.GetSize());
+    if (like.hasNameTexts) {
+        ReserveTexts(page.nameTexts, like.nameTexts);
+    }
+    for (std::size_t i = 0; i < page.data.size(); ++i) {
+        BColumnData& column = page.data[i];
+        switch (column.storage) {
+        case EColumnStorage::Int32:
+            column.int32s.Reserve(rows);
+            break;
+        case EColumnStorage::Int64:
+            column.int64s.Reserve(rows);
+            break;
+        case EColumnStorage::Double:
+            column.doubles.Reserve(rows);
+            break;
+        case EColumnStorage::Float:
+            column.floats.Reserve(rows);
+            break;
+        case EColumnStorage::Boolean:
+            column.booleans.Reserve(rows);
+            break;
+        case EColumnStorage::Text:
+            if (i < like.data.size() && like.data[i].storage == EColumnStorage::Text) {
+                ReserveTexts(column.texts, like.data[i].texts);
+            }
+            break;
+        }
+    }
+}
+
+std::shared_ptr<BFeaturePage>
+MakePage(const std::shared_ptr<const std::vector<BColumnInfo>>& columns)
+{
+    auto page = std::make_shared<BFeaturePage>();
+    page->columns = columns;
+    page->data.resize(columns->size());
+    for (std::size_t i = 0; i < columns->size(); ++i) {
+        page->data[i].storage = StorageOf((*columns)[i].type);
+    }
+    return page;
+}
+
+} // namespace
+
+BFeatureAppender::BFeatureAppender(BFeatureCollection& features, std::vector<BColumnInfo> columns)
+    : BFeatureAppender(features,
+                       std::make_shared<const std::vector<BColumnInfo>>(std::move(columns)),
+                       ForCollection())
+{
+    features.m_adder.reset();
+}
+
+BFeatureAppender::BFeatureAppender(BFeatureCollection& features,
+                                   std::shared_ptr<const std::vector<BColumnInfo>> columns,
+                                   ForCollection /*tag*/)
+    : m_features(features)
+    , m_columns(std::move(columns))
+{
+    BFeaturePage* last = features.m_pages.empty() ? nullptr : features.m_pages.back().page.get();
+    if (last != nullptr && last->rowCount < features.m_pageRows && *last->columns == *m_columns) {
+        UsePage(*last);
+    } else {
+        m_newPage = MakePage(m_columns);
+        UsePage(*m_newPage);
+    }
+}
+
+BFeatureAppender::~BFeatureAppender()
+{
+    AbandonRow();
+}
+
+void BFeatureAppender::UsePage(BFeaturePage& page) noexcept
+{
+    m_page = &page;
+    m_columns = page.columns;
+    m_columnData = page.data.data();
+    m_columnCount = page.data.size();
+    m_nextColumn = 0;
+    m_isPageFull = false;
+    UpdatePlain();
+}
+
+void BFeatureAppender::UpdatePlain() noexcept
+{
+    const bool isPlain = m_page->rowCount > 0 && m_page->pointKinds.IsEmpty() &&
+                         m_page->attributeCounts.IsEmpty() && !m_isPageFull;
+    m_plainKind = m_page->uniformPointKind;
+    m_plainRows = isPlain ? m_features.m_pageRows - 1 : 0;
+    m_hasNameTexts = m_page->hasNameTexts;
+    m_nextNameNumber = kNoNumber;
+    if (!m_hasNameTexts && !m_page->nameRuns.empty()) {
+        const BNameRun& run = m_page->nameRuns.back();
+        m_nextNameNumber =
+            std::uint64_t{run.firstNumber} + (m_page->rowCount - std::size_t{run.rowInPage});
+    }
+}
+
+void BFeatureAppender::AddColumn(const BColumnInfo& column)
+{
+    auto columns = std::make_shared<std::vector<BColumnInfo>>();
+    columns->reserve(m_columnCount + 1);
+    *columns = *m_columns;
+    columns->push_back(column);
+
+    const std::size_t rows = m_page->rowCount;
+    if (m_nextColumn == 0 && rows > kMaxRowsToWiden) {
+        m_newPage = MakePage(columns);
+        UsePage(*m_newPage);
+        return;
+    }
+    BColumnData data;
+    data.storage = StorageOf(column.type);
+    FillColumn(data, rows);
+    m_page->data.reserve(m_columnCount + 1);
+    m_columnData = m_page->data.data();
+    if (rows > 0 && m_page->attributeCounts.IsEmpty()) {
+        m_page->attributeCounts.Resize(rows, static_cast<std::uint32_t>(m_columnCount));
+    }
+    m_page->data.push_back(std::move(data));
+    m_page->columns = columns;
+    m_columns = std::move(columns);
+    ++m_columnCount;
+    UpdatePlain();
+}
+
+void BFeatureAppender::GrowText(BTextArray& texts, std::string_view bytes, ETextEncoding encoding)
+{
+    AppendText(texts, bytes, encoding);
+    if (texts.bytes.GetSize() > kFullTextBytes) {
+        m_isPageFull = true;
+        m_plainRows = 0;
+    }
+}
+
+void BFeatureAppender::EndOddRow(
+    EPointKind kind, double x, double y, double z, std::uint32_t nameNumber)
+{
+    FillRow();
+    AppendOddPoint(kind, x, y, z);
+    if (m_page->hasNameTexts) {
+        NumberText buffer;
+        GrowText(m_page->nameTexts, WriteNumber(nameNumber, buffer), ETextEncoding::Ascii);
+    } else if (nameNumber != m_nextNameNumber) {
+        m_page->nameRuns.push_back({static_cast<std::uint32_t>(m_page->rowCount), nameNumber});
+    }
+    FinishOddRow();
+}
+
+void BFeatureAppender::EndOddRow(EPointKind kind,
+                                 double x,
+                                 double y,
+                                 double z,
+                                 std::string_view nameBytes,
+                                 ETextEncoding nameEncoding)
+{
+    std::uint32_t nameNumber = 0;
+    if (!m_page->hasNameTexts && nameEncoding != ETextEncoding::Utf16 &&
+        ReadCanonicalNumber(nameBytes, nameNumber)) {
+        EndRow(kind, x, y, z, nameNumber);
+        return;
+    }
+    FillRow();
+    AppendOddPoint(kind, x, y, z);
+    if (!m_page->hasNameTexts) {
+        SwitchToNameTexts();
+    }
+    GrowText(m_page->nameTexts, nameBytes, nameEncoding);
+    FinishOddRow();
+}
+
+void BFeatureAppender::FillRow()
+{
+    const std::size_t rows = m_page->rowCount;
+    BPageArray<std::uint32_t>& counts = m_page->attributeCounts;
+    if (m_nextColumn < m_columnCount || !counts.IsEmpty()) {
+        counts.Resize(rows, static_cast<std::uint32_t>(m_columnCount));
+        counts.Append(static_cast<std::uint32_t>(m_nextColumn));
+    }
+    for (std::size_t i = m_nextColumn; i < m_columnCount; ++i) {
+        FillColumn(m_columnData[i], rows + 1);
+    }
+}
+
+void BFeatureAppender::AppendOddPoint(EPointKind kind, double x, double y, double z)
+{
+    const std::size_t rows = m_page->rowCount;
+    if (rows == 0) {
+        m_page->uniformPointKind = kind;
+    } else if (kind != m_page->uniformPointKind || !m_page->pointKinds.IsEmpty()) {
+        m_page->pointKinds.Resize(rows, static_cast<std::uint8_t>(m_page->uniformPointKind));
+        m_page->pointKinds.Append(static_cast<std::uint8_t>(kind));
+    }
+    m_page->x.Append(kind == EPointKind::None ? kNaN : x);
+    m_page->y.Append(kind == EPointKind::None ? kNaN : y);
+    if (kind == EPointKind::XYZ || !m_page->z.IsEmpty()) {
+        m_page->z.Resize(rows, kNaN);
+        m_page->z.Append(kind == EPointKind::XYZ ? z : kNaN);
+    }
+}
+
+void BFeatureAppender::SwitchToNameTexts()
+{
+    BTextArray texts;
+    NumberText buffer;
+    for (std::size_t i = 0; i < m_page->rowCount; ++i) {
+        AppendText(texts, WriteNumber(m_page->GetNameNumber(i), buffer), ETextEncoding::Ascii);
+    }
+    m_page->nameTexts = std::move(texts);
+    m_page->nameRuns = {};
+    m_page->hasNameTexts = true;
+}
+
+void BFeatureAppender::FinishOddRow()
+{
+    // Everything that can fail comes before the row is counted.
+    const bool isLast = m_isPageFull || m_page->rowCount + 1 >= m_features.m_pageRows;
+    std::shared_ptr<BFeaturePage> nextPage;
+    if (isLast) {
+        nextPage = MakePage(m_columns);
+        ReserveLike(*nextPage, *m_page);
+    }
+    if (m_page->rowCount == 0) {
+        m_features.m_pages.push_back({m_features.m_count, m_newPage});
+        m_newPage.reset();
+    }
+    ++m_page->rowCount;
+    ++m_features.m_count;
+    m_nextColumn = 0;
+    if (isLast) {
+        m_page->ShrinkToFit();
+        m_newPage = std::move(nextPage);
+        UsePage(*m_newPage);
+    } else {
+        UpdatePlain();
+    }
+}
+
+void BFeatureAppender::AbandonRow() noexcept
+{
+    const std::size_t rows = m_page->rowCount;
+    for (BColumnData& column : m_page->data) {
+        TruncateColumn(column, rows);
+    }
+    m_page->x.Truncate(rows);
+    m_page->y.Truncate(rows);
+    m_page->z.Truncate(rows);
+    m_page->pointKinds.Truncate(rows);
+    m_page->attributeCounts.Truncate(rows);
+    if (m_page->hasNameTexts) {
+        TruncateTexts(m_page->nameTexts, rows);
+    }
+    while (!m_page->nameRuns.empty() && m_page->nameRuns.back().rowInPage >= rows) {
+        m_page->nameRuns.pop_back();
+    }
+    m_nextColumn = 0;
+    UpdatePlain();
+}
+
+} // namespace Orvane
