@@ -1,0 +1,13 @@
+# Settings that every target of the tree shares.
+
+add_library(orvane_warnings INTERFACE)
+target_compile_options(orvane_warnings INTERFACE
+    -Wall -Wextra -Wpedantic -Wshadow -Wformat=2 -Wconversion -Wsign-conversion -Wold-style-cast
+    -Wcast-align -Wnon-virtual-dtor -Woverloaded-virtual -Wsuggest-override -Wextra-semi
+    $<$<BOOL:${ORVANE_WARNINGS_AS_ERRORS}>:-Werror>)
+
+# Warnings for our own code, Qt without its macros that hide conversions and keywords.
+function(orvane_target_defaults target)
+    target_link_libraries(${target} PRIVATE $<BUILD_INTERFACE:orvane_warnings>)
+    target_compile_definitions(${target} PRIVATE QT_NO_CAST_FROM_ASCII QT_NO_KEYWORDS)
+endfunction()

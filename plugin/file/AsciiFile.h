@@ -1,0 +1,157 @@
+// The engine behind one opened ASCII point file.
+#pragma once
+
+#include "file/HeaderRule.h"
+#include "file/LineSource.h"
+#include "layer/AsciiUtils.h"
+#include "layer/Separator.h"
+#include "schema/AsciiSchema.h"
+
+#include <Orvane/BAttributeDefs.h>
+#include <Orvane/BKeyValuePairs.h>
+#include <Orvane/BProgress.h>
+#include <Orvane/BSharedPtr.h>
+#include <Orvane/BVectorLayer.h>
+
+#include <QFile>
+#include <QRegularExpression>
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+namespace AsciiReader {
+
+/// Opens a delimited file, hands out its logical lines, and turns them into a layer of points.
+///
+/// Calling order: construct, Open, Read (gathers the sample lines), SetSeparator or SetColumnWidths
+/// or AutodetectSeparator, BuildSchema, CreateLayer, then BuildLayer any number of times;
+/// ReadPreview at any time after Open. The engine owns the file, its pending lines and its copy of
+/// the options; it shares the layer with whoever asked GetLayer. Used by one thread at a time.
+class AsciiFile
+{
+public:
+    static constexpr std::uint32_t kNotOpen = 0;
+    static constexpr std::uint32_t kRead = 1;
+    static constexpr std::uint32_t kWrite = 2;
+
+    /// @param fileName as the caller names it; decides extension and layer name
+    /// @param mode kRead or kWrite
+    /// @param params copied and normalised
+    /// @param blockSize bytes read at a time; only tests choose another than the rule's
+    AsciiFile(const Orvane::BString& fileName,
+              std::uint32_t mode,
+              const Orvane::BParamList& params,
+              std::size_t blockSize = LineSource::kBlockSize);
+    virtual ~AsciiFile();
+    AsciiFile(const AsciiFile&) = delete;
+    AsciiFile& operator=(const AsciiFile&) = delete;
+
+    /// Opens the file for the mode given at construction; any failure leaves mode kNotOpen.
+    void Open();
+    /// Hands out the next logical line; empty with no lines pending: the end of the file.
+    void GetSafeLine(Orvane::BString& line);
+
+    /// The same; the schema's pass over all rows reads through it.
+    void GetLine(Orvane::BString& line) { GetSafeLine(line); }
+
+    /// True when the file is at its end and no lines are pending.
+    [[nodiscard]] bool AtEnd() const;
+    /// Whether the line belongs to the file's header; counts calls in count mode.
+    bool IsHeaderLine(const Orvane::BString& line);
+    /// Gathers the sample lines and rewinds the file.
+    void Read();
+    /// The extension of the file name, "." included.
+    [[nodiscard]] Orvane::BString GetFileExtension() const;
+
+    /// Switches to fixed widths: the separator pattern becomes the empty pattern.
+    void SetColumnWidths(std::vector<std::int32_t> columnWidths);
+    /// Switches to pattern splitting: the column widths are cleared.
+    void SetSeparator(QRegularExpression separator);
+    /// Chooses the comma or the tab pattern by the next two lines, which stay pending.
+    void AutodetectSeparator();
+    /// The next two lines split into columns; they are consumed.
+    Orvane::BParamList ReadPreview();
+
+    void BuildSchema();
+    void CreateLayer();
+    /// Reads data rows into the layer. @param limit most rows; 0 or less: no limit
+    /// @return false when the limit ended the reading
+    bool BuildLayer(std::int32_t limit);
+
+    [[nodiscard]] Orvane::BSharedPtr<Orvane::BVectorLayer> GetLayer() const { return m_layer; }
+
+    void SetDiskCache(bool use, std::uint32_t pageSize, const Orvane::BString& baseName);
+
+    /// The progress object is consulted once a row; null for none.
+    void SetProgress(Orvane::BProgress* progress) noexcept { m_progress = progress; }
+
+    /// Line number of the last row that BuildLayer took.
+    [[nodiscard]] std::uint32_t GetRecordsRead() const noexcept { return m_currentLine; }
+
+    [[nodiscard]] std::uint32_t GetMode() const noexcept { return m_mode; }
+
+    [[nodiscard]] const Orvane::BAttributeDefs& GetSchema() const noexcept { return m_schema; }
+
+    [[nodiscard]] const Orvane::BParamList& GetParams() const noexcept { return m_params; }
+
+    [[nodiscard]] const QRegularExpression& GetSeparator() const noexcept { return m_separator; }
+
+    [[nodiscard]] const std::vector<std::int32_t>& GetColumnWidths() const noexcept
+    {
+        return m_columnWidths;
+    }
+
+    [[nodiscard]] const std::vector<Orvane::BString>& GetSampleLines() const noexcept
+    {
+        return m_sampleLines;
+    }
+
+    [[nodiscard]] const Orvane::BString& GetFirstLine() const noexcept { return m_firstLine; }
+
+    [[nodiscard]] const Orvane::BString& GetFullPath() const noexcept { return m_fullPath; }
+
+    [[nodiscard]] bool IgnoresBlankRows() const noexcept { return m_ignoreBlankRows; }
+
+private:
+    /// Takes the next line by the rule of GetSafeLine, as a view. @return false at the end.
+    bool NextLine(SourceLine& line);
+    /// Completes a line whose quotes are open with the lines behind it.
+    void JoinOpenQuotes(SourceLine& line, Orvane::BString& joined, std::uint32_t& lineNumber);
+    void NormaliseParams();
+    void OpenForReading();
+    void OpenForWriting();
+    void RequireReadMode(const char* location) const;
+    [[nodiscard]] Separator MakeSeparator() const;
+    Row ReadPreviewLine(bool& isBlank);
+
+    friend Orvane::BAttributeDefs AsciiSchema::ScanAllRows(AsciiFile& file,
+                                                           const Orvane::BParamList& params,
+                                                           const QRegularExpression& separator);
+
+    std::vector<std::int32_t> m_columnWidths;
+    Orvane::BSharedPtr<Orvane::BVectorLayer> m_layer;
+    bool m_usesDiskCache = false;
+    std::uint32_t m_diskCachePageSize = 1024;
+    Orvane::BString m_diskCacheBaseName;
+    bool m_ignoreBlankRows = true;
+    QRegularExpression m_separator;
+    Orvane::BString m_fileName;
+    Orvane::BString m_fullPath;
+    std::vector<Orvane::BString> m_sampleLines;
+    std::uint32_t m_mode;
+    Orvane::BAttributeDefs m_schema;
+    Orvane::BParamList m_params;
+    Orvane::BString m_firstLine;
+    Orvane::BProgress* m_progress = nullptr;
+    std::uint32_t m_currentLine = 0;
+    HeaderRule m_headerRule;
+    std::unique_ptr<QFile> m_device;
+    LineSource m_lines;
+    Orvane::BString m_xFormat;
+    Orvane::BString m_yFormat;
+    Orvane::BString m_zFormat;
+};
+
+} // namespace AsciiReader

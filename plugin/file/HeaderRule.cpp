@@ -1,0 +1,59 @@
+// Tells the header lines of a file from its data.
+#include "file/HeaderRule.h"
+
+#include <Orvane/Constants.h>
+
+#include <algorithm>
+#include <limits>
+
+namespace AsciiReader {
+
+HeaderRule::HeaderRule(const Orvane::BParamList& params)
+{
+    if (params.HasProperty(Orvane::ASCII_HEADER_IDENTIFIER)) {
+        m_mode = Mode::Identifiers;
+        m_identifiers = params.GetStrings(Orvane::ASCII_HEADER_IDENTIFIER);
+    } else if (params.HasProperty(Orvane::ASCII_HEADER_BLANK_LINE) &&
+               params.GetBoolean(Orvane::ASCII_HEADER_BLANK_LINE, false)) {
+        m_mode = Mode::BlankLine;
+    } else if (params.HasProperty(Orvane::ASCII_HEADER_COUNT)) {
+        m_mode = Mode::Count;
+        m_limit = params.GetInteger(Orvane::ASCII_HEADER_COUNT, 0);
+    }
+}
+
+void HeaderRule::Reset() noexcept
+{
+    m_counted = 0;
+    m_hasEnded = false;
+}
+
+bool HeaderRule::Test(const TextView& line)
+{
+    if (m_hasEnded) {
+        return false;
+    }
+    switch (m_mode) {
+    case Mode::None:
+        return false;
+    case Mode::Identifiers: {
+        // Rule: the header never ends in this mode; such lines are header lines anywhere.
+        const Orvane::BString text = line.ToString();
+        return std::any_of(m_identifiers.begin(), m_identifiers.end(), [&text](const auto& id) {
+            return text.StartsWith(id.View());
+        });
+    }
+    case Mode::BlankLine:
+        // Rule: the blank line that ends the header belongs to it.
+        m_hasEnded = line.IsEmpty();
+        return true;
+    case Mode::Count: {
+        const bool isHeader = m_counted < m_limit;
+        m_counted += m_counted < std::numeric_limits<std::int32_t>::max() ? 1 : 0;
+        return isHeader;
+    }
+    }
+    return false;
+}
+
+} // namespace AsciiReader

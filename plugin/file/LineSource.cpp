@@ -1,0 +1,490 @@
+// Decodes a file block by block and cuts the blocks into logical lines.
+#include "file/LineSource.h"
+
+#include "file/Utf8.h"
+#include "layer/ValueRules.h"
+#include "reader/Constants.h"
+
+#include <Orvane/BException.h>
+#include <Orvane/BStringQt.h>
+
+#include <QDateTime>
+
+#include <algorithm>
+#include <cstring>
+#include <utility>
+
+namespace AsciiReader {
+
+using Orvane::BException;
+using Orvane::BString;
+
+namespace {
+
+constexpr const char* kLocation = "AsciiFile::GetSafeLine";
+constexpr int kLatin1Mib = 4;
+constexpr int kUtf8Mib = 106;
+
+template <typename Unit>
+using Text = std::basic_string_view<Unit>;
+
+template <typename Unit>
+constexpr std::size_t kNotFound = Text<Unit>::npos;
+
+template <typename Unit>
+std::size_t FindLast(Text<Unit> text, Unit unit) noexcept
+{
+    return text.rfind(unit);
+}
+
+/// The first "\r\n", searched by its rarer half.
+template <typename Unit>
+std::size_t FindCrLf(Text<Unit> text, std::size_t from) noexcept
+{
+    std::size_t at = text.find(Unit('\r'), from);
+    while (at != kNotFound<Unit> && (at + 1 == text.size() || text[at + 1] != Unit('\n'))) {
+        at = text.find(Unit('\r'), at + 1);
+    }
+    return at;
+}
+
+template <typename Unit>
+std::size_t FindLastCrLf(Text<Unit> text) noexcept
+{
+    std::size_t at = text.rfind(Unit('\n'));
+    while (at != kNotFound<Unit> && (at == 0 || text[at - 1] != Unit('\r'))) {
+        at = at == 0 ? kNotFound<Unit> : text.rfind(Unit('\n'), at - 1);
+    }
+    return at == kNotFound<Unit> ? at : at - 1;
+}
+
+template <typename Unit>
+bool IsTrimmedUnit(Unit unit) noexcept
+{
+    return unit == Unit(' ') || (unit >= Unit('\t') && unit <= Unit('\r'));
+}
+
+} // namespace
+
+LineSource::LineSource(std::size_t blockSize)
+    : m_blockSize(std::max<std::size_t>(blockSize, 1))
+{}
+
+LineSource::~LineSource() = default;
+
+void LineSource::SetDevice(QFile* device)
+{
+    m_device = device;
+    m_holdsFirstBlock = false;
+    Restart();
+}
+
+void LineSource::Restart()
+{
+    m_isRewound = false;
+    m_holdsFirstBlock = false;
+    m_entries = Entries();
+    m_putBack.clear();
+    m_textSize = 0;
+    m_undecoded = 0;
+    m_carryBegin = 0;
+    m_carryScanned = 0;
+    m_codec = nullptr;
+    m_decoder.reset();
+    m_decoderTail.clear();
+    m_isAtFileStart = true;
+    m_isFinished = false;
+}
+
+void LineSource::Rewind()
+{
+    m_putBack.clear();
+    m_entries = Entries();
+    m_isRewound = true;
+}
+
+void LineSource::Release()
+{
+    if (!HasPending()) {
+        m_holdsFirstBlock = false;
+        m_textSize = m_carryBegin = m_carryScanned = 0;
+        m_bytes.Clear();
+        m_wide.Clear();
+    }
+}
+
+bool LineSource::HasPending() const noexcept
+{
+    return !m_putBack.empty() || m_entries.Any();
+}
+
+bool LineSource::AtEnd() const
+{
+    if (HasPending()) {
+        return false;
+    }
+    return m_device == nullptr || (!m_isRewound && (m_isFinished || m_device->atEnd()));
+}
+
+void LineSource::PutBack(const BString& first, const BString& second)
+{
+    m_putBack.push_front(second);
+    m_putBack.push_front(first);
+}
+
+TextView LineSource::MakeView(std::size_t from, std::size_t to) const noexcept
+{
+    if (m_unit == ETextUnit::Utf16) {
+        return TextView(std::u16string_view(m_wide.Data() + from, to - from));
+    }
+    return {std::string_view(m_bytes.Data() + from, to - from), m_unit};
+}
+
+bool LineSource::Next(const Orvane::BParamList& options, SourceLine& line)
+{
+    if (!HasPending() && !Refill(options)) {
+        line = SourceLine();
+        return false;
+    }
+    line.mayBeOdd = false;
+    if (!m_putBack.empty()) {
+        m_handedOut = std::move(m_putBack.front());
+        m_putBack.pop_front();
+        line.text = TextView(m_handedOut.View());
+        line.mayBeOdd = true;
+    } else if (m_entries.lineBegin < m_entries.linesEnd) {
+        const std::size_t begin = m_entries.lineBegin;
+        const std::size_t end =
+            m_unit == ETextUnit::Utf16
+                ? FindLogicalEnd(Text<char16_t>(m_wide.Data(), m_entries.linesEnd), begin)
+                : FindLogicalEnd(Text<char>(m_bytes.Data(), m_entries.linesEnd), begin);
+        line.text = MakeView(begin, end);
+        const std::size_t endingSize = m_entries.ending == Ending::CrLf ? 2 : 1;
+        m_entries.lineBegin = std::min(end + endingSize, m_entries.linesEnd);
+    } else if (m_entries.hasLastLine) {
+        line.text = MakeView(m_entries.lastLineBegin, m_entries.lastLineEnd);
+        line.mayBeOdd = true;
+        m_entries.hasLastLine = false;
+    } else {
+        line.text = TextView();
+        m_entries.hasFinalEmpty = false;
+    }
+    return true;
+}
+
+/// End of the logical line that begins at `from`: the first line ending outside quotes, else the
+/// end of `text`.
+template <typename Unit>
+std::size_t LineSource::FindLogicalEnd(Text<Unit> text, std::size_t from) const noexcept
+{
+    const auto findEnding = [this, text](std::size_t at) {
+        if (m_entries.ending == Ending::Lf) {
+            return text.find(Unit('\n'), at);
+        }
+        return m_entries.ending == Ending::Cr ? text.find(Unit('\r'), at) : FindCrLf(text, at);
+    };
+    bool isInQuotes = false;
+    std::size_t counted = from;
+    for (;;) {
+        const std::size_t end = std::min(findEnding(counted), text.size());
+        if (m_entries.haveQuotes) {
+            const std::size_t quotes =
+                ValueRules::CountQuotes<Unit>(text.substr(counted, end - counted));
+            isInQuotes = isInQuotes != (quotes % 2 != 0);
+        }
+        if (!isInQuotes || end == text.size()) {
+            return end;
+        }
+        counted = end + (m_entries.ending == Ending::CrLf ? 2 : 1);
+    }
+}
+
+LineSource::Stamp LineSource::MakeStamp() const
+{
+    return {m_device->size(),
+            m_device->fileTime(QFileDevice::FileModificationTime).toMSecsSinceEpoch()};
+}
+
+bool LineSource::Replay()
+{
+    m_isRewound = false;
+    if (m_holdsFirstBlock && m_stamp == MakeStamp()) {
+        m_entries = m_firstEntries;
+        return true;
+    }
+    m_device->reset();
+    Restart();
+    return false;
+}
+
+bool LineSource::Refill(const Orvane::BParamList& options)
+{
+    if (m_device == nullptr) {
+        return false;
+    }
+    if (m_isRewound && Replay() && m_entries.Any()) {
+        return true;
+    }
+    // A block of nothing but blank lines, or of a part of one line, gives no entries: go on.
+    while (!m_isFinished) {
+        if (m_device->atEnd() && m_carryBegin == m_textSize && m_undecoded == 0) {
+            return false;
+        }
+        const bool isFirst = m_codec == nullptr;
+        ChooseCodec(options);
+        const std::size_t newBytes = ReadBytes();
+        // A file that was cut while it is read ends here, too.
+        const bool isLast = newBytes == 0 || m_device->atEnd();
+        Decode(newBytes, isLast);
+        m_isFinished = isLast;
+        m_holdsFirstBlock = false;
+        if (m_textSize == 0) {
+            continue;
+        }
+        CutBlock(isLast);
+        if (isFirst) {
+            m_holdsFirstBlock = true;
+            m_firstEntries = m_entries;
+            m_stamp = MakeStamp();
+        }
+        if (m_entries.Any()) {
+            return true;
+        }
+    }
+    return false;
+}
+
+void LineSource::ChooseCodec(const Orvane::BParamList& options)
+{
+    if (m_codec != nullptr) {
+        return;
+    }
+    if (options.HasProperty(Constants::CodecKey())) {
+        const BString name = options.GetString(Constants::CodecKey());
+        m_codec = QTextCodec::codecForName(QByteArray::fromStdString(name.ToLatin1()));
+        if (m_codec == nullptr) {
+            throw BException(BString::Format("The text codec <%ls> is not available.", name),
+                             kLocation);
+        }
+    } else if (options.HasProperty(Constants::LocaleCodecKey())) {
+        m_codec = QTextCodec::codecForLocale();
+    } else {
+        m_codec = QTextCodec::codecForName("ISO-8859-1");
+    }
+    switch (m_codec->mibEnum()) {
+    case kLatin1Mib:
+        m_unit = ETextUnit::Latin1;
+        break;
+    case kUtf8Mib:
+        m_unit = ETextUnit::Utf8;
+        break;
+    default:
+        m_unit = ETextUnit::Utf16;
+        break;
+    }
+}
+
+/// Moves what the last block left to the front of the buffer and reads the next bytes behind it.
+std::size_t LineSource::ReadBytes()
+{
+    const std::size_t carry = m_textSize - m_carryBegin;
+    std::size_t kept = 0;
+    if (m_unit == ETextUnit::Utf16) {
+        if (m_carryBegin > 0 && carry > 0) {
+            std::memmove(m_wide.Data(), m_wide.Data() + m_carryBegin, carry * sizeof(char16_t));
+        }
+    } else {
+        kept = carry + m_undecoded;
+        if (m_carryBegin > 0 && kept > 0) {
+            std::memmove(m_bytes.Data(), m_bytes.Data() + m_carryBegin, kept);
+        }
+    }
+    m_textSize = carry;
+    m_carryBegin = 0;
+
+    // A small file needs no block-sized buffer.
+    const qint64 left = std::max<qint64>(m_device->size() - m_device->pos(), 0);
+    const std::size_t wanted =
+        std::min(m_blockSize, std::max<std::size_t>(static_cast<std::size_t>(left), 4096));
+    m_bytes.Resize(kept);
+    m_bytes.ReserveMore(wanted);
+    const qint64 got = m_device->read(m_bytes.Data() + kept, static_cast<qint64>(wanted));
+    if (got < 0) {
+        throw BException(BString::Format("Could not read from the file <%ls>.",
+                                         Orvane::MakeBString(m_device->fileName())),
+                         kLocation,
+                         Orvane::MakeBString(m_device->errorString()));
+    }
+    m_bytes.Resize(kept + static_cast<std::size_t>(got));
+    return static_cast<std::size_t>(got);
+}
+
+void LineSource::Decode(std::size_t newBytes, bool isLast)
+{
+    switch (m_unit) {
+    case ETextUnit::Latin1:
+        m_textSize = m_bytes.GetSize();
+        m_isAtFileStart = false;
+        break;
+    case ETextUnit::Utf8:
+        DecodeUtf8(isLast);
+        break;
+    case ETextUnit::Utf16:
+        DecodeWide({m_bytes.Data() + (m_bytes.GetSize() - newBytes), newBytes}, isLast);
+        break;
+    }
+}
+
+/// Takes valid UTF-8 as it stands; anything else, from here to the file's end, as the codec
+/// decodes it.
+void LineSource::DecodeUtf8(bool isLast)
+{
+    const std::size_t begin = m_textSize;
+    const std::string_view fresh(m_bytes.Data() + begin, m_bytes.GetSize() - begin);
+    const Utf8Check check = CheckUtf8(fresh);
+    const bool isIncomplete = check.validSize < fresh.size();
+    if (!check.isValidSoFar || (isIncomplete && isLast)) {
+        const std::string rest(fresh);
+        WidenText();
+        m_undecoded = 0;
+        DecodeWide(rest, isLast);
+        return;
+    }
+    m_undecoded = fresh.size() - check.validSize;
+    std::size_t skipped = 0;
+    if (m_isAtFileStart && check.validSize > 0) {
+        m_isAtFileStart = false;
+        skipped = fresh.substr(0, 3) == "\xEF\xBB\xBF" ? 3 : 0;
+        if (skipped > 0) {
+            std::memmove(
+                m_bytes.Data() + begin, m_bytes.Data() + begin + skipped, fresh.size() - skipped);
+            m_bytes.Resize(m_bytes.GetSize() - skipped);
+        }
+    }
+    m_textSize = begin + check.validSize - skipped;
+}
+
+/// Goes over from bytes to UTF-16 for good; the text so far is converted.
+void LineSource::WidenText()
+{
+    std::u16string wide;
+    Widen(TextView(std::string_view(m_bytes.Data(), m_textSize), m_unit), wide);
+    m_wide.Resize(0);
+    m_wide.Append(wide.data(), wide.size());
+    m_textSize = wide.size();
+    m_carryScanned = 0;
+    m_unit = ETextUnit::Utf16;
+}
+
+void LineSource::DecodeWide(std::string_view bytes, bool isLast)
+{
+    const int size = static_cast<int>(bytes.size());
+    QString decoded;
+    if (isLast && m_isAtFileStart && m_decoder == nullptr) {
+        decoded = m_codec->toUnicode(bytes.data(), size);
+    } else {
+        if (m_decoder == nullptr) {
+            m_decoder = std::make_unique<QTextCodec::ConverterState>(
+                m_isAtFileStart ? QTextCodec::DefaultConversion : QTextCodec::IgnoreHeader);
+        }
+        decoded = m_codec->toUnicode(bytes.data(), size, m_decoder.get());
+        const auto left =
+            static_cast<std::size_t>(std::max<qsizetype>(m_decoder->remainingChars, 0));
+        m_decoderTail.append(bytes.substr(bytes.size() - std::min(bytes.size(), std::size_t{8})));
+        if (isLast && left > 0 && left <= m_decoderTail.size()) {
+            // The character that the file's end cuts is decoded as the codec decodes it alone.
+            const std::string tail = m_decoderTail.substr(m_decoderTail.size() - left);
+            decoded += m_codec->toUnicode(tail.data(), static_cast<int>(left));
+        }
+        m_decoderTail.erase(0,
+                            m_decoderTail.size() - std::min(m_decoderTail.size(), std::size_t{8}));
+    }
+    m_isAtFileStart = false;
+    m_wide.Resize(m_textSize);
+    m_wide.Append(reinterpret_cast<const char16_t*>(decoded.utf16()),
+                  static_cast<std::size_t>(decoded.size()));
+    m_textSize = m_wide.GetSize();
+    m_bytes.Resize(0);
+}
+
+void LineSource::CutBlock(bool isLast)
+{
+    if (m_unit == ETextUnit::Utf16) {
+        CutText(Text<char16_t>(m_wide.Data(), m_textSize), isLast);
+    } else {
+        CutText(Text<char>(m_bytes.Data(), m_textSize), isLast);
+    }
+}
+
+template <typename Unit>
+void LineSource::CutText(Text<Unit> text, bool isLast)
+{
+    m_entries = Entries();
+    const std::size_t scanned = std::exchange(m_carryScanned, 0);
+    std::size_t cutEnd = 0;
+    // Rule: one block is cut by one kind of ending only.
+    if (text.find(Unit('\r'), scanned) == kNotFound<Unit>) {
+        const std::size_t last = FindLast(text.substr(scanned), Unit('\n'));
+        if (last != kNotFound<Unit>) {
+            m_entries.ending = Ending::Lf;
+            cutEnd = scanned + last + 1;
+        }
+    } else if (FindCrLf(text, scanned) != kNotFound<Unit>) {
+        m_entries.ending = Ending::CrLf;
+        cutEnd = FindLastCrLf(text) + 2;
+    } else if (text.find(Unit('\n'), scanned) != kNotFound<Unit>) {
+        m_entries.ending = Ending::Lf;
+        cutEnd = FindLast(text, Unit('\n')) + 1;
+    } else {
+        m_entries.ending = Ending::Cr;
+        cutEnd = FindLast(text, Unit('\r')) + 1;
+    }
+    if (cutEnd == 0) {
+        m_carryScanned = text.size();
+    }
+    m_carryBegin = cutEnd;
+
+    const std::size_t quotes = ValueRules::CountQuotes<Unit>(text.substr(0, cutEnd));
+    m_entries.haveQuotes = quotes > 0;
+    m_entries.linesEnd = cutEnd;
+    const std::size_t endingSize = m_entries.ending == Ending::CrLf ? 2 : 1;
+    if (quotes % 2 != 0) {
+        // Rule: the lines in front of the one that stays open are kept.
+        std::size_t begin = 0;
+        std::size_t end = FindLogicalEnd(text.substr(0, cutEnd), begin);
+        while (end < cutEnd) {
+            begin = end + endingSize;
+            end = FindLogicalEnd(text.substr(0, cutEnd), begin);
+        }
+        m_entries.linesEnd = begin;
+        throw Orvane::BFileContentNotValidException(kLocation, "File contains an unmatched quote.");
+    }
+    if (isLast) {
+        m_entries.hasFinalEmpty = true;
+        m_entries.hasLastLine = cutEnd < text.size();
+        m_entries.lastLineBegin = cutEnd;
+        // Rule: only the file's last line loses its trailing white space.
+        std::size_t end = text.size();
+        while (end > cutEnd && IsTrimmedUnit(text[end - 1])) {
+            --end;
+        }
+        m_entries.lastLineEnd = end;
+        m_carryBegin = text.size();
+        m_carryScanned = 0;
+        return;
+    }
+    // Rule: empty lines at the end of a block that is not the last are dropped.
+    std::size_t end = cutEnd;
+    const auto endsWithEnding = [this, text](std::size_t at) {
+        if (m_entries.ending == Ending::CrLf) {
+            return at >= 2 && text[at - 1] == Unit('\n') && text[at - 2] == Unit('\r');
+        }
+        return at >= 1 && text[at - 1] == Unit(m_entries.ending == Ending::Lf ? '\n' : '\r');
+    };
+    while (endsWithEnding(end)) {
+        end -= endingSize;
+    }
+    m_entries.linesEnd = end;
+}
+
+} // namespace AsciiReader

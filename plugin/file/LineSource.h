@@ -1,0 +1,164 @@
+// Decodes a file block by block and cuts the blocks into logical lines.
+#pragma once
+
+#include "layer/TextView.h"
+
+#include <Orvane/BFeaturePage.h>
+#include <Orvane/BKeyValuePairs.h>
+#include <Orvane/BString.h>
+
+#include <QFile>
+#include <QTextCodec>
+
+#include <cstddef>
+#include <cstdint>
+#include <deque>
+#include <memory>
+#include <string>
+#include <string_view>
+
+namespace AsciiReader {
+
+/// One entry of the pending lines.
+struct SourceLine
+{
+    TextView text;
+    /// Set for lines whose quotes may not balance: the file's last line without a line ending, and
+    /// lines that were put back.
+    bool mayBeOdd = false;
+};
+
+/// The pending lines of an open file.
+///
+/// A block is read, decoded once and kept; lines are views into it. ISO-8859-1 and valid UTF-8
+/// stay bytes; everything else is decoded to UTF-16. The rules of one block:
+///
+/// - The block's text is what the last block left behind its last line ending, and the new text.
+/// - It is cut by one kind of line ending: "\r\n" when it holds that anywhere, else "\n", else
+///   "\r". Other endings stay inside the lines.
+/// - What stands behind the last ending is left for the next block. The rest is cut into lines; a
+///   line goes on over an ending while its double quotes are odd. When the quotes of the rest do
+///   not balance, the refill throws; the lines in front of the open quote stay pending.
+/// - Empty lines at the end of a block that is not the last are dropped.
+/// - The last block gives its lines, then what stands behind the last ending (trailing white space
+///   removed), then one empty line.
+///
+/// Memory: one block, and the line that spans blocks as far as it is read. Time: linear in the
+/// bytes read, whatever the number of blocks that a line spans.
+class LineSource
+{
+public:
+    /// Bytes of a block. Rule: quotes must balance within a block's complete lines, so that the
+    /// size can be seen in results; it is fixed.
+    static constexpr std::size_t kBlockSize = 16777216;
+
+    explicit LineSource(std::size_t blockSize);
+    ~LineSource();
+    LineSource(const LineSource&) = delete;
+    LineSource& operator=(const LineSource&) = delete;
+
+    /// Reads from `device` from now on, from its start; null for none. The device is kept by the
+    /// caller and must outlive its use here.
+    void SetDevice(QFile* device);
+
+    /// Takes the next entry. @return false when none is pending and the device is at its end; then
+    /// `line` is empty.
+    /// @param options CODEC and CODECFORLOCALE are read at every refill
+    /// @throws BFileContentNotValidException("AsciiFile::GetSafeLine", "File contains an unmatched
+    ///     quote."); BException("The text codec <%ls> is not available.",
+    ///     "AsciiFile::GetSafeLine"); BException("Could not read from the file <%ls>.",
+    ///     "AsciiFile::GetSafeLine", <system's text>).
+    bool Next(const Orvane::BParamList& options, SourceLine& line);
+
+    [[nodiscard]] bool HasPending() const noexcept;
+    /// True when the device is at its end and nothing is pending.
+    [[nodiscard]] bool AtEnd() const;
+
+    /// Puts two lines in front of the pending ones, `first` foremost.
+    void PutBack(const Orvane::BString& first, const Orvane::BString& second);
+
+    /// Back to the file's first byte; nothing is pending afterwards. When the first block is still
+    /// in memory and the file is unchanged, it is not read again.
+    void Rewind();
+
+    /// Frees the block's memory; only to be called when nothing is pending.
+    void Release();
+
+private:
+    enum class Ending : std::uint8_t { None, CrLf, Lf, Cr };
+
+    /// What the file looked like when its first block was read.
+    struct Stamp
+    {
+        qint64 size = -1;
+        qint64 modified = -1;
+        friend bool operator==(const Stamp&, const Stamp&) = default;
+    };
+
+    /// The entries that a block gives, as positions in the text: lines of the block, then the last
+    /// line, then the empty entry at the end.
+    struct Entries
+    {
+        std::size_t lineBegin = 0;
+        std::size_t linesEnd = 0;
+        std::size_t lastLineBegin = 0;
+        std::size_t lastLineEnd = 0;
+        Ending ending = Ending::None;
+        bool haveQuotes = false;
+        bool hasLastLine = false;
+        bool hasFinalEmpty = false;
+
+        [[nodiscard]] bool Any() const noexcept
+        {
+            return lineBegin < linesEnd || hasLastLine || hasFinalEmpty;
+        }
+    };
+
+    bool Refill(const Orvane::BParamList& options);
+    bool Replay();
+    void Restart();
+    void ChooseCodec(const Orvane::BParamList& options);
+    std::size_t ReadBytes();
+    void Decode(std::size_t newBytes, bool isLast);
+    void DecodeUtf8(bool isLast);
+    void DecodeWide(std::string_view bytes, bool isLast);
+    void WidenText();
+    void CutBlock(bool isLast);
+    template <typename Unit>
+    void CutText(std::basic_string_view<Unit> text, bool isLast);
+    template <typename Unit>
+    std::size_t FindLogicalEnd(std::basic_string_view<Unit> text, std::size_t from) const noexcept;
+    [[nodiscard]] TextView MakeView(std::size_t from, std::size_t to) const noexcept;
+    [[nodiscard]] Stamp MakeStamp() const;
+
+    std::size_t m_blockSize;
+    QFile* m_device = nullptr;
+
+    // The block's text: bytes or UTF-16, by m_unit. Bytes that begin an incomplete UTF-8 character
+    // stand behind it.
+    ETextUnit m_unit = ETextUnit::Latin1;
+    Orvane::BPageArray<char> m_bytes;
+    Orvane::BPageArray<char16_t> m_wide;
+    std::size_t m_textSize = 0;
+    std::size_t m_undecoded = 0;
+    std::size_t m_carryBegin = 0;   ///< where the text starts that the next block takes over
+    std::size_t m_carryScanned = 0; ///< units of that text known to hold no line ending
+
+    std::deque<Orvane::BString> m_putBack; ///< foremost of the pending entries
+    Orvane::BString m_handedOut;           ///< keeps a line that was put back while it is in use
+    Entries m_entries;
+
+    QTextCodec* m_codec = nullptr;
+    std::unique_ptr<QTextCodec::ConverterState> m_decoder; ///< for text decoded to UTF-16
+    std::string m_decoderTail;                             ///< the last bytes it was given
+    bool m_isAtFileStart = true;                           ///< no character was decoded yet
+    bool m_isFinished = false;                             ///< the last block was cut
+
+    // For reading the first block once, however often the file is rewound.
+    bool m_isRewound = false;
+    bool m_holdsFirstBlock = false;
+    Entries m_firstEntries;
+    Stamp m_stamp;
+};
+
+} // namespace AsciiReader

@@ -1,0 +1,82 @@
+// Tells whether bytes are valid UTF-8.
+#include "file/Utf8.h"
+
+#include <cstdint>
+#include <cstring>
+
+namespace AsciiReader {
+
+namespace {
+
+constexpr std::uint64_t kHighBits = 0x8080808080808080U;
+
+/// Length of the character that `lead` begins, and the range of its second byte; 0 for a byte that
+/// begins none.
+struct Lead
+{
+    std::size_t size;
+    unsigned char secondFirst;
+    unsigned char secondLast;
+};
+
+Lead LeadOf(unsigned char lead) noexcept
+{
+    if (lead < 0x80) {
+        return {1, 0, 0};
+    }
+    if (lead < 0xC2 || lead > 0xF4) {
+        return {0, 0, 0};
+    }
+    if (lead < 0xE0) {
+        return {2, 0x80, 0xBF};
+    }
+    if (lead < 0xF0) {
+        const bool isSurrogateRow = lead == 0xED;
+        return {3,
+                static_cast<unsigned char>(lead == 0xE0 ? 0xA0 : 0x80),
+                static_cast<unsigned char>(isSurrogateRow ? 0x9F : 0xBF)};
+    }
+    return {4,
+            static_cast<unsigned char>(lead == 0xF0 ? 0x90 : 0x80),
+            static_cast<unsigned char>(lead == 0xF4 ? 0x8F : 0xBF)};
+}
+
+} // namespace
+
+Utf8Check CheckUtf8(std::string_view bytes) noexcept
+{
+    std::size_t at = 0;
+    const std::size_t size = bytes.size();
+    const auto byteAt = [bytes](std::size_t index) {
+        return static_cast<unsigned char>(bytes[index]);
+    };
+    while (at < size) {
+        std::uint64_t word = 0;
+        while (at + sizeof(word) <= size &&
+               (std::memcpy(&word, bytes.data() + at, sizeof(word)), (word & kHighBits) == 0)) {
+            at += sizeof(word);
+        }
+        if (at == size) {
+            break;
+        }
+        const Lead lead = LeadOf(byteAt(at));
+        if (lead.size == 0) {
+            return {at, false};
+        }
+        for (std::size_t index = 1; index < lead.size; ++index) {
+            if (at + index == size) {
+                return {at, true};
+            }
+            const unsigned char byte = byteAt(at + index);
+            const bool fits = index == 1 ? byte >= lead.secondFirst && byte <= lead.secondLast
+                                         : (byte & 0xC0U) == 0x80U;
+            if (!fits) {
+                return {at, false};
+            }
+        }
+        at += lead.size;
+    }
+    return {at, true};
+}
+
+} // namespace AsciiReader

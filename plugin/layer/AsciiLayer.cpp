@@ -1,0 +1,27 @@
+// Turns one split row into a point feature.
+#include "layer/AsciiLayer.h"
+
+#include "layer/RowPlan.h"
+#include "layer/Separator.h"
+
+namespace AsciiReader::AsciiLayer {
+
+Orvane::BSharedPtr<Orvane::BFeature> ParsedToFeature(const Row& fields,
+                                                     Orvane::BAttributeDefs& schema,
+                                                     const Orvane::BParamList& options,
+                                                     std::uint32_t recordNumber,
+                                                     const Orvane::BString& xFormat,
+                                                     const Orvane::BString& yFormat,
+                                                     const Orvane::BString& zFormat)
+{
+    SplitRow row;
+    row.SetFields(fields);
+    return RowPlan(schema, options, xFormat, yFormat, zFormat).MakeFeature(row, recordNumber);
+}
+
+bool ParseCoordinate(const Orvane::BString& text, const Orvane::BString& format, double& value)
+{
+    return RowPlan::ParseCoordinate<char16_t>(text.View(), ETextUnit::Utf16, format, value);
+}
+
+} // namespace AsciiReader::AsciiLayer

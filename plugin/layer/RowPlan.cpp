@@ -1,0 +1,356 @@
+// Turns split rows into features: the walk over the fields, and where its values go.
+#include "layer/RowPlan.h"
+
+#include "layer/Separator.h"
+#include "layer/ValueRules.h"
+
+#include <Orvane/BAttributes.h>
+#include <Orvane/BException.h>
+#include <Orvane/BFeatureCollection.h>
+#include <Orvane/BPointGeo.h>
+#include <Orvane/Constants.h>
+
+#include <cmath>
+#include <limits>
+
+namespace AsciiReader {
+
+using Orvane::BException;
+using Orvane::BString;
+using Orvane::EVariantType;
+
+namespace {
+
+/// The point of a row while its fields are walked.
+struct RowPoint
+{
+    double x = std::numeric_limits<double>::quiet_NaN();
+    double y = std::numeric_limits<double>::quiet_NaN();
+    double z = std::numeric_limits<double>::quiet_NaN();
+    bool exists = false;
+    bool hasZ = false;
+    bool failed = false;
+
+    /// Rule: one coordinate that fails takes the whole point away for good.
+    void Fail() noexcept
+    {
+        failed = true;
+        exists = false;
+    }
+
+    [[nodiscard]] Orvane::EPointKind GetKind() const noexcept
+    {
+        if (!exists) {
+            return Orvane::EPointKind::None;
+        }
+        return hasZ ? Orvane::EPointKind::XYZ : Orvane::EPointKind::XY;
+    }
+};
+
+/// Puts a row's attributes straight into a layer's columns.
+class LayerSink
+{
+public:
+    explicit LayerSink(Orvane::BFeatureAppender& layer)
+        : m_layer(layer)
+    {}
+
+    template <typename Unit>
+    void AddFree(std::size_t attributeIndex, std::basic_string_view<Unit> text, ETextUnit unit)
+    {
+        if (attributeIndex == m_layer.GetColumnCount()) {
+            m_layer.AddColumn({MakeAttributeName(attributeIndex), EVariantType::String});
+        }
+        m_layer.AddText(AsBytes(text), ToEncoding(unit));
+    }
+
+    void Add(const BString& /*name*/, std::int32_t value) { m_layer.AddInt32(value); }
+
+    void Add(const BString& /*name*/, double value) { m_layer.AddDouble(value); }
+
+    void Add(const BString& /*name*/, float value) { m_layer.AddFloat(value); }
+
+    void Add(const BString& /*name*/, bool value) { m_layer.AddBoolean(value); }
+
+    template <typename Unit>
+    void Add(const BString& /*name*/, std::basic_string_view<Unit> text, ETextUnit unit)
+    {
+        m_layer.AddText(AsBytes(text), ToEncoding(unit));
+    }
+
+    void SetPoint(const RowPoint& point) noexcept { m_point = point; }
+
+    [[nodiscard]] const RowPoint& GetPoint() const noexcept { return m_point; }
+
+private:
+    Orvane::BFeatureAppender& m_layer;
+    RowPoint m_point;
+};
+
+/// Collects a row's attributes for a feature of its own.
+class FeatureSink
+{
+public:
+    explicit FeatureSink(Orvane::BFeature& feature)
+        : m_feature(feature)
+    {}
+
+    template <typename Unit>
+    void AddFree(std::size_t attributeIndex, std::basic_string_view<Unit> text, ETextUnit unit)
+    {
+        Add(MakeAttributeName(attributeIndex), text, unit);
+    }
+
+    template <typename Value>
+    void Add(const BString& name, Value value)
+    {
+        m_attributes.Add(name, Orvane::BVariant(value));
+    }
+
+    template <typename Unit>
+    void Add(const BString& name, std::basic_string_view<Unit> text, ETextUnit unit)
+    {
+        m_attributes.Add(name, Orvane::BVariant(MakeString(text, unit)));
+    }
+
+    void SetPoint(const RowPoint& point)
+    {
+        if (point.exists) {
+            auto geometry = Orvane::MakeShared<Orvane::BPointGeo>(point.x, point.y);
+            if (point.hasZ) {
+                geometry->SetZ(point.z);
+            }
+            m_feature.SetGeometry(geometry);
+            m_feature.SetMBR(geometry->GetMBB());
+        }
+        m_feature.SetAttributes(std::move(m_attributes));
+    }
+
+private:
+    Orvane::BFeature& m_feature;
+    Orvane::BAttributes m_attributes;
+};
+
+} // namespace
+
+BString MakeAttributeName(std::size_t attributeIndex)
+{
+    return BString::Format("attribute%d", attributeIndex);
+}
+
+RowPlan::RowPlan(Orvane::BAttributeDefs& schema,
+                 const Orvane::BParamList& options,
+                 const BString& xFormat,
+                 const BString& yFormat,
+                 const BString& zFormat)
+    : m_schema(schema)
+{
+    m_x.format = xFormat;
+    m_y.format = yFormat;
+    m_z.format = zFormat;
+    if (options.HasProperty(Orvane::NAME_COLUMN)) {
+        m_hasNameColumn = true;
+        m_nameFieldIndex = std::int64_t{options.GetInteger(Orvane::NAME_COLUMN, 0)} - 1;
+    }
+    // Rule: X and Y count only together, and Z only with both; so do their multipliers.
+    if (options.HasProperty(Orvane::X_COLUMN) && options.HasProperty(Orvane::Y_COLUMN)) {
+        m_x.fieldIndex = options.GetInteger(Orvane::X_COLUMN, 0);
+        m_y.fieldIndex = options.GetInteger(Orvane::Y_COLUMN, 0);
+        if (options.HasProperty(Orvane::Z_COLUMN)) {
+            m_z.fieldIndex = options.GetInteger(Orvane::Z_COLUMN, 0);
+        }
+    }
+    if (options.HasProperty(Orvane::X_MULTIPLIER) && options.HasProperty(Orvane::Y_MULTIPLIER)) {
+        m_x.multiplier = options.GetDouble(Orvane::X_MULTIPLIER, 0.0);
+        m_y.multiplier = options.GetDouble(Orvane::Y_MULTIPLIER, 0.0);
+        if (options.HasProperty(Orvane::Z_MULTIPLIER)) {
+            m_z.multiplier = options.GetDouble(Orvane::Z_MULTIPLIER, 0.0);
+        }
+    }
+}
+
+std::vector<Orvane::BColumnInfo> RowPlan::MakeColumns() const
+{
+    std::vector<Orvane::BColumnInfo> columns;
+    columns.reserve(m_schema.GetCount());
+    for (std::size_t index = 0; index < m_schema.GetCount(); ++index) {
+        const Orvane::BAttributeDef& def = m_schema.GetAt(index);
+        // Rule: types without a conversion, 64-bit integers among them, are carried as text.
+        const bool isConverted =
+            def.GetType() == EVariantType::Int32 || def.GetType() == EVariantType::Double ||
+            def.GetType() == EVariantType::Float || def.GetType() == EVariantType::Boolean;
+        columns.push_back({def.GetName(), isConverted ? def.GetType() : EVariantType::String});
+    }
+    return columns;
+}
+
+std::int64_t RowPlan::FindNameField(std::size_t fieldCount) const
+{
+    if (!m_hasNameColumn) {
+        return -1;
+    }
+    // Rule: the bounds test lets the column right behind the row pass; the access then fails with
+    // an error of its own.
+    if (m_nameFieldIndex < 0 || m_nameFieldIndex > static_cast<std::int64_t>(fieldCount)) {
+        // Rule: the location stands first here.
+        throw BException("AsciiLayer::ParsedToFeature",
+                         "The name column specified is out of bounds.");
+    }
+    Orvane::CheckSubscript(static_cast<std::size_t>(m_nameFieldIndex), fieldCount);
+    return m_nameFieldIndex;
+}
+
+template <typename Unit>
+bool RowPlan::ParseCoordinate(std::basic_string_view<Unit> text,
+                              ETextUnit unit,
+                              const BString& format,
+                              double& value)
+{
+    if (text.empty()) {
+        return false;
+    }
+    try {
+        if (format.IsEmpty()) {
+            return ValueRules::ToCoordinate(text, value);
+        }
+        value = BString::FromFormattedDegrees(format, MakeString(text, unit));
+        return true;
+    } catch (const std::exception&) {
+        // Rule: whatever goes wrong in a coordinate only means that it did not parse.
+        return false;
+    }
+}
+
+template bool RowPlan::ParseCoordinate<char>(std::string_view, ETextUnit, const BString&, double&);
+template bool
+RowPlan::ParseCoordinate<char16_t>(std::u16string_view, ETextUnit, const BString&, double&);
+
+template <typename Unit, typename Sink>
+void RowPlan::ConvertAttribute(std::basic_string_view<Unit> text,
+                               ETextUnit unit,
+                               std::size_t definitionIndex,
+                               Sink& sink) const
+{
+    if (definitionIndex >= m_schema.GetCount()) {
+        throw Orvane::BIndexOutOfBoundsException(
+            "AsciiLayer::ParsedToFeature",
+            BString::Format("There are too many columns (%d > %d) for the row.",
+                            definitionIndex,
+                            m_schema.GetCount()));
+    }
+    Orvane::BAttributeDef& def = m_schema.GetAt(definitionIndex);
+    switch (def.GetType()) {
+    case EVariantType::Int32:
+        sink.Add(def.GetName(), ValueRules::ToInt32(text));
+        break;
+    case EVariantType::Double:
+        sink.Add(def.GetName(), ValueRules::ToDouble(text));
+        break;
+    case EVariantType::Float:
+        sink.Add(def.GetName(), static_cast<float>(ValueRules::ToDouble(text)));
+        break;
+    case EVariantType::Boolean:
+        sink.Add(def.GetName(), ValueRules::IsTrueWord(text));
+        break;
+    case EVariantType::String:
+        // No text is longer in UTF-16 than in stored units.
+        if (static_cast<std::int64_t>(text.size()) > def.GetLength()) {
+            const auto length = static_cast<std::int32_t>(CountUtf16Units(text, unit));
+            def.SetLength(std::max(length, def.GetLength()));
+        }
+        sink.Add(def.GetName(), text, unit);
+        break;
+    default:
+        sink.Add(def.GetName(), text, unit);
+        break;
+    }
+}
+
+template <typename Fields, typename Sink>
+void RowPlan::Convert(const Fields& fields, ETextUnit unit, Sink& sink) const
+{
+    RowPoint point;
+    const auto take = [&point, unit](auto text, const Coordinate& coordinate, double& target) {
+        double value = 0;
+        if (!point.failed && ParseCoordinate(text, unit, coordinate.format, value)) {
+            point.exists = true;
+            target = value * coordinate.multiplier;
+        } else {
+            point.Fail();
+        }
+    };
+    try {
+        std::size_t coordinates = 0;
+        const std::size_t definitions = m_schema.GetCount();
+        for (std::size_t index = 0; index < fields.size(); ++index) {
+            const auto text = fields[index];
+            const auto fieldIndex = static_cast<std::int64_t>(index);
+            if (fieldIndex == m_x.fieldIndex) {
+                take(text, m_x, point.x);
+                ++coordinates;
+            } else if (fieldIndex == m_y.fieldIndex) {
+                take(text, m_y, point.y);
+                ++coordinates;
+            } else if (fieldIndex == m_z.fieldIndex) {
+                // Rule: a Z column in front of X and Y makes the point, as they do.
+                take(text, m_z, point.z);
+                point.hasZ = true;
+                ++coordinates;
+            } else if (definitions == 0) {
+                sink.AddFree(index - coordinates, text, unit);
+            } else {
+                ConvertAttribute(text, unit, index - coordinates, sink);
+            }
+        }
+        sink.SetPoint(point);
+    } catch (const Orvane::BKelvaCoordinateFormatException&) {
+        throw;
+    } catch (const std::exception& error) {
+        // Rule: the location stands first here.
+        throw BException("BAsciiFile::Read", error.what());
+    }
+}
+
+void RowPlan::AppendRow(SplitRow& row,
+                        std::uint32_t recordNumber,
+                        Orvane::BFeatureAppender& layer) const
+{
+    row.Visit([this, recordNumber, &layer](const auto& fields, ETextUnit unit) {
+        const std::int64_t nameField = FindNameField(fields.size());
+        LayerSink sink(layer);
+        try {
+            Convert(fields, unit, sink);
+        } catch (...) {
+            layer.AbandonRow();
+            throw;
+        }
+        const RowPoint& point = sink.GetPoint();
+        if (nameField < 0) {
+            layer.EndRow(point.GetKind(), point.x, point.y, point.z, recordNumber);
+        } else {
+            layer.EndRow(point.GetKind(),
+                         point.x,
+                         point.y,
+                         point.z,
+                         AsBytes(fields[static_cast<std::size_t>(nameField)]),
+                         ToEncoding(unit));
+        }
+    });
+}
+
+Orvane::BSharedPtr<Orvane::BFeature> RowPlan::MakeFeature(SplitRow& row,
+                                                          std::uint32_t recordNumber) const
+{
+    return row.Visit([this, recordNumber](const auto& fields, ETextUnit unit) {
+        auto feature = Orvane::MakeShared<Orvane::BFeature>();
+        const std::int64_t nameField = FindNameField(fields.size());
+        feature->SetName(nameField < 0
+                             ? BString::FromInteger(recordNumber)
+                             : MakeString(fields[static_cast<std::size_t>(nameField)], unit));
+        FeatureSink sink(*feature);
+        Convert(fields, unit, sink);
+        return feature;
+    });
+}
+
+} // namespace AsciiReader

@@ -1,0 +1,86 @@
+// What to do with each column of a row, worked out once per read; turns rows into features.
+#pragma once
+
+#include "layer/TextView.h"
+
+#include <Orvane/BAttributeDefs.h>
+#include <Orvane/BFeature.h>
+#include <Orvane/BFeaturePage.h>
+#include <Orvane/BKeyValuePairs.h>
+#include <Orvane/BSharedPtr.h>
+#include <Orvane/BString.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+namespace Orvane {
+class BFeatureAppender;
+}
+
+namespace AsciiReader {
+
+class SplitRow;
+
+/// The options and the schema of a read, resolved: column numbers, multipliers, formats, and the
+/// type of each attribute. The rules are those of AsciiLayer::ParsedToFeature.
+class RowPlan
+{
+public:
+    /// @param schema kept by reference: the widths of its string columns are raised
+    RowPlan(Orvane::BAttributeDefs& schema,
+            const Orvane::BParamList& options,
+            const Orvane::BString& xFormat,
+            const Orvane::BString& yFormat,
+            const Orvane::BString& zFormat);
+
+    /// The columns in which a layer stores the rows: those of the schema; none for an empty one,
+    /// whose columns "attribute0", "attribute1", ... are added as rows need them.
+    [[nodiscard]] std::vector<Orvane::BColumnInfo> MakeColumns() const;
+
+    /// Appends the feature of a row to a layer. @throws as AsciiLayer::ParsedToFeature; the layer
+    /// is unchanged then.
+    void
+    AppendRow(SplitRow& row, std::uint32_t recordNumber, Orvane::BFeatureAppender& layer) const;
+
+    /// The feature of a row as an object.
+    Orvane::BSharedPtr<Orvane::BFeature> MakeFeature(SplitRow& row,
+                                                     std::uint32_t recordNumber) const;
+
+    /// Reads one coordinate by the rule of AsciiLayer::ParseCoordinate.
+    template <typename Unit>
+    static bool ParseCoordinate(std::basic_string_view<Unit> text,
+                                ETextUnit unit,
+                                const Orvane::BString& format,
+                                double& value);
+
+private:
+    struct Coordinate
+    {
+        std::int64_t fieldIndex = -1;
+        double multiplier = 1.0;
+        Orvane::BString format;
+    };
+
+    template <typename Fields, typename Sink>
+    void Convert(const Fields& fields, ETextUnit unit, Sink& sink) const;
+    template <typename Unit, typename Sink>
+    void ConvertAttribute(std::basic_string_view<Unit> text,
+                          ETextUnit unit,
+                          std::size_t definitionIndex,
+                          Sink& sink) const;
+    /// Field that names the row, -1 without a name column. @throws the name-column errors.
+    [[nodiscard]] std::int64_t FindNameField(std::size_t fieldCount) const;
+
+    Orvane::BAttributeDefs& m_schema;
+    Coordinate m_x;
+    Coordinate m_y;
+    Coordinate m_z;
+    bool m_hasNameColumn = false;
+    std::int64_t m_nameFieldIndex = -1;
+};
+
+/// Name of the attribute number `attributeIndex` of a row without a schema.
+Orvane::BString MakeAttributeName(std::size_t attributeIndex);
+
+} // namespace AsciiReader

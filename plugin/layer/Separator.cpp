@@ -1,0 +1,368 @@
+// Cuts lines into fields by literal, by pattern or by widths, and takes the quotes off.
+#include "layer/Separator.h"
+
+#include "layer/ValueRules.h"
+#include "reader/Constants.h"
+
+#include <algorithm>
+#include <cstring>
+#include <optional>
+
+namespace AsciiReader {
+
+namespace {
+
+/// What follows the separator in every pattern that splits outside quotes.
+constexpr std::u16string_view kOutsideQuotes = uR"RE((?=(?:[^"]*"[^"]*")*(?![^"]*")))RE";
+
+constexpr std::u16string_view kPatternSyntax = u"\\^$.[|()?*+{";
+
+std::u16string_view ViewOf(const QString& text)
+{
+    return {reinterpret_cast<const char16_t*>(text.utf16()), static_cast<std::size_t>(text.size())};
+}
+
+bool IsWordUnit(char16_t unit)
+{
+    return (unit >= u'a' && unit <= u'z') || (unit >= u'A' && unit <= u'Z') ||
+           (unit >= u'0' && unit <= u'9') || unit == u'_';
+}
+
+/// The literal text that a split pattern looks for, when it is one.
+std::optional<std::u16string> ReadLiteral(const QRegularExpression& pattern)
+{
+    const QString text = pattern.pattern();
+    std::u16string_view head = ViewOf(text);
+    if (pattern.patternOptions() != QRegularExpression::NoPatternOption ||
+        head.size() < kOutsideQuotes.size() ||
+        head.substr(head.size() - kOutsideQuotes.size()) != kOutsideQuotes) {
+        return std::nullopt;
+    }
+    head.remove_suffix(kOutsideQuotes.size());
+    std::u16string literal;
+    for (std::size_t at = 0; at < head.size(); ++at) {
+        char16_t unit = head[at];
+        if (unit == u'\\') {
+            if (++at == head.size()) {
+                return std::nullopt;
+            }
+            unit = head[at];
+            if (unit == u'0') {
+                unit = u'\0'; // how QRegularExpression::escape writes a NUL
+            } else if (IsWordUnit(unit)) {
+                return std::nullopt;
+            }
+        } else if (kPatternSyntax.find(unit) != std::u16string_view::npos) {
+            return std::nullopt;
+        }
+        literal.push_back(unit);
+    }
+    return literal;
+}
+
+bool IsWellFormed(std::u16string_view text)
+{
+    for (std::size_t at = 0; at < text.size(); ++at) {
+        if (QChar::isHighSurrogate(text[at]) && at + 1 < text.size() &&
+            QChar::isLowSurrogate(text[at + 1])) {
+            ++at;
+        } else if (QChar::isSurrogate(text[at])) {
+            return false;
+        }
+    }
+    return true;
+}
+
+/// Takes quotes and escapes off one part and appends it to the row.
+///
+/// Rule: a part that begins with a quote loses its last unit too, whatever that unit is. Then pairs
+/// of quotes become one, then backslashes in front of quotes go.
+template <typename Unit>
+void AppendUnquoted(std::basic_string_view<Unit> part, FieldList<Unit>& out)
+{
+    constexpr Unit kQuote = Unit('"');
+    constexpr Unit kBackslash = Unit('\\');
+    if (!part.empty() && part.front() == kQuote) {
+        part = part.size() < 2 ? part.substr(0, 0) : part.substr(1, part.size() - 2);
+    }
+    std::size_t quoteAt = part.find(kQuote);
+    if (quoteAt == std::basic_string_view<Unit>::npos) {
+        out.fields.push_back(part);
+        return;
+    }
+    const std::size_t begin = out.unquoted.size();
+    std::size_t from = 0;
+    while (quoteAt != std::basic_string_view<Unit>::npos) {
+        out.unquoted.append(part, from, quoteAt + 1 - from);
+        from = quoteAt + 1;
+        if (from < part.size() && part[from] == kQuote) {
+            ++from;
+        }
+        quoteAt = part.find(kQuote, from);
+    }
+    out.unquoted.append(part, from);
+    // The second pass reads what the first one made: `\""` ends as one quote.
+    Unit* const data = out.unquoted.data();
+    const std::size_t end = out.unquoted.size();
+    std::size_t to = begin;
+    for (std::size_t at = begin; at < end; ++at) {
+        if (data[at] == kBackslash && at + 1 < end && data[at + 1] == kQuote) {
+            ++at;
+        }
+        data[to++] = data[at];
+    }
+    out.unquoted.resize(to);
+    out.fields.push_back(std::basic_string_view<Unit>(out.unquoted).substr(begin));
+}
+
+/// Collects the parts of one line; knows whether any was not empty.
+template <typename Unit>
+class RowBuilder
+{
+public:
+    RowBuilder(FieldList<Unit>& out, std::size_t lineSize)
+        : m_out(out)
+    {
+        out.fields.clear();
+        out.unquoted.clear();
+        // Views into it must stay where they are while it grows.
+        out.unquoted.reserve(lineSize);
+    }
+
+    void Append(std::basic_string_view<Unit> part)
+    {
+        m_anyContent = m_anyContent || !part.empty();
+        AppendUnquoted(part, m_out);
+    }
+
+    void AppendPlain(std::basic_string_view<Unit> part)
+    {
+        m_anyContent = m_anyContent || !part.empty();
+        m_out.fields.push_back(part);
+    }
+
+    /// Rule: a line whose parts are all empty has no fields.
+    void Finish()
+    {
+        if (!m_anyContent) {
+            m_out.fields.clear();
+        }
+    }
+
+private:
+    FieldList<Unit>& m_out;
+    bool m_anyContent = false;
+};
+
+} // namespace
+
+QRegularExpression MakeSeparatorPattern(const QString& literal)
+{
+    return QRegularExpression(Constants::SeparatorTemplate().arg(
+        QRegularExpression::escape(literal), 0, QLatin1Char(' ')));
+}
+
+Separator::Separator(const QRegularExpression& pattern, std::vector<std::int32_t> columnWidths)
+    : m_pattern(pattern)
+    , m_widths(std::move(columnWidths))
+{
+    const std::optional<std::u16string> literal = ReadLiteral(pattern);
+    const bool isValid = literal.has_value() || pattern.isValid();
+    if (!isValid) {
+        m_kind = m_widths.empty() ? Kind::NoFields : Kind::Widths;
+    } else if (!m_widths.empty()) {
+        // Rule: a valid pattern together with column widths yields no fields.
+        m_kind = Kind::NoFields;
+    } else if (!literal) {
+        m_kind = Kind::Pattern;
+    } else if (literal->empty()) {
+        m_kind = Kind::Empty;
+    } else {
+        m_kind = Kind::Literal;
+        m_literal = *literal;
+        const Orvane::BString text(m_literal);
+        if (std::all_of(
+                m_literal.begin(), m_literal.end(), [](char16_t unit) { return unit < 0x100; })) {
+            m_literalLatin1 = text.ToLatin1();
+        }
+        if (IsWellFormed(m_literal)) {
+            m_literalUtf8 = text.ToUtf8();
+        }
+    }
+}
+
+char Separator::GetSingleByte() const noexcept
+{
+    const bool isSingleByte =
+        m_kind == Kind::Literal && m_literal.size() == 1 && m_literal.front() < 0x80;
+    return isSingleByte ? static_cast<char>(m_literal.front()) : '\0';
+}
+
+void Separator::Split(const TextView& line, SplitRow& row) const
+{
+    if (m_kind == Kind::NoFields) {
+        row.SetEmpty();
+        return;
+    }
+    if (m_kind == Kind::Literal && line.GetUnit() != ETextUnit::Utf16) {
+        const bool isLatin1 = line.GetUnit() == ETextUnit::Latin1;
+        const std::string& literal = isLatin1 ? m_literalLatin1 : m_literalUtf8;
+        row.m_unit = line.GetUnit();
+        SplitLiteral<char>(line.Bytes(), literal, row.m_bytes);
+        return;
+    }
+    row.m_unit = ETextUnit::Utf16;
+    std::u16string_view wide;
+    if (line.GetUnit() == ETextUnit::Utf16) {
+        wide = line.Wide();
+    } else {
+        Widen(line, row.m_line);
+        wide = row.m_line;
+    }
+    switch (m_kind) {
+    case Kind::NoFields:
+        break;
+    case Kind::Literal:
+        SplitLiteral<char16_t>(wide, m_literal, row.m_wide);
+        break;
+    case Kind::Empty:
+        SplitEmpty(wide, row.m_wide);
+        break;
+    case Kind::Pattern:
+        SplitPattern(wide, row.m_wide);
+        break;
+    case Kind::Widths:
+        SplitWidths(wide, row.m_wide);
+        break;
+    }
+}
+
+template <typename Unit>
+void Separator::SplitLiteral(std::basic_string_view<Unit> line,
+                             std::basic_string_view<Unit> separator,
+                             FieldList<Unit>& out) const
+{
+    constexpr Unit kQuote = Unit('"');
+    constexpr std::size_t kNone = std::basic_string_view<Unit>::npos;
+    RowBuilder<Unit> row(out, line.size());
+    // An empty literal stands for one that this encoding can't hold: it is nowhere in the line.
+    std::size_t at = separator.empty() ? kNone : line.find(separator);
+    std::size_t quoteAt = line.find(kQuote);
+    std::size_t begin = 0;
+    if (quoteAt == kNone) {
+        while (at != kNone) {
+            row.AppendPlain(line.substr(begin, at - begin));
+            begin = at + separator.size();
+            at = line.find(separator, begin);
+        }
+        row.AppendPlain(line.substr(begin));
+        row.Finish();
+        return;
+    }
+    const bool isOddLine = ValueRules::CountQuotes<Unit>(line) % 2 != 0;
+    bool isOddLeft = false;
+    while (at != kNone) {
+        // Quotes to the right are even exactly when those up to the separator's end have the
+        // line's parity.
+        const std::size_t behind = at + separator.size();
+        // `behind` only grows, so that each quote is counted once.
+        while (quoteAt < behind) {
+            isOddLeft = !isOddLeft;
+            quoteAt = line.find(kQuote, quoteAt + 1);
+        }
+        if (isOddLeft == isOddLine) {
+            row.Append(line.substr(begin, at - begin));
+            begin = behind;
+            at = line.find(separator, begin);
+            continue;
+        }
+        at = line.find(separator, at + 1);
+    }
+    row.Append(line.substr(begin));
+    row.Finish();
+}
+
+void Separator::SplitEmpty(std::u16string_view line, FieldList<char16_t>& out) const
+{
+    // The empty literal stands between any two characters with an even number of quotes behind.
+    RowBuilder<char16_t> row(out, line.size());
+    bool isOddRight = ValueRules::CountQuotes<char16_t>(line) % 2 != 0;
+    std::size_t begin = 0;
+    for (std::size_t at = 0; at <= line.size(); ++at) {
+        const bool isInsidePair = at > 0 && at < line.size() &&
+                                  QChar::isHighSurrogate(line[at - 1]) &&
+                                  QChar::isLowSurrogate(line[at]);
+        if (!isOddRight && !isInsidePair) {
+            row.Append(line.substr(begin, at - begin));
+            begin = at;
+        }
+        if (at < line.size() && line[at] == u'"') {
+            isOddRight = !isOddRight;
+        }
+    }
+    row.Append(line.substr(begin));
+    row.Finish();
+}
+
+void Separator::SplitPattern(std::u16string_view line, FieldList<char16_t>& out) const
+{
+    RowBuilder<char16_t> row(out, line.size());
+    const QString text = QString::fromRawData(reinterpret_cast<const QChar*>(line.data()),
+                                              static_cast<qsizetype>(line.size()));
+    std::size_t begin = 0;
+    QRegularExpressionMatchIterator matches = m_pattern.globalMatch(text);
+    while (matches.hasNext()) {
+        const QRegularExpressionMatch match = matches.next();
+        const auto end = static_cast<std::size_t>(match.capturedStart());
+        row.Append(line.substr(begin, end - begin));
+        begin = static_cast<std::size_t>(match.capturedEnd());
+    }
+    row.Append(line.substr(begin));
+    row.Finish();
+}
+
+void Separator::SplitWidths(std::u16string_view line, FieldList<char16_t>& out) const
+{
+    out.fields.clear();
+    std::int64_t position = 0;
+    const auto size = static_cast<std::int64_t>(line.size());
+    for (const std::int32_t width : m_widths) {
+        // Rule: a negative width takes the rest of the line and moves the position back; in front
+        // of the line there are no fields.
+        if (position < 0 || position >= size) {
+            break;
+        }
+        out.fields.push_back(
+            line.substr(static_cast<std::size_t>(position),
+                        width < 0 ? std::u16string_view::npos : static_cast<std::size_t>(width)));
+        position += width;
+    }
+}
+
+void SplitRow::SetWhole(const TextView& line)
+{
+    m_unit = line.GetUnit();
+    if (m_unit == ETextUnit::Utf16) {
+        m_wide.fields.assign(1, line.Wide());
+    } else {
+        m_bytes.fields.assign(1, line.Bytes());
+    }
+}
+
+void SplitRow::SetFields(const std::vector<Orvane::BString>& fields)
+{
+    m_unit = ETextUnit::Utf16;
+    m_wide.fields.clear();
+    m_wide.fields.reserve(fields.size());
+    for (const Orvane::BString& field : fields) {
+        m_wide.fields.push_back(field.View());
+    }
+}
+
+void SplitRow::SetEmpty() noexcept
+{
+    m_bytes.fields.clear();
+    m_wide.fields.clear();
+}
+
+} // namespace AsciiReader
