@@ -1,0 +1,204 @@
+// Compares column names with the names that coordinates usually have.
+#include "ColumnGuess.h"
+
+#include "Failure.h"
+#include "TerminalText.h"
+
+#include <algorithm>
+#include <charconv>
+#include <string_view>
+
+namespace OrvaneHost {
+
+namespace {
+
+/// Names of one kind of coordinates; all X names of a family go with all of its Y names.
+struct NameFamily
+{
+    std::vector<std::string_view> xNames;
+    std::vector<std::string_view> yNames;
+};
+
+const std::vector<NameFamily>& Families()
+{
+    static const std::vector<NameFamily> kFamilies = {
+        {{"lon",
+          "long",
+          "lng",
+          "longitude",
+          "longitud",
+          "decimallongitude",
+          "decimallong",
+          "decimallon",
+          "gpslongitude",
+          "gpslong",
+          "gpslon",
+          "gpslng",
+          "longitudewgs84",
+          "lonwgs84",
+          "wgs84lon",
+          "wgs84longitude",
+          "stoplon",
+          "londd",
+          "longdd",
+          "londeg",
+          "longdeg",
+          "longitudedeg",
+          "longitudedegrees",
+          "longitudedecimal",
+          "centroidlon"},
+         {"lat",
+          "latitude",
+          "latitud",
+          "decimallatitude",
+          "decimallat",
+          "gpslatitude",
+          "gpslat",
+          "latitudewgs84",
+          "latwgs84",
+          "wgs84lat",
+          "wgs84latitude",
+          "stoplat",
+          "latdd",
+          "latdeg",
+          "latitudedeg",
+          "latitudedegrees",
+          "latitudedecimal",
+          "centroidlat"}},
+        {{"x",
+          "xcoord",
+          "xcoordinate",
+          "coordx",
+          "coordinatex",
+          "pointx",
+          "posx",
+          "geox",
+          "lonx",
+          "longitudex",
+          "xlongitude",
+          "xlon"},
+         {"y",
+          "ycoord",
+          "ycoordinate",
+          "coordy",
+          "coordinatey",
+          "pointy",
+          "posy",
+          "geoy",
+          "laty",
+          "latitudey",
+          "ylatitude",
+          "ylat"}},
+        {{"easting", "eastings", "east", "eastingm", "osgbeasting", "geoeast"},
+         {"northing", "northings", "north", "northingm", "osgbnorthing", "geonorth"}},
+        {{"utmx", "utme", "utmeast", "utmeasting", "xutm", "eutm", "eastutm", "eastingutm"},
+         {"utmy", "utmn", "utmnorth", "utmnorthing", "yutm", "nutm", "northutm", "northingutm"}},
+        {{"rechtswert", "geolaenge"}, {"hochwert", "geobreite"}},
+    };
+    return kFamilies;
+}
+
+/// Lower-case letters and digits only.
+std::string Normalise(const Orvane::BString& name)
+{
+    std::string normalised;
+    for (const char byte : name.ToLower().ToUtf8()) {
+        const auto code = static_cast<unsigned char>(byte);
+        if ((byte >= 'a' && byte <= 'z') || (byte >= '0' && byte <= '9') || code >= 0x80) {
+            normalised += byte;
+        }
+    }
+    return normalised;
+}
+
+/// One column whose name is in a family's list.
+struct Candidate
+{
+    std::size_t columnIndex;
+    std::size_t familyIndex;
+};
+
+std::vector<Candidate> FindCandidates(const std::vector<std::string>& names,
+                                      std::vector<std::string_view> NameFamily::*list,
+                                      std::optional<std::size_t> excluded)
+{
+    std::vector<Candidate> candidates;
+    for (std::size_t columnIndex = 0; columnIndex < names.size(); ++columnIndex) {
+        for (std::size_t familyIndex = 0; familyIndex < Families().size(); ++familyIndex) {
+            const std::vector<std::string_view>& known = Families()[familyIndex].*list;
+            if (columnIndex != excluded &&
+                std::find(known.begin(), known.end(), names[columnIndex]) != known.end()) {
+                candidates.push_back({columnIndex, familyIndex});
+            }
+        }
+    }
+    return candidates;
+}
+
+} // namespace
+
+CoordinateColumns GuessCoordinateColumns(const std::vector<Orvane::BString>& names,
+                                         const CoordinateColumns& given)
+{
+    std::vector<std::string> normalised;
+    normalised.reserve(names.size());
+    for (const Orvane::BString& name : names) {
+        normalised.push_back(Normalise(name));
+    }
+    const std::vector<Candidate> xs = FindCandidates(normalised, &NameFamily::xNames, given.y);
+    const std::vector<Candidate> ys = FindCandidates(normalised, &NameFamily::yNames, given.x);
+    CoordinateColumns columns = given;
+    if (!given.x && !given.y) {
+        if (xs.size() == 1 && ys.size() == 1 && xs[0].familyIndex == ys[0].familyIndex) {
+            columns.x = xs[0].columnIndex;
+            columns.y = ys[0].columnIndex;
+        }
+    } else if (!given.x && xs.size() == 1) {
+        columns.x = xs[0].columnIndex;
+    } else if (!given.y && ys.size() == 1) {
+        columns.y = ys[0].columnIndex;
+    }
+    return columns;
+}
+
+std::size_t FindColumn(const std::vector<Orvane::BString>& names,
+                       const std::string& nameOrIndex,
+                       const char* argument)
+{
+    const std::string shown = std::string(argument) + " '" +
+                              TerminalText::Cut(TerminalText::Escape(nameOrIndex), 60) + "'";
+    const Orvane::BString wanted = Orvane::BString::FromUtf8(nameOrIndex);
+    const Orvane::BString wantedFolded = wanted.Trim().ToLower();
+    std::vector<std::size_t> exact;
+    std::vector<std::size_t> folded;
+    for (std::size_t index = 0; index < names.size(); ++index) {
+        if (names[index] == wanted) {
+            exact.push_back(index);
+        }
+        if (names[index].ToLower() == wantedFolded) {
+            folded.push_back(index);
+        }
+    }
+    const std::vector<std::size_t>& found = exact.empty() ? folded : exact;
+    if (found.size() == 1) {
+        return found[0];
+    }
+    if (found.size() > 1) {
+        throw UsageError("The column " + shown + " is not certain: columns " +
+                         std::to_string(found[0]) + " and " + std::to_string(found[1]) +
+                         " have that name; give its index.");
+    }
+    std::size_t index = 0;
+    const char* end = nameOrIndex.data() + nameOrIndex.size();
+    const auto result = std::from_chars(nameOrIndex.data(), end, index);
+    if (nameOrIndex.empty() || result.ec != std::errc() || result.ptr != end) {
+        throw UsageError("There is no column " + shown + ".");
+    }
+    if (index >= names.size()) {
+        throw UsageError("There is no column " + shown + "; the file has " +
+                         std::to_string(names.size()) + " columns, counted from 0.");
+    }
+    return index;
+}
+
+} // namespace OrvaneHost

@@ -1,0 +1,65 @@
+// Takes the texts of exceptions and makes the line of a failure.
+#include "Failure.h"
+
+#include "TerminalText.h"
+
+#include <Orvane/BException.h>
+
+#include <cstdlib>
+#include <memory>
+#include <typeinfo>
+
+#if defined(__GNUC__)
+#include <cxxabi.h>
+#endif
+
+namespace OrvaneHost {
+
+namespace {
+
+std::string TypeName(const std::exception& exception)
+{
+    const char* name = typeid(exception).name();
+#if defined(__GNUC__)
+    int status = 0;
+    const std::unique_ptr<char, decltype(&std::free)> demangled(
+        abi::__cxa_demangle(name, nullptr, nullptr, &status), &std::free);
+    if (status == 0 && demangled != nullptr) {
+        return demangled.get();
+    }
+#endif
+    return name;
+}
+
+} // namespace
+
+Failure DescribeFailure(const std::exception& exception)
+{
+    Failure failure;
+    const auto* sdkException = dynamic_cast<const Orvane::BException*>(&exception);
+    if (sdkException == nullptr) {
+        failure.exceptionName = TypeName(exception);
+        failure.message = exception.what();
+        return failure;
+    }
+    failure.exceptionName = sdkException->GetClassName();
+    failure.location = sdkException->GetLocation().ToUtf8();
+    failure.message = sdkException->GetMessage().ToUtf8();
+    if (failure.exceptionName == "BException") {
+        failure.details = sdkException->GetDetails().ToUtf8();
+    }
+    return failure;
+}
+
+std::string FormatFailure(const Failure& failure)
+{
+    std::string line = "orvane: " + TerminalText::Escape(failure.message);
+    const std::string& place = failure.location.empty() ? failure.exceptionName : failure.location;
+    line += " (" + TerminalText::Escape(place) + ")";
+    if (!failure.details.empty()) {
+        line += " " + TerminalText::Escape(failure.details);
+    }
+    return line;
+}
+
+} // namespace OrvaneHost

@@ -1,0 +1,171 @@
+// Collects a layer's fields and makes their names fit a format.
+#include "FieldPlan.h"
+
+#include "TerminalText.h"
+
+#include <algorithm>
+#include <unordered_map>
+#include <unordered_set>
+
+namespace OrvaneHost {
+
+namespace {
+
+using Names = ExportFormat::ENames;
+
+std::string FoldCase(std::string name)
+{
+    std::transform(name.begin(), name.end(), name.begin(), [](char byte) {
+        return byte >= 'A' && byte <= 'Z' ? static_cast<char>(byte - 'A' + 'a') : byte;
+    });
+    return name;
+}
+
+/// The text without NUL, which ends a name in files.
+std::string WithoutNul(std::string name)
+{
+    name.erase(std::remove(name.begin(), name.end(), '\0'), name.end());
+    return name;
+}
+
+/// The first `count` bytes, less where a character would be cut.
+std::string CutBytes(const std::string& name, std::size_t count)
+{
+    if (name.size() <= count) {
+        return name;
+    }
+    while (count > 0 && (static_cast<unsigned char>(name[count]) & 0xC0U) == 0x80) {
+        --count;
+    }
+    return name.substr(0, count);
+}
+
+/// Gives out names that differ from each other as far as a format needs it.
+class NameGiver
+{
+public:
+    explicit NameGiver(Names rule)
+        : m_rule(rule)
+    {}
+
+    std::string Take(const std::string& wanted, std::size_t columnNumber)
+    {
+        std::string name = WithoutNul(wanted);
+        if (m_rule == Names::Any) {
+            return name;
+        }
+        if (name.empty()) {
+            name = "C" + std::to_string(columnNumber);
+        }
+        std::string candidate = m_rule == Names::Dbase ? CutBytes(name, kDbaseBytes) : name;
+        const std::string begin = candidate;
+        std::size_t& number = m_lastNumbers[Key(begin)];
+        while (!m_taken.insert(Key(candidate)).second) {
+            const std::string suffix = "_" + std::to_string(++number);
+            candidate =
+                (m_rule == Names::Dbase ? CutBytes(begin, kDbaseBytes - suffix.size()) : begin) +
+                suffix;
+        }
+        return candidate;
+    }
+
+private:
+    static constexpr std::size_t kDbaseBytes = 10;
+
+    [[nodiscard]] std::string Key(const std::string& name) const
+    {
+        return m_rule == Names::Unique ? name : FoldCase(name);
+    }
+
+    Names m_rule;
+    std::unordered_set<std::string> m_taken;
+    std::unordered_map<std::string, std::size_t> m_lastNumbers;
+};
+
+struct WantedField
+{
+    Orvane::BString name;
+    Orvane::EVariantType type;
+};
+
+Orvane::EVariantType TypeOfStorage(Orvane::EColumnStorage storage) noexcept
+{
+    switch (storage) {
+    case Orvane::EColumnStorage::Int32:
+        return Orvane::EVariantType::Int32;
+    case Orvane::EColumnStorage::Int64:
+        return Orvane::EVariantType::Int64;
+    case Orvane::EColumnStorage::Double:
+        return Orvane::EVariantType::Double;
+    case Orvane::EColumnStorage::Float:
+        return Orvane::EVariantType::Float;
+    case Orvane::EColumnStorage::Boolean:
+        return Orvane::EVariantType::Boolean;
+    case Orvane::EColumnStorage::Text:
+        break;
+    }
+    return Orvane::EVariantType::String;
+}
+
+std::vector<WantedField> CollectFields(const Orvane::BVectorLayer& layer)
+{
+    std::vector<WantedField> fields;
+    const Orvane::BAttributeDefs& schema = layer.GetSchema();
+    for (std::size_t index = 0; index < schema.GetCount(); ++index) {
+        fields.push_back({schema.GetAt(index).GetName(), schema.GetAt(index).GetType()});
+    }
+    // A layer need not agree with its schema: a layer without one has all of its columns here.
+    const Orvane::BFeatureCollection& features = layer.GetFeatures();
+    for (std::size_t pageIndex = 0; pageIndex < features.GetPageCount(); ++pageIndex) {
+        const Orvane::BFeaturePage& page = features.GetPage(pageIndex);
+        for (std::size_t index = fields.size(); page.columns && index < page.columns->size();
+             ++index) {
+            fields.push_back(
+                {(*page.columns)[index].name, TypeOfStorage(page.data[index].storage)});
+        }
+        const std::size_t firstRow = features.GetFirstRow(pageIndex);
+        for (std::size_t row = 0; row < page.GetRowCount(); ++row) {
+            const Orvane::BFeature* object = features.GetObjectRow(firstRow + row);
+            for (std::size_t index = fields.size();
+                 object != nullptr && index < object->GetAttributeCount();
+                 ++index) {
+                fields.push_back(
+                    {object->GetAttributeName(index), object->GetAttributeValue(index).GetType()});
+            }
+        }
+    }
+    return fields;
+}
+
+} // namespace
+
+FieldPlan PlanFields(const Orvane::BVectorLayer& layer, const ExportFormat& format)
+{
+    FieldPlan plan;
+    NameGiver giver(format.names);
+    for (const WantedField& wanted : CollectFields(layer)) {
+        const std::string wantedName = wanted.name.ToUtf8();
+        const std::string name = giver.Take(wantedName, plan.fields.size() + 1);
+        if (name != wantedName) {
+            plan.notes.push_back("column " + std::to_string(plan.fields.size() + 1) + " '" +
+                                 TerminalText::Escape(wantedName) + "' is named '" +
+                                 TerminalText::Escape(name) + "' in the file");
+        }
+        plan.fields.push_back({name, wanted.type});
+    }
+    return plan;
+}
+
+std::string FindFreeName(const std::vector<PlannedField>& fields, const std::string& wanted)
+{
+    std::string name = wanted;
+    const auto isTaken = [&](const PlannedField& field) {
+        return FoldCase(field.name) == FoldCase(name);
+    };
+    for (std::size_t number = 1; std::any_of(fields.begin(), fields.end(), isTaken); ++number) {
+        name = wanted + "_" + std::to_string(number);
+    }
+    return name;
+}
+
+} // namespace OrvaneHost

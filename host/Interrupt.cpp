@@ -1,0 +1,106 @@
+// Signal handlers that only set flags or leave at once.
+#include "Interrupt.h"
+
+#include "Failure.h"
+
+#include <Orvane/BException.h>
+
+#include <csignal>
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace OrvaneHost::Interrupt {
+
+namespace {
+
+volatile std::sig_atomic_t g_isRequested = 0;
+volatile std::sig_atomic_t g_phase = static_cast<int>(EPhase::Immediate);
+
+constexpr char kLine[] = "orvane: Interrupted; nothing was written. (orvane)\n";
+
+} // namespace
+
+extern "C" {
+
+static void OrvaneHostHandleSignal(int /*signal*/)
+{
+    const bool leaves = g_phase == static_cast<int>(EPhase::Immediate) ||
+                        (g_phase == static_cast<int>(EPhase::Reading) && g_isRequested != 0);
+    g_isRequested = 1;
+    if (leaves) {
+        const auto written = write(STDERR_FILENO, kLine, sizeof kLine - 1);
+        static_cast<void>(written);
+        _exit(kExitDataFailed);
+    }
+}
+
+} // extern "C"
+
+namespace {
+
+void Handle(int signal)
+{
+    struct sigaction previous = {};
+    if (sigaction(signal, nullptr, &previous) == 0 && previous.sa_handler == SIG_IGN) {
+        return;
+    }
+    struct sigaction action = {};
+    action.sa_handler = OrvaneHostHandleSignal;
+    sigemptyset(&action.sa_mask);
+    action.sa_flags = SA_RESTART;
+    sigaction(signal, &action, nullptr);
+}
+
+/// Opens /dev/null in place of a closed stream. Writing to standard output then fails as it would
+/// on the closed descriptor, since the file is open for reading only.
+void FillStream(int descriptor)
+{
+    if (fcntl(descriptor, F_GETFD) != -1) {
+        return;
+    }
+    const int flags = descriptor == STDERR_FILENO ? O_WRONLY : O_RDONLY;
+    const int opened = open("/dev/null", flags);
+    if (opened != -1 && opened != descriptor) {
+        dup2(opened, descriptor);
+        close(opened);
+    }
+}
+
+} // namespace
+
+void Install()
+{
+    FillStream(STDIN_FILENO);
+    FillStream(STDOUT_FILENO);
+    FillStream(STDERR_FILENO);
+    std::signal(SIGPIPE, SIG_IGN);
+    std::signal(SIGXFSZ, SIG_IGN);
+    Handle(SIGINT);
+    Handle(SIGTERM);
+    Handle(SIGHUP);
+}
+
+bool IsRequested() noexcept
+{
+    return g_isRequested != 0;
+}
+
+void ThrowIfRequested()
+{
+    if (IsRequested()) {
+        throw Orvane::BException("Interrupted; nothing was written.", "orvane");
+    }
+}
+
+PhaseScope::PhaseScope(EPhase phase) noexcept
+    : m_previous(g_phase)
+{
+    g_phase = static_cast<int>(phase);
+}
+
+PhaseScope::~PhaseScope()
+{
+    g_phase = m_previous;
+}
+
+} // namespace OrvaneHost::Interrupt

@@ -1,0 +1,37 @@
+// Signals: how Ctrl-C and a request to end stop the program cleanly.
+#pragma once
+
+namespace OrvaneHost::Interrupt {
+
+/// How a signal is taken.
+enum class EPhase {
+    Immediate, ///< nothing is on the disk: the program says so and ends at once
+    Reading,   ///< the first signal asks the reading to stop, a second one ends at once
+    Writing    ///< signals only ask: what was begun on the disk is cleaned up first
+};
+
+/// Installs the handlers for SIGINT, SIGTERM and SIGHUP (one that is ignored stays ignored), makes
+/// writing to a closed pipe and past a file size limit ordinary errors, and gives closed standard
+/// streams a harmless file so that no data file takes their number.
+void Install();
+
+/// Whether a signal has asked the program to stop.
+[[nodiscard]] bool IsRequested() noexcept;
+
+/// @throws Orvane::BException "Interrupted; nothing was written." at "orvane" when IsRequested.
+void ThrowIfRequested();
+
+/// Sets the phase for a scope.
+class PhaseScope
+{
+public:
+    explicit PhaseScope(EPhase phase) noexcept;
+    ~PhaseScope();
+    PhaseScope(const PhaseScope&) = delete;
+    PhaseScope& operator=(const PhaseScope&) = delete;
+
+private:
+    int m_previous;
+};
+
+} // namespace OrvaneHost::Interrupt

@@ -1,0 +1,254 @@
+// JSON text and number forms.
+#include "JsonWriter.h"
+
+#include "TerminalText.h"
+
+#include <Orvane/BNumbers.h>
+
+#include <charconv>
+#include <cmath>
+#include <cstring>
+
+namespace OrvaneHost {
+
+namespace {
+
+/// ASCII characters that stand in a JSON text as they are.
+constexpr bool IsPlain(unsigned char byte) noexcept
+{
+    return byte >= 0x20 && byte < 0x7F && byte != '"' && byte != '\\';
+}
+
+} // namespace
+
+void JsonWriter::UnitEscape(char16_t unit)
+{
+    constexpr char kDigits[] = "0123456789abcdef";
+    const auto code = static_cast<unsigned>(unit);
+    const char escape[] = {'\\',
+                           'u',
+                           kDigits[(code >> 12U) & 0xFU],
+                           kDigits[(code >> 8U) & 0xFU],
+                           kDigits[(code >> 4U) & 0xFU],
+                           kDigits[code & 0xFU]};
+    Raw(std::string_view(escape, sizeof escape));
+}
+
+void JsonWriter::Character(char32_t code)
+{
+    if (code < 0x80) {
+        const auto byte = static_cast<unsigned char>(code);
+        if (IsPlain(byte)) {
+            Raw(static_cast<char>(byte));
+            return;
+        }
+        switch (byte) {
+        case '"':
+            Raw("\\\"");
+            break;
+        case '\\':
+            Raw("\\\\");
+            break;
+        case '\n':
+            Raw("\\n");
+            break;
+        case '\r':
+            Raw("\\r");
+            break;
+        case '\t':
+            Raw("\\t");
+            break;
+        default:
+            UnitEscape(static_cast<char16_t>(byte));
+        }
+        return;
+    }
+    if (code < 0xA0 || (code >= 0xD800 && code < 0xE000)) {
+        UnitEscape(static_cast<char16_t>(code));
+        return;
+    }
+    const auto value = static_cast<std::uint32_t>(code);
+    const auto tail = [&](unsigned shift) {
+        return static_cast<char>(0x80U | ((value >> shift) & 0x3FU));
+    };
+    if (value < 0x800) {
+        Raw(static_cast<char>(0xC0U | (value >> 6U)));
+    } else if (value < 0x10000) {
+        Raw(static_cast<char>(0xE0U | (value >> 12U)));
+        Raw(tail(6));
+    } else {
+        Raw(static_cast<char>(0xF0U | (value >> 18U)));
+        Raw(tail(12));
+        Raw(tail(6));
+    }
+    Raw(tail(0));
+}
+
+void JsonWriter::Bytes(std::string_view utf8)
+{
+    std::size_t plainBegin = 0;
+    const auto passOn = [&](std::size_t end) {
+        if (end > plainBegin) {
+            Raw(utf8.substr(plainBegin, end - plainBegin));
+        }
+    };
+    for (std::size_t index = 0; index < utf8.size(); ++index) {
+        const auto byte = static_cast<unsigned char>(utf8[index]);
+        if (IsPlain(byte)) {
+            continue;
+        }
+        if (byte < 0x80) {
+            passOn(index);
+            Character(byte);
+            plainBegin = index + 1;
+        } else if (byte == 0xC2 && index + 1 < utf8.size() &&
+                   static_cast<unsigned char>(utf8[index + 1]) < 0xA0) {
+            passOn(index);
+            ++index;
+            Character(static_cast<unsigned char>(utf8[index]));
+            plainBegin = index + 1;
+        }
+    }
+    passOn(utf8.size());
+}
+
+void JsonWriter::Units(std::u16string_view units)
+{
+    for (std::size_t index = 0; index < units.size(); ++index) {
+        const char16_t unit = units[index];
+        const bool isPair = unit >= 0xD800 && unit < 0xDC00 && index + 1 < units.size() &&
+                            units[index + 1] >= 0xDC00 && units[index + 1] < 0xE000;
+        if (isPair) {
+            const auto high = static_cast<std::uint32_t>(unit) - 0xD800U;
+            const auto low = static_cast<std::uint32_t>(units[index + 1]) - 0xDC00U;
+            Character(static_cast<char32_t>(0x10000U + (high << 10U) + low));
+            ++index;
+        } else {
+            Character(unit);
+        }
+    }
+}
+
+void JsonWriter::Text(std::string_view bytes, Orvane::ETextEncoding encoding)
+{
+    Raw('"');
+    switch (encoding) {
+    case Orvane::ETextEncoding::Ascii:
+    case Orvane::ETextEncoding::Utf8:
+        Bytes(bytes);
+        break;
+    case Orvane::ETextEncoding::Latin1:
+        for (const char byte : bytes) {
+            Character(static_cast<unsigned char>(byte));
+        }
+        break;
+    case Orvane::ETextEncoding::Utf16: {
+        const Orvane::BString text = Orvane::TextToString(bytes, encoding);
+        Units(text.View());
+        break;
+    }
+    }
+    Raw('"');
+}
+
+void JsonWriter::Text(const Orvane::BString& text)
+{
+    Raw('"');
+    Units(text.View());
+    Raw('"');
+}
+
+void JsonWriter::Text(std::string_view utf8)
+{
+    if (TerminalText::IsUtf8(utf8)) {
+        Text(utf8, Orvane::ETextEncoding::Utf8);
+    } else {
+        Text(Orvane::BString::FromUtf8(utf8));
+    }
+}
+
+void JsonWriter::Number(std::int64_t value)
+{
+    char buffer[24];
+    const auto result = std::to_chars(buffer, buffer + sizeof buffer, value);
+    Raw(std::string_view(buffer, static_cast<std::size_t>(result.ptr - buffer)));
+}
+
+namespace {
+
+template <typename Real>
+void WriteReal(JsonWriter& writer, Real value)
+{
+    if (std::isnan(value)) {
+        writer.Raw("NaN");
+    } else if (std::isinf(value)) {
+        writer.Raw(value < 0 ? "-Infinity" : "Infinity");
+    } else {
+        char buffer[40];
+        const std::size_t length = Orvane::BNumbers::FormatShortest(value, buffer);
+        writer.Raw(std::string_view(buffer, length));
+    }
+}
+
+} // namespace
+
+void JsonWriter::Number(double value)
+{
+    WriteReal(*this, value);
+}
+
+void JsonWriter::Number(float value)
+{
+    WriteReal(*this, value);
+}
+
+void JsonWriter::Value(const Orvane::BVariant& value)
+{
+    using Orvane::EVariantType;
+    switch (value.GetType()) {
+    case EVariantType::None:
+        Raw("null");
+        break;
+    case EVariantType::Int32:
+    case EVariantType::Int64:
+        Number(value.GetInt64());
+        break;
+    case EVariantType::Double:
+        Number(value.GetDouble());
+        break;
+    case EVariantType::Float:
+        Number(value.GetFloat());
+        break;
+    case EVariantType::Boolean:
+        Boolean(value.GetBoolean());
+        break;
+    case EVariantType::String:
+    case EVariantType::Text:
+        Text(value.GetString());
+        break;
+    case EVariantType::Strings: {
+        Raw('[');
+        bool isFirst = true;
+        for (const Orvane::BString& text : value.GetStrings()) {
+            Raw(isFirst ? "" : ",");
+            isFirst = false;
+            Text(text);
+        }
+        Raw(']');
+        break;
+    }
+    case EVariantType::Integers: {
+        Raw('[');
+        bool isFirst = true;
+        for (const std::int32_t number : value.GetIntegers()) {
+            Raw(isFirst ? "" : ",");
+            isFirst = false;
+            Number(std::int64_t{number});
+        }
+        Raw(']');
+        break;
+    }
+    }
+}
+
+} // namespace OrvaneHost

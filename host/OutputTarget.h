@@ -1,0 +1,54 @@
+// The file that an import replaces only when all of it is there.
+#pragma once
+
+#include <filesystem>
+#include <string>
+
+namespace OrvaneHost {
+
+/// Where an export goes: written in a hidden folder of its own beside the final place, moved there
+/// when it is complete.
+///
+/// Order of calls: construct (checks, changes nothing), Begin, write GetWorkFile(), Commit. Without
+/// Commit the destructor removes everything that was written and the final place stays as it was.
+/// All failures are Orvane::BException("Could not write <...>.", "OutputTarget", <reason>).
+class OutputTarget
+{
+public:
+    /// @param out the final file; a link is followed
+    /// @param input the file that is read
+    /// @throws UsageError when both are the same file; the class's exception when the folder is
+    ///     missing or can not be written, when something other than a file is in the way, or when
+    ///     another program has the file open as a database.
+    OutputTarget(const std::string& out, const std::string& input);
+    ~OutputTarget();
+    OutputTarget(const OutputTarget&) = delete;
+    OutputTarget& operator=(const OutputTarget&) = delete;
+
+    /// Makes the hidden folder.
+    void Begin();
+
+    /// The file to write: the final name in the hidden folder. Absolute.
+    [[nodiscard]] std::filesystem::path GetWorkFile() const
+    {
+        return m_workFolder / m_file.filename();
+    }
+
+    [[nodiscard]] const std::filesystem::path& GetWorkFolder() const noexcept
+    {
+        return m_workFolder;
+    }
+
+    /// Puts all files of the hidden folder on the disk and moves them to the final place, the main
+    /// file last; side files that only an earlier main file had are removed.
+    void Commit();
+
+private:
+    [[noreturn]] void Fail(const std::string& reason) const;
+
+    std::string m_shownPath;
+    std::filesystem::path m_file; ///< the final file, absolute
+    std::filesystem::path m_workFolder;
+};
+
+} // namespace OrvaneHost

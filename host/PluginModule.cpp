@@ -1,0 +1,88 @@
+// Finds, loads and unloads the plug-in module.
+#include "PluginModule.h"
+
+#include <Orvane/BException.h>
+
+#include <cstring>
+#include <dlfcn.h>
+#include <filesystem>
+#include <system_error>
+
+namespace OrvaneHost {
+
+namespace {
+
+constexpr const char* kLocation = "PluginModule::Load";
+constexpr const char* kModuleName = "AsciiReader.so";
+
+/// Where a build leaves the module, and where an installation puts it.
+std::filesystem::path FindDefault()
+{
+    std::error_code error;
+    const std::filesystem::path program = std::filesystem::read_symlink("/proc/self/exe", error);
+    const std::filesystem::path folder = program.parent_path();
+    const std::filesystem::path beside = folder / kModuleName;
+    if (std::filesystem::exists(beside, error)) {
+        return beside;
+    }
+    const std::filesystem::path installed =
+        (folder / ORVANE_PLUGIN_FOLDER / kModuleName).lexically_normal();
+    if (std::filesystem::exists(installed, error)) {
+        return installed;
+    }
+    throw Orvane::BException(
+        Orvane::BString::Format("The plug-in <%s> was not found.", beside.native().c_str()),
+        kLocation,
+        Orvane::BString::Format("Nor is it at <%s>; name it with --plugin.",
+                                installed.native().c_str()));
+}
+
+} // namespace
+
+PluginModule::PluginModule(const std::string& path)
+{
+    std::filesystem::path file = path.empty() ? FindDefault() : std::filesystem::path(path);
+    std::error_code error;
+    if (!std::filesystem::exists(file, error)) {
+        throw Orvane::BException(
+            Orvane::BString::Format("The plug-in <%s> was not found.", path.c_str()), kLocation);
+    }
+    if (!std::filesystem::is_regular_file(file, error)) {
+        throw Orvane::BException(
+            Orvane::BString::Format("The plug-in <%s> could not be loaded.", path.c_str()),
+            kLocation,
+            "It is not a file.");
+    }
+    // A name without a slash would be searched for in the system's library folders.
+    file = std::filesystem::absolute(file, error);
+    m_handle = dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
+    if (m_handle == nullptr) {
+        const char* reason = dlerror();
+        throw Orvane::BException(
+            Orvane::BString::Format("The plug-in <%s> could not be loaded.", file.c_str()),
+            kLocation,
+            reason == nullptr ? "" : reason);
+    }
+    void* symbol = dlsym(m_handle, Orvane::kGetDataMgrProxyName);
+    Orvane::GetDataMgrProxyFunction getProxy = nullptr;
+    static_assert(sizeof getProxy == sizeof symbol);
+    std::memcpy(&getProxy, &symbol, sizeof getProxy);
+    if (getProxy != nullptr) {
+        m_proxy = getProxy();
+    }
+    if (m_proxy == nullptr) {
+        dlclose(m_handle);
+        throw Orvane::BException(
+            Orvane::BString::Format("The library <%s> is no plug-in.", file.c_str()),
+            kLocation,
+            getProxy == nullptr ? "It has no function GetDataMgrProxy."
+                                : "Its function GetDataMgrProxy gave nothing.");
+    }
+}
+
+PluginModule::~PluginModule()
+{
+    dlclose(m_handle);
+}
+
+} // namespace OrvaneHost

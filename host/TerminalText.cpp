@@ -1,0 +1,161 @@
+// Escaping and cutting of texts that are shown to people.
+#include "TerminalText.h"
+
+#include <cstdint>
+
+namespace OrvaneHost::TerminalText {
+
+namespace {
+
+constexpr char kHexDigits[] = "0123456789ABCDEF";
+
+struct Character
+{
+    char32_t code;
+    std::size_t bytes; ///< 0: no valid character begins here
+};
+
+/// The character that the text begins with; the text is not empty.
+Character DecodeFirst(std::string_view text) noexcept
+{
+    const auto byteAt = [&](std::size_t index) {
+        return static_cast<std::uint32_t>(static_cast<unsigned char>(text[index]));
+    };
+    const std::uint32_t lead = byteAt(0);
+    if (lead < 0x80) {
+        return {static_cast<char32_t>(lead), 1};
+    }
+    std::size_t length = 0;
+    std::uint32_t code = 0;
+    std::uint32_t smallest = 0;
+    if (lead >= 0xC2 && lead < 0xE0) {
+        length = 2;
+        code = lead & 0x1FU;
+        smallest = 0x80;
+    } else if (lead >= 0xE0 && lead < 0xF0) {
+        length = 3;
+        code = lead & 0x0FU;
+        smallest = 0x800;
+    } else if (lead >= 0xF0 && lead < 0xF5) {
+        length = 4;
+        code = lead & 0x07U;
+        smallest = 0x10000;
+    }
+    if (length == 0 || text.size() < length) {
+        return {0, 0};
+    }
+    for (std::size_t index = 1; index < length; ++index) {
+        if ((byteAt(index) & 0xC0U) != 0x80) {
+            return {0, 0};
+        }
+        code = (code << 6U) | (byteAt(index) & 0x3FU);
+    }
+    const bool isSurrogate = code >= 0xD800 && code < 0xE000;
+    if (code < smallest || code > 0x10FFFF || isSurrogate) {
+        return {0, 0};
+    }
+    return {static_cast<char32_t>(code), length};
+}
+
+bool TurnsDirection(char32_t code) noexcept
+{
+    return code == 0x061C || code == 0x200E || code == 0x200F ||
+           (code >= 0x202A && code <= 0x202E) || (code >= 0x2066 && code <= 0x2069);
+}
+
+void AppendByteEscape(std::string& out, unsigned char byte)
+{
+    out += "\\x";
+    out += kHexDigits[byte >> 4U];
+    out += kHexDigits[byte & 0x0FU];
+}
+
+void AppendUnitEscape(std::string& out, char32_t code)
+{
+    out += "\\u";
+    for (int shift = 12; shift >= 0; shift -= 4) {
+        out +=
+            kHexDigits[(static_cast<std::uint32_t>(code) >> static_cast<unsigned>(shift)) & 0xFU];
+    }
+}
+
+} // namespace
+
+std::string Escape(std::string_view utf8)
+{
+    std::string out;
+    out.reserve(utf8.size());
+    while (!utf8.empty()) {
+        const Character character = DecodeFirst(utf8);
+        if (character.bytes == 0) {
+            AppendByteEscape(out, static_cast<unsigned char>(utf8[0]));
+            utf8.remove_prefix(1);
+            continue;
+        }
+        const char32_t code = character.code;
+        if (code < 0x20 || code == 0x7F) {
+            AppendByteEscape(out, static_cast<unsigned char>(code));
+        } else if ((code >= 0x80 && code < 0xA0) || code == 0x2028 || code == 0x2029 ||
+                   TurnsDirection(code)) {
+            AppendUnitEscape(out, code);
+        } else {
+            out += utf8.substr(0, character.bytes);
+        }
+        utf8.remove_prefix(character.bytes);
+    }
+    return out;
+}
+
+std::string Escape(const Orvane::BString& text)
+{
+    return Escape(text.ToUtf8());
+}
+
+std::size_t CountCharacters(std::string_view utf8) noexcept
+{
+    std::size_t count = 0;
+    for (const char byte : utf8) {
+        if ((static_cast<unsigned char>(byte) & 0xC0U) != 0x80) {
+            ++count;
+        }
+    }
+    return count;
+}
+
+std::string Cut(const std::string& escaped, std::size_t columns)
+{
+    if (columns == 0 || CountCharacters(escaped) <= columns) {
+        return escaped;
+    }
+    std::size_t kept = 0;
+    std::size_t end = 0;
+    while (end < escaped.size()) {
+        const bool beginsCharacter = (static_cast<unsigned char>(escaped[end]) & 0xC0U) != 0x80;
+        if (beginsCharacter && kept == columns - 1) {
+            break;
+        }
+        kept += beginsCharacter ? 1 : 0;
+        ++end;
+    }
+    return escaped.substr(0, end) + "\u2026";
+}
+
+std::string Pad(const std::string& escaped, std::size_t columns)
+{
+    const std::size_t count = CountCharacters(escaped);
+    return count < columns ? escaped + std::string(columns - count, ' ') : escaped;
+}
+
+bool IsUtf8(std::string_view bytes) noexcept
+{
+    while (!bytes.empty()) {
+        const std::size_t length = DecodeFirst(bytes).bytes;
+        if (length == 0) {
+            return false;
+        }
+        bytes.remove_prefix(length);
+    }
+    return true;
+}
+
+} // namespace OrvaneHost::TerminalText

@@ -1,0 +1,18 @@
+// The program `orvane`.
+#include "CommandLine.h"
+#include "Failure.h"
+#include "Interrupt.h"
+
+#include <cstdio>
+#include <exception>
+
+int main(int argumentCount, char** arguments)
+{
+    OrvaneHost::Interrupt::Install();
+    try {
+        return OrvaneHost::RunCommandLine(argumentCount, arguments);
+    } catch (const std::exception& exception) {
+        std::fprintf(stderr, "orvane: %s\n", exception.what());
+        return OrvaneHost::kExitDataFailed;
+    }
+}
