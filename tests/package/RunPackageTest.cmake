@@ -1,0 +1,37 @@
+# Installs a build into a fresh prefix, moves the prefix, and builds and runs the outside project
+# against it: nothing of the build folder may be needed, and nothing may know where it was put first.
+function(run)
+    execute_process(COMMAND ${ARGN} RESULT_VARIABLE status OUTPUT_VARIABLE output ERROR_VARIABLE output)
+    if(NOT status EQUAL 0)
+        list(JOIN ARGN " " command)
+        message(FATAL_ERROR "${command}\nended with ${status}:\n${output}")
+    endif()
+    set(output "${output}" PARENT_SCOPE)
+endfunction()
+
+file(REMOVE_RECURSE ${WORK}/first ${WORK}/prefix ${WORK}/outside)
+run(${CMAKE_COMMAND} --install ${BUILD} --prefix ${WORK}/first)
+file(RENAME ${WORK}/first ${WORK}/prefix)
+
+run(${CMAKE_COMMAND} -S ${OUTSIDE} -B ${WORK}/outside -G ${GENERATOR}
+    -DCMAKE_MAKE_PROGRAM=${MAKE_PROGRAM} -DCMAKE_CXX_COMPILER=${COMPILER}
+    -DCMAKE_CXX_FLAGS=${FLAGS} -DCMAKE_PREFIX_PATH=${WORK}/prefix
+    -DCMAKE_FIND_USE_PACKAGE_REGISTRY=OFF)
+file(STRINGS ${WORK}/outside/CMakeCache.txt found REGEX "^Orvane_DIR:")
+string(FIND "${found}" "${WORK}/prefix/" position)
+if(position EQUAL -1)
+    message(FATAL_ERROR "Another Orvane than the installed one was found: ${found}")
+endif()
+run(${CMAKE_COMMAND} --build ${WORK}/outside)
+run(${WORK}/outside/outside_host ${WORK}/prefix/${LIBDIR}/orvane/AsciiReader.so ${DATA})
+if(NOT output STREQUAL "own layer: 1 feature\nread layer: earthquakes, 1197 features\n")
+    message(FATAL_ERROR "The outside program printed:\n${output}")
+endif()
+
+# The installed command line finds the installed plug-in by itself.
+if(EXISTS ${WORK}/prefix/bin/orvane)
+    run(${WORK}/prefix/bin/orvane read ${DATA} --option MAX_RECORDS=1 --json)
+    if(NOT output MATCHES "^{\"ok\":true,")
+        message(FATAL_ERROR "The installed program printed:\n${output}")
+    endif()
+endif()
