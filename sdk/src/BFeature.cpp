@@ -39,22 +39,6 @@ BFeature::~BFeature()
     }
 }
 
-const BFeaturePage& BFeature::Page() const
-{
-    if (m_generation != m_collection->m_generation) {
-        m_collection->Bind(*this);
-    }
-    return *m_page;
-}
-
-BFeature::Values& BFeature::Any() const
-{
-    if (!m_values) {
-        m_values = std::make_unique<Values>();
-    }
-    return *m_values;
-}
-
 BFeature::Values& BFeature::Own()
 {
     if (!m_isOwn) {
@@ -80,16 +64,26 @@ void BFeature::ReadPoint(Values& values) const
 
 void BFeature::ReadAttributes(Values& values) const
 {
-    if (!values.areAttributesRead) {
-        const BFeaturePage& page = Page();
-        const std::size_t count = page.GetAttributeCount(m_rowInPage);
-        values.attributes.Clear();
-        values.attributes.Reserve(count);
-        for (std::size_t i = 0; i < count; ++i) {
-            values.attributes.Add((*page.columns)[i].name, page.GetValue(m_rowInPage, i));
-        }
-        values.areAttributesRead = true;
+    if (values.areAttributesRead) {
+        return;
     }
+    const BFeaturePage& page = Page();
+    const std::size_t count = page.GetAttributeCount(m_rowInPage);
+    BAttributes& attributes = values.attributes;
+    if (values.columns == page.columns && attributes.GetCount() == count) {
+        for (std::size_t i = 0; i < count; ++i) {
+            attributes.SetValueAt(i, page.GetValue(m_rowInPage, i));
+        }
+    } else {
+        values.columns = nullptr;
+        attributes.Clear();
+        attributes.Reserve(count);
+        for (std::size_t i = 0; i < count; ++i) {
+            attributes.Add((*page.columns)[i].name, page.GetValue(m_rowInPage, i));
+        }
+        values.columns = page.columns;
+    }
+    values.areAttributesRead = true;
 }
 
 void BFeature::ReadAll()
@@ -204,7 +198,9 @@ BString BFeature::GetAttributeName(std::size_t attributeIndex) const
 {
     if (!m_isOwn) {
         const BFeaturePage& page = Page();
-        CheckSubscript(attributeIndex, page.GetAttributeCount(m_rowInPage));
+        if (attributeIndex >= page.GetAttributeCount(m_rowInPage)) {
+            CheckSubscript(attributeIndex, page.GetAttributeCount(m_rowInPage));
+        }
         return (*page.columns)[attributeIndex].name;
     }
     return Any().attributes.GetNameAt(attributeIndex);
@@ -214,7 +210,9 @@ BVariant BFeature::GetAttributeValue(std::size_t attributeIndex) const
 {
     if (!m_isOwn) {
         const BFeaturePage& page = Page();
-        CheckSubscript(attributeIndex, page.GetAttributeCount(m_rowInPage));
+        if (attributeIndex >= page.GetAttributeCount(m_rowInPage)) {
+            CheckSubscript(attributeIndex, page.GetAttributeCount(m_rowInPage));
+        }
         return page.GetValue(m_rowInPage, attributeIndex);
     }
     return Any().attributes.GetValueAt(attributeIndex);

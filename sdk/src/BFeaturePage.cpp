@@ -216,26 +216,6 @@ std::uint32_t BFeaturePage::GetNameNumber(std::size_t rowInPage) const noexcept
     return run->firstNumber + static_cast<std::uint32_t>(rowInPage - run->rowInPage);
 }
 
-BVariant BFeaturePage::GetValue(std::size_t rowInPage, std::size_t columnIndex) const
-{
-    const BColumnData& column = data[columnIndex];
-    switch (column.storage) {
-    case EColumnStorage::Int32:
-        return BVariant(column.int32s[rowInPage]);
-    case EColumnStorage::Int64:
-        return BVariant(column.int64s[rowInPage]);
-    case EColumnStorage::Double:
-        return BVariant(column.doubles[rowInPage]);
-    case EColumnStorage::Float:
-        return BVariant(column.floats[rowInPage]);
-    case EColumnStorage::Boolean:
-        return BVariant(column.booleans[rowInPage] != 0);
-    case EColumnStorage::Text:
-        break;
-    }
-    return BVariant(TextToString(column.texts.GetBytes(rowInPage), column.texts.encoding));
-}
-
 std::size_t BFeaturePage::GetByteSize() const noexcept
 {
     std::size_t size = sizeof *this + data.capacity() * sizeof(BColumnData) + ByteSizeOf(x) +

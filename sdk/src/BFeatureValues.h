@@ -3,7 +3,12 @@
 
 #include <Orvane/BAttributes.h>
 #include <Orvane/BFeature.h>
+#include <Orvane/BFeatureCollection.h>
+#include <Orvane/BFeaturePage.h>
 #include <Orvane/BPointGeo.h>
+
+#include <memory>
+#include <vector>
 
 namespace Orvane {
 
@@ -17,8 +22,26 @@ struct BFeature::Values
     BSharedPtr<BGeometry> geometry;
     BMBB box;
     BAttributes attributes;
+    /// The columns that `attributes` was last read from: its names are theirs.
+    std::shared_ptr<const std::vector<BColumnInfo>> columns;
     bool isPointRead = false;
     bool areAttributesRead = false;
 };
+
+const BFeaturePage& BFeature::Page() const
+{
+    if (m_generation != m_collection->m_generation) {
+        m_collection->Bind(*this);
+    }
+    return *m_page;
+}
+
+BFeature::Values& BFeature::Any() const
+{
+    if (!m_values) {
+        m_values = std::make_unique<Values>();
+    }
+    return *m_values;
+}
 
 } // namespace Orvane

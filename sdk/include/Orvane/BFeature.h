@@ -74,12 +74,12 @@ private:
 
     /// The page of the feature's row, brought into memory when it has left; only while the values
     /// are the store's.
-    const BFeaturePage& Page() const;
+    inline const BFeaturePage& Page() const;
     /// The feature's values, as far as they were read or set; made when there are none.
-    Values& Any() const;
+    inline Values& Any() const;
     /// The feature's own values, taken from the store first; the layer keeps them from now on.
     Values& Own();
-    void ReadPoint(Values& values) const;
+    inline void ReadPoint(Values& values) const;
     void ReadAttributes(Values& values) const;
     /// Reads every value of the row.
     void ReadAll();

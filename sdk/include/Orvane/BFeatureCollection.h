@@ -101,6 +101,7 @@ private:
     [[nodiscard]] std::size_t FindPage(std::size_t row) const;
     [[nodiscard]] std::shared_ptr<BFeature> FindHandle(std::size_t row);
     [[nodiscard]] std::shared_ptr<BFeature> MakeHandle(std::size_t row);
+    /// Points the handle at its row's page. @throws as LoadPage.
     void Bind(const BFeature& feature) const;
     /// Keeps the handle where it is found again; the oldest kept one makes room.
     void List(const std::shared_ptr<BFeature>& feature);

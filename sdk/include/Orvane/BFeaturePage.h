@@ -225,6 +225,9 @@ struct BColumnData
     BTextArray texts;
 };
 
+/// A text of any encoding as a BString.
+ORVANE_SDK_EXPORT BString TextToString(std::string_view bytes, ETextEncoding encoding);
+
 /// Rows of one page whose names are consecutive numbers.
 struct BNameRun
 {
@@ -268,7 +271,7 @@ public:
     [[nodiscard]] bool HasNameTexts() const noexcept { return hasNameTexts; }
 
     /// One value as a variant; the column must be within the row's attribute count.
-    [[nodiscard]] BVariant GetValue(std::size_t rowInPage, std::size_t columnIndex) const;
+    [[nodiscard]] inline BVariant GetValue(std::size_t rowInPage, std::size_t columnIndex) const;
     /// Bytes of memory that the page holds, what it has reserved included.
     [[nodiscard]] std::size_t GetByteSize() const noexcept;
     /// Gives back what the arrays have reserved for rows to come.
@@ -288,8 +291,25 @@ public:
     BTextArray nameTexts;           ///< names by text, when hasNameTexts is true
 };
 
-/// A text of any encoding as a BString.
-ORVANE_SDK_EXPORT BString TextToString(std::string_view bytes, ETextEncoding encoding);
+inline BVariant BFeaturePage::GetValue(std::size_t rowInPage, std::size_t columnIndex) const
+{
+    const BColumnData& column = data[columnIndex];
+    switch (column.storage) {
+    case EColumnStorage::Int32:
+        return BVariant(column.int32s[rowInPage]);
+    case EColumnStorage::Int64:
+        return BVariant(column.int64s[rowInPage]);
+    case EColumnStorage::Double:
+        return BVariant(column.doubles[rowInPage]);
+    case EColumnStorage::Float:
+        return BVariant(column.floats[rowInPage]);
+    case EColumnStorage::Boolean:
+        return BVariant(column.booleans[rowInPage] != 0);
+    case EColumnStorage::Text:
+        break;
+    }
+    return BVariant(TextToString(column.texts.GetBytes(rowInPage), column.texts.encoding));
+}
 
 /// A text of any encoding as UTF-8, appended to `out`; a lone surrogate becomes U+FFFD.
 ORVANE_SDK_EXPORT void

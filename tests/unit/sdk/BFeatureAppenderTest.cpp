@@ -1,0 +1,375 @@
+// Rows appended value by value, and what the pages hold of them.
+#include <Orvane/BFeatureCollection.h>
+#include <Orvane/BPointGeo.h>
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+#include <string>
+#include <vector>
+
+namespace Orvane {
+
+namespace {
+
+constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+
+const std::vector<BColumnInfo> kNumberAndText = {{"number", EVariantType::Int32},
+                                                 {"text", EVariantType::String}};
+
+std::vector<BString> NamesOf(BFeatureCollection& features)
+{
+    std::vector<BString> names;
+    for (std::size_t i = 0; i < features.GetCount(); ++i) {
+        names.push_back(features.GetAt(i)->GetName());
+    }
+    return names;
+}
+
+TEST(BFeatureAppender, StoresEveryTypeInItsWidth)
+{
+    BFeatureCollection features;
+    {
+        BFeatureAppender appender(features,
+                                  {{"a", EVariantType::Int32},
+                                   {"b", EVariantType::Int64},
+                                   {"c", EVariantType::Double},
+                                   {"d", EVariantType::Float},
+                                   {"e", EVariantType::Boolean},
+                                   {"f", EVariantType::String},
+                                   {"g", EVariantType{77}}});
+        EXPECT_EQ(appender.GetColumnCount(), 7U);
+        for (int i = 0; i < 3; ++i) {
+            appender.AddInt32(-i);
+            appender.AddInt64(std::int64_t{1} << (40 + i));
+            appender.AddDouble(0.5 * i);
+            appender.AddFloat(0.25F);
+            appender.AddBoolean(i == 1);
+            appender.AddText("caf\xE9", ETextEncoding::Latin1);
+            appender.AddText("7", ETextEncoding::Ascii);
+            appender.EndRow(EPointKind::XYZ, i, 2, 3, 10U + static_cast<std::uint32_t>(i));
+        }
+    }
+    ASSERT_EQ(features.GetCount(), 3U);
+    ASSERT_EQ(features.GetPageCount(), 1U);
+    const BFeaturePage& page = features.GetPage(0);
+    EXPECT_EQ(page.GetRowCount(), 3U);
+    EXPECT_EQ(page.uniformPointKind, EPointKind::XYZ);
+    EXPECT_TRUE(page.pointKinds.IsEmpty());
+    EXPECT_TRUE(page.attributeCounts.IsEmpty());
+    EXPECT_EQ(page.nameRuns.size(), 1U);
+
+    const auto feature = features.GetAt(1);
+    EXPECT_EQ(feature->GetName(), BString("11"));
+    ASSERT_EQ(feature->GetAttributeCount(), 7U);
+    EXPECT_EQ(feature->GetAttributeValue(0), BVariant(std::int32_t{-1}));
+    EXPECT_EQ(feature->GetAttributeValue(1), BVariant(std::int64_t{1} << 41));
+    EXPECT_EQ(feature->GetAttributeValue(2), BVariant(0.5));
+    EXPECT_EQ(feature->GetAttributeValue(3), BVariant(0.25F));
+    EXPECT_EQ(feature->GetAttributeValue(4), BVariant(true));
+    EXPECT_EQ(feature->GetAttributeValue(5), BVariant(BString(u"caf\u00E9")));
+    EXPECT_EQ(feature->GetAttributeValue(6), BVariant(BString("7")));
+    EXPECT_EQ(feature->GetAttributeName(4), BString("e"));
+    EXPECT_THROW(static_cast<void>(feature->GetAttributeName(7)), std::out_of_range);
+    EXPECT_THROW(static_cast<void>(feature->GetAttributeValue(7)), std::out_of_range);
+    ASSERT_NE(feature->GetPoint(), nullptr);
+    EXPECT_TRUE(feature->GetPoint()->HasZ());
+    EXPECT_EQ(feature->GetPoint()->GetX(), 1);
+    EXPECT_EQ(feature->GetMBB().maxZ, 3);
+}
+
+TEST(BFeatureAppender, KeepsAPrefixOfTheColumnsForAShortRow)
+{
+    BFeatureCollection features;
+    BFeatureAppender appender(features, kNumberAndText);
+    const auto add = [&appender](std::size_t count, std::uint32_t number) {
+        if (count > 0) {
+            appender.AddInt32(static_cast<std::int32_t>(number));
+        }
+        if (count > 1) {
+            appender.AddText("text", ETextEncoding::Ascii);
+        }
+        appender.EndRow(EPointKind::None, 0, 0, 0, number);
+    };
+    const std::vector<std::size_t> counts = {2, 2, 1, 0, 2, 1, 2};
+    for (std::size_t i = 0; i < counts.size(); ++i) {
+        add(counts[i], static_cast<std::uint32_t>(i));
+    }
+    for (std::size_t i = 0; i < counts.size(); ++i) {
+        const auto feature = features.GetAt(i);
+        EXPECT_EQ(feature->GetAttributeCount(), counts[i]) << i;
+        EXPECT_EQ(feature->GetAttributes().GetCount(), counts[i]) << i;
+        EXPECT_THROW(static_cast<void>(feature->GetAttributeValue(counts[i])), std::out_of_range);
+    }
+    EXPECT_EQ(features.GetAt(5)->GetAttributeValue(0), BVariant(std::int32_t{5}));
+    EXPECT_EQ(features.GetAt(6)->GetAttributeValue(1), BVariant(BString("text")));
+}
+
+TEST(BFeatureAppender, KeepsTheFirstRowShort)
+{
+    BFeatureCollection features;
+    BFeatureAppender appender(features, kNumberAndText);
+    appender.EndRow(EPointKind::XY, 1, 1, 0, 1);
+    appender.AddInt32(4);
+    appender.AddText("x", ETextEncoding::Ascii);
+    appender.EndRow(EPointKind::XY, 1, 1, 0, 2);
+    EXPECT_EQ(features.GetAt(0)->GetAttributeCount(), 0U);
+    EXPECT_EQ(features.GetAt(1)->GetAttributeCount(), 2U);
+}
+
+TEST(BFeatureAppender, KeepsWhichPointsExistAndWhichHaveAHeight)
+{
+    const std::vector<EPointKind> kinds = {EPointKind::XY,
+                                           EPointKind::XY,
+                                           EPointKind::None,
+                                           EPointKind::XYZ,
+                                           EPointKind::XY,
+                                           EPointKind::None,
+                                           EPointKind::XYZ};
+    for (std::size_t first = 0; first < kinds.size(); ++first) {
+        BFeatureCollection features;
+        BFeatureAppender appender(features, {});
+        for (std::size_t i = first; i < kinds.size(); ++i) {
+            appender.EndRow(kinds[i], static_cast<double>(i), kNaN, 9, 0);
+        }
+        for (std::size_t i = first; i < kinds.size(); ++i) {
+            const auto feature = features.GetAt(i - first);
+            const BPointGeo* point = feature->GetPoint();
+            ASSERT_EQ(point != nullptr, kinds[i] != EPointKind::None) << i;
+            if (point != nullptr) {
+                EXPECT_EQ(point->GetX(), static_cast<double>(i));
+                EXPECT_TRUE(std::isnan(point->GetY()));
+                EXPECT_EQ(point->HasZ(), kinds[i] == EPointKind::XYZ);
+            }
+            EXPECT_EQ(features.GetPage(0).GetPointKind(i - first), kinds[i]);
+        }
+    }
+}
+
+TEST(BFeatureAppender, StoresConsecutiveNumbersAsRuns)
+{
+    BFeatureCollection features;
+    BFeatureAppender appender(features, {});
+    for (const std::uint32_t number : {1U, 2U, 3U, 7U, 8U, 8U, 0U, 4294967295U, 0U}) {
+        appender.EndRow(EPointKind::None, 0, 0, 0, number);
+    }
+    appender.EndRow(EPointKind::None, 0, 0, 0, "1", ETextEncoding::Ascii);
+    EXPECT_EQ(NamesOf(features),
+              (std::vector<BString>{"1", "2", "3", "7", "8", "8", "0", "4294967295", "0", "1"}));
+    EXPECT_FALSE(features.GetPage(0).HasNameTexts());
+    EXPECT_EQ(features.GetPage(0).nameRuns.size(), 6U);
+}
+
+TEST(BFeatureAppender, SwitchesToTextsAtTheFirstOtherName)
+{
+    for (const char* odd : {"", "07", "+7", "-1", " 7", "7 ", "4294967296", "99999999999", "x"}) {
+        BFeatureCollection features;
+        BFeatureAppender appender(features, {});
+        appender.EndRow(EPointKind::XY, 0, 0, 0, "5", ETextEncoding::Latin1);
+        appender.EndRow(EPointKind::XY, 0, 0, 0, 6);
+        EXPECT_FALSE(features.GetPage(0).HasNameTexts());
+        appender.EndRow(EPointKind::XY, 0, 0, 0, odd, ETextEncoding::Ascii);
+        appender.EndRow(EPointKind::XY, 0, 0, 0, 7);
+        appender.EndRow(EPointKind::XY, 0, 0, 0, "8", ETextEncoding::Ascii);
+        appender.EndRow(EPointKind::XY, 0, 0, 0, "\xC3\xA9", ETextEncoding::Utf8);
+        EXPECT_TRUE(features.GetPage(0).HasNameTexts()) << odd;
+        EXPECT_EQ(NamesOf(features),
+                  (std::vector<BString>{"5", "6", odd, "7", "8", BString(u"\u00E9")}));
+    }
+}
+
+TEST(BFeatureAppender, DropsAnAbandonedRow)
+{
+    for (const std::size_t rowsBefore : {std::size_t{0}, std::size_t{1}, std::size_t{70}}) {
+        BFeatureCollection features;
+        BFeatureAppender appender(features, kNumberAndText);
+        const auto add = [&appender](std::int32_t number) {
+            appender.AddInt32(number);
+            appender.AddText("text " + std::to_string(number), ETextEncoding::Ascii);
+            appender.EndRow(EPointKind::XY, number, 0, 0, static_cast<std::uint32_t>(number));
+        };
+        for (std::size_t i = 0; i < rowsBefore; ++i) {
+            add(static_cast<std::int32_t>(i));
+        }
+        appender.AddInt32(-1);
+        appender.AddText("abandoned \xC3\xA9", ETextEncoding::Utf8);
+        appender.AbandonRow();
+        appender.AbandonRow();
+        EXPECT_EQ(features.GetCount(), rowsBefore);
+        add(static_cast<std::int32_t>(rowsBefore));
+        ASSERT_EQ(features.GetCount(), rowsBefore + 1);
+        for (std::size_t i = 0; i <= rowsBefore; ++i) {
+            const auto feature = features.GetAt(i);
+            EXPECT_EQ(feature->GetName(), BString::FromInteger(static_cast<std::int64_t>(i)));
+            EXPECT_EQ(feature->GetAttributeValue(0), BVariant(static_cast<std::int32_t>(i)));
+            EXPECT_EQ(feature->GetAttributeValue(1),
+                      BVariant(BString("text " + std::to_string(i))));
+        }
+        EXPECT_EQ(features.GetPage(0).nameRuns.size(), 1U);
+    }
+}
+
+TEST(BFeatureAppender, DropsTheUnfinishedRowAtItsEnd)
+{
+    BFeatureCollection features;
+    {
+        BFeatureAppender appender(features, kNumberAndText);
+        appender.AddInt32(1);
+        appender.EndRow(EPointKind::None, 0, 0, 0, 1);
+        appender.AddInt32(2);
+    }
+    {
+        BFeatureAppender appender(features, kNumberAndText);
+        appender.AddInt32(3);
+        appender.EndRow(EPointKind::None, 0, 0, 0, 2);
+    }
+    ASSERT_EQ(features.GetCount(), 2U);
+    EXPECT_EQ(features.GetPageCount(), 1U);
+    EXPECT_EQ(features.GetAt(1)->GetAttributeValue(0), BVariant(std::int32_t{3}));
+    EXPECT_EQ(features.GetAt(1)->GetName(), BString("2"));
+}
+
+TEST(BFeatureAppender, FillsPageAfterPage)
+{
+    for (const std::size_t pageRows : {std::size_t{1}, std::size_t{2}, std::size_t{7}}) {
+        BFeatureCollection features(pageRows);
+        BFeatureAppender appender(features, kNumberAndText);
+        for (std::uint32_t i = 0; i < 21; ++i) {
+            EXPECT_EQ(features.GetPageCount(), (i + pageRows - 1) / pageRows);
+            appender.AddInt32(static_cast<std::int32_t>(i));
+            if (i % 5 != 0) {
+                appender.AddText(i % 3 == 0 ? "\xE9" : "e", ETextEncoding::Latin1);
+            }
+            if (i % 4 == 0) {
+                appender.EndRow(
+                    EPointKind::XY, i, i, 0, "n" + std::to_string(i), ETextEncoding::Ascii);
+            } else {
+                appender.EndRow(EPointKind::XYZ, i, i, i, i);
+            }
+        }
+        ASSERT_EQ(features.GetCount(), 21U);
+        std::size_t row = 0;
+        for (std::size_t page = 0; page < features.GetPageCount(); ++page) {
+            EXPECT_EQ(features.GetFirstRow(page), row);
+            row += features.GetPage(page).GetRowCount();
+        }
+        EXPECT_EQ(row, 21U);
+        for (std::size_t i = 21; i-- > 0;) {
+            const auto feature = features.GetAt(i);
+            const BString number = BString::FromInteger(static_cast<std::int64_t>(i));
+            EXPECT_EQ(feature->GetName(), i % 4 == 0 ? BString("n") + number : number);
+            EXPECT_EQ(feature->GetAttributeCount(), i % 5 == 0 ? 1U : 2U);
+            EXPECT_EQ(feature->GetPoint()->HasZ(), i % 4 != 0);
+            if (i % 5 != 0) {
+                EXPECT_EQ(feature->GetAttributeValue(1).GetString(),
+                          BString(i % 3 == 0 ? u"\u00E9" : u"e"));
+            }
+        }
+        EXPECT_THROW(static_cast<void>(features.GetPage(features.GetPageCount())),
+                     std::out_of_range);
+        EXPECT_THROW(static_cast<void>(features.GetFirstRow(features.GetPageCount())),
+                     std::out_of_range);
+    }
+}
+
+TEST(BFeatureAppender, BeginsAPageForOtherColumns)
+{
+    BFeatureCollection features;
+    {
+        BFeatureAppender appender(features, {{"a", EVariantType::Int32}});
+        appender.AddInt32(1);
+        appender.EndRow(EPointKind::None, 0, 0, 0, 1);
+    }
+    {
+        BFeatureAppender unused(features, {{"z", EVariantType::Int32}});
+    }
+    EXPECT_EQ(features.GetPageCount(), 1U);
+    {
+        BFeatureAppender appender(features, {{"b", EVariantType::Int32}});
+        appender.AddInt32(2);
+        appender.EndRow(EPointKind::None, 0, 0, 0, 2);
+    }
+    EXPECT_EQ(features.GetPageCount(), 2U);
+    EXPECT_EQ(features.GetAt(0)->GetAttributeName(0), BString("a"));
+    EXPECT_EQ(features.GetAt(1)->GetAttributeName(0), BString("b"));
+}
+
+TEST(BFeatureAppender, GivesEarlierRowsOneAttributeLessThanANewColumn)
+{
+    for (const std::size_t rowsBefore :
+         {std::size_t{0}, std::size_t{1}, std::size_t{100}, std::size_t{5000}}) {
+        for (const bool isInRow : {false, true}) {
+            BFeatureCollection features;
+            BFeatureAppender appender(features, {{"a", EVariantType::Int32}});
+            for (std::size_t i = 0; i < rowsBefore; ++i) {
+                appender.AddInt32(static_cast<std::int32_t>(i));
+                appender.EndRow(EPointKind::XY, 1, 2, 0, static_cast<std::uint32_t>(i));
+            }
+            if (isInRow) {
+                appender.AddInt32(-7);
+            }
+            appender.AddColumn({"b", EVariantType::String});
+            appender.AddColumn({"c", EVariantType::Double});
+            if (!isInRow) {
+                appender.AddInt32(-7);
+            }
+            appender.AddText("late", ETextEncoding::Ascii);
+            appender.AddDouble(2.5);
+            appender.EndRow(EPointKind::XY, 3, 4, 0, static_cast<std::uint32_t>(rowsBefore));
+            ASSERT_EQ(features.GetCount(), rowsBefore + 1);
+            for (std::size_t i = 0; i < rowsBefore; ++i) {
+                ASSERT_EQ(features.GetAt(i)->GetAttributeCount(), 1U);
+                ASSERT_EQ(features.GetAt(i)->GetAttributeValue(0),
+                          BVariant(static_cast<std::int32_t>(i)));
+            }
+            const auto last = features.GetAt(rowsBefore);
+            ASSERT_EQ(last->GetAttributeCount(), 3U);
+            EXPECT_EQ(last->GetAttributeValue(0), BVariant(std::int32_t{-7}));
+            EXPECT_EQ(last->GetAttributeValue(1), BVariant(BString("late")));
+            EXPECT_EQ(last->GetAttributeValue(2), BVariant(2.5));
+            EXPECT_EQ(last->GetAttributeName(2), BString("c"));
+        }
+    }
+}
+
+TEST(BFeatureAppender, CostsASmallLayerLittle)
+{
+    BFeatureCollection features;
+    {
+        BFeatureAppender appender(features, {{"a", EVariantType::Double}});
+        for (std::uint32_t i = 0; i < 200; ++i) {
+            appender.AddDouble(i);
+            appender.EndRow(EPointKind::XY, i, i, 0, i);
+        }
+    }
+    EXPECT_LT(features.GetByteSize(), 12000U);
+    features.ShrinkToFit();
+    EXPECT_LT(features.GetByteSize(), 7000U);
+    EXPECT_EQ(features.GetAt(199)->GetAttributeValue(0), BVariant(199.0));
+}
+
+TEST(BFeatureAppender, GivesBackWhatTheLastPageReserved)
+{
+    BFeatureCollection features;
+    constexpr std::uint32_t kRows = 65536 + 10;
+    {
+        BFeatureAppender appender(features, {{"a", EVariantType::Double}});
+        for (std::uint32_t i = 0; i < kRows; ++i) {
+            appender.AddDouble(i);
+            appender.EndRow(EPointKind::XY, i, i, 0, i);
+        }
+    }
+    ASSERT_EQ(features.GetPageCount(), 2U);
+    features.ShrinkToFit();
+    EXPECT_LT(features.GetByteSize(), kRows * 24U + 4000U);
+    BFeatureAppender appender(features, {{"a", EVariantType::Double}});
+    appender.AddDouble(-1);
+    appender.EndRow(EPointKind::XY, 0, 0, 0, kRows);
+    EXPECT_EQ(features.GetPageCount(), 2U);
+    EXPECT_EQ(features.GetAt(kRows)->GetAttributeValue(0), BVariant(-1.0));
+}
+
+} // namespace
+
+} // namespace Orvane

@@ -1,0 +1,375 @@
+// Features handed out, changed, added and kept by a collection.
+#include <Orvane/BException.h>
+#include <Orvane/BFeatureCollection.h>
+#include <Orvane/BPointGeo.h>
+
+#include <gtest/gtest.h>
+
+#include <optional>
+#include <stdexcept>
+#include <vector>
+
+namespace Orvane {
+
+namespace {
+
+/// A feature class of its own, which a store of values can't give back.
+class NamedFeature : public BFeature
+{};
+
+BSharedPtr<BFeature> MakeFeature(std::int32_t number)
+{
+    auto feature = MakeShared<BFeature>();
+    feature->SetName(BString::FromInteger(number));
+    feature->SetGeometry(MakeShared<BPointGeo>(number, -number));
+    feature->SetMBR(feature->GetPoint()->GetMBB());
+    BAttributes attributes;
+    attributes.Add("number", BVariant(number));
+    attributes.Add("text", BVariant(BString("text ") + BString::FromInteger(number)));
+    feature->SetAttributes(attributes);
+    return feature;
+}
+
+void ExpectFeature(const BFeature& feature, std::int32_t number)
+{
+    EXPECT_EQ(feature.GetName(), BString::FromInteger(number));
+    ASSERT_NE(feature.GetPoint(), nullptr);
+    EXPECT_EQ(feature.GetGeometry(), feature.GetPoint());
+    EXPECT_EQ(feature.GetPoint()->GetX(), number);
+    EXPECT_FALSE(feature.GetPoint()->HasZ());
+    EXPECT_EQ(feature.GetMBB().minX, number);
+    EXPECT_EQ(feature.GetMBB().maxY, -number);
+    ASSERT_EQ(feature.GetAttributes().GetCount(), 2U);
+    EXPECT_EQ(feature.GetAttributes().GetNameAt(0), BString("number"));
+    EXPECT_EQ(feature.GetAttributes().GetValueAt(0), BVariant(number));
+    EXPECT_EQ(feature.GetAttributeValue(1),
+              BVariant(BString("text ") + BString::FromInteger(number)));
+}
+
+void AddMany(BFeatureCollection& features, std::int32_t count)
+{
+    for (std::int32_t i = 0; i < count; ++i) {
+        features.Add(MakeFeature(i));
+    }
+}
+
+TEST(BFeatureCollectionAdd, StoresRegularFeaturesByValue)
+{
+    BFeatureCollection features(50);
+    AddMany(features, 200);
+    ASSERT_EQ(features.GetCount(), 200U);
+    EXPECT_EQ(features.GetObjectRowCount(), 0U);
+    EXPECT_EQ(features.GetPageCount(), 4U);
+    EXPECT_FALSE(features.GetPage(0).HasNameTexts());
+    EXPECT_EQ(features.GetPage(0).nameRuns.size(), 1U);
+    EXPECT_EQ(features.GetPage(3).data[1].texts.encoding, ETextEncoding::Ascii);
+    for (std::int32_t i = 199; i >= 0; --i) {
+        ExpectFeature(*features.GetAt(static_cast<std::size_t>(i)), i);
+    }
+}
+
+TEST(BFeatureCollectionAdd, AttachesTheFeature)
+{
+    BFeatureCollection features;
+    const auto first = MakeFeature(0);
+    const BAttributes& attributes = first->GetAttributes();
+    features.Add(first);
+    EXPECT_TRUE(first->IsAttached());
+    EXPECT_EQ(&first->GetAttributes(), &attributes);
+    AddMany(features, 100);
+    EXPECT_EQ(features.GetAt(0).Get(), first.Get());
+    ExpectFeature(*first, 0);
+    first->SetName("changed");
+    EXPECT_EQ(features.GetObjectRow(0), first.Get());
+    EXPECT_EQ(features.GetAt(0)->GetName(), BString("changed"));
+}
+
+TEST(BFeatureCollectionAdd, RefusesNullAndAFeatureOfALayer)
+{
+    BFeatureCollection features;
+    try {
+        features.Add(nullptr);
+        FAIL() << "nothing was thrown";
+    } catch (const BDataManagerException& exception) {
+        EXPECT_EQ(exception.GetLocation(), BString("BFeatureCollection::Add"));
+        EXPECT_EQ(exception.GetMessage(), BString("There is no feature to add."));
+    }
+    const auto feature = MakeFeature(1);
+    features.Add(feature);
+    BFeatureCollection others;
+    for (BFeatureCollection* collection : {&features, &others}) {
+        try {
+            collection->Add(feature);
+            FAIL() << "nothing was thrown";
+        } catch (const BDataManagerException& exception) {
+            EXPECT_EQ(exception.GetLocation(), BString("BFeatureCollection::Add"));
+            EXPECT_EQ(exception.GetMessage(), BString("The feature belongs to a layer already."));
+        }
+    }
+    EXPECT_EQ(features.GetCount(), 1U);
+    EXPECT_EQ(others.GetCount(), 0U);
+}
+
+TEST(BFeatureCollectionAdd, KeepsIrregularFeaturesAsObjects)
+{
+    BFeatureCollection features;
+    AddMany(features, 3);
+    std::vector<BSharedPtr<BFeature>> odd;
+    odd.push_back(MakeFeature(3));
+    odd.back()->SetMBR(BMBB());
+    odd.push_back(MakeFeature(4));
+    BMBB flat = odd.back()->GetMBB();
+    flat.minZ = flat.maxZ = 0;
+    odd.back()->SetMBR(flat);
+    odd.push_back(MakeFeature(5));
+    BAttributes attributes;
+    attributes.Add("number", BVariant(5.0));
+    odd.back()->SetAttributes(attributes);
+    odd.push_back(MakeFeature(6));
+    attributes.Clear();
+    attributes.Add("other", BVariant(std::int32_t{6}));
+    odd.back()->SetAttributes(attributes);
+    odd.push_back(MakeFeature(7));
+    attributes.Clear();
+    attributes.Add("number", BVariant());
+    odd.back()->SetAttributes(attributes);
+    odd.push_back(MakeShared<NamedFeature>());
+    for (const auto& feature : odd) {
+        features.Add(feature);
+    }
+    AddMany(features, 3);
+    ASSERT_EQ(features.GetCount(), 12U);
+    EXPECT_EQ(features.GetObjectRowCount(), 6U);
+    EXPECT_EQ(features.GetPageCount(), 1U);
+    EXPECT_TRUE(features.GetPage(0).pointKinds.IsEmpty());
+    EXPECT_TRUE(features.GetPage(0).attributeCounts.IsEmpty());
+    for (std::size_t i = 0; i < odd.size(); ++i) {
+        EXPECT_EQ(features.GetObjectRow(3 + i), odd[i].Get());
+        EXPECT_EQ(features.GetAt(3 + i).Get(), odd[i].Get());
+        EXPECT_TRUE(odd[i]->IsAttached());
+    }
+    EXPECT_TRUE(features.GetAt(3)->GetMBB().IsEmpty());
+    EXPECT_EQ(features.GetAt(5)->GetAttributeValue(0), BVariant(5.0));
+    EXPECT_EQ(features.GetAt(6)->GetAttributeName(0), BString("other"));
+    EXPECT_TRUE(features.GetAt(7)->GetAttributeValue(0).IsEmpty());
+    ExpectFeature(*features.GetAt(11), 2);
+    EXPECT_EQ(features.GetObjectRow(0), nullptr);
+    EXPECT_THROW(static_cast<void>(features.GetObjectRow(12)), std::out_of_range);
+}
+
+TEST(BFeatureCollectionAdd, StoresShortAndLongerFeaturesByValue)
+{
+    BFeatureCollection features;
+    AddMany(features, 2);
+    auto shorter = MakeFeature(2);
+    BAttributes attributes;
+    attributes.Add("number", BVariant(std::int32_t{2}));
+    shorter->SetAttributes(attributes);
+    features.Add(shorter);
+    auto longer = MakeFeature(3);
+    attributes = longer->GetAttributes();
+    attributes.Add("more", BVariant(true));
+    longer->SetAttributes(attributes);
+    features.Add(longer);
+    shorter.Reset();
+    longer.Reset();
+    AddMany(features, 1);
+    EXPECT_EQ(features.GetObjectRowCount(), 0U);
+    ExpectFeature(*features.GetAt(0), 0);
+    EXPECT_EQ(features.GetAt(2)->GetAttributeCount(), 1U);
+    ASSERT_EQ(features.GetAt(3)->GetAttributeCount(), 3U);
+    EXPECT_EQ(features.GetAt(3)->GetAttributeValue(2), BVariant(true));
+    ExpectFeature(*features.GetAt(4), 0);
+}
+
+TEST(BFeatureCollectionAdd, BeginsAPageWhenTheColumnsChangedForGood)
+{
+    BFeatureCollection features;
+    AddMany(features, 3);
+    for (std::int32_t i = 0; i < 100; ++i) {
+        auto feature = MakeShared<BFeature>();
+        BAttributes attributes;
+        attributes.Add("other", BVariant(0.5 * i));
+        feature->SetAttributes(attributes);
+        features.Add(feature);
+    }
+    EXPECT_EQ(features.GetPageCount(), 2U);
+    EXPECT_LT(features.GetObjectRowCount(), 20U);
+    for (std::int32_t i = 0; i < 100; ++i) {
+        const auto feature = features.GetAt(3 + static_cast<std::size_t>(i));
+        EXPECT_EQ(feature->GetAttributeValue(0), BVariant(0.5 * i));
+        EXPECT_EQ(feature->GetGeometry(), nullptr);
+    }
+}
+
+TEST(BFeatureCollectionAdd, TakesABorrowedFeature)
+{
+    BFeatureCollection features;
+    {
+        BFeature feature;
+        feature.SetName("7");
+        features.Add(BSharedPtr<BFeature>::Borrow(&feature));
+        EXPECT_TRUE(feature.IsAttached());
+        EXPECT_EQ(features.GetAt(0).Get(), &feature);
+    }
+    EXPECT_EQ(features.GetAt(0)->GetName(), BString("7"));
+}
+
+TEST(BFeatureCollectionGetAt, GivesTheSameObjectWhileItIsInUse)
+{
+    BFeatureCollection features;
+    AddMany(features, 50);
+    std::vector<BSharedPtr<BFeature>> held;
+    for (std::size_t i = 0; i < 50; ++i) {
+        held.push_back(features.GetAt(i));
+    }
+    for (std::size_t i = 50; i-- > 0;) {
+        EXPECT_EQ(features.GetAt(i).Get(), held[i].Get());
+        ExpectFeature(*held[i], static_cast<std::int32_t>(i));
+    }
+    held.erase(held.begin(), held.begin() + 25);
+    for (std::size_t i = 0; i < 50; ++i) {
+        ExpectFeature(*features.GetAt(i), static_cast<std::int32_t>(i));
+        if (i >= 25) {
+            EXPECT_EQ(features.GetAt(i).Get(), held[i - 25].Get());
+        }
+    }
+    EXPECT_THROW(static_cast<void>(features.GetAt(50)), std::out_of_range);
+}
+
+TEST(BFeatureCollectionGetAt, KeepsTheValuesOfAHeldFeatureThroughAVisit)
+{
+    BFeatureCollection features;
+    AddMany(features, 300);
+    const auto held = features.GetAt(7);
+    const BPointGeo* point = held->GetPoint();
+    const BAttributes& attributes = held->GetAttributes();
+    BSharedPtr<BFeature> current;
+    for (std::size_t i = 0; i < 300; ++i) {
+        current = features.GetAt(i);
+        ExpectFeature(*current, static_cast<std::int32_t>(i));
+    }
+    EXPECT_EQ(held->GetPoint(), point);
+    EXPECT_EQ(&held->GetAttributes(), &attributes);
+    ExpectFeature(*held, 7);
+}
+
+TEST(BFeatureCollectionGetAt, ChangesTheLayerThroughEverySetter)
+{
+    BFeatureCollection features;
+    AddMany(features, 6);
+    features.GetAt(0)->SetName("named");
+    features.GetAt(1)->SetGeometry(MakeShared<BPointGeo>(8, 9, 10));
+    features.GetAt(2)->SetMBR(BMBB());
+    features.GetAt(3)->SetAttributes(BAttributes());
+    features.GetAt(4)->SetAttributeValue(1, BVariant(2.5));
+    for (std::size_t i = 0; i < 5; ++i) {
+        EXPECT_EQ(features.GetObjectRow(i), features.GetAt(i).Get()) << i;
+    }
+    EXPECT_EQ(features.GetObjectRow(5), nullptr);
+    EXPECT_EQ(features.GetAt(0)->GetName(), BString("named"));
+    EXPECT_EQ(features.GetAt(0)->GetPoint()->GetX(), 0);
+    EXPECT_EQ(features.GetAt(1)->GetPoint()->GetZ(), 10);
+    EXPECT_EQ(features.GetAt(1)->GetMBB().maxX, 1);
+    EXPECT_TRUE(features.GetAt(2)->GetMBB().IsEmpty());
+    EXPECT_EQ(features.GetAt(3)->GetAttributeCount(), 0U);
+    EXPECT_EQ(features.GetAt(4)->GetAttributeValue(1), BVariant(2.5));
+    EXPECT_EQ(features.GetAt(4)->GetAttributeValue(0), BVariant(std::int32_t{4}));
+    ExpectFeature(*features.GetAt(5), 5);
+}
+
+TEST(BFeatureCollectionGetAt, LeavesTheRowStoredWhenAChangeIsRefused)
+{
+    BFeatureCollection features;
+    AddMany(features, 1);
+    EXPECT_THROW(features.GetAt(0)->SetAttributeValue(2, BVariant(1.0)), std::out_of_range);
+    EXPECT_EQ(features.GetObjectRow(0), nullptr);
+}
+
+TEST(BFeatureCollectionGetAt, HandsOutRowsWhileAnAppenderIsInUse)
+{
+    BFeatureCollection features(4);
+    BFeatureAppender appender(features, {{"a", EVariantType::Int32}});
+    std::vector<BSharedPtr<BFeature>> held;
+    for (std::int32_t i = 0; i < 40; ++i) {
+        appender.AddInt32(i);
+        appender.EndRow(EPointKind::XY, i, i, 0, static_cast<std::uint32_t>(i));
+        held.push_back(features.GetAt(static_cast<std::size_t>(i)));
+        if (i % 3 == 0) {
+            held.back()->SetName("changed");
+        }
+    }
+    for (std::int32_t i = 0; i < 40; ++i) {
+        const BFeature& feature = *held[static_cast<std::size_t>(i)];
+        EXPECT_EQ(feature.GetAttributeValue(0), BVariant(i));
+        EXPECT_EQ(feature.GetName(), i % 3 == 0 ? BString("changed") : BString::FromInteger(i));
+    }
+}
+
+TEST(BFeatureCollection, LeavesItsValuesToFeaturesInUse)
+{
+    std::optional<BFeatureCollection> features;
+    features.emplace();
+    AddMany(*features, 20);
+    std::vector<BSharedPtr<BFeature>> held;
+    for (std::size_t i = 0; i < 10; ++i) {
+        held.push_back(features->GetAt(i));
+    }
+    const BPointGeo* point = held[3]->GetPoint();
+    held[9]->SetName("changed");
+    const auto added = MakeFeature(20);
+    features->Add(added);
+    features.reset();
+    EXPECT_EQ(held[3]->GetPoint(), point);
+    for (std::int32_t i = 0; i < 9; ++i) {
+        EXPECT_FALSE(held[static_cast<std::size_t>(i)]->IsAttached());
+        ExpectFeature(*held[static_cast<std::size_t>(i)], i);
+    }
+    EXPECT_EQ(held[9]->GetName(), BString("changed"));
+    ExpectFeature(*added, 20);
+
+    BFeatureCollection others;
+    others.Add(held[0]);
+    held[0].Reset();
+    ExpectFeature(*others.GetAt(0), 0);
+}
+
+TEST(BFeatureCollectionClear, DropsEverythingAndStartsAgain)
+{
+    BFeatureCollection features(5);
+    AddMany(features, 12);
+    const auto held = features.GetAt(4);
+    features.GetAt(6)->SetName("changed");
+    features.Clear();
+    EXPECT_EQ(features.GetCount(), 0U);
+    EXPECT_EQ(features.GetPageCount(), 0U);
+    EXPECT_EQ(features.GetObjectRowCount(), 0U);
+    EXPECT_TRUE(features.GetMBB().IsEmpty());
+    EXPECT_FALSE(held->IsAttached());
+    ExpectFeature(*held, 4);
+    AddMany(features, 3);
+    ExpectFeature(*features.GetAt(2), 2);
+    ExpectFeature(*held, 4);
+}
+
+TEST(BFeatureCollectionGetMBB, CountsEveryRowOnceWithItsOwnBox)
+{
+    BFeatureCollection features(4);
+    EXPECT_TRUE(features.GetMBB().IsEmpty());
+    AddMany(features, 11);
+    EXPECT_EQ(features.GetMBB().minX, 0);
+    EXPECT_EQ(features.GetMBB().maxX, 10);
+    EXPECT_EQ(features.GetMBB().minY, -10);
+    features.GetAt(10)->SetMBR(BMBB());
+    EXPECT_EQ(features.GetMBB().maxX, 9);
+    BMBB wide;
+    wide.Include(-50, 7, 3);
+    features.GetAt(1)->SetMBR(wide);
+    EXPECT_EQ(features.GetMBB().minX, -50);
+    EXPECT_EQ(features.GetMBB().maxY, 7);
+    EXPECT_EQ(features.GetMBB().maxZ, 3);
+}
+
+} // namespace
+
+} // namespace Orvane
