@@ -1,5 +1,5 @@
 // Carries out the reader's rules step by step.
-#include "LiteralReader.h"
+#include "support/LiteralReader.h"
 
 #include <Orvane/BException.h>
 #include <Orvane/BStringQt.h>
@@ -567,6 +567,45 @@ double AnglePart(const QString& part, bool mayHaveFraction)
     return ToDouble(part);
 }
 
+/// Takes what the pattern matches off the front of the text.
+QString TakeFront(QString& text, const QString& pattern)
+{
+    const QRegularExpression expression(QStringLiteral("\\A(?:") + pattern + QLatin1Char(')'),
+                                        QRegularExpression::CaseInsensitiveOption |
+                                            QRegularExpression::UseUnicodePropertiesOption);
+    const QString front = expression.match(text).captured();
+    text.remove(0, front.size());
+    return front;
+}
+
+/// The numbers of an angle whose parts stand apart; a mark must be the one of the part it closes.
+QStringList PartsApart(QString rest)
+{
+    const QStringList marks = {QStringLiteral("[\u00b0\u00bad]"),
+                               QStringLiteral("['\u2019\u2032m](?!['\u2019\u2032])"),
+                               QStringLiteral("''|\u2019\u2019|\u2032\u2032|[\"\u201d\u2033s]")};
+    QStringList parts;
+    do {
+        parts.append(TakeFront(rest, QStringLiteral("[0-9.]+")));
+        if (parts.size() > marks.size()) {
+            RefuseDegrees();
+        }
+        const QString closing =
+            TakeFront(rest, QStringLiteral("\\s*(?:%1)?\\s*").arg(marks[parts.size() - 1]));
+        if (rest.isEmpty()) {
+            break;
+        }
+        // A minus behind white space and in front of a digit would be a sign.
+        const bool mayBeSign = !closing.isEmpty() && closing.back().isSpace();
+        const QString between = TakeFront(
+            rest, mayBeSign ? QStringLiteral(":\\s*|-\\s+") : QStringLiteral("[:\\-]\\s*"));
+        if (closing.isEmpty() && between.isEmpty()) {
+            RefuseDegrees();
+        }
+    } while (true);
+    return parts;
+}
+
 /// An angle written by people, in decimal degrees.
 double FormattedDegrees(const QString& format, const QString& text)
 {
@@ -583,7 +622,7 @@ double FormattedDegrees(const QString& format, const QString& text)
         RefuseDegrees();
     }
 
-    QString rest = Trim(text);
+    QString rest = text.trimmed();
     bool isSigned = false;
     bool isNegative = false;
     if (rest.startsWith(QLatin1Char('-')) || rest.startsWith(QLatin1Char('+'))) {
@@ -609,7 +648,7 @@ double FormattedDegrees(const QString& format, const QString& text)
 
     QStringList parts;
     if (isPacked) {
-        const QString packed = Trim(rest);
+        const QString packed = rest.trimmed();
         const QString digits = packed.section(QLatin1Char('.'), 0, 0);
         const QString fraction = packed.mid(digits.size());
         QString left = digits;
@@ -622,16 +661,10 @@ double FormattedDegrees(const QString& format, const QString& text)
             }
         }
         parts.prepend(left.isEmpty() ? QStringLiteral("0") : left);
-        parts.last() += fraction;
-        if (digits.isEmpty()) {
-            RefuseDegrees();
-        }
+        parts.last() = (digits.isEmpty() ? QString() : parts.last()) + fraction;
     } else {
-        static const QRegularExpression kApart(
-            QStringLiteral("[\\s:\\-\u00b0\u00ba\u2032\u2033\u2019\u201d'\"dms]+"),
-            QRegularExpression::CaseInsensitiveOption);
-        parts = rest.split(kApart, Qt::SkipEmptyParts);
-        if (parts.isEmpty() || parts.size() > partCount) {
+        parts = PartsApart(rest.trimmed());
+        if (parts.size() > partCount) {
             RefuseDegrees();
         }
     }
@@ -771,7 +804,8 @@ public:
 private:
     QString GetSafeLine();
     void Refill();
-    QString DecodeNext(const QByteArray& bytes);
+    [[nodiscard]] QTextCodec* ChooseCodec() const;
+    QString DecodeNext(const QTextCodec& codec, const QByteArray& bytes);
     [[nodiscard]] bool AtEnd() const;
     bool IsHeaderLine(const QString& line);
     void Rewind();
@@ -882,32 +916,35 @@ void Engine::Rewind()
     m_unitsSoFar = 0;
 }
 
-/// The units that the bytes complete. The whole file's text decides; what the bytes read so far
-/// have in common with it is what is decoded, and the last block brings all that is left.
-QString Engine::DecodeNext(const QByteArray& bytes)
+QTextCodec* Engine::ChooseCodec() const
 {
-    QTextCodec* codec = nullptr;
     if (m_params.HasProperty(kCodec)) {
         const QString name = MakeQString(m_params.GetString(kCodec));
-        codec = QTextCodec::codecForName(name.toLatin1());
+        QTextCodec* codec = QTextCodec::codecForName(name.toLatin1());
         if (codec == nullptr) {
             throw BException(MakeBString(QStringLiteral("The text codec <") + name +
                                          QStringLiteral("> is not available.")),
                              "AsciiFile::GetSafeLine");
         }
-    } else if (m_params.HasProperty(kCodecForLocale)) {
-        codec = QTextCodec::codecForLocale();
-    } else {
-        codec = QTextCodec::codecForName("ISO-8859-1");
+        return codec;
     }
+    if (m_params.HasProperty(kCodecForLocale)) {
+        return QTextCodec::codecForLocale();
+    }
+    return QTextCodec::codecForName("ISO-8859-1");
+}
 
+/// The units that the bytes complete. The whole file's text decides; what the bytes read so far
+/// have in common with it is what is decoded, and the last block brings all that is left.
+QString Engine::DecodeNext(const QTextCodec& codec, const QByteArray& bytes)
+{
     m_bytesSoFar.append(bytes);
     QFile again(m_fullPath);
     again.open(QIODevice::ReadOnly);
-    const QString whole = codec->toUnicode(again.readAll());
+    const QString whole = codec.toUnicode(again.readAll());
     qsizetype end = whole.size();
     if (!m_device->atEnd()) {
-        const QString text = codec->toUnicode(m_bytesSoFar);
+        const QString text = codec.toUnicode(m_bytesSoFar);
         end = m_unitsSoFar;
         while (end < text.size() && end < whole.size() && text[end] == whole[end]) {
             end += 1;
@@ -920,8 +957,10 @@ QString Engine::DecodeNext(const QByteArray& bytes)
 
 void Engine::Refill()
 {
+    // Without a codec nothing is taken from the file, so that a later read fails alike.
+    const QTextCodec* codec = ChooseCodec();
     const QByteArray bytes = m_device->read(std::min(m_blockSize, m_device->bytesAvailable()));
-    const QString block = m_carry + DecodeNext(bytes);
+    const QString block = m_carry + DecodeNext(*codec, bytes);
     m_carry.clear();
     if (block.isEmpty()) {
         return;

@@ -1,5 +1,5 @@
 // Makes random delimited files and options: mostly sound ones, with every known oddity mixed in.
-#include "RandomFiles.h"
+#include "support/RandomFiles.h"
 
 #include <Orvane/BStringQt.h>
 #include <Orvane/Constants.h>
@@ -290,7 +290,7 @@ QString MakeField(Dice& dice, const QString& value, const QString& separator)
     if (dice.Chance(3)) {
         field.append(QLatin1Char(' '));
     }
-    if (dice.Chance(1)) {
+    if (dice.Chance(2)) {
         field.chop(1);
     }
     return field;

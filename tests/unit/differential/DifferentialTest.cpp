@@ -497,17 +497,18 @@ bool HasFeature(const Trace& trace)
 constexpr std::size_t kFullBlock = LiteralReader::Reader::kBlockSize;
 
 /// Environment: ORVANE_DIFFERENTIAL_CASES (3000), ORVANE_DIFFERENTIAL_SEED (1),
-/// ORVANE_DIFFERENTIAL_FIRST (0) is the number of the first case.
+/// ORVANE_DIFFERENTIAL_FIRST (0) is the number of the first case, ORVANE_DIFFERENTIAL_SHOWN (5)
+/// bounds the mismatches that are printed.
 TEST(DifferentialReading, AgreesWithTheLiteralReaderOnRandomFiles)
 {
     const std::uint64_t caseCount = NumberFromEnvironment("ORVANE_DIFFERENTIAL_CASES", 3000);
     const std::uint64_t seed = NumberFromEnvironment("ORVANE_DIFFERENTIAL_SEED", 1);
     const std::uint64_t first = NumberFromEnvironment("ORVANE_DIFFERENTIAL_FIRST", 0);
-    constexpr int kMostShown = 5;
+    const std::uint64_t mostShown = NumberFromEnvironment("ORVANE_DIFFERENTIAL_SHOWN", 5);
 
     const QTemporaryDir folder;
     ASSERT_TRUE(folder.isValid());
-    int mismatches = 0;
+    std::uint64_t mismatches = 0;
     std::uint64_t withFeatures = 0;
     for (std::uint64_t number = first; number < first + caseCount; ++number) {
         const Case input = RandomFiles::MakeCase(seed, number);
@@ -521,7 +522,7 @@ TEST(DifferentialReading, AgreesWithTheLiteralReaderOnRandomFiles)
             const std::string difference = FirstDifference(expected, actual);
             if (!difference.empty()) {
                 ++mismatches;
-                if (mismatches <= kMostShown) {
+                if (mismatches <= mostShown) {
                     ADD_FAILURE() << title << "\n"
                                   << difference << RandomFiles::DescribeCase(input);
                 }
@@ -538,7 +539,7 @@ TEST(DifferentialReading, AgreesWithTheLiteralReaderOnRandomFiles)
                 Perform<EngineHost>(path, input, input.smallBlockSize));
         QFile::remove(path);
     }
-    EXPECT_EQ(mismatches, 0) << "of " << caseCount << " cases";
+    EXPECT_EQ(mismatches, 0U) << "of " << caseCount << " cases";
     if (caseCount >= 100) {
         EXPECT_GT(withFeatures, caseCount / 4) << "the random files hardly reach the rows";
     }
