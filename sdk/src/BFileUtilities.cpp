@@ -7,17 +7,27 @@
 
 namespace Orvane::BFileUtilities {
 
+namespace {
+
+/// The path for Qt, which takes a colon in front for a resource inside the program.
+QString FilePath(const BString& path)
+{
+    return path.StartsWith(u":") ? QStringLiteral("./") + MakeQString(path) : MakeQString(path);
+}
+
+} // namespace
+
 BString CompletePath(const BString& path)
 {
     if (path.IsEmpty()) {
         return {};
     }
-    return MakeBString(QDir::cleanPath(QFileInfo(MakeQString(path)).absoluteFilePath()));
+    return MakeBString(QDir::cleanPath(QFileInfo(FilePath(path)).absoluteFilePath()));
 }
 
 bool Exists(const BString& path)
 {
-    return QFileInfo::exists(MakeQString(path));
+    return QFileInfo::exists(FilePath(path));
 }
 
 } // namespace Orvane::BFileUtilities

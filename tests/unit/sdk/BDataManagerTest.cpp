@@ -308,8 +308,6 @@ struct Texts
 {
     std::string location;
     std::string message;
-
-    friend bool operator==(const Texts&, const Texts&) = default;
 };
 
 template <typename Action>

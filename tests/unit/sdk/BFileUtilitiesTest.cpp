@@ -81,6 +81,16 @@ TEST_F(BFileUtilitiesTest, SeesNamesOutsideAscii)
     EXPECT_TRUE(BFileUtilities::Exists(PathOf("m\xC3\xA9t\xC3\xA9o \xF0\x9F\x98\x80.csv")));
 }
 
+TEST_F(BFileUtilitiesTest, TakesAColonInFrontForAnOrdinaryName)
+{
+    std::filesystem::current_path(m_folder);
+    const std::string here = std::filesystem::current_path().string();
+    std::ofstream(m_folder / ":data.csv") << "x";
+    EXPECT_EQ(BFileUtilities::CompletePath(":data.csv"), BString(here + "/:data.csv"));
+    EXPECT_TRUE(BFileUtilities::Exists(":data.csv"));
+    EXPECT_FALSE(BFileUtilities::Exists(":"));
+}
+
 TEST_F(BFileUtilitiesTest, FollowsLinks)
 {
     std::filesystem::create_symlink("target", m_folder / "link");
