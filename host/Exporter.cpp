@@ -43,7 +43,7 @@ constexpr ExportFormat kFormats[] = {
     {".geojsonl", "GeoJSONSeq", ExportFormat::ENames::Unique, false, false, false},
     {".geojsons", "GeoJSONSeq", ExportFormat::ENames::Unique, false, false, false},
     {".shp", "ESRI Shapefile", ExportFormat::ENames::Dbase, false, false, false},
-    {".csv", "CSV", ExportFormat::ENames::Any, true, true, true},
+    {".csv", "CSV", ExportFormat::ENames::UniqueIgnoreCase, true, true, true},
 };
 
 /// Collects what GDAL says instead of letting it print.
@@ -551,10 +551,6 @@ private:
             options.SetNameValue("FID", FindFreeName(m_plan.fields, "fid").c_str());
             options.SetNameValue("GEOMETRY_NAME", FindFreeName(m_plan.fields, "geom").c_str());
         } else if (Is("FlatGeobuf")) {
-            const LayerCounts& counts = m_request.counts;
-            const bool isComplete = counts.points == counts.rows && counts.withoutPlace == 0;
-            // The index of this format holds no feature without geometry.
-            options.SetNameValue("SPATIAL_INDEX", isComplete && counts.rows > 0 ? "YES" : "NO");
             options.SetNameValue(
                 "TEMPORARY_DIR",
                 CheckedFiles::NameFor(m_request.file.parent_path().native()).c_str());
@@ -623,6 +619,9 @@ private:
         FeatureFiller filler(
             *feature, m_request.format, m_plan.fields, m_hasGeometry, m_hasHeights);
         const Orvane::BFeatureCollection& features = m_request.layer.GetFeatures();
+        // Rule: a FlatGeobuf file holds no feature without geometry; such rows are left out and
+        // reported, since its driver would drop them without a word.
+        const bool leavesOutRows = Is("FlatGeobuf");
         std::size_t written = 0;
         Begin();
         for (std::size_t pageIndex = 0; pageIndex < features.GetPageCount(); ++pageIndex) {
@@ -633,6 +632,10 @@ private:
                     filler.FillObject(*object);
                 } else {
                     filler.FillPageRow(page, row);
+                }
+                if (leavesOutRows && feature->GetGeometryRef() == nullptr) {
+                    ++m_leftOut;
+                    continue;
                 }
                 feature->SetFID(OGRNullFID);
                 if (m_layer->CreateFeature(feature.get()) != OGRERR_NONE) {
@@ -678,6 +681,7 @@ private:
             }
         };
         add(m_losses.notFinite, " numbers are not finite and are null in the file");
+        add(m_leftOut, " rows without geometry are not in the file: its format can not hold them");
         add(m_losses.withNul, " NUL characters of texts are U+FFFD in the file");
         add(m_losses.withoutPlace,
             " points have an X or Y that is no number and no geometry in the file");
@@ -703,6 +707,7 @@ private:
     std::unique_ptr<GDALDataset, DatasetCloser> m_dataset;
     OGRLayer* m_layer = nullptr; ///< owned by the dataset
     LossCounts m_losses;
+    std::size_t m_leftOut = 0;
 };
 
 std::string FoldedExtension(const std::string& path)

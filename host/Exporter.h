@@ -23,7 +23,6 @@ struct ExportFormat
     const char* driver;    ///< GDAL's name
     /// How fields must be named.
     enum class ENames {
-        Any,              ///< every name, repeated ones too
         Unique,           ///< each name once
         UniqueIgnoreCase, ///< each name once, ASCII case ignored
         Dbase             ///< at most 10 bytes, each name once, ASCII case ignored
@@ -55,7 +54,7 @@ struct ExportRequest
 
 /// Writes the layer. Field by field as the schema has them; names are changed where the format
 /// needs it. Rows without a geometry, and points whose X or Y is no finite number, have no geometry
-/// in the file.
+/// in the file; FlatGeobuf leaves such rows out.
 /// @return notes for the user, one line each: changed names and values that the format can not
 /// hold.
 /// @throws Orvane::BException("Could not write <...>.", "Exporter", <reason>) for every error that

@@ -51,13 +51,16 @@ public:
     std::string Take(const std::string& wanted, std::size_t columnNumber)
     {
         std::string name = WithoutNul(wanted);
-        if (m_rule == Names::Any) {
-            return name;
-        }
         if (name.empty()) {
             name = "C" + std::to_string(columnNumber);
         }
-        std::string candidate = m_rule == Names::Dbase ? CutBytes(name, kDbaseBytes) : name;
+        std::string candidate = name;
+        if (m_rule == Names::Dbase) {
+            candidate = CutBytes(name, kDbaseBytes);
+            // Blanks at the end are what the format fills names up with.
+            candidate.erase(candidate.find_last_not_of(' ') + 1);
+            candidate = candidate.empty() ? "C" + std::to_string(columnNumber) : candidate;
+        }
         const std::string begin = candidate;
         std::size_t& number = m_lastNumbers[Key(begin)];
         while (!m_taken.insert(Key(candidate)).second) {
