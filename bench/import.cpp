@@ -1,0 +1,216 @@
+// The program `orvane_bench_import`: reads files through the module as a host does, and says what
+// that took. Each run is one sample; compare runs that alternate with those of another reader.
+#include <Orvane/BDataManagerProxy.h>
+#include <Orvane/BException.h>
+#include <Orvane/BPointGeo.h>
+#include <Orvane/BVectorLayer.h>
+
+#include <charconv>
+#include <chrono>
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+#include <ctime>
+#include <dlfcn.h>
+#include <fstream>
+#include <iostream>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <sys/resource.h>
+#include <system_error>
+#include <unistd.h>
+#include <utility>
+#include <vector>
+
+namespace {
+
+struct Times
+{
+    double cpu = 0;
+    double wall = 0;
+};
+
+double CpuSeconds()
+{
+    timespec now{};
+    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &now);
+    return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) * 1e-9;
+}
+
+/// Performs the work and adds what it took.
+template <typename Work>
+void Measure(Times& times, const Work& work)
+{
+    const auto wall = std::chrono::steady_clock::now();
+    const double cpu = CpuSeconds();
+    work();
+    times.cpu += CpuSeconds() - cpu;
+    times.wall += std::chrono::duration<double>(std::chrono::steady_clock::now() - wall).count();
+}
+
+/// Bytes of memory that the process has resident now.
+std::int64_t ResidentBytes()
+{
+    std::ifstream file("/proc/self/statm");
+    std::int64_t size = 0;
+    std::int64_t resident = 0;
+    file >> size >> resident;
+    return resident * sysconf(_SC_PAGESIZE);
+}
+
+std::int64_t PeakBytes()
+{
+    rusage usage{};
+    getrusage(RUSAGE_SELF, &usage);
+    return usage.ru_maxrss * std::int64_t{1024};
+}
+
+/// What the rows add up to, so that two readers can be held against each other.
+struct Totals
+{
+    std::size_t rows = 0;
+    std::size_t points = 0;
+    double x = 0;
+    double y = 0;
+    double z = 0;
+    double numbers = 0;
+    std::size_t letters = 0;
+};
+
+void Visit(Orvane::BVectorLayer& layer, Totals& totals)
+{
+    Orvane::BFeatureCollection& features = layer.GetFeatures();
+    for (std::size_t row = 0; row < features.GetCount(); ++row) {
+        const Orvane::BSharedPtr<Orvane::BFeature> feature = features.GetAt(row);
+        totals.letters += feature->GetName().GetLength();
+        if (const Orvane::BPointGeo* point = feature->GetPoint()) {
+            ++totals.points;
+            totals.x += point->GetX();
+            totals.y += point->GetY();
+            totals.z += point->HasZ() ? point->GetZ() : 0;
+        }
+        for (std::size_t index = 0; index < feature->GetAttributeCount(); ++index) {
+            const Orvane::BVariant value = feature->GetAttributeValue(index);
+            if (value.GetType() == Orvane::EVariantType::String) {
+                totals.letters += value.GetString().GetLength();
+            } else {
+                totals.numbers += value.GetDouble();
+            }
+        }
+    }
+    totals.rows += features.GetCount();
+}
+
+/// A value as the type that it looks like: integer, true or false, else text.
+Orvane::BVariant ParseValue(std::string_view text)
+{
+    std::int32_t integer = 0;
+    const auto result = std::from_chars(text.data(), text.data() + text.size(), integer);
+    if (!text.empty() && result.ec == std::errc() && result.ptr == text.data() + text.size()) {
+        return Orvane::BVariant(integer);
+    }
+    if (text == "true" || text == "false") {
+        return Orvane::BVariant(text == "true");
+    }
+    return Orvane::BVariant(Orvane::BString::FromUtf8(text));
+}
+
+struct Arguments
+{
+    std::vector<std::string> files;
+    Orvane::BParamList options;
+};
+
+Arguments Parse(const std::vector<std::string_view>& words)
+{
+    Arguments arguments;
+    for (const std::string_view word : words) {
+        const std::size_t equals = word.find('=');
+        if (equals == std::string_view::npos) {
+            arguments.files.emplace_back(word);
+        } else {
+            arguments.options.Add(Orvane::BString::FromUtf8(word.substr(0, equals)),
+                                  ParseValue(word.substr(equals + 1)));
+        }
+    }
+    return arguments;
+}
+
+Orvane::BDataManagerProxy& LoadProxy(const char* module)
+{
+    void* handle = dlopen(module, RTLD_NOW | RTLD_LOCAL);
+    void* symbol = handle == nullptr ? nullptr : dlsym(handle, Orvane::kGetDataMgrProxyName);
+    if (symbol == nullptr) {
+        throw std::runtime_error(dlerror());
+    }
+    Orvane::GetDataMgrProxyFunction getProxy = nullptr;
+    std::memcpy(&getProxy, &symbol, sizeof getProxy);
+    return *getProxy();
+}
+
+void PrintTimes(const char* name, const Times& times)
+{
+    std::printf("%s_cpu_s %.6f\n%s_wall_s %.6f\n", name, times.cpu, name, times.wall);
+}
+
+void Run(Orvane::BDataManagerProxy& proxy, const Arguments& arguments)
+{
+    Times open;
+    Times read;
+    Times visit;
+    Totals totals;
+    const std::int64_t before = ResidentBytes();
+    std::int64_t kept = 0;
+    std::int64_t peakOfRead = 0;
+    for (const std::string& file : arguments.files) {
+        const Orvane::BString path = Orvane::BString::FromUtf8(file);
+        Orvane::BDataReader* reader = proxy.CreateReader(path, arguments.options, nullptr, nullptr);
+        Measure(open, [&] { reader->Open(path, arguments.options); });
+        Measure(read, [&] {
+            reader->Read();
+            reader->Close();
+        });
+        kept = ResidentBytes() - before;
+        peakOfRead = PeakBytes();
+        Measure(visit, [&] { Visit(*reader->GetLayers().GetAt(0), totals); });
+        proxy.DestroyObject(reader);
+    }
+    std::printf(
+        "files %zu\nrows %zu\npoints %zu\n", arguments.files.size(), totals.rows, totals.points);
+    std::printf("sum_x %.17g\nsum_y %.17g\nsum_z %.17g\nsum_numbers %.17g\nletters %zu\n",
+                totals.x,
+                totals.y,
+                totals.z,
+                totals.numbers,
+                totals.letters);
+    PrintTimes("open", open);
+    PrintTimes("read", read);
+    PrintTimes("visit", visit);
+    std::printf("resident_before_bytes %lld\nkept_bytes %lld\npeak_bytes %lld\n",
+                static_cast<long long>(before),
+                static_cast<long long>(kept),
+                static_cast<long long>(peakOfRead));
+}
+
+} // namespace
+
+int main(int argumentCount, char** argumentTexts)
+{
+    if (argumentCount < 3) {
+        std::cerr << "usage: orvane_bench_import MODULE FILE... [KEY=VALUE]...\n"
+                     "\n"
+                     "kept_bytes is what the last file's layer left resident.\n";
+        return 2;
+    }
+    try {
+        Run(LoadProxy(argumentTexts[1]), Parse({argumentTexts + 2, argumentTexts + argumentCount}));
+        return 0;
+    } catch (const Orvane::BException& error) {
+        std::cerr << error.GetMessage().ToUtf8() << " (" << error.GetLocation().ToUtf8() << ") "
+                  << error.GetDetails().ToUtf8() << '\n';
+    } catch (const std::exception& error) {
+        std::cerr << error.what() << '\n';
+    }
+    return 1;
+}
