@@ -4,7 +4,6 @@
 #include "file/HeaderRule.h"
 #include "file/LineSource.h"
 #include "layer/AsciiUtils.h"
-#include "layer/Separator.h"
 #include "schema/AsciiSchema.h"
 
 #include <Orvane/BAttributeDefs.h>
@@ -117,13 +116,9 @@ public:
 private:
     /// Takes the next line by the rule of GetSafeLine, as a view. @return false at the end.
     bool NextLine(SourceLine& line);
-    /// Completes a line whose quotes are open with the lines behind it.
-    void JoinOpenQuotes(SourceLine& line, Orvane::BString& joined, std::uint32_t& lineNumber);
-    void NormaliseParams();
     void OpenForReading();
     void OpenForWriting();
     void RequireReadMode(const char* location) const;
-    [[nodiscard]] Separator MakeSeparator() const;
     Row ReadPreviewLine(bool& isBlank);
 
     friend Orvane::BAttributeDefs AsciiSchema::ScanAllRows(AsciiFile& file,

@@ -1,6 +1,6 @@
 // Separator detection and preview: what the engine tells from the first lines.
 #include "file/AsciiFile.h"
-#include "layer/ValueRules.h"
+#include "layer/Separator.h"
 #include "reader/Constants.h"
 
 #include <Orvane/BException.h>

@@ -2,6 +2,7 @@
 #include "file/LineSource.h"
 
 #include "file/Utf8.h"
+#include "kernels/Kernels.h"
 #include "layer/ValueRules.h"
 #include "reader/Constants.h"
 
@@ -12,6 +13,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <limits>
 #include <utility>
 
 namespace AsciiReader {
@@ -56,6 +58,16 @@ std::size_t FindLastCrLf(Text<Unit> text) noexcept
         at = at == 0 ? kNotFound<Unit> : text.rfind(Unit('\n'), at - 1);
     }
     return at == kNotFound<Unit> ? at : at - 1;
+}
+
+std::size_t CountQuotes(Text<char> text) noexcept
+{
+    return Kernels::Best().countByte(text.data(), text.size(), '"');
+}
+
+std::size_t CountQuotes(Text<char16_t> text) noexcept
+{
+    return ValueRules::CountQuotes(text);
 }
 
 template <typename Unit>
@@ -116,6 +128,28 @@ void LineSource::Release()
 bool LineSource::HasPending() const noexcept
 {
     return !m_putBack.empty() || m_entries.Any();
+}
+
+bool LineSource::GetBlock(LineBlock& block) const noexcept
+{
+    const bool hasLines = m_putBack.empty() && m_entries.lineBegin < m_entries.linesEnd;
+    if (!hasLines || m_unit == ETextUnit::Utf16 ||
+        m_entries.linesTextEnd > std::numeric_limits<std::uint32_t>::max() - Kernels::kPadding) {
+        return false;
+    }
+    block = {m_bytes.Data(),
+             m_entries.lineBegin,
+             m_entries.linesTextEnd,
+             m_entries.ending == Ending::Cr ? '\r' : '\n',
+             m_entries.ending == Ending::CrLf,
+             m_entries.haveQuotes,
+             m_unit};
+    return true;
+}
+
+void LineSource::SkipTo(std::size_t position) noexcept
+{
+    m_entries.lineBegin = std::min(position, m_entries.linesEnd);
 }
 
 bool LineSource::AtEnd() const
@@ -307,7 +341,7 @@ std::size_t LineSource::ReadBytes()
     const std::size_t wanted =
         std::min(m_blockSize, std::max<std::size_t>(static_cast<std::size_t>(left), 4096));
     m_bytes.Resize(kept);
-    m_bytes.ReserveMore(wanted);
+    m_bytes.ReserveMore(wanted + Kernels::kPadding);
     const qint64 got = m_device->read(m_bytes.Data() + kept, static_cast<qint64>(wanted));
     if (got < 0) {
         throw BException(BString::Format("Could not read from the file <%ls>.",
@@ -444,9 +478,10 @@ void LineSource::CutText(Text<Unit> text, bool isLast)
     }
     m_carryBegin = cutEnd;
 
-    const std::size_t quotes = ValueRules::CountQuotes<Unit>(text.substr(0, cutEnd));
+    const std::size_t quotes = CountQuotes(text.substr(0, cutEnd));
     m_entries.haveQuotes = quotes > 0;
     m_entries.linesEnd = cutEnd;
+    m_entries.linesTextEnd = cutEnd;
     const std::size_t endingSize = m_entries.ending == Ending::CrLf ? 2 : 1;
     if (quotes % 2 != 0) {
         // Rule: the lines in front of the one that stays open are kept.
@@ -457,6 +492,7 @@ void LineSource::CutText(Text<Unit> text, bool isLast)
             end = FindLogicalEnd(text.substr(0, cutEnd), begin);
         }
         m_entries.linesEnd = begin;
+        m_entries.linesTextEnd = begin;
         throw Orvane::BFileContentNotValidException(kLocation, "File contains an unmatched quote.");
     }
     if (isLast) {
@@ -485,6 +521,7 @@ void LineSource::CutText(Text<Unit> text, bool isLast)
         end -= endingSize;
     }
     m_entries.linesEnd = end;
+    m_entries.linesTextEnd = std::min(end + endingSize, cutEnd);
 }
 
 } // namespace AsciiReader

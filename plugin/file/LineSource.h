@@ -28,6 +28,18 @@ struct SourceLine
     bool mayBeOdd = false;
 };
 
+/// The pending lines that one block holds in bytes, uncut.
+struct LineBlock
+{
+    const char* text;  ///< kPadding bytes of Kernels.h are readable behind `end`
+    std::size_t begin; ///< where the next pending line begins
+    std::size_t end;   ///< behind the line ending of the last one
+    char lineEnd;      ///< last byte of a line ending
+    bool isCrLf;       ///< a line ending is "\r\n"
+    bool hasQuotes;    ///< lines go on over endings inside quotes; quotes balance from begin to end
+    ETextUnit unit;
+};
+
 /// The pending lines of an open file.
 ///
 /// A block is read, decoded once and kept; lines are views into it. ISO-8859-1 and valid UTF-8
@@ -70,6 +82,12 @@ public:
     ///     "AsciiFile::GetSafeLine", <system's text>).
     bool Next(const Orvane::BParamList& options, SourceLine& line);
 
+    /// Gives the foremost pending entries uncut. @return false when they are not lines of a block
+    /// that stayed bytes, or when the block is too large for 32-bit positions.
+    [[nodiscard]] bool GetBlock(LineBlock& block) const noexcept;
+    /// Drops the lines of GetBlock in front of `position`, where a line begins or the block ends.
+    void SkipTo(std::size_t position) noexcept;
+
     [[nodiscard]] bool HasPending() const noexcept;
     /// True when the device is at its end and nothing is pending.
     [[nodiscard]] bool AtEnd() const;
@@ -101,6 +119,7 @@ private:
     {
         std::size_t lineBegin = 0;
         std::size_t linesEnd = 0;
+        std::size_t linesTextEnd = 0; ///< with the ending of the last line
         std::size_t lastLineBegin = 0;
         std::size_t lastLineEnd = 0;
         Ending ending = Ending::None;

@@ -10,8 +10,9 @@
 #include <Orvane/BPointGeo.h>
 #include <Orvane/Constants.h>
 
-#include <cmath>
+#include <algorithm>
 #include <limits>
+#include <utility>
 
 namespace AsciiReader {
 
@@ -131,6 +132,22 @@ private:
     Orvane::BAttributes m_attributes;
 };
 
+FieldPlan::Kind KindOf(EVariantType type)
+{
+    switch (type) {
+    case EVariantType::Int32:
+        return FieldPlan::Kind::Int32;
+    case EVariantType::Double:
+        return FieldPlan::Kind::Double;
+    case EVariantType::Float:
+        return FieldPlan::Kind::Float;
+    case EVariantType::Boolean:
+        return FieldPlan::Kind::Boolean;
+    default:
+        return FieldPlan::Kind::Text;
+    }
+}
+
 } // namespace
 
 BString MakeAttributeName(std::size_t attributeIndex)
@@ -167,6 +184,62 @@ RowPlan::RowPlan(Orvane::BAttributeDefs& schema,
             m_z.multiplier = options.GetDouble(Orvane::Z_MULTIPLIER, 0.0);
         }
     }
+    PlanRegularRow();
+}
+
+void RowPlan::PlanRegularRow()
+{
+    const std::size_t definitions = m_schema.GetCount();
+    const bool isByColumn = definitions > 0 && !m_hasNameColumn && m_x.format.IsEmpty() &&
+                            m_y.format.IsEmpty() && m_z.format.IsEmpty();
+    if (!isByColumn) {
+        return;
+    }
+    std::size_t coordinates = 0;
+    for (const Coordinate* coordinate : {&m_x, &m_y, &m_z}) {
+        coordinates += coordinate->fieldIndex != kNoField ? 1 : 0;
+    }
+    const std::size_t count = definitions + coordinates;
+    std::vector<FieldPlan> fields;
+    std::size_t column = 0;
+    for (std::size_t index = 0; index < count && column <= definitions; ++index) {
+        const auto fieldIndex = static_cast<std::int64_t>(index);
+        if (fieldIndex == m_x.fieldIndex) {
+            fields.push_back({FieldPlan::Kind::X, 0});
+        } else if (fieldIndex == m_y.fieldIndex) {
+            fields.push_back({FieldPlan::Kind::Y, 0});
+        } else if (fieldIndex == m_z.fieldIndex) {
+            fields.push_back({FieldPlan::Kind::Z, 0});
+        } else if (column < definitions) {
+            fields.push_back({KindOf(m_schema.GetAt(column).GetType()), column});
+            ++column;
+        } else {
+            // A coordinate column lies outside the row, or two of them are one.
+            return;
+        }
+    }
+    m_regularRow = std::move(fields);
+}
+
+double RowPlan::GetMultiplier(FieldPlan::Kind coordinate) const noexcept
+{
+    if (coordinate == FieldPlan::Kind::X) {
+        return m_x.multiplier;
+    }
+    return coordinate == FieldPlan::Kind::Y ? m_y.multiplier : m_z.multiplier;
+}
+
+std::size_t RowPlan::GetWidth(std::size_t columnIndex) const
+{
+    return static_cast<std::size_t>(std::max(m_schema.GetAt(columnIndex).GetLength(), 0));
+}
+
+void RowPlan::RaiseWidth(std::size_t columnIndex, std::size_t length) const
+{
+    Orvane::BAttributeDef& def = m_schema.GetAt(columnIndex);
+    if (def.GetType() == EVariantType::String) {
+        def.SetLength(std::max(static_cast<std::int32_t>(length), def.GetLength()));
+    }
 }
 
 std::vector<Orvane::BColumnInfo> RowPlan::MakeColumns() const
@@ -176,9 +249,7 @@ std::vector<Orvane::BColumnInfo> RowPlan::MakeColumns() const
     for (std::size_t index = 0; index < m_schema.GetCount(); ++index) {
         const Orvane::BAttributeDef& def = m_schema.GetAt(index);
         // Rule: types without a conversion, 64-bit integers among them, are carried as text.
-        const bool isConverted =
-            def.GetType() == EVariantType::Int32 || def.GetType() == EVariantType::Double ||
-            def.GetType() == EVariantType::Float || def.GetType() == EVariantType::Boolean;
+        const bool isConverted = KindOf(def.GetType()) != FieldPlan::Kind::Text;
         columns.push_back({def.GetName(), isConverted ? def.GetType() : EVariantType::String});
     }
     return columns;

@@ -22,6 +22,15 @@ namespace AsciiReader {
 
 class SplitRow;
 
+/// What one field of a regular row becomes.
+struct FieldPlan
+{
+    enum class Kind : std::uint8_t { X, Y, Z, Int32, Double, Float, Boolean, Text };
+
+    Kind kind;
+    std::size_t columnIndex; ///< column of an attribute, 0 for coordinates
+};
+
 /// The options and the schema of a read, resolved: column numbers, multipliers, formats, and the
 /// type of each attribute. The rules are those of AsciiLayer::ParsedToFeature.
 class RowPlan
@@ -37,6 +46,19 @@ public:
     /// The columns in which a layer stores the rows: those of the schema; none for an empty one,
     /// whose columns "attribute0", "attribute1", ... are added as rows need them.
     [[nodiscard]] std::vector<Orvane::BColumnInfo> MakeColumns() const;
+
+    /// The fields of a row that has one for each coordinate and each definition, for conversion
+    /// column by column; empty when rows have to be converted one by one (no schema, a name column,
+    /// coordinate formats, coordinate columns outside such a row or used twice).
+    [[nodiscard]] const std::vector<FieldPlan>& GetRegularRow() const noexcept
+    {
+        return m_regularRow;
+    }
+
+    [[nodiscard]] double GetMultiplier(FieldPlan::Kind coordinate) const noexcept;
+    /// Raises the width of a string column to a length in UTF-16 units; other columns keep theirs.
+    void RaiseWidth(std::size_t columnIndex, std::size_t length) const;
+    [[nodiscard]] std::size_t GetWidth(std::size_t columnIndex) const;
 
     /// Appends the feature of a row to a layer. @throws as AsciiLayer::ParsedToFeature; the layer
     /// is unchanged then.
@@ -55,9 +77,12 @@ public:
                                 double& value);
 
 private:
+    /// No column: no row has a field of this index.
+    static constexpr std::int64_t kNoField = -1;
+
     struct Coordinate
     {
-        std::int64_t fieldIndex = -1;
+        std::int64_t fieldIndex = kNoField;
         double multiplier = 1.0;
         Orvane::BString format;
     };
@@ -72,7 +97,10 @@ private:
     /// Field that names the row, -1 without a name column. @throws the name-column errors.
     [[nodiscard]] std::int64_t FindNameField(std::size_t fieldCount) const;
 
+    void PlanRegularRow();
+
     Orvane::BAttributeDefs& m_schema;
+    std::vector<FieldPlan> m_regularRow;
     Coordinate m_x;
     Coordinate m_y;
     Coordinate m_z;

@@ -73,12 +73,14 @@ bool IsWellFormed(std::u16string_view text)
     return true;
 }
 
-/// Takes quotes and escapes off one part and appends it to the row.
+/// Takes quotes and escapes off one part. A part that must change is appended to `unquoted`, which
+/// has room for it.
 ///
 /// Rule: a part that begins with a quote loses its last unit too, whatever that unit is. Then pairs
 /// of quotes become one, then backslashes in front of quotes go.
 template <typename Unit>
-void AppendUnquoted(std::basic_string_view<Unit> part, FieldList<Unit>& out)
+std::basic_string_view<Unit> UnquotePart(std::basic_string_view<Unit> part,
+                                         std::basic_string<Unit>& unquoted)
 {
     constexpr Unit kQuote = Unit('"');
     constexpr Unit kBackslash = Unit('\\');
@@ -87,23 +89,22 @@ void AppendUnquoted(std::basic_string_view<Unit> part, FieldList<Unit>& out)
     }
     std::size_t quoteAt = part.find(kQuote);
     if (quoteAt == std::basic_string_view<Unit>::npos) {
-        out.fields.push_back(part);
-        return;
+        return part;
     }
-    const std::size_t begin = out.unquoted.size();
+    const std::size_t begin = unquoted.size();
     std::size_t from = 0;
     while (quoteAt != std::basic_string_view<Unit>::npos) {
-        out.unquoted.append(part, from, quoteAt + 1 - from);
+        unquoted.append(part, from, quoteAt + 1 - from);
         from = quoteAt + 1;
         if (from < part.size() && part[from] == kQuote) {
             ++from;
         }
         quoteAt = part.find(kQuote, from);
     }
-    out.unquoted.append(part, from);
+    unquoted.append(part, from);
     // The second pass reads what the first one made: `\""` ends as one quote.
-    Unit* const data = out.unquoted.data();
-    const std::size_t end = out.unquoted.size();
+    Unit* const data = unquoted.data();
+    const std::size_t end = unquoted.size();
     std::size_t to = begin;
     for (std::size_t at = begin; at < end; ++at) {
         if (data[at] == kBackslash && at + 1 < end && data[at + 1] == kQuote) {
@@ -111,8 +112,8 @@ void AppendUnquoted(std::basic_string_view<Unit> part, FieldList<Unit>& out)
         }
         data[to++] = data[at];
     }
-    out.unquoted.resize(to);
-    out.fields.push_back(std::basic_string_view<Unit>(out.unquoted).substr(begin));
+    unquoted.resize(to);
+    return std::basic_string_view<Unit>(unquoted).substr(begin);
 }
 
 /// Collects the parts of one line; knows whether any was not empty.
@@ -132,7 +133,7 @@ public:
     void Append(std::basic_string_view<Unit> part)
     {
         m_anyContent = m_anyContent || !part.empty();
-        AppendUnquoted(part, m_out);
+        m_out.fields.push_back(UnquotePart(part, m_out.unquoted));
     }
 
     void AppendPlain(std::basic_string_view<Unit> part)
@@ -155,6 +156,13 @@ private:
 };
 
 } // namespace
+
+std::string_view Unquote(std::string_view part, std::string& scratch)
+{
+    scratch.clear();
+    scratch.reserve(part.size());
+    return UnquotePart(part, scratch);
+}
 
 QRegularExpression MakeSeparatorPattern(const QString& literal)
 {

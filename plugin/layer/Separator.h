@@ -113,6 +113,10 @@ private:
     std::u16string m_line; ///< the line, when it had to be widened
 };
 
+/// Takes quotes and escapes off one part of a line: the rule of AsciiUtils::SplitLine.
+/// @param scratch holds the result when it is no longer a piece of the part
+std::string_view Unquote(std::string_view part, std::string& scratch);
+
 /// The pattern of a literal separator outside quotes.
 QRegularExpression MakeSeparatorPattern(const QString& literal);
 

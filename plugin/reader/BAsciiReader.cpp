@@ -2,6 +2,7 @@
 #include "reader/BAsciiReader.h"
 
 #include "file/AsciiFile.h"
+#include "layer/Separator.h"
 #include "reader/Constants.h"
 
 #include <Orvane/BException.h>

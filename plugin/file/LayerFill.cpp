@@ -1,0 +1,469 @@
+// The row loop: takes the pending lines of a file and puts their rows into a layer.
+#include "file/LayerFill.h"
+
+#include "layer/ValueRules.h"
+
+#include <Orvane/BException.h>
+
+#include <algorithm>
+#include <cstring>
+#include <limits>
+
+namespace AsciiReader {
+
+using Orvane::BException;
+using Orvane::BString;
+
+namespace {
+
+/// Bytes that are indexed at a time; a run of rows is converted while it is in the cache.
+constexpr std::size_t kWindowBytes = 65536;
+
+/// Most positions kept of a line that is not regular.
+constexpr std::size_t kMaxLinePositions = 65536;
+
+constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+
+/// A field without the first and last byte that a quote in front takes away. What else the
+/// unquoting rule changes lies behind the first quote that is left, where no number, word or
+/// coordinate goes on.
+std::string_view FieldAt(const Kernels::FieldRun& run, std::size_t row)
+{
+    const std::uint32_t begin = run.ends[row * run.stride - 1] + 1;
+    const std::uint32_t end = run.ends[row * run.stride] - run.trim;
+    std::string_view field(run.text + begin, end - begin);
+    if (run.hasQuotes && !field.empty() && field.front() == '"') {
+        field = field.size() < 2 ? field.substr(0, 0) : field.substr(1, field.size() - 2);
+    }
+    return field;
+}
+
+} // namespace
+
+LayerFill::LayerFill(const LayerFillContext& context)
+    : m_context(context)
+    , m_layer(context.features, context.plan.MakeColumns())
+    , m_kernels(Kernels::Best())
+{
+    m_structure.separator = context.separator.GetSingleByte();
+    const bool isIndexable = m_structure.separator != '\0' && m_structure.separator != '"' &&
+                             m_structure.separator != '\r' && m_structure.separator != '\n' &&
+                             !context.headerRule.IsActive();
+    if (isIndexable) {
+        m_fields = context.plan.GetRegularRow();
+        for (const FieldPlan& field : m_fields) {
+            m_hasZ = m_hasZ || field.kind == FieldPlan::Kind::Z;
+            m_hasPoint = m_hasPoint || field.kind <= FieldPlan::Kind::Z;
+        }
+    }
+}
+
+LayerFill::Result LayerFill::Run()
+{
+    SourceLine line;
+    for (;;) {
+        Step step = Step::Continue;
+        if (!m_fields.empty() && m_context.lines.GetBlock(m_block)) {
+            step = TakeBlock(m_block);
+        } else {
+            NextLine(line);
+            step = TakeLine(line);
+        }
+        switch (step) {
+        case Step::Continue:
+            break;
+        case Step::EndOfData:
+            return Result::EndOfData;
+        case Step::LimitReached:
+            return Result::LimitReached;
+        case Step::Cancelled:
+            return Result::Cancelled;
+        }
+    }
+}
+
+bool LayerFill::NextLine(SourceLine& line)
+{
+    while (m_context.lines.Next(m_context.params, line)) {
+        if (!line.text.IsEmpty() || !m_context.ignoresBlankRows) {
+            return true;
+        }
+    }
+    return false;
+}
+
+LayerFill::Step LayerFill::TakeLine(SourceLine& line)
+{
+    if (line.text.IsEmpty() && !m_context.lines.HasPending()) {
+        return Step::EndOfData;
+    }
+    // Rule: the line read when the limit is reached is dropped; a resumed read starts after it.
+    if (m_context.limit >= 1 && m_featuresAdded >= static_cast<std::uint32_t>(m_context.limit)) {
+        return Step::LimitReached;
+    }
+    if (line.mayBeOdd) {
+        JoinOpenQuotes(line);
+    }
+    // Rule: a header line is a row of one field, the line as it stands.
+    if (m_context.headerRule.IsActive() && m_context.headerRule.Test(line.text)) {
+        m_row.SetWhole(line.text);
+    } else if (line.text.IsEmpty()) {
+        m_row.SetEmpty();
+    } else {
+        m_context.separator.Split(line.text, m_row);
+    }
+    if (m_row.GetCount() != 0) {
+        try {
+            m_context.plan.AppendRow(m_row, m_lineNumber, m_layer);
+        } catch (...) {
+            throw BException(BString::Format("Failed to parse feature # %d.", m_featuresAdded),
+                             "AsciiFile::BuildLayer",
+                             BString::Format("The following line may be formatted wrong.\n\t<%ls>.",
+                                             line.text.ToString()));
+        }
+        ++m_featuresAdded;
+        if (ReportProgress() == Step::Cancelled) {
+            return Step::Cancelled;
+        }
+    }
+    // Rule: rows without fields count as lines, too.
+    m_context.currentLine = m_lineNumber++;
+    return Step::Continue;
+}
+
+LayerFill::Step LayerFill::ReportProgress()
+{
+    Orvane::BProgress* const progress = m_context.progress;
+    const bool isCancelled = progress != nullptr && progress->ShouldReport(m_lineNumber, 0) &&
+                             !progress->Report(m_lineNumber, 0);
+    return isCancelled ? Step::Cancelled : Step::Continue;
+}
+
+/// Completes a line whose quotes are open with the lines behind it.
+void LayerFill::JoinOpenQuotes(SourceLine& line)
+{
+    const auto countQuotes = [](const TextView& text) {
+        return text.Visit([](auto view) { return ValueRules::CountQuotes(view); });
+    };
+    std::size_t quotes = countQuotes(line.text);
+    if (quotes % 2 == 0) {
+        return;
+    }
+    m_joined = line.text.ToString();
+    while (quotes % 2 != 0) {
+        if (m_context.lines.AtEnd()) {
+            throw Orvane::BFileContentNotValidException("AsciiFile::GetSafeLine",
+                                                        "File contains an unmatched quote.");
+        }
+        SourceLine next;
+        NextLine(next);
+        quotes += countQuotes(next.text);
+        m_joined.Append(u"\n");
+        m_joined += next.text.ToString();
+        ++m_lineNumber;
+    }
+    line.text = TextView(m_joined.View());
+}
+
+LayerFill::Step LayerFill::TakeBlock(const LineBlock& block)
+{
+    m_structure.lineEnd = block.lineEnd;
+    m_structure.isCrLf = block.isCrLf;
+    m_structure.hasQuotes = block.hasQuotes;
+    m_indexState = Kernels::IndexState();
+    m_indexedTo = block.begin;
+    m_positions.Resize(1);
+    m_positions[0] = static_cast<std::uint32_t>(block.begin) - 1;
+    m_positionCount = 0;
+    m_nextPosition = 0;
+    m_isLongLine = false;
+    m_isMixedWindow = false;
+    Step step = Step::Continue;
+    while (step == Step::Continue) {
+        const std::size_t rows = CountRegularRows();
+        if (rows > 0) {
+            step = TakeRegularRows(block, rows);
+        } else if (m_indexState.lineEnds > 0) {
+            step = TakeIrregularLine(block);
+        } else if (!IndexMore(block)) {
+            break;
+        }
+    }
+    return step;
+}
+
+/// Indexes the next window behind the positions that are left. @return false at the block's end.
+bool LayerFill::IndexMore(const LineBlock& block)
+{
+    if (m_indexedTo >= block.end) {
+        return false;
+    }
+    // What is left belongs to one line that is not complete yet.
+    std::size_t left = m_positionCount - m_nextPosition;
+    if (left > std::max(kMaxLinePositions, m_fields.size())) {
+        left = 0;
+        m_isLongLine = true;
+    }
+    std::memmove(m_positions.Data(),
+                 m_positions.Data() + m_nextPosition,
+                 (left + 1) * sizeof(std::uint32_t));
+    m_nextPosition = 0;
+    const std::size_t to = std::min(m_indexedTo + kWindowBytes, block.end);
+    m_positions.Reserve(1 + left + (to - m_indexedTo) + Kernels::kPadding);
+    m_positionCount =
+        left +
+        m_kernels.index(
+            block.text, m_indexedTo, to, m_structure, m_indexState, m_positions.Data() + 1 + left);
+    m_indexedTo = to;
+    m_isMixedWindow = false;
+    return true;
+}
+
+bool LayerFill::IsLineEnd(std::size_t positionIndex) const noexcept
+{
+    return m_block.text[m_positions[positionIndex]] == m_structure.lineEnd;
+}
+
+/// Rows from the next one on that have one field for every plan and are not empty altogether.
+std::size_t LayerFill::CountRegularRows()
+{
+    const std::size_t fields = m_fields.size();
+    if (m_indexState.lineEnds == 0 || m_isLongLine) {
+        return 0;
+    }
+    // A line of nothing but separators has no fields; it is as long as it has separators.
+    const auto emptySize = static_cast<std::uint32_t>(fields) + (m_structure.isCrLf ? 1U : 0U);
+    const std::size_t most =
+        std::min(m_indexState.lineEnds, (m_positionCount - m_nextPosition) / fields);
+    std::size_t rows = 0;
+    std::size_t at = m_nextPosition;
+    if (!m_isMixedWindow) {
+        while (rows < most && IsLineEnd(at + fields) &&
+               m_positions[at + fields] - m_positions[at] != emptySize) {
+            at += fields;
+            ++rows;
+        }
+        // All line ends of the window stand where regular rows have them: nothing else does.
+        if (rows == m_indexState.lineEnds) {
+            return rows;
+        }
+        m_isMixedWindow = true;
+        rows = 0;
+        at = m_nextPosition;
+    }
+    const auto isRegular = [this, fields, emptySize](std::size_t from) {
+        std::size_t field = 1;
+        while (field < fields && !IsLineEnd(from + field)) {
+            ++field;
+        }
+        return field == fields && IsLineEnd(from + field) &&
+               m_positions[from + field] - m_positions[from] != emptySize;
+    };
+    while (rows < most && isRegular(at)) {
+        at += fields;
+        ++rows;
+    }
+    return rows;
+}
+
+LayerFill::Step LayerFill::TakeIrregularLine(const LineBlock& block)
+{
+    std::size_t end = m_nextPosition + 1;
+    while (!IsLineEnd(end)) {
+        ++end;
+    }
+    const std::size_t begin = m_positions[m_nextPosition] + 1U;
+    const std::size_t trim = m_structure.isCrLf ? 1 : 0;
+    const std::string_view text(block.text + begin, m_positions[end] - begin - trim);
+    m_context.lines.SkipTo(m_positions[end] + std::size_t{1});
+    m_nextPosition = end;
+    --m_indexState.lineEnds;
+    m_isLongLine = false;
+    if (text.empty() && m_context.ignoresBlankRows) {
+        return Step::Continue;
+    }
+    SourceLine line;
+    line.text = TextView(text, block.unit);
+    return TakeLine(line);
+}
+
+LayerFill::Step LayerFill::TakeRegularRows(const LineBlock& block, std::size_t rows)
+{
+    while (rows > 0) {
+        std::size_t wanted = rows;
+        if (m_context.limit >= 1) {
+            const auto limit = static_cast<std::uint32_t>(m_context.limit);
+            if (m_featuresAdded >= limit) {
+                return TakeIrregularLine(block);
+            }
+            wanted = std::min<std::size_t>(wanted, limit - m_featuresAdded);
+        }
+        const Orvane::BFeatureAppender::Rows target = m_layer.BeginRows(wanted, m_hasZ);
+        ConvertColumns(target.count, target);
+        const Step step = CommitRows(block, target.count);
+        if (step != Step::Continue) {
+            return step;
+        }
+        rows -= target.count;
+    }
+    return Step::Continue;
+}
+
+/// Makes converted rows visible: one by one when somebody watches, else all at once.
+LayerFill::Step LayerFill::CommitRows(const LineBlock& /*block*/, std::size_t rows)
+{
+    const std::size_t fields = m_fields.size();
+    const std::size_t atOnce = m_context.progress == nullptr ? rows : 1;
+    for (std::size_t row = 0; row < rows; row += atOnce) {
+        m_layer.EndRows(atOnce, m_kinds.data() + row, m_lineNumber);
+        m_nextPosition += atOnce * fields;
+        m_indexState.lineEnds -= atOnce;
+        m_context.lines.SkipTo(m_positions[m_nextPosition] + std::size_t{1});
+        m_featuresAdded += static_cast<std::uint32_t>(atOnce);
+        if (m_context.progress != nullptr && ReportProgress() == Step::Cancelled) {
+            m_layer.AbandonRow();
+            return Step::Cancelled;
+        }
+        m_lineNumber += static_cast<std::uint32_t>(atOnce);
+        m_context.currentLine = m_lineNumber - 1;
+    }
+    return Step::Continue;
+}
+
+Kernels::FieldRun LayerFill::MakeRun(std::size_t fieldIndex, std::size_t rows) const
+{
+    Kernels::FieldRun run{};
+    run.text = m_block.text;
+    run.ends = m_positions.Data() + m_nextPosition + 1 + fieldIndex;
+    run.stride = m_fields.size();
+    run.trim = m_structure.isCrLf && fieldIndex + 1 == m_fields.size() ? 1 : 0;
+    run.rows = rows;
+    run.hasQuotes = m_structure.hasQuotes;
+    return run;
+}
+
+void LayerFill::ConvertColumns(std::size_t rows, const Orvane::BFeatureAppender::Rows& target)
+{
+    using Orvane::EPointKind;
+    EPointKind kind = EPointKind::None;
+    if (m_hasPoint) {
+        kind = m_hasZ ? EPointKind::XYZ : EPointKind::XY;
+    } else {
+        std::fill_n(target.x, rows, kNaN);
+        std::fill_n(target.y, rows, kNaN);
+    }
+    m_kinds.assign(rows, static_cast<std::uint8_t>(kind));
+    m_odd.resize(rows);
+    for (std::size_t field = 0; field < m_fields.size(); ++field) {
+        const Kernels::FieldRun run = MakeRun(field, rows);
+        const std::size_t columnIndex = m_fields[field].columnIndex;
+        Orvane::BColumnData* const column = target.columns + columnIndex;
+        const std::size_t first = target.firstRow;
+        switch (m_fields[field].kind) {
+        case FieldPlan::Kind::X:
+            ConvertCoordinate(run, FieldPlan::Kind::X, target.x);
+            break;
+        case FieldPlan::Kind::Y:
+            ConvertCoordinate(run, FieldPlan::Kind::Y, target.y);
+            break;
+        case FieldPlan::Kind::Z:
+            ConvertCoordinate(run, FieldPlan::Kind::Z, target.z);
+            break;
+        case FieldPlan::Kind::Int32: {
+            std::int32_t* const out = column->int32s.Data() + first;
+            const std::size_t odd = m_kernels.toInt32s(run, out, m_odd.data());
+            for (std::size_t at = 0; at < odd; ++at) {
+                out[m_odd[at]] = ValueRules::ToInt32(FieldAt(run, m_odd[at]));
+            }
+            break;
+        }
+        case FieldPlan::Kind::Double:
+            ConvertDoubles(run, column->doubles.Data() + first);
+            break;
+        case FieldPlan::Kind::Float: {
+            m_doubles.resize(rows);
+            ConvertDoubles(run, m_doubles.data());
+            float* const out = column->floats.Data() + first;
+            std::transform(m_doubles.begin(), m_doubles.end(), out, [](double value) {
+                return static_cast<float>(value);
+            });
+            break;
+        }
+        case FieldPlan::Kind::Boolean: {
+            std::uint8_t* const out = column->booleans.Data() + first;
+            for (std::size_t row = 0; row < rows; ++row) {
+                out[row] = ValueRules::IsTrueWord(FieldAt(run, row)) ? 1 : 0;
+            }
+            break;
+        }
+        case FieldPlan::Kind::Text:
+            ConvertTexts(run, columnIndex, column->texts);
+            break;
+        }
+    }
+    // Rule: one coordinate that fails takes the whole point away.
+    for (std::size_t row = 0; m_hasPoint && row < rows; ++row) {
+        if (m_kinds[row] == static_cast<std::uint8_t>(EPointKind::None)) {
+            target.x[row] = kNaN;
+            target.y[row] = kNaN;
+            if (m_hasZ) {
+                target.z[row] = kNaN;
+            }
+        }
+    }
+}
+
+void LayerFill::ConvertCoordinate(const Kernels::FieldRun& run, FieldPlan::Kind kind, double* out)
+{
+    const std::size_t odd = m_kernels.toDoubles(run, out, m_odd.data());
+    for (std::size_t at = 0; at < odd; ++at) {
+        const std::size_t row = m_odd[at];
+        if (!ValueRules::ToCoordinate(FieldAt(run, row), out[row])) {
+            m_kinds[row] = static_cast<std::uint8_t>(Orvane::EPointKind::None);
+        }
+    }
+    const double multiplier = m_context.plan.GetMultiplier(kind);
+    if (multiplier != 1.0) {
+        for (std::size_t row = 0; row < run.rows; ++row) {
+            out[row] *= multiplier;
+        }
+    }
+}
+
+void LayerFill::ConvertDoubles(const Kernels::FieldRun& run, double* out)
+{
+    const std::size_t odd = m_kernels.toDoubles(run, out, m_odd.data());
+    for (std::size_t at = 0; at < odd; ++at) {
+        out[m_odd[at]] = ValueRules::ToDouble(FieldAt(run, m_odd[at]));
+    }
+}
+
+void LayerFill::ConvertTexts(const Kernels::FieldRun& run,
+                             std::size_t columnIndex,
+                             Orvane::BTextArray& texts)
+{
+    using Orvane::ETextEncoding;
+    const ETextEncoding encoding = ToEncoding(m_block.unit);
+    const bool isAscii = m_indexState.highBytes == 0;
+    std::size_t longest = m_context.plan.GetWidth(columnIndex);
+    for (std::size_t row = 0; row < run.rows; ++row) {
+        std::string_view field = FieldAt(run, row);
+        if (run.hasQuotes && !field.empty() &&
+            std::memchr(field.data(), '"', field.size()) != nullptr) {
+            const std::uint32_t begin = run.ends[row * run.stride - 1] + 1;
+            const std::uint32_t end = run.ends[row * run.stride] - run.trim;
+            field = Unquote(std::string_view(run.text + begin, end - begin), m_scratch);
+        }
+        const ETextEncoding fieldEncoding = isAscii ? ETextEncoding::Ascii : encoding;
+        if (!Orvane::TryAppendText(texts, field, fieldEncoding)) {
+            Orvane::AppendText(texts, field, fieldEncoding);
+        }
+        // No text is longer in UTF-16 than in bytes.
+        if (field.size() > longest) {
+            longest = std::max(longest, CountUtf16Units(field, m_block.unit));
+        }
+    }
+    m_context.plan.RaiseWidth(columnIndex, longest);
+}
+
+} // namespace AsciiReader

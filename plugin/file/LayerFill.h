@@ -1,0 +1,102 @@
+// The row loop: takes the pending lines of a file and puts their rows into a layer.
+#pragma once
+
+#include "file/HeaderRule.h"
+#include "file/LineSource.h"
+#include "kernels/Kernels.h"
+#include "layer/RowPlan.h"
+#include "layer/Separator.h"
+
+#include <Orvane/BFeatureCollection.h>
+#include <Orvane/BKeyValuePairs.h>
+#include <Orvane/BProgress.h>
+#include <Orvane/BString.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace AsciiReader {
+
+/// What a row loop works with; everything is kept by reference and outlives the loop.
+struct LayerFillContext
+{
+    LineSource& lines;
+    HeaderRule& headerRule;
+    const Orvane::BParamList& params;
+    const Separator& separator;
+    const RowPlan& plan;
+    Orvane::BFeatureCollection& features;
+    Orvane::BProgress* progress; ///< null for none
+    bool ignoresBlankRows;
+    std::int32_t limit;         ///< most rows; 0 or less: no limit
+    std::uint32_t& currentLine; ///< line number of the last row, kept up to date
+};
+
+/// Fills a layer row by row, or, where lines lie in a block of bytes and fields are cut at one
+/// byte, by runs of regular rows, column by column. Both ways give the same layer, the same calls
+/// of the progress object and the same failures.
+class LayerFill
+{
+public:
+    enum class Result { EndOfData, LimitReached, Cancelled };
+
+    explicit LayerFill(const LayerFillContext& context);
+
+    /// @throws BException("Failed to parse feature # %d.", "AsciiFile::BuildLayer", <the line>) for
+    ///     a row that can't be converted; what LineSource::Next throws. Rows before it stay.
+    Result Run();
+
+private:
+    enum class Step { Continue, EndOfData, LimitReached, Cancelled };
+
+    bool NextLine(SourceLine& line);
+    Step TakeLine(SourceLine& line);
+    void JoinOpenQuotes(SourceLine& line);
+    Step ReportProgress();
+
+    // Lines of a block, by the positions of their separators and endings.
+    Step TakeBlock(const LineBlock& block);
+    bool IndexMore(const LineBlock& block);
+    [[nodiscard]] bool IsLineEnd(std::size_t positionIndex) const noexcept;
+    [[nodiscard]] std::size_t CountRegularRows();
+    Step TakeRegularRows(const LineBlock& block, std::size_t rows);
+    Step TakeIrregularLine(const LineBlock& block);
+    Step CommitRows(const LineBlock& block, std::size_t rows);
+    void ConvertColumns(std::size_t rows, const Orvane::BFeatureAppender::Rows& target);
+    [[nodiscard]] Kernels::FieldRun MakeRun(std::size_t fieldIndex, std::size_t rows) const;
+    void ConvertCoordinate(const Kernels::FieldRun& run, FieldPlan::Kind kind, double* out);
+    void ConvertDoubles(const Kernels::FieldRun& run, double* out);
+    void
+    ConvertTexts(const Kernels::FieldRun& run, std::size_t columnIndex, Orvane::BTextArray& texts);
+
+    LayerFillContext m_context;
+    Orvane::BFeatureAppender m_layer;
+    SplitRow m_row;
+    Orvane::BString m_joined;
+    std::uint32_t m_lineNumber = 1;
+    std::uint32_t m_featuresAdded = 0;
+
+    const Kernels::Set& m_kernels;
+    LineBlock m_block{};
+    Kernels::Structure m_structure;
+    Kernels::IndexState m_indexState;
+    std::vector<FieldPlan> m_fields; ///< of a regular row; empty: rows are taken one by one
+    bool m_hasZ = false;
+    bool m_hasPoint = false;
+    /// Entry 0 is the position in front of the next row; the positions of m_positionCount
+    /// separators and line ends follow.
+    Orvane::BPageArray<std::uint32_t> m_positions;
+    std::size_t m_positionCount = 0;
+    std::size_t m_nextPosition = 0; ///< index of the position in front of the next row
+    std::size_t m_indexedTo = 0;
+    bool m_isMixedWindow = false; ///< the window holds rows that are not regular
+    bool m_isLongLine = false;    ///< positions of the line that is being read were dropped
+    std::vector<std::uint32_t> m_odd;
+    std::vector<std::uint8_t> m_kinds;
+    std::vector<double> m_doubles;
+    std::string m_scratch;
+};
+
+} // namespace AsciiReader

@@ -1,0 +1,128 @@
+// The kernels of every processor; with SSE2 where that is part of the architecture.
+#include "kernels/Kernels.h"
+
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
+namespace AsciiReader::Kernels {
+
+namespace {
+
+#if defined(__SSE2__)
+
+struct Block64
+{
+    __m128i parts[4];
+
+    static Block64 Load(const char* text)
+    {
+        Block64 block;
+        for (int part = 0; part < 4; ++part) {
+            block.parts[part] = _mm_loadu_si128(reinterpret_cast<const __m128i*>(text + part * 16));
+        }
+        return block;
+    }
+
+    static std::uint64_t Join(const unsigned (&masks)[4])
+    {
+        return masks[0] | std::uint64_t{masks[1]} << 16U | std::uint64_t{masks[2]} << 32U |
+               std::uint64_t{masks[3]} << 48U;
+    }
+
+    [[nodiscard]] std::uint64_t Equal(char byte) const
+    {
+        const __m128i wanted = _mm_set1_epi8(byte);
+        unsigned masks[4];
+        for (int part = 0; part < 4; ++part) {
+            masks[part] =
+                static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi8(parts[part], wanted)));
+        }
+        return Join(masks);
+    }
+
+    [[nodiscard]] std::uint64_t HighBits() const
+    {
+        unsigned masks[4];
+        for (int part = 0; part < 4; ++part) {
+            masks[part] = static_cast<unsigned>(_mm_movemask_epi8(parts[part]));
+        }
+        return Join(masks);
+    }
+};
+
+#else
+
+struct Block64
+{
+    const char* text;
+
+    static Block64 Load(const char* from) { return {from}; }
+
+    [[nodiscard]] std::uint64_t Equal(char byte) const
+    {
+        std::uint64_t mask = 0;
+        for (unsigned at = 0; at < 64; ++at) {
+            mask |= std::uint64_t{text[at] == byte} << at;
+        }
+        return mask;
+    }
+
+    [[nodiscard]] std::uint64_t HighBits() const
+    {
+        std::uint64_t mask = 0;
+        for (unsigned at = 0; at < 64; ++at) {
+            mask |= std::uint64_t{static_cast<unsigned char>(text[at]) >= 0x80} << at;
+        }
+        return mask;
+    }
+};
+
+#endif
+
+std::uint64_t PrefixXor(std::uint64_t mask)
+{
+    for (unsigned shift = 1; shift < 64; shift *= 2) {
+        mask ^= mask << shift;
+    }
+    return mask;
+}
+
+bool ConvertDigits(const char* text, std::uint32_t begin, std::uint32_t end, Digits& digits);
+
+#include "kernels/KernelBody.h"
+
+bool ConvertDigits(const char* text, std::uint32_t begin, std::uint32_t end, Digits& digits)
+{
+    const char* at = text + begin;
+    const char* const stop = text + end;
+    digits.isNegative = at != stop && *at == '-';
+    at += digits.isNegative ? 1 : 0;
+    // Sixteen digits are below 2^64 with room to spare; longer fields are left to others.
+    if (stop - at > 17 || at == stop) {
+        return false;
+    }
+    std::uint64_t mantissa = 0;
+    const char* point = nullptr;
+    for (; at != stop; ++at) {
+        const auto digit = static_cast<unsigned>(static_cast<unsigned char>(*at)) - '0';
+        if (digit <= 9) {
+            mantissa = mantissa * 10 + digit;
+        } else if (*at == '.' && point == nullptr) {
+            point = at;
+        } else {
+            return false;
+        }
+    }
+    digits.mantissa = mantissa;
+    digits.fraction = point == nullptr ? 0 : static_cast<unsigned>(stop - point - 1);
+    const auto size = static_cast<unsigned>(stop - (text + begin)) - (digits.isNegative ? 1U : 0U);
+    const unsigned digitCount = size - (point == nullptr ? 0U : 1U);
+    return digitCount >= 1 && digitCount <= 16;
+}
+
+} // namespace
+
+const Set kGeneric = {IndexText, ToDoubles, ToInt32s, CountByte, "generic"};
+
+} // namespace AsciiReader::Kernels

@@ -1,0 +1,66 @@
+// The kernels for processors with SSSE3, SSE4.1 and POPCNT.
+#include "kernels/Kernels.h"
+
+#if defined(__x86_64__)
+
+#include <smmintrin.h>
+
+namespace AsciiReader::Kernels {
+
+namespace {
+
+struct Block64
+{
+    __m128i parts[4];
+
+    static Block64 Load(const char* text)
+    {
+        Block64 block;
+        for (int part = 0; part < 4; ++part) {
+            block.parts[part] = _mm_loadu_si128(reinterpret_cast<const __m128i*>(text + part * 16));
+        }
+        return block;
+    }
+
+    template <typename Masks>
+    static std::uint64_t Join(const Masks& maskOf)
+    {
+        return maskOf(0) | maskOf(1) << 16U | maskOf(2) << 32U | maskOf(3) << 48U;
+    }
+
+    [[nodiscard]] std::uint64_t Equal(char byte) const
+    {
+        const __m128i wanted = _mm_set1_epi8(byte);
+        return Join([this, wanted](int part) {
+            return std::uint64_t{
+                static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi8(parts[part], wanted)))};
+        });
+    }
+
+    [[nodiscard]] std::uint64_t HighBits() const
+    {
+        return Join([this](int part) {
+            return std::uint64_t{static_cast<unsigned>(_mm_movemask_epi8(parts[part]))};
+        });
+    }
+};
+
+std::uint64_t PrefixXor(std::uint64_t mask)
+{
+    for (unsigned shift = 1; shift < 64; shift *= 2) {
+        mask ^= mask << shift;
+    }
+    return mask;
+}
+
+
+#include "kernels/ConvertSse41.h"
+#include "kernels/KernelBody.h"
+
+} // namespace
+
+const Set kSse41 = {IndexText, ToDoubles, ToInt32s, CountByte, "sse4.1"};
+
+} // namespace AsciiReader::Kernels
+
+#endif
