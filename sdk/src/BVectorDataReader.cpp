@@ -1,6 +1,8 @@
 // Drives the protected operations of a vector reader.
 #include <Orvane/BVectorDataReader.h>
 
+#include <Orvane/BException.h>
+
 namespace Orvane {
 
 BVectorDataReader::BVectorDataReader(const BString& path, const BParamList& params)
@@ -21,6 +23,9 @@ void BVectorDataReader::Close()
 
 void BVectorDataReader::Read()
 {
+    if (!IsOpen()) {
+        throw BDataManagerException("BVectorDataReader::Read", "The reader is not open.");
+    }
     SetFailureFlag(0);
     SetStatus(EManagerStatus::kDone);
     DoRead();
