@@ -20,6 +20,9 @@ constexpr std::size_t kMaxRowsToWiden = 1024;
 /// A page ends early when one of its columns has this many bytes of text.
 constexpr std::size_t kFullTextBytes = std::size_t{256} << 20;
 
+/// A page that is to go to disk ends early when it takes this many bytes of memory.
+constexpr std::size_t kFullDiskPageBytes = std::size_t{16} << 20;
+
 constexpr std::size_t kMaxNumberDigits = 10;
 
 using NumberText = std::array<char, kMaxNumberDigits>;
@@ -149,6 +152,29 @@ void ReserveLike(BFeaturePage& page, const BFeaturePage& like)
     }
 }
 
+/// Bytes of a row without its texts.
+std::size_t RowWidth(const BFeaturePage& page) noexcept
+{
+    std::size_t width = 3 * sizeof(double);
+    for (const BColumnData& column : page.data) {
+        switch (column.storage) {
+        case EColumnStorage::Int32:
+        case EColumnStorage::Float:
+        case EColumnStorage::Text:
+            width += sizeof(std::uint32_t);
+            break;
+        case EColumnStorage::Int64:
+        case EColumnStorage::Double:
+            width += sizeof(double);
+            break;
+        case EColumnStorage::Boolean:
+            width += 1;
+            break;
+        }
+    }
+    return width;
+}
+
 std::shared_ptr<BFeaturePage>
 MakePage(const std::shared_ptr<const std::vector<BColumnInfo>>& columns)
 {
@@ -177,7 +203,8 @@ BFeatureAppender::BFeatureAppender(BFeatureCollection& features,
     : m_features(features)
     , m_columns(std::move(columns))
 {
-    BFeaturePage* last = features.m_pages.empty() ? nullptr : features.m_pages.back().page.get();
+    const bool hasOpenPage = !features.m_pages.empty() && features.m_pages.back().byteCount == 0;
+    BFeaturePage* last = hasOpenPage ? features.m_pages.back().page.get() : nullptr;
     if (last != nullptr && last->rowCount < features.m_pageRows && *last->columns == *m_columns) {
         UsePage(*last);
     } else {
@@ -199,7 +226,18 @@ void BFeatureAppender::UsePage(BFeaturePage& page) noexcept
     m_columnCount = page.data.size();
     m_nextColumn = 0;
     m_isPageFull = false;
+    m_begunEnd = 0;
+    UpdateRowLimit();
     UpdatePlain();
+}
+
+void BFeatureAppender::UpdateRowLimit() noexcept
+{
+    m_rowLimit = m_features.m_pageRows;
+    if (m_features.m_file) {
+        m_rowLimit =
+            std::clamp<std::size_t>(kFullDiskPageBytes / 2 / RowWidth(*m_page), 1, m_rowLimit);
+    }
 }
 
 void BFeatureAppender::UpdatePlain() noexcept
@@ -207,7 +245,7 @@ void BFeatureAppender::UpdatePlain() noexcept
     const bool isPlain = m_page->rowCount > 0 && m_page->pointKinds.IsEmpty() &&
                          m_page->attributeCounts.IsEmpty() && !m_isPageFull;
     m_plainKind = m_page->uniformPointKind;
-    m_plainRows = isPlain ? m_features.m_pageRows - 1 : 0;
+    m_plainRows = isPlain ? m_rowLimit - 1 : 0;
     m_hasNameTexts = m_page->hasNameTexts;
     m_nextNameNumber = kNoNumber;
     if (!m_hasNameTexts && !m_page->nameRuns.empty()) {
@@ -242,13 +280,19 @@ void BFeatureAppender::AddColumn(const BColumnInfo& column)
     m_page->columns = columns;
     m_columns = std::move(columns);
     ++m_columnCount;
+    UpdateRowLimit();
     UpdatePlain();
+}
+
+bool BFeatureAppender::IsFull() const noexcept
+{
+    return m_features.m_file && m_page->GetByteSize() > kFullDiskPageBytes;
 }
 
 void BFeatureAppender::GrowText(BTextArray& texts, std::string_view bytes, ETextEncoding encoding)
 {
     AppendText(texts, bytes, encoding);
-    if (texts.bytes.GetSize() > kFullTextBytes) {
+    if (texts.bytes.GetSize() > kFullTextBytes || IsFull()) {
         m_isPageFull = true;
         m_plainRows = 0;
     }
@@ -332,21 +376,25 @@ void BFeatureAppender::SwitchToNameTexts()
     m_page->hasNameTexts = true;
 }
 
-void BFeatureAppender::FinishOddRow()
+void BFeatureAppender::FinishOddRow(std::size_t rows)
 {
-    // Everything that can fail comes before the row is counted.
-    const bool isLast = m_isPageFull || m_page->rowCount + 1 >= m_features.m_pageRows;
+    // Everything that can fail comes before the rows are counted. Rows that were begun and not
+    // ended yet keep their page.
+    const std::size_t end = m_page->rowCount + rows;
+    const bool isLast = end >= m_begunEnd && (m_isPageFull || end >= m_rowLimit);
     std::shared_ptr<BFeaturePage> nextPage;
     if (isLast) {
         nextPage = MakePage(m_columns);
         ReserveLike(*nextPage, *m_page);
     }
     if (m_page->rowCount == 0) {
-        m_features.m_pages.push_back({m_features.m_count, m_newPage});
-        m_newPage.reset();
+        m_features.WriteLastPage();
+        m_features.m_pages.emplace_back();
+        m_features.m_pages.back().firstRow = m_features.m_count;
+        m_features.m_pages.back().page = std::move(m_newPage);
     }
-    ++m_page->rowCount;
-    ++m_features.m_count;
+    m_page->rowCount += rows;
+    m_features.m_count += rows;
     m_nextColumn = 0;
     if (isLast) {
         m_page->ShrinkToFit();
@@ -375,7 +423,103 @@ void BFeatureAppender::AbandonRow() noexcept
         m_page->nameRuns.pop_back();
     }
     m_nextColumn = 0;
+    m_begunEnd = 0;
     UpdatePlain();
+}
+
+namespace {
+
+template <typename T>
+T* Lengthen(BPageArray<T>& array, std::size_t first, std::size_t count)
+{
+    array.ReserveMore(count);
+    array.Resize(first + count);
+    return array.Data() + first;
+}
+
+void LengthenColumn(BColumnData& column, std::size_t first, std::size_t count)
+{
+    switch (column.storage) {
+    case EColumnStorage::Int32:
+        Lengthen(column.int32s, first, count);
+        break;
+    case EColumnStorage::Int64:
+        Lengthen(column.int64s, first, count);
+        break;
+    case EColumnStorage::Double:
+        Lengthen(column.doubles, first, count);
+        break;
+    case EColumnStorage::Float:
+        Lengthen(column.floats, first, count);
+        break;
+    case EColumnStorage::Boolean:
+        Lengthen(column.booleans, first, count);
+        break;
+    case EColumnStorage::Text:
+        column.texts.ends.ReserveMore(count);
+        break;
+    }
+}
+
+} // namespace
+
+BFeatureAppender::Rows BFeatureAppender::BeginRows(std::size_t wanted, bool hasZ)
+{
+    const std::size_t first = m_page->rowCount;
+    Rows rows{};
+    rows.firstRow = first;
+    rows.count = std::min(wanted, m_rowLimit > first ? m_rowLimit - first : 1);
+    rows.x = Lengthen(m_page->x, first, rows.count);
+    rows.y = Lengthen(m_page->y, first, rows.count);
+    if (hasZ) {
+        if (m_page->z.GetSize() < first) {
+            m_page->z.Resize(first, kNaN);
+        }
+        rows.z = Lengthen(m_page->z, first, rows.count);
+    } else if (!m_page->z.IsEmpty()) {
+        m_page->z.Resize(first + rows.count, kNaN);
+    }
+    for (std::size_t i = 0; i < m_columnCount; ++i) {
+        LengthenColumn(m_columnData[i], first, rows.count);
+        m_isPageFull = m_isPageFull || m_columnData[i].texts.bytes.GetSize() > kFullTextBytes;
+    }
+    m_isPageFull = m_isPageFull || IsFull();
+    if (m_isPageFull) {
+        m_plainRows = 0;
+    }
+    rows.columns = m_columnData;
+    m_begunEnd = first + rows.count;
+    return rows;
+}
+
+void BFeatureAppender::EndOddRows(std::size_t count,
+                                  const std::uint8_t* kinds,
+                                  std::uint32_t firstNameNumber)
+{
+    const std::size_t rows = m_page->rowCount;
+    if (!m_page->attributeCounts.IsEmpty()) {
+        m_page->attributeCounts.Resize(rows + count, static_cast<std::uint32_t>(m_columnCount));
+    }
+    const bool isUniform =
+        std::all_of(kinds, kinds + count, [kinds](std::uint8_t kind) { return kind == kinds[0]; });
+    if (rows == 0) {
+        m_page->uniformPointKind = EPointKind{kinds[0]};
+    }
+    if (!isUniform || EPointKind{kinds[0]} != m_page->uniformPointKind ||
+        !m_page->pointKinds.IsEmpty()) {
+        m_page->pointKinds.Resize(rows, static_cast<std::uint8_t>(m_page->uniformPointKind));
+        m_page->pointKinds.Append(kinds, count);
+    }
+    if (m_page->hasNameTexts) {
+        NumberText buffer;
+        for (std::size_t row = 0; row < count; ++row) {
+            const auto number = firstNameNumber + static_cast<std::uint32_t>(row);
+            AppendText(m_page->nameTexts, WriteNumber(number, buffer), ETextEncoding::Ascii);
+        }
+    } else if (firstNameNumber != m_nextNameNumber) {
+        m_page->nameRuns.push_back({static_cast<std::uint32_t>(rows), firstNameNumber});
+    }
+    FinishOddRow(count);
 }
 
 } // namespace Orvane

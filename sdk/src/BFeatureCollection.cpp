@@ -1,5 +1,6 @@
 // The list of features: finds rows in pages, hands them out and keeps the changed ones.
 #include "BFeatureValues.h"
+#include "BPageFile.h"
 
 #include <Orvane/BException.h>
 #include <Orvane/BFeatureCollection.h>
@@ -7,6 +8,8 @@
 #include <algorithm>
 #include <bit>
 #include <cmath>
+#include <exception>
+#include <limits>
 #include <typeinfo>
 #include <utility>
 
@@ -84,14 +87,22 @@ BFeatureCollection::BFeatureCollection(std::size_t pageRows)
     : m_pageRows(std::clamp<std::size_t>(pageRows, 1, std::numeric_limits<std::uint32_t>::max()))
 {}
 
+BFeatureCollection::BFeatureCollection(const BString& diskCacheBaseName, std::size_t pageRows)
+    : BFeatureCollection(pageRows)
+{
+    m_diskCacheBaseName = diskCacheBaseName;
+    m_file = std::make_unique<BPageFile>(diskCacheBaseName);
+}
+
 BFeatureCollection::~BFeatureCollection()
 {
     try {
-        Clear();
+        ReadHeld();
     } catch (...) {
-        // Rule: features whose values can't be read any more stand free with what was read.
-        DetachAll();
+        // Rule: a feature whose values can't be read any more stands free with what was read.
     }
+    m_adder.reset();
+    DetachAll();
 }
 
 std::size_t BFeatureCollection::FindPage(std::size_t row) const
@@ -115,7 +126,62 @@ std::size_t BFeatureCollection::FindPage(std::size_t row) const
 
 const BFeaturePage& BFeatureCollection::GetPage(std::size_t pageIndex) const
 {
-    return *CheckedAt(m_pages, pageIndex).page;
+    const PageEntry& entry = CheckedAt(m_pages, pageIndex);
+    return entry.page && !m_file ? *entry.page : *LoadPage(pageIndex);
+}
+
+std::shared_ptr<const BFeaturePage> BFeatureCollection::LoadPage(std::size_t pageIndex) const
+{
+    PageEntry& entry = CheckedAt(m_pages, pageIndex);
+    if (!entry.page) {
+        MakeRoom(entry.byteCount);
+        KeepResident(pageIndex,
+                     m_file->Read({entry.offset, entry.byteCount, entry.checksum}, pageIndex));
+    }
+    entry.lastUse = ++m_clock;
+    return entry.page;
+}
+
+void BFeatureCollection::WriteLastPage()
+{
+    if (!m_file || m_pages.empty() || m_pages.back().byteCount > 0) {
+        return;
+    }
+    const std::size_t pageIndex = m_pages.size() - 1;
+    PageEntry& entry = m_pages.back();
+    MakeRoom(entry.page->GetByteSize());
+    m_residents.reserve(kCachePages);
+    const BPagePlace place = m_file->Write(*entry.page, pageIndex);
+    entry.offset = place.offset;
+    entry.byteCount = place.byteCount;
+    entry.checksum = place.checksum;
+    entry.lastUse = ++m_clock;
+    IncludePage(pageIndex, *entry.page, m_writtenBox);
+    KeepResident(pageIndex, entry.page);
+}
+
+void BFeatureCollection::MakeRoom(std::size_t byteCount) const
+{
+    while (!m_residents.empty() &&
+           (m_residents.size() >= kCachePages || m_residentBytes + byteCount > kCacheBytes)) {
+        const auto oldest = std::min_element(
+            m_residents.begin(), m_residents.end(), [this](std::size_t a, std::size_t b) {
+                return m_pages[a].lastUse < m_pages[b].lastUse;
+            });
+        PageEntry& entry = m_pages[*oldest];
+        m_residentBytes -= std::min<std::size_t>(m_residentBytes, entry.byteCount);
+        entry.page.reset();
+        m_residents.erase(oldest);
+        ++m_generation;
+    }
+}
+
+void BFeatureCollection::KeepResident(std::size_t pageIndex,
+                                      std::shared_ptr<BFeaturePage> page) const
+{
+    m_residents.push_back(pageIndex);
+    m_pages[pageIndex].page = std::move(page);
+    m_residentBytes += m_pages[pageIndex].byteCount;
 }
 
 std::size_t BFeatureCollection::GetFirstRow(std::size_t pageIndex) const
@@ -226,6 +292,9 @@ void BFeatureCollection::KeepObject(BFeature& feature)
 {
     std::shared_ptr<BFeature> object = feature.weak_from_this().lock();
     m_objects.emplace(feature.m_row, object ? std::move(object) : Borrowed(feature));
+    if (m_pages[FindPage(feature.m_row)].byteCount > 0) {
+        m_isWrittenBoxKnown = false;
+    }
     Unlist(feature);
 }
 
@@ -238,20 +307,42 @@ void BFeatureCollection::Forget(BFeature& feature) noexcept
     }
 }
 
-void BFeatureCollection::Clear()
+void BFeatureCollection::ReadHeld()
 {
+    std::exception_ptr failure;
+    const auto read = [&failure](BFeature& feature) {
+        try {
+            feature.ReadAll();
+        } catch (...) {
+            failure = failure ? failure : std::current_exception();
+        }
+    };
     for (const std::shared_ptr<BFeature>& ready : m_ready) {
         if (ready && ready.use_count() > 1) {
-            ready->ReadAll();
+            read(*ready);
         }
     }
     for (const auto& handle : m_handles) {
-        handle.second->ReadAll();
+        read(*handle.second);
     }
+    if (failure) {
+        std::rethrow_exception(failure);
+    }
+}
+
+void BFeatureCollection::Clear()
+{
+    ReadHeld();
+    std::unique_ptr<BPageFile> file =
+        m_file ? std::make_unique<BPageFile>(m_diskCacheBaseName) : nullptr;
     m_adder.reset();
     DetachAll();
-    m_pages.clear();
-    m_pages.shrink_to_fit();
+    m_pages = {};
+    m_residents.clear();
+    m_residentBytes = 0;
+    m_writtenBox = BMBB();
+    m_isWrittenBoxKnown = true;
+    m_file = std::move(file);
     m_pageHint = 0;
     m_count = 0;
     m_misfits = 0;
@@ -329,7 +420,7 @@ bool BFeatureCollection::PrepareColumns(const BFeature& feature)
     const std::size_t count = attributes.GetCount();
     if (!m_adder) {
         const auto columns = m_pages.empty() ? std::make_shared<const std::vector<BColumnInfo>>()
-                                             : m_pages.back().page->columns;
+                                             : LoadPage(m_pages.size() - 1)->columns;
         m_adder.reset(new BFeatureAppender(*this, columns, BFeatureAppender::ForCollection()));
     }
     const std::vector<BColumnInfo>& columns = *m_adder->m_columns;
@@ -444,35 +535,47 @@ void BFeatureCollection::AppendPlaceholder(const BFeature& feature)
     }
 }
 
+void BFeatureCollection::IncludePage(std::size_t pageIndex,
+                                     const BFeaturePage& page,
+                                     BMBB& box) const
+{
+    const std::size_t firstRow = m_pages[pageIndex].firstRow;
+    const bool hasObjects = !m_objects.empty();
+    for (std::size_t rowInPage = 0; rowInPage < page.rowCount; ++rowInPage) {
+        if (hasObjects && m_objects.find(firstRow + rowInPage) != m_objects.end()) {
+            continue;
+        }
+        switch (page.GetPointKind(rowInPage)) {
+        case EPointKind::None:
+            break;
+        case EPointKind::XY:
+            box.Include(page.x[rowInPage], page.y[rowInPage]);
+            break;
+        case EPointKind::XYZ:
+            box.Include(page.x[rowInPage], page.y[rowInPage], page.z[rowInPage]);
+            break;
+        }
+    }
+}
+
 BMBB BFeatureCollection::GetMBB() const
 {
-    BMBB box;
-    std::vector<std::size_t> objectRows;
-    objectRows.reserve(m_objects.size());
-    for (const auto& object : m_objects) {
-        objectRows.push_back(object.first);
-        box.Include(object.second->GetMBB());
-    }
-    std::sort(objectRows.begin(), objectRows.end());
-    auto nextObject = objectRows.cbegin();
-    for (std::size_t i = 0; i < m_pages.size(); ++i) {
-        const BFeaturePage& page = GetPage(i);
-        for (std::size_t rowInPage = 0; rowInPage < page.rowCount; ++rowInPage) {
-            if (nextObject != objectRows.cend() && *nextObject == m_pages[i].firstRow + rowInPage) {
-                ++nextObject;
-                continue;
-            }
-            switch (page.GetPointKind(rowInPage)) {
-            case EPointKind::None:
-                break;
-            case EPointKind::XY:
-                box.Include(page.x[rowInPage], page.y[rowInPage]);
-                break;
-            case EPointKind::XYZ:
-                box.Include(page.x[rowInPage], page.y[rowInPage], page.z[rowInPage]);
-                break;
-            }
+    if (!m_isWrittenBoxKnown) {
+        BMBB written;
+        for (std::size_t i = 0; i < m_pages.size() && m_pages[i].byteCount > 0; ++i) {
+            IncludePage(i, GetPage(i), written);
         }
+        m_writtenBox = written;
+        m_isWrittenBoxKnown = true;
+    }
+    BMBB box = m_writtenBox;
+    for (std::size_t i = 0; i < m_pages.size(); ++i) {
+        if (m_pages[i].byteCount == 0) {
+            IncludePage(i, *m_pages[i].page, box);
+        }
+    }
+    for (const auto& object : m_objects) {
+        box.Include(object.second->GetMBB());
     }
     return box;
 }
@@ -480,9 +583,10 @@ BMBB BFeatureCollection::GetMBB() const
 std::size_t BFeatureCollection::GetByteSize() const
 {
     constexpr std::size_t kBytesOfAnAttribute = 64;
-    std::size_t size = sizeof *this + m_pages.capacity() * sizeof(PageEntry);
+    std::size_t size = sizeof *this + m_pages.capacity() * sizeof(PageEntry) +
+                       (m_file ? m_file->GetByteSize() : 0);
     for (const PageEntry& entry : m_pages) {
-        size += entry.page->GetByteSize();
+        size += entry.page ? entry.page->GetByteSize() : 0;
     }
     for (const auto& object : m_objects) {
         size += sizeof(BFeature) + sizeof(BFeature::Values) +

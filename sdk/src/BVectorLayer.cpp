@@ -7,10 +7,8 @@ BVectorLayer::BVectorLayer() = default;
 
 BVectorLayer::BVectorLayer(const BString& diskCacheBaseName, std::uint32_t diskCachePageSize)
     : m_isDiskCached(true)
-    , m_features(diskCachePageSize)
-{
-    static_cast<void>(diskCacheBaseName);
-}
+    , m_features(diskCacheBaseName, diskCachePageSize)
+{}
 
 BVectorLayer::~BVectorLayer() = default;
 

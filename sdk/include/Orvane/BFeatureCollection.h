@@ -20,6 +20,7 @@
 namespace Orvane {
 
 class BFeatureAppender;
+class BPageFile;
 
 /// The ordered features of a layer.
 ///
@@ -28,6 +29,10 @@ class BFeatureAppender;
 /// whose values fit the page (a point or no geometry, the box of its point, attributes that are a
 /// prefix of the page's columns in name and type) is stored by value; any other, and every feature
 /// changed after it was handed out, is kept as an object beside the pages. Rows count from 0.
+///
+/// A disk-cached collection keeps its last page, a few pages more and the rows kept as objects in
+/// memory, and all pages but the last in a file; see the constructor. Pages are written once, when
+/// the page after them begins.
 ///
 /// Memory: the columns' own widths, 16 bytes for a position, 8 more where a page has heights; names
 /// that are consecutive numbers cost nothing. Adding allocates nothing per row.
@@ -41,7 +46,17 @@ public:
 
     /// @param pageRows rows of a full page, at least 1
     explicit BFeatureCollection(std::size_t pageRows = kPageRows);
-    /// Features still in use take their values with them.
+    /// A disk-cached collection. Its file is made when the first page is written, at the base name
+    /// with a unique ending, and loses its name at once where the system allows, so that it goes
+    /// with the collection or with the process. A page of about 16 MiB is
+    /// ended early.
+    /// @param diskCacheBaseName path of the file but for the ending; empty: a name in the folder
+    /// for
+    ///     temporary files
+    /// @param pageRows rows of a full page, at least 1
+    BFeatureCollection(const BString& diskCacheBaseName, std::size_t pageRows);
+    /// Features still in use take their values with them; one whose page can't be read any more
+    /// stands free with the values that were read of it before.
     ~BFeatureCollection();
     BFeatureCollection(const BFeatureCollection&) = delete;
     BFeatureCollection& operator=(const BFeatureCollection&) = delete;
@@ -51,24 +66,37 @@ public:
     /// Appends the feature, which must stand free, and attaches it. After a throw the collection
     /// and the feature are as before.
     /// @throws BDataManagerException("BFeatureCollection::Add", "The feature belongs to a layer
-    ///     already."), or ("BFeatureCollection::Add", "There is no feature to add.") for null.
+    ///     already."), or ("BFeatureCollection::Add", "There is no feature to add.") for null; what
+    ///     WritePage throws (see BFeatureAppender).
     void Add(const BSharedPtr<BFeature>& feature);
 
-    /// The feature of a row. @throws std::out_of_range "invalid vector subscript".
+    /// The feature of a row. @throws std::out_of_range "invalid vector subscript"; as LoadPage.
     [[nodiscard]] BSharedPtr<BFeature> GetAt(std::size_t row);
 
-    /// Drops all features; those still in use take their values with them.
+    /// Drops all features; those still in use take their values with them. @throws as LoadPage when
+    /// the values of one in use can't be read; nothing is dropped then.
     void Clear();
 
-    /// The box around all features' boxes. Computed on each call, by column.
+    /// The box around all features' boxes. Computed on each call, by column; for the pages on disk
+    /// it is known from when they were written, unless a row of them was changed since.
+    /// @throws as LoadPage.
     [[nodiscard]] BMBB GetMBB() const;
 
-    /// The pages, in row order; together they hold GetCount() rows. Valid until the collection is
-    /// changed.
+    /// The pages, in row order; together they hold GetCount() rows.
     [[nodiscard]] std::size_t GetPageCount() const noexcept { return m_pages.size(); }
 
-    /// @throws std::out_of_range "invalid vector subscript".
+    /// A page, valid until the collection is changed and, when it is disk-cached, until the next
+    /// call that may load a page: of this operation, of GetAt, or of a getter of a feature.
+    /// @throws std::out_of_range "invalid vector subscript"; as LoadPage.
     [[nodiscard]] const BFeaturePage& GetPage(std::size_t pageIndex) const;
+    /// A page that stays whole as long as it is held, also when the collection goes. The last page
+    /// still takes rows meanwhile.
+    /// @throws std::out_of_range "invalid vector subscript"; for a page on disk BException,
+    /// location
+    ///     "BFeatureCollection::LoadPage", details file and page: "Could not read the disk cache
+    ///     file.", "The disk cache file is cut short." or "The disk cache file is damaged." Other
+    ///     pages can be loaded after it, and this one when the file has been mended.
+    [[nodiscard]] std::shared_ptr<const BFeaturePage> LoadPage(std::size_t pageIndex) const;
     /// Row of the page's first feature. @throws std::out_of_range "invalid vector subscript".
     [[nodiscard]] std::size_t GetFirstRow(std::size_t pageIndex) const;
     /// The object of a row that is kept beside the pages, null for a row that the pages hold.
@@ -92,13 +120,30 @@ private:
     /// Rows in a row that do not fit the page before a page with other columns is begun.
     static constexpr std::size_t kMaxMisfits = 16;
 
+    /// Bytes of written pages that stay in memory, as long as they are more than one.
+    static constexpr std::size_t kCacheBytes = std::size_t{8} << 20;
+    static constexpr std::size_t kCachePages = 64;
+
     struct PageEntry
     {
-        std::size_t firstRow;
-        std::shared_ptr<BFeaturePage> page;
+        std::size_t firstRow = 0;
+        std::shared_ptr<BFeaturePage> page; ///< null while the page is on disk only
+        std::uint64_t lastUse = 0;
+        std::uint64_t offset = 0;    ///< in the file
+        std::uint64_t byteCount = 0; ///< in the file; 0: the page was not written
+        std::uint64_t checksum = 0;
     };
 
     [[nodiscard]] std::size_t FindPage(std::size_t row) const;
+    /// Writes the last page of a disk-cached collection before another begins; a page that was
+    /// written already is left alone.
+    void WriteLastPage();
+    /// Lets pages go, the longest unused first, until one of that size fits the cache.
+    void MakeRoom(std::size_t byteCount) const;
+    void KeepResident(std::size_t pageIndex, std::shared_ptr<BFeaturePage> page) const;
+    void IncludePage(std::size_t pageIndex, const BFeaturePage& page, BMBB& box) const;
+    /// Reads the values of all features in use; the first failure is thrown when all were tried.
+    void ReadHeld();
     [[nodiscard]] std::shared_ptr<BFeature> FindHandle(std::size_t row);
     [[nodiscard]] std::shared_ptr<BFeature> MakeHandle(std::size_t row);
     /// Points the handle at its row's page. @throws as LoadPage.
@@ -119,10 +164,10 @@ private:
 
     std::size_t m_pageRows;
     std::size_t m_count = 0;
-    std::vector<PageEntry> m_pages;
+    mutable std::vector<PageEntry> m_pages;
     mutable std::size_t m_pageHint = 0;
     /// Changes whenever a page that a handle may point to goes.
-    std::uint64_t m_generation = 1;
+    mutable std::uint64_t m_generation = 1;
     std::array<std::shared_ptr<BFeature>, kReadyHandles> m_ready;
     std::size_t m_nextReady = 0;
     std::unordered_map<std::size_t, BFeature*> m_handles; ///< handed out and not in m_ready
@@ -130,6 +175,14 @@ private:
     std::unique_ptr<BFeatureAppender> m_adder; ///< stores the features of Add
     std::size_t m_misfits = 0;
     std::string m_scratch;
+
+    BString m_diskCacheBaseName;
+    std::unique_ptr<BPageFile> m_file;            ///< null for a collection in memory
+    mutable std::vector<std::size_t> m_residents; ///< written pages that are in memory too
+    mutable std::size_t m_residentBytes = 0;
+    mutable std::uint64_t m_clock = 0;
+    mutable BMBB m_writtenBox; ///< around the rows of the written pages but for the objects
+    mutable bool m_isWrittenBoxKnown = true;
 };
 
 /// Appends rows to a collection value by value, without making features: the fast way in.
@@ -139,6 +192,11 @@ private:
 /// last EndRow. Rows become visible in the collection with EndRow; the collection must not be
 /// changed otherwise while an appender is in use, and must outlive it. Features that were handed
 /// out may be used and changed meanwhile.
+///
+/// In a disk-cached collection ending the first row of a page writes the page before it.
+/// @throws BException, location "BFeatureCollection::WritePage", details file and reason: "Could
+/// not
+///     create the disk cache file." or "Could not write the disk cache file."
 ///
 /// After a throw of any operation the rows that were ended stay, and AbandonRow (or the appender's
 /// end) drops what the unfinished row has left.
@@ -217,8 +275,48 @@ public:
         }
     }
 
-    /// Drops the attributes set since the last EndRow.
+    /// Drops what was set since the last EndRow or EndRows.
     void AbandonRow() noexcept;
+
+    /// Room for rows that are filled column by column.
+    ///
+    /// Entry r of `x`, `y` and `z` (null without Z) and entry firstRow + r of the array that a
+    /// column's storage names belong to row r; they are not initialised. Texts are appended with
+    /// TryAppendText and AppendText, one a row and column, in row order.
+    struct Rows
+    {
+        std::size_t count;
+        std::size_t firstRow;
+        double* x;
+        double* y;
+        double* z;
+        BColumnData* columns;
+    };
+
+    /// Begins rows between two rows. @param wanted at least 1; fewer are given when the page ends.
+    /// @param hasZ whether rows may be of kind XYZ. Everything in the result is valid until rows
+    /// are ended beyond its count or abandoned.
+    [[nodiscard]] Rows BeginRows(std::size_t wanted, bool hasZ);
+
+    /// Ends the next `count` of the rows begun; all columns of the collection must have been
+    /// filled for them. May be called for parts; what is not ended is dropped by AbandonRow.
+    /// @param kinds an EPointKind a row. Coordinates that a kind does not have must be NaN.
+    /// @param firstNameNumber names the first row; the rows behind it count on.
+    void EndRows(std::size_t count, const std::uint8_t* kinds, std::uint32_t firstNameNumber)
+    {
+        bool isPlain = firstNameNumber == m_nextNameNumber && m_nextColumn == 0 &&
+                       !m_hasNameTexts && m_page->rowCount + count <= m_plainRows;
+        for (std::size_t row = 0; row < count && isPlain; ++row) {
+            isPlain = kinds[row] == static_cast<std::uint8_t>(m_plainKind);
+        }
+        if (isPlain) {
+            m_page->rowCount += count;
+            m_features.m_count += count;
+            m_nextNameNumber += count;
+        } else {
+            EndOddRows(count, kinds, firstNameNumber);
+        }
+    }
 
 private:
     friend class BFeatureCollection;
@@ -262,6 +360,8 @@ private:
         m_nextColumn = 0;
     }
 
+    /// Whether the page has grown too large for the disk cache and ends with the row.
+    [[nodiscard]] bool IsFull() const noexcept;
     void GrowText(BTextArray& texts, std::string_view bytes, ETextEncoding encoding);
     void EndOddRow(EPointKind kind, double x, double y, double z, std::uint32_t nameNumber);
     void EndOddRow(EPointKind kind,
@@ -274,9 +374,10 @@ private:
     void AppendNumberName(std::uint32_t nameNumber);
     void SwitchToNameTexts();
     void FillRow();
-    void FinishOddRow();
+    void FinishOddRow(std::size_t rows = 1);
+    void EndOddRows(std::size_t count, const std::uint8_t* kinds, std::uint32_t firstNameNumber);
     void UsePage(BFeaturePage& page) noexcept;
-    void BeginPage();
+    void UpdateRowLimit() noexcept;
     void UpdatePlain() noexcept;
 
     BFeatureCollection& m_features;
@@ -286,6 +387,7 @@ private:
     BColumnData* m_columnData = nullptr;
     std::size_t m_columnCount = 0;
     std::size_t m_nextColumn = 0;
+    std::size_t m_rowLimit = 0; ///< rows at which the page is full
     std::uint64_t m_nextNameNumber = kNoNumber;
     /// Rows below this one may be plain: of the page's one kind, with all attributes, and neither
     /// the first nor the last of the page.
@@ -293,6 +395,7 @@ private:
     EPointKind m_plainKind = EPointKind::None;
     bool m_hasNameTexts = false;
     bool m_isPageFull = false;
+    std::size_t m_begunEnd = 0; ///< behind the last row of BeginRows
 };
 
 } // namespace Orvane

@@ -23,8 +23,11 @@ class ORVANE_SDK_EXPORT BVectorLayer
 public:
     /// A layer in memory.
     BVectorLayer();
-    /// A layer whose pages may leave memory.
-    /// @param diskCacheBaseName where the cache file is made; empty: the folder for temporary files
+    /// A layer whose pages may leave memory (see BFeatureCollection). The cache file is made when
+    /// the second page begins.
+    /// @param diskCacheBaseName path of the cache file but for a unique ending; empty: a name in
+    /// the
+    ///     folder for temporary files
     /// @param diskCachePageSize features a page, at least 1
     BVectorLayer(const BString& diskCacheBaseName, std::uint32_t diskCachePageSize);
     ~BVectorLayer();
