@@ -6,11 +6,14 @@
 #include <Orvane/Constants.h>
 
 #include <chrono>
+#include <cstdlib>
+#include <fstream>
 #include <limits>
 #include <new>
 #include <stdexcept>
 #include <string>
 #include <thread>
+#include <vector>
 
 namespace {
 
@@ -20,6 +23,14 @@ using Orvane::BPointGeo;
 using Orvane::BString;
 using Orvane::BVariant;
 using Orvane::EVariantType;
+
+/// Tells the test, by making the file that ORVANE_FAKE_MARK names, that the reader has come here.
+void Mark()
+{
+    if (const char* path = std::getenv("ORVANE_FAKE_MARK")) {
+        std::ofstream(path) << "here";
+    }
+}
 
 /// An exception whose code lives in this module.
 class ModuleError : public std::runtime_error
@@ -164,6 +175,7 @@ protected:
             throw Orvane::BException("the message\n\x1B[0m", "the location", "the\tdetails");
         }
         if (is(u"slow-open")) {
+            Mark();
             std::this_thread::sleep_for(std::chrono::seconds(60));
         }
         m_layer = Orvane::MakeShared<Orvane::BVectorLayer>();
@@ -180,6 +192,7 @@ protected:
     void DoRead() override
     {
         unsigned count = 0;
+        Mark();
         for (; m_isEndless; ++count) {
             if (GetProgress()->ShouldReport(count, 0) && !GetProgress()->Report(count, 0)) {
                 break;

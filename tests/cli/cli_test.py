@@ -1,0 +1,1131 @@
+"""Runs the program from outside: command lines, exit status, output, and the files it writes."""
+
+import glob
+import json
+import math
+import os
+import resource
+import shutil
+import signal
+import socket
+import subprocess
+import sys
+import tempfile
+import time
+import unittest
+
+PROGRAM = os.environ["ORVANE_PROGRAM"]
+DUMP = os.environ["ORVANE_DUMP"]
+FAKE = os.environ["ORVANE_FAKE"]
+FAKE_WITHOUT_PROXY = os.environ["ORVANE_FAKE_WITHOUT_PROXY"]
+NO_PLUGIN = os.environ["ORVANE_NO_PLUGIN"]
+EARTHQUAKES = os.path.join(os.environ["ORVANE_SOURCE_DIR"], "examples/data/earthquakes.csv")
+
+STATIONS = (
+    "lon,lat,height,name,count\n"
+    '10.5,47.25,1200,"Berg, oben",3\n'
+    "-0.1,51.5,11,Themse,12\n"
+    "7.125,,5,leer,7\n"
+)
+
+
+class Result:
+    def __init__(self, completed):
+        self.status = completed.returncode
+        self.out = completed.stdout
+        self.err = completed.stderr
+
+    @property
+    def json(self):
+        return json.loads(self.out)
+
+
+class CliTest(unittest.TestCase):
+    maxDiff = None
+
+    def setUp(self):
+        self.folder = tempfile.mkdtemp(prefix="orvane-cli-")
+        self.addCleanup(shutil.rmtree, self.folder, True)
+
+    def path(self, name):
+        return os.path.join(self.folder, name)
+
+    def write(self, name, content):
+        data = content if isinstance(content, bytes) else content.encode()
+        with open(self.path(name), "wb") as file:
+            file.write(data)
+        return name
+
+    def run_orvane(self, *arguments, **keywords):
+        keywords.setdefault("stdout", subprocess.PIPE)
+        completed = subprocess.run(
+            [PROGRAM, *arguments],
+            cwd=self.folder,
+            stderr=subprocess.PIPE,
+            stdin=subprocess.DEVNULL,
+            timeout=300,
+            **keywords,
+        )
+        completed.stderr = completed.stderr.decode()
+        completed.stdout = (completed.stdout or b"").decode()
+        return Result(completed)
+
+    def succeed(self, *arguments):
+        """The result of a run that must be done and say nothing on standard error."""
+        result = self.run_orvane(*arguments)
+        self.assertEqual((result.status, result.err), (0, ""))
+        return result
+
+    def assert_failure(self, result, status, line, out=""):
+        self.assertEqual((result.status, result.err, result.out), (status, line + "\n", out))
+
+    def assert_folder(self, *names):
+        """Nothing but these files is in the folder, hidden ones counted."""
+        self.assertEqual(sorted(os.listdir(self.folder)), sorted(names))
+
+    def dump(self, name):
+        completed = subprocess.run(
+            [DUMP, self.path(name)], stdout=subprocess.PIPE, check=True, timeout=300
+        )
+        return json.loads(completed.stdout)
+
+    def content(self, name):
+        with open(self.path(name), "rb") as file:
+            return file.read()
+
+
+class ArgumentsTest(CliTest):
+    def test_every_command_has_help_with_examples(self):
+        for command in ([], ["read"], ["preview"], ["import"], ["options"]):
+            with self.subTest(command=command):
+                result = self.succeed(*command, "--help")
+                self.assertIn("Examples:\n  orvane ", result.out)
+                self.assertIn("Exit status: 0 done, 1 the data failed, 2 wrong arguments.", result.out)
+
+    def test_tells_its_version(self):
+        self.assertRegex(self.succeed("--version").out, r"^orvane \d+\.\d+\.\d+\n$")
+
+    def test_wrong_usage_is_one_line_and_status_2(self):
+        cases = (
+            [],
+            ["unknown"],
+            ["read"],
+            ["import"],
+            ["read", "a.csv", "b.csv"],
+            ["read", "a.csv", "--unknown"],
+            ["read", "a.csv", "--option"],
+            ["preview", "a.csv", "--x", "1"],
+            ["options", "a.csv"],
+        )
+        for arguments in cases:
+            with self.subTest(arguments=arguments):
+                result = self.run_orvane(*arguments)
+                self.assertEqual((result.status, result.out), (2, ""))
+                self.assertRegex(result.err, r"^orvane: [^\n]+ \(command line; [^\n]+\)\n$")
+
+    def test_an_option_takes_one_value_and_leaves_the_file_alone(self):
+        self.write("a.csv", "1,2\n")
+        result = self.succeed("read", "--option", "MAX_RECORDS=1", "a.csv", "--json")
+        self.assertTrue(result.json["ok"])
+
+
+class OptionTableTest(CliTest):
+    KEYS = """ASCII_SEPARATOR FIELD_LENGTH USE_COMMA USE_TAB USE_SPACE MAX_RECORDS X_COLUMN
+        Y_COLUMN Z_COLUMN NAME_COLUMN FIRST_LINE_COLUMN_NAMES X_COORDINATE_FORMAT
+        Y_COORDINATE_FORMAT Z_COORDINATE_FORMAT X_MULTIPLIER Y_MULTIPLIER Z_MULTIPLIER AUTO_SCHEMA
+        AUTO_SCHEMA_ALL_ROWS SCHEMA_SAMPLE_SIZE COLUMN_DEFINITION PRESERVE_NUMERIC_STRINGS
+        IGNORE_BLANK_ROWS ASCII_HEADER_IDENTIFIER ASCII_HEADER_BLANK_LINE ASCII_HEADER_COUNT CODEC
+        CODECFORLOCALE""".split()
+
+    def test_lists_every_option_with_type_and_meaning(self):
+        lines = self.succeed("options").out.splitlines()
+        self.assertEqual(lines[0].split(), ["OPTION", "TYPE", "MEANING"])
+        self.assertEqual([line.split()[0] for line in lines[1:]], self.KEYS)
+        for line in lines[1:]:
+            self.assertRegex(line, r"^\S+ +(integer|number|boolean|text|presence|list of \w+) {2,}\S")
+
+
+class OptionTextsTest(CliTest):
+    def read(self, name, *options):
+        arguments = [part for option in options for part in ("--option", option)]
+        return self.succeed("read", name, "--json", *arguments).json["layer"]
+
+    def names(self, layer):
+        return [[value[2] for value in feature["attributes"]] for feature in layer["features"]]
+
+    def test_integers_booleans_and_numbers_are_read_by_the_keys_type(self):
+        self.write("a.csv", "x,y,n\n1,2,3\n4,5,6\n")
+        layer = self.read(
+            "a.csv",
+            "FIRST_LINE_COLUMN_NAMES=yes",
+            "X_COLUMN=0",
+            "Y_COLUMN=+1",
+            "X_MULTIPLIER=0.5",
+            "Y_MULTIPLIER=-1e1",
+            "MAX_RECORDS=1",
+        )
+        self.assertEqual([feature["geometry"] for feature in layer["features"]], [[0.5, -20]])
+        self.assertEqual(layer["schema"][0]["name"], "n")
+
+    def test_a_backslash_t_separates_at_tabs(self):
+        self.write("a.dat", "a\tb c\n")
+        self.assertEqual(self.names(self.read("a.dat", "ASCII_SEPARATOR=\\t")), [["a", "b c"]])
+
+    def test_two_backslashes_separate_at_one(self):
+        self.write("a.dat", "a\\b\n")
+        self.assertEqual(self.names(self.read("a.dat", "ASCII_SEPARATOR=\\\\")), [["a", "b"]])
+
+    def test_a_presence_only_key_takes_any_value_and_none(self):
+        self.write("a.dat", "a b\n")
+        for option in ("USE_SPACE", "USE_SPACE=", "USE_SPACE=false"):
+            self.assertEqual(self.names(self.read("a.dat", option)), [["a", "b"]])
+
+    def test_definitions_with_commas_are_given_one_by_one(self):
+        self.write("a.csv", "7,8\n")
+        layer = self.read(
+            "a.csv", "COLUMN_DEFINITION=0,First,5,4,0", "COLUMN_DEFINITION=1,Second,9,0,3"
+        )
+        self.assertEqual(
+            layer["schema"],
+            [
+                {"name": "First", "type": 5, "length": 4, "precision": 0},
+                {"name": "Second", "type": 9, "length": 0, "precision": 3},
+            ],
+        )
+
+    def test_the_later_of_two_values_counts(self):
+        self.write("a.csv", "1,2\n3,4\n")
+        self.assertEqual(len(self.read("a.csv", "MAX_RECORDS=1", "MAX_RECORDS=2")["features"]), 2)
+
+    def test_values_that_do_not_fit_name_key_and_type(self):
+        self.write("a.csv", "1,2\n")
+        cases = (
+            ("X_COLUMN=a", "The option X_COLUMN needs an integer of 32 bits, not 'a'."),
+            ("X_COLUMN=", "The option X_COLUMN needs an integer of 32 bits, not ''."),
+            ("X_COLUMN=3 ", "The option X_COLUMN needs an integer of 32 bits, not '3 '."),
+            ("MAX_RECORDS=2147483648",
+             "The option MAX_RECORDS needs an integer of 32 bits, not '2147483648'."),
+            ("X_MULTIPLIER=1,5", "The option X_MULTIPLIER needs a number, not '1,5'."),
+            ("FIRST_LINE_COLUMN_NAMES=maybe",
+             "The option FIRST_LINE_COLUMN_NAMES needs a boolean (true, false, yes, no, 1 or 0),"
+             " not 'maybe'."),
+            ("FIELD_LENGTH=5,x",
+             "The option FIELD_LENGTH needs a list of integers of 32 bits, for example 5,9,9,"
+             " not '5,x'."),
+            ("FIELD_LENGTH=5,",
+             "The option FIELD_LENGTH needs a list of integers of 32 bits, for example 5,9,9,"
+             " not '5,'."),
+            ("X_COLUMN",
+             "The option X_COLUMN needs a value: X_COLUMN=VALUE, a value of the type integer."),
+        )
+        for option, line in cases:
+            with self.subTest(option=option):
+                result = self.run_orvane("read", "a.csv", "--option", option)
+                self.assert_failure(result, 2, "orvane: " + line)
+
+    def test_an_unknown_key_names_the_keys_like_it(self):
+        result = self.run_orvane("read", "a.csv", "-o", "x_colum=1")
+        self.assertEqual(result.status, 2)
+        self.assertRegex(
+            result.err, r"^orvane: There is no reader option 'x_colum'; did you mean X_COLUMN.*\?\n$"
+        )
+        result = self.run_orvane("read", "a.csv", "-o", "zzzzzzzz=1")
+        self.assert_failure(
+            result, 2, "orvane: There is no reader option 'zzzzzzzz'; 'orvane options' lists them."
+        )
+
+
+class OptionFilesTest(CliTest):
+    def read(self, options, *more):
+        self.write("o.json", json.dumps(options))
+        return self.succeed("read", "a.csv", "--options", "o.json", "--json", *more).json["layer"]
+
+    def test_values_keep_their_json_types(self):
+        self.write("a.csv", "n,x,y\n1,2,3\n")
+        layer = self.read({"FIRST_LINE_COLUMN_NAMES": True, "X_COLUMN": 1, "Y_COLUMN": "2"})
+        self.assertEqual([feature["geometry"] for feature in layer["features"]], [[2, 3]])
+
+    def test_a_text_for_the_header_flag_stays_a_text(self):
+        self.write("a.csv", "n,m\n1,2\n")
+        self.assertEqual(len(self.read({"FIRST_LINE_COLUMN_NAMES": "true"})["features"]), 2)
+        self.assertEqual(len(self.read({"FIRST_LINE_COLUMN_NAMES": "1"})["features"]), 1)
+
+    def test_lists_of_texts_and_empty_lists_are_taken(self):
+        self.write("a.csv", "#c\n1\n")
+        layer = self.read({"ASCII_HEADER_IDENTIFIER": [], "COLUMN_DEFINITION": ["0,A,5,0,0"]})
+        self.assertEqual(layer["schema"][0]["name"], "A")
+
+    def test_an_option_on_the_command_line_outranks_the_file(self):
+        self.write("a.csv", "1,2\n3,4\n")
+        self.assertEqual(len(self.read({"MAX_RECORDS": 1}, "-o", "MAX_RECORDS=2")["features"]), 2)
+
+    def test_what_is_no_object_of_options_is_refused(self):
+        self.write("a.csv", "1,2\n")
+        wrong_type = "the option {} needs a value of the type {}, not {}."
+        cases = (
+            ("[]", "it must hold one object of options."),
+            ("3", "it must hold one object of options."),
+            ("null", "it must hold one object of options."),
+            ("", "it is no JSON, or holds a number out of range, at byte 1."),
+            ('{"X_COLUMN":1', "it is no JSON, or holds a number out of range, at byte 14."),
+            ("[" * 100000, "it must hold one object of options."),
+            ('{"X_COLUMN":null}', wrong_type.format("X_COLUMN", "integer", "null")),
+            ('{"X_COLUMN":{}}', wrong_type.format("X_COLUMN", "integer", "an object")),
+            ('{"X_COLUMN":[1]}', wrong_type.format("X_COLUMN", "integer", "a list")),
+            ('{"FIELD_LENGTH":5}', wrong_type.format("FIELD_LENGTH", "list of integers", "one value")),
+            ('{"FIELD_LENGTH":[5,"6"]}',
+             wrong_type.format("FIELD_LENGTH", "list of integers", "a list of texts and integers mixed")),
+            ('{"FIELD_LENGTH":["6"]}',
+             wrong_type.format("FIELD_LENGTH", "list of integers", "a list of texts")),
+            ('{"FIELD_LENGTH":[1.5]}',
+             wrong_type.format("FIELD_LENGTH", "list of integers", "a list of other values")),
+            ('{"FIELD_LENGTH":[[1]]}',
+             wrong_type.format("FIELD_LENGTH", "list of integers", "a list in a list")),
+            ('{"FIELD_LENGTH":[4294967296]}',
+             wrong_type.format("FIELD_LENGTH", "list of integers", "a list with an integer beyond 32 bits")),
+            ('{"X_COLUMN":99999999999999999999}',
+             None),
+            ('{"X_COLUMN":1,"X_COLUMN":2}', "the option X_COLUMN stands in it twice."),
+        )
+        for content, reason in cases:
+            with self.subTest(content=content[:40]):
+                self.write("o.json", content)
+                result = self.run_orvane("read", "a.csv", "--options", "o.json")
+                self.assertEqual((result.status, result.out), (2, ""))
+                if reason is None:
+                    self.assertRegex(result.err, r"^orvane: The option file <o.json> is[^\n]+\n$|^$")
+                else:
+                    self.assertEqual(
+                        result.err, "orvane: The option file <o.json> is not valid: " + reason + "\n"
+                    )
+
+    def test_a_file_that_can_not_be_read_is_named(self):
+        self.assert_failure(
+            self.run_orvane("read", "a.csv", "--options", "none.json"),
+            2,
+            "orvane: The option file <none.json> can not be read: No such file or directory.",
+        )
+        self.assert_failure(
+            self.run_orvane("read", "a.csv", "--options", "."),
+            2,
+            "orvane: The option file <.> can not be read: Is a directory.",
+        )
+        self.write("big.json", b" " * (16 * 1024 * 1024 + 1))
+        self.assert_failure(
+            self.run_orvane("read", "a.csv", "--options", "big.json"),
+            2,
+            "orvane: The option file <big.json> can not be read: it is larger than 16 MiB.",
+        )
+
+
+class ReadTest(CliTest):
+    OPTIONS = ("-o", "FIRST_LINE_COLUMN_NAMES=true", "-o", "X_COLUMN=0", "-o", "Y_COLUMN=1")
+
+    def test_shows_the_layer(self):
+        self.write("stations.csv", STATIONS)
+        self.assertEqual(
+            self.succeed("read", "stations.csv", *self.OPTIONS).out,
+            "Layer:     stations\n"
+            "Records:   3 read\n"
+            "Features:  3, 2 with a point, 1 without\n"
+            "Extent:    X -0.1 to 10.5, Y 47.25 to 51.5\n"
+            "Schema:    3 columns\n"
+            "  1  height  integer\n"
+            "  2  name    text, length 10\n"
+            "  3  count   integer\n"
+            "First features:\n"
+            "  1  (10.5, 47.25)  height=1200  name=Berg, oben  count=3\n"
+            "  2  (-0.1, 51.5)  height=11  name=Themse  count=12\n"
+            "  3  no geometry  height=5  name=leer  count=7\n",
+        )
+
+    def test_prints_the_layer_as_one_json_object_in_the_order_of_its_keys(self):
+        self.write("s.csv", "lon,lat,h,n\n10.5,47.25,1200,a\n7,,3,b\n")
+        result = self.succeed("read", "s.csv", *self.OPTIONS, "-o", "Z_COLUMN=2", "--json")
+        self.assertEqual(
+            result.out,
+            '{"ok":true,"layer":{"name":"s","schema":['
+            '{"name":"n","type":11,"length":0,"precision":0}],"features":['
+            '{"name":"1","geometry":[10.5,47.25,1200],"attributes":[["n",11,"a"]]},'
+            '{"name":"2","geometry":null,"attributes":[["n",11,"b"]]}]},'
+            '"records_read":2,"failure_flag":0,"status":0}\n',
+        )
+
+    def test_the_limit_sets_the_failure_flag(self):
+        self.write("s.csv", STATIONS)
+        result = self.succeed("read", "s.csv", *self.OPTIONS, "-o", "MAX_RECORDS=2", "--json").json
+        self.assertEqual(len(result["layer"]["features"]), 2)
+        self.assertEqual((result["failure_flag"], result["status"]), (1, 0))
+
+    def test_names_with_line_breaks_and_links_are_read(self):
+        self.write("a\nb\x1b.csv", "1,2\n")
+        self.assertEqual(self.succeed("read", "a\nb\x1b.csv", "--json").json["layer"]["name"], "a\nb\x1b")
+        self.assertIn("Layer:     a\\x0Ab\\x1B\n", self.succeed("read", "a\nb\x1b.csv").out)
+        os.symlink("a\nb\x1b.csv", self.path("link.csv"))
+        self.assertEqual(self.succeed("read", "link.csv", "--json").json["layer"]["name"], "link")
+
+    def test_control_characters_of_data_do_not_reach_the_output(self):
+        self.write("a.csv", b"\x1b[31mred,\x9b5m\x7f\n")
+        for arguments in ((), ("--json",)):
+            out = self.succeed("read", "a.csv", *arguments).out
+            self.assertFalse(any(ord(c) < 0x20 and c != "\n" or 0x7F <= ord(c) < 0xA0 for c in out))
+        values = self.succeed("read", "a.csv", "--json").json["layer"]["features"][0]["attributes"]
+        self.assertEqual([value[2] for value in values], ["\x1b[31mred", "\x9b5m\x7f"])
+
+    def test_numbers_do_not_depend_on_the_locale(self):
+        self.write("a.csv", "a,1.5\nb,2.5\n")
+        environment = dict(os.environ, LC_ALL="de_DE.UTF-8", LC_NUMERIC="de_DE.UTF-8")
+        result = self.run_orvane("read", "a.csv", "--json", env=environment)
+        self.assertEqual(result.json["layer"]["features"][0]["attributes"][1], ["C2", 9, 1.5])
+
+
+class ReadFailuresTest(CliTest):
+    def assert_both(self, name, status, failure, *arguments):
+        """The line on standard error, and the object with --json."""
+        line = "orvane: " + failure["message"] + " (" + failure["location"] + ")"
+        line += " " + failure["details"] if failure["details"] else ""
+        line = "".join("\\x%02X" % ord(c) if ord(c) < 0x20 else c for c in line)
+        self.assert_failure(self.run_orvane("read", name, *arguments), status, line)
+        result = self.run_orvane("read", name, "--json", *arguments)
+        self.assertEqual((result.status, result.err), (status, line + "\n"))
+        self.assertEqual(result.json, dict(ok=False, **failure))
+        self.assertEqual(result.out.count("\n"), 1)
+
+    def test_a_missing_file(self):
+        self.assert_both(
+            "none.csv",
+            1,
+            {
+                "exception": "BFileNotFoundException",
+                "location": "BAsciiFile::Open",
+                "message": os.path.realpath(self.folder) + "/none.csv",
+                "details": "",
+            },
+        )
+
+    def test_an_empty_file(self):
+        self.write("empty.csv", "")
+        path = os.path.realpath(self.folder) + "/empty.csv"
+        self.assert_both(
+            "empty.csv",
+            1,
+            {
+                "exception": "BException",
+                "location": "AsciiFile::Open",
+                "message": f"Could not open a stream for <{path}> for reading.",
+                "details": "",
+            },
+        )
+
+    def test_a_folder_and_a_file_that_can_not_be_opened(self):
+        os.mkdir(self.path("folder.csv"))
+        server = socket.socket(socket.AF_UNIX)
+        self.addCleanup(server.close)
+        server.bind(self.path("socket.csv"))
+        for name in ("folder.csv", "socket.csv"):
+            path = os.path.realpath(self.folder) + "/" + name
+            self.assert_both(
+                name,
+                1,
+                {
+                    "exception": "BException",
+                    "location": "AsciiFile::Open",
+                    "message": f"Could not open the file <{path}> for reading.",
+                    "details": "",
+                },
+            )
+
+    def test_texts_that_a_site_gives_swapped_stay_swapped(self):
+        self.write("a.dat", "1,2\n")
+        self.assert_both(
+            "a.dat",
+            1,
+            {
+                "exception": "BException",
+                "location": "Separator could not be determined automatically.",
+                "message": "BAsciiReader::Read",
+                "details": "",
+            },
+        )
+
+    def test_a_row_that_fails_carries_its_details(self):
+        self.write("a.csv", "x,y,a\n1,2,3\n1,2,3,4\n")
+        self.assert_both(
+            "a.csv",
+            1,
+            {
+                "exception": "BException",
+                "location": "AsciiFile::BuildLayer",
+                "message": "Failed to parse feature # 1.",
+                "details": "The following line may be formatted wrong.\n\t<1,2,3,4>.",
+            },
+            "-o",
+            "FIRST_LINE_COLUMN_NAMES=1",
+        )
+
+    def test_a_standard_exception_has_its_own_name(self):
+        self.write("a.csv", "1,2\n3,4\n")
+        result = self.run_orvane("read", "a.csv", "--json", "-o", "NAME_COLUMN=1", "-o",
+                                 "COLUMN_DEFINITION=0,A,5,0,0")
+        self.assertEqual(result.status, 1)
+        self.assertEqual(
+            result.json,
+            {
+                "ok": False,
+                "exception": "std::out_of_range",
+                "location": "",
+                "message": "invalid vector subscript",
+                "details": "",
+            },
+        )
+        self.assertEqual(result.err, "orvane: invalid vector subscript (std::out_of_range)\n")
+
+    def test_a_name_that_is_no_utf8(self):
+        with open(os.fsencode(self.folder) + b"/\xff.csv", "wb") as file:
+            file.write(b"1,2\n")
+        result = self.run_orvane("read", b"\xff.csv")
+        self.assert_failure(
+            result, 1, "orvane: The file name <\\xFF.csv> is not valid UTF-8. (ReaderSession::Create)"
+        )
+
+
+class PreviewTest(CliTest):
+    def test_shows_the_first_two_rows_by_column(self):
+        self.write("s.csv", STATIONS)
+        self.assertEqual(
+            self.succeed("preview", "s.csv").out,
+            "COLUMN  FIRST ROW  SECOND ROW\n"
+            "0       lon        10.5\n"
+            "1       lat        47.25\n"
+            "2       height     1200\n"
+            "3       name       Berg, oben\n"
+            "4       count      3\n"
+            "5 columns; the first row holds column names\n",
+        )
+
+    def test_prints_the_answer_as_json(self):
+        self.write("s.csv", "a,b\nc,d\n")
+        self.assertEqual(
+            self.succeed("preview", "s.csv", "--json").out,
+            '{"ok":true,"preview":{"0":["a","c"],"1":["b","d"],'
+            '"FIRST_LINE_COLUMN_NAMES":"0","NUM_COLUMNS":2}}\n',
+        )
+
+    def test_rows_of_different_lengths_fail(self):
+        self.write("s.csv", "a,b\nc\n")
+        result = self.run_orvane("preview", "s.csv", "--json")
+        self.assertEqual(result.status, 1)
+        self.assertEqual(
+            result.json,
+            {
+                "ok": False,
+                "exception": "BFileContentNotValidException",
+                "location": "AsciiFile::ReadPreview",
+                "message": "The number of records on first and second line differs.",
+                "details": "",
+            },
+        )
+
+
+class PluginsTest(CliTest):
+    def setUp(self):
+        super().setUp()
+        self.write("a.csv", "1,2\n")
+
+    def test_a_plug_in_by_path_is_used(self):
+        result = self.succeed("read", "a.csv", "--plugin", FAKE, "--json")
+        self.assertEqual(result.json["layer"]["name"], "fake")
+
+    def test_a_missing_plug_in(self):
+        self.assert_failure(
+            self.run_orvane("read", "a.csv", "--plugin", "none.so"),
+            1,
+            "orvane: The plug-in <none.so> was not found. (PluginModule::Load)",
+        )
+
+    def test_no_plug_in_beside_the_program(self):
+        shutil.copy(PROGRAM, self.path("orvane"))
+        environment = dict(os.environ, LD_LIBRARY_PATH=os.path.dirname(PROGRAM))
+        completed = subprocess.run(
+            [self.path("orvane"), "read", "a.csv", "--json"],
+            cwd=self.folder, capture_output=True, env=environment, text=True, timeout=60)
+        self.assertEqual(completed.returncode, 1)
+        self.assertRegex(
+            completed.stderr,
+            r"^orvane: The plug-in <[^\n]*/AsciiReader.so> was not found. \(PluginModule::Load\) "
+            r"Nor is it at <[^\n]*/orvane/AsciiReader.so>; name it with --plugin.\n$")
+        self.assertFalse(json.loads(completed.stdout)["ok"])
+
+    def test_files_that_are_no_plug_in(self):
+        self.assert_failure(
+            self.run_orvane("read", "a.csv", "--plugin", NO_PLUGIN),
+            1,
+            f"orvane: The library <{NO_PLUGIN}> is no plug-in. (PluginModule::Load) "
+            "It has no function GetDataMgrProxy.",
+        )
+        self.assert_failure(
+            self.run_orvane("read", "a.csv", "--plugin", FAKE_WITHOUT_PROXY),
+            1,
+            f"orvane: The library <{FAKE_WITHOUT_PROXY}> is no plug-in. (PluginModule::Load) "
+            "Its function GetDataMgrProxy gave nothing.",
+        )
+        result = self.run_orvane("read", "a.csv", "--plugin", "a.csv")
+        self.assertEqual(result.status, 1)
+        self.assertRegex(
+            result.err,
+            r"^orvane: The plug-in <[^\n]*a\.csv> could not be loaded\. \(PluginModule::Load\) [^\n]+\n$",
+        )
+        self.assert_failure(
+            self.run_orvane("read", "a.csv", "--plugin", "."),
+            1,
+            "orvane: The plug-in <.> could not be loaded. (PluginModule::Load) It is not a file.",
+        )
+
+    def test_a_type_that_the_plug_in_does_not_read(self):
+        self.write("a.SSV", "1\n")
+        self.assert_failure(
+            self.run_orvane("read", "a.SSV", "--plugin", FAKE),
+            1,
+            "orvane: The plug-in can not read data of the type <DS_SSV>. (ReaderSession::Create)",
+        )
+
+    def test_whatever_a_plug_in_throws_is_reported(self):
+        cases = (
+            ("bad-alloc", "std::bad_alloc", "std::bad_alloc"),
+            ("own-type", "(anonymous namespace)::ModuleError", "made in the module"),
+            ("no-exception", "unknown", "An exception of an unknown type."),
+        )
+        for name, exception, message in cases:
+            with self.subTest(name=name):
+                self.write(name + ".csv", "1\n")
+                result = self.run_orvane("read", name + ".csv", "--plugin", FAKE, "--json")
+                self.assertEqual(
+                    result.json,
+                    {"ok": False, "exception": exception, "location": "", "message": message, "details": ""},
+                )
+                self.assertEqual((result.status, result.err), (1, f"orvane: {message} ({exception})\n"))
+
+    def test_the_line_of_a_failure_is_one_line_without_control_characters(self):
+        self.write("swapped.csv", "1\n")
+        self.assert_failure(
+            self.run_orvane("read", "swapped.csv", "--plugin", FAKE),
+            1,
+            "orvane: the message\\x0A\\x1B[0m (the location) the\\x09details",
+        )
+
+
+class ImportTest(CliTest):
+    def assert_same_values(self, name, read):
+        """A file's content is the layer that `read --json` printed, value by value."""
+        dump = self.dump(name)
+        layer = read["layer"]
+        kinds = {
+            0: ("String", "None"), 5: ("Integer", "None"), 7: ("Integer64", "None"),
+            9: ("Real", "None"), 10: ("Real", "Float32"), 11: ("String", "None"),
+            12: ("String", "None"), 13: ("Integer", "Boolean"),
+        }
+        self.assertEqual(
+            [tuple(field) for field in dump["fields"]],
+            [(column["name"], *kinds[column["type"]]) for column in layer["schema"]],
+        )
+        self.assertEqual(len(dump["features"]), len(layer["features"]))
+        for feature, (geometry, values) in zip(layer["features"], dump["features"]):
+            self.assertEqual(geometry, feature["geometry"])
+            expected = []
+            for column, (_, _, value) in zip(layer["schema"], feature["attributes"]):
+                expected.append(int(value) if column["type"] == 7 else value)
+            expected += [None] * (len(layer["schema"]) - len(expected))
+            self.assertEqual(values, expected)
+
+    def test_the_bundled_file_arrives_value_by_value(self):
+        result = self.succeed("import", EARTHQUAKES, "out.gpkg", "--crs", "EPSG:4326")
+        self.assertRegex(
+            result.out,
+            r"^Layer:    earthquakes\n"
+            r"Columns:  X from column 2 'longitude', Y from column 1 'latitude'; names from the first line\n"
+            r"Rows:     1197 read \(1197 lines\)\n"
+            r"Points:   1197\n"
+            r"No point: 0 rows\n"
+            r"Extent:   X -179\.9953 to 179\.9129, Y -60\.6819 to 72\.6309\n"
+            r"Schema:   20 columns\n"
+            r"   1  time             text(, length \d+)?\n(?:.+\n){19}"
+            r"Time:     \d+\.\d{3} s, \d+\.\d MB/s \(reading \d+\.\d{3} s, \d+\.\d MB/s; writing \d+\.\d{3} s\)\n"
+            r"Written:  out\.gpkg \(GPKG\)\n$",
+        )
+        read = self.succeed(
+            "read", EARTHQUAKES, "--json", "-o", "FIRST_LINE_COLUMN_NAMES=true",
+            "-o", "X_COLUMN=2", "-o", "Y_COLUMN=1").json
+        self.assert_same_values("out.gpkg", read)
+        dump = self.dump("out.gpkg")
+        self.assertEqual(
+            (dump["driver"], dump["layer"], dump["geometry"], dump["crs"]),
+            ("GPKG", "earthquakes", "Point", "EPSG:4326"),
+        )
+        self.assert_folder("out.gpkg")
+
+    def test_heights_64_bit_integers_and_booleans_arrive(self):
+        self.write(
+            "s.csv",
+            "lon,lat,h,id,ok,v\n0.30000000000000004,2,3.5,3000000000,true,1.25\n"
+            "4,5,,-9223372036854775808,no,2.5\n6,7,8,5e9,YES,-0.1\n")
+        options = ("-o", "FIRST_LINE_COLUMN_NAMES=true", "-o", "X_COLUMN=0", "-o", "Y_COLUMN=1",
+                   "-o", "Z_COLUMN=2")
+        read = self.succeed("read", "s.csv", "--json", *options).json
+        self.succeed("import", "s.csv", "--z", "h")
+        self.assert_folder("s.csv", "s.gpkg")
+        dump = self.dump("s.gpkg")
+        self.assertEqual(dump["geometry"], "3D Point")
+        self.assertEqual(dump["crs"], None)
+        self.assertEqual([column["type"] for column in read["layer"]["schema"]], [7, 13, 9])
+        self.assertEqual(
+            dump["features"],
+            [
+                [[0.30000000000000004, 2, 3.5], [3000000000, 1, 1.25]],
+                [None, [-9223372036854775808, 0, 2.5]],
+                [[6, 7, 8], [5000000000, 1, -0.1]],
+            ],
+        )
+
+    def test_the_options_types_and_limit_hold(self):
+        self.write("s.csv", STATIONS)
+        result = self.succeed("import", "s.csv", "-o", "MAX_RECORDS=2", "-o", "NAME_COLUMN=4")
+        self.assertIn("Rows:     2 read (2 lines), stopped at MAX_RECORDS\n", result.out)
+        self.assertEqual(len(self.dump("s.gpkg")["features"]), 2)
+
+    def test_many_rows_cross_pages_and_transactions(self):
+        rows = 140000
+        self.write("m.csv", "x,y,n\n" + "".join(f"{i},{i % 90}.5,{i}\n" for i in range(rows)))
+        self.succeed("import", "m.csv")
+        features = self.dump("m.gpkg")["features"]
+        self.assertEqual(len(features), rows)
+        for index in (0, 65535, 65536, 131071, 131072, rows - 1):
+            self.assertEqual(features[index], [[index, index % 90 + 0.5], [index]])
+
+    def test_an_output_is_replaced_through_a_link_only_by_a_whole_one(self):
+        self.write("s.csv", STATIONS)
+        self.write("old.gpkg", "an old file")
+        os.symlink("old.gpkg", self.path("link.gpkg"))
+        self.succeed("import", "s.csv", "link.gpkg")
+        self.assertTrue(os.path.islink(self.path("link.gpkg")))
+        self.assertEqual(len(self.dump("old.gpkg")["features"]), 3)
+        self.assert_folder("s.csv", "old.gpkg", "link.gpkg")
+
+
+class ImportColumnsTest(CliTest):
+    def columns_of(self, header, *arguments):
+        count = len(header.split(","))
+        self.write("c.csv", header + "\n" + ",".join(str(i + 0.5) for i in range(count)) + "\n")
+        out = self.succeed("import", "c.csv", *arguments).out
+        return out.splitlines()[1]
+
+    def test_pairs_of_names_are_found_in_any_case_and_order(self):
+        cases = (
+            "lon,lat", "LONG,LAT", "Lng,Lat", "longitude,latitude", "X,Y", "x_coord,y_coord",
+            "Easting,Northing", "EASTINGS,NORTHINGS", "utm_x,utm_y", "decimalLongitude,decimalLatitude",
+            "Point X,Point Y", "gps-lon,gps-lat", "geoLaenge,geoBreite")
+        for names in cases:
+            with self.subTest(names=names):
+                x, y = names.split(",")
+                self.assertIn(f"X from column 1 '{x}', Y from column 2 '{y}'",
+                              self.columns_of(f"a,{x},{y}"))
+                self.assertIn(f"X from column 2 '{x}', Y from column 0 '{y}'",
+                              self.columns_of(f"{y},a,{x}"))
+
+    def test_names_indices_and_options_choose_columns(self):
+        expected = "X from column 2 'c', Y from column 0 'a'"
+        self.assertIn(expected, self.columns_of("a,b,c", "--x", "c", "--y", "a"))
+        self.assertIn(expected, self.columns_of("a,b,c", "--x", "C", "--y", "A"))
+        self.assertIn(expected, self.columns_of("a,b,c", "--x", "2", "--y", "0"))
+        self.assertIn(expected, self.columns_of("a,b,c", "-o", "X_COLUMN=2", "-o", "Y_COLUMN=0"))
+        self.assertIn(expected, self.columns_of("a,b,c", "--x", "2", "-o", "Y_COLUMN=0"))
+        self.assertIn("X from column 1 'b', Y from column 0 'lat'",
+                      self.columns_of("lat,b,c", "--x", "b"))
+        self.assertIn(", Z from column 1 'b'", self.columns_of("x,b,y", "--z", "b"))
+
+    def test_a_name_of_digits_outranks_the_index(self):
+        self.assertIn("X from column 0 '2', Y from column 2 'c'",
+                      self.columns_of("2,b,c", "--x", "2", "--y", "c"))
+
+    def test_asks_back_when_names_do_not_tell(self):
+        self.write("c.csv", "lon,lat,x,y\n1.5,2.5,3.5,\x1b[0m\n")
+        result = self.run_orvane("import", "c.csv")
+        self.assertEqual(
+            (result.status, result.out, result.err),
+            (2, "",
+             "orvane: Which columns hold X and Y? They can not be told by the column names; give "
+             "--x and --y, a name or an index, for example:\n"
+             "  orvane import 'c.csv' --x 0 --y 1\n"
+             "The columns of the file, by index:\n"
+             "  INDEX NAME  FIRST VALUE\n"
+             "  0     lon   1.5\n"
+             "  1     lat   2.5\n"
+             "  2     x     3.5\n"
+             "  3     y     \\x1B[0m\n"
+             "The first line was taken for column names.\n"))
+        self.assert_folder("c.csv")
+
+    def test_no_candidate_half_a_pair_and_two_of_one_name_ask_back(self):
+        for header in ("a,b", "lon,b", "lon,northing", "lon,lon,lat", "x,lat"):
+            with self.subTest(header=header):
+                count = len(header.split(","))
+                self.write("c.csv", header + "\n" + ",".join(["1.5"] * count) + "\n")
+                result = self.run_orvane("import", "c.csv")
+                self.assertEqual((result.status, result.out), (2, ""))
+                self.assertTrue(result.err.startswith("orvane: Which columns hold X and Y?"))
+
+    def test_a_file_without_column_names_lists_numbered_columns(self):
+        self.write("c.csv", "1.5,2.5\n3.5,4.5\n")
+        result = self.run_orvane("import", "c.csv")
+        self.assertEqual(result.status, 2)
+        self.assertIn("  0     C1    1.5\n  1     C2    2.5\nThe first line was taken for data.\n",
+                      result.err)
+        out = self.succeed("import", "c.csv", "--x", "C1", "--y", "1").out
+        self.assertIn("X from column 0 'C1', Y from column 1 'C2'; no column names\n", out)
+        self.assertEqual(len(self.dump("c.gpkg")["features"]), 2)
+
+    def test_a_ragged_file_is_imported_when_everything_is_given(self):
+        self.write("c.csv", "1,2\n3,4,5\n")
+        self.assertEqual(self.run_orvane("import", "c.csv", "--x", "0", "--y", "1").status, 1)
+        result = self.succeed("import", "c.csv", "--x", "0", "--y", "1",
+                              "-o", "FIRST_LINE_COLUMN_NAMES=false", "-o",
+                              "COLUMN_DEFINITION=0,A,5,0,0", "-o", "MAX_RECORDS=1", "-o",
+                              "AUTO_SCHEMA")
+        self.assertIn("X from column 0, Y from column 1; no column names", result.out)
+
+    def test_columns_that_do_not_fit(self):
+        self.write("c.csv", "a,b,b\n1.5,2.5,3.5\n")
+        cases = (
+            (("--x", "zz", "--y", "1"), "There is no column --x 'zz'."),
+            (("--x", "0", "--y", "9"),
+             "There is no column --y '9'; the file has 3 columns, counted from 0."),
+            (("--x", "a", "--y", "b"),
+             "The column --y 'b' is not certain: columns 1 and 2 have that name; give its index."),
+            (("--x", "1", "--y", "1"), "X, Y and Z must be different columns."),
+            (("--x", "1", "-o", "X_COLUMN=1"), "Give --x or the option X_COLUMN, not both."),
+            (("--x", "1", "-o", "Y_COLUMN=-1"), "The option Y_COLUMN counts from 0; -1 is no column."),
+        )
+        for arguments, line in cases:
+            with self.subTest(arguments=arguments):
+                self.assert_failure(self.run_orvane("import", "c.csv", *arguments), 2, "orvane: " + line)
+        self.assert_folder("c.csv")
+
+
+class ImportFormatsTest(CliTest):
+    NAMES = {
+        "gpkg": "GPKG", "fgb": "FlatGeobuf", "geojson": "GeoJSON", "json": "GeoJSON",
+        "geojsonl": "GeoJSONSeq", "geojsons": "GeoJSONSeq", "shp": "ESRI Shapefile", "CSV": "CSV"}
+
+    def test_every_format_holds_points_heights_and_values(self):
+        self.write("s.csv", "lon,lat,h,name,n,v\n10.5,47.25,1200,\"Berg, o\",3,1.5\n-0.1,51.5,11,b,12,2.25\n")
+        for extension, driver in self.NAMES.items():
+            with self.subTest(extension=extension):
+                out = "out." + extension
+                self.succeed("import", "s.csv", out, "--z", "h", "--crs", "EPSG:4326")
+                dump = self.dump(out)
+                self.assertEqual(dump["driver"], driver)
+                rows = sorted(dump["features"], key=lambda row: str(row[1][1]))
+                if driver == "CSV":
+                    self.assertEqual(
+                        self.content(out),
+                        b'name,n,v,X,Y,Z\n"Berg, o",3,1.5,10.5,47.25,1200\nb,12,2.25,-0.1,51.5,11\n')
+                    continue
+                self.assertEqual(dump["crs"], "EPSG:4326")
+                self.assertEqual(
+                    rows, [[[-0.1, 51.5, 11], ["b", 12, 2.25]], [[10.5, 47.25, 1200], ["Berg, o", 3, 1.5]]])
+
+    def test_rows_without_geometry_stay_where_the_format_holds_them(self):
+        self.write("s.csv", STATIONS)
+        for extension in ("gpkg", "geojson", "geojsonl", "shp"):
+            out = "out." + extension
+            self.succeed("import", "s.csv", out)
+            self.assertEqual(self.dump(out)["features"][2][0], None)
+        self.succeed("import", "s.csv", "out.csv")
+        self.assertTrue(self.content("out.csv").endswith(b"\n5,leer,7,,\n"))
+
+    def test_flatgeobuf_leaves_rows_without_geometry_out_and_says_so(self):
+        self.write("s.csv", STATIONS)
+        result = self.run_orvane("import", "s.csv", "out.fgb")
+        self.assertEqual(
+            (result.status, result.err),
+            (0, "orvane: note: 1 rows without geometry are not in the file: its format can not hold them\n"))
+        self.assertEqual(len(self.dump("out.fgb")["features"]), 2)
+
+    def test_names_are_made_to_fit_and_reported(self):
+        self.write("s.csv", "x,y,a long column name,a long column too,A,a,\n1,2,3,4,5,6,7\n")
+        result = self.run_orvane("import", "s.csv", "out.shp")
+        self.assertEqual(result.status, 0)
+        names = [field[0] for field in self.dump("out.shp")["fields"]]
+        self.assertEqual(names, ["a long col", "a long c_1", "A", "a_1", "C7"])
+        self.assertIn("orvane: note: column 4 'a' is named 'a_1' in the file\n", result.err)
+
+    def test_a_shapefile_replaces_all_of_an_old_one(self):
+        self.write("s.csv", "x,y,a\n1,2,3\n")
+        self.succeed("import", "s.csv", "out.shp", "--crs", "EPSG:4326")
+        self.assert_folder("s.csv", "out.shp", "out.shx", "out.dbf", "out.prj", "out.cpg")
+        self.succeed("import", "s.csv", "out.shp")
+        self.assert_folder("s.csv", "out.shp", "out.shx", "out.dbf", "out.cpg")
+
+
+class ImportFailuresTest(CliTest):
+    FORMATS = ("gpkg", "fgb", "geojson", "geojsonl", "shp", "csv")
+
+    def setUp(self):
+        super().setUp()
+        self.write("s.csv", STATIONS)
+
+    def test_wrong_arguments_are_found_before_reading(self):
+        cases = (
+            (("none.csv", "out.xyz"),
+             "No format is known for the output 'out.xyz'; its extension must be one of .gpkg, .fgb, "
+             ".geojson, .json, .geojsonl, .geojsons, .shp, .csv."),
+            (("none.csv", "out.gpkg", "--crs", "EPSG:0"), "The coordinate system 'EPSG:0' is not known."),
+            (("none.csv", "out.gpkg", "--crs", "WGS84"),
+             "The coordinate system 'WGS84' is not written as AUTHORITY:CODE, for example EPSG:4326."),
+            (("none.csv", "out.gpkg", "--crs", "http://example.com/a.wkt"),
+             "The coordinate system 'http://example.com/a.wkt' is not written as AUTHORITY:CODE, "
+             "for example EPSG:4326."),
+            (("s.csv", "./s.csv"), "The output is the input; give it another name."),
+        )
+        for arguments, line in cases:
+            with self.subTest(arguments=arguments):
+                self.assert_failure(self.run_orvane("import", *arguments), 2, "orvane: " + line)
+        self.assert_folder("s.csv")
+
+    def test_an_output_that_can_not_be_written(self):
+        os.mkdir(self.path("folder.gpkg"))
+        self.write("busy.gpkg", "old")
+        self.write("busy.gpkg-wal", "old")
+        os.symlink("loop.gpkg", self.path("loop.gpkg"))
+        os.mkfifo(self.path("pipe.gpkg"))
+        cases = (
+            ("none/out.gpkg", "Its folder does not exist."),
+            ("s.csv/out.gpkg", "Its folder does not exist."),
+            ("folder.gpkg", "Something that is no file is in its place."),
+            ("pipe.gpkg", "Something that is no file is in its place."),
+            ("busy.gpkg",
+             "Another program has it open, or left it unfinished: there is a file busy.gpkg-wal beside it."),
+        )
+        before = sorted(os.listdir(self.folder))
+        for out, reason in cases:
+            with self.subTest(out=out):
+                self.assert_failure(
+                    self.run_orvane("import", "s.csv", out), 1,
+                    f"orvane: Could not write <{out}>. (OutputTarget) {reason}")
+        for out in ("/proc/out.gpkg", "loop.gpkg"):
+            result = self.run_orvane("import", "s.csv", out)
+            self.assertEqual((result.status, result.out), (1, ""))
+            self.assertRegex(result.err, r"^orvane: Could not write <[^\n]+> *\.? ?\(OutputTarget\) [^\n]+\n$|"
+                             r"^orvane: Could not write <[^\n]+>\. \(OutputTarget\) [^\n]+\n$")
+        self.assertEqual(sorted(os.listdir(self.folder)), before)
+        self.assertEqual(self.content("busy.gpkg"), b"old")
+
+    def test_data_that_fails_leaves_the_old_output(self):
+        self.write("out.gpkg", "old")
+        self.write("bad.csv", "x,y,a\n1,2,3\n1,2,3,4\n")
+        result = self.run_orvane("import", "bad.csv", "out.gpkg")
+        self.assertEqual(result.status, 1)
+        self.assertTrue(result.err.startswith("orvane: Failed to parse feature # 1. (AsciiFile::BuildLayer)"))
+        self.assertEqual(self.content("out.gpkg"), b"old")
+        self.assert_folder("s.csv", "bad.csv", "out.gpkg")
+
+    def test_a_disk_that_is_full_leaves_the_old_output_and_nothing_else(self):
+        self.write("m.csv", "x,y,n\n" + "".join(f"{i}.25,{i % 90}.5,name {i}\n" for i in range(20000)))
+        for extension in self.FORMATS:
+            for limit in (1024, 64 * 1024, 256 * 1024):
+                with self.subTest(extension=extension, limit=limit):
+                    out = "out." + extension
+                    self.write(out, "old")
+                    result = self.run_orvane(
+                        "import", "m.csv", out,
+                        preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_FSIZE, (limit, limit)))
+                    self.assertEqual((result.status, result.out), (1, ""))
+                    self.assertRegex(
+                        result.err, r"^orvane: Could not write <out\.\w+>\. \(Exporter\) [^\n]+\n$")
+                    self.assertEqual(self.content(out), b"old")
+                    os.remove(self.path(out))
+                    self.assert_folder("s.csv", "m.csv")
+
+
+class OddValuesTest(CliTest):
+    """Layers that a reader other than the bundled one may make."""
+
+    def setUp(self):
+        super().setUp()
+        self.write("odd.csv", "1\n")
+
+    def test_json_holds_every_type_and_the_ends_of_their_ranges(self):
+        result = self.succeed("read", "odd.csv", "--plugin", FAKE, "--json")
+        self.assertIn('["",9,0.30000000000000004]', result.out)
+        self.assertIn('"geometry":[3,4,NaN]', result.out)
+        self.assertIn('["",9,Infinity]', result.out)
+        self.assertIn('"a\\ud800b"', result.out)
+        features = result.json["layer"]["features"]
+        self.assertEqual(
+            features[0]["attributes"],
+            [["fid", 5, -2147483648], ["Name", 11, 'é "quoted", € 😀'],
+             ["name", 11, "9223372036854775807"], ["", 9, 0.1 + 0.2], ["geom", 10, 0.1],
+             ["a name of more than ten bytes", 13, True]])
+        self.assertEqual(features[2]["attributes"][1][2], "nul\0in it")
+        self.assertEqual(features[4], {"name": "5", "geometry": None, "attributes": [["fid", 5, 2], ["Name", 11, ""]]})
+        self.assertEqual([value[1] for value in features[5]["attributes"]], [11, 5, 7, 11, 9, 11])
+
+    def test_a_geopackage_holds_what_it_can_and_the_rest_is_reported(self):
+        result = self.run_orvane("import", "odd.csv", "odd.gpkg", "--plugin", FAKE)
+        self.assertEqual(
+            (result.status, result.err),
+            (0,
+             "orvane: note: column 3 'name' is named 'name_1' in the file\n"
+             "orvane: note: column 4 '' is named 'C4' in the file\n"
+             "orvane: note: 1 values of the 64-bit column 'name_1' are no 64-bit integers and are null in the file\n"
+             "orvane: note: 1 numbers are not finite and are null in the file\n"
+             "orvane: note: 1 NUL characters of texts are U+FFFD in the file\n"
+             "orvane: note: 1 points have an X or Y that is no number and no geometry in the file\n"))
+        dump = self.dump("odd.gpkg")
+        self.assertEqual(
+            [field[0] for field in dump["fields"]],
+            ["fid", "Name", "name_1", "C4", "geom", "a name of more than ten bytes"])
+        rows = dump["features"]
+        self.assertEqual(rows[0][0][:2], [1.1, 2.2])
+        self.assertTrue(math.isnan(rows[0][0][2]))
+        self.assertEqual(rows[1][0], [0.1 + 0.2, -1e-7, 1234.5678])
+        self.assertEqual(rows[3][0], None)
+        self.assertEqual([row[1][0] for row in rows], [-2147483648, 2147483647, 0, 1, 2, 7])
+        self.assertEqual([row[1][2] for row in rows],
+                         [9223372036854775807, -3000000000, None, 10000000000, None, 9])
+        self.assertEqual([row[1][3] for row in rows], [0.1 + 0.2, 5e-324, None, math.inf, None, 2.5])
+        self.assertEqual(rows[1][1][1], "a\ufffdb")
+        self.assertEqual(rows[2][1][1], "nul\ufffdin it")
+
+
+class StreamsTest(CliTest):
+    LINE = "orvane: Could not write to the standard output. (TextOutput::Flush) {}\n"
+
+    def setUp(self):
+        super().setUp()
+        self.write("s.csv", STATIONS)
+
+    def test_a_full_device_behind_standard_output_fails(self):
+        for arguments in (["read", "s.csv"], ["read", "s.csv", "--json"], ["preview", "s.csv"],
+                          ["options"], ["--help"], ["import", "s.csv"]):
+            with self.subTest(arguments=arguments), open("/dev/full", "wb") as full:
+                result = self.run_orvane(*arguments, stdout=full)
+                self.assertEqual(result.status, 1)
+                self.assertTrue(result.err.startswith(self.LINE.format("No space left on device")))
+
+    def test_a_closed_standard_output_fails_and_harms_no_file(self):
+        for arguments in (["read", "s.csv", "--json"], ["import", "s.csv"]):
+            completed = subprocess.run(
+                ["sh", "-c", 'exec "$0" "$@" >&-', PROGRAM, *arguments],
+                cwd=self.folder, stderr=subprocess.PIPE, text=True, timeout=60)
+            self.assertEqual(completed.returncode, 1)
+            self.assertIn(self.LINE.format("Bad file descriptor"), completed.stderr)
+        self.assertEqual(self.content("s.csv"), STATIONS.encode())
+        self.assertEqual(len(self.dump("s.gpkg")["features"]), 3)
+
+    def test_a_pipe_that_nobody_reads_fails(self):
+        reading, writing = os.pipe()
+        os.close(reading)
+        with os.fdopen(writing, "wb") as pipe:
+            result = self.run_orvane("read", "s.csv", stdout=pipe)
+        self.assertEqual((result.status, result.err), (1, self.LINE.format("Broken pipe")))
+
+    def test_no_progress_is_shown_where_there_is_no_terminal(self):
+        self.write("m.csv", "x,y\n" + "1,2\n" * 50000)
+        self.succeed("import", "m.csv")
+
+    def test_a_terminal_shows_progress_and_is_left_clean(self):
+        self.write("million.csv", "1\n")
+        leader, follower = os.openpty()
+        process = subprocess.Popen(
+            [PROGRAM, "import", "million.csv", "--plugin", FAKE], cwd=self.folder,
+            stdout=subprocess.DEVNULL, stderr=follower, stdin=subprocess.DEVNULL)
+        os.close(follower)
+        shown = b""
+        try:
+            while True:
+                block = os.read(leader, 65536)
+                if not block:
+                    break
+                shown += block
+        except OSError:
+            pass
+        os.close(leader)
+        self.assertEqual(process.wait(300), 0)
+        self.assertIn(b"rows/s", shown)
+        self.assertRegex(shown, rb"Wrote \d+ of 1000000 rows, \d+ rows/s")
+        self.assertTrue(shown.endswith(b"\r\x1b[K"))
+
+
+class SignalsTest(CliTest):
+    LINE = "orvane: Interrupted; nothing was written. (orvane)\n"
+
+    def start(self, name, out):
+        self.write(name, "1\n")
+        environment = dict(os.environ, ORVANE_FAKE_MARK=self.path("mark"))
+        process = subprocess.Popen(
+            [PROGRAM, "import", name, out, "--plugin", FAKE], cwd=self.folder,
+            stdout=subprocess.PIPE, stderr=subprocess.PIPE, stdin=subprocess.DEVNULL, text=True,
+            env=environment)
+        self.addCleanup(process.kill)
+        self.wait_for(lambda: os.path.exists(self.path("mark")), process)
+        return process
+
+    def wait_for(self, condition, process):
+        deadline = time.monotonic() + 120
+        while not condition():
+            self.assertIsNone(process.poll(), "the program ended too early")
+            self.assertLess(time.monotonic(), deadline)
+            time.sleep(0.001)
+
+    def assert_interrupted(self, process):
+        out, err = process.communicate(timeout=120)
+        self.assertEqual((process.returncode, out, err), (1, "", self.LINE))
+
+    def test_a_signal_while_reading_cancels(self):
+        for number in (signal.SIGINT, signal.SIGTERM, signal.SIGHUP):
+            with self.subTest(number=number):
+                self.write("out.gpkg", "old")
+                process = self.start("endless.csv", "out.gpkg")
+                process.send_signal(number)
+                self.assert_interrupted(process)
+                self.assertEqual(self.content("out.gpkg"), b"old")
+                os.remove(self.path("mark"))
+        self.assert_folder("endless.csv", "out.gpkg")
+
+    def test_a_signal_while_opening_ends_at_once(self):
+        process = self.start("slow-open.csv", "out.gpkg")
+        process.send_signal(signal.SIGINT)
+        self.assert_interrupted(process)
+        self.assert_folder("slow-open.csv", "mark")
+
+    def hidden(self):
+        return glob.glob(self.path(".orvane-*/out.*"))
+
+    def test_a_signal_while_writing_leaves_the_old_output_and_nothing_else(self):
+        for extension in ("gpkg", "csv"):
+            with self.subTest(extension=extension):
+                out = "out." + extension
+                self.write(out, "old")
+                process = self.start("million.csv", out)
+                self.wait_for(self.hidden, process)
+                process.send_signal(signal.SIGTERM)
+                self.assert_interrupted(process)
+                self.assertEqual(self.content(out), b"old")
+                os.remove(self.path("mark"))
+                os.remove(self.path(out))
+                self.assert_folder("million.csv")
+
+    def test_a_kill_while_writing_never_shows_under_the_final_name(self):
+        self.write("out.gpkg", "old")
+        process = self.start("million.csv", "out.gpkg")
+        self.wait_for(self.hidden, process)
+        process.kill()
+        process.communicate(timeout=60)
+        self.assertEqual(self.content("out.gpkg"), b"old")
+        self.write("s.csv", STATIONS)
+        self.succeed("import", "s.csv", "out.gpkg")
+        self.assertEqual(len(self.dump("out.gpkg")["features"]), 3)
+
+
+if __name__ == "__main__":
+    unittest.main(verbosity=2, argv=[sys.argv[0], *sys.argv[1:]])
