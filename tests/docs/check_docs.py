@@ -1,0 +1,265 @@
+"""Holds the documents against the program, the sources and the tree.
+
+ORVANE names the built program, ORVANE_SOURCE the source tree.
+"""
+
+import json
+import os
+import pathlib
+import re
+import subprocess
+import tempfile
+import unittest
+
+PROGRAM = os.environ["ORVANE"]
+SOURCE = pathlib.Path(os.environ["ORVANE_SOURCE"])
+DOCS = SOURCE / "docs"
+
+
+def table_rows(path):
+    """The rows of all tables of a document, as (heading cells, cells)."""
+    heading = None
+    for line in path.read_text(encoding="utf-8").splitlines():
+        if not line.startswith("|"):
+            heading = None
+            continue
+        cells = [cell.strip() for cell in re.split(r"(?<!\\)\|", line)[1:-1]]
+        if heading is None:
+            heading = cells
+        elif not all(re.fullmatch(r":?-+:?", cell) for cell in cells):
+            yield heading, cells
+
+
+def code(cell):
+    """The first code span of a cell with the table's escape undone; None without one."""
+    match = re.search(r"`([^`]*)`", cell)
+    return match and match.group(1).replace(r"\|", "|")
+
+
+def codes(cell):
+    return [text.replace(r"\|", "|") for text in re.findall(r"`([^`]*)`", cell)]
+
+
+def run(*arguments):
+    return subprocess.run([PROGRAM, *arguments], capture_output=True, timeout=60)
+
+
+def sample_bytes(text):
+    """The bytes of a sample: \\n, \\r, \\t, \\\\ and \\xNN are escapes, all else is UTF-8."""
+    escapes = {"n": b"\n", "r": b"\r", "t": b"\t", "\\": b"\\"}
+    result = b""
+    for plain, escape in re.findall(r"([^\\]+)|\\(x[0-9a-fA-F]{2}|.)", text):
+        if plain:
+            result += plain.encode("utf-8")
+        elif escape[0] == "x":
+            result += bytes([int(escape[1:], 16)])
+        else:
+            result += escapes[escape]
+    return result
+
+
+class InputRules(unittest.TestCase):
+    def rows(self):
+        for heading, cells in table_rows(DOCS / "input-rules.md"):
+            if "Sample" in heading:
+                self.assertEqual(len(cells), 5, cells)
+                yield cells
+
+    def read(self, sample, options):
+        extension = re.match(r"\.\w+", options)
+        with tempfile.TemporaryDirectory() as folder:
+            path = pathlib.Path(folder) / ("sample" + (extension[0] if extension else ".csv"))
+            path.write_bytes(sample_bytes(sample))
+            arguments = []
+            for option in codes(options):
+                arguments += ["--option", option]
+            done = run("read", str(path), *arguments, "--json")
+            return json.loads(done.stdout)
+
+    @staticmethod
+    def features(layer, has_point):
+        rows = []
+        for feature in layer["features"]:
+            row = [feature["geometry"]] if has_point else []
+            rows.append(row + [value for _, _, value in feature["attributes"]])
+        return rows
+
+    def check(self, sample, options, expected):
+        answer = self.read(sample, options)
+        kind, _, rest = expected.partition(" ")
+        if kind == "error:":
+            self.assertFalse(answer["ok"])
+            name, _, text = rest.partition(" ")
+            self.assertEqual(answer["exception"], name)
+            pattern = ".*".join(re.escape(part) for part in text.split("..."))
+            self.assertRegex(answer["message"], "^" + pattern)
+            return
+        self.assertTrue(answer["ok"], answer)
+        layer = answer["layer"]
+        if kind == "schema:":
+            columns = [f"{column['name']} {column['type']}" for column in layer["schema"]]
+            self.assertEqual(", ".join(columns), rest)
+        elif kind == "names:":
+            self.assertEqual([feature["name"] for feature in layer["features"]], json.loads(rest))
+        else:
+            # As texts: true is not 1, and NaN is NaN.
+            actual = self.features(layer, "`X_COLUMN=" in options)
+            self.assertEqual(json.dumps(actual), json.dumps(json.loads(expected)))
+
+    def test_every_sample_gives_its_result(self):
+        checked = 0
+        for treated, _, sample, options, result in self.rows():
+            if not result.startswith("`"):
+                continue
+            with self.subTest(input=treated):
+                self.check(code(sample), options, code(result))
+            checked += 1
+        self.assertGreater(checked, 80)
+
+
+class Options(unittest.TestCase):
+    def test_the_table_is_the_programs_table(self):
+        lines = run("options").stdout.decode("utf-8").splitlines()
+        self.assertRegex(lines[0], r"^OPTION +TYPE +MEANING$")
+        listed = [tuple(re.split(r" {2,}", line.strip(), maxsplit=2)[:2]) for line in lines[1:]]
+        documented = []
+        for heading, cells in table_rows(DOCS / "options.md"):
+            if heading[0] == "Option":
+                self.assertEqual(heading, ["Option", "Type", "Default", "Meaning"])
+                self.assertTrue(all(cells), cells)
+                documented.append((code(cells[0]), cells[1]))
+        self.assertEqual(sorted(documented), sorted(listed))
+
+
+LITERAL = r'"(?:[^"\\\n]|\\.)*"'
+COMMENT = r"//[^\n]*"
+
+
+def source_files():
+    for folder in ("plugin", "sdk/src"):
+        for path in sorted((SOURCE / folder).rglob("*")):
+            if path.suffix in (".cpp", ".h"):
+                # Comments go, literals stay.
+                text = path.read_text(encoding="utf-8")
+                yield path, re.sub(
+                    rf"({LITERAL})|{COMMENT}", lambda match: match.group(1) or "", text
+                )
+
+
+def joined_literals(text):
+    """The texts of a piece of code: neighbouring literals are one."""
+    return [
+        "".join(part[1:-1] for part in re.findall(LITERAL, run_of_literals))
+        for run_of_literals in re.findall(rf"{LITERAL}(?:\s*{LITERAL})*", text)
+    ]
+
+
+def named_texts(source):
+    """Constants and locals that hold one text or a choice of texts."""
+    pattern = rf"char\s*\*\s*(?:const\s+)?(\w+)\s*=\s*([^;]*?{LITERAL}[^;]*);"
+    return {name: joined_literals(value) for name, value in re.findall(pattern, source)}
+
+
+def thrown_texts():
+    """(file, texts) of every place that makes an exception to be thrown."""
+    for path, source in source_files():
+        names = named_texts(source)
+        made = r"(?:throw\s+[\w:]+|return\s+(?:Orvane::)?B\w*Exception)"
+        pattern = rf"{made}\(((?:[^;\"]|{LITERAL})*)\);"
+        for arguments in re.findall(pattern, source):
+            texts = joined_literals(arguments)
+            for word in re.findall(r"\b\w+\b", re.sub(LITERAL, "", arguments)):
+                texts += names.get(word, [])
+            yield path, texts
+
+
+class Errors(unittest.TestCase):
+    def setUp(self):
+        self.documented = set()
+        for heading, cells in table_rows(DOCS / "errors.md"):
+            if heading[0] == "Class":
+                self.assertEqual(
+                    heading, ["Class", "First text", "Second text", "Details", "When"]
+                )
+                for cell in cells[1:4]:
+                    self.documented.update(codes(cell))
+
+    def test_every_thrown_text_is_documented(self):
+        count = 0
+        for path, texts in thrown_texts():
+            for text in texts:
+                count += 1
+                with self.subTest(file=path.name, text=text):
+                    self.assertTrue(text in self.documented, "not in docs/errors.md")
+        self.assertGreater(count, 40)
+
+    def test_every_documented_text_is_in_the_sources(self):
+        present = set()
+        for _, source in source_files():
+            present.update(joined_literals(source))
+        for text in sorted(self.documented):
+            with self.subTest(text=text):
+                self.assertTrue(text in present, "no such text in plugin or sdk/src")
+
+
+def documents():
+    names = ["README.md", "CONTRIBUTING.md", "CHANGELOG.md", "examples/README.md", "bench/README.md"]
+    return [SOURCE / name for name in names] + sorted(DOCS.glob("*.md"))
+
+
+class Tree(unittest.TestCase):
+    def test_links_lead_to_files(self):
+        for document in documents():
+            text = document.read_text(encoding="utf-8")
+            for target in re.findall(r"\]\(([^)#:]+)(?:#[^)]*)?\)", text):
+                with self.subTest(document=document.name, target=target):
+                    self.assertTrue((document.parent / target).exists())
+
+    def test_make_targets_exist(self):
+        makefile = (SOURCE / "Makefile").read_text(encoding="utf-8")
+        targets = set(re.findall(r"^([a-z]+):", makefile, re.MULTILINE))
+        for document in documents():
+            text = document.read_text(encoding="utf-8")
+            for target in re.findall(r"^ +make ([a-z]+)|`make ([a-z]+)", text, re.MULTILINE):
+                with self.subTest(document=document.name, target=target):
+                    self.assertIn("".join(target), targets)
+
+    def test_folders_of_the_readme_exist(self):
+        folders = []
+        for heading, cells in table_rows(SOURCE / "README.md"):
+            if heading[0] == "Folder":
+                folders.append(code(cells[0]))
+        self.assertGreater(len(folders), 5)
+        for folder in folders:
+            with self.subTest(folder=folder):
+                self.assertTrue((SOURCE / folder).is_dir())
+
+    def test_the_tour_of_the_readme_is_what_the_program_prints(self):
+        text = (SOURCE / "README.md").read_text(encoding="utf-8")
+        tours = re.findall(r"```console\n(.*?)```", text, re.DOTALL)
+        self.assertTrue(tours)
+        # Times and places differ, and the document has no blanks at line ends.
+        volatile = re.compile(r"(^(Time|Written): .*| +)$", re.MULTILINE)
+        for tour in tours:
+            for command, expected in re.findall(r"^\$ (.*)\n((?:(?!\$ ).*\n)*)", tour, re.MULTILINE):
+                with self.subTest(command=command), tempfile.TemporaryDirectory() as folder:
+                    actual = self.run_tour(command, folder)
+                    self.assertEqual(volatile.sub("", actual), volatile.sub("", expected))
+
+    def run_tour(self, command, folder):
+        """Runs a command of the tour in a folder of its own; `make import` stands for its program."""
+        if command == "make import":
+            command = "orvane import earthquakes.csv"
+        words = command.split()
+        self.assertEqual(words[0], "orvane")
+        data = pathlib.Path(folder) / "earthquakes.csv"
+        data.write_bytes((SOURCE / "examples/data/earthquakes.csv").read_bytes())
+        done = subprocess.run(
+            [PROGRAM, *words[1:]], cwd=folder, capture_output=True, timeout=60, check=False
+        )
+        output = done.stdout.decode("utf-8") + done.stderr.decode("utf-8")
+        return output.replace(folder, "/home/me")
+
+
+if __name__ == "__main__":
+    unittest.main()
