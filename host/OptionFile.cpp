@@ -77,6 +77,10 @@ public:
 
     bool number_float(number_float_t /*value*/, const string_t& digits) override
     {
+        // The parser turns integers that are too long for it into floating point.
+        if (digits.find_first_of(".eE") == std::string::npos) {
+            FailValue("an integer beyond 64 bits");
+        }
         return TakeScalar(Orvane::BVariant(Orvane::BNumbers::Strtod(digits)));
     }
 

@@ -283,8 +283,10 @@ class OptionFilesTest(CliTest):
              wrong_type.format("FIELD_LENGTH", "list of integers", "a list in a list")),
             ('{"FIELD_LENGTH":[4294967296]}',
              wrong_type.format("FIELD_LENGTH", "list of integers", "a list with an integer beyond 32 bits")),
-            ('{"X_COLUMN":99999999999999999999}',
-             None),
+            ('{"X_COLUMN":9223372036854775808}',
+             wrong_type.format("X_COLUMN", "integer", "an integer beyond 64 bits")),
+            ('{"X_COLUMN":-99999999999999999999}',
+             wrong_type.format("X_COLUMN", "integer", "an integer beyond 64 bits")),
             ('{"X_COLUMN":1,"X_COLUMN":2}', "the option X_COLUMN stands in it twice."),
         )
         for content, reason in cases:
@@ -292,12 +294,9 @@ class OptionFilesTest(CliTest):
                 self.write("o.json", content)
                 result = self.run_orvane("read", "a.csv", "--options", "o.json")
                 self.assertEqual((result.status, result.out), (2, ""))
-                if reason is None:
-                    self.assertRegex(result.err, r"^orvane: The option file <o.json> is[^\n]+\n$|^$")
-                else:
-                    self.assertEqual(
-                        result.err, "orvane: The option file <o.json> is not valid: " + reason + "\n"
-                    )
+                self.assertEqual(
+                    result.err, "orvane: The option file <o.json> is not valid: " + reason + "\n"
+                )
 
     def test_a_file_that_can_not_be_read_is_named(self):
         self.assert_failure(
@@ -331,7 +330,7 @@ class ReadTest(CliTest):
             "Extent:    X -0.1 to 10.5, Y 47.25 to 51.5\n"
             "Schema:    3 columns\n"
             "  1  height  integer\n"
-            "  2  name    text, length 10\n"
+            "  2  name    text\n"
             "  3  count   integer\n"
             "First features:\n"
             "  1  (10.5, 47.25)  height=1200  name=Berg, oben  count=3\n"
@@ -374,7 +373,13 @@ class ReadTest(CliTest):
 
     def test_numbers_do_not_depend_on_the_locale(self):
         self.write("a.csv", "a,1.5\nb,2.5\n")
-        environment = dict(os.environ, LC_ALL="de_DE.UTF-8", LC_NUMERIC="de_DE.UTF-8")
+        subprocess.run(
+            ["localedef", "-i", "de_DE", "-f", "UTF-8", self.path("de_DE.UTF-8")],
+            check=True, capture_output=True, timeout=120)
+        environment = dict(os.environ, LOCPATH=self.folder, LC_ALL="de_DE.UTF-8")
+        shown = subprocess.run(
+            ["locale", "decimal_point"], env=environment, capture_output=True, check=True)
+        self.assertEqual(shown.stdout, b",\n")
         result = self.run_orvane("read", "a.csv", "--json", env=environment)
         self.assertEqual(result.json["layer"]["features"][0]["attributes"][1], ["C2", 9, 1.5])
 
@@ -837,7 +842,7 @@ class ImportFormatsTest(CliTest):
         self.write("s.csv", STATIONS)
         for extension in ("gpkg", "geojson", "geojsonl", "shp"):
             out = "out." + extension
-            self.succeed("import", "s.csv", out)
+            self.succeed("import", "s.csv", out, "--crs", "EPSG:4326")
             self.assertEqual(self.dump(out)["features"][2][0], None)
         self.succeed("import", "s.csv", "out.csv")
         self.assertTrue(self.content("out.csv").endswith(b"\n5,leer,7,,\n"))
@@ -914,8 +919,7 @@ class ImportFailuresTest(CliTest):
         for out in ("/proc/out.gpkg", "loop.gpkg"):
             result = self.run_orvane("import", "s.csv", out)
             self.assertEqual((result.status, result.out), (1, ""))
-            self.assertRegex(result.err, r"^orvane: Could not write <[^\n]+> *\.? ?\(OutputTarget\) [^\n]+\n$|"
-                             r"^orvane: Could not write <[^\n]+>\. \(OutputTarget\) [^\n]+\n$")
+            self.assertRegex(result.err, r"^orvane: Could not write <[^\n]+>\. \(OutputTarget\) [^\n]+\n$")
         self.assertEqual(sorted(os.listdir(self.folder)), before)
         self.assertEqual(self.content("busy.gpkg"), b"old")
 
