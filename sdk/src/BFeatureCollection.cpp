@@ -244,6 +244,13 @@ std::shared_ptr<BFeature> BFeatureCollection::MakeHandle(std::size_t row)
             BFeature& feature = *ready;
             feature.m_row = row;
             feature.m_generation = 0;
+            // A visit stays on one page for long: no search then.
+            const PageEntry& hint = m_pages[m_pageHint];
+            if (hint.page && row - hint.firstRow < hint.page->rowCount) {
+                feature.m_page = hint.page.get();
+                feature.m_rowInPage = row - hint.firstRow;
+                feature.m_generation = m_generation;
+            }
             if (feature.m_values) {
                 feature.m_values->isPointRead = false;
                 feature.m_values->areAttributesRead = false;

@@ -70,7 +70,9 @@ public:
     ///     WritePage throws (see BFeatureAppender).
     void Add(const BSharedPtr<BFeature>& feature);
 
-    /// The feature of a row. @throws std::out_of_range "invalid vector subscript"; as LoadPage.
+    /// The feature of a row. A page that left memory is loaded when a getter of the feature needs
+    /// it.
+    /// @throws std::out_of_range "invalid vector subscript".
     [[nodiscard]] BSharedPtr<BFeature> GetAt(std::size_t row);
 
     /// Drops all features; those still in use take their values with them. @throws as LoadPage when
@@ -86,7 +88,7 @@ public:
     [[nodiscard]] std::size_t GetPageCount() const noexcept { return m_pages.size(); }
 
     /// A page, valid until the collection is changed and, when it is disk-cached, until the next
-    /// call that may load a page: of this operation, of GetAt, or of a getter of a feature.
+    /// call that may load a page: of this operation, of LoadPage, or of a getter of a feature.
     /// @throws std::out_of_range "invalid vector subscript"; as LoadPage.
     [[nodiscard]] const BFeaturePage& GetPage(std::size_t pageIndex) const;
     /// A page that stays whole as long as it is held, also when the collection goes. The last page
@@ -371,7 +373,6 @@ private:
                    std::string_view nameBytes,
                    ETextEncoding nameEncoding);
     void AppendOddPoint(EPointKind kind, double x, double y, double z);
-    void AppendNumberName(std::uint32_t nameNumber);
     void SwitchToNameTexts();
     void FillRow();
     void FinishOddRow(std::size_t rows = 1);

@@ -1,9 +1,11 @@
 // Rows appended value by value, and what the pages hold of them.
+#include <Orvane/BException.h>
 #include <Orvane/BFeatureCollection.h>
 #include <Orvane/BPointGeo.h>
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 #include <string>
@@ -210,6 +212,37 @@ TEST(BFeatureAppender, DropsAnAbandonedRow)
     }
 }
 
+TEST(BFeatureAppender, KeepsTheFormerRowsWhenARowFails)
+{
+    BFeatureCollection features;
+    BFeatureAppender appender(features, kNumberAndText);
+    const auto add = [&appender](std::int32_t number) {
+        appender.AddInt32(number);
+        appender.AddText("text", ETextEncoding::Ascii);
+        appender.EndRow(EPointKind::XY, number, 0, 0, static_cast<std::uint32_t>(number));
+    };
+    add(0);
+    // Both are refused for their length alone, before a byte of them is read.
+    const std::string_view tooLong("x", std::size_t{0xFFFFFFFF});
+    appender.AddInt32(1);
+    EXPECT_THROW(appender.AddText(tooLong, ETextEncoding::Ascii), BIndexOutOfBoundsException);
+    EXPECT_EQ(features.GetCount(), 1U);
+    appender.AbandonRow();
+    add(1);
+    appender.AddInt32(2);
+    appender.EndRow(EPointKind::None, 0, 0, 0, "n", ETextEncoding::Ascii);
+    EXPECT_THROW(appender.EndRow(EPointKind::XYZ, 1, 2, 3, tooLong, ETextEncoding::Ascii),
+                 BIndexOutOfBoundsException);
+    EXPECT_EQ(features.GetCount(), 3U);
+    appender.AbandonRow();
+    add(3);
+    EXPECT_EQ(NamesOf(features), (std::vector<BString>{"0", "1", "n", "3"}));
+    EXPECT_EQ(features.GetAt(2)->GetAttributeCount(), 1U);
+    EXPECT_EQ(features.GetAt(2)->GetPoint(), nullptr);
+    EXPECT_EQ(features.GetAt(3)->GetPoint()->GetX(), 3);
+    EXPECT_EQ(features.GetAt(3)->GetAttributeValue(1), BVariant(BString("text")));
+}
+
 TEST(BFeatureAppender, DropsTheUnfinishedRowAtItsEnd)
 {
     BFeatureCollection features;
@@ -329,6 +362,83 @@ TEST(BFeatureAppender, GivesEarlierRowsOneAttributeLessThanANewColumn)
             EXPECT_EQ(last->GetAttributeValue(1), BVariant(BString("late")));
             EXPECT_EQ(last->GetAttributeValue(2), BVariant(2.5));
             EXPECT_EQ(last->GetAttributeName(2), BString("c"));
+        }
+    }
+}
+
+/// Appends rows of all kinds of points, one by one or in blocks of up to `blockRows`.
+void AppendBlocks(BFeatureCollection& features, std::size_t blockRows, bool hasMixedKinds)
+{
+    constexpr std::uint32_t kRows = 200;
+    BFeatureAppender appender(features, kNumberAndText);
+    const auto kindOf = [hasMixedKinds](std::uint32_t number) {
+        return hasMixedKinds ? static_cast<EPointKind>(number / 30 % 3) : EPointKind::XYZ;
+    };
+    std::uint32_t number = 0;
+    while (number < kRows) {
+        if (number % 70 == 40) {
+            appender.AddInt32(-1);
+            appender.EndRow(kindOf(number), number, 1, 2, "odd", ETextEncoding::Ascii);
+            ++number;
+            continue;
+        }
+        const std::uint32_t nextOdd = number + (110 - number % 70) % 70;
+        const std::size_t left = std::min(kRows, nextOdd) - number;
+        const auto rows = appender.BeginRows(std::min(left, blockRows), true);
+        ASSERT_GE(rows.count, 1U);
+        ASSERT_LE(rows.count, std::min(left, blockRows));
+        std::vector<std::uint8_t> kinds;
+        for (std::size_t row = 0; row < rows.count; ++row) {
+            const std::uint32_t rowNumber = number + static_cast<std::uint32_t>(row);
+            const EPointKind kind = kindOf(rowNumber);
+            kinds.push_back(static_cast<std::uint8_t>(kind));
+            rows.x[row] = kind == EPointKind::None ? kNaN : rowNumber;
+            rows.y[row] = kind == EPointKind::None ? kNaN : 1;
+            rows.z[row] = kind == EPointKind::XYZ ? 2 : kNaN;
+            rows.columns[0].int32s[rows.firstRow + row] = static_cast<std::int32_t>(rowNumber);
+            AppendText(rows.columns[1].texts, std::to_string(rowNumber), ETextEncoding::Ascii);
+        }
+        const std::size_t ended = rows.count > 2 ? rows.count - 1 : rows.count;
+        appender.EndRows(ended, kinds.data(), number);
+        number += static_cast<std::uint32_t>(ended);
+        if (ended < rows.count) {
+            appender.AbandonRow();
+        }
+    }
+}
+
+TEST(BFeatureAppenderBeginRows, StoresBlocksAsItStoresSingleRows)
+{
+    for (const bool hasMixedKinds : {false, true}) {
+        for (const std::size_t pageRows : {std::size_t{1}, std::size_t{16}, std::size_t{1000}}) {
+            for (const std::size_t blockRows : {std::size_t{1}, std::size_t{7}, std::size_t{64}}) {
+                BFeatureCollection features(pageRows);
+                AppendBlocks(features, blockRows, hasMixedKinds);
+                ASSERT_EQ(features.GetCount(), 200U);
+                EXPECT_EQ(features.GetPageCount(), (200 + pageRows - 1) / pageRows);
+                for (std::size_t i = 0; i < 200; ++i) {
+                    const auto feature = features.GetAt(i);
+                    const bool isOdd = i % 70 == 40;
+                    const auto number = BString::FromInteger(static_cast<std::int64_t>(i));
+                    const auto kind =
+                        hasMixedKinds ? static_cast<EPointKind>(i / 30 % 3) : EPointKind::XYZ;
+                    ASSERT_EQ(feature->GetName(), isOdd ? BString("odd") : number);
+                    ASSERT_EQ(feature->GetAttributeCount(), isOdd ? 1U : 2U);
+                    ASSERT_EQ(feature->GetAttributeValue(0).GetInteger(),
+                              isOdd ? -1 : static_cast<std::int32_t>(i));
+                    ASSERT_EQ(feature->GetPoint() != nullptr, kind != EPointKind::None);
+                    if (kind != EPointKind::None) {
+                        ASSERT_EQ(feature->GetPoint()->GetX(), static_cast<double>(i));
+                        ASSERT_EQ(feature->GetPoint()->HasZ(), kind == EPointKind::XYZ);
+                    }
+                    if (kind == EPointKind::XYZ) {
+                        ASSERT_EQ(feature->GetPoint()->GetZ(), 2);
+                    }
+                    if (!isOdd) {
+                        ASSERT_EQ(feature->GetAttributeValue(1), BVariant(number));
+                    }
+                }
+            }
         }
     }
 }
