@@ -233,12 +233,12 @@ QString RandomReal(Dice& dice)
     return text;
 }
 
-QString RandomValue(Dice& dice, EColumn column)
+QString RandomValue(Dice& dice, EColumn column, bool isCalm)
 {
-    if (dice.Chance(4)) {
+    if (!isCalm && dice.Chance(4)) {
         return {};
     }
-    if (dice.Chance(4)) {
+    if (!isCalm && dice.Chance(4)) {
         return PickText(dice, kOdd);
     }
     switch (column) {
@@ -271,18 +271,19 @@ QString RandomValue(Dice& dice, EColumn column)
 }
 
 /// The value as a field: quoted where it must be, and sometimes where it need not or not at all.
-QString MakeField(Dice& dice, const QString& value, const QString& separator)
+QString MakeField(Dice& dice, const QString& value, const QString& separator, bool breaksQuotes)
 {
     const bool mustQuote = value.contains(QLatin1Char('"')) || value.contains(QLatin1Char('\n')) ||
                            value.contains(QLatin1Char('\r')) ||
                            (!separator.isEmpty() && value.contains(separator));
-    const bool quotes = mustQuote ? !dice.Chance(6) : dice.Chance(12);
+    const bool quotes = mustQuote ? !(breaksQuotes && dice.Chance(10)) : dice.Chance(12);
     if (!quotes) {
         return value;
     }
     QString inner = value;
     inner.replace(QLatin1Char('"'),
-                  dice.Chance(85) ? QStringLiteral("\"\"") : QStringLiteral("\\\""));
+                  dice.Chance(breaksQuotes ? 70 : 97) ? QStringLiteral("\"\"")
+                                                      : QStringLiteral("\\\""));
     QString field = QLatin1Char('"') + inner + QLatin1Char('"');
     if (dice.Chance(3)) {
         field.prepend(QLatin1Char(' '));
@@ -290,7 +291,7 @@ QString MakeField(Dice& dice, const QString& value, const QString& separator)
     if (dice.Chance(3)) {
         field.append(QLatin1Char(' '));
     }
-    if (dice.Chance(2)) {
+    if (breaksQuotes && dice.Chance(4)) {
         field.chop(1);
     }
     return field;
@@ -364,15 +365,18 @@ struct Shape
     QString separator;
     QString codec; ///< empty: Latin-1 without an option
     bool hasNames = false;
+    bool isCalm = false; ///< hardly any odd values, so that the rows are reached
+    bool breaksQuotes = false;
 };
 
 void AddCoordinateOptions(Dice& dice, BParamList& options, const Shape& shape)
 {
     const auto anyColumn = [&] {
-        return dice.Chance(93) ? dice.Between(0, shape.columnCount - 1)
-                               : dice.Pick({-1, -7, shape.columnCount, shape.columnCount + 3, 0});
+        return dice.Chance(shape.isCalm ? 100 : 90)
+                   ? dice.Between(0, shape.columnCount - 1)
+                   : dice.Pick({-1, -7, shape.columnCount, shape.columnCount + 3, 0});
     };
-    if (dice.Chance(72)) {
+    if (shape.columnCount == 1 ? dice.Chance(5) : dice.Chance(72)) {
         const int x = anyColumn();
         int y = anyColumn();
         if (x == y && dice.Chance(85)) {
@@ -380,7 +384,7 @@ void AddCoordinateOptions(Dice& dice, BParamList& options, const Shape& shape)
         }
         AddInteger(dice, options, Orvane::X_COLUMN, x);
         AddInteger(dice, options, Orvane::Y_COLUMN, y);
-        if (dice.Chance(35)) {
+        if (shape.columnCount == 2 ? dice.Chance(5) : dice.Chance(35)) {
             int z = anyColumn();
             for (int tries = 0; (z == x || z == y) && tries < 4 && dice.Chance(90); ++tries) {
                 z = anyColumn();
@@ -517,8 +521,10 @@ BParamList MakeOptions(Dice& dice, const Shape& shape, bool needsSeparator)
         AddBoolean(dice, options, Orvane::AUTO_SCHEMA_ALL_ROWS, dice.Chance(85));
     }
     if (dice.Chance(25)) {
-        AddInteger(
-            dice, options, "SCHEMA_SAMPLE_SIZE", dice.Pick({-1, 0, 1, 2, 3, 10, 1000, 1000}));
+        AddInteger(dice,
+                   options,
+                   "SCHEMA_SAMPLE_SIZE",
+                   dice.Pick({-1, 0, 1, 1, 2, 2, 3, 3, 10, 10, 1000, 1000, 1000, 1000}));
     }
     if (dice.Chance(22)) {
         AddDefinitions(dice, options, shape);
@@ -546,6 +552,10 @@ QString MakeText(Dice& dice, const Shape& shape)
 {
     std::vector<EColumn> columns;
     for (int i = 0; i < shape.columnCount; ++i) {
+        if (shape.isCalm && dice.Chance(70)) {
+            columns.push_back(EColumn::Real);
+            continue;
+        }
         columns.push_back(dice.Pick({EColumn::Whole,
                                      EColumn::Whole,
                                      EColumn::Real,
@@ -562,8 +572,10 @@ QString MakeText(Dice& dice, const Shape& shape)
     const bool mixesEndings = dice.Chance(8);
     const bool hasHeader = dice.Chance(12);
     const bool hasBlankRows = dice.Chance(20);
-    const bool hasUnevenRows = dice.Chance(12);
-    const int rowCount = dice.Chance(3) ? dice.Between(60, 200) : dice.Between(0, 14);
+    const bool hasUnevenRows = !shape.isCalm && dice.Chance(20);
+    const int rowCount = dice.Chance(3)   ? dice.Between(60, 200)
+                         : dice.Chance(4) ? 0
+                                          : dice.Between(1, 14);
 
     QString text;
     const auto endLine = [&] {
@@ -608,7 +620,8 @@ QString MakeText(Dice& dice, const Shape& shape)
                                               QStringLiteral("a,b"),
                                               QStringLiteral("\u00e9"),
                                               QStringLiteral(" ")}),
-                                   shape.separator));
+                                   shape.separator,
+                                   shape.breaksQuotes));
         }
         text += names.join(shape.separator);
         endLine();
@@ -622,7 +635,10 @@ QString MakeText(Dice& dice, const Shape& shape)
         QStringList fields;
         for (int i = 0; i < fieldCount; ++i) {
             const std::size_t column = static_cast<std::size_t>(std::min(i, shape.columnCount - 1));
-            fields.append(MakeField(dice, RandomValue(dice, columns[column]), shape.separator));
+            fields.append(MakeField(dice,
+                                    RandomValue(dice, columns[column], shape.isCalm),
+                                    shape.separator,
+                                    shape.breaksQuotes));
         }
         text += fields.join(shape.separator);
         if (dice.Chance(3)) {
@@ -783,6 +799,8 @@ Case MakeCase(std::uint64_t seed, std::uint64_t number)
     Shape shape;
     shape.columnCount = dice.Between(1, dice.Chance(5) ? 14 : 6);
     shape.hasNames = dice.Chance(40);
+    shape.isCalm = dice.Chance(50);
+    shape.breaksQuotes = !shape.isCalm && dice.Chance(40);
     bool needsSeparator = false;
     QString baseName = dice.Pick({QStringLiteral("points"),
                                   QStringLiteral("a.b"),

@@ -232,6 +232,8 @@ public:
 
     void SetProgress(Orvane::BProgress* progress) { m_reader.SetProgress(progress); }
 
+    [[nodiscard]] bool IsOpen() const { return m_reader.IsOpen(); }
+
     void DescribeState(Trace& trace) const
     {
         trace.push_back(std::string("open ") + (m_reader.IsOpen() ? "1" : "0") + " failure flag " +
@@ -261,6 +263,22 @@ public:
 
 private:
     LiteralReader::Reader m_reader;
+};
+
+/// The literal reader behind the SDK's own test, which lets no reader read that is not open.
+class GuardedLiteralHost : public LiteralHost
+{
+public:
+    using LiteralHost::LiteralHost;
+
+    void Read()
+    {
+        if (!IsOpen()) {
+            throw Orvane::BDataManagerException("BVectorDataReader::Read",
+                                                "The reader is not open.");
+        }
+        LiteralHost::Read();
+    }
 };
 
 /// Drives the engine alone, as the reader does, at any block size.
@@ -532,7 +550,7 @@ TEST(DifferentialReading, AgreesWithTheLiteralReaderOnRandomFiles)
         withFeatures += HasFeature(whole) ? 1U : 0U;
         compare("engine, full blocks", whole, Perform<EngineHost>(path, input, kFullBlock));
         compare("reader",
-                WithoutEngine(whole),
+                WithoutEngine(Perform<GuardedLiteralHost>(path, input, kFullBlock)),
                 WithoutEngine(Perform<ReaderHost>(path, input, kFullBlock)));
         compare("engine, small blocks",
                 Perform<LiteralHost>(path, input, input.smallBlockSize),
@@ -541,7 +559,7 @@ TEST(DifferentialReading, AgreesWithTheLiteralReaderOnRandomFiles)
     }
     EXPECT_EQ(mismatches, 0U) << "of " << caseCount << " cases";
     if (caseCount >= 100) {
-        EXPECT_GT(withFeatures, caseCount / 4) << "the random files hardly reach the rows";
+        EXPECT_GT(withFeatures, caseCount / 3) << "the random files hardly reach the rows";
     }
 }
 
