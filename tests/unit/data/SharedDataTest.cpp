@@ -119,7 +119,7 @@ TEST_P(SharedDataRead, GivesRowsAndPoints)
     ASSERT_EQ(layer.GetFeatures().GetCount(), param.rows);
     std::size_t points = 0;
     for (std::size_t row = 0; row < param.rows; ++row) {
-        points += layer.GetFeatures().GetAt(row)->GetPoint() != nullptr ? 1 : 0;
+        points += layer.GetFeatures().GetAt(row)->GetPoint() != nullptr ? 1U : 0U;
     }
     EXPECT_EQ(points, param.points);
     EXPECT_EQ(PointText(*layer.GetFeatures().GetAt(0)), param.first);

@@ -299,6 +299,25 @@ TEST(AsciiFileGetSafeLineBlocks, JoinAQuotedFieldWhoseLineBreaksStandInOneBlock)
     EXPECT_EQ(LinesOf("a\n\"bcd\ne\"\nf\n", Options(), 5), (Texts{"a", "\"bcd\ne\"", "f"}));
 }
 
+// Rule: a block has 16 MiB; where a quoted line break stands in it decides.
+TEST(AsciiFileGetSafeLineBlocks, HaveSixteenMebibytes)
+{
+    constexpr std::size_t kMebibytes16 = 16777216;
+    ASSERT_EQ(LineSource::kBlockSize, kMebibytes16);
+    // The first block ends behind the quoted line break, so that the quote stays open in it.
+    const std::string open = std::string(kMebibytes16 - 3, 'x') + "\n\"\nb\"\n";
+    ExpectSubclass([&] { (void)LinesOf(open); },
+                   "BFileContentNotValidException",
+                   "AsciiFile::GetSafeLine",
+                   "File contains an unmatched quote.");
+    // One character more, and the line break stands in the second block with the closing quote.
+    const std::string closed = std::string(kMebibytes16 - 2, 'x') + "\n\"\nb\"\n";
+    const Texts lines = LinesOf(closed);
+    ASSERT_EQ(lines.size(), 2U);
+    EXPECT_EQ(lines[0].GetLength(), kMebibytes16 - 2);
+    EXPECT_EQ(lines[1], BString("\"\nb\""));
+}
+
 // --- codecs ------------------------------------------------------------------------------------
 
 TEST(AsciiFileGetSafeLineCodec, IsLatin1ByDefault)

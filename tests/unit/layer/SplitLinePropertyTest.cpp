@@ -80,7 +80,8 @@ class AsciiUtilsSplitLineProperty : public testing::TestWithParam<PropertyCase>
 TEST_P(AsciiUtilsSplitLineProperty, GivesTheFieldsOfTheRegularExpression)
 {
     const QString separator = QString::fromUtf16(GetParam().separator);
-    const QString alphabet = QString::fromUtf16(GetParam().alphabet);
+    // Whole characters: on a line with a lone surrogate the engine gives up.
+    const auto alphabet = QString::fromUtf16(GetParam().alphabet).toUcs4();
     const QRegularExpression pattern(AsciiReader::Constants::SeparatorTemplate().arg(
         QRegularExpression::escape(separator), 0, QLatin1Char(' ')));
     ASSERT_TRUE(pattern.isValid());
@@ -97,7 +98,8 @@ TEST_P(AsciiUtilsSplitLineProperty, GivesTheFieldsOfTheRegularExpression)
                 line += separator;
             } else {
                 const auto count = static_cast<std::size_t>(alphabet.size());
-                line += alphabet.at(static_cast<qsizetype>(choice / 5U % count));
+                const char32_t character = alphabet.at(static_cast<qsizetype>(choice / 5U % count));
+                line += QString::fromUcs4(&character, 1);
             }
         }
         ASSERT_EQ(AsciiReader::AsciiUtils::SplitLine(line, pattern, {}),

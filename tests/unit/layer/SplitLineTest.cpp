@@ -149,6 +149,17 @@ TEST(AsciiUtilsSplitLineSeparators, UnquotesFieldsOfAnyOtherPattern)
               (Texts{"a", "b", ""}));
 }
 
+TEST(AsciiUtilsSplitLineSeparators, CutsALineWithALoneSurrogateByTheSameRule)
+{
+    QString line = QStringLiteral("a,\"b,c\",d");
+    line[0] = QChar(0xD83D);
+    const Row row = SplitLine(line, CommaSplit(), kNoWidths);
+    ASSERT_EQ(row.size(), 3U);
+    EXPECT_EQ(row[0].View(), std::u16string(1, char16_t{0xD83D}));
+    EXPECT_EQ(row[1], BString("b,c"));
+    EXPECT_EQ(row[2], BString("d"));
+}
+
 TEST(AsciiUtilsSplitLineSeparators, CutsAVeryLongLineByQuoteParity)
 {
     QString line;

@@ -289,6 +289,18 @@ TEST_F(BAsciiReaderTest, ReadsTheRowsIntoTheLayer)
     EXPECT_EQ(m_reader->GetStatus(), 0);
 }
 
+TEST_F(BAsciiReaderTest, RefusesToReadWhileItIsNotOpen)
+{
+    BAsciiReader& reader = Make("a.csv", "a\n", Options());
+    const auto read = [&] { reader.Read(); };
+    ExpectSubclass(
+        read, "BDataManagerException", "BVectorDataReader::Read", "The reader is not open.");
+    reader.Open(m_path, m_params);
+    reader.Close();
+    ExpectSubclass(
+        read, "BDataManagerException", "BVectorDataReader::Read", "The reader is not open.");
+}
+
 TEST_F(BAsciiReaderTest, TakesColumnTextsForIntegers)
 {
     EXPECT_EQ(
