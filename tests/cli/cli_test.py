@@ -770,7 +770,8 @@ class ImportColumnsTest(CliTest):
         self.assert_folder("c.csv")
 
     def test_no_candidate_half_a_pair_and_two_of_one_name_ask_back(self):
-        for header in ("a,b", "lon,b", "lon,northing", "lon,lon,lat", "x,lat"):
+        for header in ("a,b", "lon,b", "lon,northing", "lon,lon,lat", "x,lat",
+                       "lat,lon,geometry.x,geometry.y", "lat,lon,utm_x,utm_y"):
             with self.subTest(header=header):
                 count = len(header.split(","))
                 self.write("c.csv", header + "\n" + ",".join(["1.5"] * count) + "\n")
