@@ -258,7 +258,7 @@ BString TextToString(std::string_view bytes, ETextEncoding encoding)
     case ETextEncoding::Utf16:
         break;
     }
-    return BString(ReadUnits(bytes));
+    return {ReadUnits(bytes)};
 }
 
 void AppendTextAsUtf8(std::string_view bytes, ETextEncoding encoding, std::string& out)
