@@ -48,7 +48,7 @@ bool ConvertPlainDecimal(Text<Unit> text, double& value) noexcept
     while (at != end && IsDigit(*at)) {
         mantissa = mantissa * 10 + static_cast<std::uint64_t>(*at++ - Unit('0'));
     }
-    std::size_t digitCount = static_cast<std::size_t>(at - digits);
+    auto digitCount = static_cast<std::size_t>(at - digits);
     if (at != end && *at == Unit('.')) {
         digits = ++at;
         while (at != end && IsDigit(*at)) {

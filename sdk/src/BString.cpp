@@ -173,6 +173,8 @@ BString::BString(BString&& other) noexcept
     new (m_storage) QString(std::move(BStringAccess::Get(other)));
 }
 
+// QString's own assignment is safe for the text itself.
+// NOLINTNEXTLINE(bugprone-unhandled-self-assignment)
 BString& BString::operator=(const BString& other) noexcept
 {
     BStringAccess::Get(*this) = MakeQString(other);
@@ -372,8 +374,8 @@ void BString::RemoveAll(char16_t unit)
 void BString::Tokenize(const BString& text, std::vector<BString>& tokens, const BString& separator)
 {
     // Copies, since either text may stand in the list that is emptied.
-    const BString whole = text;
-    const BString cut = separator;
+    const BString whole = text;    // NOLINT(performance-unnecessary-copy-initialization)
+    const BString cut = separator; // NOLINT(performance-unnecessary-copy-initialization)
     tokens.clear();
     if (cut.IsEmpty()) {
         tokens.push_back(whole);
