@@ -168,6 +168,7 @@ TEST_F(AsciiReaderModule, ThrowsClassesThatTheHostCatches)
                    "BFileContentNotValidException",
                    "AsciiFile::GetSafeLine",
                    "File contains an unmatched quote.");
+    reader->Close();
     bool isCaughtByClass = false;
     try {
         reader->Open(path, BParamList());
