@@ -15,12 +15,12 @@ namespace {
 
 constexpr const char* kPrefix = "/vsiorvane/";
 
-int g_firstError = 0;
+int firstError = 0;
 
 void KeepError() noexcept
 {
-    if (g_firstError == 0) {
-        g_firstError = errno != 0 ? errno : EIO;
+    if (firstError == 0) {
+        firstError = errno != 0 ? errno : EIO;
     }
 }
 
@@ -183,12 +183,12 @@ std::string NameFor(const std::string& absolutePath)
 
 void Reset()
 {
-    g_firstError = 0;
+    firstError = 0;
 }
 
 std::string GetFailure()
 {
-    return g_firstError == 0 ? std::string() : std::generic_category().message(g_firstError);
+    return firstError == 0 ? std::string() : std::generic_category().message(firstError);
 }
 
 } // namespace OrvaneHost::CheckedFiles

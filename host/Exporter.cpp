@@ -536,7 +536,7 @@ private:
             return STARTS_WITH_CI(name.c_str(), text);
         };
         if (name.empty() || (Is("GPKG") && (beginsWith("gpkg") || beginsWith("sqlite_")))) {
-            const std::string free = name.empty() ? "layer" : "layer_" + name;
+            std::string free = name.empty() ? "layer" : "layer_" + name;
             m_plan.notes.push_back("the layer '" + TerminalText::Escape(name) + "' is named '" +
                                    TerminalText::Escape(free) + "' in the file");
             return free;

@@ -13,8 +13,8 @@ namespace OrvaneHost::Interrupt {
 
 namespace {
 
-volatile std::sig_atomic_t g_isRequested = 0;
-volatile std::sig_atomic_t g_phase = static_cast<int>(EPhase::Immediate);
+volatile std::sig_atomic_t isRequested = 0;
+volatile std::sig_atomic_t currentPhase = static_cast<int>(EPhase::Immediate);
 
 constexpr char kLine[] = "orvane: Interrupted; nothing was written. (orvane)\n";
 
@@ -24,9 +24,9 @@ extern "C" {
 
 static void OrvaneHostHandleSignal(int /*signal*/)
 {
-    const bool leaves = g_phase == static_cast<int>(EPhase::Immediate) ||
-                        (g_phase == static_cast<int>(EPhase::Reading) && g_isRequested != 0);
-    g_isRequested = 1;
+    const bool leaves = currentPhase == static_cast<int>(EPhase::Immediate) ||
+                        (currentPhase == static_cast<int>(EPhase::Reading) && isRequested != 0);
+    isRequested = 1;
     if (leaves) {
         const auto written = write(STDERR_FILENO, kLine, sizeof kLine - 1);
         static_cast<void>(written);
@@ -82,7 +82,7 @@ void Install()
 
 bool IsRequested() noexcept
 {
-    return g_isRequested != 0;
+    return isRequested != 0;
 }
 
 void ThrowIfRequested()
@@ -93,14 +93,14 @@ void ThrowIfRequested()
 }
 
 PhaseScope::PhaseScope(EPhase phase) noexcept
-    : m_previous(g_phase)
+    : m_previous(currentPhase)
 {
-    g_phase = static_cast<int>(phase);
+    currentPhase = static_cast<int>(phase);
 }
 
 PhaseScope::~PhaseScope()
 {
-    g_phase = m_previous;
+    currentPhase = m_previous;
 }
 
 } // namespace OrvaneHost::Interrupt

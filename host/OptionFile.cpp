@@ -21,7 +21,7 @@ namespace OrvaneHost {
 
 namespace {
 
-constexpr std::size_t kLargestFile = 16 * 1024 * 1024;
+constexpr std::size_t kLargestFile = std::size_t{16} * 1024 * 1024;
 
 std::string ReadWhole(const std::string& path, const std::string& shownPath)
 {
@@ -34,7 +34,7 @@ std::string ReadWhole(const std::string& path, const std::string& shownPath)
         fail(std::generic_category().message(errno));
     }
     std::string text;
-    std::vector<char> block(64 * 1024);
+    std::vector<char> block(std::size_t{64} * 1024);
     for (;;) {
         const std::size_t count = std::fread(block.data(), 1, block.size(), file.get());
         text.append(block.data(), count);

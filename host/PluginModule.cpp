@@ -21,11 +21,11 @@ std::filesystem::path FindDefault()
     std::error_code error;
     const std::filesystem::path program = std::filesystem::read_symlink("/proc/self/exe", error);
     const std::filesystem::path folder = program.parent_path();
-    const std::filesystem::path beside = folder / kModuleName;
+    std::filesystem::path beside = folder / kModuleName;
     if (std::filesystem::exists(beside, error)) {
         return beside;
     }
-    const std::filesystem::path installed =
+    std::filesystem::path installed =
         (folder / ORVANE_PLUGIN_FOLDER / kModuleName).lexically_normal();
     if (std::filesystem::exists(installed, error)) {
         return installed;

@@ -7,6 +7,7 @@
 #include <Orvane/Constants.h>
 
 #include <algorithm>
+#include <utility>
 
 namespace OrvaneHost {
 
@@ -34,10 +35,10 @@ const Orvane::BString& DataSourceTypeOf(const std::string& path)
 
 ReaderSession::ReaderSession(Orvane::BDataManagerProxy& proxy,
                              const std::string& path,
-                             const Orvane::BParamList& params)
+                             Orvane::BParamList params)
     : m_proxy(proxy)
     , m_path(Orvane::BString::FromUtf8(path))
-    , m_params(params)
+    , m_params(std::move(params))
 {
     if (!TerminalText::IsUtf8(path)) {
         throw Orvane::BException(Orvane::BString::Format("The file name <%s> is not valid UTF-8.",

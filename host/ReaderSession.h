@@ -26,7 +26,7 @@ public:
     ///     UTF-8.", "The plug-in can not read data of the type <...>."
     ReaderSession(Orvane::BDataManagerProxy& proxy,
                   const std::string& path,
-                  const Orvane::BParamList& params);
+                  Orvane::BParamList params);
     ~ReaderSession();
     ReaderSession(const ReaderSession&) = delete;
     ReaderSession& operator=(const ReaderSession&) = delete;

@@ -43,7 +43,7 @@ public:
     void Flush();
 
 private:
-    static constexpr std::size_t kBufferSize = 64 * 1024;
+    static constexpr std::size_t kBufferSize = std::size_t{64} * 1024;
 
     void WriteThrough(std::string_view text);
     void WriteAll(std::string_view text) const;

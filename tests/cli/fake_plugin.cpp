@@ -241,7 +241,7 @@ public:
     }
 };
 
-FakeProxy g_proxy;
+FakeProxy fakeProxy;
 
 } // namespace
 
@@ -250,6 +250,6 @@ extern "C" ORVANE_PLUGIN_EXPORT Orvane::BDataManagerProxy* GetDataMgrProxy()
 #if defined(ORVANE_FAKE_WITHOUT_PROXY)
     return nullptr;
 #else
-    return &g_proxy;
+    return &fakeProxy;
 #endif
 }

@@ -47,7 +47,7 @@ std::string Geometry(OGRGeometry* geometry)
     }
     const OGRPoint& point = *geometry->toPoint();
     std::string text = "[" + Number(point.getX()) + "," + Number(point.getY());
-    return text + (geometry->Is3D() ? "," + Number(point.getZ()) + "]" : "]");
+    return text + (geometry->Is3D() != 0 ? "," + Number(point.getZ()) + "]" : "]");
 }
 
 std::string Value(const OGRFeature& feature, int index)
