@@ -19,7 +19,7 @@ std::size_t CountLines(QFile& file, const Orvane::BParamList& options, std::size
     lines.SetDevice(&file);
     AsciiReader::SourceLine line;
     std::size_t count = 0;
-    while (lines.Next(options, line)) {
+    while (lines.Next(options, false, line)) {
         if (line.text.IsEmpty() && !lines.HasPending()) {
             break;
         }

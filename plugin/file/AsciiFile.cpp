@@ -132,12 +132,7 @@ void AsciiFile::OpenForReading()
 
 bool AsciiFile::NextLine(SourceLine& line)
 {
-    while (m_lines.Next(m_params, line)) {
-        if (!line.text.IsEmpty() || !m_ignoreBlankRows) {
-            return true;
-        }
-    }
-    return false;
+    return m_lines.Next(m_params, m_ignoreBlankRows, line);
 }
 
 void AsciiFile::GetSafeLine(BString& line)

@@ -76,7 +76,7 @@ bool AsciiFile::BuildLayer(std::int32_t limit)
                                          .Run();
     if (result == LayerFill::Result::Cancelled) {
         m_layer.Reset();
-    } else if (result == LayerFill::Result::EndOfData) {
+    } else if (m_lines.AtEnd()) {
         m_lines.Release();
     }
     return result != LayerFill::Result::LimitReached;

@@ -24,21 +24,36 @@ constexpr std::size_t kMaxLinePositions = 65536;
 
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 
-/// A field without the first and last byte that a quote in front takes away. What else the
-/// unquoting rule changes lies behind the first quote that is left, where no number, word or
-/// coordinate goes on.
-std::string_view FieldAt(const Kernels::FieldRun& run, std::size_t row)
+std::string_view PartAt(const Kernels::FieldRun& run, std::size_t row)
 {
     const std::uint32_t begin = run.ends[row * run.stride - 1] + 1;
     const std::uint32_t end = run.ends[row * run.stride] - run.trim;
-    std::string_view field(run.text + begin, end - begin);
-    if (run.hasQuotes && !field.empty() && field.front() == '"') {
-        field = field.size() < 2 ? field.substr(0, 0) : field.substr(1, field.size() - 2);
+    return {run.text + begin, end - begin};
+}
+
+/// Length in UTF-16 units of a text of a layer.
+std::size_t CountStoredUnits(const Orvane::BTextArray& texts, std::size_t index)
+{
+    const std::string_view bytes = texts.GetBytes(index);
+    switch (texts.encoding) {
+    case Orvane::ETextEncoding::Utf16:
+        return bytes.size() / sizeof(char16_t);
+    case Orvane::ETextEncoding::Utf8:
+        return CountUtf16Units(bytes, ETextUnit::Utf8);
+    default:
+        return bytes.size();
     }
-    return field;
 }
 
 } // namespace
+
+/// A field for conversion to a number, a word or a coordinate. What else the unquoting rule changes
+/// lies behind the first quote that is left, where none of these goes on.
+std::string_view LayerFill::FieldAt(const Kernels::FieldRun& run, std::size_t row) const
+{
+    const std::string_view part = PartAt(run, row);
+    return run.hasQuotes ? DropOuterQuotes(part, m_block.unit) : part;
+}
 
 LayerFill::LayerFill(const LayerFillContext& context)
     : m_context(context)
@@ -51,6 +66,7 @@ LayerFill::LayerFill(const LayerFillContext& context)
                              !context.headerRule.IsActive();
     if (isIndexable) {
         m_fields = context.plan.GetRegularRow();
+        m_widths.resize(m_fields.size());
         for (const FieldPlan& field : m_fields) {
             m_hasZ = m_hasZ || field.kind == FieldPlan::Kind::Z;
             m_hasPoint = m_hasPoint || field.kind <= FieldPlan::Kind::Z;
@@ -84,12 +100,7 @@ LayerFill::Result LayerFill::Run()
 
 bool LayerFill::NextLine(SourceLine& line)
 {
-    while (m_context.lines.Next(m_context.params, line)) {
-        if (!line.text.IsEmpty() || !m_context.ignoresBlankRows) {
-            return true;
-        }
-    }
-    return false;
+    return m_context.lines.Next(m_context.params, m_context.ignoresBlankRows, line);
 }
 
 LayerFill::Step LayerFill::TakeLine(SourceLine& line)
@@ -180,6 +191,7 @@ LayerFill::Step LayerFill::TakeBlock(const LineBlock& block)
     m_isMixedWindow = false;
     Step step = Step::Continue;
     while (step == Step::Continue) {
+        SkipBlankLines();
         const std::size_t rows = CountRegularRows();
         if (rows > 0) {
             step = TakeRegularRows(block, rows);
@@ -217,6 +229,25 @@ bool LayerFill::IndexMore(const LineBlock& block)
     m_indexedTo = to;
     m_isMixedWindow = false;
     return true;
+}
+
+/// Passes over the empty lines that stand in front of the next row, when they are ignored.
+void LayerFill::SkipBlankLines()
+{
+    if (!m_context.ignoresBlankRows || m_isLongLine) {
+        return;
+    }
+    const std::uint32_t emptySize = m_structure.isCrLf ? 2 : 1;
+    const std::size_t first = m_nextPosition;
+    while (m_indexState.lineEnds > 0 &&
+           m_positions[m_nextPosition + 1] - m_positions[m_nextPosition] == emptySize &&
+           IsLineEnd(m_nextPosition + 1)) {
+        ++m_nextPosition;
+        --m_indexState.lineEnds;
+    }
+    if (m_nextPosition != first) {
+        m_context.lines.SkipTo(m_positions[m_nextPosition] + std::size_t{1});
+    }
 }
 
 bool LayerFill::IsLineEnd(std::size_t positionIndex) const noexcept
@@ -300,7 +331,7 @@ LayerFill::Step LayerFill::TakeRegularRows(const LineBlock& block, std::size_t r
         }
         const Orvane::BFeatureAppender::Rows target = m_layer.BeginRows(wanted, m_hasZ);
         ConvertColumns(target.count, target);
-        const Step step = CommitRows(block, target.count);
+        const Step step = CommitRows(target);
         if (step != Step::Continue) {
             return step;
         }
@@ -310,18 +341,28 @@ LayerFill::Step LayerFill::TakeRegularRows(const LineBlock& block, std::size_t r
 }
 
 /// Makes converted rows visible: one by one when somebody watches, else all at once.
-LayerFill::Step LayerFill::CommitRows(const LineBlock& /*block*/, std::size_t rows)
+LayerFill::Step LayerFill::CommitRows(const Orvane::BFeatureAppender::Rows& target)
 {
     const std::size_t fields = m_fields.size();
-    const std::size_t atOnce = m_context.progress == nullptr ? rows : 1;
-    for (std::size_t row = 0; row < rows; row += atOnce) {
+    if (m_context.progress == nullptr) {
+        RaiseWidths(target.count, target);
+    }
+    const std::size_t atOnce = m_context.progress == nullptr ? target.count : 1;
+    for (std::size_t row = 0; row < target.count; row += atOnce) {
+        const bool isLast = row + atOnce == target.count;
+        if (isLast && m_context.progress != nullptr) {
+            RaiseWidths(target.count, target);
+        }
         m_layer.EndRows(atOnce, m_kinds.data() + row, m_lineNumber);
         m_nextPosition += atOnce * fields;
         m_indexState.lineEnds -= atOnce;
         m_context.lines.SkipTo(m_positions[m_nextPosition] + std::size_t{1});
         m_featuresAdded += static_cast<std::uint32_t>(atOnce);
         if (m_context.progress != nullptr && ReportProgress() == Step::Cancelled) {
-            m_layer.AbandonRow();
+            if (!isLast) {
+                RaiseWidths(row + 1, target);
+                m_layer.AbandonRow();
+            }
             return Step::Cancelled;
         }
         m_lineNumber += static_cast<std::uint32_t>(atOnce);
@@ -443,27 +484,50 @@ void LayerFill::ConvertTexts(const Kernels::FieldRun& run,
                              Orvane::BTextArray& texts)
 {
     using Orvane::ETextEncoding;
-    const ETextEncoding encoding = ToEncoding(m_block.unit);
     const bool isAscii = m_indexState.highBytes == 0;
+    const ETextEncoding encoding = isAscii ? ETextEncoding::Ascii : ToEncoding(m_block.unit);
     std::size_t longest = m_context.plan.GetWidth(columnIndex);
     for (std::size_t row = 0; row < run.rows; ++row) {
-        std::string_view field = FieldAt(run, row);
-        if (run.hasQuotes && !field.empty() &&
-            std::memchr(field.data(), '"', field.size()) != nullptr) {
-            const std::uint32_t begin = run.ends[row * run.stride - 1] + 1;
-            const std::uint32_t end = run.ends[row * run.stride] - run.trim;
-            field = Unquote(std::string_view(run.text + begin, end - begin), m_scratch);
+        std::string_view field = PartAt(run, row);
+        const bool mayHaveQuotes = run.hasQuotes && !field.empty() &&
+                                   std::memchr(field.data(), '"', field.size()) != nullptr;
+        if (mayHaveQuotes && !Unquote(field, m_block.unit, m_scratch, field)) {
+            // Half of a character is a text in UTF-16 only.
+            Widen(TextView(PartAt(run, row), m_block.unit), m_widePart);
+            const std::u16string_view wide = Unquote(m_widePart, m_wideScratch);
+            Orvane::AppendText(texts, AsBytes(wide), ETextEncoding::Utf16);
+            longest = std::max(longest, wide.size());
+            continue;
         }
-        const ETextEncoding fieldEncoding = isAscii ? ETextEncoding::Ascii : encoding;
-        if (!Orvane::TryAppendText(texts, field, fieldEncoding)) {
-            Orvane::AppendText(texts, field, fieldEncoding);
+        if (!Orvane::TryAppendText(texts, field, encoding)) {
+            Orvane::AppendText(texts, field, encoding);
         }
         // No text is longer in UTF-16 than in bytes.
         if (field.size() > longest) {
             longest = std::max(longest, CountUtf16Units(field, m_block.unit));
         }
     }
-    m_context.plan.RaiseWidth(columnIndex, longest);
+    m_widths[columnIndex] = longest;
+}
+
+/// Raises the widths of the schema's columns by the texts of rows that were ended.
+void LayerFill::RaiseWidths(std::size_t endedRows, const Orvane::BFeatureAppender::Rows& target)
+{
+    for (const FieldPlan& field : m_fields) {
+        if (field.kind != FieldPlan::Kind::Text) {
+            continue;
+        }
+        std::size_t width = m_widths[field.columnIndex];
+        if (endedRows < target.count) {
+            // Rule: rows behind the one at which the reading was cancelled count for nothing.
+            width = 0;
+            const Orvane::BTextArray& texts = target.columns[field.columnIndex].texts;
+            for (std::size_t row = 0; row < endedRows; ++row) {
+                width = std::max(width, CountStoredUnits(texts, target.firstRow + row));
+            }
+        }
+        m_context.plan.RaiseWidth(field.columnIndex, width);
+    }
 }
 
 } // namespace AsciiReader

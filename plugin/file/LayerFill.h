@@ -15,6 +15,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace AsciiReader {
@@ -59,11 +60,14 @@ private:
     // Lines of a block, by the positions of their separators and endings.
     Step TakeBlock(const LineBlock& block);
     bool IndexMore(const LineBlock& block);
+    void SkipBlankLines();
     [[nodiscard]] bool IsLineEnd(std::size_t positionIndex) const noexcept;
     [[nodiscard]] std::size_t CountRegularRows();
     Step TakeRegularRows(const LineBlock& block, std::size_t rows);
     Step TakeIrregularLine(const LineBlock& block);
-    Step CommitRows(const LineBlock& block, std::size_t rows);
+    Step CommitRows(const Orvane::BFeatureAppender::Rows& target);
+    void RaiseWidths(std::size_t endedRows, const Orvane::BFeatureAppender::Rows& target);
+    [[nodiscard]] std::string_view FieldAt(const Kernels::FieldRun& run, std::size_t row) const;
     void ConvertColumns(std::size_t rows, const Orvane::BFeatureAppender::Rows& target);
     [[nodiscard]] Kernels::FieldRun MakeRun(std::size_t fieldIndex, std::size_t rows) const;
     void ConvertCoordinate(const Kernels::FieldRun& run, FieldPlan::Kind kind, double* out);
@@ -96,7 +100,10 @@ private:
     std::vector<std::uint32_t> m_odd;
     std::vector<std::uint8_t> m_kinds;
     std::vector<double> m_doubles;
+    std::vector<std::size_t> m_widths; ///< longest text of each column, the last rows included
     std::string m_scratch;
+    std::u16string m_widePart;
+    std::u16string m_wideScratch;
 };
 
 } // namespace AsciiReader

@@ -27,6 +27,9 @@ constexpr const char* kLocation = "AsciiFile::GetSafeLine";
 constexpr int kLatin1Mib = 4;
 constexpr int kUtf8Mib = 106;
 
+/// Bytes of the longest character of any codec.
+constexpr std::size_t kMaxCharacter = 8;
+
 template <typename Unit>
 using Text = std::basic_string_view<Unit>;
 
@@ -103,7 +106,7 @@ void LineSource::Restart()
     m_carryScanned = 0;
     m_codec = nullptr;
     m_decoder.reset();
-    m_decoderTail.clear();
+    m_undecodedBytes.clear();
     m_isAtFileStart = true;
     m_isFinished = false;
 }
@@ -174,7 +177,45 @@ TextView LineSource::MakeView(std::size_t from, std::size_t to) const noexcept
     return {std::string_view(m_bytes.Data() + from, to - from), m_unit};
 }
 
-bool LineSource::Next(const Orvane::BParamList& options, SourceLine& line)
+void LineSource::SkipBlankLines() noexcept
+{
+    if (!m_putBack.empty()) {
+        return;
+    }
+    const auto skip = [this](auto text) {
+        using Unit = typename decltype(text)::value_type;
+        const bool isCrLf = m_entries.ending == Ending::CrLf;
+        const Unit first = m_entries.ending == Ending::Lf ? Unit('\n') : Unit('\r');
+        std::size_t& at = m_entries.lineBegin;
+        while (at < text.size() && text[at] == first &&
+               (!isCrLf || (at + 1 < text.size() && text[at + 1] == Unit('\n')))) {
+            at += isCrLf ? 2 : 1;
+        }
+        at = std::min(at, text.size());
+    };
+    if (m_unit == ETextUnit::Utf16) {
+        skip(Text<char16_t>(m_wide.Data(), m_entries.linesEnd));
+    } else {
+        skip(Text<char>(m_bytes.Data(), m_entries.linesEnd));
+    }
+}
+
+bool LineSource::Next(const Orvane::BParamList& options, bool skipsBlankLines, SourceLine& line)
+{
+    for (;;) {
+        if (skipsBlankLines) {
+            SkipBlankLines();
+        }
+        if (!TakeEntry(options, line)) {
+            return false;
+        }
+        if (!skipsBlankLines || !line.text.IsEmpty()) {
+            return true;
+        }
+    }
+}
+
+bool LineSource::TakeEntry(const Orvane::BParamList& options, SourceLine& line)
 {
     if (!HasPending() && !Refill(options)) {
         line = SourceLine();
@@ -217,20 +258,23 @@ std::size_t LineSource::FindLogicalEnd(Text<Unit> text, std::size_t from) const 
         }
         return m_entries.ending == Ending::Cr ? text.find(Unit('\r'), at) : FindCrLf(text, at);
     };
-    bool isInQuotes = false;
-    std::size_t counted = from;
-    for (;;) {
-        const std::size_t end = std::min(findEnding(counted), text.size());
-        if (m_entries.haveQuotes) {
-            const std::size_t quotes =
-                ValueRules::CountQuotes<Unit>(text.substr(counted, end - counted));
-            isInQuotes = isInQuotes != (quotes % 2 != 0);
+    std::size_t end = std::min(findEnding(from), text.size());
+    std::size_t at = from;
+    while (m_entries.haveQuotes) {
+        const std::size_t open = text.substr(at, end - at).find(Unit('"'));
+        if (open == kNotFound<Unit>) {
+            break;
         }
-        if (!isInQuotes || end == text.size()) {
-            return end;
+        const std::size_t close = text.find(Unit('"'), at + open + 1);
+        if (close == kNotFound<Unit>) {
+            return text.size();
         }
-        counted = end + (m_entries.ending == Ending::CrLf ? 2 : 1);
+        at = close + 1;
+        if (end < at) {
+            end = std::min(findEnding(at), text.size());
+        }
     }
+    return end;
 }
 
 LineSource::Stamp LineSource::MakeStamp() const
@@ -378,10 +422,10 @@ void LineSource::DecodeUtf8(bool isLast)
     const Utf8Check check = CheckUtf8(fresh);
     const bool isIncomplete = check.validSize < fresh.size();
     if (!check.isValidSoFar || (isIncomplete && isLast)) {
-        const std::string rest(fresh);
+        m_undecodedBytes = fresh;
         WidenText();
         m_undecoded = 0;
-        DecodeWide(rest, isLast);
+        DecodeWide({}, isLast);
         return;
     }
     m_undecoded = fresh.size() - check.validSize;
@@ -412,33 +456,58 @@ void LineSource::WidenText()
 
 void LineSource::DecodeWide(std::string_view bytes, bool isLast)
 {
-    const int size = static_cast<int>(bytes.size());
     QString decoded;
-    if (isLast && m_isAtFileStart && m_decoder == nullptr) {
-        decoded = m_codec->toUnicode(bytes.data(), size);
+    if (m_codec->mibEnum() == kUtf8Mib) {
+        // The codec's own state loses what follows a cut sequence; whole characters need no state.
+        m_undecodedBytes.append(bytes);
+        const std::size_t kept = isLast ? 0 : CountIncompleteTail(m_undecodedBytes);
+        const std::size_t size = m_undecodedBytes.size() - kept;
+        QTextCodec::ConverterState state(m_isAtFileStart ? QTextCodec::DefaultConversion
+                                                         : QTextCodec::IgnoreHeader);
+        // At the file's end an incomplete character is decoded as it is in a whole text.
+        const bool isWhole = isLast && m_isAtFileStart;
+        decoded = m_codec->toUnicode(
+            m_undecodedBytes.data(), static_cast<int>(size), isWhole ? nullptr : &state);
+        AppendCutCharacter(
+            {m_undecodedBytes.data(), size}, isWhole ? 0 : state.remainingChars, decoded);
+        m_undecodedBytes.erase(0, size);
+        m_isAtFileStart = m_isAtFileStart && size == 0;
+    } else if (isLast && m_isAtFileStart) {
+        decoded = m_codec->toUnicode(bytes.data(), static_cast<int>(bytes.size()));
+        m_isAtFileStart = false;
     } else {
         if (m_decoder == nullptr) {
-            m_decoder = std::make_unique<QTextCodec::ConverterState>(
-                m_isAtFileStart ? QTextCodec::DefaultConversion : QTextCodec::IgnoreHeader);
+            m_decoder = std::make_unique<QTextCodec::ConverterState>();
         }
-        decoded = m_codec->toUnicode(bytes.data(), size, m_decoder.get());
-        const auto left =
-            static_cast<std::size_t>(std::max<qsizetype>(m_decoder->remainingChars, 0));
-        m_decoderTail.append(bytes.substr(bytes.size() - std::min(bytes.size(), std::size_t{8})));
-        if (isLast && left > 0 && left <= m_decoderTail.size()) {
-            // The character that the file's end cuts is decoded as the codec decodes it alone.
-            const std::string tail = m_decoderTail.substr(m_decoderTail.size() - left);
-            decoded += m_codec->toUnicode(tail.data(), static_cast<int>(left));
+        decoded = m_codec->toUnicode(bytes.data(), static_cast<int>(bytes.size()), m_decoder.get());
+        m_undecodedBytes.append(bytes.substr(bytes.size() - std::min(bytes.size(), kMaxCharacter)));
+        if (isLast) {
+            AppendCutCharacter(m_undecodedBytes, m_decoder->remainingChars, decoded);
         }
-        m_decoderTail.erase(0,
-                            m_decoderTail.size() - std::min(m_decoderTail.size(), std::size_t{8}));
+        m_undecodedBytes.erase(
+            0, m_undecodedBytes.size() - std::min(m_undecodedBytes.size(), kMaxCharacter));
+        m_isAtFileStart = false;
     }
-    m_isAtFileStart = false;
     m_wide.Resize(m_textSize);
     m_wide.Append(reinterpret_cast<const char16_t*>(decoded.utf16()),
                   static_cast<std::size_t>(decoded.size()));
     m_textSize = m_wide.GetSize();
     m_bytes.Resize(0);
+}
+
+/// Decodes the `left` last bytes, which the end of the text cuts, as the codec does in a whole
+/// text.
+void LineSource::AppendCutCharacter(std::string_view bytes, qsizetype left, QString& decoded) const
+{
+    if (left <= 0 || static_cast<std::size_t>(left) > bytes.size()) {
+        return;
+    }
+    // A character in front keeps the bytes from being taken for a byte order mark.
+    QTextCodec::ConverterState noHeader(QTextCodec::IgnoreHeader);
+    const QChar front(u'a');
+    QByteArray whole = m_codec->fromUnicode(&front, 1, &noHeader);
+    whole.append(bytes.data() + bytes.size() - left, left);
+    decoded += m_codec->toUnicode(whole).mid(1);
 }
 
 void LineSource::CutBlock(bool isLast)

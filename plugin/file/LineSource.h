@@ -75,12 +75,13 @@ public:
 
     /// Takes the next entry. @return false when none is pending and the device is at its end; then
     /// `line` is empty.
+    /// @param skipsBlankLines whether empty entries are passed over
     /// @param options CODEC and CODECFORLOCALE are read at every refill
     /// @throws BFileContentNotValidException("AsciiFile::GetSafeLine", "File contains an unmatched
     ///     quote."); BException("The text codec <%ls> is not available.",
     ///     "AsciiFile::GetSafeLine"); BException("Could not read from the file <%ls>.",
     ///     "AsciiFile::GetSafeLine", <system's text>).
-    bool Next(const Orvane::BParamList& options, SourceLine& line);
+    bool Next(const Orvane::BParamList& options, bool skipsBlankLines, SourceLine& line);
 
     /// Gives the foremost pending entries uncut. @return false when they are not lines of a block
     /// that stayed bytes, or when the block is too large for 32-bit positions.
@@ -133,6 +134,8 @@ private:
         }
     };
 
+    bool TakeEntry(const Orvane::BParamList& options, SourceLine& line);
+    void SkipBlankLines() noexcept;
     bool Refill(const Orvane::BParamList& options);
     bool Replay();
     void Restart();
@@ -141,6 +144,7 @@ private:
     void Decode(std::size_t newBytes, bool isLast);
     void DecodeUtf8(bool isLast);
     void DecodeWide(std::string_view bytes, bool isLast);
+    void AppendCutCharacter(std::string_view bytes, qsizetype left, QString& decoded) const;
     void WidenText();
     void CutBlock(bool isLast);
     template <typename Unit>
@@ -169,9 +173,10 @@ private:
 
     QTextCodec* m_codec = nullptr;
     std::unique_ptr<QTextCodec::ConverterState> m_decoder; ///< for text decoded to UTF-16
-    std::string m_decoderTail;                             ///< the last bytes it was given
-    bool m_isAtFileStart = true;                           ///< no character was decoded yet
-    bool m_isFinished = false;                             ///< the last block was cut
+    /// UTF-8: bytes of an incomplete character; other codecs: the last bytes decoded.
+    std::string m_undecodedBytes;
+    bool m_isAtFileStart = true; ///< no character was decoded yet
+    bool m_isFinished = false;   ///< the last block was cut
 
     // For reading the first block once, however often the file is rewound.
     bool m_isRewound = false;

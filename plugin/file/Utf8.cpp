@@ -79,4 +79,17 @@ Utf8Check CheckUtf8(std::string_view bytes) noexcept
     return {at, true};
 }
 
+std::size_t CountIncompleteTail(std::string_view bytes) noexcept
+{
+    for (std::size_t size = 1; size <= 3 && size <= bytes.size(); ++size) {
+        const std::string_view tail = bytes.substr(bytes.size() - size);
+        const Lead lead = LeadOf(static_cast<unsigned char>(tail.front()));
+        if (lead.size > size) {
+            const Utf8Check check = CheckUtf8(tail);
+            return check.validSize == 0 && check.isValidSoFar ? size : 0;
+        }
+    }
+    return 0;
+}
+
 } // namespace AsciiReader

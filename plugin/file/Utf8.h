@@ -16,4 +16,7 @@ struct Utf8Check
 /// Checks for shortest forms, no surrogates and nothing above U+10FFFF.
 Utf8Check CheckUtf8(std::string_view bytes) noexcept;
 
+/// Bytes at the end that begin a character which more bytes may complete; 0 to 3.
+std::size_t CountIncompleteTail(std::string_view bytes) noexcept;
+
 } // namespace AsciiReader

@@ -73,20 +73,54 @@ bool IsWellFormed(std::u16string_view text)
     return true;
 }
 
+/// Bytes of the last UTF-16 unit of a text; `isHalf` tells that they hold two units.
+std::size_t SizeOfLastUnit(std::string_view text, ETextUnit unit, bool& isHalf)
+{
+    if (unit == ETextUnit::Latin1) {
+        return 1;
+    }
+    std::size_t size = 1;
+    while (size < text.size() &&
+           (static_cast<unsigned char>(text[text.size() - size]) & 0xC0U) == 0x80U) {
+        ++size;
+    }
+    isHalf = size == 4;
+    return size;
+}
+
+std::size_t SizeOfLastUnit(std::u16string_view /*text*/, ETextUnit /*unit*/, bool& /*isHalf*/)
+{
+    return 1;
+}
+
+/// Rule: a part that begins with a quote loses its last unit too, whatever that unit is.
+/// @param isHalf set when that unit is the second half of a character, of which the first is left
+template <typename Unit>
+std::basic_string_view<Unit>
+DropOuter(std::basic_string_view<Unit> part, ETextUnit textUnit, bool& isHalf)
+{
+    if (part.empty() || part.front() != Unit('"')) {
+        return part;
+    }
+    part.remove_prefix(1);
+    if (!part.empty()) {
+        const std::size_t dropped = SizeOfLastUnit(part, textUnit, isHalf);
+        part.remove_suffix(isHalf ? dropped - 1 : dropped);
+    }
+    return part;
+}
+
 /// Takes quotes and escapes off one part. A part that must change is appended to `unquoted`, which
-/// has room for it.
-///
-/// Rule: a part that begins with a quote loses its last unit too, whatever that unit is. Then pairs
-/// of quotes become one, then backslashes in front of quotes go.
+/// has room for it. Pairs of quotes become one, then backslashes in front of quotes go.
 template <typename Unit>
 std::basic_string_view<Unit> UnquotePart(std::basic_string_view<Unit> part,
-                                         std::basic_string<Unit>& unquoted)
+                                         ETextUnit textUnit,
+                                         std::basic_string<Unit>& unquoted,
+                                         bool& isHalf)
 {
     constexpr Unit kQuote = Unit('"');
     constexpr Unit kBackslash = Unit('\\');
-    if (!part.empty() && part.front() == kQuote) {
-        part = part.size() < 2 ? part.substr(0, 0) : part.substr(1, part.size() - 2);
-    }
+    part = DropOuter(part, textUnit, isHalf);
     std::size_t quoteAt = part.find(kQuote);
     if (quoteAt == std::basic_string_view<Unit>::npos) {
         return part;
@@ -121,8 +155,9 @@ template <typename Unit>
 class RowBuilder
 {
 public:
-    RowBuilder(FieldList<Unit>& out, std::size_t lineSize)
+    RowBuilder(FieldList<Unit>& out, std::size_t lineSize, ETextUnit textUnit)
         : m_out(out)
+        , m_textUnit(textUnit)
     {
         out.fields.clear();
         out.unquoted.clear();
@@ -130,38 +165,65 @@ public:
         out.unquoted.reserve(lineSize);
     }
 
-    void Append(std::basic_string_view<Unit> part)
-    {
-        m_anyContent = m_anyContent || !part.empty();
-        m_out.fields.push_back(UnquotePart(part, m_out.unquoted));
-    }
+    void Append(std::basic_string_view<Unit> part) { Add(part, true); }
 
-    void AppendPlain(std::basic_string_view<Unit> part)
-    {
-        m_anyContent = m_anyContent || !part.empty();
-        m_out.fields.push_back(part);
-    }
+    void AppendPlain(std::basic_string_view<Unit> part) { Add(part, false); }
 
     /// Rule: a line whose parts are all empty has no fields.
-    void Finish()
+    /// @return false when half of a character was left over
+    bool Finish()
     {
-        if (!m_anyContent) {
-            m_out.fields.clear();
-        }
+        m_out.fields.resize(m_anyContent ? m_out.fields.size() : 0);
+        return !m_hasHalf;
     }
 
 private:
+    void Add(std::basic_string_view<Unit> part, bool mayHaveQuotes)
+    {
+        // Empty parts at the start only count until a part has content, so that a line of nothing
+        // but separators takes no memory.
+        if (!m_anyContent) {
+            if (part.empty()) {
+                ++m_leadingEmpty;
+                return;
+            }
+            m_anyContent = true;
+            m_out.fields.resize(m_leadingEmpty);
+        }
+        m_out.fields.push_back(
+            mayHaveQuotes ? UnquotePart(part, m_textUnit, m_out.unquoted, m_hasHalf) : part);
+    }
+
     FieldList<Unit>& m_out;
+    ETextUnit m_textUnit;
+    bool m_hasHalf = false;
+    std::size_t m_leadingEmpty = 0;
     bool m_anyContent = false;
 };
 
 } // namespace
 
-std::string_view Unquote(std::string_view part, std::string& scratch)
+std::string_view DropOuterQuotes(std::string_view part, ETextUnit unit)
+{
+    bool isHalf = false;
+    return DropOuter(part, unit, isHalf);
+}
+
+bool Unquote(std::string_view part, ETextUnit unit, std::string& scratch, std::string_view& result)
 {
     scratch.clear();
     scratch.reserve(part.size());
-    return UnquotePart(part, scratch);
+    bool isHalf = false;
+    result = UnquotePart(part, unit, scratch, isHalf);
+    return !isHalf;
+}
+
+std::u16string_view Unquote(std::u16string_view part, std::u16string& scratch)
+{
+    scratch.clear();
+    scratch.reserve(part.size());
+    bool isHalf = false;
+    return UnquotePart(part, ETextUnit::Utf16, scratch, isHalf);
 }
 
 QRegularExpression MakeSeparatorPattern(const QString& literal)
@@ -216,8 +278,9 @@ void Separator::Split(const TextView& line, SplitRow& row) const
         const bool isLatin1 = line.GetUnit() == ETextUnit::Latin1;
         const std::string& literal = isLatin1 ? m_literalLatin1 : m_literalUtf8;
         row.m_unit = line.GetUnit();
-        SplitLiteral<char>(line.Bytes(), literal, row.m_bytes);
-        return;
+        if (SplitLiteral<char>(line.Bytes(), line.GetUnit(), literal, row.m_bytes)) {
+            return;
+        }
     }
     row.m_unit = ETextUnit::Utf16;
     std::u16string_view wide;
@@ -231,7 +294,7 @@ void Separator::Split(const TextView& line, SplitRow& row) const
     case Kind::NoFields:
         break;
     case Kind::Literal:
-        SplitLiteral<char16_t>(wide, m_literal, row.m_wide);
+        SplitLiteral<char16_t>(wide, ETextUnit::Utf16, m_literal, row.m_wide);
         break;
     case Kind::Empty:
         SplitEmpty(wide, row.m_wide);
@@ -246,54 +309,62 @@ void Separator::Split(const TextView& line, SplitRow& row) const
 }
 
 template <typename Unit>
-void Separator::SplitLiteral(std::basic_string_view<Unit> line,
+bool Separator::SplitLiteral(std::basic_string_view<Unit> line,
+                             ETextUnit textUnit,
                              std::basic_string_view<Unit> separator,
                              FieldList<Unit>& out) const
 {
     constexpr Unit kQuote = Unit('"');
     constexpr std::size_t kNone = std::basic_string_view<Unit>::npos;
-    RowBuilder<Unit> row(out, line.size());
-    // An empty literal stands for one that this encoding can't hold: it is nowhere in the line.
-    std::size_t at = separator.empty() ? kNone : line.find(separator);
-    std::size_t quoteAt = line.find(kQuote);
+    RowBuilder<Unit> row(out, line.size(), textUnit);
     std::size_t begin = 0;
-    if (quoteAt == kNone) {
-        while (at != kNone) {
-            row.AppendPlain(line.substr(begin, at - begin));
-            begin = at + separator.size();
-            at = line.find(separator, begin);
-        }
-        row.AppendPlain(line.substr(begin));
-        row.Finish();
-        return;
-    }
-    const bool isOddLine = ValueRules::CountQuotes<Unit>(line) % 2 != 0;
+    std::size_t quoteAt = line.find(kQuote);
+    const bool hasQuotes = quoteAt != kNone;
+    const bool isOddLine = hasQuotes && ValueRules::CountQuotes<Unit>(line) % 2 != 0;
+    const auto take = [&](std::size_t at) {
+        const std::basic_string_view<Unit> part = line.substr(begin, at - begin);
+        hasQuotes ? row.Append(part) : row.AppendPlain(part);
+    };
     bool isOddLeft = false;
-    while (at != kNone) {
-        // Quotes to the right are even exactly when those up to the separator's end have the
-        // line's parity.
-        const std::size_t behind = at + separator.size();
-        // `behind` only grows, so that each quote is counted once.
-        while (quoteAt < behind) {
-            isOddLeft = !isOddLeft;
-            quoteAt = line.find(kQuote, quoteAt + 1);
+    // Quotes to the right of a separator are even exactly when those up to its end have the line's
+    // parity.
+    if (separator.size() == 1 && separator.front() != kQuote) {
+        const Unit unit = separator.front();
+        for (std::size_t at = 0; at < line.size(); ++at) {
+            if (line[at] == unit) {
+                if (isOddLeft == isOddLine) {
+                    take(at);
+                    begin = at + 1;
+                }
+            } else if (line[at] == kQuote) {
+                isOddLeft = !isOddLeft;
+            }
         }
-        if (isOddLeft == isOddLine) {
-            row.Append(line.substr(begin, at - begin));
-            begin = behind;
-            at = line.find(separator, begin);
-            continue;
+    } else if (!separator.empty()) { // an empty one stands for a text that this encoding can't hold
+        std::size_t at = line.find(separator);
+        while (at != kNone) {
+            const std::size_t behind = at + separator.size();
+            // `behind` only grows, so that each quote is counted once.
+            while (quoteAt < behind) {
+                isOddLeft = !isOddLeft;
+                quoteAt = line.find(kQuote, quoteAt + 1);
+            }
+            const bool splits = isOddLeft == isOddLine;
+            if (splits) {
+                take(at);
+                begin = behind;
+            }
+            at = line.find(separator, splits ? behind : at + 1);
         }
-        at = line.find(separator, at + 1);
     }
-    row.Append(line.substr(begin));
-    row.Finish();
+    take(line.size());
+    return row.Finish();
 }
 
 void Separator::SplitEmpty(std::u16string_view line, FieldList<char16_t>& out) const
 {
     // The empty literal stands between any two characters with an even number of quotes behind.
-    RowBuilder<char16_t> row(out, line.size());
+    RowBuilder<char16_t> row(out, line.size(), ETextUnit::Utf16);
     bool isOddRight = ValueRules::CountQuotes<char16_t>(line) % 2 != 0;
     std::size_t begin = 0;
     for (std::size_t at = 0; at <= line.size(); ++at) {
@@ -314,7 +385,7 @@ void Separator::SplitEmpty(std::u16string_view line, FieldList<char16_t>& out) c
 
 void Separator::SplitPattern(std::u16string_view line, FieldList<char16_t>& out) const
 {
-    RowBuilder<char16_t> row(out, line.size());
+    RowBuilder<char16_t> row(out, line.size(), ETextUnit::Utf16);
     const QString text = QString::fromRawData(reinterpret_cast<const QChar*>(line.data()),
                                               static_cast<qsizetype>(line.size()));
     std::size_t begin = 0;

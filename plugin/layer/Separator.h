@@ -45,8 +45,10 @@ public:
 private:
     enum class Kind { NoFields, Widths, Literal, Empty, Pattern };
 
+    /// @return false when a field can't be expressed in the line's unit
     template <typename Unit>
-    void SplitLiteral(std::basic_string_view<Unit> line,
+    bool SplitLiteral(std::basic_string_view<Unit> line,
+                      ETextUnit textUnit,
                       std::basic_string_view<Unit> separator,
                       FieldList<Unit>& out) const;
     void SplitEmpty(std::u16string_view line, FieldList<char16_t>& out) const;
@@ -113,9 +115,16 @@ private:
     std::u16string m_line; ///< the line, when it had to be widened
 };
 
+/// A part of a line without its first and last UTF-16 unit when it begins with a quote. Half of a
+/// character of four UTF-8 bytes is left as the character's first byte.
+std::string_view DropOuterQuotes(std::string_view part, ETextUnit unit);
+
 /// Takes quotes and escapes off one part of a line: the rule of AsciiUtils::SplitLine.
 /// @param scratch holds the result when it is no longer a piece of the part
-std::string_view Unquote(std::string_view part, std::string& scratch);
+/// @return false when the result is no valid text of that unit: half of a character is left over
+bool Unquote(std::string_view part, ETextUnit unit, std::string& scratch, std::string_view& result);
+/// The same on UTF-16.
+std::u16string_view Unquote(std::u16string_view part, std::u16string& scratch);
 
 /// The pattern of a literal separator outside quotes.
 QRegularExpression MakeSeparatorPattern(const QString& literal);
