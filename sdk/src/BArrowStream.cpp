@@ -449,9 +449,12 @@ private:
         const BAttributes& attributes = object.GetAttributes();
         for (std::size_t index = 0; index < attributes.GetCount(); ++index) {
             if (index >= m_columns.size() || attributes.GetNameAt(index) != m_columns[index].name) {
-                throw StreamError("The changed feature <" + object.GetName().ToUtf8() +
-                                  "> has the attribute <" + attributes.GetNameAt(index).ToUtf8() +
-                                  ">, which the layer's columns do not have at its place.");
+                throw StreamError(
+                    BString::Format("The changed feature <%ls> has the attribute <%ls>, "
+                                    "which the layer's columns do not have at its "
+                                    "place.",
+                                    object.GetName(),
+                                    attributes.GetNameAt(index)));
             }
         }
     }

@@ -250,14 +250,29 @@ TEST(BVectorDataReader, ResetsStatusAndFailureFlagBeforeEachRead)
     RecordingReader reader("", BParamList());
     reader.SetStatus(Orvane::EManagerStatus::kCancelled);
     reader.SetFailureFlag(1);
+    reader.isOpen = true;
     reader.Read();
     EXPECT_EQ(reader.calls, std::vector<std::string>{"read 0 0"});
+}
+
+TEST(BVectorDataReader, RefusesToReadWhenItIsNotOpen)
+{
+    RecordingReader reader("", BParamList());
+    try {
+        reader.Read();
+        FAIL() << "nothing was thrown";
+    } catch (const Orvane::BDataManagerException& failure) {
+        EXPECT_EQ(failure.GetLocation(), BString("BVectorDataReader::Read"));
+        EXPECT_EQ(failure.GetDetails(), BString("The reader is not open."));
+    }
+    EXPECT_TRUE(reader.calls.empty());
 }
 
 TEST(BVectorDataReader, LetsExceptionsLeaveUnchanged)
 {
     RecordingReader reader("", BParamList());
     reader.fails = true;
+    reader.isOpen = true;
     std::string message;
     try {
         reader.Read();
