@@ -23,8 +23,8 @@ using Columns = std::vector<BColumnInfo>;
 class StreamError : public std::exception
 {
 public:
-    explicit StreamError(std::string text)
-        : m_text(std::move(text))
+    explicit StreamError(const BString& text)
+        : m_text(text.ToUtf8())
     {}
 
     [[nodiscard]] const char* what() const noexcept override { return m_text.c_str(); }
