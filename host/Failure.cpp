@@ -53,11 +53,19 @@ Failure DescribeFailure(const std::exception& exception)
 
 std::string FormatFailure(const Failure& failure)
 {
-    std::string line = "orvane: " + TerminalText::Escape(failure.message);
+    // Some texts of the reader are short; here a person reads them.
+    const bool isMissingFile = failure.exceptionName == "BFileNotFoundException";
+    std::string line = "orvane: ";
+    line += isMissingFile ? "There is no such file: " : "";
+    line += TerminalText::Escape(failure.message);
     const std::string& place = failure.location.empty() ? failure.exceptionName : failure.location;
     line += " (" + TerminalText::Escape(place) + ")";
     if (!failure.details.empty()) {
         line += " " + TerminalText::Escape(failure.details);
+    }
+    if (failure.exceptionName == "std::out_of_range") {
+        line += " A position lies outside of a row: do COLUMN_DEFINITION and NAME_COLUMN fit the "
+                "columns of the file?";
     }
     return line;
 }

@@ -3,6 +3,7 @@
 // Included by one source file per set inside an unnamed namespace, after that file has defined
 //   struct Block64: Load(const char*), Equal(char) -> 64-bit mask, HighBits() -> 64-bit mask
 //   std::uint64_t PrefixXor(std::uint64_t)
+//   std::uint32_t LowestBit(std::uint64_t): position of the lowest bit, anything for 0
 //   bool ConvertDigits(const char* text, std::uint32_t begin, std::uint32_t end, Digits& digits)
 // Nothing of the standard library is used here but its integer types: an inline function built for
 // one instruction set must not be picked up by the others.
@@ -18,7 +19,7 @@ inline std::size_t WritePositions(std::uint64_t mask, std::uint32_t base, std::u
     // Eight at a time without a test each: what is written too much is overwritten later.
     for (std::size_t at = 0; at < count; at += 8) {
         for (std::size_t step = 0; step < 8; ++step) {
-            positions[at + step] = base + static_cast<std::uint32_t>(__builtin_ctzll(mask));
+            positions[at + step] = base + LowestBit(mask);
             mask &= mask - 1;
         }
     }

@@ -48,6 +48,10 @@ std::uint64_t PrefixXor(std::uint64_t mask)
                                                0)));
 }
 
+std::uint32_t LowestBit(std::uint64_t mask)
+{
+    return static_cast<std::uint32_t>(_tzcnt_u64(mask));
+}
 
 #include "kernels/ConvertSse41.h"
 #include "kernels/KernelBody.h"

@@ -88,6 +88,11 @@ std::uint64_t PrefixXor(std::uint64_t mask)
     return mask;
 }
 
+std::uint32_t LowestBit(std::uint64_t mask)
+{
+    return static_cast<std::uint32_t>(__builtin_ctzll(mask | std::uint64_t{1} << 63U));
+}
+
 bool ConvertDigits(const char* text, std::uint32_t begin, std::uint32_t end, Digits& digits);
 
 #include "kernels/KernelBody.h"

@@ -53,6 +53,10 @@ std::uint64_t PrefixXor(std::uint64_t mask)
     return mask;
 }
 
+std::uint32_t LowestBit(std::uint64_t mask)
+{
+    return static_cast<std::uint32_t>(__builtin_ctzll(mask | std::uint64_t{1} << 63U));
+}
 
 #include "kernels/ConvertSse41.h"
 #include "kernels/KernelBody.h"

@@ -387,7 +387,10 @@ class ReadTest(CliTest):
 class ReadFailuresTest(CliTest):
     def assert_both(self, name, status, failure, *arguments):
         """The line on standard error, and the object with --json."""
-        line = "orvane: " + failure["message"] + " (" + failure["location"] + ")"
+        line = "orvane: "
+        if failure["exception"] == "BFileNotFoundException":
+            line += "There is no such file: "
+        line += failure["message"] + " (" + failure["location"] + ")"
         line += " " + failure["details"] if failure["details"] else ""
         line = "".join("\\x%02X" % ord(c) if ord(c) < 0x20 else c for c in line)
         self.assert_failure(self.run_orvane("read", name, *arguments), status, line)
@@ -483,7 +486,11 @@ class ReadFailuresTest(CliTest):
                 "details": "",
             },
         )
-        self.assertEqual(result.err, "orvane: invalid vector subscript (std::out_of_range)\n")
+        self.assertEqual(
+            result.err,
+            "orvane: invalid vector subscript (std::out_of_range) A position lies outside of a "
+            "row: do COLUMN_DEFINITION and NAME_COLUMN fit the columns of the file?\n",
+        )
 
     def test_a_name_that_is_no_utf8(self):
         with open(os.fsencode(self.folder) + b"/\xff.csv", "wb") as file:
