@@ -35,7 +35,7 @@ lint: deps
 	@scripts/lint
 
 format:
-	@git ls-files '*.h' '*.cpp' | xargs clang-format-14 -i
+	@git ls-files '*.h' '*.inc' '*.cpp' | xargs clang-format-14 -i
 
 clean:
 	@rm -rf build

@@ -5,14 +5,10 @@
 #include "reader/Constants.h"
 
 #include <Orvane/BCoordSys.h>
-#include <Orvane/BException.h>
 #include <Orvane/BStringQt.h>
 #include <Orvane/Constants.h>
 
 namespace AsciiReader {
-
-using Orvane::BException;
-using Orvane::BString;
 
 void AsciiFile::BuildSchema()
 {

@@ -142,7 +142,7 @@ LayerFill::Step LayerFill::TakeLine(SourceLine& line)
     return Step::Continue;
 }
 
-LayerFill::Step LayerFill::ReportProgress()
+LayerFill::Step LayerFill::ReportProgress() const
 {
     Orvane::BProgress* const progress = m_context.progress;
     const bool isCancelled = progress != nullptr && progress->ShouldReport(m_lineNumber, 0) &&

@@ -55,7 +55,7 @@ private:
     bool NextLine(SourceLine& line);
     Step TakeLine(SourceLine& line);
     void JoinOpenQuotes(SourceLine& line);
-    Step ReportProgress();
+    [[nodiscard]] Step ReportProgress() const;
 
     // Lines of a block, by the positions of their separators and endings.
     Step TakeBlock(const LineBlock& block);

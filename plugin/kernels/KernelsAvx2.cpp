@@ -53,8 +53,8 @@ std::uint32_t LowestBit(std::uint64_t mask)
     return static_cast<std::uint32_t>(_tzcnt_u64(mask));
 }
 
-#include "kernels/ConvertSse41.h"
-#include "kernels/KernelBody.h"
+#include "kernels/ConvertSse41.inc"
+#include "kernels/KernelBody.inc"
 
 } // namespace
 

@@ -18,7 +18,7 @@ struct Block64
     static Block64 Load(const char* text)
     {
         Block64 block;
-        for (int part = 0; part < 4; ++part) {
+        for (std::size_t part = 0; part < 4; ++part) {
             block.parts[part] = _mm_loadu_si128(reinterpret_cast<const __m128i*>(text + part * 16));
         }
         return block;
@@ -34,7 +34,7 @@ struct Block64
     {
         const __m128i wanted = _mm_set1_epi8(byte);
         unsigned masks[4];
-        for (int part = 0; part < 4; ++part) {
+        for (std::size_t part = 0; part < 4; ++part) {
             masks[part] =
                 static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi8(parts[part], wanted)));
         }
@@ -44,7 +44,7 @@ struct Block64
     [[nodiscard]] std::uint64_t HighBits() const
     {
         unsigned masks[4];
-        for (int part = 0; part < 4; ++part) {
+        for (std::size_t part = 0; part < 4; ++part) {
             masks[part] = static_cast<unsigned>(_mm_movemask_epi8(parts[part]));
         }
         return Join(masks);
@@ -95,7 +95,7 @@ std::uint32_t LowestBit(std::uint64_t mask)
 
 bool ConvertDigits(const char* text, std::uint32_t begin, std::uint32_t end, Digits& digits);
 
-#include "kernels/KernelBody.h"
+#include "kernels/KernelBody.inc"
 
 bool ConvertDigits(const char* text, std::uint32_t begin, std::uint32_t end, Digits& digits)
 {

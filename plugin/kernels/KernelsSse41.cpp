@@ -16,7 +16,7 @@ struct Block64
     static Block64 Load(const char* text)
     {
         Block64 block;
-        for (int part = 0; part < 4; ++part) {
+        for (std::size_t part = 0; part < 4; ++part) {
             block.parts[part] = _mm_loadu_si128(reinterpret_cast<const __m128i*>(text + part * 16));
         }
         return block;
@@ -31,7 +31,7 @@ struct Block64
     [[nodiscard]] std::uint64_t Equal(char byte) const
     {
         const __m128i wanted = _mm_set1_epi8(byte);
-        return Join([this, wanted](int part) {
+        return Join([this, wanted](std::size_t part) {
             return std::uint64_t{
                 static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi8(parts[part], wanted)))};
         });
@@ -39,7 +39,7 @@ struct Block64
 
     [[nodiscard]] std::uint64_t HighBits() const
     {
-        return Join([this](int part) {
+        return Join([this](std::size_t part) {
             return std::uint64_t{static_cast<unsigned>(_mm_movemask_epi8(parts[part]))};
         });
     }
@@ -58,8 +58,8 @@ std::uint32_t LowestBit(std::uint64_t mask)
     return static_cast<std::uint32_t>(__builtin_ctzll(mask | std::uint64_t{1} << 63U));
 }
 
-#include "kernels/ConvertSse41.h"
-#include "kernels/KernelBody.h"
+#include "kernels/ConvertSse41.inc"
+#include "kernels/KernelBody.inc"
 
 } // namespace
 

@@ -1,13 +1,14 @@
 // Text to number conversions in the C locale, and shortest number texts.
 #include <Orvane/BNumbers.h>
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
 #include <limits>
-#include <locale.h>
+#include <locale.h> // NOLINT(modernize-deprecated-headers): newlocale is POSIX's, not C++'s
 #include <string>
 #include <system_error>
 
@@ -167,7 +168,7 @@ std::size_t FormatReal(Real value, char* buffer)
 {
     if (std::isnan(value)) {
         // The sign of a NaN says nothing about the number it is not.
-        std::memcpy(buffer, "nan", 3);
+        std::copy_n("nan", 3, buffer);
         return 3;
     }
     const auto result = std::to_chars(buffer, buffer + kFormatBytes, value);

@@ -82,7 +82,7 @@ std::int32_t BVariant::GetInteger() const
                    [](std::int64_t value) { return NarrowToInt32(value); },
                    [](double value) { return CutToInteger<std::int32_t>(value); },
                    [](float value) { return CutToInteger<std::int32_t>(double{value}); },
-                   [](bool value) { return std::int32_t{value}; },
+                   [](bool value) { return static_cast<std::int32_t>(value); },
                    [](const BString& value) { return BNumbers::Atoi(value.View()); },
                    [](const auto&) { return std::int32_t{0}; }},
         m_value);
@@ -95,7 +95,7 @@ std::int64_t BVariant::GetInt64() const
                    [](std::int64_t value) { return value; },
                    [](double value) { return CutToInteger<std::int64_t>(value); },
                    [](float value) { return CutToInteger<std::int64_t>(double{value}); },
-                   [](bool value) { return std::int64_t{value}; },
+                   [](bool value) { return static_cast<std::int64_t>(value); },
                    [](const BString& value) { return BNumbers::Strtoll(value.Ascii()); },
                    [](const auto&) { return std::int64_t{0}; }},
         m_value);

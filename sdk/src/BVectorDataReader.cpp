@@ -1,7 +1,6 @@
 // Drives the protected operations of a vector reader.
-#include <Orvane/BVectorDataReader.h>
-
 #include <Orvane/BException.h>
+#include <Orvane/BVectorDataReader.h>
 
 namespace Orvane {
 
