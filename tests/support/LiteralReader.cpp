@@ -21,7 +21,7 @@
 #include <cstring>
 #include <cwchar>
 #include <limits>
-#include <locale.h>
+#include <locale.h> // NOLINT(modernize-deprecated-headers): newlocale is POSIX's
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -1040,13 +1040,12 @@ bool Engine::IsHeaderLine(const QString& line)
         return false;
     }
     if (m_params.HasProperty(Orvane::ASCII_HEADER_IDENTIFIER)) {
-        for (const BString& identifier : m_params.GetStrings(Orvane::ASCII_HEADER_IDENTIFIER)) {
-            const QString text = MakeQString(identifier);
-            if (line.left(text.size()) == text) {
-                return true;
-            }
-        }
-        return false;
+        const std::vector<BString> identifiers =
+            m_params.GetStrings(Orvane::ASCII_HEADER_IDENTIFIER);
+        return std::any_of(identifiers.begin(), identifiers.end(), [&line](const BString& each) {
+            const QString text = MakeQString(each);
+            return line.left(text.size()) == text;
+        });
     }
     if (IsTrueOption(m_params, Orvane::ASCII_HEADER_BLANK_LINE)) {
         if (line.isEmpty()) {

@@ -37,7 +37,8 @@ public:
 
     int Between(int least, int most)
     {
-        return least + static_cast<int>(Below(static_cast<std::size_t>(most - least + 1)));
+        return least + static_cast<int>(Below(static_cast<std::size_t>(most) -
+                                              static_cast<std::size_t>(least) + 1));
     }
 
     bool Chance(int perCent) { return Between(0, 99) < perCent; }
@@ -665,7 +666,7 @@ QString MakeText(Dice& dice, const Shape& shape)
 void Damage(Dice& dice, QByteArray& bytes)
 {
     for (int i = dice.Between(1, 4); i > 0; --i) {
-        const qsizetype at =
+        const auto at =
             static_cast<qsizetype>(dice.Below(static_cast<std::size_t>(bytes.size()) + 1));
         switch (dice.Below(8)) {
         case 0:
@@ -767,7 +768,7 @@ std::string Escaped(const QByteArray& bytes)
 {
     std::string result = "\"";
     for (const char byte : bytes) {
-        const unsigned char code = static_cast<unsigned char>(byte);
+        const auto code = static_cast<unsigned char>(byte);
         char buffer[8];
         if (byte == '\n') {
             result += "\\n";

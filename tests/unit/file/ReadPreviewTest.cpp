@@ -16,7 +16,6 @@ namespace {
 using AsciiReader::AsciiFile;
 using Orvane::BParamList;
 using Orvane::BString;
-using Orvane::EVariantType;
 using TestSupport::Describe;
 using TestSupport::ExpectBException;
 using TestSupport::ExpectSubclass;

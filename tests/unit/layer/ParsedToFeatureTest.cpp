@@ -24,7 +24,6 @@ using Orvane::BAttributeDef;
 using Orvane::BAttributeDefs;
 using Orvane::BFeature;
 using Orvane::BParamList;
-using Orvane::BPointGeo;
 using Orvane::BSharedPtr;
 using Orvane::BString;
 using Orvane::EVariantType;

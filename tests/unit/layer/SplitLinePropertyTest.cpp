@@ -19,7 +19,6 @@
 namespace {
 
 using AsciiReader::Row;
-using Orvane::BString;
 
 /// The fields as the regular-expression engine and plain text replacement give them.
 Row FieldsByEngine(const QString& line, const QRegularExpression& pattern)
@@ -90,7 +89,7 @@ TEST_P(AsciiUtilsSplitLineProperty, GivesTheFieldsOfTheRegularExpression)
     constexpr int kLines = 4000;
     for (int i = 0; i < kLines; ++i) {
         const unsigned longest = i % 100 == 0 ? 400U : 24U;
-        const unsigned length = static_cast<unsigned>(random() % (longest + 1U));
+        const auto length = static_cast<unsigned>(random() % (longest + 1U));
         QString line;
         while (static_cast<unsigned>(line.size()) < length) {
             const auto choice = random();

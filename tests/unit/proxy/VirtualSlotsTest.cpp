@@ -19,13 +19,9 @@ namespace {
 
 using AsciiReader::BAsciiProxy;
 using AsciiReader::BAsciiReader;
-using Orvane::BCoordSysRepository;
 using Orvane::BDataManager;
 using Orvane::BDataManagerProxy;
 using Orvane::BDataReader;
-using Orvane::BLogger;
-using Orvane::BMBB;
-using Orvane::BMBR;
 using Orvane::BParamList;
 using Orvane::BProgress;
 using Orvane::BString;

@@ -30,19 +30,19 @@ class CommaLocale : public testing::Test
 protected:
     static void SetUpTestSuite()
     {
-        s_folder = new TemporaryFolder;
+        localeFolder = new TemporaryFolder;
         const std::string command =
-            "localedef -i de_DE -f UTF-8 '" + (s_folder->Path() / "de_DE.UTF-8").string() + "'";
+            "localedef -i de_DE -f UTF-8 '" + (localeFolder->Path() / "de_DE.UTF-8").string() + "'";
         // The exit status counts warnings too; what decides is whether the locale can be set.
         (void)std::system(command.c_str());
-        setenv("LOCPATH", s_folder->Path().c_str(), 1);
+        setenv("LOCPATH", localeFolder->Path().c_str(), 1);
     }
 
     static void TearDownTestSuite()
     {
         unsetenv("LOCPATH");
-        delete s_folder;
-        s_folder = nullptr;
+        delete localeFolder;
+        localeFolder = nullptr;
     }
 
     void SetUp() override
@@ -57,10 +57,10 @@ protected:
     void TearDown() override { std::setlocale(LC_ALL, "C"); }
 
 private:
-    static TemporaryFolder* s_folder;
+    static TemporaryFolder* localeFolder;
 };
 
-TemporaryFolder* CommaLocale::s_folder = nullptr;
+TemporaryFolder* CommaLocale::localeFolder = nullptr;
 
 const char* const kRows = "x,y,z,int,double,text,flag\n"
                           "1.25,-2.5e1,0x1p-1,\"1,234\",0.1,\"1,5\",yes\n"

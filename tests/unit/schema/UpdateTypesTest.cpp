@@ -16,7 +16,6 @@ using AsciiReader::AsciiSchema::InferSchema;
 using AsciiReader::AsciiSchema::UpdateTypes;
 using Orvane::BAttributeDef;
 using Orvane::BAttributeDefs;
-using Orvane::BString;
 using Orvane::EVariantType;
 using TestSupport::Describe;
 using TestSupport::Options;

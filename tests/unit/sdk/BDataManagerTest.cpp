@@ -23,12 +23,10 @@
 namespace {
 
 using Orvane::BCoordSysRepository;
-using Orvane::BDataManager;
 using Orvane::BDataManagerException;
 using Orvane::BDataManagerProxy;
 using Orvane::BDataReader;
 using Orvane::BFeature;
-using Orvane::BGeometry;
 using Orvane::BLogger;
 using Orvane::BMBB;
 using Orvane::BParamList;

@@ -133,7 +133,7 @@ TEST(BFeatureCollectionAdd, KeepsIrregularFeaturesAsObjects)
     attributes.Clear();
     attributes.Add("number", BVariant());
     odd.back()->SetAttributes(attributes);
-    odd.push_back(MakeShared<NamedFeature>());
+    odd.emplace_back(MakeShared<NamedFeature>());
     for (const auto& feature : odd) {
         features.Add(feature);
     }

@@ -333,16 +333,16 @@ protected:
     {
         std::string folder = (std::filesystem::temp_directory_path() / "orvane-XXXXXX").string();
         ASSERT_NE(mkdtemp(folder.data()), nullptr);
-        s_folder = folder;
+        localeFolder = folder;
         const std::string command = "localedef -i de_DE -f UTF-8 '" + folder + "/de_DE.UTF-8'";
         ASSERT_EQ(std::system(command.c_str()), 0) << command;
     }
 
-    static void TearDownTestSuite() { std::filesystem::remove_all(s_folder); }
+    static void TearDownTestSuite() { std::filesystem::remove_all(localeFolder); }
 
     void SetUp() override
     {
-        ASSERT_EQ(setenv("LOCPATH", s_folder.c_str(), 1), 0);
+        ASSERT_EQ(setenv("LOCPATH", localeFolder.c_str(), 1), 0);
         ASSERT_NE(std::setlocale(LC_ALL, "de_DE.UTF-8"), nullptr);
         ASSERT_EQ(std::strtod("1,5", nullptr), 1.5) << "the locale has no decimal comma";
     }
@@ -354,7 +354,7 @@ protected:
     }
 
 private:
-    static inline std::filesystem::path s_folder;
+    static inline std::filesystem::path localeFolder;
 };
 
 TEST_F(BNumbersUnderACommaLocale, ConvertsEveryRowOfTheTableTheSame)
