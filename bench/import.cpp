@@ -2,8 +2,10 @@
 // that took. Each run is one sample; compare runs that alternate with those of another reader.
 #include <Orvane/BDataManagerProxy.h>
 #include <Orvane/BException.h>
+#include <Orvane/BFeaturePage.h>
 #include <Orvane/BPointGeo.h>
 #include <Orvane/BVectorLayer.h>
+#include <Orvane/Constants.h>
 
 #include <charconv>
 #include <chrono>
@@ -17,7 +19,6 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
-#include <sys/resource.h>
 #include <system_error>
 #include <unistd.h>
 #include <utility>
@@ -59,11 +60,20 @@ std::int64_t ResidentBytes()
     return resident * sysconf(_SC_PAGESIZE);
 }
 
+/// The most that the process ever had resident. Not from getrusage, which counts what the process
+/// that started this one had before.
 std::int64_t PeakBytes()
 {
-    rusage usage{};
-    getrusage(RUSAGE_SELF, &usage);
-    return usage.ru_maxrss * std::int64_t{1024};
+    std::ifstream file("/proc/self/status");
+    std::string word;
+    std::int64_t kibibytes = 0;
+    while (file >> word) {
+        if (word == "VmHWM:") {
+            file >> kibibytes;
+            break;
+        }
+    }
+    return kibibytes * std::int64_t{1024};
 }
 
 /// What the rows add up to, so that two readers can be held against each other.
@@ -102,6 +112,48 @@ void Visit(Orvane::BVectorLayer& layer, Totals& totals)
     totals.rows += features.GetCount();
 }
 
+/// Bytes that the values of the layer take by themselves: coordinates, numbers and booleans in
+/// their own width, texts with 4 bytes each for where they end.
+std::size_t CountRawBytes(const Orvane::BTextArray& texts)
+{
+    return texts.bytes.GetSize() + texts.GetCount() * sizeof(std::uint32_t);
+}
+
+std::size_t CountRawBytes(const Orvane::BColumnData& column, std::size_t rows)
+{
+    switch (column.storage) {
+    case Orvane::EColumnStorage::Int32:
+        return rows * sizeof(std::int32_t);
+    case Orvane::EColumnStorage::Int64:
+        return rows * sizeof(std::int64_t);
+    case Orvane::EColumnStorage::Double:
+        return rows * sizeof(double);
+    case Orvane::EColumnStorage::Float:
+        return rows * sizeof(float);
+    case Orvane::EColumnStorage::Boolean:
+        return rows;
+    case Orvane::EColumnStorage::Text:
+        break;
+    }
+    return CountRawBytes(column.texts);
+}
+
+std::size_t CountRawBytes(Orvane::BVectorLayer& layer)
+{
+    const Orvane::BFeatureCollection& features = layer.GetFeatures();
+    std::size_t bytes = 0;
+    for (std::size_t index = 0; index < features.GetPageCount(); ++index) {
+        const Orvane::BFeaturePage& page = features.GetPage(index);
+        const std::size_t rows = page.GetRowCount();
+        bytes += rows * sizeof(double) * (page.z.IsEmpty() ? 2 : 3);
+        bytes += page.HasNameTexts() ? CountRawBytes(page.nameTexts) : 0;
+        for (const Orvane::BColumnData& column : page.data) {
+            bytes += CountRawBytes(column, rows);
+        }
+    }
+    return bytes;
+}
+
 /// A value as the type that it looks like: integer, true or false, else text.
 Orvane::BVariant ParseValue(std::string_view text)
 {
@@ -116,8 +168,15 @@ Orvane::BVariant ParseValue(std::string_view text)
     return Orvane::BVariant(Orvane::BString::FromUtf8(text));
 }
 
+enum class EMode {
+    Import, ///< each file is read, visited, dropped
+    Drop, ///< all files are read and dropped in one measurement, then read once more to be visited
+    Preview, ///< each file is opened and its first rows are asked for
+};
+
 struct Arguments
 {
+    EMode mode = EMode::Import;
     std::vector<std::string> files;
     Orvane::BParamList options;
 };
@@ -127,7 +186,11 @@ Arguments Parse(const std::vector<std::string_view>& words)
     Arguments arguments;
     for (const std::string_view word : words) {
         const std::size_t equals = word.find('=');
-        if (equals == std::string_view::npos) {
+        if (word == "--drop") {
+            arguments.mode = EMode::Drop;
+        } else if (word == "--preview") {
+            arguments.mode = EMode::Preview;
+        } else if (equals == std::string_view::npos) {
             arguments.files.emplace_back(word);
         } else {
             arguments.options.Add(Orvane::BString::FromUtf8(word.substr(0, equals)),
@@ -154,28 +217,8 @@ void PrintTimes(const char* name, const Times& times)
     std::printf("%s_cpu_s %.6f\n%s_wall_s %.6f\n", name, times.cpu, name, times.wall);
 }
 
-void Run(Orvane::BDataManagerProxy& proxy, const Arguments& arguments)
+void PrintTotals(const Arguments& arguments, const Totals& totals)
 {
-    Times open;
-    Times read;
-    Times visit;
-    Totals totals;
-    const std::int64_t before = ResidentBytes();
-    std::int64_t kept = 0;
-    std::int64_t peakOfRead = 0;
-    for (const std::string& file : arguments.files) {
-        const Orvane::BString path = Orvane::BString::FromUtf8(file);
-        Orvane::BDataReader* reader = proxy.CreateReader(path, arguments.options, nullptr, nullptr);
-        Measure(open, [&] { reader->Open(path, arguments.options); });
-        Measure(read, [&] {
-            reader->Read();
-            reader->Close();
-        });
-        kept = ResidentBytes() - before;
-        peakOfRead = PeakBytes();
-        Measure(visit, [&] { Visit(*reader->GetLayers().GetAt(0), totals); });
-        proxy.DestroyObject(reader);
-    }
     std::printf(
         "files %zu\nrows %zu\npoints %zu\n", arguments.files.size(), totals.rows, totals.points);
     std::printf("sum_x %.17g\nsum_y %.17g\nsum_z %.17g\nsum_numbers %.17g\nletters %zu\n",
@@ -184,13 +227,115 @@ void Run(Orvane::BDataManagerProxy& proxy, const Arguments& arguments)
                 totals.z,
                 totals.numbers,
                 totals.letters);
-    PrintTimes("open", open);
-    PrintTimes("read", read);
-    PrintTimes("visit", visit);
+}
+
+void PrintMemory(std::int64_t before, std::int64_t kept, std::int64_t peak)
+{
     std::printf("resident_before_bytes %lld\nkept_bytes %lld\npeak_bytes %lld\n",
                 static_cast<long long>(before),
                 static_cast<long long>(kept),
-                static_cast<long long>(peakOfRead));
+                static_cast<long long>(peak));
+}
+
+void Import(Orvane::BDataManagerProxy& proxy, const Arguments& arguments)
+{
+    Times open;
+    Times read;
+    Times visit;
+    Totals totals;
+    const std::int64_t before = ResidentBytes();
+    std::int64_t kept = 0;
+    std::int64_t peakOfRead = 0;
+    std::size_t rawBytes = 0;
+    for (const std::string& file : arguments.files) {
+        const Orvane::BString path = Orvane::BString::FromUtf8(file);
+        Orvane::BDataReader* reader = nullptr;
+        Measure(open, [&] {
+            reader = proxy.CreateReader(path, arguments.options, nullptr, nullptr);
+            reader->Open(path, arguments.options);
+        });
+        Measure(read, [&] {
+            reader->Read();
+            reader->Close();
+        });
+        kept = ResidentBytes() - before;
+        peakOfRead = PeakBytes();
+        Measure(visit, [&] { Visit(*reader->GetLayers().GetAt(0), totals); });
+        rawBytes += CountRawBytes(*reader->GetLayers().GetAt(0));
+        proxy.DestroyObject(reader);
+    }
+    PrintTotals(arguments, totals);
+    PrintTimes("open", open);
+    PrintTimes("read", read);
+    PrintTimes("visit", visit);
+    PrintMemory(before, kept, peakOfRead);
+    std::printf("raw_bytes %zu\n", rawBytes);
+}
+
+/// Reads every file and hands its layer on, then drops it.
+template <typename Use>
+void ReadAll(Orvane::BDataManagerProxy& proxy, const Arguments& arguments, const Use& use)
+{
+    for (const std::string& file : arguments.files) {
+        const Orvane::BString path = Orvane::BString::FromUtf8(file);
+        Orvane::BDataReader* reader = proxy.CreateReader(path, arguments.options, nullptr, nullptr);
+        reader->Open(path, arguments.options);
+        reader->Read();
+        reader->Close();
+        use(*reader->GetLayers().GetAt(0));
+        proxy.DestroyObject(reader);
+    }
+}
+
+void Drop(Orvane::BDataManagerProxy& proxy, const Arguments& arguments)
+{
+    Times read;
+    const std::int64_t before = ResidentBytes();
+    Measure(read, [&] { ReadAll(proxy, arguments, [](Orvane::BVectorLayer&) {}); });
+    const std::int64_t kept = ResidentBytes() - before;
+    const std::int64_t peakOfRead = PeakBytes();
+    Totals totals;
+    ReadAll(proxy, arguments, [&totals](Orvane::BVectorLayer& layer) { Visit(layer, totals); });
+    PrintTotals(arguments, totals);
+    PrintTimes("read", read);
+    PrintMemory(before, kept, peakOfRead);
+}
+
+void Preview(Orvane::BDataManagerProxy& proxy, const Arguments& arguments)
+{
+    Times preview;
+    std::size_t columns = 0;
+    const std::int64_t before = ResidentBytes();
+    for (const std::string& file : arguments.files) {
+        const Orvane::BString path = Orvane::BString::FromUtf8(file);
+        Measure(preview, [&] {
+            Orvane::BDataReader* reader =
+                proxy.CreateReader(path, arguments.options, nullptr, nullptr);
+            reader->Open(path, arguments.options);
+            const Orvane::BParamList answer = reader->GetFilePreview(Orvane::QUERY_COLUMNS);
+            columns += static_cast<std::size_t>(answer.GetInteger(Orvane::NUM_COLUMNS));
+            reader->Close();
+            proxy.DestroyObject(reader);
+        });
+    }
+    std::printf("files %zu\ncolumns %zu\n", arguments.files.size(), columns);
+    PrintTimes("preview", preview);
+    PrintMemory(before, ResidentBytes() - before, PeakBytes());
+}
+
+void Run(Orvane::BDataManagerProxy& proxy, const Arguments& arguments)
+{
+    switch (arguments.mode) {
+    case EMode::Import:
+        Import(proxy, arguments);
+        break;
+    case EMode::Drop:
+        Drop(proxy, arguments);
+        break;
+    case EMode::Preview:
+        Preview(proxy, arguments);
+        break;
+    }
 }
 
 } // namespace
@@ -198,9 +343,15 @@ void Run(Orvane::BDataManagerProxy& proxy, const Arguments& arguments)
 int main(int argumentCount, char** argumentTexts)
 {
     if (argumentCount < 3) {
-        std::cerr << "usage: orvane_bench_import MODULE FILE... [KEY=VALUE]...\n"
-                     "\n"
-                     "kept_bytes is what the last file's layer left resident.\n";
+        std::cerr
+            << "usage: orvane_bench_import MODULE [--drop | --preview] FILE... "
+               "[KEY=VALUE]...\n"
+               "\n"
+               "  --drop     reads all files in one measurement, each dropped after it is read\n"
+               "  --preview  opens the files and asks for their first rows, no more\n"
+               "\n"
+               "kept_bytes is what the last file's layer left resident; raw_bytes is what\n"
+               "the values of all layers take by themselves.\n";
         return 2;
     }
     try {
