@@ -12,8 +12,10 @@
 
 #include <CLI/CLI.hpp>
 #include <cstdio>
+#include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace OrvaneHost {
@@ -33,6 +35,24 @@ struct Arguments
     std::string y;
     std::string z;
     std::string crs;
+    std::string diskCacheFolder;
+    bool isDiskCacheForbidden = false;
+};
+
+/// Shows options whose value is joined by "=" as such.
+class HelpFormatter : public CLI::Formatter
+{
+public:
+    [[nodiscard]] std::string make_option_name(const CLI::Option* option,
+                                               bool isPositional) const override
+    {
+        constexpr std::string_view kEmptyDefault = "{}";
+        std::string name = CLI::Formatter::make_option_name(option, isPositional);
+        if (const std::size_t at = name.find(kEmptyDefault); at != std::string::npos) {
+            name.replace(at, kEmptyDefault.size(), "[=DIR]");
+        }
+        return name;
+    }
 };
 
 struct CommandSet
@@ -65,11 +85,23 @@ void AddReaderArguments(CLI::App& command, Arguments& arguments)
         ->type_name("PATH");
 }
 
+CLI::Option* AddDiskCache(CLI::App& command, Arguments& arguments)
+{
+    // A flag, not an option: the word behind it is never taken for the folder.
+    return command
+        .add_flag("--disk-cache{}",
+                  arguments.diskCacheFolder,
+                  "Keep the layer in a file in DIR instead of in memory; without DIR in TMPDIR, "
+                  "else in /tmp (/var/tmp when /tmp is kept in memory)")
+        ->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
+}
+
 CLI::App* AddRead(CLI::App& app, Arguments& arguments)
 {
     CLI::App* command = app.add_subcommand("read", "Read a file and show its layer");
     AddReaderArguments(*command, arguments);
     command->add_flag("--json", arguments.isJson, "Print the whole layer as one JSON object");
+    AddDiskCache(*command, arguments);
     command->footer("Reads with exactly the options given and guesses nothing.\n\n"
                     "Examples:\n"
                     "  orvane read stations.csv\n"
@@ -112,15 +144,24 @@ CLI::App* AddImport(CLI::App& app, Arguments& arguments)
     addColumn("--z", arguments.z, "Column of Z (height); none when absent");
     command->add_option("--crs", arguments.crs, "The coordinate system, for example EPSG:4326")
         ->type_name("AUTHORITY:CODE");
+    CLI::Option* diskCache = AddDiskCache(*command, arguments);
+    command
+        ->add_flag("--no-disk-cache",
+                   arguments.isDiskCacheForbidden,
+                   "Keep the layer in memory, also when that takes more than half of what is free")
+        ->excludes(diskCache);
     command->footer(
         "Whether the first line holds column names, and which columns are the coordinates, is\n"
         "taken from a preview when it is not given. The preview does not skip header lines\n"
         "(ASCII_HEADER_...). Columns are found by their names: lon/lat, longitude/latitude, x/y,\n"
         "easting/northing and the like; when that is not certain, the columns are listed and\n"
         "nothing is written. OUT is replaced only when all of it has been written.\n\n"
+        "A layer that would take more than half of the free memory is kept on disk unless\n"
+        "--no-disk-cache is given; a note says so.\n\n"
         "Examples:\n"
         "  orvane import stations.csv\n"
         "  orvane import stations.csv stations.fgb --crs EPSG:4326\n"
+        "  orvane import survey.csv survey.fgb --disk-cache=/data/tmp\n"
         "  orvane import soundings.txt --x 7 --y 6 --z 9 -o USE_TAB\n\n" +
         std::string(kExitStatusText));
     return command;
@@ -128,6 +169,7 @@ CLI::App* AddImport(CLI::App& app, Arguments& arguments)
 
 CommandSet DefineCommands(CLI::App& app, Arguments& arguments)
 {
+    app.formatter(std::make_shared<HelpFormatter>());
     app.set_version_flag("--version", "orvane " ORVANE_VERSION);
     app.add_option("--plugin", arguments.plugin, "The plug-in module to load")->type_name("PATH");
     app.require_subcommand(1);
@@ -162,6 +204,15 @@ TakeColumn(const CLI::App& command, const char* name, const std::string& value)
     return command.count(name) > 0 ? std::optional<std::string>(value) : std::nullopt;
 }
 
+/// @param otherwise what holds without an argument
+DiskCacheArguments TakeDiskCache(const CLI::App& command,
+                                 const Arguments& arguments,
+                                 DiskCacheArguments::EMode otherwise)
+{
+    const bool isAsked = command.count("--disk-cache") > 0;
+    return {isAsked ? DiskCacheArguments::EMode::Always : otherwise, arguments.diskCacheFolder};
+}
+
 /// Loads the plug-in into `module` and performs the command.
 void Perform(const CommandSet& commands,
              const Arguments& arguments,
@@ -177,20 +228,27 @@ void Perform(const CommandSet& commands,
     module.emplace(arguments.plugin);
     if (commands.import->parsed()) {
         const CLI::App& command = *commands.import;
-        RunImport(module->GetProxy(),
-                  {arguments.file,
-                   arguments.out,
-                   params,
-                   TakeColumn(command, "--x", arguments.x),
-                   TakeColumn(command, "--y", arguments.y),
-                   TakeColumn(command, "--z", arguments.z),
-                   arguments.crs});
+        RunImport(
+            module->GetProxy(),
+            {arguments.file,
+             arguments.out,
+             params,
+             TakeColumn(command, "--x", arguments.x),
+             TakeColumn(command, "--y", arguments.y),
+             TakeColumn(command, "--z", arguments.z),
+             arguments.crs,
+             TakeDiskCache(command,
+                           arguments,
+                           arguments.isDiskCacheForbidden ? DiskCacheArguments::EMode::Never
+                                                          : DiskCacheArguments::EMode::Automatic)});
         return;
     }
-    const ReadArguments readArguments{arguments.file, params, arguments.isJson};
+    ReadArguments readArguments{arguments.file, params, arguments.isJson, {}};
     if (commands.preview->parsed()) {
         RunPreview(module->GetProxy(), readArguments);
     } else {
+        readArguments.diskCache =
+            TakeDiskCache(*commands.read, arguments, DiskCacheArguments::EMode::Never);
         RunRead(module->GetProxy(), readArguments);
     }
 }

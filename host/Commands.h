@@ -1,6 +1,8 @@
 // The commands of the program, each with its arguments.
 #pragma once
 
+#include "DiskCache.h"
+
 #include <Orvane/BDataManagerProxy.h>
 #include <Orvane/BKeyValuePairs.h>
 
@@ -15,6 +17,7 @@ struct ReadArguments
     std::string file; ///< as given, bytes
     Orvane::BParamList params;
     bool isJson = false;
+    DiskCacheArguments diskCache; ///< for reading
 };
 
 /// Arguments of `orvane import`.
@@ -27,6 +30,7 @@ struct ImportArguments
     std::optional<std::string> y;
     std::optional<std::string> z;
     std::string crs; ///< "AUTHORITY:CODE", empty for none
+    DiskCacheArguments diskCache;
 };
 
 /// Reads the file into a layer and prints the layer. @throws what reader and output throw.

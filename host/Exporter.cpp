@@ -483,7 +483,7 @@ class Export
 public:
     explicit Export(const ExportRequest& request)
         : m_request(request)
-        , m_plan(PlanFields(request.layer, request.format))
+        , m_plan(PlanFields(request.layer, request.counts, request.format))
         , m_hasGeometry(!request.format.numbersAsText)
         , m_hasHeights(request.counts.withHeight > 0)
         , m_synchronous("OGR_SQLITE_SYNCHRONOUS", "OFF")
@@ -625,7 +625,8 @@ private:
         std::size_t written = 0;
         Begin();
         for (std::size_t pageIndex = 0; pageIndex < features.GetPageCount(); ++pageIndex) {
-            const Orvane::BFeaturePage& page = features.GetPage(pageIndex);
+            const std::shared_ptr<const Orvane::BFeaturePage> held = features.LoadPage(pageIndex);
+            const Orvane::BFeaturePage& page = *held;
             const std::size_t firstRow = features.GetFirstRow(pageIndex);
             for (std::size_t row = 0; row < page.GetRowCount(); ++row) {
                 if (const Orvane::BFeature* object = features.GetObjectRow(firstRow + row)) {

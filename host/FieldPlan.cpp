@@ -85,68 +85,25 @@ private:
     std::unordered_map<std::string, std::size_t> m_lastNumbers;
 };
 
-struct WantedField
+std::vector<LayerField> CollectFields(const Orvane::BVectorLayer& layer, const LayerCounts& counts)
 {
-    Orvane::BString name;
-    Orvane::EVariantType type;
-};
-
-Orvane::EVariantType TypeOfStorage(Orvane::EColumnStorage storage) noexcept
-{
-    switch (storage) {
-    case Orvane::EColumnStorage::Int32:
-        return Orvane::EVariantType::Int32;
-    case Orvane::EColumnStorage::Int64:
-        return Orvane::EVariantType::Int64;
-    case Orvane::EColumnStorage::Double:
-        return Orvane::EVariantType::Double;
-    case Orvane::EColumnStorage::Float:
-        return Orvane::EVariantType::Float;
-    case Orvane::EColumnStorage::Boolean:
-        return Orvane::EVariantType::Boolean;
-    case Orvane::EColumnStorage::Text:
-        break;
-    }
-    return Orvane::EVariantType::String;
-}
-
-std::vector<WantedField> CollectFields(const Orvane::BVectorLayer& layer)
-{
-    std::vector<WantedField> fields;
+    std::vector<LayerField> fields;
     const Orvane::BAttributeDefs& schema = layer.GetSchema();
     for (std::size_t index = 0; index < schema.GetCount(); ++index) {
         fields.push_back({schema.GetAt(index).GetName(), schema.GetAt(index).GetType()});
     }
-    // A layer need not agree with its schema: a layer without one has all of its columns here.
-    const Orvane::BFeatureCollection& features = layer.GetFeatures();
-    for (std::size_t pageIndex = 0; pageIndex < features.GetPageCount(); ++pageIndex) {
-        const Orvane::BFeaturePage& page = features.GetPage(pageIndex);
-        for (std::size_t index = fields.size(); page.columns && index < page.columns->size();
-             ++index) {
-            fields.push_back(
-                {(*page.columns)[index].name, TypeOfStorage(page.data[index].storage)});
-        }
-        const std::size_t firstRow = features.GetFirstRow(pageIndex);
-        for (std::size_t row = 0; row < page.GetRowCount(); ++row) {
-            const Orvane::BFeature* object = features.GetObjectRow(firstRow + row);
-            for (std::size_t index = fields.size();
-                 object != nullptr && index < object->GetAttributeCount();
-                 ++index) {
-                fields.push_back(
-                    {object->GetAttributeName(index), object->GetAttributeValue(index).GetType()});
-            }
-        }
-    }
+    fields.insert(fields.end(), counts.fieldsBeyondSchema.begin(), counts.fieldsBeyondSchema.end());
     return fields;
 }
 
 } // namespace
 
-FieldPlan PlanFields(const Orvane::BVectorLayer& layer, const ExportFormat& format)
+FieldPlan
+PlanFields(const Orvane::BVectorLayer& layer, const LayerCounts& counts, const ExportFormat& format)
 {
     FieldPlan plan;
     NameGiver giver(format.names);
-    for (const WantedField& wanted : CollectFields(layer)) {
+    for (const LayerField& wanted : CollectFields(layer, counts)) {
         const std::string wantedName = wanted.name.ToUtf8();
         const std::string name = giver.Take(wantedName, plan.fields.size() + 1);
         if (name != wantedName) {

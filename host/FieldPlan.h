@@ -25,7 +25,10 @@ struct FieldPlan
     std::vector<std::string> notes; ///< one line for each name that was changed
 };
 
-[[nodiscard]] FieldPlan PlanFields(const Orvane::BVectorLayer& layer, const ExportFormat& format);
+/// @param counts of that layer
+[[nodiscard]] FieldPlan PlanFields(const Orvane::BVectorLayer& layer,
+                                   const LayerCounts& counts,
+                                   const ExportFormat& format);
 
 /// A name that none of the fields has, ASCII case ignored: `wanted`, or it with a number.
 [[nodiscard]] std::string FindFreeName(const std::vector<PlannedField>& fields,

@@ -1,6 +1,7 @@
 // `orvane import`: sees the columns, reads the file, writes it in another format.
 #include "ColumnGuess.h"
 #include "Commands.h"
+#include "DiskCache.h"
 #include "Exporter.h"
 #include "Failure.h"
 #include "FilePreview.h"
@@ -305,6 +306,13 @@ std::string DefaultOut(const std::string& file)
     return std::filesystem::path(file).replace_extension(".gpkg").native();
 }
 
+void PrintNote(const std::string& note)
+{
+    if (!note.empty()) {
+        std::fprintf(stderr, "orvane: note: %s\n", note.c_str());
+    }
+}
+
 } // namespace
 
 void RunImport(Orvane::BDataManagerProxy& proxy, const ImportArguments& arguments)
@@ -313,12 +321,19 @@ void RunImport(Orvane::BDataManagerProxy& proxy, const ImportArguments& argument
     const ExportFormat& format = FindExportFormat(out);
     const std::shared_ptr<OGRSpatialReference> coordSys = FindCoordinateSystem(arguments.crs);
     OutputTarget target(out, arguments.file);
+    const DiskCache diskCache(arguments.diskCache);
     const ColumnChoice choice = ChooseColumns(proxy, arguments);
+    const Orvane::BParamList params = MakeReadParams(arguments.params, choice);
+    const DiskCacheChoice cache = diskCache.Choose(proxy, arguments.file, params);
+    PrintNote(cache.note);
 
     const Clock::time_point readBegin = Clock::now();
     ProgressLine line;
     ReadProgress progress(&line);
-    ReaderSession session(proxy, arguments.file, MakeReadParams(arguments.params, choice));
+    ReaderSession session(proxy, arguments.file, params);
+    if (cache.isUsed) {
+        session.UseDiskCache(cache.baseName);
+    }
     session.Open();
     const Orvane::BSharedPtr<Orvane::BVectorLayer> layer = session.GetLayer();
     {
@@ -346,7 +361,7 @@ void RunImport(Orvane::BDataManagerProxy& proxy, const ImportArguments& argument
     }
     line.Clear();
     for (const std::string& note : notes) {
-        std::fprintf(stderr, "orvane: note: %s\n", note.c_str());
+        PrintNote(note);
     }
     PrintSummary(arguments,
                  {choice,

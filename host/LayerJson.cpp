@@ -3,6 +3,8 @@
 
 #include <Orvane/BPointGeo.h>
 
+#include <memory>
+
 namespace OrvaneHost {
 
 namespace {
@@ -162,7 +164,8 @@ void WriteLayerJson(JsonWriter& json, const Orvane::BVectorLayer& layer)
     const Orvane::BFeatureCollection& features = layer.GetFeatures();
     bool isFirst = true;
     for (std::size_t pageIndex = 0; pageIndex < features.GetPageCount(); ++pageIndex) {
-        const BFeaturePage& page = features.GetPage(pageIndex);
+        const std::shared_ptr<const BFeaturePage> held = features.LoadPage(pageIndex);
+        const BFeaturePage& page = *held;
         const std::size_t firstRow = features.GetFirstRow(pageIndex);
         PageRows rows(json, page);
         for (std::size_t row = 0; row < page.GetRowCount(); ++row) {

@@ -8,6 +8,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <memory>
+#include <utility>
 
 namespace OrvaneHost {
 
@@ -20,30 +22,90 @@ void CountPoint(bool hasZ, double x, double y, LayerCounts& counts)
     counts.withoutPlace += std::isfinite(x) && std::isfinite(y) ? 0U : 1U;
 }
 
+Orvane::EVariantType TypeOfStorage(Orvane::EColumnStorage storage) noexcept
+{
+    switch (storage) {
+    case Orvane::EColumnStorage::Int32:
+        return Orvane::EVariantType::Int32;
+    case Orvane::EColumnStorage::Int64:
+        return Orvane::EVariantType::Int64;
+    case Orvane::EColumnStorage::Double:
+        return Orvane::EVariantType::Double;
+    case Orvane::EColumnStorage::Float:
+        return Orvane::EVariantType::Float;
+    case Orvane::EColumnStorage::Boolean:
+        return Orvane::EVariantType::Boolean;
+    case Orvane::EColumnStorage::Text:
+        break;
+    }
+    return Orvane::EVariantType::String;
+}
+
+/// Goes through a layer page by page.
+class LayerCounter
+{
+public:
+    explicit LayerCounter(const Orvane::BVectorLayer& layer)
+        : m_features(layer.GetFeatures())
+        , m_fieldCount(layer.GetSchema().GetCount())
+    {
+        m_counts.rows = m_features.GetCount();
+    }
+
+    LayerCounts Run()
+    {
+        for (std::size_t pageIndex = 0; pageIndex < m_features.GetPageCount(); ++pageIndex) {
+            const std::shared_ptr<const Orvane::BFeaturePage> page = m_features.LoadPage(pageIndex);
+            for (std::size_t index = m_fieldCount; index < page->data.size(); ++index) {
+                AddField((*page->columns)[index].name, TypeOfStorage(page->data[index].storage));
+            }
+            const std::size_t firstRow = m_features.GetFirstRow(pageIndex);
+            for (std::size_t row = 0; row < page->GetRowCount(); ++row) {
+                if (const Orvane::BFeature* object = m_features.GetObjectRow(firstRow + row)) {
+                    CountObject(*object);
+                } else {
+                    CountPageRow(*page, row);
+                }
+            }
+        }
+        return std::move(m_counts);
+    }
+
+private:
+    void AddField(const Orvane::BString& name, Orvane::EVariantType type)
+    {
+        m_counts.fieldsBeyondSchema.push_back({name, type});
+        ++m_fieldCount;
+    }
+
+    void CountObject(const Orvane::BFeature& object)
+    {
+        for (std::size_t index = m_fieldCount; index < object.GetAttributeCount(); ++index) {
+            AddField(object.GetAttributeName(index), object.GetAttributeValue(index).GetType());
+        }
+        if (const Orvane::BPointGeo* point = object.GetPoint()) {
+            CountPoint(point->HasZ(), point->GetX(), point->GetY(), m_counts);
+        }
+    }
+
+    void CountPageRow(const Orvane::BFeaturePage& page, std::size_t row)
+    {
+        const Orvane::EPointKind kind = page.GetPointKind(row);
+        if (kind != Orvane::EPointKind::None) {
+            CountPoint(kind == Orvane::EPointKind::XYZ, page.x[row], page.y[row], m_counts);
+        }
+    }
+
+    const Orvane::BFeatureCollection& m_features;
+    std::size_t m_fieldCount;
+    LayerCounts m_counts;
+};
+
 } // namespace
 
 LayerCounts CountLayer(const Orvane::BVectorLayer& layer)
 {
-    const Orvane::BFeatureCollection& features = layer.GetFeatures();
-    LayerCounts counts;
-    counts.rows = features.GetCount();
-    for (std::size_t pageIndex = 0; pageIndex < features.GetPageCount(); ++pageIndex) {
-        const Orvane::BFeaturePage& page = features.GetPage(pageIndex);
-        const std::size_t firstRow = features.GetFirstRow(pageIndex);
-        for (std::size_t row = 0; row < page.GetRowCount(); ++row) {
-            if (const Orvane::BFeature* object = features.GetObjectRow(firstRow + row)) {
-                if (const Orvane::BPointGeo* point = object->GetPoint()) {
-                    CountPoint(point->HasZ(), point->GetX(), point->GetY(), counts);
-                }
-                continue;
-            }
-            const Orvane::EPointKind kind = page.GetPointKind(row);
-            if (kind != Orvane::EPointKind::None) {
-                CountPoint(kind == Orvane::EPointKind::XYZ, page.x[row], page.y[row], counts);
-            }
-        }
-    }
-    return counts;
+    return LayerCounter(layer).Run();
 }
 
 std::string NameOfType(Orvane::EVariantType type)

@@ -7,8 +7,16 @@
 
 #include <cstddef>
 #include <string>
+#include <vector>
 
 namespace OrvaneHost {
+
+/// A field as rows have it.
+struct LayerField
+{
+    Orvane::BString name;
+    Orvane::EVariantType type;
+};
 
 /// Counts over the rows of a layer.
 struct LayerCounts
@@ -17,11 +25,14 @@ struct LayerCounts
     std::size_t points = 0;       ///< rows with a point
     std::size_t withHeight = 0;   ///< points whose Z was set
     std::size_t withoutPlace = 0; ///< points whose X or Y is no finite number
+    /// Attributes that rows have behind those of the schema. A layer need not agree with its
+    /// schema: a layer without one has all of its columns here.
+    std::vector<LayerField> fieldsBeyondSchema;
 
     [[nodiscard]] std::size_t GetWithoutGeometry() const noexcept { return rows - points; }
 };
 
-/// Counts page by page; costs a pass over the coordinates.
+/// Counts page by page, one page held at a time; costs a pass over the coordinates.
 [[nodiscard]] LayerCounts CountLayer(const Orvane::BVectorLayer& layer);
 
 /// "integer", "double", "text" and so on; "type N" for numbers without a name.

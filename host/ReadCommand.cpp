@@ -1,5 +1,6 @@
 // `orvane read`: the bare reader protocol, its layer printed.
 #include "Commands.h"
+#include "DiskCache.h"
 #include "Interrupt.h"
 #include "LayerJson.h"
 #include "LayerSummary.h"
@@ -85,7 +86,12 @@ void PrintText(TextOutput& output,
 
 void RunRead(Orvane::BDataManagerProxy& proxy, const ReadArguments& arguments)
 {
+    const DiskCacheChoice cache =
+        DiskCache(arguments.diskCache).Choose(proxy, arguments.file, arguments.params);
     ReaderSession session(proxy, arguments.file, arguments.params);
+    if (cache.isUsed) {
+        session.UseDiskCache(cache.baseName);
+    }
     session.Open();
     const Orvane::BSharedPtr<Orvane::BVectorLayer> layer = session.GetLayer();
     ReadProgress progress(nullptr);

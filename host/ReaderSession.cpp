@@ -1,6 +1,7 @@
 // The reader protocol, step by step.
 #include "ReaderSession.h"
 
+#include "DiskCache.h"
 #include "TerminalText.h"
 
 #include <Orvane/BException.h>
@@ -64,6 +65,11 @@ ReaderSession::~ReaderSession()
     } catch (...) { // NOLINT(bugprone-empty-catch)
         // Rule: a reader that can not be destroyed changes nothing about what was read from it.
     }
+}
+
+void ReaderSession::UseDiskCache(const std::string& baseName)
+{
+    m_reader->SetDiskCache(true, Orvane::BString::FromUtf8(baseName), kDiskCachePageSize);
 }
 
 void ReaderSession::Open()

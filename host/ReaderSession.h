@@ -14,8 +14,8 @@
 
 namespace OrvaneHost {
 
-/// Creates a reader for a file and destroys it at its end. Order of calls: Open, then Preview or
-/// Read, then Close. Exceptions of the reader leave unchanged.
+/// Creates a reader for a file and destroys it at its end. Order of calls: UseDiskCache when it is
+/// wanted, Open, then Preview or Read, then Close. Exceptions of the reader leave unchanged.
 class ReaderSession
 {
 public:
@@ -31,6 +31,8 @@ public:
     ReaderSession(const ReaderSession&) = delete;
     ReaderSession& operator=(const ReaderSession&) = delete;
 
+    /// Has the layer keep its pages in a file. @param baseName of the cache file, UTF-8
+    void UseDiskCache(const std::string& baseName);
     void Open();
     /// The answer to QUERY_COLUMNS.
     [[nodiscard]] Orvane::BParamList Preview();

@@ -210,6 +210,19 @@ void TakeColumn(Reader& reader, BColumnData& column)
     }
 }
 
+/// Writes all bytes. The system takes a part of them when the disk gets full; only the next write
+/// then tells why.
+bool WriteAll(QFile& file, std::uint64_t offset, std::span<const char> bytes)
+{
+    bool isWritten = file.seek(static_cast<qint64>(offset));
+    while (isWritten && !bytes.empty()) {
+        const qint64 count = file.write(bytes.data(), static_cast<qint64>(bytes.size()));
+        isWritten = count > 0;
+        bytes = bytes.subspan(isWritten ? static_cast<std::size_t>(count) : 0);
+    }
+    return isWritten;
+}
+
 } // namespace
 
 BPageFile::BPageFile(const BString& baseName)
@@ -274,9 +287,7 @@ BPagePlace BPageFile::Write(const BFeaturePage& page, std::size_t pageIndex)
         PutColumn(writer, column);
     }
 
-    const auto count = static_cast<qint64>(m_buffer.GetSize());
-    if (!m_file->seek(static_cast<qint64>(m_end)) ||
-        m_file->write(m_buffer.Data(), count) != count) {
+    if (!WriteAll(*m_file, m_end, m_buffer.View())) {
         throw BException("Could not write the disk cache file.",
                          "BFeatureCollection::WritePage",
                          BString::Format("%ls: %ls", m_path, MakeBString(m_file->errorString())));

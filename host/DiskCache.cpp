@@ -1,0 +1,245 @@
+// Estimates layers, looks at memory and disks, and decides.
+#include "DiskCache.h"
+
+#include "ReaderSession.h"
+#include "TerminalText.h"
+
+#include <Orvane/BException.h>
+#include <Orvane/Constants.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <linux/magic.h>
+#include <memory>
+#include <sys/vfs.h>
+#include <system_error>
+#include <unistd.h>
+#include <utility>
+
+namespace OrvaneHost {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr std::uint64_t kMebibyte = std::uint64_t{1} << 20;
+
+bool IsKeptInMemory(const std::string& folder)
+{
+    struct statfs status = {};
+    return statfs(folder.c_str(), &status) == 0 &&
+           (status.f_type == TMPFS_MAGIC || status.f_type == static_cast<long>(RAMFS_MAGIC));
+}
+
+std::uint64_t GetFreeDisk(const std::string& folder)
+{
+    std::error_code error;
+    const fs::space_info space = fs::space(folder, error);
+    return error ? 0 : space.available;
+}
+
+std::string GetDefaultFolder()
+{
+    const char* given = std::getenv("TMPDIR");
+    if (given != nullptr && *given != '\0') {
+        return given;
+    }
+    // Pages that are to leave memory would stay in it.
+    return IsKeptInMemory("/tmp") && access("/var/tmp", W_OK | X_OK) == 0 ? "/var/tmp" : "/tmp";
+}
+
+std::string DescribeBytes(std::uint64_t bytes)
+{
+    constexpr std::uint64_t kGibibyte = kMebibyte << 10;
+    if (bytes < kGibibyte) {
+        return std::to_string(bytes / kMebibyte) + " MiB";
+    }
+    const std::uint64_t tenths = bytes / (kGibibyte / 10);
+    return std::to_string(tenths / 10) + "." + std::to_string(tenths % 10) + " GiB";
+}
+
+/// Bytes of a column's entry in a page, without the characters of a text.
+std::uint64_t WidthOf(Orvane::EVariantType type)
+{
+    switch (Orvane::StorageOf(type)) {
+    case Orvane::EColumnStorage::Text:
+        return 4;
+    case Orvane::EColumnStorage::Boolean:
+        return 1;
+    default:
+        // A whole number of the sample may become a double further down.
+        return 8;
+    }
+}
+
+/// The schema that the file will be read with, but for types that only later rows need.
+Orvane::BAttributeDefs
+AskSchema(Orvane::BDataManagerProxy& proxy, const std::string& file, Orvane::BParamList params)
+{
+    params.Remove(Orvane::AUTO_SCHEMA_ALL_ROWS);
+    ReaderSession session(proxy, file, params);
+    session.Open();
+    Orvane::BAttributeDefs schema = session.GetLayer()->GetSchema();
+    session.Close();
+    return schema;
+}
+
+DiskCacheChoice
+ChooseByMemory(std::uint64_t layerBytes, std::uint64_t freeMemory, const std::string& folder)
+{
+    const std::uint64_t freeDisk = folder.empty() ? 0 : GetFreeDisk(folder);
+    const EPagePlace place = ChoosePlace(layerBytes, freeMemory, freeDisk);
+    if (place == EPagePlace::Memory) {
+        return {};
+    }
+    std::string note = "the layer may take " + DescribeBytes(layerBytes) +
+                       ", more than half of the " + DescribeBytes(freeMemory) +
+                       " of memory that are free; ";
+    if (place == EPagePlace::Disk) {
+        note += "its pages go to a file in " + TerminalText::Escape(folder) +
+                " (--no-disk-cache keeps them in memory)";
+        return {true, folder + "/orvane-layer", note};
+    }
+    note += folder.empty() ? "there is no folder for its pages"
+                           : "there is no room for its pages in " + TerminalText::Escape(folder) +
+                                 " (" + DescribeBytes(freeDisk) + " free)";
+    note += ", so that they stay in memory (--disk-cache=DIR takes another folder)";
+    return {false, {}, note};
+}
+
+} // namespace
+
+std::string FindCacheFolder(const std::string& given)
+{
+    const std::string shown = given.empty() ? GetDefaultFolder() : given;
+    const auto fail = [&shown](const std::string& reason) {
+        throw Orvane::BException(Orvane::BString::Format("Could not keep the disk cache in <%s>.",
+                                                         TerminalText::Escape(shown).c_str()),
+                                 "DiskCache",
+                                 reason);
+    };
+    if (!TerminalText::IsUtf8(shown)) {
+        fail("The name is not valid UTF-8.");
+    }
+    std::error_code error;
+    const fs::path folder = fs::absolute(shown, error);
+    const fs::file_status status = fs::status(folder, error);
+    if (!fs::exists(status)) {
+        fail(status.type() == fs::file_type::not_found ? "The folder does not exist."
+                                                       : error.message() + ".");
+    }
+    if (!fs::is_directory(status)) {
+        fail("It is no folder.");
+    }
+    if (access(folder.c_str(), W_OK | X_OK) != 0) {
+        fail(std::generic_category().message(errno) + ".");
+    }
+    return folder.native();
+}
+
+std::optional<FileMeasure> FileMeasure::Of(const std::string& path)
+{
+    std::error_code error;
+    if (!fs::is_regular_file(path, error)) {
+        return std::nullopt;
+    }
+    FileMeasure measure;
+    measure.fileBytes = fs::file_size(path, error);
+    std::ifstream stream(path, std::ios::binary);
+    std::string sample(kMebibyte, '\0');
+    stream.read(sample.data(), static_cast<std::streamsize>(sample.size()));
+    sample.resize(static_cast<std::size_t>(std::max<std::streamsize>(stream.gcount(), 0)));
+    if (error || sample.empty()) {
+        return std::nullopt;
+    }
+    const auto lines = std::max(std::count(sample.begin(), sample.end(), '\n'),
+                                std::count(sample.begin(), sample.end(), '\r'));
+    measure.sampleBytes = sample.size();
+    measure.sampleLines = static_cast<std::uint64_t>(std::max<std::ptrdiff_t>(lines, 1));
+    return measure;
+}
+
+bool IsWorthEstimating(std::uint64_t fileBytes, std::uint64_t freeMemory)
+{
+    constexpr std::uint64_t kLargestGrowth = 16;
+    return fileBytes > freeMemory / 2 / kLargestGrowth;
+}
+
+std::uint64_t EstimateLayerBytes(const FileMeasure& file,
+                                 const Orvane::BAttributeDefs& schema,
+                                 const Orvane::BParamList& params)
+{
+    const double lineBytes =
+        static_cast<double>(file.sampleBytes) / static_cast<double>(file.sampleLines);
+    std::uint64_t width = 2 * sizeof(double);
+    width += params.HasProperty(Orvane::Z_COLUMN) ? sizeof(double) : 0;
+    bool hasTexts = params.HasProperty(Orvane::NAME_COLUMN);
+    width += hasTexts ? WidthOf(Orvane::EVariantType::String) : 0;
+    for (std::size_t index = 0; index < schema.GetCount(); ++index) {
+        const Orvane::EVariantType type = schema.GetAt(index).GetType();
+        width += WidthOf(type);
+        hasTexts = hasTexts || Orvane::StorageOf(type) == Orvane::EColumnStorage::Text;
+    }
+    double rows = static_cast<double>(file.fileBytes) / lineBytes;
+    const std::int32_t limit = params.GetInteger(Orvane::MAX_RECORDS);
+    if (limit > 0) {
+        rows = std::min(rows, static_cast<double>(limit));
+    }
+    const double rowBytes = static_cast<double>(width) + (hasTexts ? lineBytes : 0);
+    return static_cast<std::uint64_t>(rows * rowBytes);
+}
+
+EPagePlace
+ChoosePlace(std::uint64_t layerBytes, std::uint64_t freeMemory, std::uint64_t freeDisk) noexcept
+{
+    if (layerBytes <= freeMemory / 2) {
+        return EPagePlace::Memory;
+    }
+    return layerBytes <= freeDisk ? EPagePlace::Disk : EPagePlace::MemoryNoDisk;
+}
+
+DiskCache::DiskCache(DiskCacheArguments arguments)
+    : m_arguments(std::move(arguments))
+{
+    if (m_arguments.mode == DiskCacheArguments::EMode::Always) {
+        m_folder = FindCacheFolder(m_arguments.folder);
+    }
+}
+
+DiskCacheChoice DiskCache::Choose(Orvane::BDataManagerProxy& proxy,
+                                  const std::string& file,
+                                  const Orvane::BParamList& params) const
+{
+    if (m_arguments.mode == DiskCacheArguments::EMode::Always) {
+        return {true, m_folder + "/orvane-layer", {}};
+    }
+    if (m_arguments.mode == DiskCacheArguments::EMode::Never) {
+        return {};
+    }
+    const std::optional<FileMeasure> measure = FileMeasure::Of(file);
+    const std::optional<std::uint64_t> freeMemory = MeasureFreeMemory("/", ProcessLimits::Get());
+    if (!measure || !freeMemory || !IsWorthEstimating(measure->fileBytes, *freeMemory)) {
+        return {};
+    }
+    std::uint64_t layerBytes = 0;
+    try {
+        layerBytes = EstimateLayerBytes(*measure, AskSchema(proxy, file, params), params);
+    } catch (const std::exception&) {
+        // Rule: what is wrong with a file is told by reading it, not by estimating its layer.
+        return {};
+    }
+    std::string folder;
+    try {
+        folder = FindCacheFolder({});
+    } catch (const Orvane::BException&) {
+        // Rule: a folder that nobody asked for may be missing.
+        folder.clear();
+    }
+    return ChooseByMemory(layerBytes, *freeMemory, folder);
+}
+
+} // namespace OrvaneHost
