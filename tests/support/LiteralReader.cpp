@@ -1,6 +1,8 @@
 // Carries out the reader's rules step by step.
 #include "support/LiteralReader.h"
 
+#include "support/LiteralRules.h"
+
 #include <Orvane/BException.h>
 #include <Orvane/BStringQt.h>
 #include <Orvane/Constants.h>
@@ -795,6 +797,12 @@ public:
     void CreateLayer();
     bool BuildLayer(int limit);
     BParamList ReadPreview();
+    QString GetSafeLine();
+    [[nodiscard]] bool AtEnd() const;
+    bool IsHeaderLine(const QString& line);
+    Feature ParseRow(const QStringList& fields, std::uint32_t recordNumber);
+
+    [[nodiscard]] const BParamList& GetParams() const { return m_params; }
 
     std::shared_ptr<Layer> layer;
     std::vector<Definition> schema;
@@ -802,17 +810,13 @@ public:
     Orvane::BProgress* progress = nullptr;
 
 private:
-    QString GetSafeLine();
     void Refill();
     [[nodiscard]] QTextCodec* ChooseCodec() const;
     QString DecodeNext(const QTextCodec& codec, const QByteArray& bytes);
-    [[nodiscard]] bool AtEnd() const;
-    bool IsHeaderLine(const QString& line);
     void Rewind();
     void RequireReadMode(const char* location) const;
     std::vector<Definition> ScanAllRows();
     QStringList ReadPreviewLine(QString& trimmed);
-    Feature ParseRow(const QStringList& fields, std::uint32_t recordNumber);
     Feature WalkFields(const QStringList& fields, const QString& name);
 
     QString m_fileName;
@@ -1362,6 +1366,105 @@ bool Engine::BuildLayer(int limit)
         currentLine = lineNumber;
     }
 }
+
+namespace Rules {
+
+Cut CutAt(const QString& literal)
+{
+    Separator separator = MakeLiteralSeparator(literal);
+    return {std::move(separator.pattern), std::move(separator.literal)};
+}
+
+QStringList SplitLine(const QString& line, const Cut& cut, const std::vector<int>& widths)
+{
+    return LiteralReader::SplitLine(line, {cut.pattern, cut.literal}, widths);
+}
+
+void RemoveXYZ(QStringList& row, int x, int y, int z)
+{
+    LiteralReader::RemoveXYZ(row, x, y, z);
+}
+
+int DetectType(const QString& text)
+{
+    return LiteralReader::DetectType(text);
+}
+
+int CountDigits(const QString& text)
+{
+    return LiteralReader::CountDigits(text);
+}
+
+bool IsBooleanWord(const QString& text)
+{
+    return LiteralReader::IsBooleanWord(text);
+}
+
+bool IsTrueWord(const QString& text)
+{
+    return LiteralReader::IsTrueWord(text);
+}
+
+bool ParseCoordinate(const QString& text, const QString& format, double& value)
+{
+    return LiteralReader::ParseCoordinate(text, format, value);
+}
+
+double FormattedDegrees(const QString& format, const QString& text)
+{
+    return LiteralReader::FormattedDegrees(format, text);
+}
+
+std::vector<Definition> Schema(const QStringList& lines, const BParamList& params, const Cut& cut)
+{
+    const Engine engine({}, params, Reader::kBlockSize);
+    return LiteralReader::Schema(lines, engine.GetParams(), {cut.pattern, cut.literal});
+}
+
+Feature ParseRow(const QStringList& fields,
+                 std::vector<Definition>& schema,
+                 const BParamList& params,
+                 std::uint32_t recordNumber)
+{
+    Engine engine({}, params, Reader::kBlockSize);
+    engine.schema.swap(schema);
+    try {
+        Feature feature = engine.ParseRow(fields, recordNumber);
+        engine.schema.swap(schema);
+        return feature;
+    } catch (...) {
+        engine.schema.swap(schema);
+        throw;
+    }
+}
+
+std::vector<bool> FindHeaderLines(const QStringList& lines, const BParamList& params)
+{
+    Engine engine({}, params, Reader::kBlockSize);
+    std::vector<bool> result;
+    for (const QString& line : lines) {
+        result.push_back(engine.IsHeaderLine(line));
+    }
+    return result;
+}
+
+void ReadLines(const QString& path,
+               const BParamList& params,
+               std::size_t blockSize,
+               QStringList& lines)
+{
+    Engine engine(path, params, blockSize);
+    engine.Open();
+    for (;;) {
+        const QString line = engine.GetSafeLine();
+        if (line.isEmpty() && engine.AtEnd()) {
+            return;
+        }
+        lines.append(line);
+    }
+}
+
+} // namespace Rules
 
 Reader::Reader(QString path, BParamList kept, std::size_t blockSize)
     : m_path(std::move(path))
