@@ -50,14 +50,22 @@ void Measure(Times& times, const Work& work)
     times.wall += std::chrono::duration<double>(std::chrono::steady_clock::now() - wall).count();
 }
 
-/// Bytes of memory that the process has resident now.
-std::int64_t ResidentBytes()
+/// Memory of the process now.
+struct Memory
+{
+    std::int64_t resident = 0;
+    std::int64_t own = 0; ///< resident without mapped files, so without the code that ran meanwhile
+};
+
+Memory MeasureMemory()
 {
     std::ifstream file("/proc/self/statm");
     std::int64_t size = 0;
     std::int64_t resident = 0;
-    file >> size >> resident;
-    return resident * sysconf(_SC_PAGESIZE);
+    std::int64_t shared = 0;
+    file >> size >> resident >> shared;
+    const std::int64_t page = sysconf(_SC_PAGESIZE);
+    return {resident * page, (resident - shared) * page};
 }
 
 /// The most that the process ever had resident. Not from getrusage, which counts what the process
@@ -229,11 +237,11 @@ void PrintTotals(const Arguments& arguments, const Totals& totals)
                 totals.letters);
 }
 
-void PrintMemory(std::int64_t before, std::int64_t kept, std::int64_t peak)
+void PrintMemory(const Memory& before, const Memory& after, std::int64_t peak)
 {
-    std::printf("resident_before_bytes %lld\nkept_bytes %lld\npeak_bytes %lld\n",
-                static_cast<long long>(before),
-                static_cast<long long>(kept),
+    std::printf("resident_after_bytes %lld\nkept_bytes %lld\npeak_bytes %lld\n",
+                static_cast<long long>(after.resident),
+                static_cast<long long>(after.own - before.own),
                 static_cast<long long>(peak));
 }
 
@@ -243,8 +251,8 @@ void Import(Orvane::BDataManagerProxy& proxy, const Arguments& arguments)
     Times read;
     Times visit;
     Totals totals;
-    const std::int64_t before = ResidentBytes();
-    std::int64_t kept = 0;
+    const Memory before = MeasureMemory();
+    Memory after;
     std::int64_t peakOfRead = 0;
     std::size_t rawBytes = 0;
     for (const std::string& file : arguments.files) {
@@ -258,7 +266,7 @@ void Import(Orvane::BDataManagerProxy& proxy, const Arguments& arguments)
             reader->Read();
             reader->Close();
         });
-        kept = ResidentBytes() - before;
+        after = MeasureMemory();
         peakOfRead = PeakBytes();
         Measure(visit, [&] { Visit(*reader->GetLayers().GetAt(0), totals); });
         rawBytes += CountRawBytes(*reader->GetLayers().GetAt(0));
@@ -268,7 +276,7 @@ void Import(Orvane::BDataManagerProxy& proxy, const Arguments& arguments)
     PrintTimes("open", open);
     PrintTimes("read", read);
     PrintTimes("visit", visit);
-    PrintMemory(before, kept, peakOfRead);
+    PrintMemory(before, after, peakOfRead);
     std::printf("raw_bytes %zu\n", rawBytes);
 }
 
@@ -290,22 +298,22 @@ void ReadAll(Orvane::BDataManagerProxy& proxy, const Arguments& arguments, const
 void Drop(Orvane::BDataManagerProxy& proxy, const Arguments& arguments)
 {
     Times read;
-    const std::int64_t before = ResidentBytes();
+    const Memory before = MeasureMemory();
     Measure(read, [&] { ReadAll(proxy, arguments, [](Orvane::BVectorLayer&) {}); });
-    const std::int64_t kept = ResidentBytes() - before;
+    const Memory after = MeasureMemory();
     const std::int64_t peakOfRead = PeakBytes();
     Totals totals;
     ReadAll(proxy, arguments, [&totals](Orvane::BVectorLayer& layer) { Visit(layer, totals); });
     PrintTotals(arguments, totals);
     PrintTimes("read", read);
-    PrintMemory(before, kept, peakOfRead);
+    PrintMemory(before, after, peakOfRead);
 }
 
 void Preview(Orvane::BDataManagerProxy& proxy, const Arguments& arguments)
 {
     Times preview;
     std::size_t columns = 0;
-    const std::int64_t before = ResidentBytes();
+    const Memory before = MeasureMemory();
     for (const std::string& file : arguments.files) {
         const Orvane::BString path = Orvane::BString::FromUtf8(file);
         Measure(preview, [&] {
@@ -320,7 +328,7 @@ void Preview(Orvane::BDataManagerProxy& proxy, const Arguments& arguments)
     }
     std::printf("files %zu\ncolumns %zu\n", arguments.files.size(), columns);
     PrintTimes("preview", preview);
-    PrintMemory(before, ResidentBytes() - before, PeakBytes());
+    PrintMemory(before, MeasureMemory(), PeakBytes());
 }
 
 void Run(Orvane::BDataManagerProxy& proxy, const Arguments& arguments)
@@ -350,7 +358,7 @@ int main(int argumentCount, char** argumentTexts)
                "  --drop     reads all files in one measurement, each dropped after it is read\n"
                "  --preview  opens the files and asks for their first rows, no more\n"
                "\n"
-               "kept_bytes is what the last file's layer left resident; raw_bytes is what\n"
+               "kept_bytes is what the last file's layer keeps in memory; raw_bytes is what\n"
                "the values of all layers take by themselves.\n";
         return 2;
     }

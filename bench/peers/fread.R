@@ -21,13 +21,14 @@ while (length(words) > 1 && startsWith(words[1], "--")) {
 setDTthreads(threads)
 
 invisible(gc())
-before <- Status("VmRSS")
+before <- Status("RssAnon")
 begin <- proc.time()
 for (file in words) {
     table <- fread(file, nThread = threads, showProgress = FALSE)
 }
 used <- proc.time() - begin
-kept <- Status("VmRSS") - before
+kept <- Status("RssAnon") - before
+resident <- Status("VmRSS")
 peak <- Status("VmHWM")
 
 rows <- 0
@@ -39,5 +40,5 @@ for (file in words) {
 }
 cat(sprintf('{"rows": %d, ', as.integer(rows)),
     paste0(sprintf('"sum_%s": %.17g, ', names(axes), sums), collapse = ""),
-    sprintf('"cpu_s": %.6f, "wall_s": %.6f, "before_bytes": %.0f, "kept_bytes": %.0f, "peak_bytes": %.0f}\n',
-            used[["user.self"]] + used[["sys.self"]], used[["elapsed"]], before, kept, peak), sep = "")
+    sprintf('"cpu_s": %.6f, "wall_s": %.6f, "resident_after_bytes": %.0f, "kept_bytes": %.0f, "peak_bytes": %.0f}\n',
+            used[["user.self"]] + used[["sys.self"]], used[["elapsed"]], resident, kept, peak), sep = "")

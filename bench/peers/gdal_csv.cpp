@@ -27,13 +27,22 @@ double CpuSeconds()
     return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) * 1e-9;
 }
 
-std::int64_t ResidentBytes()
+/// Memory of the process now.
+struct Memory
+{
+    std::int64_t resident = 0;
+    std::int64_t own = 0; ///< resident without mapped files, so without the code that ran meanwhile
+};
+
+Memory MeasureMemory()
 {
     std::ifstream file("/proc/self/statm");
     std::int64_t size = 0;
     std::int64_t resident = 0;
-    file >> size >> resident;
-    return resident * sysconf(_SC_PAGESIZE);
+    std::int64_t shared = 0;
+    file >> size >> resident >> shared;
+    const std::int64_t page = sysconf(_SC_PAGESIZE);
+    return {resident * page, (resident - shared) * page};
 }
 
 std::int64_t PeakBytes()
@@ -141,7 +150,7 @@ void Run(const Arguments& arguments)
     GDALAllRegister();
     Totals totals;
     GDALDatasetUniquePtr kept;
-    const std::int64_t before = ResidentBytes();
+    const Memory before = MeasureMemory();
     const auto wallBefore = std::chrono::steady_clock::now();
     const double cpuBefore = CpuSeconds();
     for (const std::string& file : arguments.files) {
@@ -154,7 +163,7 @@ void Run(const Arguments& arguments)
     const double cpu = CpuSeconds() - cpuBefore;
     const double wall =
         std::chrono::duration<double>(std::chrono::steady_clock::now() - wallBefore).count();
-    const std::int64_t keptBytes = ResidentBytes() - before;
+    const Memory after = MeasureMemory();
     const std::int64_t peak = PeakBytes();
     if (arguments.keepsLayer && arguments.files.size() == 1) {
         VisitAll(*kept->GetLayer(0), totals);
@@ -170,13 +179,14 @@ void Run(const Arguments& arguments)
     if (!arguments.z.empty()) {
         std::printf("\"sum_z\": %.17g, ", totals.z);
     }
-    std::printf("\"cpu_s\": %.6f, \"wall_s\": %.6f, \"before_bytes\": %lld, \"kept_bytes\": %lld, "
-                "\"peak_bytes\": %lld}\n",
-                cpu,
-                wall,
-                static_cast<long long>(before),
-                static_cast<long long>(keptBytes),
-                static_cast<long long>(peak));
+    std::printf(
+        "\"cpu_s\": %.6f, \"wall_s\": %.6f, \"resident_after_bytes\": %lld, \"kept_bytes\": %lld, "
+        "\"peak_bytes\": %lld}\n",
+        cpu,
+        wall,
+        static_cast<long long>(after.resident),
+        static_cast<long long>(after.own - before.own),
+        static_cast<long long>(peak));
 }
 
 Arguments Parse(const std::vector<std::string_view>& words)

@@ -9,7 +9,7 @@ import pandas
 
 
 def status(key):
-    """A size of this process in bytes: VmRSS, VmHWM."""
+    """A size of this process in bytes: VmRSS, RssAnon, VmHWM."""
     with open("/proc/self/status", encoding="ascii") as lines:
         for line in lines:
             if line.startswith(key + ":"):
@@ -32,13 +32,13 @@ def main():
     def read(file):
         return pandas.read_csv(file, engine="c", float_precision=arguments.float_precision)
 
-    before = status("VmRSS")
+    before = status("RssAnon")
     wall = time.perf_counter()
     cpu = time.process_time()
     for file in arguments.files:
         table = read(file)
     result = {"cpu_s": time.process_time() - cpu, "wall_s": time.perf_counter() - wall}
-    result |= {"before_bytes": before, "kept_bytes": status("VmRSS") - before}
+    result |= {"resident_after_bytes": status("VmRSS"), "kept_bytes": status("RssAnon") - before}
     result["peak_bytes"] = status("VmHWM")
 
     axes = {axis: name for axis in "xyz" if (name := getattr(arguments, axis))}

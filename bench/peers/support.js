@@ -17,7 +17,7 @@ function parseArguments(words) {
   return parsed;
 }
 
-/// A size of this process in bytes: VmRSS, VmHWM.
+/// A size of this process in bytes: VmRSS, RssAnon, VmHWM.
 function status(key) {
   const line = fs.readFileSync("/proc/self/status", "ascii").split("\n").find((text) => text.startsWith(key + ":"));
   return Number(line.split(/\s+/)[1]) * 1024;
@@ -26,7 +26,7 @@ function status(key) {
 /// Reads all files, measured, then adds up their tables: the one that is kept, or each file read anew.
 /// `read` gives a table, `add` its rows and one sum an axis, in the order of `axes`.
 async function measure({ axes, files }, read, add) {
-  const before = status("VmRSS");
+  const before = status("RssAnon");
   const wall = process.hrtime.bigint();
   const cpu = process.cpuUsage();
   let table;
@@ -37,8 +37,8 @@ async function measure({ axes, files }, read, add) {
   const result = {
     cpu_s: (used.user + used.system) / 1e6,
     wall_s: Number(process.hrtime.bigint() - wall) / 1e9,
-    before_bytes: before,
-    kept_bytes: status("VmRSS") - before,
+    resident_after_bytes: status("VmRSS"),
+    kept_bytes: status("RssAnon") - before,
     peak_bytes: status("VmHWM"),
     rows: 0,
   };

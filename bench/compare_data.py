@@ -1,0 +1,101 @@
+"""The data sets of the comparison: which there are, how they are read, and where their files are."""
+
+import hashlib
+import os
+import pathlib
+import shutil
+import subprocess
+from dataclasses import dataclass, field
+
+FOLDER = pathlib.Path(__file__).resolve().parent
+ROWS_OF_A_SMALL_FILE = 200
+COLUMNS_NARROW = 10
+COLUMNS_WIDE = 640
+WORST_CASES = {"separators": 2, "quotes": 3, "breaks": 3, "blanks": 2}
+
+
+@dataclass(frozen=True)
+class Dataset:
+    """One generated file, or one folder of small files."""
+
+    key: str  # what it is called here: "A", "A-4000000"
+    kind: str  # the generator's name for it
+    rows: int  # that a reader must find
+    generator: tuple = ()  # arguments of the generator
+    axes: dict = field(default_factory=dict, hash=False)  # axis to column name
+    options: tuple = ()  # what our reader is told
+    files: int = 1
+    columns: int = 0  # where cells are counted
+
+    def paths(self, data):
+        """The files to read."""
+        path = data / self.key
+        if self.kind == "D":
+            return [path / f"part{index}.csv" for index in range(self.files)]
+        return [path.with_name(self.key + ".csv")]
+
+    def input_bytes(self, data):
+        return sum(path.stat().st_size for path in self.paths(data))
+
+
+NAMES = "FIRST_LINE_COLUMN_NAMES=true"
+XYZ = {"x": "x", "y": "y", "z": "z"}
+XYZ_OPTIONS = ("X_COLUMN=1", "Y_COLUMN=2", "Z_COLUMN=3", NAMES)
+TEXT_OPTIONS = ("X_COLUMN=2", "Y_COLUMN=3", "CODEC=UTF-8", NAMES)
+FIRST_TWO = {"x": "c0", "y": "c1"}
+FIRST_TWO_OPTIONS = ("X_COLUMN=0", "Y_COLUMN=1", NAMES)
+
+
+def make_datasets(quick):
+    """All data sets by key; `quick` makes them small."""
+
+    def size(full, small):
+        return small if quick else full
+
+    def points(key, kind, rows):
+        return Dataset(key, kind, rows, ("--rows", str(rows)), XYZ, XYZ_OPTIONS)
+
+    def texts(key, rows):
+        return Dataset(key, key, rows, ("--rows", str(rows)), {"x": "x", "y": "y"}, TEXT_OPTIONS)
+
+    def wide(key, columns):
+        rows = size(2_000_000, 12_800) // columns
+        generator = ("--columns", str(columns), "--rows", str(rows))
+        return Dataset(key, "wide", rows, generator, FIRST_TWO, FIRST_TWO_OPTIONS, columns=columns)
+
+    rows_c = size(200_000, 200)
+    files = size(1000, 5)
+    worst_bytes = str(size(16 << 20, 64 << 10))
+    datasets = [
+        points("A", "A", size(2_000_000, 2000)),
+        texts("B", size(1_000_000, 1000)),
+        Dataset("C", "C", rows_c, ("--rows", str(rows_c)), FIRST_TWO, FIRST_TWO_OPTIONS, columns=60),
+        Dataset("D", "D", files * ROWS_OF_A_SMALL_FILE, ("--files", str(files)), XYZ, XYZ_OPTIONS, files),
+        texts("E", size(150_000, 300)),
+        points("quoted", "quoted", size(2_000_000, 2000)),
+        points("A-few", "A", size(250_000, 500)),
+        points("A-many", "A", size(4_000_000, 8000)),
+        wide("wide-narrow", COLUMNS_NARROW),
+        wide("wide-wide", COLUMNS_WIDE),
+    ]
+    datasets += [Dataset(kind, kind, rows, ("--bytes", worst_bytes)) for kind, rows in WORST_CASES.items()]
+    return {dataset.key: dataset for dataset in datasets}
+
+
+def data_folder(root, quick):
+    """Where the files are: another folder for each version of the generator and each size."""
+    sources = b"".join((FOLDER / name).read_bytes() for name in ("Datasets.cpp", "Datasets.h", "compare_data.py"))
+    return root / f"{hashlib.sha256(sources).hexdigest()[:12]}{'-quick' if quick else ''}"
+
+
+def make_files(generator, dataset, data):
+    """Generates the files that are not there yet, and brings all into the page cache."""
+    target = dataset.paths(data)[0] if dataset.kind != "D" else data / dataset.key
+    if not target.exists():
+        data.mkdir(parents=True, exist_ok=True)
+        part = target.with_name(target.name + f".part{os.getpid()}")
+        subprocess.run([generator, dataset.kind, part, *dataset.generator], check=True)
+        part.rename(target)
+    for path in dataset.paths(data):
+        with open(path, "rb") as file, open(os.devnull, "wb") as nowhere:
+            shutil.copyfileobj(file, nowhere, 1 << 20)
