@@ -104,8 +104,10 @@ DropOuter(std::basic_string_view<Unit> part, ETextUnit textUnit, bool& isHalf)
     }
     part.remove_prefix(1);
     if (!part.empty()) {
-        const std::size_t dropped = SizeOfLastUnit(part, textUnit, isHalf);
-        part.remove_suffix(isHalf ? dropped - 1 : dropped);
+        bool isHalfLeft = false;
+        const std::size_t dropped = SizeOfLastUnit(part, textUnit, isHalfLeft);
+        part.remove_suffix(isHalfLeft ? dropped - 1 : dropped);
+        isHalf = isHalf || isHalfLeft;
     }
     return part;
 }

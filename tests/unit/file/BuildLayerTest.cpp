@@ -420,6 +420,18 @@ TEST_F(AsciiFileBuildLayer, MakesNoFeaturesWithFixedWidths)
     EXPECT_EQ(file.GetRecordsRead(), 2U);
 }
 
+TEST_F(AsciiFileBuildLayer, KeepsTheFirstHalfOfACharacterInFrontOfAnotherQuotedField)
+{
+    AsciiFile& file = Prepare("\"a\"\xF0\x9F\x98\x80,\"b\",\"c\"\n",
+                              Options().Set(BString("CODEC"), BString("UTF-8")));
+    EXPECT_TRUE(file.BuildLayer(0));
+    const auto feature = file.GetLayer()->GetFeatures().GetAt(0);
+    ASSERT_EQ(feature->GetAttributeCount(), 3U);
+    EXPECT_EQ(feature->GetAttributeValue(0).GetString(), BString(u"a\"\xD83D"));
+    EXPECT_EQ(feature->GetAttributeValue(1).GetString(), BString(u"b"));
+    EXPECT_EQ(feature->GetAttributeValue(2).GetString(), BString(u"c"));
+}
+
 TEST_F(AsciiFileBuildLayer, UsesAnyOtherPattern)
 {
     AsciiFile& file = Prepare("a1b22c\n", Options().Set(Orvane::AUTO_SCHEMA, 1));
