@@ -31,6 +31,9 @@ std::string_view PartAt(const Kernels::FieldRun& run, std::size_t row)
     return {run.text + begin, end - begin};
 }
 
+/// Room behind the texts of a column that is made before more are copied to it.
+constexpr std::size_t kTextRoom = 256;
+
 /// Length in UTF-16 units of a text of a layer.
 std::size_t CountStoredUnits(const Orvane::BTextArray& texts, std::size_t index)
 {
@@ -380,6 +383,8 @@ Kernels::FieldRun LayerFill::MakeRun(std::size_t fieldIndex, std::size_t rows) c
     run.trim = m_structure.isCrLf && fieldIndex + 1 == m_fields.size() ? 1 : 0;
     run.rows = rows;
     run.hasQuotes = m_structure.hasQuotes;
+    // Rule: an empty attribute is 0; an empty coordinate is none.
+    run.emptyIsZero = m_fields[fieldIndex].kind > FieldPlan::Kind::Z;
     return run;
 }
 
@@ -430,13 +435,9 @@ void LayerFill::ConvertColumns(std::size_t rows, const Orvane::BFeatureAppender:
             });
             break;
         }
-        case FieldPlan::Kind::Boolean: {
-            std::uint8_t* const out = column->booleans.Data() + first;
-            for (std::size_t row = 0; row < rows; ++row) {
-                out[row] = ValueRules::IsTrueWord(FieldAt(run, row)) ? 1 : 0;
-            }
+        case FieldPlan::Kind::Boolean:
+            m_kernels.toBooleans(run, column->booleans.Data() + first);
             break;
-        }
         case FieldPlan::Kind::Text:
             ConvertTexts(run, columnIndex, column->texts);
             break;
@@ -483,31 +484,47 @@ void LayerFill::ConvertTexts(const Kernels::FieldRun& run,
                              std::size_t columnIndex,
                              Orvane::BTextArray& texts)
 {
-    using Orvane::ETextEncoding;
-    const bool isAscii = m_indexState.highBytes == 0;
-    const ETextEncoding encoding = isAscii ? ETextEncoding::Ascii : ToEncoding(m_block.unit);
+    const std::size_t first = texts.GetCount();
     std::size_t longest = m_context.plan.GetWidth(columnIndex);
-    for (std::size_t row = 0; row < run.rows; ++row) {
-        std::string_view field = PartAt(run, row);
-        const bool mayHaveQuotes = run.hasQuotes && !field.empty() &&
-                                   std::memchr(field.data(), '"', field.size()) != nullptr;
-        if (mayHaveQuotes && !Unquote(field, m_block.unit, m_scratch, field)) {
-            // Half of a character is a text in UTF-16 only.
-            Widen(TextView(PartAt(run, row), m_block.unit), m_widePart);
-            const std::u16string_view wide = Unquote(m_widePart, m_wideScratch);
-            Orvane::AppendText(texts, AsBytes(wide), ETextEncoding::Utf16);
-            longest = std::max(longest, wide.size());
-            continue;
+    std::size_t row = 0;
+    while (row < run.rows) {
+        if (texts.encoding != Orvane::ETextEncoding::Utf16) {
+            texts.bytes.ReserveMore(kTextRoom);
+            Kernels::TextTarget target{texts.bytes.Data(),
+                                       texts.bytes.GetSize(),
+                                       texts.bytes.GetCapacity(),
+                                       texts.ends.Data() + first,
+                                       longest,
+                                       texts.encoding == ToEncoding(m_block.unit)};
+            row = m_kernels.appendTexts(run, row, target);
+            texts.bytes.Resize(target.size);
+            texts.ends.Resize(first + row);
         }
-        if (!Orvane::TryAppendText(texts, field, encoding)) {
-            Orvane::AppendText(texts, field, encoding);
-        }
-        // No text is longer in UTF-16 than in bytes.
-        if (field.size() > longest) {
-            longest = std::max(longest, CountUtf16Units(field, m_block.unit));
+        if (row < run.rows) {
+            longest = std::max(longest, AppendOddText(PartAt(run, row), texts));
+            ++row;
         }
     }
     m_widths[columnIndex] = longest;
+}
+
+/// Appends a text by all the rules. @return its length in UTF-16 units
+std::size_t LayerFill::AppendOddText(std::string_view part, Orvane::BTextArray& texts)
+{
+    std::string_view field = part;
+    const bool mayHaveQuotes = m_structure.hasQuotes && !field.empty() &&
+                               std::memchr(field.data(), '"', field.size()) != nullptr;
+    if (mayHaveQuotes && !Unquote(part, m_block.unit, m_scratch, field)) {
+        // Half of a character is a text in UTF-16 only.
+        Widen(TextView(part, m_block.unit), m_widePart);
+        const std::u16string_view wide = Unquote(m_widePart, m_wideScratch);
+        Orvane::AppendText(texts, AsBytes(wide), Orvane::ETextEncoding::Utf16);
+        return wide.size();
+    }
+    const bool isAscii = m_indexState.highBytes == 0;
+    Orvane::AppendText(
+        texts, field, isAscii ? Orvane::ETextEncoding::Ascii : ToEncoding(m_block.unit));
+    return CountUtf16Units(field, m_block.unit);
 }
 
 /// Raises the widths of the schema's columns by the texts of rows that were ended.

@@ -74,6 +74,7 @@ private:
     void ConvertDoubles(const Kernels::FieldRun& run, double* out);
     void
     ConvertTexts(const Kernels::FieldRun& run, std::size_t columnIndex, Orvane::BTextArray& texts);
+    std::size_t AppendOddText(std::string_view part, Orvane::BTextArray& texts);
 
     LayerFillContext m_context;
     Orvane::BFeatureAppender m_layer;

@@ -27,6 +27,9 @@ constexpr const char* kLocation = "AsciiFile::GetSafeLine";
 constexpr int kLatin1Mib = 4;
 constexpr int kUtf8Mib = 106;
 
+/// Bytes that are read at a time.
+constexpr std::size_t kPieceBytes = 262144;
+
 /// Bytes of the longest character of any codec.
 constexpr std::size_t kMaxCharacter = 8;
 
@@ -65,7 +68,9 @@ std::size_t FindLastCrLf(Text<Unit> text) noexcept
 
 std::size_t CountQuotes(Text<char> text) noexcept
 {
-    return Kernels::Best().countByte(text.data(), text.size(), '"');
+    Kernels::Survey survey;
+    Kernels::Best().survey(text.data(), text.size(), survey);
+    return survey.quotes;
 }
 
 std::size_t CountQuotes(Text<char16_t> text) noexcept
@@ -104,6 +109,7 @@ void LineSource::Restart()
     m_undecoded = 0;
     m_carryBegin = 0;
     m_carryScanned = 0;
+    m_carryQuotes = 0;
     m_codec = nullptr;
     m_decoder.reset();
     m_undecodedBytes.clear();
@@ -122,7 +128,7 @@ void LineSource::Release()
 {
     if (!HasPending()) {
         m_holdsFirstBlock = false;
-        m_textSize = m_carryBegin = m_carryScanned = 0;
+        m_textSize = m_carryBegin = m_carryScanned = m_carryQuotes = 0;
         m_bytes.Clear();
         m_wide.Clear();
     }
@@ -378,6 +384,7 @@ std::size_t LineSource::ReadBytes()
         }
     }
     m_textSize = carry;
+    m_freshBegin = carry;
     m_carryBegin = 0;
 
     // A small file needs no block-sized buffer.
@@ -386,15 +393,30 @@ std::size_t LineSource::ReadBytes()
         std::min(m_blockSize, std::max<std::size_t>(static_cast<std::size_t>(left), 4096));
     m_bytes.Resize(kept);
     m_bytes.ReserveMore(wanted + Kernels::kPadding);
-    const qint64 got = m_device->read(m_bytes.Data() + kept, static_cast<qint64>(wanted));
-    if (got < 0) {
-        throw BException(BString::Format("Could not read from the file <%ls>.",
-                                         Orvane::MakeBString(m_device->fileName())),
-                         kLocation,
-                         Orvane::MakeBString(m_device->errorString()));
-    }
-    m_bytes.Resize(kept + static_cast<std::size_t>(got));
-    return static_cast<std::size_t>(got);
+    // In pieces that stay in the processor's cache while they are looked through.
+    m_survey = Kernels::Survey();
+    std::size_t got = 0;
+    std::size_t asked = 0;
+    std::size_t piece = 0;
+    do {
+        asked = std::min(kPieceBytes, wanted - got);
+        char* const to = m_bytes.Data() + kept + got;
+        const qint64 answer = m_device->read(to, static_cast<qint64>(asked));
+        if (answer < 0 && got == 0) {
+            throw BException(BString::Format("Could not read from the file <%ls>.",
+                                             Orvane::MakeBString(m_device->fileName())),
+                             kLocation,
+                             Orvane::MakeBString(m_device->errorString()));
+        }
+        // What was read in front of a failure is used; the next block meets the failure again.
+        piece = static_cast<std::size_t>(std::max<qint64>(answer, 0));
+        if (m_unit != ETextUnit::Utf16) {
+            Kernels::Best().survey(to, piece, m_survey);
+        }
+        got += piece;
+    } while (piece == asked && got < wanted);
+    m_bytes.Resize(kept + got);
+    return got;
 }
 
 void LineSource::Decode(std::size_t newBytes, bool isLast)
@@ -419,7 +441,8 @@ void LineSource::DecodeUtf8(bool isLast)
 {
     const std::size_t begin = m_textSize;
     const std::string_view fresh(m_bytes.Data() + begin, m_bytes.GetSize() - begin);
-    const Utf8Check check = CheckUtf8(fresh);
+    const bool isAscii = m_undecoded == 0 && m_survey.highBytes == 0;
+    const Utf8Check check = isAscii ? Utf8Check{fresh.size(), true} : CheckUtf8(fresh);
     const bool isIncomplete = check.validSize < fresh.size();
     if (!check.isValidSoFar || (isIncomplete && isLast)) {
         m_undecodedBytes = fresh;
@@ -519,6 +542,34 @@ void LineSource::CutBlock(bool isLast)
     }
 }
 
+/// Whether a "\r" stands at `from` or behind it.
+template <typename Unit>
+bool LineSource::HasReturn(Text<Unit> text, std::size_t from) const noexcept
+{
+    if constexpr (sizeof(Unit) == 1) {
+        // What was read with this block has been looked through.
+        const bool hasCarried =
+            from < m_freshBegin &&
+            text.substr(from, m_freshBegin - from).find('\r') != kNotFound<Unit>;
+        return hasCarried || m_survey.returns != 0;
+    } else {
+        return text.find(Unit('\r'), from) != kNotFound<Unit>;
+    }
+}
+
+/// Number of quotes in front of `cutEnd`; those behind it are kept for the next block.
+template <typename Unit>
+std::size_t LineSource::CountLineQuotes(Text<Unit> text, std::size_t cutEnd) noexcept
+{
+    if constexpr (sizeof(Unit) == 1) {
+        const std::size_t all = m_carryQuotes + m_survey.quotes;
+        m_carryQuotes = cutEnd == 0 ? all : CountQuotes(text.substr(cutEnd));
+        return all - m_carryQuotes;
+    } else {
+        return CountQuotes(text.substr(0, cutEnd));
+    }
+}
+
 template <typename Unit>
 void LineSource::CutText(Text<Unit> text, bool isLast)
 {
@@ -526,7 +577,7 @@ void LineSource::CutText(Text<Unit> text, bool isLast)
     const std::size_t scanned = std::exchange(m_carryScanned, 0);
     std::size_t cutEnd = 0;
     // Rule: one block is cut by one kind of ending only.
-    if (text.find(Unit('\r'), scanned) == kNotFound<Unit>) {
+    if (!HasReturn(text, scanned)) {
         const std::size_t last = FindLast(text.substr(scanned), Unit('\n'));
         if (last != kNotFound<Unit>) {
             m_entries.ending = Ending::Lf;
@@ -547,7 +598,7 @@ void LineSource::CutText(Text<Unit> text, bool isLast)
     }
     m_carryBegin = cutEnd;
 
-    const std::size_t quotes = CountQuotes(text.substr(0, cutEnd));
+    const std::size_t quotes = CountLineQuotes(text, cutEnd);
     m_entries.haveQuotes = quotes > 0;
     m_entries.linesEnd = cutEnd;
     m_entries.linesTextEnd = cutEnd;
@@ -576,6 +627,7 @@ void LineSource::CutText(Text<Unit> text, bool isLast)
         m_entries.lastLineEnd = end;
         m_carryBegin = text.size();
         m_carryScanned = 0;
+        m_carryQuotes = 0;
         return;
     }
     // Rule: empty lines at the end of a block that is not the last are dropped.

@@ -1,6 +1,7 @@
 // Decodes a file block by block and cuts the blocks into logical lines.
 #pragma once
 
+#include "kernels/Kernels.h"
 #include "layer/TextView.h"
 
 #include <Orvane/BFeaturePage.h>
@@ -150,6 +151,10 @@ private:
     template <typename Unit>
     void CutText(std::basic_string_view<Unit> text, bool isLast);
     template <typename Unit>
+    bool HasReturn(std::basic_string_view<Unit> text, std::size_t from) const noexcept;
+    template <typename Unit>
+    std::size_t CountLineQuotes(std::basic_string_view<Unit> text, std::size_t cutEnd) noexcept;
+    template <typename Unit>
     std::size_t FindLogicalEnd(std::basic_string_view<Unit> text, std::size_t from) const noexcept;
     [[nodiscard]] TextView MakeView(std::size_t from, std::size_t to) const noexcept;
     [[nodiscard]] Stamp MakeStamp() const;
@@ -166,6 +171,9 @@ private:
     std::size_t m_undecoded = 0;
     std::size_t m_carryBegin = 0;   ///< where the text starts that the next block takes over
     std::size_t m_carryScanned = 0; ///< units of that text known to hold no line ending
+    std::size_t m_carryQuotes = 0;  ///< quotes in that text, while it is bytes
+    std::size_t m_freshBegin = 0;   ///< where the text starts that was read with this block
+    Kernels::Survey m_survey;       ///< what the bytes of this block hold
 
     std::deque<Orvane::BString> m_putBack; ///< foremost of the pending entries
     Orvane::BString m_handedOut;           ///< keeps a line that was put back while it is in use

@@ -38,7 +38,8 @@ struct FieldRun
     std::size_t stride;
     std::uint32_t trim;
     std::size_t rows;
-    bool hasQuotes; ///< fields may begin with a quote: first and last byte are dropped then
+    bool hasQuotes;   ///< fields may begin with a quote: first and last byte are dropped then
+    bool emptyIsZero; ///< an empty field is the number 0; otherwise it is no number
 };
 
 /// A plain number in its parts.
@@ -46,7 +47,26 @@ struct Digits
 {
     std::uint64_t mantissa; ///< the digits as a number, the point left out
     unsigned fraction;      ///< digits behind the point
-    bool isNegative;
+    unsigned sign;          ///< 1 for a minus, else 0
+};
+
+/// Where the texts of a column go, one behind the other.
+struct TextTarget
+{
+    char* bytes;
+    std::size_t size;     ///< bytes that are in use
+    std::size_t capacity; ///< bytes that there is room for
+    std::uint32_t* ends;  ///< where the end of each row's text is written
+    std::size_t longest;  ///< only texts of at most that many bytes are taken
+    bool takesHighBytes;  ///< whether texts with bytes of 0x80 or more are taken
+};
+
+/// What a run of bytes holds; starts at nothing and adds up.
+struct Survey
+{
+    std::size_t quotes = 0;
+    std::uint64_t returns = 0;   ///< not 0 once a "\r" was seen
+    std::uint64_t highBytes = 0; ///< not 0 once a byte of 0x80 or more was seen
 };
 
 /// One set of kernels. All sets give the same results.
@@ -61,14 +81,22 @@ struct Set
                          IndexState& state,
                          std::uint32_t* positions);
 
-    /// Converts plain numbers `-?digits` or `-?digits[.digits]`; the rows of all other fields,
-    /// empty ones included, are written to `odd` in order, and their count is returned. What `out`
-    /// holds for odd rows is not to be used.
+    /// Converts plain numbers `-?digits` or `-?digits[.digits]`; the rows of all other fields are
+    /// written to `odd` in order, and their count is returned. What `out` holds for odd rows is
+    /// not to be used.
     std::size_t (*toDoubles)(const FieldRun& fields, double* out, std::uint32_t* odd);
     std::size_t (*toInt32s)(const FieldRun& fields, std::int32_t* out, std::uint32_t* odd);
 
-    /// Number of bytes that equal `byte`.
-    std::size_t (*countByte)(const char* text, std::size_t size, char byte);
+    /// Writes 1 for the fields "1", "y", "t", "yes" and "true" in any case, 0 for all others.
+    void (*toBooleans)(const FieldRun& fields, std::uint8_t* out);
+
+    /// Copies the texts of the rows from `row` on, up to the first that has a quote in it, is too
+    /// long, has a high byte that is not taken, or for which there is no room: 32 bytes behind a
+    /// text may be overwritten. @return the row that was not copied, or the number of rows
+    std::size_t (*appendTexts)(const FieldRun& fields, std::size_t row, TextTarget& target);
+
+    /// Adds what text[0, size) holds.
+    void (*survey)(const char* text, std::size_t size, Survey& survey);
 
     const char* name;
 };

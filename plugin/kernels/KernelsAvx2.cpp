@@ -39,6 +39,29 @@ struct Block64
     }
 };
 
+struct Block32
+{
+    __m256i bytes;
+
+    static Block32 Load(const char* text)
+    {
+        return {_mm256_loadu_si256(reinterpret_cast<const __m256i*>(text))};
+    }
+
+    void Store(char* to) const { _mm256_storeu_si256(reinterpret_cast<__m256i*>(to), bytes); }
+
+    [[nodiscard]] std::uint32_t Equal(char byte) const
+    {
+        return static_cast<std::uint32_t>(
+            _mm256_movemask_epi8(_mm256_cmpeq_epi8(bytes, _mm256_set1_epi8(byte))));
+    }
+
+    [[nodiscard]] std::uint32_t HighBits() const
+    {
+        return static_cast<std::uint32_t>(_mm256_movemask_epi8(bytes));
+    }
+};
+
 /// Bit i of the result is the parity of the bits up to i: a carry-less product with all ones.
 std::uint64_t PrefixXor(std::uint64_t mask)
 {
@@ -58,7 +81,7 @@ std::uint32_t LowestBit(std::uint64_t mask)
 
 } // namespace
 
-const Set kAvx2 = {IndexText, ToDoubles, ToInt32s, CountByte, "avx2"};
+const Set kAvx2 = {IndexText, ToDoubles, ToInt32s, ToBooleans, AppendTexts, SurveyText, "avx2"};
 
 } // namespace AsciiReader::Kernels
 

@@ -51,7 +51,71 @@ struct Block64
     }
 };
 
+struct Block32
+{
+    __m128i low;
+    __m128i high;
+
+    static Block32 Load(const char* text)
+    {
+        return {_mm_loadu_si128(reinterpret_cast<const __m128i*>(text)),
+                _mm_loadu_si128(reinterpret_cast<const __m128i*>(text + 16))};
+    }
+
+    void Store(char* to) const
+    {
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(to), low);
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(to + 16), high);
+    }
+
+    static std::uint32_t Join(__m128i lowBytes, __m128i highBytes)
+    {
+        return static_cast<std::uint32_t>(_mm_movemask_epi8(lowBytes)) |
+               static_cast<std::uint32_t>(_mm_movemask_epi8(highBytes)) << 16U;
+    }
+
+    [[nodiscard]] std::uint32_t Equal(char byte) const
+    {
+        const __m128i wanted = _mm_set1_epi8(byte);
+        return Join(_mm_cmpeq_epi8(low, wanted), _mm_cmpeq_epi8(high, wanted));
+    }
+
+    [[nodiscard]] std::uint32_t HighBits() const { return Join(low, high); }
+};
+
 #else
+
+struct Block32
+{
+    char bytes[32];
+
+    static Block32 Load(const char* from)
+    {
+        Block32 block;
+        __builtin_memcpy(block.bytes, from, sizeof block.bytes);
+        return block;
+    }
+
+    void Store(char* to) const { __builtin_memcpy(to, bytes, sizeof bytes); }
+
+    [[nodiscard]] std::uint32_t Equal(char byte) const
+    {
+        std::uint32_t mask = 0;
+        for (unsigned at = 0; at < sizeof bytes; ++at) {
+            mask |= std::uint32_t{bytes[at] == byte} << at;
+        }
+        return mask;
+    }
+
+    [[nodiscard]] std::uint32_t HighBits() const
+    {
+        std::uint32_t mask = 0;
+        for (unsigned at = 0; at < sizeof bytes; ++at) {
+            mask |= std::uint32_t{static_cast<unsigned char>(bytes[at]) >= 0x80} << at;
+        }
+        return mask;
+    }
+};
 
 struct Block64
 {
@@ -93,16 +157,22 @@ std::uint32_t LowestBit(std::uint64_t mask)
     return static_cast<std::uint32_t>(__builtin_ctzll(mask | std::uint64_t{1} << 63U));
 }
 
-bool ConvertDigits(const char* text, std::uint32_t begin, std::uint32_t end, Digits& digits);
+bool ConvertDigits(
+    const char* text, std::uint32_t begin, std::uint32_t end, bool emptyIsZero, Digits& digits);
 
 #include "kernels/KernelBody.inc"
 
-bool ConvertDigits(const char* text, std::uint32_t begin, std::uint32_t end, Digits& digits)
+bool ConvertDigits(
+    const char* text, std::uint32_t begin, std::uint32_t end, bool emptyIsZero, Digits& digits)
 {
     const char* at = text + begin;
     const char* const stop = text + end;
-    digits.isNegative = at != stop && *at == '-';
-    at += digits.isNegative ? 1 : 0;
+    if (at == stop) {
+        digits = {};
+        return emptyIsZero;
+    }
+    digits.sign = *at == '-' ? 1 : 0;
+    at += digits.sign;
     // Sixteen digits are below 2^64 with room to spare; longer fields are left to others.
     if (stop - at > 17 || at == stop) {
         return false;
@@ -121,13 +191,14 @@ bool ConvertDigits(const char* text, std::uint32_t begin, std::uint32_t end, Dig
     }
     digits.mantissa = mantissa;
     digits.fraction = point == nullptr ? 0 : static_cast<unsigned>(stop - point - 1);
-    const auto size = static_cast<unsigned>(stop - (text + begin)) - (digits.isNegative ? 1U : 0U);
+    const auto size = static_cast<unsigned>(stop - (text + begin)) - digits.sign;
     const unsigned digitCount = size - (point == nullptr ? 0U : 1U);
     return digitCount >= 1 && digitCount <= 16;
 }
 
 } // namespace
 
-const Set kGeneric = {IndexText, ToDoubles, ToInt32s, CountByte, "generic"};
+const Set kGeneric = {
+    IndexText, ToDoubles, ToInt32s, ToBooleans, AppendTexts, SurveyText, "generic"};
 
 } // namespace AsciiReader::Kernels

@@ -45,6 +45,38 @@ struct Block64
     }
 };
 
+struct Block32
+{
+    __m128i low;
+    __m128i high;
+
+    static Block32 Load(const char* text)
+    {
+        return {_mm_loadu_si128(reinterpret_cast<const __m128i*>(text)),
+                _mm_loadu_si128(reinterpret_cast<const __m128i*>(text + 16))};
+    }
+
+    void Store(char* to) const
+    {
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(to), low);
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(to + 16), high);
+    }
+
+    static std::uint32_t Join(__m128i lowBytes, __m128i highBytes)
+    {
+        return static_cast<std::uint32_t>(_mm_movemask_epi8(lowBytes)) |
+               static_cast<std::uint32_t>(_mm_movemask_epi8(highBytes)) << 16U;
+    }
+
+    [[nodiscard]] std::uint32_t Equal(char byte) const
+    {
+        const __m128i wanted = _mm_set1_epi8(byte);
+        return Join(_mm_cmpeq_epi8(low, wanted), _mm_cmpeq_epi8(high, wanted));
+    }
+
+    [[nodiscard]] std::uint32_t HighBits() const { return Join(low, high); }
+};
+
 std::uint64_t PrefixXor(std::uint64_t mask)
 {
     for (unsigned shift = 1; shift < 64; shift *= 2) {
@@ -63,7 +95,7 @@ std::uint32_t LowestBit(std::uint64_t mask)
 
 } // namespace
 
-const Set kSse41 = {IndexText, ToDoubles, ToInt32s, CountByte, "sse4.1"};
+const Set kSse41 = {IndexText, ToDoubles, ToInt32s, ToBooleans, AppendTexts, SurveyText, "sse4.1"};
 
 } // namespace AsciiReader::Kernels
 

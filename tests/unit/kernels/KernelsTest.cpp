@@ -112,7 +112,7 @@ struct Column
 
     [[nodiscard]] FieldRun Run(bool hasQuotes) const
     {
-        return {text.data(), ends.data() + 1, 1, 0, ends.size() - 1, hasQuotes};
+        return {text.data(), ends.data() + 1, 1, 0, ends.size() - 1, hasQuotes, false};
     }
 
     std::string text;
@@ -225,14 +225,193 @@ TEST(KernelsToInt32s, TakeWholeNumbersOfThirtyOneBitsOnly)
     }
 }
 
-TEST(KernelsCountByte, CountsInTextsOfEveryLength)
+TEST(KernelsToDoubles, TakeAnEmptyFieldForZeroWhereThatIsAsked)
 {
-    std::string text;
-    for (std::size_t size = 0; size < 200; ++size) {
+    for (const bool hasQuotes : {false, true}) {
+        const Column column({"", "-", hasQuotes ? "\"\"" : "", ".", "5", "-0"});
+        FieldRun run = column.Run(hasQuotes);
+        run.emptyIsZero = true;
         for (const Set* set : AllSets()) {
-            EXPECT_EQ((size + 2) / 3, set->countByte(text.data(), text.size(), 'x')) << set->name;
+            std::vector<double> out(6, -1);
+            std::vector<std::int32_t> whole(6, -1);
+            std::vector<std::uint32_t> odd(6);
+            odd.resize(set->toDoubles(run, out.data(), odd.data()));
+            EXPECT_EQ((std::vector<std::uint32_t>{1, 3}), odd) << set->name;
+            EXPECT_EQ(0, out[0]);
+            EXPECT_FALSE(std::signbit(out[0])) << set->name;
+            EXPECT_EQ(0, out[2]);
+            EXPECT_EQ(5, out[4]);
+            EXPECT_TRUE(std::signbit(out[5])) << set->name;
+            odd.resize(6);
+            odd.resize(set->toInt32s(run, whole.data(), odd.data()));
+            EXPECT_EQ((std::vector<std::uint32_t>{1, 3}), odd) << set->name;
+            EXPECT_EQ(0, whole[0]);
+            EXPECT_EQ(0, whole[2]);
         }
-        text.push_back(size % 3 == 0 ? 'x' : 'y');
+    }
+}
+
+TEST(KernelsToDoubles, DoNotTakeASeparatorForASign)
+{
+    std::string text(32, '#');
+    text += "--5-";
+    const std::vector<std::uint32_t> ends = {32, 33, 35};
+    text = Padded(text);
+    const FieldRun run{text.data(), ends.data() + 1, 1, 0, 2, false, true};
+    for (const Set* set : AllSets()) {
+        std::vector<double> out(2, -1);
+        std::vector<std::uint32_t> odd(2);
+        ASSERT_EQ(0U, set->toDoubles(run, out.data(), odd.data())) << set->name;
+        EXPECT_EQ(0, out[0]);
+        EXPECT_FALSE(std::signbit(out[0])) << set->name;
+        EXPECT_EQ(5, out[1]);
+    }
+}
+
+TEST(KernelsToBooleans, KnowTheTrueWordsInAnyCase)
+{
+    const std::vector<std::string> trueWords = {
+        "1", "y", "Y", "t", "T", "yes", "YES", "yEs", "true", "TRUE", "tRuE"};
+    const std::vector<std::string> otherWords = {"",
+                                                 "0",
+                                                 "\x11",
+                                                 "n",
+                                                 "no",
+                                                 "ye",
+                                                 "yess",
+                                                 "tru",
+                                                 "tr",
+                                                 "true ",
+                                                 " 1",
+                                                 "11",
+                                                 "\x19",
+                                                 "true1",
+                                                 "TRUE\"",
+                                                 "\xF9",
+                                                 "ye\x13",
+                                                 "trve"};
+    std::vector<std::string> values = trueWords;
+    values.insert(values.end(), otherWords.begin(), otherWords.end());
+    for (const bool hasQuotes : {false, true}) {
+        std::vector<std::string> fields;
+        for (const std::string& value : values) {
+            fields.push_back(hasQuotes ? '"' + value + '"' : value);
+        }
+        const Column column(fields);
+        for (const Set* set : AllSets()) {
+            std::vector<std::uint8_t> out(values.size(), 7);
+            set->toBooleans(column.Run(hasQuotes), out.data());
+            for (std::size_t row = 0; row < values.size(); ++row) {
+                EXPECT_EQ(row < trueWords.size() ? 1 : 0, out[row])
+                    << set->name << " <" << values[row] << ">";
+            }
+        }
+    }
+}
+
+/// Copies with a kernel; what it leaves is appended here, so that all texts come in order.
+std::vector<std::string>
+CopyTexts(const Set& set, const FieldRun& run, bool takesHighBytes, std::vector<std::size_t>& left)
+{
+    std::vector<char> bytes(100000, '!');
+    std::vector<std::uint32_t> ends(run.rows);
+    TextTarget target{bytes.data(), 0, bytes.size(), ends.data(), 70, takesHighBytes};
+    std::size_t row = 0;
+    for (;;) {
+        row = set.appendTexts(run, row, target);
+        if (row == run.rows) {
+            break;
+        }
+        left.push_back(row);
+        ends[row] = static_cast<std::uint32_t>(target.size);
+        ++row;
+    }
+    std::vector<std::string> texts;
+    std::uint32_t begin = 0;
+    for (const std::uint32_t end : ends) {
+        texts.emplace_back(bytes.data() + begin, end - begin);
+        begin = end;
+    }
+    return texts;
+}
+
+TEST(KernelsAppendTexts, CopyWhatHasNoQuoteInIt)
+{
+    std::vector<std::string> values;
+    std::vector<std::string> expected;
+    std::vector<std::size_t> expectedLeft;
+    for (std::size_t size = 0; size <= 75; ++size) {
+        for (const char* const kind : {"plain", "quoted", "quoteLast", "quoteFirst", "high"}) {
+            const std::string name = kind;
+            std::string text(size, static_cast<char>('a' + size % 26));
+            if (name == "quoteLast" && size > 1) {
+                text.back() = '"';
+            } else if (name == "quoteFirst" && size > 1) {
+                text.insert(1, "\"\"");
+                text.resize(size);
+            } else if (name == "high" && size > 0) {
+                text.back() = '\xE9';
+            }
+            values.push_back(name == "quoted" ? '"' + text + '"' : text);
+            const bool isTaken = size <= 70 && text.find('"') == std::string::npos;
+            expected.push_back(isTaken ? text : "");
+            if (!isTaken) {
+                expectedLeft.push_back(values.size() - 1);
+            }
+        }
+    }
+    const Column column(values);
+    for (const Set* set : AllSets()) {
+        std::vector<std::size_t> left;
+        EXPECT_EQ(expected, CopyTexts(*set, column.Run(true), true, left)) << set->name;
+        EXPECT_EQ(expectedLeft, left) << set->name;
+    }
+}
+
+TEST(KernelsAppendTexts, LeaveHighBytesWhereTheyAreNotTaken)
+{
+    const std::string longText(40, 'x');
+    const Column column({"a", "\xC3\xA9", longText + "\x80", longText, "\x7F"});
+    for (const Set* set : AllSets()) {
+        std::vector<std::size_t> left;
+        const std::vector<std::string> expected = {"a", "", "", longText, "\x7F"};
+        EXPECT_EQ(expected, CopyTexts(*set, column.Run(false), false, left)) << set->name;
+        EXPECT_EQ((std::vector<std::size_t>{1, 2}), left) << set->name;
+    }
+}
+
+TEST(KernelsAppendTexts, WriteNothingBehindTheRoomThereIs)
+{
+    const Column column({"0123456789", "0123456789"});
+    for (const Set* set : AllSets()) {
+        std::vector<char> bytes(64, '!');
+        std::vector<std::uint32_t> ends(2);
+        TextTarget target{bytes.data(), 0, 45, ends.data(), 70, true};
+        EXPECT_EQ(1U, set->appendTexts(column.Run(false), 0, target)) << set->name;
+        EXPECT_EQ(10U, target.size) << set->name;
+        EXPECT_EQ(std::string(19, '!'), std::string(bytes.data() + 45, 19)) << set->name;
+    }
+}
+
+TEST(KernelsSurvey, AddsUpTextsOfEveryLength)
+{
+    for (std::size_t size = 0; size < 200; ++size) {
+        for (std::size_t place = 0; place <= size; ++place) {
+            std::string text(size, 'x');
+            if (place < size) {
+                text[place] = place % 3 == 0 ? '"' : (place % 3 == 1 ? '\r' : '\x80');
+            }
+            const std::string padded = text + "\"\r\x80";
+            for (const Set* set : AllSets()) {
+                Survey survey;
+                survey.quotes = 5;
+                set->survey(padded.data(), size, survey);
+                const bool isThere = place < size;
+                ASSERT_EQ(isThere && place % 3 == 0 ? 6U : 5U, survey.quotes) << set->name;
+                ASSERT_EQ(isThere && place % 3 == 1, survey.returns != 0) << set->name;
+                ASSERT_EQ(isThere && place % 3 == 2, survey.highBytes != 0) << set->name;
+            }
+        }
     }
 }
 
