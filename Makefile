@@ -1,8 +1,9 @@
 # The commands of the README; CMake does the work.
 FILE ?= examples/data/earthquakes.csv
 OUT ?=
+BENCH ?=
 
-.PHONY: help deps build import test asan lint format clean
+.PHONY: help deps build import test asan lint bench bench-instructions bench-programs format clean
 
 help:
 	@echo 'make import [FILE=in.csv] [OUT=out.gpkg]   install what is missing, build, import a file'
@@ -10,6 +11,8 @@ help:
 	@echo 'make test     build everything and run every test'
 	@echo 'make asan     the same tests under the address and undefined behaviour sanitizers'
 	@echo 'make lint     format check and clang-tidy'
+	@echo 'make bench    compare whole imports with other readers, report to bench/results'
+	@echo 'make bench-instructions   instructions a row, with Callgrind'
 
 deps:
 	@scripts/install-deps
@@ -33,6 +36,17 @@ asan: deps
 
 lint: deps
 	@scripts/lint
+
+bench: bench-programs
+	@bench/compare.py --save $(BENCH)
+
+bench-instructions: bench-programs
+	@bench/instructions.py $(BENCH)
+
+bench-programs: deps
+	@scripts/install-bench-deps
+	@cmake --preset release --log-level=WARNING
+	@cmake --build --preset release
 
 format:
 	@git ls-files '*.h' '*.inc' '*.cpp' | xargs clang-format-14 -i
