@@ -46,7 +46,7 @@ bench-instructions: bench-programs
 bench-programs: deps
 	@scripts/install-bench-deps
 	@cmake --preset release --log-level=WARNING
-	@cmake --build --preset release
+	@cmake --build --preset release --target bench/all
 
 format:
 	@git ls-files '*.h' '*.inc' '*.cpp' | xargs clang-format-14 -i

@@ -13,7 +13,7 @@ import pathlib
 import shlex
 import sys
 
-from compare_data import WORST_CASES, data_folder, make_datasets, make_files
+from compare_data import COMPARED, WORST_CASES, data_folder, make_datasets, make_files
 from compare_readers import ComparisonError, check_figures, find_readers, run_reader
 from compare_report import Results, describe_machine, machine_name, write_report
 
@@ -21,7 +21,6 @@ ROOT = pathlib.Path(__file__).resolve().parent.parent
 # Short runs are repeated within a round, so that a round's figure stands on enough time.
 REPEATS = {"A-few": 5, "D": 3, "wide-narrow": 5, "wide-wide": 5, **{kind: 3 for kind in WORST_CASES}}
 
-COMPARED = ["A", "B", "C", "D", "E"]
 # Data sets of the sets that only our reader runs.
 OURS = {
     "rows": ["A-few", "A-many"],
@@ -125,7 +124,7 @@ def main():
         if all(reader.missing for reader in readers):
             raise ComparisonError(f"nothing to run: {readers[0].missing}")
         datasets = make_datasets(arguments.quick)
-        data = data_folder(arguments.data, arguments.quick)
+        data = data_folder(arguments.data)
         results = Results(datasets, data)
         for set_name in arguments.sets:
             run_set(set_name, arguments, readers, datasets, data, results)

@@ -8,6 +8,7 @@ import subprocess
 from dataclasses import dataclass, field
 
 FOLDER = pathlib.Path(__file__).resolve().parent
+COMPARED = ("A", "B", "C", "D", "E")  # read by all readers; the others by ours alone
 ROWS_OF_A_SMALL_FILE = 200
 COLUMNS_NARROW = 10
 COLUMNS_WIDE = 640
@@ -27,12 +28,16 @@ class Dataset:
     files: int = 1
     columns: int = 0  # where cells are counted
 
+    def target(self, data):
+        """The file or folder that is generated; its name says all that the generator is told."""
+        name = "-".join([self.kind, *self.generator[1::2]])
+        return data / (name if self.kind == "D" else name + ".csv")
+
     def paths(self, data):
         """The files to read."""
-        path = data / self.key
         if self.kind == "D":
-            return [path / f"part{index}.csv" for index in range(self.files)]
-        return [path.with_name(self.key + ".csv")]
+            return [self.target(data) / f"part{index}.csv" for index in range(self.files)]
+        return [self.target(data)]
 
     def input_bytes(self, data):
         return sum(path.stat().st_size for path in self.paths(data))
@@ -82,15 +87,15 @@ def make_datasets(quick):
     return {dataset.key: dataset for dataset in datasets}
 
 
-def data_folder(root, quick):
-    """Where the files are: another folder for each version of the generator and each size."""
-    sources = b"".join((FOLDER / name).read_bytes() for name in ("Datasets.cpp", "Datasets.h", "compare_data.py"))
-    return root / f"{hashlib.sha256(sources).hexdigest()[:12]}{'-quick' if quick else ''}"
+def data_folder(root):
+    """Where the files are: another folder for each version of the generator."""
+    sources = b"".join((FOLDER / name).read_bytes() for name in ("Datasets.cpp", "Datasets.h"))
+    return root / hashlib.sha256(sources).hexdigest()[:12]
 
 
 def make_files(generator, dataset, data):
     """Generates the files that are not there yet, and brings all into the page cache."""
-    target = dataset.paths(data)[0] if dataset.kind != "D" else data / dataset.key
+    target = dataset.target(data)
     if not target.exists():
         data.mkdir(parents=True, exist_ok=True)
         part = target.with_name(target.name + f".part{os.getpid()}")

@@ -1,6 +1,7 @@
 """The report of the comparison: tables of figures, and the table of goals."""
 
 import datetime
+import os
 import pathlib
 import platform
 import re
@@ -8,7 +9,7 @@ import statistics
 import subprocess
 from dataclasses import dataclass
 
-from compare_data import WORST_CASES
+from compare_data import COMPARED, WORST_CASES
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 MEBIBYTE = 1 << 20
@@ -197,7 +198,8 @@ def goal_table(results, is_judged):
     for goal in make_goals(results):
         figure = f"{goal.figure:.3g}" if goal.values else "-"
         spread = f"{min(goal.values):.3g} to {max(goal.values):.3g}" if goal.values else "-"
-        rows.append([goal.text, f"{goal.must:g}", f"{goal.aim:g}", figure, spread, goal.verdict() if is_judged else "-", goal.note])
+        verdict = goal.verdict() if is_judged else "-"
+        rows.append([goal.text, f"{goal.must:g}", f"{goal.aim:g}", figure, spread, verdict, goal.note])
     return make_table(["goal", "must", "aim", "figure", "rounds", "met", "in detail"], rows)
 
 
@@ -239,8 +241,8 @@ def comparison_table(set_name, results, readers):
             ]
         ours = ("orvane", set_name)
         cells.append(median_of(results.ratios(set_name, (reader.name, set_name), ours)))
-        walls = results.ratios(set_name, (reader.name, set_name), ours, "wall_s") if reader.family != "from-chars" else []
-        cells.append(median_of(walls))
+        has_wall = reader.family != "from-chars"
+        cells.append(median_of(results.ratios(set_name, (reader.name, set_name), ours, "wall_s") if has_wall else []))
         rows.append(cells)
     time = "CPU us a file (best)" if dataset.files > 1 else "CPU s (best)"
     head = ["reader", time, "MB per CPU s (best)", "wall s (best)", "MB/s wall (best)", "peak MiB", "peak / input",
@@ -316,13 +318,15 @@ def describe_machine(arguments, command):
     memory = re.search(r"MemTotal:\s*(\d+)", pathlib.Path("/proc/meminfo").read_text(encoding="utf-8"))
     changed = subprocess.run(["git", "diff", "--quiet", "HEAD"], cwd=ROOT, capture_output=True).returncode != 0
     pages = pathlib.Path("/sys/kernel/mm/transparent_hugepage/enabled")
+    huge_pages = pages.read_text(encoding="utf-8").strip() if pages.exists() else "unknown"
+    commit = first_line(["git", "rev-parse", "--short", "HEAD"], ROOT) or "unknown"
     return {
         "date": datetime.date.today().isoformat(),
-        "processor": f"{cpu_model()}, {len(pathlib.Path('/proc/cpuinfo').read_text(encoding='utf-8').split('processor	:')) - 1} processors",
-        "memory": f"{int(memory.group(1)) / (1 << 20):.0f} GiB, huge pages {pages.read_text().strip() if pages.exists() else 'none'}",
+        "processor": f"{cpu_model()}, {os.cpu_count()} processors",
+        "memory": f"{int(memory.group(1)) / (1 << 20):.0f} GiB, huge pages {huge_pages}",
         "system": f"{platform.freedesktop_os_release().get('PRETTY_NAME', '')}, Linux {platform.release()}",
         "compiler": describe_compiler(arguments.bin.resolve()),
-        "sources": (first_line(["git", "rev-parse", "--short", "HEAD"], ROOT) or "unknown") + (", changed" if changed else ""),
+        "sources": commit + (", changed" if changed else ""),
         "command": f"`{command}`",
         "rounds": f"{arguments.warm_up} warm-up, {arguments.rounds} counted",
     }
@@ -348,7 +352,9 @@ def write_report(results, readers, arguments, machine):
     for set_name in arguments.sets:
         if not any(run_set == set_name for run_set, _, _ in results.rounds):
             continue
-        is_compared = set_name in results.datasets and any(key[:1] == (set_name,) and key[2] == set_name for key in results.rounds)
-        table = comparison_table(set_name, results, readers) if is_compared and set_name != "quoted" else own_table(set_name, results)
+        if set_name in COMPARED:
+            table = comparison_table(set_name, results, readers)
+        else:
+            table = own_table(set_name, results)
         pieces.append("\n" + table)
     return "".join(pieces)

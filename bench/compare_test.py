@@ -87,7 +87,8 @@ class Results(unittest.TestCase):
     def add(self, set_name, reader, key, seconds):
         for index, value in enumerate(seconds):
             figures = dict.fromkeys(("visit_cpu_s", "kept_bytes", "peak_bytes", "resident_after_bytes"), 0)
-            self.results.add(set_name, reader, key, index, [{**figures, "raw_bytes": 1, "cpu_s": value, "wall_s": value}])
+            figures |= {"raw_bytes": 1, "cpu_s": value, "wall_s": value}
+            self.results.add(set_name, reader, key, index, [figures])
 
     def test_pairs_the_runs_of_one_round(self):
         self.add("A", OURS, "A", [1.0, 2.0, 4.0])
