@@ -268,7 +268,7 @@ SplitLine(const QString& line, const Separator& separator, const std::vector<int
     if (!separator.pattern.isValid()) {
         qsizetype position = 0;
         for (const int width : widths) {
-            if (position >= line.size()) {
+            if (position < 0 || position >= line.size()) {
                 break;
             }
             fields.append(line.mid(position, width));
