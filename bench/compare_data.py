@@ -9,9 +9,15 @@ from dataclasses import dataclass, field
 
 FOLDER = pathlib.Path(__file__).resolve().parent
 COMPARED = ("A", "B", "C", "D", "E")  # read by all readers; the others by ours alone
-ROWS_OF_A_SMALL_FILE = 200
+ROWS_D = 200  # of each file
+COLUMNS_A = 7
+DOUBLES_A = 4
+COLUMNS_B = 9
+COLUMNS_C = 60
 COLUMNS_NARROW = 10
 COLUMNS_WIDE = 640
+COLUMNS_WORST = 3
+# The rows that are to be found: a line of separators and blank lines are none.
 WORST_CASES = {"separators": 2, "quotes": 3, "breaks": 3, "blanks": 2}
 
 
@@ -22,11 +28,11 @@ class Dataset:
     key: str  # what it is called here: "A", "A-4000000"
     kind: str  # the generator's name for it
     rows: int  # that a reader must find
+    columns: int  # that a preview must show
     generator: tuple = ()  # arguments of the generator
     axes: dict = field(default_factory=dict, hash=False)  # axis to column name
     options: tuple = ()  # what our reader is told
     files: int = 1
-    columns: int = 0  # where cells are counted
 
     def target(self, data):
         """The file or folder that is generated; its name says all that the generator is told."""
@@ -45,6 +51,7 @@ class Dataset:
 
 NAMES = "FIRST_LINE_COLUMN_NAMES=true"
 XYZ = {"x": "x", "y": "y", "z": "z"}
+XY = {"x": "x", "y": "y"}
 XYZ_OPTIONS = ("X_COLUMN=1", "Y_COLUMN=2", "Z_COLUMN=3", NAMES)
 TEXT_OPTIONS = ("X_COLUMN=2", "Y_COLUMN=3", "CODEC=UTF-8", NAMES)
 FIRST_TWO = {"x": "c0", "y": "c1"}
@@ -58,15 +65,15 @@ def make_datasets(quick):
         return small if quick else full
 
     def points(key, kind, rows):
-        return Dataset(key, kind, rows, ("--rows", str(rows)), XYZ, XYZ_OPTIONS)
+        return Dataset(key, kind, rows, COLUMNS_A, ("--rows", str(rows)), XYZ, XYZ_OPTIONS)
 
     def texts(key, rows):
-        return Dataset(key, key, rows, ("--rows", str(rows)), {"x": "x", "y": "y"}, TEXT_OPTIONS)
+        return Dataset(key, key, rows, COLUMNS_B, ("--rows", str(rows)), XY, TEXT_OPTIONS)
 
     def wide(key, columns):
         rows = size(2_000_000, 12_800) // columns
         generator = ("--columns", str(columns), "--rows", str(rows))
-        return Dataset(key, "wide", rows, generator, FIRST_TWO, FIRST_TWO_OPTIONS, columns=columns)
+        return Dataset(key, "wide", rows, columns, generator, FIRST_TWO, FIRST_TWO_OPTIONS)
 
     rows_c = size(200_000, 200)
     files = size(1000, 5)
@@ -74,8 +81,8 @@ def make_datasets(quick):
     datasets = [
         points("A", "A", size(2_000_000, 2000)),
         texts("B", size(1_000_000, 1000)),
-        Dataset("C", "C", rows_c, ("--rows", str(rows_c)), FIRST_TWO, FIRST_TWO_OPTIONS, columns=60),
-        Dataset("D", "D", files * ROWS_OF_A_SMALL_FILE, ("--files", str(files)), XYZ, XYZ_OPTIONS, files),
+        Dataset("C", "C", rows_c, COLUMNS_C, ("--rows", str(rows_c)), FIRST_TWO, FIRST_TWO_OPTIONS),
+        Dataset("D", "D", files * ROWS_D, COLUMNS_A, ("--files", str(files)), XYZ, XYZ_OPTIONS, files),
         texts("E", size(150_000, 300)),
         points("quoted", "quoted", size(2_000_000, 2000)),
         points("A-few", "A", size(250_000, 500)),
@@ -83,7 +90,9 @@ def make_datasets(quick):
         wide("wide-narrow", COLUMNS_NARROW),
         wide("wide-wide", COLUMNS_WIDE),
     ]
-    datasets += [Dataset(kind, kind, rows, ("--bytes", worst_bytes)) for kind, rows in WORST_CASES.items()]
+    datasets += [
+        Dataset(kind, kind, rows, COLUMNS_WORST, ("--bytes", worst_bytes)) for kind, rows in WORST_CASES.items()
+    ]
     return {dataset.key: dataset for dataset in datasets}
 
 

@@ -7,6 +7,8 @@ import shutil
 import subprocess
 from dataclasses import dataclass
 
+from compare_data import DOUBLES_A
+
 FOLDER = pathlib.Path(__file__).resolve().parent
 EXACT = 1e-9  # sums are added up in another order
 ROUNDED = 1e-6  # readers that do not round every number correctly
@@ -168,17 +170,21 @@ def run_reader(reader, dataset, data, processors):
 
 
 def check_figures(reader, dataset, figures, reference):
-    """Holds rows against the data set, and sums against those of another reader.
+    """Holds counts against the data set, and sums against those of another reader.
 
     @param reference a reader's name and its figures, or None for the first one
     @throws ComparisonError that names both readers and what differs
     """
-    if reader.family == "from-chars" or "rows" not in figures:
-        return
     where = f"{reader.name} on {dataset.key}"
-    if figures["rows"] != dataset.rows:
-        raise ComparisonError(f"{where}: {figures['rows']:.0f} rows instead of {dataset.rows}")
-    if reference is None:
+    expected = {"rows": dataset.rows}
+    if reader.family == "from-chars":
+        expected = {"numbers": dataset.rows * DOUBLES_A}
+    elif reader.name == "orvane-preview":
+        expected = {"columns": dataset.columns}
+    for key, count in expected.items():
+        if figures[key] != count:
+            raise ComparisonError(f"{where}: {figures[key]:.0f} {key} instead of {count}")
+    if reference is None or "rows" not in expected:
         return
     name, expected = reference
     for axis in dataset.axes:

@@ -275,7 +275,7 @@ def own_table(set_name, results):
             f"{cpu * 1e3:.2f} ({best * 1e3:.2f})",
             f"{statistics.median(figures['wall_s'] for figures in rounds) * 1e3:.2f}",
             f"{cpu * 1e9 / dataset.rows:.1f}" if is_measured_by_row else "-",
-            f"{cpu * 1e9 / cells:.1f}" if is_measured_by_row and cells else "-",
+            f"{cpu * 1e9 / cells:.1f}" if is_measured_by_row else "-",
             f"{kept:.1f}",
             f"{statistics.median(beyond):.1f}",
         ])

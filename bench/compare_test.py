@@ -39,6 +39,16 @@ class CheckFigures(unittest.TestCase):
         with self.assertRaisesRegex(ComparisonError, "orvane on A: 1 rows instead of 2000"):
             check_figures(OURS, A, {**FIGURES, "rows": 1}, None)
 
+    def test_refuses_another_number_of_columns_or_numbers(self):
+        preview = dataclasses.replace(OURS, name="orvane-preview")
+        with self.assertRaisesRegex(ComparisonError, "orvane-preview on A: 6 columns instead of 7"):
+            check_figures(preview, A, {"columns": 6}, None)
+        check_figures(preview, A, {"columns": 7}, None)
+        from_chars = dataclasses.replace(EXACT, family="from-chars")
+        with self.assertRaisesRegex(ComparisonError, "7999 numbers instead of 8000"):
+            check_figures(from_chars, A, {"numbers": 7999}, None)
+        check_figures(from_chars, A, {"numbers": 8000}, None)
+
     def test_refuses_another_sum_of_each_axis(self):
         for axis in ("sum_x", "sum_y", "sum_z"):
             with self.assertRaisesRegex(ComparisonError, f"{axis} is .* of orvane"):
