@@ -608,6 +608,26 @@ QStringList PartsApart(QString rest)
     return parts;
 }
 
+/// Whether a final S that touches the digits of a third part closes the seconds: the minutes are
+/// closed by m in the same case, or a sign in front leaves no room for a hemisphere and the s is
+/// lower case or the minutes are closed by a sign or letter.
+bool SClosesSeconds(const QString& text, bool hasSignInFront)
+{
+    static const QRegularExpression kThreeParts(
+        QStringLiteral("\\A[^0-9.]*[0-9.]+[^0-9.]+[0-9.]+([^0-9.]+)[0-9.]+([sS])\\z"));
+    const QRegularExpressionMatch match = kThreeParts.match(text);
+    if (!match.hasMatch()) {
+        return false;
+    }
+    const QString closing = (QStringLiteral(" ") + match.captured(1)).trimmed().right(1);
+    const bool isLowerCase = match.captured(2) == QLatin1String("s");
+    if (closing == (isLowerCase ? QLatin1String("m") : QLatin1String("M"))) {
+        return true;
+    }
+    const bool hasMark = !closing.isEmpty() && QStringLiteral("mM'\u2019\u2032").contains(closing);
+    return hasSignInFront && (isLowerCase || hasMark);
+}
+
 /// An angle written by people, in decimal degrees.
 double FormattedDegrees(const QString& format, const QString& text)
 {
@@ -639,7 +659,8 @@ double FormattedDegrees(const QString& format, const QString& text)
         isNegative = QStringLiteral("swSW").contains(rest.front());
         rest.remove(0, 1);
     }
-    if (!rest.isEmpty() && isHemisphere(rest.back())) {
+    const bool closesSeconds = !isPacked && SClosesSeconds(rest, isSigned || letters > 0);
+    if (!rest.isEmpty() && isHemisphere(rest.back()) && !closesSeconds) {
         letters += 1;
         isNegative = QStringLiteral("swSW").contains(rest.back());
         rest.chop(1);
