@@ -60,6 +60,7 @@ def parse_arguments():
     parser.add_argument("--save", action="store_true", help="report to bench/results/<date>-<machine>.md")
     parser.add_argument("--machine", default=machine_name(), help="name of this machine in the report's file name")
     arguments = parser.parse_args()
+    arguments.load = os.getloadavg()[0]
     for name in arguments.sets:
         if name not in SETS:
             parser.error(f"there is no set '{name}'")
