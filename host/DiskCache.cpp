@@ -42,6 +42,12 @@ std::uint64_t GetFreeDisk(const std::string& folder)
     return error ? 0 : space.available;
 }
 
+/// Path of the cache file but for its ending.
+std::string CacheBaseName(const std::string& folder)
+{
+    return folder + "/orvane-layer";
+}
+
 std::string GetDefaultFolder()
 {
     const char* given = std::getenv("TMPDIR");
@@ -50,6 +56,19 @@ std::string GetDefaultFolder()
     }
     // Pages that are to leave memory would stay in it.
     return IsKeptInMemory("/tmp") && access("/var/tmp", W_OK | X_OK) == 0 ? "/var/tmp" : "/tmp";
+}
+
+/// @return the error number, 0 when a file can be made in the folder; it is gone again
+int TryToMakeFile(const fs::path& folder)
+{
+    std::string name = CacheBaseName(folder.native()) + ".XXXXXX";
+    const int descriptor = mkstemp(name.data());
+    if (descriptor == -1) {
+        return errno;
+    }
+    unlink(name.c_str());
+    close(descriptor);
+    return 0;
 }
 
 std::string DescribeBytes(std::uint64_t bytes)
@@ -102,7 +121,7 @@ ChooseByMemory(std::uint64_t layerBytes, std::uint64_t freeMemory, const std::st
     if (place == EPagePlace::Disk) {
         note += "its pages go to a file in " + TerminalText::Escape(folder) +
                 " (--no-disk-cache keeps them in memory)";
-        return {true, folder + "/orvane-layer", note};
+        return {true, CacheBaseName(folder), note};
     }
     note += folder.empty() ? "there is no folder for its pages"
                            : "there is no room for its pages in " + TerminalText::Escape(folder) +
@@ -135,8 +154,8 @@ std::string FindCacheFolder(const std::string& given)
     if (!fs::is_directory(status)) {
         fail("It is no folder.");
     }
-    if (access(folder.c_str(), W_OK | X_OK) != 0) {
-        fail(std::generic_category().message(errno) + ".");
+    if (const int number = TryToMakeFile(folder); number != 0) {
+        fail(std::generic_category().message(number) + ".");
     }
     return folder.native();
 }
@@ -215,7 +234,7 @@ DiskCacheChoice DiskCache::Choose(Orvane::BDataManagerProxy& proxy,
                                   const Orvane::BParamList& params) const
 {
     if (m_arguments.mode == DiskCacheArguments::EMode::Always) {
-        return {true, m_folder + "/orvane-layer", {}};
+        return {true, CacheBaseName(m_folder), {}};
     }
     if (m_arguments.mode == DiskCacheArguments::EMode::Never) {
         return {};

@@ -24,6 +24,7 @@
 #include <limits>
 #include <optional>
 #include <string_view>
+#include <system_error>
 
 namespace OrvaneHost {
 
@@ -33,6 +34,8 @@ using Orvane::EColumnStorage;
 using Orvane::EVariantType;
 
 constexpr std::size_t kRowsPerTransaction = 65536;
+/// Memory for the pages of a GeoPackage: its spatial index takes points in any order.
+constexpr const char* kSqliteMegabytes = "64";
 constexpr std::size_t kRowsPerProgress = 4096;
 
 constexpr ExportFormat kFormats[] = {
@@ -97,6 +100,12 @@ public:
     }
 
     ~ConfigScope() { CPLSetThreadLocalConfigOption(m_key, nullptr); }
+
+    /// The user's own setting, as from the environment, or `otherwise`.
+    static const char* GetOr(const char* key, const char* otherwise)
+    {
+        return CPLGetConfigOption(key, otherwise);
+    }
 
     ConfigScope(const ConfigScope&) = delete;
     ConfigScope& operator=(const ConfigScope&) = delete;
@@ -488,6 +497,7 @@ public:
         , m_hasHeights(request.counts.withHeight > 0)
         , m_synchronous("OGR_SQLITE_SYNCHRONOUS", "OFF")
         , m_journal("OGR_SQLITE_JOURNAL", "OFF")
+        , m_cache("OGR_SQLITE_CACHE", ConfigScope::GetOr("OGR_SQLITE_CACHE", kSqliteMegabytes))
     {}
 
     std::vector<std::string> Run()
@@ -662,7 +672,23 @@ private:
         m_layer = nullptr;
         m_dataset.reset();
         Check(true, "Ending the file");
+        if (Is("FlatGeobuf")) {
+            RemoveSideFiles();
+        }
         m_request.progress(m_request.layer.GetFeatures().GetCount());
+    }
+
+    /// The format is one file. What its driver puts aside while it sorts stays when it lies in a
+    /// file system of this program: GDAL 3.6 does not pass its removal on.
+    void RemoveSideFiles() const
+    {
+        std::error_code error;
+        for (const auto& entry :
+             std::filesystem::directory_iterator(m_request.file.parent_path(), error)) {
+            if (entry.path() != m_request.file) {
+                std::filesystem::remove(entry.path(), error);
+            }
+        }
     }
 
     [[nodiscard]] std::vector<std::string> MakeNotes() const
@@ -704,6 +730,7 @@ private:
     bool m_hasTransactions = false;
     ConfigScope m_synchronous;
     ConfigScope m_journal;
+    ConfigScope m_cache;
     GdalMessages m_messages; ///< before the dataset, so that closing it reports here too
     std::unique_ptr<GDALDataset, DatasetCloser> m_dataset;
     OGRLayer* m_layer = nullptr; ///< owned by the dataset

@@ -46,7 +46,8 @@ struct ExportRequest
     const Orvane::BVectorLayer& layer;
     const LayerCounts& counts;
     const ExportFormat& format;
-    std::filesystem::path file; ///< absolute; its folder may be used for more files
+    /// Absolute. Its folder holds nothing else and may be used for more files.
+    std::filesystem::path file;
     std::shared_ptr<OGRSpatialReference> coordSys;
     /// Called every few thousand rows with the rows written; throws to stop the export.
     std::function<void(std::size_t)> progress;

@@ -4,6 +4,7 @@ import glob
 import json
 import math
 import os
+import re
 import resource
 import shutil
 import signal
@@ -723,6 +724,197 @@ class ImportTest(CliTest):
         self.assert_folder("s.csv", "old.gpkg", "link.gpkg")
 
 
+class DiskCacheTest(CliTest):
+    """Layers that keep their pages in a file: --disk-cache and what switches it on by itself."""
+
+    ROWS = 40000  # more than two pages
+
+    def setUp(self):
+        super().setUp()
+        os.mkdir(self.path("cache"))
+
+    def write_rows(self, name, count):
+        texts = ("", "plain", "\u00e9t\u00e9", '"a ""quoted"" one, with a comma"', "\u20ac \U0001f600")
+        lines = ["x,y,z,name,count,flag\n"]
+        for row in range(count):
+            z = "" if row % 7 == 0 else str(row / 8)
+            x = "" if row % 11 == 0 else str(row / 1000)
+            flag = "true" if row % 3 else "false"
+            lines.append(f"{x},{row / -700},{z},{texts[row % 5]},{row * 3},{flag}\n")
+        return self.write(name, "".join(lines))
+
+    def assert_cache_empty(self):
+        self.assertEqual(os.listdir(self.path("cache")), [])
+
+    def test_the_output_is_that_of_a_layer_in_memory(self):
+        self.write_rows("rows.csv", self.ROWS)
+        arguments = ("--z", "z", "-o", "CODEC=UTF-8")
+        for extension in ("csv", "geojsonl", "fgb", "shp"):
+            with self.subTest(extension=extension):
+                disk = self.run_orvane(
+                    "import", "rows.csv", "disk." + extension, "--disk-cache=cache", *arguments)
+                memory = self.run_orvane(
+                    "import", "rows.csv", "memory." + extension, "--no-disk-cache", *arguments)
+                self.assertEqual((disk.status, memory.status), (0, 0), disk.err + memory.err)
+                self.assertEqual(disk.err, memory.err)
+                self.assertEqual(self.content("disk." + extension),
+                                 self.content("memory." + extension))
+        self.succeed("import", "rows.csv", "disk.gpkg", "--disk-cache=cache", *arguments)
+        self.succeed("import", "rows.csv", "memory.gpkg", *arguments)
+        self.assertEqual(self.dump("disk.gpkg"), self.dump("memory.gpkg"))
+        self.assert_cache_empty()
+
+    def test_reads_the_same_layer(self):
+        self.write_rows("rows.csv", self.ROWS)
+        options = ("-o", "X_COLUMN=0", "-o", "Y_COLUMN=1", "-o", "FIRST_LINE_COLUMN_NAMES=true")
+        for form in ((), ("--json",)):
+            disk = self.succeed("read", "rows.csv", *options, "--disk-cache=cache", *form)
+            self.assertEqual(disk.out, self.succeed("read", "rows.csv", *options, *form).out)
+        self.assert_cache_empty()
+
+    def test_takes_no_word_behind_it_for_the_folder(self):
+        self.write("s.csv", STATIONS)
+        self.succeed("import", "--disk-cache", "s.csv", "out.csv")
+        self.assert_folder("cache", "out.csv", "s.csv")
+
+    def test_a_folder_that_can_not_be_used_is_told_before_anything_is_read(self):
+        self.write("file", "")
+        line = "orvane: Could not keep the disk cache in <{}>. (DiskCache) {}"
+        cases = (
+            ("--disk-cache=missing", "missing", "The folder does not exist."),
+            ("--disk-cache=file", "file", "It is no folder."),
+            ("--disk-cache", "gone", "The folder does not exist."),
+        )
+        environment = dict(os.environ, TMPDIR="gone")
+        for command in ("read", "import"):
+            for argument, name, reason in cases:
+                with self.subTest(command=command, argument=argument):
+                    # The input does not exist either; that is not come to.
+                    result = self.run_orvane(
+                        command, "missing.csv", argument, env=environment)
+                    self.assert_failure(result, 1, line.format(name, reason))
+        self.assert_folder("cache", "file")
+
+    def test_wrong_usage_is_status_2(self):
+        self.write("s.csv", STATIONS)
+        for arguments in (["import", "s.csv", "--disk-cache", "--no-disk-cache"],
+                          ["import", "s.csv", "--no-disk-cache=cache2"],
+                          ["read", "s.csv", "--no-disk-cache"],
+                          ["preview", "s.csv", "--disk-cache"]):
+            with self.subTest(arguments=arguments):
+                result = self.run_orvane(*arguments)
+                self.assertEqual((result.status, result.out), (2, ""))
+        self.assert_folder("cache", "s.csv")
+
+    def test_a_full_disk_is_one_line_and_leaves_nothing(self):
+        self.write_rows("rows.csv", self.ROWS)
+        self.write("out.csv", "old")
+
+        def limit():
+            resource.setrlimit(resource.RLIMIT_FSIZE, (300000, 300000))
+
+        for command in (["import", "rows.csv", "out.csv"], ["read", "rows.csv", "-o", "X_COLUMN=0",
+                                                            "-o", "Y_COLUMN=1", "-o",
+                                                            "FIRST_LINE_COLUMN_NAMES=true"]):
+            with self.subTest(command=command):
+                result = self.run_orvane(*command, "--disk-cache=cache", preexec_fn=limit)
+                self.assertEqual((result.status, result.out), (1, ""))
+                self.assertRegex(
+                    result.err,
+                    r"^orvane: Could not write the disk cache file\. \(BFeatureCollection::WritePage\) "
+                    + re.escape(self.path("cache/orvane-layer.")) + r"\w{6}: File too large\n$")
+                self.assert_cache_empty()
+        self.assertEqual(self.content("out.csv"), b"old")
+        self.assert_folder("cache", "out.csv", "rows.csv")
+
+    def test_a_folder_that_goes_while_reading_is_told(self):
+        self.write("million-loses-folder.csv", "1\n")
+        result = self.run_orvane(
+            "import", "million-loses-folder.csv", "out.csv", "--disk-cache=cache", "--plugin", FAKE)
+        self.assert_failure(
+            result, 1,
+            "orvane: Could not create the disk cache file. (BFeatureCollection::WritePage) "
+            + self.path("cache/orvane-layer") + ": No such file or directory")
+        self.assert_folder("million-loses-folder.csv")
+
+    def test_a_signal_while_reading_leaves_nothing(self):
+        self.write("endless-million.csv", "1\n")
+        process = subprocess.Popen(
+            [PROGRAM, "import", "endless-million.csv", "out.csv", "--disk-cache=cache",
+             "--plugin", FAKE],
+            cwd=self.folder, stdout=subprocess.PIPE, stderr=subprocess.PIPE,
+            stdin=subprocess.DEVNULL, text=True,
+            env=dict(os.environ, ORVANE_FAKE_MARK=self.path("mark")))
+        self.addCleanup(process.kill)
+        deadline = time.monotonic() + 120
+        while not os.path.exists(self.path("mark")):
+            self.assertIsNone(process.poll(), "the program ended too early")
+            self.assertLess(time.monotonic(), deadline)
+            time.sleep(0.001)
+        # Its pages are on the disk by now, under no name.
+        self.assert_cache_empty()
+        opened = [os.readlink(name) for name in glob.glob(f"/proc/{process.pid}/fd/*")]
+        self.assertTrue(any(name.startswith(self.path("cache")) for name in opened), opened)
+        process.send_signal(signal.SIGINT)
+        out, err = process.communicate(timeout=120)
+        self.assertEqual((process.returncode, out, err), (1, "", SignalsTest.LINE))
+        self.assert_cache_empty()
+        self.assert_folder("cache", "endless-million.csv", "mark")
+
+    def mapped_bytes(self):
+        """What the program has mapped when it opens a file."""
+        self.write("slow-open.csv", "1\n")
+        process = subprocess.Popen(
+            [PROGRAM, "read", "slow-open.csv", "--plugin", FAKE], cwd=self.folder,
+            stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
+            env=dict(os.environ, ORVANE_FAKE_MARK=self.path("mark")))
+        try:
+            while not os.path.exists(self.path("mark")):
+                self.assertIsNone(process.poll(), "the program ended too early")
+                time.sleep(0.001)
+            with open(f"/proc/{process.pid}/status", encoding="ascii") as status:
+                return int(re.search(r"VmSize:\s*(\d+) kB", status.read())[1]) * 1024
+        finally:
+            process.kill()
+            process.wait()
+
+    def test_goes_to_disk_by_itself_when_memory_is_short_and_says_so(self):
+        # Rows of empty whole numbers: a byte of the file takes four in memory, and is estimated at
+        # eight, so that the layer in memory fits all the same.
+        columns = 200
+        lines = ["x,y" + "".join(f",n{index}" for index in range(columns))]
+        lines += ["1,2" + ",1" * columns] * 200 + ["1,2" + "," * columns] * 60000
+        self.write("wide.csv", "\n".join(lines) + "\n")
+        limit = self.mapped_bytes() + (160 << 20)
+        needed = (r"^orvane: note: the layer may take \d+ MiB, more than half of the \d+ MiB of memory "
+                  r"that are free; ")
+
+        def run(out, folder, *arguments):
+            result = self.run_orvane(
+                "import", "wide.csv", out, *arguments, env=dict(os.environ, TMPDIR=folder),
+                preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_AS, (limit, limit)))
+            self.assertEqual(result.status, 0, result.err)
+            return result
+
+        cache = self.path("cache")
+        self.assertRegex(
+            run("disk.csv", cache).err,
+            needed + "its pages go to a file in " + re.escape(cache)
+            + r" \(--no-disk-cache keeps them in memory\)\n$")
+        self.assertRegex(
+            run("no-folder.csv", self.path("missing")).err,
+            needed + r"there is no folder for its pages, so that they stay in memory "
+            r"\(--disk-cache=DIR takes another folder\)\n$")
+        # Who says what is wanted is told nothing.
+        self.assertEqual(run("memory.csv", cache, "--no-disk-cache").err, "")
+        self.assertEqual(run("asked.csv", cache, "--disk-cache").err, "")
+        for name in ("no-folder.csv", "memory.csv", "asked.csv"):
+            self.assertEqual(self.content(name), self.content("disk.csv"))
+        self.assert_cache_empty()
+        # MAX_RECORDS makes the layer small.
+        self.assertEqual(run("few.csv", cache, "-o", "MAX_RECORDS=1000").err, "")
+
+
 class ImportColumnsTest(CliTest):
     def columns_of(self, header, *arguments):
         count = len(header.split(","))
@@ -862,6 +1054,7 @@ class ImportFormatsTest(CliTest):
             (result.status, result.err),
             (0, "orvane: note: 1 rows without geometry are not in the file: its format can not hold them\n"))
         self.assertEqual(len(self.dump("out.fgb")["features"]), 2)
+        self.assert_folder("out.fgb", "s.csv")
 
     def test_names_are_made_to_fit_and_reported(self):
         self.write("s.csv", "x,y,a long column name,a long column too,A,a,\n1,2,3,4,5,6,7\n")

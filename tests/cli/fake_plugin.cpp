@@ -7,6 +7,7 @@
 
 #include <chrono>
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <limits>
 #include <new>
@@ -178,7 +179,13 @@ protected:
             Mark();
             std::this_thread::sleep_for(std::chrono::seconds(60));
         }
-        m_layer = Orvane::MakeShared<Orvane::BVectorLayer>();
+        if (is(u"loses-folder")) {
+            std::filesystem::remove(
+                std::filesystem::path(GetDiskCacheBaseName().ToUtf8()).parent_path());
+        }
+        m_layer = UsingDiskCache() ? Orvane::MakeShared<Orvane::BVectorLayer>(
+                                         GetDiskCacheBaseName(), GetDiskCachePageSize())
+                                   : Orvane::MakeShared<Orvane::BVectorLayer>();
         m_layer->SetName("fake");
         GetLayers().Add(m_layer);
         m_isOpen = true;
@@ -192,6 +199,12 @@ protected:
     void DoRead() override
     {
         unsigned count = 0;
+        if (m_rows > 0) {
+            Orvane::BFeatureAppender appender(m_layer->GetFeatures(), {});
+            for (; count < m_rows; ++count) {
+                appender.EndRow(Orvane::EPointKind::XY, count, count, 0, count + 1);
+            }
+        }
         Mark();
         for (; m_isEndless; ++count) {
             if (GetProgress()->ShouldReport(count, 0) && !GetProgress()->Report(count, 0)) {
@@ -200,12 +213,6 @@ protected:
         }
         if (m_isOdd) {
             FillOddValues(*m_layer);
-        }
-        if (m_rows > 0) {
-            Orvane::BFeatureAppender appender(m_layer->GetFeatures(), {});
-            for (; count < m_rows; ++count) {
-                appender.EndRow(Orvane::EPointKind::XY, count, count, 0, count + 1);
-            }
         }
         if (!GetProgress()->Report(count, 0)) {
             SetStatus(Orvane::EManagerStatus::kCancelled);
