@@ -883,7 +883,7 @@ class DiskCacheTest(CliTest):
         # eight, so that the layer in memory fits all the same.
         columns = 200
         lines = ["x,y" + "".join(f",n{index}" for index in range(columns))]
-        lines += ["1,2" + ",1" * columns] * 200 + ["1,2" + "," * columns] * 60000
+        lines += ["1,2" + ",7" * columns] * 200 + ["1,2" + "," * columns] * 60000
         self.write("wide.csv", "\n".join(lines) + "\n")
         limit = self.mapped_bytes() + (160 << 20)
         needed = (r"^orvane: note: the layer may take \d+ MiB, more than half of the \d+ MiB of memory "
