@@ -523,9 +523,7 @@ std::size_t LayerFill::AppendOddText(std::string_view part, Orvane::BTextArray& 
         Orvane::AppendText(texts, AsBytes(wide), Orvane::ETextEncoding::Utf16);
         return wide.size();
     }
-    const bool isAscii = m_indexState.highBytes == 0;
-    Orvane::AppendText(
-        texts, field, isAscii ? Orvane::ETextEncoding::Ascii : ToEncoding(m_block.unit));
+    Orvane::AppendText(texts, field, ToEncoding(m_block.unit));
     return CountUtf16Units(field, m_block.unit);
 }
 

@@ -84,6 +84,13 @@ bool IsTrimmedUnit(Unit unit) noexcept
     return unit == Unit(' ') || (unit >= Unit('\t') && unit <= Unit('\r'));
 }
 
+/// What CheckUtf8 says, quicker for valid bytes.
+Utf8Check FindUtf8End(std::string_view bytes) noexcept
+{
+    const std::size_t size = bytes.size() - CountIncompleteTail(bytes);
+    return Kernels::Best().isUtf8(bytes.data(), size) ? Utf8Check{size, true} : CheckUtf8(bytes);
+}
+
 } // namespace
 
 LineSource::LineSource(std::size_t blockSize)
@@ -392,7 +399,9 @@ std::size_t LineSource::ReadBytes()
     const std::size_t wanted =
         std::min(m_blockSize, std::max<std::size_t>(static_cast<std::size_t>(left), 4096));
     m_bytes.Resize(kept);
+    const std::size_t oldCapacity = m_bytes.GetCapacity();
     m_bytes.ReserveMore(wanted + Kernels::kPadding);
+    const bool isNewMemory = m_bytes.GetCapacity() != oldCapacity;
     // In pieces that stay in the processor's cache while they are looked through.
     m_survey = Kernels::Survey();
     std::size_t got = 0;
@@ -401,6 +410,9 @@ std::size_t LineSource::ReadBytes()
     do {
         asked = std::min(kPieceBytes, wanted - got);
         char* const to = m_bytes.Data() + kept + got;
+        if (isNewMemory) {
+            Orvane::PrefaultMemory(to, asked);
+        }
         const qint64 answer = m_device->read(to, static_cast<qint64>(asked));
         if (answer < 0 && got == 0) {
             throw BException(BString::Format("Could not read from the file <%ls>.",
@@ -442,7 +454,7 @@ void LineSource::DecodeUtf8(bool isLast)
     const std::size_t begin = m_textSize;
     const std::string_view fresh(m_bytes.Data() + begin, m_bytes.GetSize() - begin);
     const bool isAscii = m_undecoded == 0 && m_survey.highBytes == 0;
-    const Utf8Check check = isAscii ? Utf8Check{fresh.size(), true} : CheckUtf8(fresh);
+    const Utf8Check check = isAscii ? Utf8Check{fresh.size(), true} : FindUtf8End(fresh);
     const bool isIncomplete = check.validSize < fresh.size();
     if (!check.isValidSoFar || (isIncomplete && isLast)) {
         m_undecodedBytes = fresh;

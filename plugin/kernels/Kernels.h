@@ -21,10 +21,9 @@ struct Structure
 /// What the index carries from one run of bytes to the next; a new one stands at a line's start.
 struct IndexState
 {
-    std::uint64_t inQuotes = 0;  ///< all ones inside quotes, else 0
-    std::uint64_t afterCr = 0;   ///< 1 behind a "\r", else 0
-    std::uint64_t highBytes = 0; ///< not 0 once a byte of 0x80 or more was seen
-    std::size_t lineEnds = 0;    ///< line ends among the positions written
+    std::uint64_t inQuotes = 0; ///< all ones inside quotes, else 0
+    std::uint64_t afterCr = 0;  ///< 1 behind a "\r", else 0
+    std::size_t lineEnds = 0;   ///< line ends among the positions written
 };
 
 /// The fields of one column over a run of rows, as positions in the text.
@@ -97,6 +96,9 @@ struct Set
 
     /// Adds what text[0, size) holds.
     void (*survey)(const char* text, std::size_t size, Survey& survey);
+
+    /// Whether the bytes are valid UTF-8 to the last one.
+    bool (*isUtf8)(const char* text, std::size_t size);
 
     const char* name;
 };

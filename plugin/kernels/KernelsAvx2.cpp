@@ -78,10 +78,153 @@ std::uint32_t LowestBit(std::uint64_t mask)
 
 #include "kernels/ConvertSse41.inc"
 #include "kernels/KernelBody.inc"
+#include "kernels/Utf8Sse41.inc"
+
+/// kPowersOfTen by the place of the point among sixteen bytes; 16 for none.
+struct PointPowers
+{
+    double values[17];
+};
+
+constexpr PointPowers MakePointPowers()
+{
+    PointPowers powers{};
+    for (unsigned point = 0; point < 16; ++point) {
+        powers.values[point] = kPowersOfTen[15 - point];
+    }
+    powers.values[16] = 1;
+    return powers;
+}
+
+constexpr PointPowers kPointPowers = MakePointPowers();
+
+__m256i LoadTwo(const void* low, const void* high)
+{
+    return _mm256_inserti128_si256(
+        _mm256_castsi128_si256(_mm_loadu_si128(static_cast<const __m128i*>(low))),
+        _mm_loadu_si128(static_cast<const __m128i*>(high)),
+        1);
+}
+
+/// The constants of ConvertTwo.
+struct Constants
+{
+    __m256i point = _mm256_set1_epi8('.');
+    __m256i zero = _mm256_set1_epi8('0');
+    __m256i nine = _mm256_set1_epi8(9);
+    __m256i tenAndOne = _mm256_set1_epi16(0x010A);
+    __m256i hundredAndOne = _mm256_set1_epi32(0x00010064);
+    __m256i tenThousandAndOne = _mm256_set1_epi32(0x00012710);
+    __m256d partUnits = _mm256_setr_pd(1e8, 1, 1e8, 1);
+    __m128d mantissaEnd = _mm_set1_pd(static_cast<double>(kExactMantissa));
+
+    /// Keeps the compiler from making them anew in the loop.
+    [[gnu::always_inline]] void HoldInRegisters()
+    {
+        asm("" : "+x"(point), "+x"(zero), "+x"(nine), "+x"(tenAndOne));
+        asm("" : "+x"(hundredAndOne), "+x"(tenThousandAndOne), "+x"(partUnits), "+x"(mantissaEnd));
+    }
+};
+
+/// Converts two fields at once: what ConvertDigits and MakeDouble do, in the halves of a register.
+/// Inlined by order, so that its constants stay in registers over the loop.
+/// @return false when one of them is no plain number
+template <bool kEmptyIsZero>
+[[gnu::always_inline]] inline bool ConvertTwo(
+    const Constants& constants, const char* text, FieldSpan first, FieldSpan second, double* out)
+{
+    const std::uint32_t firstSize = first.end - first.begin;
+    const std::uint32_t secondSize = second.end - second.begin;
+    // Fields come in order, so that the second one ends behind the first.
+    if ((firstSize > 16) | (secondSize > 16) | (first.end < 16)) {
+        return false;
+    }
+    const std::uint32_t firstSign = (text[first.begin] == '-' ? 1U : 0U) & (firstSize != 0);
+    const std::uint32_t secondSign = (text[second.begin] == '-' ? 1U : 0U) & (secondSize != 0);
+    const __m256i raw = LoadTwo(text + first.end - 16, text + second.end - 16);
+    const __m256i keep =
+        LoadTwo(kKeepLast + (firstSize - firstSign), kKeepLast + (secondSize - secondSign));
+    const __m256i isPoint = _mm256_and_si256(_mm256_cmpeq_epi8(raw, constants.point), keep);
+    const auto points = static_cast<std::uint32_t>(_mm256_movemask_epi8(isPoint));
+    const auto firstPoint = static_cast<std::size_t>(_tzcnt_u32(points | 0x10000U));
+    const auto secondPoint = static_cast<std::size_t>(_tzcnt_u32(points >> 16U | 0x10000U));
+    const __m256i digits = _mm256_shuffle_epi8(
+        _mm256_and_si256(_mm256_sub_epi8(raw, constants.zero), keep),
+        LoadTwo(kPointShuffles.rows[firstPoint], kPointShuffles.rows[secondPoint]));
+    // A second point, like any other byte, is no digit; sign and point alone are no number.
+    const __m256i excess = _mm256_subs_epu8(digits, constants.nine);
+    const std::uint32_t firstOther = firstSign + (firstPoint < 16 ? 1U : 0U);
+    const std::uint32_t secondOther = secondSign + (secondPoint < 16 ? 1U : 0U);
+    bool isOdd = (firstSize == firstOther) | (secondSize == secondOther);
+    if constexpr (kEmptyIsZero) {
+        isOdd = ((firstSize == firstOther) & (firstSize != 0)) |
+                ((secondSize == secondOther) & (secondSize != 0));
+    }
+    if ((_mm256_testz_si256(excess, excess) == 0) | isOdd) {
+        return false;
+    }
+    const __m256i pairs = _mm256_maddubs_epi16(digits, constants.tenAndOne);
+    const __m256i fours = _mm256_madd_epi16(pairs, constants.hundredAndOne);
+    const __m256i packed = _mm256_packus_epi32(fours, fours);
+    const __m256i eights = _mm256_madd_epi16(packed, constants.tenThousandAndOne);
+    // Upper and lower eight digits of both, as doubles; the sum is exact below 2^53.
+    const __m256d parts = _mm256_mul_pd(
+        _mm256_cvtepi32_pd(_mm256_castsi256_si128(_mm256_permute4x64_epi64(eights, 0x08))),
+        constants.partUnits);
+    const __m128d mantissas =
+        _mm_hadd_pd(_mm256_castpd256_pd128(parts), _mm256_extractf128_pd(parts, 1));
+    const __m128d powers = _mm_loadh_pd(_mm_load_sd(kPointPowers.values + firstPoint),
+                                        kPointPowers.values + secondPoint);
+    const __m128d signs =
+        _mm_castsi128_pd(_mm_slli_epi64(_mm_set_epi64x(secondSign, firstSign), 63));
+    _mm_storeu_pd(out, _mm_or_pd(_mm_div_pd(mantissas, powers), signs));
+    const __m128d exact = _mm_cmplt_pd(mantissas, constants.mantissaEnd);
+    return _mm_movemask_pd(exact) == 3;
+}
+
+template <bool kHasQuotes, bool kEmptyIsZero>
+std::size_t ToDoublesByTwo(const FieldRun& fields, double* out, std::uint32_t* odd)
+{
+    std::size_t oddCount = 0;
+    const char* const text = fields.text;
+    const std::size_t stride = fields.stride;
+    const std::uint32_t* ends = fields.ends;
+    Constants constants;
+    constants.HoldInRegisters();
+    for (std::size_t row = 0; row < fields.rows; row += 2, ends += 2 * stride) {
+        const std::size_t count = fields.rows - row > 1 ? 2 : 1;
+        const FieldSpan spans[2] = {SpanOf<kHasQuotes>(fields, ends),
+                                    SpanOf<kHasQuotes>(fields, ends + (count - 1) * stride)};
+        if (count == 2 &&
+            ConvertTwo<kEmptyIsZero>(constants, text, spans[0], spans[1], out + row)) {
+            continue;
+        }
+        for (std::size_t at = 0; at < count; ++at) {
+            Digits digits;
+            const FieldSpan span = spans[at];
+            if (!ConvertDigits(text, span.begin, span.end, kEmptyIsZero, digits) ||
+                !MakeDouble(digits, out[row + at])) {
+                odd[oddCount++] = static_cast<std::uint32_t>(row + at);
+            }
+        }
+    }
+    return oddCount;
+}
+
+std::size_t ToDoubles(const FieldRun& fields, double* out, std::uint32_t* odd)
+{
+    if (fields.emptyIsZero) {
+        return fields.hasQuotes ? ToDoublesByTwo<true, true>(fields, out, odd)
+                                : ToDoublesByTwo<false, true>(fields, out, odd);
+    }
+    return fields.hasQuotes ? ToDoublesByTwo<true, false>(fields, out, odd)
+                            : ToDoublesByTwo<false, false>(fields, out, odd);
+}
 
 } // namespace
 
-const Set kAvx2 = {IndexText, ToDoubles, ToInt32s, ToBooleans, AppendTexts, SurveyText, "avx2"};
+const Set kAvx2 = {
+    IndexText, ToDoubles, ToInt32s, ToBooleans, AppendTexts, SurveyText, IsUtf8, "avx2"};
 
 } // namespace AsciiReader::Kernels
 

@@ -1,4 +1,5 @@
 // The kernels of every processor; with SSE2 where that is part of the architecture.
+#include "file/Utf8.h"
 #include "kernels/Kernels.h"
 
 #if defined(__SSE2__)
@@ -161,6 +162,7 @@ bool ConvertDigits(
     const char* text, std::uint32_t begin, std::uint32_t end, bool emptyIsZero, Digits& digits);
 
 #include "kernels/KernelBody.inc"
+#include "kernels/KernelOneByOne.inc"
 
 bool ConvertDigits(
     const char* text, std::uint32_t begin, std::uint32_t end, bool emptyIsZero, Digits& digits)
@@ -196,9 +198,16 @@ bool ConvertDigits(
     return digitCount >= 1 && digitCount <= 16;
 }
 
+/// Plainly: CheckUtf8 says the same.
+bool IsUtf8(const char* text, std::size_t size)
+{
+    const Utf8Check check = CheckUtf8({text, size});
+    return check.isValidSoFar && check.validSize == size;
+}
+
 } // namespace
 
 const Set kGeneric = {
-    IndexText, ToDoubles, ToInt32s, ToBooleans, AppendTexts, SurveyText, "generic"};
+    IndexText, ToDoubles, ToInt32s, ToBooleans, AppendTexts, SurveyText, IsUtf8, "generic"};
 
 } // namespace AsciiReader::Kernels

@@ -92,10 +92,13 @@ std::uint32_t LowestBit(std::uint64_t mask)
 
 #include "kernels/ConvertSse41.inc"
 #include "kernels/KernelBody.inc"
+#include "kernels/KernelOneByOne.inc"
+#include "kernels/Utf8Sse41.inc"
 
 } // namespace
 
-const Set kSse41 = {IndexText, ToDoubles, ToInt32s, ToBooleans, AppendTexts, SurveyText, "sse4.1"};
+const Set kSse41 = {
+    IndexText, ToDoubles, ToInt32s, ToBooleans, AppendTexts, SurveyText, IsUtf8, "sse4.1"};
 
 } // namespace AsciiReader::Kernels
 

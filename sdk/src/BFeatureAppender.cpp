@@ -227,6 +227,7 @@ void BFeatureAppender::UsePage(BFeaturePage& page) noexcept
     m_nextColumn = 0;
     m_isPageFull = false;
     m_begunEnd = 0;
+    m_prefaulted.clear();
     UpdateRowLimit();
     UpdatePlain();
 }
@@ -429,37 +430,73 @@ void BFeatureAppender::AbandonRow() noexcept
 
 namespace {
 
-template <typename T>
-T* Lengthen(BPageArray<T>& array, std::size_t first, std::size_t count)
-{
-    array.ReserveMore(count);
-    array.Resize(first + count);
-    return array.Data() + first;
-}
+/// Bytes that the columns of a page are prefaulted ahead of their use, all together.
+constexpr std::size_t kPrefaultBytes = std::size_t{1} << 19;
 
-void LengthenColumn(BColumnData& column, std::size_t first, std::size_t count)
+/// Lengthens the columns of a page, and prefaults the memory that they are about to use.
+class ColumnGrowth
 {
-    switch (column.storage) {
-    case EColumnStorage::Int32:
-        Lengthen(column.int32s, first, count);
-        break;
-    case EColumnStorage::Int64:
-        Lengthen(column.int64s, first, count);
-        break;
-    case EColumnStorage::Double:
-        Lengthen(column.doubles, first, count);
-        break;
-    case EColumnStorage::Float:
-        Lengthen(column.floats, first, count);
-        break;
-    case EColumnStorage::Boolean:
-        Lengthen(column.booleans, first, count);
-        break;
-    case EColumnStorage::Text:
-        column.texts.ends.ReserveMore(count);
-        break;
+public:
+    ColumnGrowth(std::vector<std::size_t>& prefaulted, std::size_t columns)
+        : m_prefaulted(prefaulted)
+        , m_step(kPrefaultBytes / (3 + columns))
+    {
+        // Positions have three, texts two.
+        m_prefaulted.resize(3 + 2 * columns);
     }
-}
+
+    template <typename T>
+    T* Lengthen(BPageArray<T>& array, std::size_t first, std::size_t count)
+    {
+        array.ReserveMore(count);
+        array.Resize(first + count);
+        Prefault(array, first + count);
+        return array.Data() + first;
+    }
+
+    void LengthenColumn(BColumnData& column, std::size_t first, std::size_t count)
+    {
+        switch (column.storage) {
+        case EColumnStorage::Int32:
+            Lengthen(column.int32s, first, count);
+            break;
+        case EColumnStorage::Int64:
+            Lengthen(column.int64s, first, count);
+            break;
+        case EColumnStorage::Double:
+            Lengthen(column.doubles, first, count);
+            break;
+        case EColumnStorage::Float:
+            Lengthen(column.floats, first, count);
+            break;
+        case EColumnStorage::Boolean:
+            Lengthen(column.booleans, first, count);
+            break;
+        case EColumnStorage::Text:
+            column.texts.ends.ReserveMore(count);
+            Prefault(column.texts.ends, first + count);
+            Prefault(column.texts.bytes, column.texts.bytes.GetSize() + m_step / 2);
+            break;
+        }
+    }
+
+private:
+    /// The arrays come in the same order each time.
+    template <typename T>
+    void Prefault(BPageArray<T>& array, std::size_t usedEnd)
+    {
+        std::size_t& ready = m_prefaulted[m_nextArray++];
+        const std::size_t end = std::min(array.GetCapacity(), ready + m_step / sizeof(T));
+        if (usedEnd > ready && end > ready) {
+            array.Prefault(ready, end);
+            ready = end;
+        }
+    }
+
+    std::vector<std::size_t>& m_prefaulted;
+    std::size_t m_step;
+    std::size_t m_nextArray = 0;
+};
 
 } // namespace
 
@@ -469,18 +506,19 @@ BFeatureAppender::Rows BFeatureAppender::BeginRows(std::size_t wanted, bool hasZ
     Rows rows{};
     rows.firstRow = first;
     rows.count = std::min(wanted, m_rowLimit > first ? m_rowLimit - first : 1);
-    rows.x = Lengthen(m_page->x, first, rows.count);
-    rows.y = Lengthen(m_page->y, first, rows.count);
+    ColumnGrowth growth(m_prefaulted, m_columnCount);
+    rows.x = growth.Lengthen(m_page->x, first, rows.count);
+    rows.y = growth.Lengthen(m_page->y, first, rows.count);
     if (hasZ) {
         if (m_page->z.GetSize() < first) {
             m_page->z.Resize(first, kNaN);
         }
-        rows.z = Lengthen(m_page->z, first, rows.count);
+        rows.z = growth.Lengthen(m_page->z, first, rows.count);
     } else if (!m_page->z.IsEmpty()) {
         m_page->z.Resize(first + rows.count, kNaN);
     }
     for (std::size_t i = 0; i < m_columnCount; ++i) {
-        LengthenColumn(m_columnData[i], first, rows.count);
+        growth.LengthenColumn(m_columnData[i], first, rows.count);
         m_isPageFull = m_isPageFull || m_columnData[i].texts.bytes.GetSize() > kFullTextBytes;
     }
     m_isPageFull = m_isPageFull || IsFull();

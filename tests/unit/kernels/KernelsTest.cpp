@@ -1,8 +1,11 @@
 // Holds every set of kernels that the processor runs against plain loops.
 #include "kernels/Kernels.h"
 
+#include "file/Utf8.h"
+
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <cstdlib>
@@ -87,8 +90,6 @@ TEST(KernelsIndex, FindsWhatAPlainLoopFindsInOneGoAndInParts)
                 positions.resize(count);
                 ASSERT_EQ(expected, positions) << set->name << " round " << round;
                 EXPECT_EQ(lineEnds, state.lineEnds) << set->name;
-                EXPECT_EQ(text.find('\xE9') != std::string::npos, state.highBytes != 0)
-                    << set->name;
             }
         }
     }
@@ -413,6 +414,66 @@ TEST(KernelsSurvey, AddsUpTextsOfEveryLength)
             }
         }
     }
+}
+
+TEST(KernelsIsUtf8, SaysWhatAPlainCheckSaysOfEveryPairOfBytes)
+{
+    for (const std::size_t place : {0U, 13U, 14U, 15U, 16U, 62U, 63U, 64U, 70U}) {
+        std::string text(100, 'x');
+        for (unsigned first = 0x78; first < 0x100; ++first) {
+            for (unsigned second = 0x78; second < 0x100; ++second) {
+                text[place] = static_cast<char>(first);
+                text[place + 1] = static_cast<char>(second);
+                const auto check = AsciiReader::CheckUtf8(text);
+                const bool expected = check.isValidSoFar && check.validSize == text.size();
+                for (const Set* set : AllSets()) {
+                    ASSERT_EQ(expected, set->isUtf8(text.data(), text.size()))
+                        << set->name << " " << place << " " << first << " " << second;
+                }
+            }
+        }
+    }
+}
+
+TEST(KernelsIsUtf8, SaysWhatAPlainCheckSaysOfRandomText)
+{
+    static const std::vector<std::string> kPieces = {"a",
+                                                     "\xC3\xA9",
+                                                     "\xE2\x82\xAC",
+                                                     "\xF0\x9F\x98\x80",
+                                                     "\xED\x9F\xBF",
+                                                     "\xEE\x80\x80",
+                                                     "\xF4\x8F\xBF\xBF",
+                                                     "\xE0\xA0\x80",
+                                                     "\xF0\x90\x80\x80",
+                                                     "0123456789012345678901234567890123456789",
+                                                     "\x80",
+                                                     "\xC0\x80",
+                                                     "\xED\xA0\x80",
+                                                     "\xF4\x90\x80\x80",
+                                                     "\xE2\x82",
+                                                     "\xF0\x9F",
+                                                     "\xF5\x80\x80\x80",
+                                                     "\xE0\x9F\xBF"};
+    std::mt19937 random(3);
+    std::size_t valid = 0;
+    for (int round = 0; round < 20000; ++round) {
+        std::string text;
+        // Most texts are of the pieces that are valid.
+        const std::size_t kinds = round % 3 == 0 ? kPieces.size() : 10;
+        const std::size_t count = random() % 60;
+        for (std::size_t piece = 0; piece < count; ++piece) {
+            text += kPieces[random() % kinds];
+        }
+        text.resize(text.size() - std::min<std::size_t>(text.size(), random() % 3));
+        const auto check = AsciiReader::CheckUtf8(text);
+        const bool expected = check.isValidSoFar && check.validSize == text.size();
+        valid += expected ? 1 : 0;
+        for (const Set* set : AllSets()) {
+            ASSERT_EQ(expected, set->isUtf8(text.data(), text.size())) << set->name << " " << round;
+        }
+    }
+    EXPECT_GT(valid, 5000U);
 }
 
 } // namespace
