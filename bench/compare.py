@@ -53,7 +53,7 @@ def parse_arguments():
     parser.add_argument("--warm-up", type=int, help="rounds before them (1, quick: 0)")
     parser.add_argument("--quick", action="store_true", help="small data, to check results and not times")
     parser.add_argument("--bin", type=pathlib.Path, default=ROOT / "build" / "release" / "bin", help="our programs")
-    parser.add_argument("--sse2-module", type=pathlib.Path, help="a module that obeys ORVANE_KERNELS")
+    parser.add_argument("--sse2-module", type=pathlib.Path, help="a module with the plainest kernels")
     parser.add_argument("--baseline", type=pathlib.Path, help="folder of programs of another build, run beside ours")
     parser.add_argument("--data", type=pathlib.Path, default=ROOT / "build" / "bench-data", help="where data goes")
     parser.add_argument("--out", type=pathlib.Path, help="file for the report")

@@ -107,7 +107,7 @@ def find_readers(arguments):
     add_ours("orvane-all-rows", "Orvane, types from all rows", options=("AUTO_SCHEMA_ALL_ROWS=true",))
     if arguments.sse2_module:
         sse2 = (ours[0], str(arguments.sse2_module))
-        add_ours("orvane-sse2", "Orvane, SSE2", sse2, environment=(("ORVANE_KERNELS", "sse2"),))
+        add_ours("orvane-sse2", "Orvane, SSE2", sse2)
     if arguments.baseline:
         baseline = (str(arguments.baseline / "orvane_bench_import"), str(arguments.baseline / "AsciiReader.so"))
         add_ours("orvane-baseline", "Orvane, baseline", baseline)
