@@ -16,22 +16,7 @@ using Orvane::BString;
 
 namespace {
 
-/// Bytes that are indexed at a time; a run of rows is converted while it is in the cache.
-constexpr std::size_t kWindowBytes = 65536;
-
-/// Most positions kept of a line that is not regular.
-constexpr std::size_t kMaxLinePositions = 65536;
-
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
-
-std::string_view PartAt(const Kernels::FieldRun& run, std::size_t row)
-{
-    // An index of -1 would wrap in front of the first field.
-    const std::uint32_t* const position = run.ends + row * run.stride;
-    const std::uint32_t begin = *(position - 1) + 1;
-    const std::uint32_t end = *position - run.trim;
-    return {run.text + begin, end - begin};
-}
 
 /// Room behind the texts of a column that is made before more are copied to it.
 constexpr std::size_t kTextRoom = 256;
@@ -57,25 +42,24 @@ std::size_t CountStoredUnits(const Orvane::BTextArray& texts, std::size_t index)
 std::string_view LayerFill::FieldAt(const Kernels::FieldRun& run, std::size_t row) const
 {
     const std::string_view part = PartAt(run, row);
-    return run.hasQuotes ? DropOuterQuotes(part, m_block.unit) : part;
+    return run.hasQuotes ? DropOuterQuotes(part, m_rows.GetBlock().unit) : part;
 }
 
 LayerFill::LayerFill(const LayerFillContext& context)
     : m_context(context)
     , m_layer(context.features, context.plan.MakeColumns())
     , m_kernels(Kernels::Best())
+    , m_rows(context.lines, context.ignoresBlankRows)
 {
-    m_structure.separator = context.separator.GetSingleByte();
-    const bool isIndexable = m_structure.separator != '\0' && m_structure.separator != '"' &&
-                             m_structure.separator != '\r' && m_structure.separator != '\n' &&
-                             !context.headerRule.IsActive();
-    if (isIndexable) {
-        m_fields = context.plan.GetRegularRow();
-        m_widths.resize(m_fields.size());
-        for (const FieldPlan& field : m_fields) {
-            m_hasZ = m_hasZ || field.kind == FieldPlan::Kind::Z;
-            m_hasPoint = m_hasPoint || field.kind <= FieldPlan::Kind::Z;
-        }
+    if (context.headerRule.IsActive()) {
+        return;
+    }
+    m_fields = context.plan.GetRegularRow();
+    m_rows.SetRows(context.separator, m_fields.size());
+    m_widths.resize(m_fields.size());
+    for (const FieldPlan& field : m_fields) {
+        m_hasZ = m_hasZ || field.kind == FieldPlan::Kind::Z;
+        m_hasPoint = m_hasPoint || field.kind <= FieldPlan::Kind::Z;
     }
 }
 
@@ -84,8 +68,8 @@ LayerFill::Result LayerFill::Run()
     SourceLine line;
     for (;;) {
         Step step = Step::Continue;
-        if (!m_fields.empty() && m_context.lines.GetBlock(m_block)) {
-            step = TakeBlock(m_block);
+        if (m_rows.Begin()) {
+            step = TakeBlock();
         } else {
             NextLine(line);
             step = TakeLine(line);
@@ -181,156 +165,40 @@ void LayerFill::JoinOpenQuotes(SourceLine& line)
     line.text = TextView(m_joined.View());
 }
 
-LayerFill::Step LayerFill::TakeBlock(const LineBlock& block)
+LayerFill::Step LayerFill::TakeBlock()
 {
-    m_structure.lineEnd = block.lineEnd;
-    m_structure.isCrLf = block.isCrLf;
-    m_structure.hasQuotes = block.hasQuotes;
-    m_indexState = Kernels::IndexState();
-    m_indexedTo = block.begin;
-    m_positions.Resize(1);
-    m_positions[0] = static_cast<std::uint32_t>(block.begin) - 1;
-    m_positionCount = 0;
-    m_nextPosition = 0;
-    m_isLongLine = false;
-    m_isMixedWindow = false;
-    Step step = Step::Continue;
-    while (step == Step::Continue) {
-        SkipBlankLines();
-        const std::size_t rows = CountRegularRows();
-        if (rows > 0) {
-            step = TakeRegularRows(block, rows);
-        } else if (m_indexState.lineEnds > 0) {
-            step = TakeIrregularLine(block);
-        } else if (!IndexMore(block)) {
+    for (;;) {
+        Step step = Step::Continue;
+        switch (m_rows.FindNext()) {
+        case BlockRows::Found::Rows:
+            step = TakeRegularRows();
             break;
+        case BlockRows::Found::Line:
+            step = TakeBlockLine();
+            break;
+        case BlockRows::Found::End:
+            return Step::Continue;
+        }
+        if (step != Step::Continue) {
+            return step;
         }
     }
-    return step;
 }
 
-/// Indexes the next window behind the positions that are left. @return false at the block's end.
-bool LayerFill::IndexMore(const LineBlock& block)
+LayerFill::Step LayerFill::TakeBlockLine()
 {
-    if (m_indexedTo >= block.end) {
-        return false;
-    }
-    // What is left belongs to one line that is not complete yet.
-    std::size_t left = m_positionCount - m_nextPosition;
-    if (left > std::max(kMaxLinePositions, m_fields.size())) {
-        left = 0;
-        m_isLongLine = true;
-    }
-    std::memmove(m_positions.Data(),
-                 m_positions.Data() + m_nextPosition,
-                 (left + 1) * sizeof(std::uint32_t));
-    m_nextPosition = 0;
-    const std::size_t to = std::min(m_indexedTo + kWindowBytes, block.end);
-    m_positions.Reserve(1 + left + (to - m_indexedTo) + Kernels::kPadding);
-    m_positionCount =
-        left +
-        m_kernels.index(
-            block.text, m_indexedTo, to, m_structure, m_indexState, m_positions.Data() + 1 + left);
-    m_indexedTo = to;
-    m_isMixedWindow = false;
-    return true;
-}
-
-/// Passes over the empty lines that stand in front of the next row, when they are ignored.
-void LayerFill::SkipBlankLines()
-{
-    if (!m_context.ignoresBlankRows || m_isLongLine) {
-        return;
-    }
-    const std::uint32_t emptySize = m_structure.isCrLf ? 2 : 1;
-    const std::size_t first = m_nextPosition;
-    while (m_indexState.lineEnds > 0 &&
-           m_positions[m_nextPosition + 1] - m_positions[m_nextPosition] == emptySize &&
-           IsLineEnd(m_nextPosition + 1)) {
-        ++m_nextPosition;
-        --m_indexState.lineEnds;
-    }
-    if (m_nextPosition != first) {
-        m_context.lines.SkipTo(m_positions[m_nextPosition] + std::size_t{1});
-    }
-}
-
-bool LayerFill::IsLineEnd(std::size_t positionIndex) const noexcept
-{
-    return m_block.text[m_positions[positionIndex]] == m_structure.lineEnd;
-}
-
-/// Rows from the next one on that have one field for every plan and are not empty altogether.
-std::size_t LayerFill::CountRegularRows()
-{
-    const std::size_t fields = m_fields.size();
-    if (m_indexState.lineEnds == 0 || m_isLongLine) {
-        return 0;
-    }
-    // A line of nothing but separators has no fields; it is as long as it has separators.
-    const auto emptySize = static_cast<std::uint32_t>(fields) + (m_structure.isCrLf ? 1U : 0U);
-    const std::size_t most =
-        std::min(m_indexState.lineEnds, (m_positionCount - m_nextPosition) / fields);
-    std::size_t rows = 0;
-    std::size_t at = m_nextPosition;
-    if (!m_isMixedWindow) {
-        while (rows < most && IsLineEnd(at + fields) &&
-               m_positions[at + fields] - m_positions[at] != emptySize) {
-            at += fields;
-            ++rows;
-        }
-        // All line ends of the window stand where regular rows have them: nothing else does.
-        if (rows == m_indexState.lineEnds) {
-            return rows;
-        }
-        m_isMixedWindow = true;
-        rows = 0;
-        at = m_nextPosition;
-    }
-    const auto isRegular = [this, fields, emptySize](std::size_t from) {
-        std::size_t field = 1;
-        while (field < fields && !IsLineEnd(from + field)) {
-            ++field;
-        }
-        return field == fields && IsLineEnd(from + field) &&
-               m_positions[from + field] - m_positions[from] != emptySize;
-    };
-    while (rows < most && isRegular(at)) {
-        at += fields;
-        ++rows;
-    }
-    return rows;
-}
-
-LayerFill::Step LayerFill::TakeIrregularLine(const LineBlock& block)
-{
-    std::size_t end = m_nextPosition + 1;
-    while (!IsLineEnd(end)) {
-        ++end;
-    }
-    const std::size_t begin = m_positions[m_nextPosition] + 1U;
-    const std::size_t trim = m_structure.isCrLf ? 1 : 0;
-    const std::string_view text(block.text + begin, m_positions[end] - begin - trim);
-    m_context.lines.SkipTo(m_positions[end] + std::size_t{1});
-    m_nextPosition = end;
-    --m_indexState.lineEnds;
-    m_isLongLine = false;
-    if (text.empty() && m_context.ignoresBlankRows) {
-        return Step::Continue;
-    }
     SourceLine line;
-    line.text = TextView(text, block.unit);
-    return TakeLine(line);
+    return m_rows.TakeLine(line) ? TakeLine(line) : Step::Continue;
 }
 
-LayerFill::Step LayerFill::TakeRegularRows(const LineBlock& block, std::size_t rows)
+LayerFill::Step LayerFill::TakeRegularRows()
 {
-    while (rows > 0) {
-        std::size_t wanted = rows;
+    while (m_rows.GetRowCount() > 0) {
+        std::size_t wanted = m_rows.GetRowCount();
         if (m_context.limit >= 1) {
             const auto limit = static_cast<std::uint32_t>(m_context.limit);
             if (m_featuresAdded >= limit) {
-                return TakeIrregularLine(block);
+                return TakeBlockLine();
             }
             wanted = std::min<std::size_t>(wanted, limit - m_featuresAdded);
         }
@@ -340,7 +208,6 @@ LayerFill::Step LayerFill::TakeRegularRows(const LineBlock& block, std::size_t r
         if (step != Step::Continue) {
             return step;
         }
-        rows -= target.count;
     }
     return Step::Continue;
 }
@@ -348,7 +215,6 @@ LayerFill::Step LayerFill::TakeRegularRows(const LineBlock& block, std::size_t r
 /// Makes converted rows visible: one by one when somebody watches, else all at once.
 LayerFill::Step LayerFill::CommitRows(const Orvane::BFeatureAppender::Rows& target)
 {
-    const std::size_t fields = m_fields.size();
     if (m_context.progress == nullptr) {
         RaiseWidths(target.count, target);
     }
@@ -359,9 +225,7 @@ LayerFill::Step LayerFill::CommitRows(const Orvane::BFeatureAppender::Rows& targ
             RaiseWidths(target.count, target);
         }
         m_layer.EndRows(atOnce, m_kinds.data() + row, m_lineNumber);
-        m_nextPosition += atOnce * fields;
-        m_indexState.lineEnds -= atOnce;
-        m_context.lines.SkipTo(m_positions[m_nextPosition] + std::size_t{1});
+        m_rows.Pass(atOnce);
         m_featuresAdded += static_cast<std::uint32_t>(atOnce);
         if (m_context.progress != nullptr && ReportProgress() == Step::Cancelled) {
             if (!isLast) {
@@ -378,13 +242,7 @@ LayerFill::Step LayerFill::CommitRows(const Orvane::BFeatureAppender::Rows& targ
 
 Kernels::FieldRun LayerFill::MakeRun(std::size_t fieldIndex, std::size_t rows) const
 {
-    Kernels::FieldRun run{};
-    run.text = m_block.text;
-    run.ends = m_positions.Data() + m_nextPosition + 1 + fieldIndex;
-    run.stride = m_fields.size();
-    run.trim = m_structure.isCrLf && fieldIndex + 1 == m_fields.size() ? 1 : 0;
-    run.rows = rows;
-    run.hasQuotes = m_structure.hasQuotes;
+    Kernels::FieldRun run = m_rows.MakeRun(fieldIndex, rows);
     // Rule: an empty attribute is 0; an empty coordinate is none.
     run.emptyIsZero = m_fields[fieldIndex].kind > FieldPlan::Kind::Z;
     return run;
@@ -497,7 +355,7 @@ void LayerFill::ConvertTexts(const Kernels::FieldRun& run,
                                        texts.bytes.GetCapacity(),
                                        texts.ends.Data() + first,
                                        longest,
-                                       texts.encoding == ToEncoding(m_block.unit)};
+                                       texts.encoding == ToEncoding(m_rows.GetBlock().unit)};
             row = m_kernels.appendTexts(run, row, target);
             texts.bytes.Resize(target.size);
             texts.ends.Resize(first + row);
@@ -514,17 +372,17 @@ void LayerFill::ConvertTexts(const Kernels::FieldRun& run,
 std::size_t LayerFill::AppendOddText(std::string_view part, Orvane::BTextArray& texts)
 {
     std::string_view field = part;
-    const bool mayHaveQuotes = m_structure.hasQuotes && !field.empty() &&
+    const bool mayHaveQuotes = m_rows.GetBlock().hasQuotes && !field.empty() &&
                                std::memchr(field.data(), '"', field.size()) != nullptr;
-    if (mayHaveQuotes && !Unquote(part, m_block.unit, m_scratch, field)) {
+    if (mayHaveQuotes && !Unquote(part, m_rows.GetBlock().unit, m_scratch, field)) {
         // Half of a character is a text in UTF-16 only.
-        Widen(TextView(part, m_block.unit), m_widePart);
+        Widen(TextView(part, m_rows.GetBlock().unit), m_widePart);
         const std::u16string_view wide = Unquote(m_widePart, m_wideScratch);
         Orvane::AppendText(texts, AsBytes(wide), Orvane::ETextEncoding::Utf16);
         return wide.size();
     }
-    Orvane::AppendText(texts, field, ToEncoding(m_block.unit));
-    return CountUtf16Units(field, m_block.unit);
+    Orvane::AppendText(texts, field, ToEncoding(m_rows.GetBlock().unit));
+    return CountUtf16Units(field, m_rows.GetBlock().unit);
 }
 
 /// Raises the widths of the schema's columns by the texts of rows that were ended.

@@ -1,6 +1,7 @@
 // The row loop: takes the pending lines of a file and puts their rows into a layer.
 #pragma once
 
+#include "file/BlockRows.h"
 #include "file/HeaderRule.h"
 #include "file/LineSource.h"
 #include "kernels/Kernels.h"
@@ -58,13 +59,9 @@ private:
     [[nodiscard]] Step ReportProgress() const;
 
     // Lines of a block, by the positions of their separators and endings.
-    Step TakeBlock(const LineBlock& block);
-    bool IndexMore(const LineBlock& block);
-    void SkipBlankLines();
-    [[nodiscard]] bool IsLineEnd(std::size_t positionIndex) const noexcept;
-    [[nodiscard]] std::size_t CountRegularRows();
-    Step TakeRegularRows(const LineBlock& block, std::size_t rows);
-    Step TakeIrregularLine(const LineBlock& block);
+    Step TakeBlock();
+    Step TakeRegularRows();
+    Step TakeBlockLine();
     Step CommitRows(const Orvane::BFeatureAppender::Rows& target);
     void RaiseWidths(std::size_t endedRows, const Orvane::BFeatureAppender::Rows& target);
     [[nodiscard]] std::string_view FieldAt(const Kernels::FieldRun& run, std::size_t row) const;
@@ -84,20 +81,10 @@ private:
     std::uint32_t m_featuresAdded = 0;
 
     const Kernels::Set& m_kernels;
-    LineBlock m_block{};
-    Kernels::Structure m_structure;
-    Kernels::IndexState m_indexState;
-    std::vector<FieldPlan> m_fields; ///< of a regular row; empty: rows are taken one by one
+    BlockRows m_rows;                ///< not active: rows are taken one by one
+    std::vector<FieldPlan> m_fields; ///< of a regular row
     bool m_hasZ = false;
     bool m_hasPoint = false;
-    /// Entry 0 is the position in front of the next row; the positions of m_positionCount
-    /// separators and line ends follow.
-    Orvane::BPageArray<std::uint32_t> m_positions;
-    std::size_t m_positionCount = 0;
-    std::size_t m_nextPosition = 0; ///< index of the position in front of the next row
-    std::size_t m_indexedTo = 0;
-    bool m_isMixedWindow = false; ///< the window holds rows that are not regular
-    bool m_isLongLine = false;    ///< positions of the line that is being read were dropped
     std::vector<std::uint32_t> m_odd;
     std::vector<std::uint8_t> m_kinds;
     std::vector<double> m_doubles;

@@ -1,0 +1,204 @@
+// Runs of regular rows in a block of bytes, by the positions of separators and line endings.
+#include "file/BlockRows.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace AsciiReader {
+
+namespace {
+
+/// Bytes that are indexed at a time; a run of rows is converted while it is in the cache.
+constexpr std::size_t kWindowBytes = 65536;
+
+/// Most positions kept of a line that is not regular.
+constexpr std::size_t kMaxLinePositions = 65536;
+
+} // namespace
+
+BlockRows::BlockRows(LineSource& lines, bool ignoresBlankRows)
+    : m_lines(lines)
+    , m_ignoresBlankRows(ignoresBlankRows)
+    , m_kernels(Kernels::Best())
+{}
+
+void BlockRows::SetRows(const Separator& separator, std::size_t fieldCount)
+{
+    m_structure.separator = separator.GetSingleByte();
+    const bool isIndexable = m_structure.separator != '\0' && m_structure.separator != '"' &&
+                             m_structure.separator != '\r' && m_structure.separator != '\n';
+    m_fieldCount = isIndexable ? fieldCount : 0;
+}
+
+bool BlockRows::Begin()
+{
+    if (m_fieldCount == 0 || !m_lines.GetBlock(m_block)) {
+        return false;
+    }
+    m_structure.lineEnd = m_block.lineEnd;
+    m_structure.isCrLf = m_block.isCrLf;
+    m_structure.hasQuotes = m_block.hasQuotes;
+    m_indexState = Kernels::IndexState();
+    m_indexedTo = m_block.begin;
+    m_positions.Resize(1);
+    m_positions[0] = static_cast<std::uint32_t>(m_block.begin) - 1;
+    m_positionCount = 0;
+    m_nextPosition = 0;
+    m_rowCount = 0;
+    m_isLongLine = false;
+    m_isMixedWindow = false;
+    return true;
+}
+
+BlockRows::Found BlockRows::FindNext()
+{
+    for (;;) {
+        SkipBlankLines();
+        m_rowCount = CountRegularRows();
+        if (m_rowCount > 0) {
+            return Found::Rows;
+        }
+        if (m_indexState.lineEnds > 0) {
+            return Found::Line;
+        }
+        if (!IndexMore()) {
+            return Found::End;
+        }
+    }
+}
+
+Kernels::FieldRun BlockRows::MakeRun(std::size_t fieldIndex, std::size_t rows) const
+{
+    Kernels::FieldRun run{};
+    run.text = m_block.text;
+    run.ends = m_positions.Data() + m_nextPosition + 1 + fieldIndex;
+    run.stride = m_fieldCount;
+    run.trim = m_structure.isCrLf && fieldIndex + 1 == m_fieldCount ? 1 : 0;
+    run.rows = rows;
+    run.hasQuotes = m_structure.hasQuotes;
+    return run;
+}
+
+void BlockRows::Pass(std::size_t rows)
+{
+    m_nextPosition += rows * m_fieldCount;
+    m_indexState.lineEnds -= rows;
+    m_rowCount -= rows;
+    m_lines.SkipTo(m_positions[m_nextPosition] + std::size_t{1});
+}
+
+bool BlockRows::TakeLine(SourceLine& line)
+{
+    std::size_t end = m_nextPosition + 1;
+    while (!IsLineEnd(end)) {
+        ++end;
+    }
+    const std::size_t begin = m_positions[m_nextPosition] + 1U;
+    const std::size_t trim = m_structure.isCrLf ? 1 : 0;
+    const std::string_view text(m_block.text + begin, m_positions[end] - begin - trim);
+    m_lines.SkipTo(m_positions[end] + std::size_t{1});
+    m_nextPosition = end;
+    --m_indexState.lineEnds;
+    m_rowCount = 0;
+    m_isLongLine = false;
+    line = SourceLine();
+    line.text = TextView(text, m_block.unit);
+    return !text.empty() || !m_ignoresBlankRows;
+}
+
+/// Indexes the next window behind the positions that are left. @return false at the block's end.
+bool BlockRows::IndexMore()
+{
+    if (m_indexedTo >= m_block.end) {
+        return false;
+    }
+    // What is left belongs to one line that is not complete yet.
+    std::size_t left = m_positionCount - m_nextPosition;
+    if (left > std::max(kMaxLinePositions, m_fieldCount)) {
+        left = 0;
+        m_isLongLine = true;
+    }
+    std::memmove(m_positions.Data(),
+                 m_positions.Data() + m_nextPosition,
+                 (left + 1) * sizeof(std::uint32_t));
+    m_nextPosition = 0;
+    const std::size_t to = std::min(m_indexedTo + kWindowBytes, m_block.end);
+    m_positions.Reserve(1 + left + (to - m_indexedTo) + Kernels::kPadding);
+    m_positionCount = left + m_kernels.index(m_block.text,
+                                             m_indexedTo,
+                                             to,
+                                             m_structure,
+                                             m_indexState,
+                                             m_positions.Data() + 1 + left);
+    m_indexedTo = to;
+    m_isMixedWindow = false;
+    return true;
+}
+
+/// Passes over the empty lines that stand in front of the next row, when they are ignored.
+void BlockRows::SkipBlankLines()
+{
+    if (!m_ignoresBlankRows || m_isLongLine) {
+        return;
+    }
+    const std::uint32_t emptySize = m_structure.isCrLf ? 2 : 1;
+    const std::size_t first = m_nextPosition;
+    while (m_indexState.lineEnds > 0 &&
+           m_positions[m_nextPosition + 1] - m_positions[m_nextPosition] == emptySize &&
+           IsLineEnd(m_nextPosition + 1)) {
+        ++m_nextPosition;
+        --m_indexState.lineEnds;
+    }
+    if (m_nextPosition != first) {
+        m_lines.SkipTo(m_positions[m_nextPosition] + std::size_t{1});
+    }
+}
+
+bool BlockRows::IsLineEnd(std::size_t positionIndex) const noexcept
+{
+    return m_block.text[m_positions[positionIndex]] == m_structure.lineEnd;
+}
+
+/// Rows from the next one on that have one field for every plan and are not empty altogether.
+std::size_t BlockRows::CountRegularRows()
+{
+    const std::size_t fields = m_fieldCount;
+    if (m_indexState.lineEnds == 0 || m_isLongLine) {
+        return 0;
+    }
+    // A line of nothing but separators has no fields; it is as long as it has separators.
+    const auto emptySize = static_cast<std::uint32_t>(fields) + (m_structure.isCrLf ? 1U : 0U);
+    const std::size_t most =
+        std::min(m_indexState.lineEnds, (m_positionCount - m_nextPosition) / fields);
+    std::size_t rows = 0;
+    std::size_t at = m_nextPosition;
+    if (!m_isMixedWindow) {
+        while (rows < most && IsLineEnd(at + fields) &&
+               m_positions[at + fields] - m_positions[at] != emptySize) {
+            at += fields;
+            ++rows;
+        }
+        // All line ends of the window stand where regular rows have them: nothing else does.
+        if (rows == m_indexState.lineEnds) {
+            return rows;
+        }
+        m_isMixedWindow = true;
+        rows = 0;
+        at = m_nextPosition;
+    }
+    const auto isRegular = [this, fields, emptySize](std::size_t from) {
+        std::size_t field = 1;
+        while (field < fields && !IsLineEnd(from + field)) {
+            ++field;
+        }
+        return field == fields && IsLineEnd(from + field) &&
+               m_positions[from + field] - m_positions[from] != emptySize;
+    };
+    while (rows < most && isRegular(at)) {
+        at += fields;
+        ++rows;
+    }
+    return rows;
+}
+
+} // namespace AsciiReader

@@ -1,0 +1,92 @@
+// Runs of regular rows in a block of bytes, by the positions of separators and line endings.
+#pragma once
+
+#include "file/LineSource.h"
+#include "kernels/Kernels.h"
+#include "layer/Separator.h"
+
+#include <Orvane/BFeaturePage.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+
+namespace AsciiReader {
+
+/// Walks over the lines of blocks of bytes. Lines that have a given number of fields, of which not
+/// all are empty, are found in runs, to be worked on column by column; all others come one by one.
+///
+/// Use: per block `Begin`, then per step `FindNext`: for Rows call MakeRun and Pass, for Line call
+/// TakeLine. The line source learns of every row and line that was passed, so that a walk may end
+/// anywhere.
+///
+/// Memory: the positions of a window of 64 KiB, or of as many bytes as a run of fields needs.
+class BlockRows
+{
+public:
+    enum class Found : std::uint8_t {
+        Rows, ///< at least one regular row stands next
+        Line, ///< another line stands next
+        End   ///< the block is at its end
+    };
+
+    /// @param lines where the blocks come from; kept by reference
+    /// @param ignoresBlankRows whether empty lines are passed over
+    BlockRows(LineSource& lines, bool ignoresBlankRows);
+
+    /// Makes the walk one over rows of `fieldCount` fields that are cut at the separator. Without a
+    /// call, with 0 fields, or with a separator that is not cut at one byte, it is not active.
+    void SetRows(const Separator& separator, std::size_t fieldCount);
+
+    [[nodiscard]] bool IsActive() const noexcept { return m_fieldCount > 0; }
+
+    /// Begins with the next pending block. @return false when there is none, or not active
+    bool Begin();
+    /// What stands next; indexes more of the block as needed.
+    Found FindNext();
+
+    /// Regular rows that stand next; at least one after FindNext gave Rows.
+    [[nodiscard]] std::size_t GetRowCount() const noexcept { return m_rowCount; }
+
+    /// The fields of one column over the next rows. @param rows at most GetRowCount()
+    [[nodiscard]] Kernels::FieldRun MakeRun(std::size_t fieldIndex, std::size_t rows) const;
+    /// Goes on behind the next rows.
+    void Pass(std::size_t rows);
+    /// Takes one line, regular or not. @return false for an empty line that is passed over
+    bool TakeLine(SourceLine& line);
+
+    [[nodiscard]] const LineBlock& GetBlock() const noexcept { return m_block; }
+
+private:
+    bool IndexMore();
+    void SkipBlankLines();
+    [[nodiscard]] bool IsLineEnd(std::size_t positionIndex) const noexcept;
+    [[nodiscard]] std::size_t CountRegularRows();
+
+    LineSource& m_lines;
+    bool m_ignoresBlankRows;
+    std::size_t m_fieldCount = 0;
+    const Kernels::Set& m_kernels;
+    LineBlock m_block{};
+    Kernels::Structure m_structure;
+    Kernels::IndexState m_indexState;
+    /// Entry 0 is the position in front of the next row; the positions of m_positionCount
+    /// separators and line ends follow.
+    Orvane::BPageArray<std::uint32_t> m_positions;
+    std::size_t m_positionCount = 0;
+    std::size_t m_nextPosition = 0; ///< index of the position in front of the next row
+    std::size_t m_rowCount = 0;
+    std::size_t m_indexedTo = 0;
+    bool m_isMixedWindow = false; ///< the window holds rows that are not regular
+    bool m_isLongLine = false;    ///< positions of the line that is being read were dropped
+};
+
+/// One field as it stands in the block, quotes included.
+inline std::string_view PartAt(const Kernels::FieldRun& run, std::size_t row)
+{
+    const std::uint32_t begin = run.ends[row * run.stride - 1] + 1;
+    const std::uint32_t end = run.ends[row * run.stride] - run.trim;
+    return {run.text + begin, end - begin};
+}
+
+} // namespace AsciiReader
