@@ -46,6 +46,7 @@ struct Digits
 {
     std::uint64_t mantissa; ///< the digits as a number, the point left out
     unsigned fraction;      ///< digits behind the point
+    unsigned count;         ///< digits in all
     unsigned sign;          ///< 1 for a minus, else 0
 };
 
@@ -58,6 +59,15 @@ struct TextTarget
     std::uint32_t* ends;  ///< where the end of each row's text is written
     std::size_t longest;  ///< only texts of at most that many bytes are taken
     bool takesHighBytes;  ///< whether texts with bytes of 0x80 or more are taken
+};
+
+/// What kinds of values a column holds; starts at none and adds up.
+struct TypeFacts
+{
+    bool hasWholeNumbers = false; ///< `-?digits` of at most nine digits
+    bool hasDecimals = false;     ///< `-?[digits].digits` of at most sixteen digits
+    bool hasTexts = false;        ///< fields that are no numbers, empty ones among them
+    unsigned mostDigits = 0;      ///< of a decimal
 };
 
 /// What a run of bytes holds; starts at nothing and adds up.
@@ -93,6 +103,11 @@ struct Set
     /// long, has a high byte that is not taken, or for which there is no room: 32 bytes behind a
     /// text may be overwritten. @return the row that was not copied, or the number of rows
     std::size_t (*appendTexts)(const FieldRun& fields, std::size_t row, TextTarget& target);
+
+    /// Adds what kinds of values the fields are. Words for true and false ("1" and "0" among them)
+    /// add nothing. Fields that take a closer look are listed in `odd` and counted as for
+    /// toDoubles.
+    std::size_t (*scanTypes)(const FieldRun& fields, TypeFacts& facts, std::uint32_t* odd);
 
     /// Adds what text[0, size) holds.
     void (*survey)(const char* text, std::size_t size, Survey& survey);

@@ -224,7 +224,7 @@ std::size_t ToDoubles(const FieldRun& fields, double* out, std::uint32_t* odd)
 } // namespace
 
 const Set kAvx2 = {
-    IndexText, ToDoubles, ToInt32s, ToBooleans, AppendTexts, SurveyText, IsUtf8, "avx2"};
+    IndexText, ToDoubles, ToInt32s, ToBooleans, AppendTexts, ScanTypes, SurveyText, IsUtf8, "avx2"};
 
 } // namespace AsciiReader::Kernels
 

@@ -195,6 +195,7 @@ bool ConvertDigits(
     digits.fraction = point == nullptr ? 0 : static_cast<unsigned>(stop - point - 1);
     const auto size = static_cast<unsigned>(stop - (text + begin)) - digits.sign;
     const unsigned digitCount = size - (point == nullptr ? 0U : 1U);
+    digits.count = digitCount;
     return digitCount >= 1 && digitCount <= 16;
 }
 
@@ -207,7 +208,14 @@ bool IsUtf8(const char* text, std::size_t size)
 
 } // namespace
 
-const Set kGeneric = {
-    IndexText, ToDoubles, ToInt32s, ToBooleans, AppendTexts, SurveyText, IsUtf8, "generic"};
+const Set kGeneric = {IndexText,
+                      ToDoubles,
+                      ToInt32s,
+                      ToBooleans,
+                      AppendTexts,
+                      ScanTypes,
+                      SurveyText,
+                      IsUtf8,
+                      "generic"};
 
 } // namespace AsciiReader::Kernels

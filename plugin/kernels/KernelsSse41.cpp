@@ -97,8 +97,15 @@ std::uint32_t LowestBit(std::uint64_t mask)
 
 } // namespace
 
-const Set kSse41 = {
-    IndexText, ToDoubles, ToInt32s, ToBooleans, AppendTexts, SurveyText, IsUtf8, "sse4.1"};
+const Set kSse41 = {IndexText,
+                    ToDoubles,
+                    ToInt32s,
+                    ToBooleans,
+                    AppendTexts,
+                    ScanTypes,
+                    SurveyText,
+                    IsUtf8,
+                    "sse4.1"};
 
 } // namespace AsciiReader::Kernels
 

@@ -173,6 +173,10 @@ std::int32_t DetectType(Text<Unit> text)
     if (!text.empty() && text.size() <= 9 && std::all_of(text.begin(), text.end(), IsDigit<Unit>)) {
         return kInt32;
     }
+    // No number begins with a unit outside this range; most texts do.
+    if (text.empty() || text.front() < Unit('+') || text.front() > Unit('9')) {
+        return kString;
+    }
     const PlainCopy copy(text, true);
     if (!IsNumber(copy.View())) {
         return kString;

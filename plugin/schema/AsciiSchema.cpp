@@ -1,11 +1,9 @@
 // Decides the attribute schema of a file.
 #include "schema/AsciiSchema.h"
 
-#include "file/AsciiFile.h"
-#include "layer/CoordinateColumns.h"
-#include "layer/Separator.h"
-#include "layer/ValueRules.h"
 #include "reader/Constants.h"
+#include "schema/RowReader.h"
+#include "schema/TypeWidening.h"
 
 #include <Orvane/BException.h>
 #include <Orvane/BNumbers.h>
@@ -30,145 +28,6 @@ constexpr const char* kDefinitionError =
     "There was an error in the schema. The definition \t\t\t\t\t\t\t\t\t does not have 5 values.\n "
     "\t\t\t\t\t\t\t\t\t Each record definition should look like \t\t\t\t\t\t\t\t\t "
     "ColNumber,ColName,ColType,ColLength,ColPrecision";
-
-bool IsTrue(const BParamList& params, const BString& key)
-{
-    return params.HasProperty(key) && params.GetBoolean(key, false);
-}
-
-/// The column numbers of the options, -1 for those that are absent.
-struct CoordinateColumns
-{
-    explicit CoordinateColumns(const BParamList& params)
-        : x(Get(params, Orvane::X_COLUMN))
-        , y(Get(params, Orvane::Y_COLUMN))
-        , z(Get(params, Orvane::Z_COLUMN))
-        , areInRows(params.HasProperty(Orvane::X_COLUMN) && params.HasProperty(Orvane::Y_COLUMN))
-    {}
-
-    static std::int32_t Get(const BParamList& params, const BString& key)
-    {
-        return params.HasProperty(key) ? params.GetInteger(key, 0) : -1;
-    }
-
-    [[nodiscard]] bool Contains(std::int32_t column) const noexcept
-    {
-        return column == x || column == y || column == z;
-    }
-
-    std::int32_t x;
-    std::int32_t y;
-    std::int32_t z;
-    bool areInRows;
-};
-
-/// Splits lines and takes the coordinate columns out.
-class RowReader
-{
-public:
-    RowReader(const BParamList& params, const QRegularExpression& separator)
-        : m_columns(params)
-        , m_separator(separator,
-                      params.HasProperty(Orvane::FIELD_LENGTH)
-                          ? params.GetIntegers(Orvane::FIELD_LENGTH)
-                          : std::vector<std::int32_t>())
-    {}
-
-    /// @return fields of the line before the coordinate columns went
-    std::size_t Split(const TextView& line)
-    {
-        m_separator.Split(line, m_row);
-        return m_row.GetCount();
-    }
-
-    void RemoveCoordinates()
-    {
-        if (m_columns.areInRows) {
-            m_row.VisitMutable([this](auto& fields) {
-                RemoveCoordinateColumns(fields, m_columns.x, m_columns.y, m_columns.z);
-            });
-        }
-    }
-
-    [[nodiscard]] SplitRow& GetRow() noexcept { return m_row; }
-
-    [[nodiscard]] Row MakeRow()
-    {
-        Row row;
-        m_row.Visit([&row](const auto& fields, ETextUnit unit) {
-            row.reserve(fields.size());
-            for (const auto field : fields) {
-                row.push_back(MakeString(field, unit));
-            }
-        });
-        return row;
-    }
-
-private:
-    CoordinateColumns m_columns;
-    Separator m_separator;
-    SplitRow m_row;
-};
-
-[[noreturn]] void RethrowWithLine(std::size_t lineNumber,
-                                  const Orvane::BIndexOutOfBoundsException& error)
-{
-    throw Orvane::BIndexOutOfBoundsException(
-        error.GetLocation(),
-        BString::Format("Line %d of the data.  %ls", lineNumber, error.GetDetails()));
-}
-
-void RaisePrecision(BAttributeDef& def, std::int32_t digits)
-{
-    def.SetPrecision(std::max(def.GetPrecision(), digits));
-}
-
-/// Widens one column so that it fits one more value.
-template <typename Unit>
-void WidenType(BAttributeDef& def, std::basic_string_view<Unit> text, bool keepsText)
-{
-    const EVariantType current = def.GetType();
-    const auto isOneOf = [current](auto... types) { return ((current == types) || ...); };
-    // Rule: boolean words come first, so that 1 and 0 count as booleans and change no other type.
-    if (ValueRules::IsBooleanWord(text)) {
-        if (current == EVariantType::None) {
-            def.SetType(EVariantType::Boolean);
-        }
-        return;
-    }
-    const auto type = keepsText ? EVariantType::String : EVariantType{ValueRules::DetectType(text)};
-    if (type == EVariantType::String) {
-        def.SetType(EVariantType::String);
-    } else if (current == EVariantType::None) {
-        // Rule: the value that gives a column its type does not count for the precision.
-        def.SetType(type);
-    } else if (type == EVariantType::Int32) {
-        if (isOneOf(EVariantType::Boolean)) {
-            def.SetType(type);
-        }
-    } else if (type == EVariantType::Int64) {
-        if (isOneOf(EVariantType::Int32, EVariantType::Boolean)) {
-            def.SetType(type);
-        }
-    } else {
-        if (isOneOf(EVariantType::Int32,
-                    EVariantType::Int64,
-                    EVariantType::Float,
-                    EVariantType::Boolean)) {
-            def.SetType(type);
-        }
-        RaisePrecision(def, ValueRules::CountDigits(text));
-    }
-}
-
-template <typename Fields>
-void WidenTypes(BAttributeDefs& schema, const Fields& fields, bool keepsText)
-{
-    const std::size_t count = std::min(schema.GetCount(), fields.size());
-    for (std::size_t index = 0; index < count; ++index) {
-        WidenType(schema.GetAt(index), fields[index], keepsText);
-    }
-}
 
 } // namespace
 
@@ -209,34 +68,6 @@ BAttributeDefs Schema(const std::vector<BString>& lines,
         return SetSchema(params, static_cast<unsigned>(columnCount), rows);
     }
     return {};
-}
-
-BAttributeDefs
-ScanAllRows(AsciiFile& file, const BParamList& params, const QRegularExpression& separator)
-{
-    BAttributeDefs schema;
-    RowReader reader(params, separator);
-    const bool keepsText = IsTrue(params, Orvane::PRESERVE_NUMERIC_STRINGS);
-    // Rule: lines of the file are counted from 1.
-    std::size_t lineNumber = 1;
-    SourceLine line;
-    file.NextLine(line);
-    try {
-        for (; !file.AtEnd(); ++lineNumber) {
-            reader.Split(line.text);
-            reader.RemoveCoordinates();
-            const bool isData = lineNumber != 1 || InitColumns(schema, reader.MakeRow(), params);
-            if (isData) {
-                reader.GetRow().Visit([&schema, keepsText](const auto& fields, ETextUnit) {
-                    WidenTypes(schema, fields, keepsText);
-                });
-            }
-            file.NextLine(line);
-        }
-    } catch (const Orvane::BIndexOutOfBoundsException& error) {
-        RethrowWithLine(lineNumber, error);
-    }
-    return schema;
 }
 
 BAttributeDefs InferSchema(std::vector<Row>& rows, const BParamList& params)

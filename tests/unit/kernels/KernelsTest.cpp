@@ -2,6 +2,7 @@
 #include "kernels/Kernels.h"
 
 #include "file/Utf8.h"
+#include "layer/ValueRules.h"
 
 #include <gtest/gtest.h>
 
@@ -474,6 +475,83 @@ TEST(KernelsIsUtf8, SaysWhatAPlainCheckSaysOfRandomText)
         }
     }
     EXPECT_GT(valid, 5000U);
+}
+
+TEST(KernelsScanTypes, SayWhatTheRuleOnOneValueSays)
+{
+    namespace ValueRules = AsciiReader::ValueRules;
+    std::vector<std::string> values = kNumbers;
+    values.insert(values.end(), kOddFields.begin(), kOddFields.end());
+    for (const char* const word : {"1",
+                                   "0",
+                                   "y",
+                                   "N",
+                                   "t",
+                                   "F",
+                                   "yes",
+                                   "No",
+                                   "TRUE",
+                                   "false",
+                                   "falsey",
+                                   "yesno",
+                                   "nope",
+                                   "\x10",
+                                   "\x14RUE",
+                                   "granite",
+                                   " 7",
+                                   "7 ",
+                                   "1,234",
+                                   ",",
+                                   "1234567890",
+                                   "-1234567890",
+                                   "123456789",
+                                   "-123456789",
+                                   "12345678901234.5",
+                                   "-1234567890123.25",
+                                   "/",
+                                   "*",
+                                   "\xE9",
+                                   "5e3"}) {
+        values.emplace_back(word);
+    }
+    std::size_t decided = 0;
+    for (const std::string& value : values) {
+        const Column column({value});
+        for (const Set* set : AllSets()) {
+            TypeFacts facts;
+            std::uint32_t odd = 7;
+            if (set->scanTypes(column.Run(false), facts, &odd) == 1) {
+                EXPECT_EQ(0U, odd) << set->name;
+                continue;
+            }
+            ++decided;
+            const std::string_view text = value;
+            const bool isWord = ValueRules::IsBooleanWord(text);
+            const std::int32_t type = isWord ? 0 : ValueRules::DetectType(text);
+            EXPECT_EQ(type == ValueRules::kInt32, facts.hasWholeNumbers)
+                << set->name << " " << value;
+            EXPECT_EQ(type == ValueRules::kDouble, facts.hasDecimals) << set->name << " " << value;
+            EXPECT_EQ(type == ValueRules::kString, facts.hasTexts) << set->name << " " << value;
+            const std::int32_t digits =
+                type == ValueRules::kDouble ? ValueRules::CountDigits(text) : 0;
+            EXPECT_EQ(digits, static_cast<std::int32_t>(facts.mostDigits))
+                << set->name << " " << value;
+        }
+    }
+    EXPECT_GT(decided, values.size());
+}
+
+TEST(KernelsScanTypes, LookInsideTheQuotesAroundAField)
+{
+    const Column column({"\"12.50\"", "\"yes\"", "\"a\"\"b\"", "\"\"", "\"-7\"", "\"1e5\""});
+    for (const Set* set : AllSets()) {
+        TypeFacts facts;
+        std::vector<std::uint32_t> odd(6);
+        odd.resize(set->scanTypes(column.Run(true), facts, odd.data()));
+        EXPECT_EQ((std::vector<std::uint32_t>{5}), odd) << set->name;
+        EXPECT_TRUE(facts.hasWholeNumbers && facts.hasDecimals && facts.hasTexts) << set->name;
+        EXPECT_EQ(4U, facts.mostDigits) << set->name;
+    }
 }
 
 } // namespace

@@ -1,0 +1,185 @@
+// Decides the attribute schema of a file by all of its rows.
+#include "file/AsciiFile.h"
+#include "file/BlockRows.h"
+#include "schema/AsciiSchema.h"
+#include "schema/RowReader.h"
+#include "schema/TypeWidening.h"
+
+#include <numeric>
+#include <string>
+
+namespace AsciiReader::AsciiSchema {
+
+using Orvane::BAttributeDef;
+using Orvane::BAttributeDefs;
+using Orvane::BParamList;
+using Orvane::EVariantType;
+
+namespace {
+
+/// Takes the lines of a file into a schema: runs of regular rows of a block column by column, all
+/// others row by row. Both ways give the same schema.
+class AllRows
+{
+public:
+    AllRows(LineSource& lines,
+            bool ignoresBlankRows,
+            const BParamList& params,
+            const QRegularExpression& separator)
+        : m_params(params)
+        , m_reader(params, separator)
+        , m_keepsText(IsTrue(params, Orvane::PRESERVE_NUMERIC_STRINGS))
+        , m_kernels(Kernels::Best())
+        , m_rows(lines, ignoresBlankRows)
+    {}
+
+    void TakeFirst(const TextView& line)
+    {
+        const std::size_t count = m_reader.Split(line);
+        m_reader.RemoveCoordinates();
+        if (InitColumns(m_schema, m_reader.MakeRow(), m_params)) {
+            WidenByRow();
+        }
+        m_fieldOfColumn.resize(count);
+        std::iota(m_fieldOfColumn.begin(), m_fieldOfColumn.end(), std::size_t{0});
+        m_reader.RemoveCoordinatesFrom(m_fieldOfColumn);
+        m_rows.SetRows(m_reader.GetSeparator(), count);
+        ++m_lineNumber;
+    }
+
+    void Take(const TextView& line)
+    {
+        m_reader.Split(line);
+        m_reader.RemoveCoordinates();
+        WidenByRow();
+        ++m_lineNumber;
+    }
+
+    /// Takes the lines of the pending block. @return false when there is none of bytes
+    bool TakeBlock()
+    {
+        if (!m_rows.Begin()) {
+            return false;
+        }
+        SourceLine line;
+        for (;;) {
+            switch (m_rows.FindNext()) {
+            case BlockRows::Found::Rows:
+                WidenByColumns(m_rows.GetRowCount());
+                m_lineNumber += m_rows.GetRowCount();
+                m_rows.Pass(m_rows.GetRowCount());
+                break;
+            case BlockRows::Found::Line:
+                if (m_rows.TakeLine(line)) {
+                    Take(line.text);
+                }
+                break;
+            case BlockRows::Found::End:
+                return true;
+            }
+        }
+    }
+
+    /// Rule: lines of the file are counted from 1.
+    [[nodiscard]] std::size_t GetLineNumber() const noexcept { return m_lineNumber; }
+
+    [[nodiscard]] const BAttributeDefs& GetSchema() const noexcept { return m_schema; }
+
+private:
+    void WidenByRow()
+    {
+        m_reader.GetRow().Visit(
+            [this](const auto& fields, ETextUnit) { WidenTypes(m_schema, fields, m_keepsText); });
+    }
+
+    void WidenByColumns(std::size_t rows)
+    {
+        m_odd.resize(rows);
+        for (std::size_t column = 0; column < m_fieldOfColumn.size(); ++column) {
+            BAttributeDef& def = m_schema.GetAt(column);
+            Kernels::FieldRun run = m_rows.MakeRun(m_fieldOfColumn[column], rows);
+            std::size_t row = 0;
+            // Values that are all kept as text change nothing once there is a text.
+            while (row < rows && (def.GetType() == EVariantType::None ||
+                                  (m_keepsText && def.GetType() != EVariantType::String))) {
+                WidenByField(def, PartAt(run, row));
+                ++row;
+            }
+            if (row == rows || m_keepsText) {
+                continue;
+            }
+            run.ends += row * run.stride;
+            run.rows -= row;
+            Kernels::TypeFacts facts;
+            const std::size_t odd = m_kernels.scanTypes(run, facts, m_odd.data());
+            if (facts.hasTexts) {
+                WidenToType(def, EVariantType::String, 0);
+            }
+            if (facts.hasWholeNumbers) {
+                WidenToType(def, EVariantType::Int32, 0);
+            }
+            if (facts.hasDecimals) {
+                WidenToType(def, EVariantType::Double, static_cast<std::int32_t>(facts.mostDigits));
+            }
+            for (std::size_t at = 0; at < odd; ++at) {
+                WidenByField(def, PartAt(run, m_odd[at]));
+            }
+        }
+    }
+
+    void WidenByField(BAttributeDef& def, std::string_view part)
+    {
+        const ETextUnit unit = m_rows.GetBlock().unit;
+        std::string_view field;
+        if (Unquote(part, unit, m_scratch, field)) {
+            WidenType(def, field, m_keepsText);
+        } else {
+            // Half of a character is a text in UTF-16 only.
+            Widen(TextView(part, unit), m_widePart);
+            WidenType(def, Unquote(m_widePart, m_wideScratch), m_keepsText);
+        }
+    }
+
+    const BParamList& m_params;
+    RowReader m_reader;
+    bool m_keepsText;
+    const Kernels::Set& m_kernels;
+    BlockRows m_rows;
+    BAttributeDefs m_schema;
+    std::size_t m_lineNumber = 1;
+    std::vector<std::size_t> m_fieldOfColumn; ///< of a row as long as the first one
+    std::vector<std::uint32_t> m_odd;
+    std::string m_scratch;
+    std::u16string m_widePart;
+    std::u16string m_wideScratch;
+};
+
+} // namespace
+
+BAttributeDefs
+ScanAllRows(AsciiFile& file, const BParamList& params, const QRegularExpression& separator)
+{
+    AllRows rows(file.m_lines, file.m_ignoreBlankRows, params, separator);
+    SourceLine line;
+    file.NextLine(line);
+    try {
+        if (!file.AtEnd()) {
+            rows.TakeFirst(line.text);
+        }
+        while (!file.AtEnd()) {
+            if (rows.TakeBlock()) {
+                continue;
+            }
+            // Rule: the entry at which the file is at its end is no row.
+            file.NextLine(line);
+            if (!file.AtEnd()) {
+                rows.Take(line.text);
+            }
+        }
+    } catch (const Orvane::BIndexOutOfBoundsException& error) {
+        RethrowWithLine(rows.GetLineNumber(), error);
+    }
+    return rows.GetSchema();
+}
+
+} // namespace AsciiReader::AsciiSchema
