@@ -534,6 +534,9 @@ void BFeatureAppender::EndOddRows(std::size_t count,
                                   const std::uint8_t* kinds,
                                   std::uint32_t firstNameNumber)
 {
+    if (count == 0) {
+        return;
+    }
     const std::size_t rows = m_page->rowCount;
     if (!m_page->attributeCounts.IsEmpty()) {
         m_page->attributeCounts.Resize(rows + count, static_cast<std::uint32_t>(m_columnCount));
