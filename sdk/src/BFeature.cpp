@@ -45,6 +45,7 @@ BFeature::Values& BFeature::Own()
         ReadAll();
         m_collection->KeepObject(*this);
         m_isOwn = true;
+        m_attributeCount = kUnknownCount;
     }
     return Any();
 }
@@ -99,7 +100,13 @@ BString BFeature::GetName() const
 {
     if (!m_isOwn) {
         const BFeaturePage& page = Page();
-        return page.GetName(m_rowInPage);
+        if (page.HasNameTexts()) {
+            return page.GetName(m_rowInPage);
+        }
+        // In the buffer of the last number, if nobody has kept that.
+        Values& values = Any();
+        values.name.SetInteger(page.GetNameNumber(m_rowInPage));
+        return values.name;
     }
     return m_values ? m_values->name : BString();
 }
@@ -185,11 +192,11 @@ void BFeature::SetAttributeValue(std::size_t attributeIndex, BVariant value)
     Own().attributes.SetValueAt(attributeIndex, std::move(value));
 }
 
-std::size_t BFeature::GetAttributeCount() const
+std::size_t BFeature::CountAttributes() const
 {
     if (!m_isOwn) {
-        const BFeaturePage& page = Page();
-        return page.GetAttributeCount(m_rowInPage);
+        m_attributeCount = Page().GetAttributeCount(m_rowInPage);
+        return m_attributeCount;
     }
     return m_values ? m_values->attributes.GetCount() : 0;
 }
@@ -197,10 +204,10 @@ std::size_t BFeature::GetAttributeCount() const
 BString BFeature::GetAttributeName(std::size_t attributeIndex) const
 {
     if (!m_isOwn) {
-        const BFeaturePage& page = Page();
-        if (attributeIndex >= page.GetAttributeCount(m_rowInPage)) {
-            CheckSubscript(attributeIndex, page.GetAttributeCount(m_rowInPage));
+        if (attributeIndex >= GetAttributeCount()) {
+            CheckSubscript(attributeIndex, GetAttributeCount());
         }
+        const BFeaturePage& page = Page();
         return (*page.columns)[attributeIndex].name;
     }
     return Any().attributes.GetNameAt(attributeIndex);
@@ -209,10 +216,10 @@ BString BFeature::GetAttributeName(std::size_t attributeIndex) const
 BVariant BFeature::GetAttributeValue(std::size_t attributeIndex) const
 {
     if (!m_isOwn) {
-        const BFeaturePage& page = Page();
-        if (attributeIndex >= page.GetAttributeCount(m_rowInPage)) {
-            CheckSubscript(attributeIndex, page.GetAttributeCount(m_rowInPage));
+        if (attributeIndex >= GetAttributeCount()) {
+            CheckSubscript(attributeIndex, GetAttributeCount());
         }
+        const BFeaturePage& page = Page();
         return page.GetValue(m_rowInPage, attributeIndex);
     }
     return Any().attributes.GetValueAt(attributeIndex);

@@ -244,12 +244,14 @@ std::shared_ptr<BFeature> BFeatureCollection::MakeHandle(std::size_t row)
             BFeature& feature = *ready;
             feature.m_row = row;
             feature.m_generation = 0;
+            feature.m_attributeCount = BFeature::kUnknownCount;
             // A visit stays on one page for long: no search then.
             const PageEntry& hint = m_pages[m_pageHint];
             if (hint.page && row - hint.firstRow < hint.page->rowCount) {
                 feature.m_page = hint.page.get();
                 feature.m_rowInPage = row - hint.firstRow;
                 feature.m_generation = m_generation;
+                feature.m_attributeCount = hint.page->GetAttributeCount(feature.m_rowInPage);
             }
             if (feature.m_values) {
                 feature.m_values->isPointRead = false;
@@ -270,6 +272,7 @@ void BFeatureCollection::List(const std::shared_ptr<BFeature>& feature)
             if (ready) {
                 ready->m_collection = nullptr;
                 ready->m_isOwn = true;
+                ready->m_attributeCount = BFeature::kUnknownCount;
             }
             ready = feature;
             return;
@@ -361,6 +364,7 @@ void BFeatureCollection::DetachAll() noexcept
     const auto detach = [](BFeature& feature) {
         feature.m_collection = nullptr;
         feature.m_isOwn = true;
+        feature.m_attributeCount = BFeature::kUnknownCount;
         feature.m_isListed = false;
         feature.m_isHandle = false;
     };
@@ -418,6 +422,7 @@ void BFeatureCollection::Add(const BSharedPtr<BFeature>& feature)
     added.m_values->areAttributesRead = true;
     added.m_collection = this;
     added.m_generation = 0;
+    added.m_attributeCount = BFeature::kUnknownCount;
     added.m_isOwn = !fits;
 }
 

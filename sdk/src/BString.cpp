@@ -158,19 +158,9 @@ BString BuildText(std::size_t capacity, Write write)
 
 } // namespace
 
-BString::BString() noexcept
-{
-    new (m_storage) QString();
-}
-
 BString::BString(const BString& other) noexcept
 {
     new (m_storage) QString(MakeQString(other));
-}
-
-BString::BString(BString&& other) noexcept
-{
-    new (m_storage) QString(std::move(BStringAccess::Get(other)));
 }
 
 // QString's own assignment is safe for the text itself.
@@ -187,7 +177,7 @@ BString& BString::operator=(BString&& other) noexcept
     return *this;
 }
 
-BString::~BString()
+void BString::Release() noexcept
 {
     BStringAccess::Get(*this).~QString();
 }
@@ -238,9 +228,26 @@ BString BString::FromWide(std::wstring_view text)
 
 BString BString::FromInteger(std::int64_t value)
 {
+    BString text;
+    text.SetInteger(value);
+    return text;
+}
+
+void BString::SetInteger(std::int64_t value)
+{
     std::array<char, 24> digits;
     const auto result = std::to_chars(digits.data(), digits.data() + digits.size(), value);
-    return FromLatin1({digits.data(), static_cast<std::size_t>(result.ptr - digits.data())});
+    const auto size = static_cast<std::size_t>(result.ptr - digits.data());
+    QString& text = BStringAccess::Get(*this);
+    if (text.isDetached() && text.capacity() >= static_cast<qsizetype>(size)) {
+        text.resize(static_cast<qsizetype>(size));
+    } else {
+        text = QString(static_cast<qsizetype>(size), Qt::Uninitialized);
+    }
+    QChar* const units = text.data();
+    for (std::size_t at = 0; at < size; ++at) {
+        units[at] = QLatin1Char(digits[at]);
+    }
 }
 
 char16_t BString::At(std::size_t position) const

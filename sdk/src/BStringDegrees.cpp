@@ -1,15 +1,15 @@
 // Reads angles written by people into decimal degrees.
 #include <Orvane/BException.h>
+#include <Orvane/BNumbers.h>
 #include <Orvane/BString.h>
 
 #include <QChar>
 
 #include <algorithm>
 #include <array>
-#include <charconv>
+#include <cmath>
 #include <optional>
 #include <string>
-#include <system_error>
 
 namespace Orvane {
 
@@ -241,13 +241,9 @@ private:
         if (points > 1 || number.size() == static_cast<std::size_t>(points)) {
             return false;
         }
-        std::string whole = number;
-        if (whole.back() == '.') {
-            whole.pop_back();
-        }
-        const char* end = whole.data() + whole.size();
-        const auto result = std::from_chars(whole.data(), end, value, std::chars_format::fixed);
-        return result.ec == std::errc() && result.ptr == end;
+        // A number too small for a double is 0; one too large is no angle.
+        value = BNumbers::Strtod(number);
+        return std::isfinite(value);
     }
 
     /// All parts of a text whose parts stand apart.

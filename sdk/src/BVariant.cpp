@@ -55,21 +55,6 @@ bool SameReal(Real a, Real b) noexcept
 
 } // namespace
 
-EVariantType BVariant::GetType() const noexcept
-{
-    // In the order of the alternatives.
-    constexpr std::array<EVariantType, 9> kTypes = {EVariantType::None,
-                                                    EVariantType::Int32,
-                                                    EVariantType::Int64,
-                                                    EVariantType::Double,
-                                                    EVariantType::Float,
-                                                    EVariantType::Boolean,
-                                                    EVariantType::String,
-                                                    EVariantType::Strings,
-                                                    EVariantType::Integers};
-    return kTypes[m_value.index()];
-}
-
 void BVariant::SetValue(const BString& value, std::size_t length)
 {
     m_value = length == 0 ? value : value.Left(length);
@@ -101,7 +86,7 @@ std::int64_t BVariant::GetInt64() const
         m_value);
 }
 
-double BVariant::GetDouble() const
+double BVariant::ConvertToDouble() const
 {
     return std::visit(Overloaded{[](std::int32_t value) { return static_cast<double>(value); },
                                  [](std::int64_t value) { return static_cast<double>(value); },

@@ -59,7 +59,11 @@ public:
 
     /// Single attributes, for visits that need no list. Indices count from 0.
     /// @throws std::out_of_range "invalid vector subscript".
-    [[nodiscard]] std::size_t GetAttributeCount() const;
+    [[nodiscard]] std::size_t GetAttributeCount() const
+    {
+        return m_attributeCount != kUnknownCount ? m_attributeCount : CountAttributes();
+    }
+
     [[nodiscard]] BString GetAttributeName(std::size_t attributeIndex) const;
     [[nodiscard]] BVariant GetAttributeValue(std::size_t attributeIndex) const;
 
@@ -72,6 +76,9 @@ private:
 
     BFeature(BFeatureCollection& collection, std::size_t row);
 
+    static constexpr std::size_t kUnknownCount = static_cast<std::size_t>(-1);
+
+    [[nodiscard]] std::size_t CountAttributes() const;
     /// The page of the feature's row, brought into memory when it has left; only while the values
     /// are the store's.
     inline const BFeaturePage& Page() const;
@@ -90,6 +97,8 @@ private:
     mutable const BFeaturePage* m_page = nullptr;
     mutable std::size_t m_rowInPage = 0;
     mutable std::uint64_t m_generation = 0;
+    /// Known only while the values are the store's, where a row keeps its count.
+    mutable std::size_t m_attributeCount = kUnknownCount;
     bool m_isOwn = true;     ///< m_values decide; otherwise they are only a copy of the store's
     bool m_isListed = false; ///< the collection's list of handles has it
     bool m_isHandle = false; ///< made by a collection, which may use it for another row

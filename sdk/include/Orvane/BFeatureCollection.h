@@ -396,7 +396,7 @@ private:
     EPointKind m_plainKind = EPointKind::None;
     bool m_hasNameTexts = false;
     bool m_isPageFull = false;
-    std::size_t m_begunEnd = 0; ///< behind the last row of BeginRows
+    std::size_t m_begunEnd = 0;            ///< behind the last row of BeginRows
     std::vector<std::size_t> m_prefaulted; ///< values of each array that have their memory
 };
 

@@ -32,12 +32,29 @@ public:
     static constexpr std::size_t npos = static_cast<std::size_t>(-1);
 
     /// The empty text.
-    BString() noexcept;
+    BString() noexcept
+        : m_storage{}
+    {}
+
     BString(const BString& other) noexcept;
-    BString(BString&& other) noexcept;
+
+    BString(BString&& other) noexcept
+    {
+        std::memcpy(m_storage, other.m_storage, sizeof m_storage);
+        std::memset(other.m_storage, 0, sizeof m_storage);
+    }
+
     BString& operator=(const BString& other) noexcept;
     BString& operator=(BString&& other) noexcept;
-    ~BString();
+
+    ~BString()
+    {
+        void* buffer = nullptr;
+        std::memcpy(&buffer, m_storage, sizeof buffer);
+        if (buffer != nullptr) {
+            Release();
+        }
+    }
 
     /// A copy of `text`, unit for unit.
     BString(std::u16string_view text); // NOLINT(google-explicit-constructor)
@@ -62,6 +79,9 @@ public:
     static BString FromWide(std::wstring_view text);
     /// The decimal text of a number: "-" when negative, no leading zeros.
     static BString FromInteger(std::int64_t value);
+    /// Becomes the decimal text of a number; allocates nothing when the text is not shared and its
+    /// buffer is long enough.
+    void SetInteger(std::int64_t value);
 
     /// The text's units; valid until this BString is changed or destroyed.
     [[nodiscard]] std::u16string_view View() const noexcept
@@ -170,8 +190,9 @@ public:
     /// parts may be missing and are 0; only the last part that is present may have a fraction;
     /// minutes and seconds are below 60. Packed texts have no separators and no signs of parts.
     /// White space around the text, behind the sign and beside the hemisphere letter is dropped.
-    /// Exponents, hexadecimal, "inf" and "nan" are refused. A "-" that follows white space and
-    /// touches the next part is refused, since it reads as the sign of that part.
+    /// Exponents, hexadecimal, "inf", "nan" and numbers too large for a double are refused. A "-"
+    /// that follows white space and touches the next part is refused, since it reads as the sign
+    /// of that part.
     ///
     /// A final S is the hemisphere, unless it touches the digits of the third part and either the
     /// minutes are closed by the letter m in the same case ("12d30m15s"), or a sign or hemisphere
@@ -206,7 +227,11 @@ private:
     static constexpr std::size_t kUnitsOffset = sizeof(void*);
     static constexpr std::size_t kLengthOffset = 2 * sizeof(void*);
 
-    // A QString lives in here; its size and layout are checked where it is built.
+    /// Lets go of the buffer.
+    void Release() noexcept;
+
+    // A QString lives in here: where its buffer is owned, its units, its length. An empty one is
+    // all zeros, and one may be moved as bytes. Size and layout are checked where it is built.
     alignas(void*) std::byte m_storage[3 * sizeof(void*)];
 };
 

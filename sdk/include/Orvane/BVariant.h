@@ -47,7 +47,20 @@ public:
         SetValue(value);
     }
 
-    [[nodiscard]] EVariantType GetType() const noexcept;
+    [[nodiscard]] EVariantType GetType() const noexcept
+    {
+        // In the order of the alternatives.
+        constexpr EVariantType kTypes[] = {EVariantType::None,
+                                           EVariantType::Int32,
+                                           EVariantType::Int64,
+                                           EVariantType::Double,
+                                           EVariantType::Float,
+                                           EVariantType::Boolean,
+                                           EVariantType::String,
+                                           EVariantType::Strings,
+                                           EVariantType::Integers};
+        return kTypes[m_value.index()];
+    }
 
     [[nodiscard]] bool IsEmpty() const noexcept { return GetType() == EVariantType::None; }
 
@@ -77,7 +90,13 @@ public:
 
     [[nodiscard]] std::int32_t GetInteger() const;
     [[nodiscard]] std::int64_t GetInt64() const;
-    [[nodiscard]] double GetDouble() const;
+
+    [[nodiscard]] double GetDouble() const
+    {
+        const double* const value = std::get_if<double>(&m_value);
+        return value != nullptr ? *value : ConvertToDouble();
+    }
+
     [[nodiscard]] float GetFloat() const;
     [[nodiscard]] bool GetBoolean() const;
     [[nodiscard]] BString GetString() const;
@@ -88,6 +107,8 @@ public:
     friend ORVANE_SDK_EXPORT bool operator==(const BVariant& a, const BVariant& b) noexcept;
 
 private:
+    [[nodiscard]] double ConvertToDouble() const;
+
     std::variant<std::monostate,
                  std::int32_t,
                  std::int64_t,

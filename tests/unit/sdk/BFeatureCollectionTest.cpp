@@ -68,6 +68,20 @@ TEST(BFeatureCollectionAdd, StoresRegularFeaturesByValue)
     }
 }
 
+TEST(BFeatureCollectionGetAt, LeavesNamesThatTheCallerKeepsAsTheyWere)
+{
+    BFeatureCollection features;
+    BFeatureAppender appender(features, {});
+    for (std::uint32_t number = 9; number < 12; ++number) {
+        appender.EndRow(EPointKind::None, 0, 0, 0, number);
+    }
+    std::vector<BString> names;
+    for (std::size_t row = 0; row < 3; ++row) {
+        names.push_back(features.GetAt(row)->GetName());
+    }
+    EXPECT_EQ(names, (std::vector<BString>{"9", "10", "11"}));
+}
+
 TEST(BFeatureCollectionAdd, AttachesTheFeature)
 {
     BFeatureCollection features;

@@ -6,7 +6,9 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <compare>
+#include <cstring>
 #include <ostream>
 #include <stdexcept>
 #include <string>
@@ -222,6 +224,43 @@ TEST(BString, WritesIntegersInDecimal)
     EXPECT_EQ(BString::FromInteger(-17), BString("-17"));
     EXPECT_EQ(BString::FromInteger(INT64_MAX), BString("9223372036854775807"));
     EXPECT_EQ(BString::FromInteger(INT64_MIN), BString("-9223372036854775808"));
+}
+
+TEST(BStringSetInteger, LeavesACopyAsItWas)
+{
+    BString text = BString::FromInteger(1234567);
+    const BString copy = text;
+    text.SetInteger(-8);
+    EXPECT_EQ(copy, BString("1234567"));
+    EXPECT_EQ(text, BString("-8"));
+}
+
+TEST(BStringSetInteger, UsesABufferOfItsOwnAgain)
+{
+    BString text = BString::FromInteger(1234567);
+    const char16_t* const units = text.View().data();
+    text.SetInteger(89);
+    EXPECT_EQ(text, BString("89"));
+    EXPECT_EQ(text.View().data(), units);
+    text.SetInteger(INT64_MIN);
+    EXPECT_EQ(text, BString("-9223372036854775808"));
+}
+
+TEST(BString, IsEmptyAfterItWasMovedFrom)
+{
+    BString text("abc");
+    const BString taken = std::move(text);
+    EXPECT_EQ(taken, BString("abc"));
+    EXPECT_TRUE(text.IsEmpty()); // NOLINT(bugprone-use-after-move)
+    text = "d";
+    EXPECT_EQ(text, BString("d"));
+}
+
+TEST(BString, IsAllZerosWhenItIsAnEmptyQString)
+{
+    const BString empty = Orvane::MakeBString(QString());
+    const std::array<char, sizeof(BString)> zeros{};
+    EXPECT_EQ(std::memcmp(&empty, zeros.data(), sizeof empty), 0);
 }
 
 TEST(BString, HandsOutUnitsByPosition)
