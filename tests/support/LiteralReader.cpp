@@ -566,7 +566,11 @@ double AnglePart(const QString& part, bool mayHaveFraction)
     if (!(mayHaveFraction ? kFraction : kWhole).match(part).hasMatch()) {
         RefuseDegrees();
     }
-    return ToDouble(part);
+    const double value = ToDouble(part);
+    if (std::isinf(value)) {
+        RefuseDegrees();
+    }
+    return value;
 }
 
 /// Takes what the pattern matches off the front of the text.

@@ -219,13 +219,16 @@ TEST_P(AsciiUtilsSplitLineByWidths, CutsWithAPatternThatDoesNotCompile)
 INSTANTIATE_TEST_SUITE_P(
     ,
     AsciiUtilsSplitLineByWidths,
-    testing::Values(WidthCase{"DropsWhatStandsPastTheWidths", "abcdefg", {3, 2}, {"abc", "de"}},
-                    WidthCase{"GivesAShorterLastField", "abcd", {3, 5}, {"abc", "d"}},
-                    WidthCase{"GivesFewerFieldsWhenTheLineEndsAtASeam", "abc", {3, 3}, {"abc"}},
-                    WidthCase{"GivesNoFieldsForAnEmptyLine", "", {3, 3}, {}},
-                    WidthCase{"DoesNotUnquoteNorTrim", "\"a\" b ", {3, 3}, {"\"a\"", " b "}},
-                    WidthCase{"KeepsARowOfBlanks", "      ", {3, 3}, {"   ", "   "}},
-                    WidthCase{"KeepsAnEmptyFieldOfWidthZero", "ab", {1, 0, 1}, {"a", "", "b"}}),
+    testing::Values(
+        WidthCase{"DropsWhatStandsPastTheWidths", "abcdefg", {3, 2}, {"abc", "de"}},
+        WidthCase{"GivesAShorterLastField", "abcd", {3, 5}, {"abc", "d"}},
+        WidthCase{"GivesFewerFieldsWhenTheLineEndsAtASeam", "abc", {3, 3}, {"abc"}},
+        WidthCase{"GivesNoFieldsForAnEmptyLine", "", {3, 3}, {}},
+        WidthCase{"DoesNotUnquoteNorTrim", "\"a\" b ", {3, 3}, {"\"a\"", " b "}},
+        WidthCase{"KeepsARowOfBlanks", "      ", {3, 3}, {"   ", "   "}},
+        WidthCase{"KeepsAnEmptyFieldOfWidthZero", "ab", {1, 0, 1}, {"a", "", "b"}},
+        WidthCase{"TakesTheRestOfTheLineForANegativeWidth", "abcd", {3, -2, 1}, {"abc", "d", "b"}},
+        WidthCase{"GivesNoFieldsInFrontOfTheLine", "abcd", {1, -3, 2}, {"a", "bcd"}}),
     TestSupport::CaseName());
 
 TEST(AsciiUtilsSplitLineByWidthsRules, GivesNoFieldsForAnInvalidPatternWithoutWidths)

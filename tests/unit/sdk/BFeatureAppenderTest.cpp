@@ -407,6 +407,32 @@ void AppendBlocks(BFeatureCollection& features, std::size_t blockRows, bool hasM
     }
 }
 
+TEST(BFeatureAppenderEndRows, EndsNothingForAnEmptyPart)
+{
+    // The first row's kind and name are those of the part that is not empty.
+    for (const bool isEmptyFirst : {true, false}) {
+        BFeatureCollection features;
+        BFeatureAppender appender(features, {{"a", EVariantType::Int32}});
+        const auto rows = appender.BeginRows(1, false);
+        rows.x[0] = rows.y[0] = kNaN;
+        rows.columns[0].int32s[rows.firstRow] = 7;
+        const std::vector<std::uint8_t> kinds = {static_cast<std::uint8_t>(EPointKind::None)};
+        if (isEmptyFirst) {
+            appender.EndRows(0, nullptr, 99);
+        }
+        appender.EndRows(1, kinds.data(), 5);
+        appender.EndRows(0, nullptr, 99);
+        appender.AddInt32(8);
+        appender.EndRow(EPointKind::XY, 1, 2, 0, 6);
+        ASSERT_EQ(features.GetCount(), 2U);
+        EXPECT_EQ(features.GetAt(0)->GetName(), BString("5"));
+        EXPECT_EQ(features.GetAt(0)->GetPoint(), nullptr);
+        EXPECT_EQ(features.GetAt(0)->GetAttributeValue(0), BVariant(std::int32_t{7}));
+        EXPECT_EQ(features.GetAt(1)->GetName(), BString("6"));
+        EXPECT_EQ(features.GetAt(1)->GetAttributeValue(0), BVariant(std::int32_t{8}));
+    }
+}
+
 TEST(BFeatureAppenderBeginRows, StoresBlocksAsItStoresSingleRows)
 {
     for (const bool hasMixedKinds : {false, true}) {

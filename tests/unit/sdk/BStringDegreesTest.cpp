@@ -158,6 +158,14 @@ INSTANTIATE_TEST_SUITE_P(,
                          testing::ValuesIn(kValidCases),
                          [](const auto& row) { return row.param.name; });
 
+TEST(BStringDegreesRange, TakesNumbersTooSmallForADoubleAsZero)
+{
+    const BString tiny("0." + std::string(400, '0') + "1");
+    EXPECT_EQ(BString::FromFormattedDegrees("D", tiny), 0);
+    EXPECT_EQ(BString::FromFormattedDegrees("DM", BString("12 ") + tiny), 12);
+    EXPECT_EQ(BString::FromFormattedDegrees("D", "0." + std::string(310, '0') + "1"), 1e-311);
+}
+
 struct RefusedCase
 {
     const char* name;
