@@ -42,7 +42,8 @@ double FuzzInput::Double()
 
 std::string_view FuzzInput::Text()
 {
-    const std::size_t length = std::min<std::size_t>(Byte(), m_bytes.size());
+    const std::size_t wanted = Byte();
+    const std::size_t length = std::min(wanted, m_bytes.size());
     const std::string_view text = m_bytes.substr(0, length);
     m_bytes.remove_prefix(length);
     return text;
