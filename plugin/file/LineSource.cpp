@@ -45,6 +45,13 @@ std::size_t FindLast(Text<Unit> text, Unit unit) noexcept
     return text.rfind(unit);
 }
 
+/// The first quote from `at` on; one that stands right there costs no search.
+template <typename Unit>
+std::size_t FindQuote(Text<Unit> text, std::size_t at) noexcept
+{
+    return at < text.size() && text[at] == Unit('"') ? at : text.find(Unit('"'), at);
+}
+
 /// The first "\r\n", searched by its rarer half.
 template <typename Unit>
 std::size_t FindCrLf(Text<Unit> text, std::size_t from) noexcept
@@ -274,11 +281,11 @@ std::size_t LineSource::FindLogicalEnd(Text<Unit> text, std::size_t from) const 
     std::size_t end = std::min(findEnding(from), text.size());
     std::size_t at = from;
     while (m_entries.haveQuotes) {
-        const std::size_t open = text.substr(at, end - at).find(Unit('"'));
+        const std::size_t open = FindQuote(text.substr(at, end - at), 0);
         if (open == kNotFound<Unit>) {
             break;
         }
-        const std::size_t close = text.find(Unit('"'), at + open + 1);
+        const std::size_t close = FindQuote(text, at + open + 1);
         if (close == kNotFound<Unit>) {
             return text.size();
         }

@@ -135,10 +135,19 @@ std::basic_string_view<Unit> UnquotePart(std::basic_string_view<Unit> part,
         if (from < part.size() && part[from] == kQuote) {
             ++from;
         }
+        // Quotes in a row are taken without a search for each.
+        while (from < part.size() && part[from] == kQuote) {
+            unquoted.push_back(kQuote);
+            const bool isPair = from + 1 < part.size() && part[from + 1] == kQuote;
+            from += isPair ? 2U : 1U;
+        }
         quoteAt = part.find(kQuote, from);
     }
     unquoted.append(part, from);
     // The second pass reads what the first one made: `\""` ends as one quote.
+    if (unquoted.find(kBackslash, begin) == std::basic_string<Unit>::npos) {
+        return std::basic_string_view<Unit>(unquoted).substr(begin);
+    }
     Unit* const data = unquoted.data();
     const std::size_t end = unquoted.size();
     std::size_t to = begin;
@@ -167,9 +176,23 @@ public:
         out.unquoted.reserve(lineSize);
     }
 
-    void Append(std::basic_string_view<Unit> part) { Add(part, true); }
+    void Append(std::basic_string_view<Unit> part)
+    {
+        if (part.empty() && !m_anyContent) {
+            ++m_leadingEmpty;
+        } else {
+            Add(part, true);
+        }
+    }
 
-    void AppendPlain(std::basic_string_view<Unit> part) { Add(part, false); }
+    void AppendPlain(std::basic_string_view<Unit> part)
+    {
+        if (part.empty() && !m_anyContent) {
+            ++m_leadingEmpty;
+        } else {
+            Add(part, false);
+        }
+    }
 
     /// Rule: a line whose parts are all empty has no fields.
     /// @return false when half of a character was left over
@@ -185,10 +208,6 @@ private:
         // Empty parts at the start only count until a part has content, so that a line of nothing
         // but separators takes no memory.
         if (!m_anyContent) {
-            if (part.empty()) {
-                ++m_leadingEmpty;
-                return;
-            }
             m_anyContent = true;
             m_out.fields.resize(m_leadingEmpty);
         }

@@ -48,7 +48,6 @@ BAttributeDefs Schema(const std::vector<BString>& lines,
                                   : std::min(lines.size(), static_cast<std::size_t>(sampleSize));
     Orvane::CheckSubscript(0, count);
     RowReader reader(params, separator);
-    const std::size_t columnCount = reader.Split(TextView(lines.front().View()));
     std::vector<Row> rows;
     if (params.HasProperty(Orvane::AUTO_SCHEMA)) {
         rows.reserve(count);
@@ -65,6 +64,7 @@ BAttributeDefs Schema(const std::vector<BString>& lines,
         return InferSchema(rows, params);
     }
     if (params.HasProperty(Orvane::COLUMN_DEFINITION)) {
+        const std::size_t columnCount = reader.Split(TextView(lines.front().View()));
         return SetSchema(params, static_cast<unsigned>(columnCount), rows);
     }
     return {};
