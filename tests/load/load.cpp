@@ -1,0 +1,414 @@
+// The program `orvane_load`: does one thing very often or with very much, checks the result, and
+// says what memory it took on the way.
+#include "PluginModule.h"
+
+#include <Orvane/BDataManagerProxy.h>
+#include <Orvane/BException.h>
+#include <Orvane/BFeaturePage.h>
+#include <Orvane/BVectorLayer.h>
+#include <Orvane/Constants.h>
+
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+#include <cstdint>
+#include <cstdio>
+#include <dlfcn.h>
+#include <fstream>
+#include <iostream>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <system_error>
+#include <unistd.h>
+#include <vector>
+
+namespace {
+
+/// Values of the generated row of that number, in files and in layers.
+double XOf(std::uint64_t row)
+{
+    return static_cast<double>(row % 36000) / 100.0;
+}
+
+double YOf(std::uint64_t row)
+{
+    return static_cast<double>(row % 17000) / 100.0;
+}
+
+std::int32_t CountOf(std::uint64_t row)
+{
+    return static_cast<std::int32_t>(row % 1000003);
+}
+
+std::string_view WordOf(std::uint64_t row)
+{
+    constexpr std::string_view kWords[] = {"oak", "ash", "", "linden", "fir", "yew", "elm"};
+    return kWords[row % std::size(kWords)];
+}
+
+/// What the rows of a layer add up to.
+struct Totals
+{
+    std::uint64_t rows = 0;
+    std::uint64_t points = 0;
+    std::int64_t counts = 0;
+    std::uint64_t letters = 0;
+    double x = 0;
+    double y = 0;
+
+    void AddGenerated(std::uint64_t row)
+    {
+        ++rows;
+        ++points;
+        counts += CountOf(row);
+        letters += WordOf(row).size();
+        x += XOf(row);
+        y += YOf(row);
+    }
+
+    /// The next row of a page; all columns of whole numbers and of texts count.
+    void AddPage(const Orvane::BFeaturePage& page)
+    {
+        rows += page.GetRowCount();
+        for (std::size_t row = 0; row < page.GetRowCount(); ++row) {
+            if (page.GetPointKind(row) != Orvane::EPointKind::None) {
+                ++points;
+                x += page.x[row];
+                y += page.y[row];
+            }
+        }
+        for (const Orvane::BColumnData& column : page.data) {
+            for (const std::int32_t value : column.int32s.View()) {
+                counts += value;
+            }
+            letters += column.texts.bytes.GetSize();
+        }
+    }
+
+    [[nodiscard]] bool Equals(const Totals& other) const
+    {
+        const auto isNear = [](double left, double right) {
+            return std::abs(left - right) <= 1e-9 * std::max(1.0, std::abs(right));
+        };
+        return rows == other.rows && points == other.points && counts == other.counts &&
+               letters == other.letters && isNear(x, other.x) && isNear(y, other.y);
+    }
+};
+
+void Require(bool isTrue, const std::string& what)
+{
+    if (!isTrue) {
+        throw std::runtime_error(what);
+    }
+}
+
+std::int64_t ResidentBytes()
+{
+    std::ifstream file("/proc/self/statm");
+    std::int64_t size = 0;
+    std::int64_t resident = 0;
+    file >> size >> resident;
+    return resident * sysconf(_SC_PAGESIZE);
+}
+
+void Print(const char* name, std::uint64_t value)
+{
+    std::printf("%s %llu\n", name, static_cast<unsigned long long>(value));
+}
+
+/// Repeats the work and prints what is resident after a tenth of the times and at the end.
+template <typename Work>
+void Repeat(std::uint64_t times, const Work& work)
+{
+    const std::uint64_t early = std::max<std::uint64_t>(times / 10, 1);
+    for (std::uint64_t time = 1; time <= times; ++time) {
+        work(time);
+        if (time == early) {
+            Print("resident_early", static_cast<std::uint64_t>(ResidentBytes()));
+        }
+    }
+    Print("resident_end", static_cast<std::uint64_t>(ResidentBytes()));
+}
+
+struct Arguments
+{
+    std::vector<std::string> words;
+    Orvane::BParamList options;
+    std::string diskCache;
+
+    [[nodiscard]] const std::string& At(std::size_t index) const
+    {
+        Require(index < words.size(), "An argument is missing.");
+        return words[index];
+    }
+
+    [[nodiscard]] std::uint64_t NumberAt(std::size_t index) const
+    {
+        const std::string& word = At(index);
+        std::uint64_t number = 0;
+        const auto result = std::from_chars(word.data(), word.data() + word.size(), number);
+        Require(result.ec == std::errc() && result.ptr == word.data() + word.size(),
+                "No number: " + word);
+        return number;
+    }
+};
+
+Orvane::BVariant ParseValue(std::string_view text)
+{
+    std::int32_t integer = 0;
+    const auto result = std::from_chars(text.data(), text.data() + text.size(), integer);
+    if (result.ec == std::errc() && result.ptr == text.data() + text.size()) {
+        return Orvane::BVariant(integer);
+    }
+    if (text == "true" || text == "false") {
+        return Orvane::BVariant(text == "true");
+    }
+    return Orvane::BVariant(Orvane::BString::FromUtf8(text));
+}
+
+Arguments Parse(const std::vector<std::string_view>& words)
+{
+    constexpr std::string_view kDiskCache = "--disk-cache=";
+    Arguments arguments;
+    for (const std::string_view word : words) {
+        const std::size_t equals = word.find('=');
+        if (word.substr(0, kDiskCache.size()) == kDiskCache) {
+            arguments.diskCache = word.substr(kDiskCache.size());
+        } else if (equals == std::string_view::npos) {
+            arguments.words.emplace_back(word);
+        } else {
+            arguments.options.Add(Orvane::BString::FromUtf8(word.substr(0, equals)),
+                                  ParseValue(word.substr(equals + 1)));
+        }
+    }
+    return arguments;
+}
+
+/// A reader that goes back to the proxy that made it.
+class Reader
+{
+public:
+    Reader(Orvane::BDataManagerProxy& proxy, const std::string& file, const Arguments& arguments)
+        : m_proxy(proxy)
+        , m_reader(proxy.CreateReader(
+              Orvane::BString::FromUtf8(file), arguments.options, nullptr, nullptr))
+    {
+        if (!arguments.diskCache.empty()) {
+            m_reader->SetDiskCache(
+                true, Orvane::BString::FromUtf8(arguments.diskCache + "/orvane-load"), 16384);
+        }
+        m_reader->Open(Orvane::BString::FromUtf8(file), arguments.options);
+    }
+
+    ~Reader() { m_proxy.DestroyObject(m_reader); }
+
+    Reader(const Reader&) = delete;
+    Reader& operator=(const Reader&) = delete;
+
+    Orvane::BDataReader* operator->() const { return m_reader; }
+
+    [[nodiscard]] Totals Sum() const
+    {
+        Totals totals;
+        const Orvane::BFeatureCollection& features = m_reader->GetLayers().GetAt(0)->GetFeatures();
+        for (std::size_t page = 0; page < features.GetPageCount(); ++page) {
+            totals.AddPage(*features.LoadPage(page));
+        }
+        return totals;
+    }
+
+private:
+    Orvane::BDataManagerProxy& m_proxy;
+    Orvane::BDataReader* m_reader;
+};
+
+void PrintTotals(const Totals& totals)
+{
+    Print("rows", totals.rows);
+    Print("points", totals.points);
+    Print("letters", totals.letters);
+    std::printf("counts %lld\nsum_x %.17g\nsum_y %.17g\n",
+                static_cast<long long>(totals.counts),
+                totals.x,
+                totals.y);
+}
+
+/// pages ROWS FOLDER: rows into a layer that keeps its pages in that folder, and back.
+void RunPages(const Arguments& arguments)
+{
+    constexpr std::size_t kPageRows = 16384;
+    const std::uint64_t rows = arguments.NumberAt(1);
+    Orvane::BFeatureCollection features(Orvane::BString::FromUtf8(arguments.At(2) + "/orvane-load"),
+                                        kPageRows);
+    Totals expected;
+    {
+        Orvane::BFeatureAppender appender(
+            features,
+            {{"count", Orvane::EVariantType::Int32}, {"word", Orvane::EVariantType::String}});
+        const std::vector<std::uint8_t> kinds(kPageRows,
+                                              static_cast<std::uint8_t>(Orvane::EPointKind::XY));
+        while (expected.rows < rows) {
+            const std::size_t wanted = std::min<std::uint64_t>(kPageRows, rows - expected.rows);
+            const auto first = static_cast<std::uint32_t>(expected.rows + 1);
+            const Orvane::BFeatureAppender::Rows begun = appender.BeginRows(wanted, false);
+            for (std::size_t row = 0; row < begun.count; ++row) {
+                const std::uint64_t number = expected.rows;
+                begun.x[row] = XOf(number);
+                begun.y[row] = YOf(number);
+                begun.columns[0].int32s[begun.firstRow + row] = CountOf(number);
+                Orvane::AppendText(
+                    begun.columns[1].texts, WordOf(number), Orvane::ETextEncoding::Ascii);
+                expected.AddGenerated(number);
+            }
+            appender.EndRows(begun.count, kinds.data(), first);
+        }
+    }
+    Totals found;
+    for (std::size_t page = 0; page < features.GetPageCount(); ++page) {
+        found.AddPage(*features.LoadPage(page));
+    }
+    Require(found.Equals(expected), "The pages do not give back what went into them.");
+    PrintTotals(found);
+    Print("pages", features.GetPageCount());
+}
+
+/// generate ROWS FILE: the rows "x,y,count,word" with a line of names.
+void RunGenerate(const Arguments& arguments)
+{
+    const std::uint64_t rows = arguments.NumberAt(1);
+    std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(arguments.At(2).c_str(), "wb"),
+                                                         &std::fclose);
+    Require(file != nullptr, "The file can not be made.");
+    bool isWritten = std::fputs("x,y,count,word\n", file.get()) >= 0;
+    for (std::uint64_t row = 0; row < rows && isWritten; ++row) {
+        const std::string_view word = WordOf(row);
+        isWritten = std::fprintf(file.get(),
+                                 "%u.%02u,%u.%02u,%d,%.*s\n",
+                                 static_cast<unsigned>(row % 36000 / 100),
+                                 static_cast<unsigned>(row % 100),
+                                 static_cast<unsigned>(row % 17000 / 100),
+                                 static_cast<unsigned>(row % 100),
+                                 CountOf(row),
+                                 static_cast<int>(word.size()),
+                                 word.data()) > 0;
+    }
+    Require(isWritten && std::fclose(file.release()) == 0, "The file can not be written.");
+}
+
+/// generated ROWS MODULE FILE: imports a file of `generate` and checks every sum.
+void RunGenerated(const Arguments& arguments)
+{
+    const std::uint64_t rows = arguments.NumberAt(1);
+    const OrvaneHost::PluginModule module(arguments.At(2));
+    const Reader reader(module.GetProxy(), arguments.At(3), arguments);
+    reader->Read();
+    reader->Close();
+    Totals expected;
+    for (std::uint64_t row = 0; row < rows; ++row) {
+        expected.AddGenerated(row);
+    }
+    const Totals found = reader.Sum();
+    PrintTotals(found);
+    Require(found.Equals(expected), "The layer is not what the file holds.");
+}
+
+/// imports TIMES MODULE FILE: whole imports of one file in one process.
+void RunImports(const Arguments& arguments)
+{
+    const OrvaneHost::PluginModule module(arguments.At(2));
+    Totals first;
+    Repeat(arguments.NumberAt(1), [&](std::uint64_t time) {
+        const Reader reader(module.GetProxy(), arguments.At(3), arguments);
+        reader->Read();
+        reader->Close();
+        const Totals totals = reader.Sum();
+        if (time == 1) {
+            first = totals;
+            PrintTotals(first);
+        }
+        Require(totals.Equals(first), "An import is not like the first one.");
+    });
+}
+
+/// readers TIMES MODULE FILE: readers opened and destroyed, every third one after a read, every
+/// fifth one without having been closed.
+void RunReaders(const Arguments& arguments)
+{
+    const OrvaneHost::PluginModule module(arguments.At(2));
+    Repeat(arguments.NumberAt(1), [&](std::uint64_t time) {
+        const Reader reader(module.GetProxy(), arguments.At(3), arguments);
+        if (time % 3 == 0) {
+            reader->Read();
+        }
+        if (time % 5 != 0) {
+            reader->Close();
+        }
+    });
+}
+
+/// modules TIMES MODULE FILE: the module loaded, used for one import and unloaded.
+void RunModules(const Arguments& arguments)
+{
+    std::uint64_t gone = 0;
+    Repeat(arguments.NumberAt(1), [&](std::uint64_t /*time*/) {
+        {
+            const OrvaneHost::PluginModule module(arguments.At(2));
+            const Reader reader(module.GetProxy(), arguments.At(3), arguments);
+            reader->Read();
+            reader->Close();
+        }
+        void* const left = dlopen(arguments.At(2).c_str(), RTLD_NOW | RTLD_NOLOAD);
+        if (left == nullptr) {
+            ++gone;
+        } else {
+            dlclose(left);
+        }
+    });
+    Print("unloaded", gone);
+}
+
+int Run(const Arguments& arguments)
+{
+    struct Command
+    {
+        std::string_view name;
+        void (*run)(const Arguments& arguments);
+    };
+
+    constexpr Command kCommands[] = {{"pages", &RunPages},
+                                     {"generate", &RunGenerate},
+                                     {"generated", &RunGenerated},
+                                     {"imports", &RunImports},
+                                     {"readers", &RunReaders},
+                                     {"modules", &RunModules}};
+    for (const Command& command : kCommands) {
+        if (!arguments.words.empty() && command.name == arguments.words.front()) {
+            command.run(arguments);
+            return 0;
+        }
+    }
+    std::cerr << "usage: orvane_load pages ROWS FOLDER\n"
+                 "       orvane_load generate ROWS FILE\n"
+                 "       orvane_load generated ROWS MODULE FILE [KEY=VALUE]...\n"
+                 "       orvane_load imports|readers|modules TIMES MODULE FILE [KEY=VALUE]...\n"
+                 "\n"
+                 "  --disk-cache=FOLDER  keeps the pages of layers in that folder\n";
+    return 2;
+}
+
+} // namespace
+
+int main(int argumentCount, char** argumentTexts)
+{
+    try {
+        return Run(Parse({argumentTexts + 1, argumentTexts + argumentCount}));
+    } catch (const Orvane::BException& error) {
+        std::cerr << "orvane_load: " << error.GetMessage().ToUtf8() << " ("
+                  << error.GetLocation().ToUtf8() << ") " << error.GetDetails().ToUtf8() << '\n';
+    } catch (const std::exception& error) {
+        std::cerr << "orvane_load: " << error.what() << '\n';
+    }
+    return 1;
+}
