@@ -84,8 +84,10 @@ private:
 /// One field as it stands in the block, quotes included.
 inline std::string_view PartAt(const Kernels::FieldRun& run, std::size_t row)
 {
-    const std::uint32_t begin = run.ends[row * run.stride - 1] + 1;
-    const std::uint32_t end = run.ends[row * run.stride] - run.trim;
+    // An index of -1 would wrap in front of the first field.
+    const std::uint32_t* const position = run.ends + row * run.stride;
+    const std::uint32_t begin = *(position - 1) + 1;
+    const std::uint32_t end = *position - run.trim;
     return {run.text + begin, end - begin};
 }
 
