@@ -2,8 +2,9 @@
 FILE ?= examples/data/earthquakes.csv
 OUT ?=
 BENCH ?=
+SECONDS ?= 60
 
-.PHONY: help deps build import test asan lint bench bench-instructions bench-programs format clean
+.PHONY: help deps build import test asan lint fuzz soak bench bench-instructions bench-programs format clean
 
 help:
 	@echo 'make import [FILE=in.csv] [OUT=out.gpkg]   install what is missing, build, import a file'
@@ -11,6 +12,8 @@ help:
 	@echo 'make test     build everything and run every test'
 	@echo 'make asan     the same tests under the address and undefined behaviour sanitizers'
 	@echo 'make lint     format check and clang-tidy'
+	@echo 'make fuzz [SECONDS=60]   every fuzz harness under libFuzzer for that time, and a table'
+	@echo 'make soak     what takes hours: every harness for a quarter of an hour, many random files'
 	@echo 'make bench    compare whole imports with other readers, report to bench/results'
 	@echo 'make bench-instructions   instructions a row, with Callgrind'
 
@@ -36,6 +39,15 @@ asan: deps
 
 lint: deps
 	@scripts/lint
+
+fuzz: deps
+	@scripts/fuzz $(SECONDS)
+
+soak: deps
+	@cmake --preset release --log-level=WARNING
+	@cmake --build --preset release --target unit_differential
+	@ORVANE_DIFFERENTIAL_CASES=1000000 build/release/bin/unit_differential
+	@scripts/fuzz 900
 
 bench: bench-programs
 	@bench/compare.py --save $(BENCH)
