@@ -100,8 +100,9 @@ Utf8Check FindUtf8End(std::string_view bytes) noexcept
 
 } // namespace
 
-LineSource::LineSource(std::size_t blockSize)
+LineSource::LineSource(std::size_t blockSize, std::size_t maxLineSize)
     : m_blockSize(std::max<std::size_t>(blockSize, 1))
+    , m_maxLineSize(maxLineSize)
 {}
 
 LineSource::~LineSource() = default;
@@ -330,6 +331,7 @@ bool LineSource::Refill(const Orvane::BParamList& options)
         }
         const bool isFirst = m_codec == nullptr;
         ChooseCodec(options);
+        RequireShortCarry();
         const std::size_t newBytes = ReadBytes();
         // A file that was cut while it is read ends here, too.
         const bool isLast = newBytes == 0 || m_device->atEnd();
@@ -379,6 +381,19 @@ void LineSource::ChooseCodec(const Orvane::BParamList& options)
     default:
         m_unit = ETextUnit::Utf16;
         break;
+    }
+}
+
+/// A file without line endings would be read into memory whole, however large it is.
+void LineSource::RequireShortCarry() const
+{
+    if (m_textSize - m_carryBegin > m_maxLineSize) {
+        throw BException(
+            BString::Format("A line of the file <%ls> is longer than %d characters.",
+                            Orvane::MakeBString(m_device->fileName()),
+                            m_maxLineSize),
+            kLocation,
+            BString::Format("There is no line ending up to byte %d.", m_device->pos()));
     }
 }
 

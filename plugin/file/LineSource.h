@@ -56,8 +56,8 @@ struct LineBlock
 /// - The last block gives its lines, then what stands behind the last ending (trailing white space
 ///   removed), then one empty line.
 ///
-/// Memory: one block, and the line that spans blocks as far as it is read. Time: linear in the
-/// bytes read, whatever the number of blocks that a line spans.
+/// Memory: one block, and the line that spans blocks as far as it is read, at most 2 GiB. Time:
+/// linear in the bytes read, whatever the number of blocks that a line spans.
 class LineSource
 {
 public:
@@ -65,7 +65,11 @@ public:
     /// size can be seen in results; it is fixed.
     static constexpr std::size_t kBlockSize = 16777216;
 
-    explicit LineSource(std::size_t blockSize);
+    /// Units of a line, read so far, beyond which no more of it is read: with one block more all
+    /// positions in a line stay below 2^31, as texts and patterns need it.
+    static constexpr std::size_t kMaxLineSize = 2147483647 - kBlockSize;
+
+    explicit LineSource(std::size_t blockSize, std::size_t maxLineSize = kMaxLineSize);
     ~LineSource();
     LineSource(const LineSource&) = delete;
     LineSource& operator=(const LineSource&) = delete;
@@ -81,7 +85,9 @@ public:
     /// @throws BFileContentNotValidException("AsciiFile::GetSafeLine", "File contains an unmatched
     ///     quote."); BException("The text codec <%ls> is not available.",
     ///     "AsciiFile::GetSafeLine"); BException("Could not read from the file <%ls>.",
-    ///     "AsciiFile::GetSafeLine", <system's text>).
+    ///     "AsciiFile::GetSafeLine", <system's text>); BException("A line of the file <%ls> is
+    ///     longer than %d characters.", "AsciiFile::GetSafeLine", "There is no line ending up to
+    ///     byte %d.").
     bool Next(const Orvane::BParamList& options, bool skipsBlankLines, SourceLine& line);
 
     /// Gives the foremost pending entries uncut. @return false when they are not lines of a block
@@ -141,6 +147,7 @@ private:
     bool Replay();
     void Restart();
     void ChooseCodec(const Orvane::BParamList& options);
+    void RequireShortCarry() const;
     std::size_t ReadBytes();
     void Decode(std::size_t newBytes, bool isLast);
     void DecodeUtf8(bool isLast);
@@ -160,6 +167,7 @@ private:
     [[nodiscard]] Stamp MakeStamp() const;
 
     std::size_t m_blockSize;
+    std::size_t m_maxLineSize;
     QFile* m_device = nullptr;
 
     // The block's text: bytes or UTF-16, by m_unit. Bytes that begin an incomplete UTF-8 character
