@@ -25,8 +25,8 @@ BlockRows::BlockRows(LineSource& lines, bool ignoresBlankRows)
 void BlockRows::SetRows(const Separator& separator, std::size_t fieldCount)
 {
     m_structure.separator = separator.GetSingleByte();
-    const bool isIndexable = m_structure.separator != '\0' && m_structure.separator != '"' &&
-                             m_structure.separator != '\r' && m_structure.separator != '\n';
+    constexpr std::string_view kNotIndexed("\0\"\r\n-", 5);
+    const bool isIndexable = kNotIndexed.find(m_structure.separator) == std::string_view::npos;
     m_fieldCount = isIndexable ? fieldCount : 0;
 }
 

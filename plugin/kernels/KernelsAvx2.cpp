@@ -80,23 +80,31 @@ std::uint32_t LowestBit(std::uint64_t mask)
 #include "kernels/KernelBody.inc"
 #include "kernels/Utf8Sse41.inc"
 
-/// kPowersOfTen by the place of the point among sixteen bytes; 16 for none.
-struct PointPowers
+/// What the place of the point among sixteen bytes decides; the last row is for none.
+struct PointRow
 {
-    double values[17];
+    alignas(32) unsigned char shuffle[16]; ///< as kPointShuffles
+    double power;                          ///< what the digits are divided by
 };
 
-constexpr PointPowers MakePointPowers()
+struct PointRows
 {
-    PointPowers powers{};
-    for (unsigned point = 0; point < 16; ++point) {
-        powers.values[point] = kPowersOfTen[15 - point];
+    PointRow rows[17];
+};
+
+constexpr PointRows MakePointRows()
+{
+    PointRows points{};
+    for (unsigned point = 0; point <= 16; ++point) {
+        for (unsigned at = 0; at < 16; ++at) {
+            points.rows[point].shuffle[at] = kPointShuffles.rows[point][at];
+        }
+        points.rows[point].power = point < 16 ? kPowersOfTen[15 - point] : 1;
     }
-    powers.values[16] = 1;
-    return powers;
+    return points;
 }
 
-constexpr PointPowers kPointPowers = MakePointPowers();
+constexpr PointRows kPointRows = MakePointRows();
 
 __m256i LoadTwo(const void* low, const void* high)
 {
@@ -135,32 +143,33 @@ template <bool kEmptyIsZero>
 {
     const std::uint32_t firstSize = first.end - first.begin;
     const std::uint32_t secondSize = second.end - second.begin;
-    // Fields come in order, so that the second one ends behind the first.
-    if ((firstSize > 16) | (secondSize > 16) | (first.end < 16)) {
+    if ((firstSize > 16) | (secondSize > 16)) {
         return false;
     }
-    const std::uint32_t firstSign = (text[first.begin] == '-' ? 1U : 0U) & (firstSize != 0);
-    const std::uint32_t secondSign = (text[second.begin] == '-' ? 1U : 0U) & (secondSize != 0);
+    const std::uint32_t firstSign = text[first.begin] == '-' ? 1 : 0;
+    const std::uint32_t secondSign = text[second.begin] == '-' ? 1 : 0;
+    const std::uint32_t firstKept = firstSize - firstSign;
+    const std::uint32_t secondKept = secondSize - secondSign;
     const __m256i raw = LoadTwo(text + first.end - 16, text + second.end - 16);
-    const __m256i keep =
-        LoadTwo(kKeepLast + (firstSize - firstSign), kKeepLast + (secondSize - secondSign));
+    const __m256i keep = LoadTwo(kKeepLast + firstKept, kKeepLast + secondKept);
     const __m256i isPoint = _mm256_and_si256(_mm256_cmpeq_epi8(raw, constants.point), keep);
     const auto points = static_cast<std::uint32_t>(_mm256_movemask_epi8(isPoint));
-    const auto firstPoint = static_cast<std::size_t>(_tzcnt_u32(points | 0x10000U));
-    const auto secondPoint = static_cast<std::size_t>(_tzcnt_u32(points >> 16U | 0x10000U));
-    const __m256i digits = _mm256_shuffle_epi8(
-        _mm256_and_si256(_mm256_sub_epi8(raw, constants.zero), keep),
-        LoadTwo(kPointShuffles.rows[firstPoint], kPointShuffles.rows[secondPoint]));
+    const std::uint32_t firstPoint = _tzcnt_u32(points | 0x10000U);
+    const std::uint32_t secondPoint = _tzcnt_u32(points >> 16U | 0x10000U);
+    const PointRow& firstRow = kPointRows.rows[firstPoint];
+    const PointRow& secondRow = kPointRows.rows[secondPoint];
+    const __m256i digits =
+        _mm256_shuffle_epi8(_mm256_and_si256(_mm256_sub_epi8(raw, constants.zero), keep),
+                            LoadTwo(firstRow.shuffle, secondRow.shuffle));
     // A second point, like any other byte, is no digit; sign and point alone are no number.
     const __m256i excess = _mm256_subs_epu8(digits, constants.nine);
-    const std::uint32_t firstOther = firstSign + (firstPoint < 16 ? 1U : 0U);
-    const std::uint32_t secondOther = secondSign + (secondPoint < 16 ? 1U : 0U);
-    bool isOdd = (firstSize == firstOther) | (secondSize == secondOther);
-    if constexpr (kEmptyIsZero) {
-        isOdd = ((firstSize == firstOther) & (firstSize != 0)) |
-                ((secondSize == secondOther) & (secondSize != 0));
-    }
-    if ((_mm256_testz_si256(excess, excess) == 0) | isOdd) {
+    const std::uint32_t firstHasPoint = 1 - (firstPoint >> 4U);
+    const std::uint32_t secondHasPoint = 1 - (secondPoint >> 4U);
+    const std::uint32_t firstLeast = kEmptyIsZero ? firstSign | firstHasPoint : 1;
+    const std::uint32_t secondLeast = kEmptyIsZero ? secondSign | secondHasPoint : 1;
+    const std::uint32_t missing =
+        (firstKept - firstHasPoint - firstLeast) | (secondKept - secondHasPoint - secondLeast);
+    if ((_mm256_testz_si256(excess, excess) == 0) | (missing >> 31U != 0)) {
         return false;
     }
     const __m256i pairs = _mm256_maddubs_epi16(digits, constants.tenAndOne);
@@ -173,13 +182,20 @@ template <bool kEmptyIsZero>
         constants.partUnits);
     const __m128d mantissas =
         _mm_hadd_pd(_mm256_castpd256_pd128(parts), _mm256_extractf128_pd(parts, 1));
-    const __m128d powers = _mm_loadh_pd(_mm_load_sd(kPointPowers.values + firstPoint),
-                                        kPointPowers.values + secondPoint);
+    const __m128d powers = _mm_loadh_pd(_mm_load_sd(&firstRow.power), &secondRow.power);
     const __m128d signs =
         _mm_castsi128_pd(_mm_slli_epi64(_mm_set_epi64x(secondSign, firstSign), 63));
     _mm_storeu_pd(out, _mm_or_pd(_mm_div_pd(mantissas, powers), signs));
     const __m128d exact = _mm_cmplt_pd(mantissas, constants.mantissaEnd);
     return _mm_movemask_pd(exact) == 3;
+}
+
+/// Out of line, so that the loop keeps its registers.
+[[gnu::noinline]] bool ConvertOne(const char* text, FieldSpan span, bool emptyIsZero, double& value)
+{
+    Digits digits;
+    return ConvertDigits(text, span.begin, span.end, emptyIsZero, digits) &&
+           MakeDouble(digits, value);
 }
 
 template <bool kHasQuotes, bool kEmptyIsZero>
@@ -189,24 +205,31 @@ std::size_t ToDoublesByTwo(const FieldRun& fields, double* out, std::uint32_t* o
     const char* const text = fields.text;
     const std::size_t stride = fields.stride;
     const std::uint32_t* ends = fields.ends;
+    std::size_t row = 0;
+    const auto convertOne = [&](FieldSpan span) {
+        if (!ConvertOne(text, span, kEmptyIsZero, out[row])) {
+            odd[oddCount++] = static_cast<std::uint32_t>(row);
+        }
+        ++row;
+    };
+    // The first rows of a text may have fewer than sixteen bytes in front of their ends.
+    for (; row < fields.rows && *ends < 32; ends += stride) {
+        convertOne(SpanOf<kHasQuotes>(fields, ends));
+    }
     Constants constants;
     constants.HoldInRegisters();
-    for (std::size_t row = 0; row < fields.rows; row += 2, ends += 2 * stride) {
-        const std::size_t count = fields.rows - row > 1 ? 2 : 1;
-        const FieldSpan spans[2] = {SpanOf<kHasQuotes>(fields, ends),
-                                    SpanOf<kHasQuotes>(fields, ends + (count - 1) * stride)};
-        if (count == 2 &&
-            ConvertTwo<kEmptyIsZero>(constants, text, spans[0], spans[1], out + row)) {
-            continue;
+    for (; row + 1 < fields.rows; ends += 2 * stride) {
+        const FieldSpan first = SpanOf<kHasQuotes>(fields, ends);
+        const FieldSpan second = SpanOf<kHasQuotes>(fields, ends + stride);
+        if (ConvertTwo<kEmptyIsZero>(constants, text, first, second, out + row)) {
+            row += 2;
+        } else {
+            convertOne(first);
+            convertOne(second);
         }
-        for (std::size_t at = 0; at < count; ++at) {
-            Digits digits;
-            const FieldSpan span = spans[at];
-            if (!ConvertDigits(text, span.begin, span.end, kEmptyIsZero, digits) ||
-                !MakeDouble(digits, out[row + at])) {
-                odd[oddCount++] = static_cast<std::uint32_t>(row + at);
-            }
-        }
+    }
+    if (row < fields.rows) {
+        convertOne(SpanOf<kHasQuotes>(fields, ends));
     }
     return oddCount;
 }

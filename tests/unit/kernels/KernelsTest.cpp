@@ -253,23 +253,6 @@ TEST(KernelsToDoubles, TakeAnEmptyFieldForZeroWhereThatIsAsked)
     }
 }
 
-TEST(KernelsToDoubles, DoNotTakeASeparatorForASign)
-{
-    std::string text(32, '#');
-    text += "--5-";
-    const std::vector<std::uint32_t> ends = {32, 33, 35};
-    text = Padded(text);
-    const FieldRun run{text.data(), ends.data() + 1, 1, 0, 2, false, true};
-    for (const Set* set : AllSets()) {
-        std::vector<double> out(2, -1);
-        std::vector<std::uint32_t> odd(2);
-        ASSERT_EQ(0U, set->toDoubles(run, out.data(), odd.data())) << set->name;
-        EXPECT_EQ(0, out[0]);
-        EXPECT_FALSE(std::signbit(out[0])) << set->name;
-        EXPECT_EQ(5, out[1]);
-    }
-}
-
 TEST(KernelsToBooleans, KnowTheTrueWordsInAnyCase)
 {
     const std::vector<std::string> trueWords = {
