@@ -14,6 +14,7 @@
 #include <algorithm>
 #include <cstring>
 #include <limits>
+#include <new>
 #include <utility>
 
 namespace AsciiReader {
@@ -32,6 +33,10 @@ constexpr std::size_t kPieceBytes = 262144;
 
 /// Bytes of the longest character of any codec.
 constexpr std::size_t kMaxCharacter = 8;
+
+/// Most bytes of a block that may stand for no character: byte order marks, switches of the
+/// character set, the beginning of a character.
+constexpr std::size_t kMaxSilentBytes = 64;
 
 template <typename Unit>
 using Text = std::basic_string_view<Unit>;
@@ -544,6 +549,10 @@ void LineSource::DecodeWide(std::string_view bytes, bool isLast)
         m_undecodedBytes.erase(
             0, m_undecodedBytes.size() - std::min(m_undecodedBytes.size(), kMaxCharacter));
         m_isAtFileStart = false;
+    }
+    // A codec that gets no memory gives nothing and does not say so.
+    if (decoded.isEmpty() && bytes.size() > kMaxSilentBytes) {
+        throw std::bad_alloc();
     }
     m_wide.Resize(m_textSize);
     m_wide.Append(reinterpret_cast<const char16_t*>(decoded.utf16()),
