@@ -54,23 +54,35 @@ const char* FormatOf(EColumnStorage storage)
 
 // Schemas.
 
+/// Releases what its taker has not moved away: of a tree that is released, and of one that is not
+/// built to its end.
+struct Deleter
+{
+    template <typename Structure>
+    void operator()(Structure* structure) const
+    {
+        if (structure->release != nullptr) {
+            structure->release(structure);
+        }
+        delete structure;
+    }
+};
+
+using SchemaPointer = std::unique_ptr<ArrowSchema, Deleter>;
+using ArrayPointer = std::unique_ptr<ArrowArray, Deleter>;
+
 /// What a schema node owns.
 struct SchemaNode
 {
     std::string name;
     std::string metadata;
-    std::vector<std::unique_ptr<ArrowSchema>> children;
+    std::vector<SchemaPointer> children;
     std::vector<ArrowSchema*> childPointers;
 };
 
 extern "C" void ReleaseSchema(ArrowSchema* schema)
 {
-    const std::unique_ptr<SchemaNode> node(static_cast<SchemaNode*>(schema->private_data));
-    for (const auto& child : node->children) {
-        if (child->release != nullptr) {
-            child->release(child.get());
-        }
-    }
+    delete static_cast<SchemaNode*>(schema->private_data);
     schema->release = nullptr;
 }
 
@@ -96,7 +108,7 @@ void FillSchema(ArrowSchema& out,
                 const char* format,
                 std::string name,
                 bool isNullable,
-                std::vector<std::unique_ptr<ArrowSchema>> children = {},
+                std::vector<SchemaPointer> children = {},
                 std::string metadata = {})
 {
     auto node = std::make_unique<SchemaNode>();
@@ -117,35 +129,11 @@ void FillSchema(ArrowSchema& out,
     out.private_data = node.release();
 }
 
-/// Releases what was built when building goes on no further.
-struct SchemaDeleter
-{
-    void operator()(ArrowSchema* schema) const
-    {
-        if (schema->release != nullptr) {
-            schema->release(schema);
-        }
-        delete schema;
-    }
-};
-
-using SchemaPointer = std::unique_ptr<ArrowSchema, SchemaDeleter>;
-
 SchemaPointer MakeSchema(const char* format, std::string name, bool isNullable)
 {
     SchemaPointer schema(new ArrowSchema());
     FillSchema(*schema, format, std::move(name), isNullable);
     return schema;
-}
-
-std::vector<std::unique_ptr<ArrowSchema>> TakeAll(std::vector<SchemaPointer> schemas)
-{
-    std::vector<std::unique_ptr<ArrowSchema>> result;
-    result.reserve(schemas.size());
-    for (SchemaPointer& schema : schemas) {
-        result.emplace_back(schema.release());
-    }
-    return result;
 }
 
 void MakeLayerSchema(const Columns& columns, bool hasZ, ArrowSchema& out)
@@ -161,7 +149,7 @@ void MakeLayerSchema(const Columns& columns, bool hasZ, ArrowSchema& out)
                "+s",
                "geometry",
                true,
-               TakeAll(std::move(axes)),
+               std::move(axes),
                EncodeMetadata({{"ARROW:extension:name", "geoarrow.point"},
                                {"ARROW:extension:metadata", "{}"}}));
     std::vector<SchemaPointer> children;
@@ -171,7 +159,7 @@ void MakeLayerSchema(const Columns& columns, bool hasZ, ArrowSchema& out)
         children.push_back(
             MakeSchema(FormatOf(StorageOf(column.type)), column.name.ToUtf8(), true));
     }
-    FillSchema(out, "+s", "", false, TakeAll(std::move(children)));
+    FillSchema(out, "+s", "", false, std::move(children));
 }
 
 // Arrays.
@@ -182,18 +170,13 @@ struct ArrayNode
     Page page;
     std::vector<std::vector<char>> owned;
     std::vector<const void*> buffers;
-    std::vector<std::unique_ptr<ArrowArray>> children;
+    std::vector<ArrayPointer> children;
     std::vector<ArrowArray*> childPointers;
 };
 
 extern "C" void ReleaseArray(ArrowArray* array)
 {
-    const std::unique_ptr<ArrayNode> node(static_cast<ArrayNode*>(array->private_data));
-    for (const auto& child : node->children) {
-        if (child->release != nullptr) {
-            child->release(child.get());
-        }
-    }
+    delete static_cast<ArrayNode*>(array->private_data);
     array->release = nullptr;
 }
 
@@ -251,10 +234,7 @@ public:
         }
     }
 
-    void AddChild(std::unique_ptr<ArrowArray> child)
-    {
-        m_node->children.push_back(std::move(child));
-    }
+    void AddChild(ArrayPointer child) { m_node->children.push_back(std::move(child)); }
 
     void Fill(ArrowArray& out)
     {
@@ -272,9 +252,9 @@ public:
         out.private_data = m_node.release();
     }
 
-    std::unique_ptr<ArrowArray> Make()
+    ArrayPointer Make()
     {
-        auto array = std::make_unique<ArrowArray>();
+        ArrayPointer array(new ArrowArray());
         Fill(*array);
         return array;
     }
@@ -464,8 +444,7 @@ private:
         return objects.empty() ? nullptr : objects[row];
     }
 
-    static std::unique_ptr<ArrowArray> MakeNames(const Page& page,
-                                                 const std::vector<const BFeature*>& objects)
+    static ArrayPointer MakeNames(const Page& page, const std::vector<const BFeature*>& objects)
     {
         const std::size_t rows = page->GetRowCount();
         TextBuffers texts(rows);
@@ -485,8 +464,7 @@ private:
         return builder.Make();
     }
 
-    std::unique_ptr<ArrowArray> MakePoints(const Page& page,
-                                           const std::vector<const BFeature*>& objects) const
+    ArrayPointer MakePoints(const Page& page, const std::vector<const BFeature*>& objects) const
     {
         const std::size_t rows = page->GetRowCount();
         BitBuffer hasPoint(rows);
@@ -537,9 +515,9 @@ private:
         return builder.Make();
     }
 
-    std::unique_ptr<ArrowArray> MakeColumn(const Page& page,
-                                           const std::vector<const BFeature*>& objects,
-                                           std::size_t column) const
+    ArrayPointer MakeColumn(const Page& page,
+                            const std::vector<const BFeature*>& objects,
+                            std::size_t column) const
     {
         const std::size_t rows = page->GetRowCount();
         BitBuffer valid(rows);
