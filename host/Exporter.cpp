@@ -34,12 +34,20 @@ using Orvane::EColumnStorage;
 using Orvane::EVariantType;
 
 constexpr std::size_t kRowsPerTransaction = 65536;
+/// SQLite's 2000 columns of a table, less those for the row's number and its geometry.
+constexpr std::size_t kMostGeoPackageFields = 1998;
 /// Memory for the pages of a GeoPackage: its spatial index takes points in any order.
 constexpr const char* kSqliteMegabytes = "64";
 constexpr std::size_t kRowsPerProgress = 4096;
 
 constexpr ExportFormat kFormats[] = {
-    {".gpkg", "GPKG", ExportFormat::ENames::UniqueIgnoreCase, false, true, false},
+    {".gpkg",
+     "GPKG",
+     ExportFormat::ENames::UniqueIgnoreCase,
+     false,
+     true,
+     false,
+     kMostGeoPackageFields},
     {".fgb", "FlatGeobuf", ExportFormat::ENames::Unique, true, true, false},
     {".geojson", "GeoJSON", ExportFormat::ENames::Unique, false, false, false},
     {".json", "GeoJSON", ExportFormat::ENames::Unique, false, false, false},
@@ -502,6 +510,7 @@ public:
 
     std::vector<std::string> Run()
     {
+        RequireFewFields();
         RegisterDrivers();
         CheckedFiles::Reset();
         Create();
@@ -514,6 +523,20 @@ private:
     [[nodiscard]] bool Is(std::string_view driver) const
     {
         return m_request.format.driver == driver;
+    }
+
+    void RequireFewFields() const
+    {
+        const std::size_t most = m_request.format.mostFields;
+        if (most != 0 && m_plan.fields.size() > most) {
+            throw Orvane::BException(
+                Orvane::BString::Format("Could not write <%s>.", m_request.file.filename().c_str()),
+                "Exporter",
+                Orvane::BString::Format("The format holds at most %d columns, and there are %d; "
+                                        ".fgb holds more.",
+                                        most,
+                                        m_plan.fields.size()));
+        }
     }
 
     [[noreturn]] void Fail(const char* step) const

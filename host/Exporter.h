@@ -29,7 +29,8 @@ struct ExportFormat
     } names;
     bool holdsNaN;
     bool holdsInfinity;
-    bool numbersAsText; ///< the driver would cut digits off numbers
+    bool numbersAsText;         ///< the driver would cut digits off numbers
+    std::size_t mostFields = 0; ///< 0: the driver tells
 };
 
 /// The format of a file name's extension (case ignored).
@@ -59,7 +60,8 @@ struct ExportRequest
 /// @return notes for the user, one line each: changed names and values that the format can not
 /// hold.
 /// @throws Orvane::BException("Could not write <...>.", "Exporter", <reason>) for every error that
-///     GDAL or the disk reports; the file is not usable then.
+///     GDAL or the disk reports, and for more fields than a GeoPackage holds; the file is not
+///     usable then.
 [[nodiscard]] std::vector<std::string> ExportLayer(const ExportRequest& request);
 
 } // namespace OrvaneHost

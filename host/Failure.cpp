@@ -5,8 +5,10 @@
 
 #include <Orvane/BException.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <memory>
+#include <string_view>
 #include <typeinfo>
 
 #if defined(__GNUC__)
@@ -29,6 +31,20 @@ std::string TypeName(const std::exception& exception)
     }
 #endif
     return name;
+}
+
+/// Most characters of one text in a failure's line.
+constexpr std::size_t kMostCharacters = 1000;
+
+/// Escaped, and cut when it is very long: a message may hold a line of the file.
+std::string Show(std::string_view text)
+{
+    constexpr std::size_t kMostBytes = 4 * (kMostCharacters + 1);
+    std::size_t end = std::min(text.size(), kMostBytes);
+    while (end < text.size() && (static_cast<unsigned char>(text[end]) & 0xC0U) == 0x80) {
+        --end;
+    }
+    return TerminalText::Cut(TerminalText::Escape(text.substr(0, end)), kMostCharacters);
 }
 
 } // namespace
@@ -55,13 +71,18 @@ std::string FormatFailure(const Failure& failure)
 {
     // Some texts of the reader are short; here a person reads them.
     const bool isMissingFile = failure.exceptionName == "BFileNotFoundException";
+    const bool isOutOfMemory = failure.exceptionName == "std::bad_alloc";
     std::string line = "orvane: ";
     line += isMissingFile ? "There is no such file: " : "";
-    line += TerminalText::Escape(failure.message);
+    line += isOutOfMemory ? "There is not enough memory." : Show(failure.message);
     const std::string& place = failure.location.empty() ? failure.exceptionName : failure.location;
-    line += " (" + TerminalText::Escape(place) + ")";
+    line += " (" + Show(place) + ")";
     if (!failure.details.empty()) {
-        line += " " + TerminalText::Escape(failure.details);
+        line += " " + Show(failure.details);
+    }
+    if (isOutOfMemory) {
+        line += " --disk-cache keeps a layer out of memory; a line of the file must fit into it, "
+                "six times over.";
     }
     if (failure.exceptionName == "std::out_of_range") {
         line += " A position lies outside of a row: do COLUMN_DEFINITION and NAME_COLUMN fit the "

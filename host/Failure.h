@@ -32,7 +32,7 @@ struct Failure
 [[nodiscard]] Failure DescribeFailure(const std::exception& exception);
 
 /// The line for standard error, without line ending: "orvane: <message> (<location>) <details>",
-/// escaped so that it stays one line.
+/// escaped so that it stays one line, each text cut to 1000 characters.
 [[nodiscard]] std::string FormatFailure(const Failure& failure);
 
 } // namespace OrvaneHost

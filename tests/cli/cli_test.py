@@ -604,7 +604,6 @@ class PluginsTest(CliTest):
 
     def test_whatever_a_plug_in_throws_is_reported(self):
         cases = (
-            ("bad-alloc", "std::bad_alloc", "std::bad_alloc"),
             ("own-type", "(anonymous namespace)::ModuleError", "made in the module"),
             ("no-exception", "unknown", "An exception of an unknown type."),
         )
@@ -617,6 +616,33 @@ class PluginsTest(CliTest):
                     {"ok": False, "exception": exception, "location": "", "message": message, "details": ""},
                 )
                 self.assertEqual((result.status, result.err), (1, f"orvane: {message} ({exception})\n"))
+
+    def test_a_lack_of_memory_says_what_to_do(self):
+        self.write("bad-alloc.csv", "1\n")
+        result = self.run_orvane("read", "bad-alloc.csv", "--plugin", FAKE, "--json")
+        self.assertEqual(
+            result.json,
+            {"ok": False, "exception": "std::bad_alloc", "location": "", "message": "std::bad_alloc", "details": ""},
+        )
+        self.assertEqual(
+            (result.status, result.err),
+            (
+                1,
+                "orvane: There is not enough memory. (std::bad_alloc) --disk-cache keeps a layer out of "
+                "memory; a line of the file must fit into it, six times over.\n",
+            ),
+        )
+
+    def test_long_texts_of_a_failure_are_cut_on_its_line_only(self):
+        self.write("long.csv", "a,b\n" * 6 + "1," + "ä" * 5000 + ",3\n")
+        result = self.run_orvane("read", "long.csv", "--json", "-o", "CODEC=UTF-8")
+        details = "The following line may be formatted wrong.\n\t<1," + "ä" * 5000 + ",3>."
+        self.assertEqual(result.json["details"], details)
+        shown = details.replace("\n", "\\x0A").replace("\t", "\\x09")[:999] + "…"
+        self.assertEqual(
+            (result.status, result.err),
+            (1, f"orvane: Failed to parse feature # 6. (AsciiFile::BuildLayer) {shown}\n"),
+        )
 
     def test_the_line_of_a_failure_is_one_line_without_control_characters(self):
         self.write("swapped.csv", "1\n")
@@ -1096,6 +1122,21 @@ class ImportFailuresTest(CliTest):
             with self.subTest(arguments=arguments):
                 self.assert_failure(self.run_orvane("import", *arguments), 2, "orvane: " + line)
         self.assert_folder("s.csv")
+
+    def test_more_columns_than_a_geopackage_holds(self):
+        for count in (1998, 1999):
+            names = ",".join(f"c{index}" for index in range(count))
+            self.write("wide.csv", f"x,y,{names}\n1,2,{','.join(['3'] * count)}\n")
+            result = self.run_orvane("import", "wide.csv", "out.gpkg")
+            if count == 1998:
+                self.assertEqual((result.status, result.err), (0, ""))
+                continue
+            self.assert_failure(
+                result,
+                1,
+                "orvane: Could not write <out.gpkg>. (Exporter) The format holds at most 1998 columns, "
+                "and there are 1999; .fgb holds more.",
+            )
 
     def test_an_output_that_can_not_be_written(self):
         os.mkdir(self.path("folder.gpkg"))
