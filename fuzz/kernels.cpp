@@ -202,10 +202,10 @@ void CheckColumns(const Set& set,
         run.ends = ends.data() + 1 + column;
         run.rows = (ends.size() - 2 - column) / run.stride + 1;
         run.trim = column + 1 == run.stride ? trim : 0;
-        // A field has to be as long as what is cut off it.
-        for (std::size_t row = 0; row < run.rows; ++row) {
-            const std::size_t at = row * run.stride;
-            if (run.ends[at] - (*(run.ends + at - 1) + 1) < run.trim) {
+        // What is cut off a field is the "\r" in front of a line end, as in regular rows.
+        for (std::size_t row = 0; row < run.rows && run.trim > 0; ++row) {
+            const std::uint32_t* const position = run.ends + row * run.stride;
+            if (*position == *(position - 1) + 1 || text[*position - 1] != '\r') {
                 run.rows = row;
             }
         }
