@@ -12,6 +12,8 @@
 #include <QDir>
 #include <QFileInfo>
 
+#include <filesystem>
+#include <system_error>
 #include <utility>
 
 namespace AsciiReader {
@@ -117,6 +119,14 @@ void AsciiFile::OpenForReading()
     }
     m_lines.SetDevice(nullptr);
     m_device = std::make_unique<QFile>(Orvane::MakeQString(m_fullPath));
+    std::error_code error;
+    const std::string path = m_fullPath.ToUtf8();
+    // Rule: what has no size counts as empty; a pipe is not waited for to learn that.
+    if (std::filesystem::is_fifo(path, error)) {
+        throw BException(
+            BString::Format("Could not open a stream for <%ls> for reading.", m_fullPath),
+            "AsciiFile::Open");
+    }
     // Unbuffered: blocks are read straight to where they are decoded.
     if (!m_device->open(QIODevice::ReadOnly | QIODevice::Unbuffered)) {
         throw BException(BString::Format("Could not open the file <%ls> for reading.", m_fullPath),

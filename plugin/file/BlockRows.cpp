@@ -8,8 +8,11 @@ namespace AsciiReader {
 
 namespace {
 
-/// Bytes that are indexed at a time; a run of rows is converted while it is in the cache.
-constexpr std::size_t kWindowBytes = 65536;
+/// Bytes that are indexed at a time: so few that a run of rows is converted while it is in the
+/// cache, and so many that a run of long rows is worth its beginning for each column.
+constexpr std::size_t kLeastWindowBytes = 65536;
+constexpr std::size_t kMostWindowBytes = 524288;
+constexpr std::size_t kWindowBytesOfAField = 768;
 
 /// Most positions kept of a line that is not regular.
 constexpr std::size_t kMaxLinePositions = 65536;
@@ -67,6 +70,14 @@ BlockRows::Found BlockRows::FindNext()
     }
 }
 
+std::size_t BlockRows::EstimateRows() const noexcept
+{
+    const std::size_t begin = m_positions[m_nextPosition] + std::size_t{1};
+    const std::size_t end = m_positions[m_nextPosition + m_rowCount * m_fieldCount];
+    // Half a percent more, so that rows that get longer still fit.
+    return ((m_block.end - begin) * m_rowCount) / (end - begin + 1) * 201 / 200 + 1;
+}
+
 Kernels::FieldRun BlockRows::MakeRun(std::size_t fieldIndex, std::size_t rows) const
 {
     Kernels::FieldRun run{};
@@ -122,7 +133,9 @@ bool BlockRows::IndexMore()
                  m_positions.Data() + m_nextPosition,
                  (left + 1) * sizeof(std::uint32_t));
     m_nextPosition = 0;
-    const std::size_t to = std::min(m_indexedTo + kWindowBytes, m_block.end);
+    const std::size_t window =
+        std::clamp(m_fieldCount * kWindowBytesOfAField, kLeastWindowBytes, kMostWindowBytes);
+    const std::size_t to = std::min(m_indexedTo + window, m_block.end);
     m_positions.Reserve(1 + left + (to - m_indexedTo) + Kernels::kPadding);
     m_positionCount = left + m_kernels.index(m_block.text,
                                              m_indexedTo,

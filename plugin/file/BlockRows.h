@@ -20,7 +20,7 @@ namespace AsciiReader {
 /// TakeLine. The line source learns of every row and line that was passed, so that a walk may end
 /// anywhere.
 ///
-/// Memory: the positions of a window of 64 KiB, or of as many bytes as a run of fields needs.
+/// Memory: the positions of a window of 64 to 512 KiB.
 class BlockRows
 {
 public:
@@ -47,6 +47,9 @@ public:
 
     /// Regular rows that stand next; at least one after FindNext gave Rows.
     [[nodiscard]] std::size_t GetRowCount() const noexcept { return m_rowCount; }
+
+    /// About how many rows the rest of the block has, if they are as long as the next ones.
+    [[nodiscard]] std::size_t EstimateRows() const noexcept;
 
     /// The fields of one column over the next rows. @param rows at most GetRowCount()
     [[nodiscard]] Kernels::FieldRun MakeRun(std::size_t fieldIndex, std::size_t rows) const;

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cstring>
 #include <limits>
+#include <utility>
 
 namespace AsciiReader {
 
@@ -167,10 +168,14 @@ void LayerFill::JoinOpenQuotes(SourceLine& line)
 
 LayerFill::Step LayerFill::TakeBlock()
 {
+    bool isFirst = true;
     for (;;) {
         Step step = Step::Continue;
         switch (m_rows.FindNext()) {
         case BlockRows::Found::Rows:
+            if (std::exchange(isFirst, false) && m_context.limit < 1) {
+                m_layer.ReserveRows(m_rows.EstimateRows(), m_hasZ);
+            }
             step = TakeRegularRows();
             break;
         case BlockRows::Found::Line:

@@ -309,6 +309,14 @@ LineSource::Stamp LineSource::MakeStamp() const
             m_device->fileTime(QFileDevice::FileModificationTime).toMSecsSinceEpoch()};
 }
 
+void LineSource::ThrowReadFailure() const
+{
+    throw BException(BString::Format("Could not read from the file <%ls>.",
+                                     Orvane::MakeBString(m_device->fileName())),
+                     kLocation,
+                     Orvane::MakeBString(m_device->errorString()));
+}
+
 bool LineSource::Replay()
 {
     m_isRewound = false;
@@ -316,7 +324,9 @@ bool LineSource::Replay()
         m_entries = m_firstEntries;
         return true;
     }
-    m_device->reset();
+    if (!m_device->reset()) {
+        ThrowReadFailure();
+    }
     Restart();
     return false;
 }
@@ -442,10 +452,7 @@ std::size_t LineSource::ReadBytes()
         }
         const qint64 answer = m_device->read(to, static_cast<qint64>(asked));
         if (answer < 0 && got == 0) {
-            throw BException(BString::Format("Could not read from the file <%ls>.",
-                                             Orvane::MakeBString(m_device->fileName())),
-                             kLocation,
-                             Orvane::MakeBString(m_device->errorString()));
+            ThrowReadFailure();
         }
         // What was read in front of a failure is used; the next block meets the failure again.
         piece = static_cast<std::size_t>(std::max<qint64>(answer, 0));

@@ -145,6 +145,7 @@ private:
     void SkipBlankLines() noexcept;
     bool Refill(const Orvane::BParamList& options);
     bool Replay();
+    [[noreturn]] void ThrowReadFailure() const;
     void Restart();
     void ChooseCodec(const Orvane::BParamList& options);
     void RequireShortCarry() const;

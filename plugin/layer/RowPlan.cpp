@@ -56,12 +56,22 @@ public:
         : m_layer(layer)
     {}
 
-    template <typename Unit>
-    void AddFree(std::size_t attributeIndex, std::basic_string_view<Unit> text, ETextUnit unit)
+    /// Makes room for the attributes of a row without a schema: all at once, since each time costs
+    /// as much as there are columns.
+    void BeginFree(std::size_t attributeCount)
     {
-        if (attributeIndex == m_layer.GetColumnCount()) {
-            m_layer.AddColumn({MakeAttributeName(attributeIndex), EVariantType::String});
+        std::vector<Orvane::BColumnInfo> added;
+        for (std::size_t at = m_layer.GetColumnCount(); at < attributeCount; ++at) {
+            added.push_back({MakeAttributeName(at), EVariantType::String});
         }
+        if (!added.empty()) {
+            m_layer.AddColumns(added);
+        }
+    }
+
+    template <typename Unit>
+    void AddFree(std::size_t /*index*/, std::basic_string_view<Unit> text, ETextUnit unit)
+    {
         m_layer.AddText(AsBytes(text), ToEncoding(unit));
     }
 
@@ -95,6 +105,8 @@ public:
     explicit FeatureSink(Orvane::BFeature& feature)
         : m_feature(feature)
     {}
+
+    void BeginFree(std::size_t /*attributeCount*/) {}
 
     template <typename Unit>
     void AddFree(std::size_t attributeIndex, std::basic_string_view<Unit> text, ETextUnit unit)
@@ -146,6 +158,13 @@ FieldPlan::Kind KindOf(EVariantType type)
     default:
         return FieldPlan::Kind::Text;
     }
+}
+
+/// A text's length for the schema; joined lines may be longer than that can say.
+std::int32_t ToLength(std::size_t units) noexcept
+{
+    constexpr std::size_t kLongest = std::numeric_limits<std::int32_t>::max();
+    return static_cast<std::int32_t>(std::min(units, kLongest));
 }
 
 } // namespace
@@ -238,7 +257,7 @@ void RowPlan::RaiseWidth(std::size_t columnIndex, std::size_t length) const
 {
     Orvane::BAttributeDef& def = m_schema.GetAt(columnIndex);
     if (def.GetType() == EVariantType::String) {
-        def.SetLength(std::max(static_cast<std::int32_t>(length), def.GetLength()));
+        def.SetLength(std::max(ToLength(length), def.GetLength()));
     }
 }
 
@@ -253,6 +272,18 @@ std::vector<Orvane::BColumnInfo> RowPlan::MakeColumns() const
         columns.push_back({def.GetName(), isConverted ? def.GetType() : EVariantType::String});
     }
     return columns;
+}
+
+std::size_t RowPlan::CountCoordinates(std::size_t fieldCount) const noexcept
+{
+    const auto isInside = [fieldCount](std::int64_t fieldIndex) {
+        return fieldIndex >= 0 && static_cast<std::uint64_t>(fieldIndex) < fieldCount;
+    };
+    const std::int64_t x = m_x.fieldIndex;
+    const std::int64_t y = m_y.fieldIndex;
+    const std::int64_t z = m_z.fieldIndex;
+    return static_cast<std::size_t>(isInside(x)) + static_cast<std::size_t>(isInside(y) && y != x) +
+           static_cast<std::size_t>(isInside(z) && z != x && z != y);
 }
 
 std::int64_t RowPlan::FindNameField(std::size_t fieldCount) const
@@ -326,8 +357,7 @@ void RowPlan::ConvertAttribute(std::basic_string_view<Unit> text,
     case EVariantType::String:
         // No text is longer in UTF-16 than in stored units.
         if (static_cast<std::int64_t>(text.size()) > def.GetLength()) {
-            const auto length = static_cast<std::int32_t>(CountUtf16Units(text, unit));
-            def.SetLength(std::max(length, def.GetLength()));
+            def.SetLength(std::max(ToLength(CountUtf16Units(text, unit)), def.GetLength()));
         }
         sink.Add(def.GetName(), text, unit);
         break;
@@ -353,6 +383,9 @@ void RowPlan::Convert(const Fields& fields, ETextUnit unit, Sink& sink) const
     try {
         std::size_t coordinates = 0;
         const std::size_t definitions = m_schema.GetCount();
+        if (definitions == 0) {
+            sink.BeginFree(fields.size() - CountCoordinates(fields.size()));
+        }
         for (std::size_t index = 0; index < fields.size(); ++index) {
             const auto text = fields[index];
             const auto fieldIndex = static_cast<std::int64_t>(index);

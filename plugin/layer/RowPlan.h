@@ -95,6 +95,8 @@ private:
                           std::size_t definitionIndex,
                           Sink& sink) const;
     /// Field that names the row, -1 without a name column. @throws the name-column errors.
+    /// Fields of a row of that many that are coordinates.
+    [[nodiscard]] std::size_t CountCoordinates(std::size_t fieldCount) const noexcept;
     [[nodiscard]] std::int64_t FindNameField(std::size_t fieldCount) const;
 
     void PlanRegularRow();

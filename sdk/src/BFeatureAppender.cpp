@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <iterator>
 #include <limits>
 #include <utility>
 
@@ -13,9 +14,9 @@ namespace {
 
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 
-/// A page of fewer rows gets a new column in place; a longer one is ended for it, so that many new
-/// columns do not fill many rows with placeholders.
-constexpr std::size_t kMaxRowsToWiden = 1024;
+/// New columns that give the rows of a page no more placeholders are added in place; for more, the
+/// page is ended.
+constexpr std::size_t kMaxPlaceholders = 8192;
 
 /// A page ends early when one of its columns has this many bytes of text.
 constexpr std::size_t kFullTextBytes = std::size_t{256} << 20;
@@ -115,6 +116,30 @@ void ReserveTexts(BTextArray& texts, const BTextArray& like)
     texts.ends.Reserve(like.ends.GetSize());
 }
 
+void ReserveColumn(BColumnData& column, std::size_t rows)
+{
+    switch (column.storage) {
+    case EColumnStorage::Int32:
+        column.int32s.Reserve(rows);
+        break;
+    case EColumnStorage::Int64:
+        column.int64s.Reserve(rows);
+        break;
+    case EColumnStorage::Double:
+        column.doubles.Reserve(rows);
+        break;
+    case EColumnStorage::Float:
+        column.floats.Reserve(rows);
+        break;
+    case EColumnStorage::Boolean:
+        column.booleans.Reserve(rows);
+        break;
+    case EColumnStorage::Text:
+        column.texts.ends.Reserve(rows);
+        break;
+    }
+}
+
 /// Reserves what a page that was filled before has used.
 void ReserveLike(BFeaturePage& page, const BFeaturePage& like)
 {
@@ -127,27 +152,10 @@ void ReserveLike(BFeaturePage& page, const BFeaturePage& like)
     }
     for (std::size_t i = 0; i < page.data.size(); ++i) {
         BColumnData& column = page.data[i];
-        switch (column.storage) {
-        case EColumnStorage::Int32:
-            column.int32s.Reserve(rows);
-            break;
-        case EColumnStorage::Int64:
-            column.int64s.Reserve(rows);
-            break;
-        case EColumnStorage::Double:
-            column.doubles.Reserve(rows);
-            break;
-        case EColumnStorage::Float:
-            column.floats.Reserve(rows);
-            break;
-        case EColumnStorage::Boolean:
-            column.booleans.Reserve(rows);
-            break;
-        case EColumnStorage::Text:
-            if (i < like.data.size() && like.data[i].storage == EColumnStorage::Text) {
-                ReserveTexts(column.texts, like.data[i].texts);
-            }
-            break;
+        ReserveColumn(column, rows);
+        if (column.storage == EColumnStorage::Text && i < like.data.size() &&
+            like.data[i].storage == EColumnStorage::Text) {
+            ReserveTexts(column.texts, like.data[i].texts);
         }
     }
 }
@@ -258,29 +266,37 @@ void BFeatureAppender::UpdatePlain() noexcept
 
 void BFeatureAppender::AddColumn(const BColumnInfo& column)
 {
+    AddColumns({&column, 1});
+}
+
+void BFeatureAppender::AddColumns(std::span<const BColumnInfo> added)
+{
+    const std::size_t count = m_columnCount + added.size();
     auto columns = std::make_shared<std::vector<BColumnInfo>>();
-    columns->reserve(m_columnCount + 1);
+    columns->reserve(count);
     *columns = *m_columns;
-    columns->push_back(column);
+    columns->insert(columns->end(), added.begin(), added.end());
 
     const std::size_t rows = m_page->rowCount;
-    if (m_nextColumn == 0 && rows > kMaxRowsToWiden) {
+    if (m_nextColumn == 0 && rows * added.size() > kMaxPlaceholders) {
         m_newPage = MakePage(columns);
         UsePage(*m_newPage);
         return;
     }
-    BColumnData data;
-    data.storage = StorageOf(column.type);
-    FillColumn(data, rows);
-    m_page->data.reserve(m_columnCount + 1);
+    std::vector<BColumnData> data(added.size());
+    for (std::size_t i = 0; i < added.size(); ++i) {
+        data[i].storage = StorageOf(added[i].type);
+        FillColumn(data[i], rows);
+    }
+    m_page->data.reserve(count);
     m_columnData = m_page->data.data();
     if (rows > 0 && m_page->attributeCounts.IsEmpty()) {
         m_page->attributeCounts.Resize(rows, static_cast<std::uint32_t>(m_columnCount));
     }
-    m_page->data.push_back(std::move(data));
+    std::move(data.begin(), data.end(), std::back_inserter(m_page->data));
     m_page->columns = columns;
     m_columns = std::move(columns);
-    ++m_columnCount;
+    m_columnCount = count;
     UpdateRowLimit();
     UpdatePlain();
 }
@@ -499,6 +515,20 @@ private:
 };
 
 } // namespace
+
+void BFeatureAppender::ReserveRows(std::size_t rows, bool hasZ)
+{
+    const std::size_t first = m_page->rowCount;
+    const std::size_t last = std::min(first + rows, std::max(m_rowLimit, first));
+    m_page->x.Reserve(last);
+    m_page->y.Reserve(last);
+    if (hasZ) {
+        m_page->z.Reserve(last);
+    }
+    for (std::size_t i = 0; i < m_columnCount; ++i) {
+        ReserveColumn(m_columnData[i], last);
+    }
+}
 
 BFeatureAppender::Rows BFeatureAppender::BeginRows(std::size_t wanted, bool hasZ)
 {

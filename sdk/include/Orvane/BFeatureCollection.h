@@ -12,6 +12,7 @@
 #include <cstdint>
 #include <limits>
 #include <memory>
+#include <span>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -222,6 +223,9 @@ public:
     /// Appends one more column; rows that exist have one attribute less than it. Copies the list
     /// of columns.
     void AddColumn(const BColumnInfo& column);
+    /// The same for several columns, at the cost of one. Best called between two rows: a page of
+    /// many rows is ended then instead of being widened.
+    void AddColumns(std::span<const BColumnInfo> added);
 
     /// Sets the next attribute of the row; the method must fit the column's storage, and no more
     /// values may be set than there are columns.
@@ -294,6 +298,11 @@ public:
         double* z;
         BColumnData* columns;
     };
+
+    /// Makes room for about that many rows more, so far as the page takes them, so that arrays need
+    /// not grow by copying themselves. Only what is used of it takes memory. Texts' bytes are not
+    /// counted. @throws std::bad_alloc; nothing is lost then.
+    void ReserveRows(std::size_t rows, bool hasZ);
 
     /// Begins rows between two rows. @param wanted at least 1; fewer are given when the page ends.
     /// @param hasZ whether rows may be of kind XYZ. Everything in the result is valid until rows

@@ -366,6 +366,28 @@ TEST(BFeatureAppender, GivesEarlierRowsOneAttributeLessThanANewColumn)
     }
 }
 
+TEST(BFeatureAppender, EndsALongPageForManyColumnsInsteadOfFillingItsRows)
+{
+    BFeatureCollection features;
+    BFeatureAppender appender(features, {{"a", EVariantType::Int32}});
+    for (std::uint32_t row = 0; row < 100; ++row) {
+        appender.AddInt32(1);
+        appender.EndRow(EPointKind::None, 0, 0, 0, row);
+    }
+    const std::vector<Orvane::BColumnInfo> added(1000, {"b", EVariantType::String});
+    appender.AddColumns(added);
+    appender.AddInt32(1);
+    for (std::size_t column = 0; column < added.size(); ++column) {
+        appender.AddText("b", ETextEncoding::Ascii);
+    }
+    appender.EndRow(EPointKind::None, 0, 0, 0, 100);
+    ASSERT_EQ(features.GetPageCount(), 2U);
+    EXPECT_EQ(features.GetPage(0).columns->size(), 1U);
+    EXPECT_EQ(features.GetAt(99)->GetAttributeCount(), 1U);
+    EXPECT_EQ(features.GetAt(100)->GetAttributeCount(), 1001U);
+    EXPECT_EQ(features.GetAt(100)->GetAttributeValue(1000), BVariant(BString("b")));
+}
+
 /// Appends rows of all kinds of points, one by one or in blocks of up to `blockRows`.
 void AppendBlocks(BFeatureCollection& features, std::size_t blockRows, bool hasMixedKinds)
 {
@@ -405,6 +427,26 @@ void AppendBlocks(BFeatureCollection& features, std::size_t blockRows, bool hasM
             appender.AbandonRow();
         }
     }
+}
+
+TEST(BFeatureAppenderReserveRows, KeepsArraysInTheirPlaceWhileTheyGrow)
+{
+    BFeatureCollection features(4096);
+    BFeatureAppender appender(features, kNumberAndText);
+    // More than the page takes is as much as the page takes.
+    appender.ReserveRows(1000000, true);
+    const BFeatureAppender::Rows first = appender.BeginRows(1, true);
+    const double* const z = first.z;
+    const std::int32_t* const numbers = first.columns[0].int32s.Data();
+    appender.AbandonRow();
+    for (std::uint32_t row = 0; row < 4095; ++row) {
+        appender.AddInt32(static_cast<std::int32_t>(row));
+        appender.AddText("x", ETextEncoding::Ascii);
+        appender.EndRow(EPointKind::XYZ, 1, 2, 3, row + 1);
+    }
+    EXPECT_EQ(features.GetPage(0).z.Data(), z);
+    EXPECT_EQ(features.GetPage(0).data[0].int32s.Data(), numbers);
+    EXPECT_EQ(features.GetCount(), 4095U);
 }
 
 TEST(BFeatureAppenderEndRows, EndsNothingForAnEmptyPart)
