@@ -1,0 +1,101 @@
+// Takes the C library's names for reading, writing and positioning and asks the system itself.
+#include "FaultyFiles.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <string>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+namespace FaultyFiles {
+
+namespace {
+
+std::string watchedPath;
+Rule watchedRule;
+std::uint64_t callCount = 0;
+bool isWatching = false;
+
+/// @return what the rule says; nothing special for other files
+Answer Ask(ECall call, int descriptor)
+{
+    if (!isWatching) {
+        return {};
+    }
+    char name[64];
+    std::snprintf(name, sizeof name, "/proc/self/fd/%d", descriptor);
+    char path[4096];
+    const ssize_t size = readlink(name, path, sizeof path);
+    const std::size_t length = watchedPath.size();
+    if (size < 0 || static_cast<std::size_t>(size) < length ||
+        watchedPath.compare(0, length, path, length) != 0) {
+        return {};
+    }
+    return watchedRule(call, ++callCount);
+}
+
+} // namespace
+
+Scope::Scope(const Orvane::BString& path, Rule rule)
+{
+    watchedPath = path.ToUtf8();
+    watchedRule = std::move(rule);
+    callCount = 0;
+    isWatching = true;
+}
+
+Scope::~Scope()
+{
+    isWatching = false;
+    watchedRule = nullptr;
+}
+
+std::uint64_t Scope::GetCallCount() const noexcept
+{
+    return callCount;
+}
+
+} // namespace FaultyFiles
+
+using FaultyFiles::Answer;
+using FaultyFiles::Ask;
+using FaultyFiles::ECall;
+
+// Qt must find them.
+#pragma GCC visibility push(default)
+
+extern "C" {
+
+ssize_t read(int descriptor, void* buffer, size_t size)
+{
+    const Answer answer = Ask(ECall::Read, descriptor);
+    if (answer.error != 0) {
+        errno = answer.error;
+        return -1;
+    }
+    return syscall(SYS_read, descriptor, buffer, std::min(size, answer.most));
+}
+
+ssize_t write(int descriptor, const void* buffer, size_t size)
+{
+    const Answer answer = Ask(ECall::Write, descriptor);
+    if (answer.error != 0) {
+        errno = answer.error;
+        return -1;
+    }
+    return syscall(SYS_write, descriptor, buffer, std::min(size, answer.most));
+}
+
+off64_t lseek64(int descriptor, off64_t offset, int whence) noexcept
+{
+    const Answer answer = Ask(ECall::Seek, descriptor);
+    if (answer.error != 0) {
+        errno = answer.error;
+        return -1;
+    }
+    return syscall(SYS_lseek, descriptor, offset, whence);
+}
+}
+
+#pragma GCC visibility pop
