@@ -319,8 +319,8 @@ void LineSource::ThrowReadFailure() const
 
 bool LineSource::Replay()
 {
-    m_isRewound = false;
     if (m_holdsFirstBlock && m_stamp == MakeStamp()) {
+        m_isRewound = false;
         m_entries = m_firstEntries;
         return true;
     }
