@@ -113,6 +113,19 @@ std::int64_t ResidentBytes()
     return resident * sysconf(_SC_PAGESIZE);
 }
 
+/// The most that was ever resident. Not from getrusage, which counts what the process that started
+/// this one had before.
+std::uint64_t PeakBytes()
+{
+    std::ifstream file("/proc/self/status");
+    std::string word;
+    std::uint64_t kibibytes = 0;
+    while (file >> word && word != "VmHWM:") {
+    }
+    file >> kibibytes;
+    return kibibytes * 1024;
+}
+
 void Print(const char* name, std::uint64_t value)
 {
     std::printf("%s %llu\n", name, static_cast<unsigned long long>(value));
@@ -386,6 +399,7 @@ int Run(const Arguments& arguments)
     for (const Command& command : kCommands) {
         if (!arguments.words.empty() && command.name == arguments.words.front()) {
             command.run(arguments);
+            Print("peak_bytes", PeakBytes());
             return 0;
         }
     }
