@@ -5,7 +5,6 @@
 
 #include <Orvane/BException.h>
 
-#include <algorithm>
 #include <cstdlib>
 #include <memory>
 #include <string_view>
@@ -36,15 +35,10 @@ std::string TypeName(const std::exception& exception)
 /// Most characters of one text in a failure's line.
 constexpr std::size_t kMostCharacters = 1000;
 
-/// Escaped, and cut when it is very long: a message may hold a line of the file.
+/// For the line: a message may hold a whole line of the file.
 std::string Show(std::string_view text)
 {
-    constexpr std::size_t kMostBytes = 4 * (kMostCharacters + 1);
-    std::size_t end = std::min(text.size(), kMostBytes);
-    while (end < text.size() && (static_cast<unsigned char>(text[end]) & 0xC0U) == 0x80) {
-        --end;
-    }
-    return TerminalText::Cut(TerminalText::Escape(text.substr(0, end)), kMostCharacters);
+    return TerminalText::EscapeAndCut(text, kMostCharacters);
 }
 
 } // namespace

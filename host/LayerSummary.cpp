@@ -146,8 +146,7 @@ std::string DescribeSchema(const Orvane::BAttributeDefs& schema)
     for (std::size_t index = 0; index < schema.GetCount(); ++index) {
         const Orvane::BAttributeDef& def = schema.GetAt(index);
         const std::string number = std::to_string(index + 1);
-        const std::string name =
-            TerminalText::Cut(TerminalText::Escape(def.GetName()), kWidestName);
+        const std::string name = TerminalText::EscapeAndCut(def.GetName(), kWidestName);
         lines += "  " + std::string(numberWidth - number.size(), ' ') + number + "  " +
                  TerminalText::Pad(name, nameWidth) + "  " + NameOfType(def.GetType());
         if (def.GetLength() != 0) {

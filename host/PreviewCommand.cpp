@@ -28,7 +28,7 @@ void PrintJson(TextOutput& output, const Orvane::BParamList& answer)
 
 std::string Cell(const Orvane::BString& text)
 {
-    return TerminalText::Cut(TerminalText::Escape(text), kWidestCell);
+    return TerminalText::EscapeAndCut(text, kWidestCell);
 }
 
 void PrintText(TextOutput& output, const FilePreview& preview)

@@ -22,8 +22,7 @@ constexpr std::size_t kWidestValue = 60;
 
 std::string DescribeFeature(const Orvane::BFeature& feature)
 {
-    std::string line =
-        "  " + TerminalText::Cut(TerminalText::Escape(feature.GetName()), kWidestValue);
+    std::string line = "  " + TerminalText::EscapeAndCut(feature.GetName(), kWidestValue);
     if (const Orvane::BPointGeo* point = feature.GetPoint()) {
         line += "  (" + FormatNumber(point->GetX()) + ", " + FormatNumber(point->GetY());
         line += point->HasZ() ? ", " + FormatNumber(point->GetZ()) + ")" : ")";
@@ -32,10 +31,11 @@ std::string DescribeFeature(const Orvane::BFeature& feature)
     }
     const Orvane::BAttributes& attributes = feature.GetAttributes();
     for (std::size_t index = 0; index < attributes.GetCount(); ++index) {
-        const std::string name = TerminalText::Escape(attributes.GetNameAt(index));
-        const std::string value = FormatValue(attributes.GetValueAt(index));
-        line += "  " + TerminalText::Cut(name, kWidestValue) + "=" +
-                TerminalText::Cut(value, kWidestValue);
+        const Orvane::BVariant& value = attributes.GetValueAt(index);
+        line += "  " + TerminalText::EscapeAndCut(attributes.GetNameAt(index), kWidestValue) + "=";
+        line += value.GetType() == Orvane::EVariantType::String
+                    ? TerminalText::EscapeAndCut(value.GetString(), kWidestValue)
+                    : TerminalText::Cut(FormatValue(value), kWidestValue);
     }
     return line + "\n";
 }

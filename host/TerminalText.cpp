@@ -140,6 +140,19 @@ std::string Cut(const std::string& escaped, std::size_t columns)
     return escaped.substr(0, end) + "\u2026";
 }
 
+std::string EscapeAndCut(std::string_view utf8, std::size_t columns)
+{
+    // One character more than is shown, so that it is seen that something was cut.
+    constexpr std::size_t kLongestCharacter = 4;
+    return Cut(Escape(utf8.substr(0, kLongestCharacter * (columns + 1))), columns);
+}
+
+std::string EscapeAndCut(const Orvane::BString& text, std::size_t columns)
+{
+    constexpr std::size_t kLongestCharacter = 2;
+    return Cut(Escape(text.Left(kLongestCharacter * (columns + 1))), columns);
+}
+
 std::string Pad(const std::string& escaped, std::size_t columns)
 {
     const std::size_t count = CountCharacters(escaped);

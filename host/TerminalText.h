@@ -29,6 +29,10 @@ namespace OrvaneHost::TerminalText {
 /// An escaped text cut to `columns` characters, the last one "…" when something was cut.
 [[nodiscard]] std::string Cut(const std::string& escaped, std::size_t columns);
 
+/// Cut(Escape(text), columns), at the cost of what is shown.
+[[nodiscard]] std::string EscapeAndCut(std::string_view utf8, std::size_t columns);
+[[nodiscard]] std::string EscapeAndCut(const Orvane::BString& text, std::size_t columns);
+
 /// The text followed by blanks up to `columns` characters.
 [[nodiscard]] std::string Pad(const std::string& escaped, std::size_t columns);
 
