@@ -9,6 +9,8 @@
 #include <Orvane/Constants.h>
 
 #include <algorithm>
+#include <array>
+#include <atomic>
 #include <charconv>
 #include <cmath>
 #include <cstdint>
@@ -17,10 +19,12 @@
 #include <fstream>
 #include <iostream>
 #include <memory>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <string_view>
 #include <system_error>
+#include <thread>
 #include <unistd.h>
 #include <vector>
 
@@ -382,6 +386,41 @@ void RunModules(const Arguments& arguments)
     Print("unloaded", gone);
 }
 
+/// threads TIMES MODULE FILE: imports in four threads at once, a reader in each.
+void RunThreads(const Arguments& arguments)
+{
+    constexpr std::size_t kThreads = 4;
+    const OrvaneHost::PluginModule module(arguments.At(2));
+    const auto import = [&] {
+        const Reader reader(module.GetProxy(), arguments.At(3), arguments);
+        reader->Read();
+        reader->Close();
+        return reader.Sum();
+    };
+    const std::uint64_t times = arguments.NumberAt(1);
+    std::atomic<std::uint64_t> good = 0;
+    std::array<std::optional<Totals>, kThreads> first;
+    std::vector<std::thread> threads;
+    for (std::size_t number = 0; number < kThreads; ++number) {
+        // All begin with a first import: what the module makes once is made by whoever comes first.
+        threads.emplace_back([&, number] {
+            first[number] = import();
+            for (std::uint64_t time = 0; time < times; ++time) {
+                good += import().Equals(*first[number]) ? 1U : 0U;
+            }
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    for (const std::optional<Totals>& totals : first) {
+        Require(totals->Equals(*first.front()), "Two threads read different layers.");
+    }
+    Require(good == times * kThreads, "An import is not like the first one.");
+    PrintTotals(*first.front());
+    Print("imports", good);
+}
+
 int Run(const Arguments& arguments)
 {
     struct Command
@@ -395,7 +434,8 @@ int Run(const Arguments& arguments)
                                      {"generated", &RunGenerated},
                                      {"imports", &RunImports},
                                      {"readers", &RunReaders},
-                                     {"modules", &RunModules}};
+                                     {"modules", &RunModules},
+                                     {"threads", &RunThreads}};
     for (const Command& command : kCommands) {
         if (!arguments.words.empty() && command.name == arguments.words.front()) {
             command.run(arguments);
@@ -403,12 +443,13 @@ int Run(const Arguments& arguments)
             return 0;
         }
     }
-    std::cerr << "usage: orvane_load pages ROWS FOLDER\n"
-                 "       orvane_load generate ROWS FILE\n"
-                 "       orvane_load generated ROWS MODULE FILE [KEY=VALUE]...\n"
-                 "       orvane_load imports|readers|modules TIMES MODULE FILE [KEY=VALUE]...\n"
-                 "\n"
-                 "  --disk-cache=FOLDER  keeps the pages of layers in that folder\n";
+    std::cerr
+        << "usage: orvane_load pages ROWS FOLDER\n"
+           "       orvane_load generate ROWS FILE\n"
+           "       orvane_load generated ROWS MODULE FILE [KEY=VALUE]...\n"
+           "       orvane_load imports|readers|modules|threads TIMES MODULE FILE [KEY=VALUE]...\n"
+           "\n"
+           "  --disk-cache=FOLDER  keeps the pages of layers in that folder\n";
     return 2;
 }
 
