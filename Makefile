@@ -3,6 +3,7 @@ FILE ?= examples/data/earthquakes.csv
 OUT ?=
 BENCH ?=
 SECONDS ?= 60
+SOAK ?=
 
 .PHONY: help deps build import test asan lint fuzz soak bench bench-instructions bench-programs format clean
 
@@ -13,7 +14,7 @@ help:
 	@echo 'make asan     the same tests under the address and undefined behaviour sanitizers'
 	@echo 'make lint     format check and clang-tidy'
 	@echo 'make fuzz [SECONDS=60]   every fuzz harness under libFuzzer for that time, and a table'
-	@echo 'make soak     what takes hours: every harness for a quarter of an hour, many random files'
+	@echo 'make soak [SOAK=load]     what takes hours, or parts of it: differential faults load memcheck threads fuzz'
 	@echo 'make bench    compare whole imports with other readers, report to bench/results'
 	@echo 'make bench-instructions   instructions a row, with Callgrind'
 
@@ -44,10 +45,7 @@ fuzz: deps
 	@scripts/fuzz $(SECONDS)
 
 soak: deps
-	@cmake --preset release --log-level=WARNING
-	@cmake --build --preset release --target unit_differential
-	@ORVANE_DIFFERENTIAL_CASES=1000000 build/release/bin/unit_differential
-	@scripts/fuzz 900
+	@scripts/soak $(SOAK)
 
 bench: bench-programs
 	@bench/compare.py --save $(BENCH)

@@ -281,7 +281,8 @@ void PrintFailureJson(const Failure& failure)
 
 int ReportFailure(const Failure& failure, bool isJson)
 {
-    if (isJson) {
+    // A failure of standard output is not told there.
+    if (isJson && failure.location != "TextOutput::Flush") {
         PrintFailureJson(failure);
     }
     PrintLine(FormatFailure(failure));

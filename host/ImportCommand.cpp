@@ -358,6 +358,7 @@ void RunImport(Orvane::BDataManagerProxy& proxy, const ImportArguments& argument
                  line.Show("Wrote", written, counts.rows);
              }});
         target.Commit();
+        Interrupt::SetWritten();
     }
     line.Clear();
     for (const std::string& note : notes) {

@@ -17,6 +17,7 @@ volatile std::sig_atomic_t isRequested = 0;
 volatile std::sig_atomic_t currentPhase = static_cast<int>(EPhase::Immediate);
 
 constexpr char kLine[] = "orvane: Interrupted; nothing was written. (orvane)\n";
+constexpr char kWrittenLine[] = "orvane: Interrupted; the output was written. (orvane)\n";
 
 } // namespace
 
@@ -24,11 +25,13 @@ extern "C" {
 
 static void OrvaneHostHandleSignal(int /*signal*/)
 {
-    const bool leaves = currentPhase == static_cast<int>(EPhase::Immediate) ||
+    const bool isWritten = currentPhase == static_cast<int>(EPhase::Written);
+    const bool leaves = isWritten || currentPhase == static_cast<int>(EPhase::Immediate) ||
                         (currentPhase == static_cast<int>(EPhase::Reading) && isRequested != 0);
     isRequested = 1;
     if (leaves) {
-        const auto written = write(STDERR_FILENO, kLine, sizeof kLine - 1);
+        const auto written = isWritten ? write(STDERR_FILENO, kWrittenLine, sizeof kWrittenLine - 1)
+                                       : write(STDERR_FILENO, kLine, sizeof kLine - 1);
         static_cast<void>(written);
         _exit(kExitDataFailed);
     }
@@ -92,6 +95,11 @@ void ThrowIfRequested()
     }
 }
 
+void SetWritten() noexcept
+{
+    currentPhase = static_cast<int>(EPhase::Written);
+}
+
 PhaseScope::PhaseScope(EPhase phase) noexcept
     : m_previous(currentPhase)
 {
@@ -100,7 +108,9 @@ PhaseScope::PhaseScope(EPhase phase) noexcept
 
 PhaseScope::~PhaseScope()
 {
-    currentPhase = m_previous;
+    if (currentPhase != static_cast<int>(EPhase::Written)) {
+        currentPhase = m_previous;
+    }
 }
 
 } // namespace OrvaneHost::Interrupt

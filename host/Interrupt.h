@@ -7,7 +7,8 @@ namespace OrvaneHost::Interrupt {
 enum class EPhase {
     Immediate, ///< nothing is on the disk: the program says so and ends at once
     Reading,   ///< the first signal asks the reading to stop, a second one ends at once
-    Writing    ///< signals only ask: what was begun on the disk is cleaned up first
+    Writing,   ///< signals only ask: what was begun on the disk is cleaned up first
+    Written    ///< the output is in its place: the program says so and ends at once
 };
 
 /// Installs the handlers for SIGINT, SIGTERM and SIGHUP (one that is ignored stays ignored), makes
@@ -20,6 +21,9 @@ void Install();
 
 /// @throws Orvane::BException "Interrupted; nothing was written." at "orvane" when IsRequested.
 void ThrowIfRequested();
+
+/// Sets the phase Written, from now to the program's end; no scope leaves it.
+void SetWritten() noexcept;
 
 /// Sets the phase for a scope.
 class PhaseScope

@@ -10,6 +10,7 @@
 #include <cerrno>
 #include <cstdint>
 #include <cstdio>
+#include <fcntl.h>
 #include <limits>
 #include <memory>
 #include <nlohmann/json.hpp>
@@ -28,8 +29,13 @@ std::string ReadWhole(const std::string& path, const std::string& shownPath)
     const auto fail = [&](const std::string& reason) {
         throw UsageError("The option file <" + shownPath + "> can not be read: " + reason + ".");
     };
-    const std::unique_ptr<std::FILE, decltype(&std::fclose)> file(std::fopen(path.c_str(), "rb"),
-                                                                  &std::fclose);
+    // Rule: a pipe that nobody writes to is empty; it is not waited for.
+    const int descriptor = open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    if (descriptor != -1) {
+        fcntl(descriptor, F_SETFL, O_RDONLY);
+    }
+    const std::unique_ptr<std::FILE, decltype(&std::fclose)> file(
+        descriptor == -1 ? nullptr : fdopen(descriptor, "rb"), &std::fclose);
     if (file == nullptr) {
         fail(std::generic_category().message(errno));
     }

@@ -8,6 +8,9 @@
 #include <cerrno>
 #include <cstdlib>
 #include <fcntl.h>
+#include <string_view>
+#include <sys/file.h>
+#include <sys/stat.h>
 #include <system_error>
 #include <unistd.h>
 #include <vector>
@@ -34,6 +37,61 @@ int Synchronise(const fs::path& path)
     close(descriptor);
     // Some file systems can not synchronise a folder; the files themselves are there.
     return error == EINVAL ? 0 : error;
+}
+
+constexpr std::string_view kHiddenPrefix = ".orvane-";
+constexpr std::string_view kHiddenEnding = "XXXXXX";
+
+/// @param operation of flock
+/// @return the open and locked folder, -1 when it is in use or gone, or can't be locked
+int Lock(const fs::path& folder, int operation)
+{
+    const int descriptor = open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+    struct stat opened = {};
+    struct stat named = {};
+    const bool isLocked = descriptor != -1 && flock(descriptor, operation) == 0 &&
+                          fstat(descriptor, &opened) == 0 && lstat(folder.c_str(), &named) == 0 &&
+                          opened.st_dev == named.st_dev && opened.st_ino == named.st_ino;
+    if (!isLocked && descriptor != -1) {
+        close(descriptor);
+    }
+    return isLocked ? descriptor : -1;
+}
+
+bool IsHiddenName(const std::string& name)
+{
+    return name.size() == kHiddenPrefix.size() + kHiddenEnding.size() &&
+           name.compare(0, kHiddenPrefix.size(), kHiddenPrefix) == 0;
+}
+
+/// Removes the hidden folders of programs that were killed. What is in use, of somebody else, or
+/// no folder of plain files stays.
+void RemoveAbandoned(const fs::path& parent)
+{
+    std::error_code error;
+    for (fs::directory_iterator entry(parent, error), end; !error && entry != end;
+         entry.increment(error)) {
+        if (!IsHiddenName(entry->path().filename().native())) {
+            continue;
+        }
+        const int lock = Lock(entry->path(), LOCK_EX | LOCK_NB);
+        struct stat status = {};
+        if (lock != -1 && fstat(lock, &status) == 0 && status.st_uid == geteuid()) {
+            std::error_code inner;
+            for (fs::directory_iterator file(entry->path(), inner), last; !inner && file != last;
+                 file.increment(inner)) {
+                std::error_code ignored;
+                if (fs::is_regular_file(file->symlink_status(ignored))) {
+                    fs::remove(file->path(), ignored);
+                }
+            }
+            // Fails, as it should, when something else is in it.
+            rmdir(entry->path().c_str());
+        }
+        if (lock != -1) {
+            close(lock);
+        }
+    }
 }
 
 } // namespace
@@ -79,6 +137,9 @@ OutputTarget::~OutputTarget()
         std::error_code error;
         fs::remove_all(m_workFolder, error);
     }
+    if (m_lock != -1) {
+        close(m_lock);
+    }
 }
 
 void OutputTarget::Fail(const std::string& reason) const
@@ -90,11 +151,24 @@ void OutputTarget::Fail(const std::string& reason) const
 
 void OutputTarget::Begin()
 {
-    std::string pattern = (m_file.parent_path() / ".orvane-XXXXXX").native();
-    if (mkdtemp(pattern.data()) == nullptr) {
-        Fail(ReasonOf(errno));
+    RemoveAbandoned(m_file.parent_path());
+    // Between making and locking another program may take the folder for an abandoned one; then
+    // another is made. File systems without locks do without: nothing is removed there, either.
+    constexpr int kMostTries = 10;
+    const std::string pattern =
+        (m_file.parent_path() / (std::string(kHiddenPrefix) + std::string(kHiddenEnding))).native();
+    for (int tries = 0; tries < kMostTries; ++tries) {
+        std::string name = pattern;
+        if (mkdtemp(name.data()) == nullptr) {
+            Fail(ReasonOf(errno));
+        }
+        m_workFolder = name;
+        m_lock = Lock(m_workFolder, LOCK_EX);
+        std::error_code error;
+        if (m_lock != -1 || fs::exists(m_workFolder, error)) {
+            break;
+        }
     }
-    m_workFolder = pattern;
 }
 
 void OutputTarget::Commit()

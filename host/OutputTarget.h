@@ -11,6 +11,8 @@ namespace OrvaneHost {
 ///
 /// Order of calls: construct (checks, changes nothing), Begin, write GetWorkFile(), Commit. Without
 /// Commit the destructor removes everything that was written and the final place stays as it was.
+/// A folder that a program which was killed has left goes with the next Begin beside it: a hidden
+/// folder is locked as long as its program runs.
 /// All failures are Orvane::BException("Could not write <...>.", "OutputTarget", <reason>).
 class OutputTarget
 {
@@ -25,7 +27,7 @@ public:
     OutputTarget(const OutputTarget&) = delete;
     OutputTarget& operator=(const OutputTarget&) = delete;
 
-    /// Makes the hidden folder.
+    /// Makes the hidden folder, and removes those that nobody uses any more.
     void Begin();
 
     /// The file to write: the final name in the hidden folder. Absolute.
@@ -49,6 +51,7 @@ private:
     std::string m_shownPath;
     std::filesystem::path m_file; ///< the final file, absolute
     std::filesystem::path m_workFolder;
+    int m_lock = -1; ///< the hidden folder, open and locked
 };
 
 } // namespace OrvaneHost
