@@ -114,14 +114,17 @@ LayerFill::Step LayerFill::TakeLine(SourceLine& line)
         m_context.separator.Split(line.text, m_row);
     }
     if (m_row.GetCount() != 0) {
+        RowPlan::RowEnd end{};
         try {
-            m_context.plan.AppendRow(m_row, m_lineNumber, m_layer);
+            end = m_context.plan.ConvertRow(m_row, m_layer);
         } catch (...) {
             throw BException(BString::Format("Failed to parse feature # %d.", m_featuresAdded),
                              "AsciiFile::BuildLayer",
                              BString::Format("The following line may be formatted wrong.\n\t<%ls>.",
                                              line.text.ToString()));
         }
+        // What goes wrong when the row is stored is no fault of the line and passes on.
+        RowPlan::EndRow(m_row, end, m_lineNumber, m_layer);
         ++m_featuresAdded;
         if (ReportProgress() == Step::Cancelled) {
             return Step::Cancelled;

@@ -415,11 +415,9 @@ void RowPlan::Convert(const Fields& fields, ETextUnit unit, Sink& sink) const
     }
 }
 
-void RowPlan::AppendRow(SplitRow& row,
-                        std::uint32_t recordNumber,
-                        Orvane::BFeatureAppender& layer) const
+RowPlan::RowEnd RowPlan::ConvertRow(SplitRow& row, Orvane::BFeatureAppender& layer) const
 {
-    row.Visit([this, recordNumber, &layer](const auto& fields, ETextUnit unit) {
+    return row.Visit([this, &layer](const auto& fields, ETextUnit unit) {
         const std::int64_t nameField = FindNameField(fields.size());
         LayerSink sink(layer);
         try {
@@ -429,16 +427,26 @@ void RowPlan::AppendRow(SplitRow& row,
             throw;
         }
         const RowPoint& point = sink.GetPoint();
-        if (nameField < 0) {
-            layer.EndRow(point.GetKind(), point.x, point.y, point.z, recordNumber);
-        } else {
-            layer.EndRow(point.GetKind(),
-                         point.x,
-                         point.y,
-                         point.z,
-                         AsBytes(fields[static_cast<std::size_t>(nameField)]),
-                         ToEncoding(unit));
-        }
+        return RowEnd{point.GetKind(), point.x, point.y, point.z, nameField};
+    });
+}
+
+void RowPlan::EndRow(SplitRow& row,
+                     const RowEnd& end,
+                     std::uint32_t recordNumber,
+                     Orvane::BFeatureAppender& layer)
+{
+    if (end.nameField < 0) {
+        layer.EndRow(end.kind, end.x, end.y, end.z, recordNumber);
+        return;
+    }
+    row.Visit([&end, &layer](const auto& fields, ETextUnit unit) {
+        layer.EndRow(end.kind,
+                     end.x,
+                     end.y,
+                     end.z,
+                     AsBytes(fields[static_cast<std::size_t>(end.nameField)]),
+                     ToEncoding(unit));
     });
 }
 

@@ -60,10 +60,30 @@ public:
     void RaiseWidth(std::size_t columnIndex, std::size_t length) const;
     [[nodiscard]] std::size_t GetWidth(std::size_t columnIndex) const;
 
-    /// Appends the feature of a row to a layer. @throws as AsciiLayer::ParsedToFeature; the layer
-    /// is unchanged then.
-    void
-    AppendRow(SplitRow& row, std::uint32_t recordNumber, Orvane::BFeatureAppender& layer) const;
+    /// What a row has beside its attributes.
+    struct RowEnd
+    {
+        Orvane::EPointKind kind;
+        double x;
+        double y;
+        double z;
+        std::int64_t nameField; ///< -1: named by number
+    };
+
+    /// Converts a row: its attributes become the values of the layer's next row.
+    /// @throws as AsciiLayer::ParsedToFeature; the layer is unchanged then.
+    RowEnd ConvertRow(SplitRow& row, Orvane::BFeatureAppender& layer) const;
+    /// Ends the row that was converted last. @throws as BFeatureAppender::EndRow.
+    static void EndRow(SplitRow& row,
+                       const RowEnd& end,
+                       std::uint32_t recordNumber,
+                       Orvane::BFeatureAppender& layer);
+
+    /// Appends the feature of a row to a layer: both of these.
+    void AppendRow(SplitRow& row, std::uint32_t recordNumber, Orvane::BFeatureAppender& layer) const
+    {
+        EndRow(row, ConvertRow(row, layer), recordNumber, layer);
+    }
 
     /// The feature of a row as an object.
     Orvane::BSharedPtr<Orvane::BFeature> MakeFeature(SplitRow& row,

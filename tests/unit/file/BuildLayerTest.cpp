@@ -389,6 +389,21 @@ TEST_F(AsciiFileBuildLayer, MakesANewLayerAfterACancelledRead)
     EXPECT_EQ(Describe(*file.GetLayer()), (Lines{"1 (-) C1=11:b", "2 (-) C1=11:c"}));
 }
 
+TEST_F(AsciiFileBuildLayer, SaysThatThePageAndNotTheLineFailedWhenARowCanNotBeStored)
+{
+    // Rows of one and of two fields in turn are taken one by one.
+    AsciiFile& file = Prepare("a,b\nc\nd,e\nf\ng,h\n");
+    file.SetDiskCache(true, 2, m_folder.Name("no-such-folder/cache"));
+    file.BuildSchema();
+    file.CreateLayer();
+    const TestSupport::Failure failure =
+        TestSupport::CatchFailure([&file] { (void)file.BuildLayer(0); });
+    EXPECT_EQ(failure.className, "BException");
+    EXPECT_EQ(failure.location, BString("BFeatureCollection::WritePage"));
+    EXPECT_EQ(failure.message, BString("Could not create the disk cache file."));
+    EXPECT_EQ(file.GetLayer()->GetFeatures().GetCount(), 2U);
+}
+
 // --- separator ---------------------------------------------------------------------------------
 
 TEST_F(AsciiFileBuildLayer, TakesTheSeparatorOptionForAPatternThatDoesNotCompile)
