@@ -99,6 +99,9 @@ int Seek(void* file, vsi_l_offset offset, int whence)
 
 size_t Read(void* file, void* buffer, size_t size, size_t count)
 {
+    if (size == 0 || count == 0) {
+        return count;
+    }
     Turn(Get(file), ELastStep::Read);
     return std::fread(buffer, size, count, Get(file).stream);
 }
@@ -110,6 +113,10 @@ int Eof(void* file)
 
 size_t Write(void* file, const void* buffer, size_t size, size_t count)
 {
+    // Writers give nothing by a null pointer.
+    if (size == 0 || count == 0) {
+        return count;
+    }
     Turn(Get(file), ELastStep::Write);
     errno = 0;
     const size_t written = std::fwrite(buffer, size, count, Get(file).stream);
