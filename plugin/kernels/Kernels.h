@@ -29,7 +29,8 @@ struct IndexState
 /// The fields of one column over a run of rows, as positions in the text.
 ///
 /// Field r goes from ends[r * stride - 1] + 1 up to ends[r * stride] - trim, exclusive; positions
-/// are 32 bits and wrap, so that the one in front of the text's first byte is 0xFFFFFFFF.
+/// are 32 bits and wrap, so that the one in front of the text's first byte is 0xFFFFFFFF. What is
+/// trimmed is a "\r" and nothing else, so that no field ends before it begins.
 struct FieldRun
 {
     const char* text;

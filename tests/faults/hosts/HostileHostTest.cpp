@@ -11,6 +11,7 @@
 #include <memory>
 #include <random>
 #include <stdexcept>
+#include <unistd.h>
 
 namespace {
 
@@ -153,7 +154,9 @@ TEST_F(HostileHost, CallsInAnyOrderThrowNothingElse)
                                         m_folder.Name("none.csv"),
                                         m_folder.File("empty.csv", ""),
                                         m_folder.File("b.txt", "1\n")};
-    const std::size_t walks = IsExhaustive() ? 500000 : 10000;
+    const std::size_t walks = IsExhaustive() ? 20000 : 10000;
+    const int firstFree = dup(STDERR_FILENO);
+    close(firstFree);
     std::size_t reads = 0;
     for (std::size_t walk = 0; walk < walks; ++walk) {
         BDataReader* reader = proxy.CreateReader(m_path, m_params, nullptr, nullptr);
@@ -206,9 +209,13 @@ TEST_F(HostileHost, CallsInAnyOrderThrowNothingElse)
             })) << steps;
         }
         proxy.DestroyObject(reader);
+        // Engines that are abandoned by rule keep their files open; here they come by the thousand.
+        for (int descriptor = firstFree; descriptor < firstFree + 64; ++descriptor) {
+            close(descriptor);
+        }
     }
     EXPECT_EQ(proxy.GetObjectCount(), 0U);
-    EXPECT_GT(reads, walks / 20);
+    EXPECT_GT(reads, walks / 3);
 }
 
 TEST_F(HostileHost, AForeignObjectIsNotDestroyed)
@@ -441,7 +448,7 @@ TEST_F(HostileHost, OptionsOfEveryKindTakeEachOther)
     const std::vector<BString> keys = AllKeys();
     const std::vector<BVariant> values = AllValues();
     std::minstd_rand random(Seed());
-    const std::size_t turns = IsExhaustive() ? 100000 : 1000;
+    const std::size_t turns = IsExhaustive() ? 20000 : 1000;
     for (std::size_t turn = 0; turn < turns; ++turn) {
         BParamList params;
         std::string shown;
