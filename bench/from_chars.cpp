@@ -1,10 +1,11 @@
 // The program `orvane_bench_from_chars`: what std::from_chars alone takes for the numbers with a
 // decimal point of a plain file. Their places are found before the clock starts.
+#include "Measure.h"
+
 #include <algorithm>
 #include <charconv>
 #include <cstdint>
 #include <cstdio>
-#include <ctime>
 #include <exception>
 #include <fstream>
 #include <iostream>
@@ -17,12 +18,7 @@
 
 namespace {
 
-double CpuSeconds()
-{
-    timespec now{};
-    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &now);
-    return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) * 1e-9;
-}
+using OrvaneBench::CpuSeconds;
 
 std::string ReadText(const char* path)
 {

@@ -1,5 +1,7 @@
 // The program `orvane_bench_import`: reads files through the module as a host does, and says what
 // that took. Each run is one sample; compare runs that alternate with those of another reader.
+#include "Measure.h"
+
 #include <Orvane/BDataManagerProxy.h>
 #include <Orvane/BException.h>
 #include <Orvane/BFeaturePage.h>
@@ -8,11 +10,9 @@
 #include <Orvane/Constants.h>
 
 #include <charconv>
-#include <chrono>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
-#include <ctime>
 #include <dlfcn.h>
 #include <fstream>
 #include <iostream>
@@ -20,69 +20,16 @@
 #include <string>
 #include <string_view>
 #include <system_error>
-#include <unistd.h>
 #include <utility>
 #include <vector>
 
 namespace {
 
-struct Times
-{
-    double cpu = 0;
-    double wall = 0;
-};
-
-double CpuSeconds()
-{
-    timespec now{};
-    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &now);
-    return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) * 1e-9;
-}
-
-/// Performs the work and adds what it took.
-template <typename Work>
-void Measure(Times& times, const Work& work)
-{
-    const auto wall = std::chrono::steady_clock::now();
-    const double cpu = CpuSeconds();
-    work();
-    times.cpu += CpuSeconds() - cpu;
-    times.wall += std::chrono::duration<double>(std::chrono::steady_clock::now() - wall).count();
-}
-
-/// Memory of the process now.
-struct Memory
-{
-    std::int64_t resident = 0;
-    std::int64_t own = 0; ///< resident without mapped files, so without the code that ran meanwhile
-};
-
-Memory MeasureMemory()
-{
-    std::ifstream file("/proc/self/statm");
-    std::int64_t size = 0;
-    std::int64_t resident = 0;
-    std::int64_t shared = 0;
-    file >> size >> resident >> shared;
-    const std::int64_t page = sysconf(_SC_PAGESIZE);
-    return {resident * page, (resident - shared) * page};
-}
-
-/// The most that the process ever had resident. Not from getrusage, which counts what the process
-/// that started this one had before.
-std::int64_t PeakBytes()
-{
-    std::ifstream file("/proc/self/status");
-    std::string word;
-    std::int64_t kibibytes = 0;
-    while (file >> word) {
-        if (word == "VmHWM:") {
-            file >> kibibytes;
-            break;
-        }
-    }
-    return kibibytes * std::int64_t{1024};
-}
+using OrvaneBench::Measure;
+using OrvaneBench::MeasureMemory;
+using OrvaneBench::Memory;
+using OrvaneBench::PeakBytes;
+using OrvaneBench::Times;
 
 /// What the rows add up to, so that two readers can be held against each other.
 struct Totals

@@ -1,5 +1,7 @@
 // The program `orvane_bench_gdal`: reads the files with GDAL's CSV driver, as point features that
 // are dropped or kept in a Memory layer, and prints what that took as one line of JSON.
+#include "Measure.h"
+
 #include <gdal.h>
 #include <gdal_priv.h>
 #include <ogrsf_frmts.h>
@@ -7,7 +9,6 @@
 #include <chrono>
 #include <cstdint>
 #include <cstdio>
-#include <ctime>
 #include <exception>
 #include <fstream>
 #include <iostream>
@@ -15,49 +16,14 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
-#include <unistd.h>
 #include <vector>
 
 namespace {
 
-double CpuSeconds()
-{
-    timespec now{};
-    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &now);
-    return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) * 1e-9;
-}
-
-/// Memory of the process now.
-struct Memory
-{
-    std::int64_t resident = 0;
-    std::int64_t own = 0; ///< resident without mapped files, so without the code that ran meanwhile
-};
-
-Memory MeasureMemory()
-{
-    std::ifstream file("/proc/self/statm");
-    std::int64_t size = 0;
-    std::int64_t resident = 0;
-    std::int64_t shared = 0;
-    file >> size >> resident >> shared;
-    const std::int64_t page = sysconf(_SC_PAGESIZE);
-    return {resident * page, (resident - shared) * page};
-}
-
-std::int64_t PeakBytes()
-{
-    std::ifstream file("/proc/self/status");
-    std::string word;
-    std::int64_t kibibytes = 0;
-    while (file >> word) {
-        if (word == "VmHWM:") {
-            file >> kibibytes;
-            break;
-        }
-    }
-    return kibibytes * std::int64_t{1024};
-}
+using OrvaneBench::CpuSeconds;
+using OrvaneBench::MeasureMemory;
+using OrvaneBench::Memory;
+using OrvaneBench::PeakBytes;
 
 struct Arguments
 {
