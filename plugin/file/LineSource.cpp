@@ -577,11 +577,17 @@ void LineSource::AppendCutCharacter(std::string_view bytes, qsizetype left, QStr
     if (left <= 0 || static_cast<std::size_t>(left) > bytes.size()) {
         return;
     }
+    const std::string_view cut = bytes.substr(bytes.size() - static_cast<std::size_t>(left));
+    if (left >= m_device->pos()) {
+        // Nothing else is there: the cut bytes are the whole text.
+        decoded += m_codec->toUnicode(cut.data(), static_cast<int>(cut.size()));
+        return;
+    }
     // A character in front keeps the bytes from being taken for a byte order mark.
     QTextCodec::ConverterState noHeader(QTextCodec::IgnoreHeader);
     const QChar front(u'a');
     QByteArray whole = m_codec->fromUnicode(&front, 1, &noHeader);
-    whole.append(bytes.data() + bytes.size() - left, left);
+    whole.append(cut.data(), left);
     decoded += m_codec->toUnicode(whole).mid(1);
 }
 
