@@ -179,6 +179,127 @@ TEST(KernelsToDoubles, GiveWhatStrtodGivesAndListTheOthers)
     }
 }
 
+/// `-?digits` or `-?[digits].[digits]` with a digit.
+bool IsPlain(const std::string& field)
+{
+    const std::string digits = field.substr(field.substr(0, 1) == "-" ? 1 : 0);
+    const auto points = std::count(digits.begin(), digits.end(), '.');
+    return points <= 1 && digits.size() > static_cast<std::size_t>(points) &&
+           digits.find_first_not_of("0123456789.") == std::string::npos;
+}
+
+/// Converts a column and looks at each row: what is not odd has to be plain and right; what is
+/// plain and has at most fifteen digits must not be odd.
+template <typename Value, typename Convert>
+void ExpectRight(const std::vector<std::string>& values,
+                 bool hasQuotes,
+                 bool emptyIsZero,
+                 std::size_t mostBytes,
+                 const Convert& convert)
+{
+    std::vector<std::string> fields;
+    for (std::size_t row = 0; row < values.size(); ++row) {
+        fields.push_back(hasQuotes && row % 5 != 0 ? '"' + values[row] + '"' : values[row]);
+    }
+    const Column column(fields);
+    FieldRun run = column.Run(hasQuotes);
+    run.emptyIsZero = emptyIsZero;
+    for (const Set* set : AllSets()) {
+        std::vector<Value> out(values.size());
+        std::vector<std::uint32_t> odd(values.size());
+        odd.resize(convert(*set, run, out.data(), odd.data()));
+        std::vector<bool> isOdd(values.size());
+        for (const std::uint32_t row : odd) {
+            isOdd[row] = true;
+        }
+        for (std::size_t row = 0; row < values.size(); ++row) {
+            const std::string& value = values[row];
+            const std::string what = set->name + std::string(" <") + value + "> in row " +
+                                     std::to_string(row) + " of " + std::to_string(values.size());
+            const bool isZero = value.empty() && emptyIsZero;
+            const bool isPlain = isZero || IsPlain(value);
+            if (isOdd[row]) {
+                EXPECT_TRUE(!isPlain || value.size() > mostBytes) << what;
+                continue;
+            }
+            EXPECT_TRUE(isPlain) << what;
+            const auto expected = static_cast<Value>(std::strtod(value.c_str(), nullptr));
+            EXPECT_EQ(0, std::memcmp(&expected, &out[row], sizeof expected)) << what;
+        }
+    }
+}
+
+const std::vector<std::string> kStrays = {"",
+                                          "-",
+                                          ".",
+                                          "-.",
+                                          "7",
+                                          "-7.",
+                                          "-.5",
+                                          "1.2.3",
+                                          "12-3",
+                                          "-0",
+                                          "--1.25",
+                                          "1e5",
+                                          "99999999",
+                                          "-123456789",
+                                          "/",
+                                          ":",
+                                          "12.:",
+                                          "1/.25",
+                                          "1234567890123456.5"};
+
+TEST(KernelsToDoubles, AreRightInColumnsOfOneKindWithAStrayAtEachPlace)
+{
+    std::mt19937_64 random(6);
+    for (std::size_t fraction = 0; fraction <= 15; ++fraction) {
+        for (std::size_t round = 0; round < 400; ++round) {
+            std::vector<std::string> values(1 + random() % 40);
+            for (std::string& value : values) {
+                const std::size_t digits =
+                    std::min<std::size_t>(15, std::max<std::size_t>(1, fraction + random() % 7));
+                value = std::to_string(1000000000000000U + random() % 1000000000000000U);
+                value = value.substr(value.size() - digits);
+                if (fraction > 0) {
+                    value.insert(digits - fraction, ".");
+                }
+                value.insert(0, random() % 3 == 0 ? "-" : "");
+            }
+            for (std::size_t strays = random() % 4; strays > 0; --strays) {
+                values[random() % values.size()] = kStrays[random() % kStrays.size()];
+            }
+            const auto convert = [](const Set& set, const FieldRun& run, double* out, auto* odd) {
+                return set.toDoubles(run, out, odd);
+            };
+            ExpectRight<double>(values, round % 2 == 0, round % 4 < 2, 15, convert);
+        }
+    }
+}
+
+TEST(KernelsToInt32s, AreRightInColumnsOfOneKindWithAStrayAtEachPlace)
+{
+    std::mt19937_64 random(7);
+    for (std::size_t round = 0; round < 4000; ++round) {
+        std::vector<std::string> values(1 + random() % 40);
+        for (std::string& value : values) {
+            value = std::to_string(100000000U + random() % 100000000U).substr(1 + random() % 8);
+            value.insert(0, random() % 3 == 0 ? "-" : "");
+        }
+        for (std::size_t strays = random() % 4; strays > 0; --strays) {
+            std::string stray = kStrays[random() % kStrays.size()];
+            stray = stray.find('.') == std::string::npos ? stray : "x";
+            values[random() % values.size()] = stray;
+        }
+        for (std::string& value : values) {
+            value = value == "-0" ? "0" : value;
+        }
+        const auto convert = [](const Set& set, const FieldRun& run, std::int32_t* out, auto* odd) {
+            return set.toInt32s(run, out, odd);
+        };
+        ExpectRight<std::int32_t>(values, round % 2 == 0, round % 4 < 2, 9, convert);
+    }
+}
+
 TEST(KernelsToDoubles, DropTheQuotesAroundAField)
 {
     const Column column({"\"12.5\"", "\"-3\"", "7", "\"\"", "\"1\"2\"", "\""});
