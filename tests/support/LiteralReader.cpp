@@ -221,9 +221,29 @@ bool IsBooleanWord(const QString& text)
     return IsTrueWord(text) || kFalseWords.contains(text.toLower());
 }
 
+/// Cuts between any two characters with an even number of quotes to their right.
+QStringList SplitByEmptyParity(const QString& line)
+{
+    QStringList parts;
+    qsizetype begin = 0;
+    for (qsizetype at = 0; at <= line.size(); ++at) {
+        const bool isInsidePair = at > 0 && at < line.size() && line[at - 1].isHighSurrogate() &&
+                                  line[at].isLowSurrogate();
+        if (!isInsidePair && !HasOddQuotes(line.mid(at))) {
+            parts.append(line.mid(begin, at - begin));
+            begin = at;
+        }
+    }
+    parts.append(line.mid(begin));
+    return parts;
+}
+
 /// Cuts wherever the literal stands with an even number of quotes to its right.
 QStringList SplitByParity(const QString& line, const QString& literal)
 {
+    if (literal.isEmpty()) {
+        return SplitByEmptyParity(line);
+    }
     QStringList parts;
     qsizetype begin = 0;
     qsizetype from = 0;
@@ -254,7 +274,7 @@ QStringList SplitByPattern(const QString& line, const Separator& separator)
         parts.append(line.mid(begin, match.capturedStart() - begin));
         begin = match.capturedEnd();
     }
-    if (!matches.isValid() && separator.literal && !separator.literal->isEmpty()) {
+    if (!matches.isValid() && separator.literal) {
         return SplitByParity(line, *separator.literal);
     }
     parts.append(line.mid(begin));

@@ -462,7 +462,7 @@ TEST(AsciiFileGetSafeLineCodec, ReadsUtf16WithAByteOrderMarkInBlocksOfAnySize)
 TEST(AsciiFileGetSafeLineCodec, TakesACutCharacterThatIsAllOfTheFileAlikeInBlocksOfAnySize)
 {
     for (const char* const codec : {"UTF-16", "UTF-32", "UTF-32LE", "GB18030", "EUC-KR"}) {
-        for (const std::string bytes :
+        for (const std::string& bytes :
              {std::string("\xd8"), std::string("\xab\0", 2), std::string("\0\0\xfe", 3)}) {
             const Texts expected = LinesOf(bytes, Codec(codec));
             for (std::size_t blockSize = 1; blockSize <= bytes.size(); ++blockSize) {

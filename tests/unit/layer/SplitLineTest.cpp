@@ -1,5 +1,6 @@
 // Cutting a logical line into fields.
 #include "layer/AsciiUtils.h"
+#include "layer/Separator.h"
 #include "reader/Constants.h"
 #include "support/TestFiles.h"
 
@@ -158,6 +159,18 @@ TEST(AsciiUtilsSplitLineSeparators, CutsALineWithALoneSurrogateByTheSameRule)
     EXPECT_EQ(row[0].View(), std::u16string(1, char16_t{0xD83D}));
     EXPECT_EQ(row[1], BString("b,c"));
     EXPECT_EQ(row[2], BString("d"));
+}
+
+TEST(AsciiUtilsSplitLineSeparators, CutsALineWithALoneSurrogateAtTheEmptyLiteralByTheSameRule)
+{
+    QString line = QStringLiteral("a\"b\"");
+    line[0] = QChar(0xD83D);
+    const Row row = SplitLine(line, AsciiReader::MakeSeparatorPattern(QString()), kNoWidths);
+    ASSERT_EQ(row.size(), 4U);
+    EXPECT_EQ(row[0], BString());
+    EXPECT_EQ(row[1].View(), std::u16string(1, char16_t{0xD83D}));
+    EXPECT_EQ(row[2], BString("b"));
+    EXPECT_EQ(row[3], BString());
 }
 
 TEST(AsciiUtilsSplitLineSeparators, CutsAVeryLongLineByQuoteParity)
