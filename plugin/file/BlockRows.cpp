@@ -70,12 +70,14 @@ BlockRows::Found BlockRows::FindNext()
     }
 }
 
-std::size_t BlockRows::EstimateRows() const noexcept
+std::size_t BlockRows::EstimateRows() const
 {
     const std::size_t begin = m_positions[m_nextPosition] + std::size_t{1};
     const std::size_t end = m_positions[m_nextPosition + m_rowCount * m_fieldCount];
-    // Half a percent more, so that rows that get longer still fit.
-    return ((m_block.end - begin) * m_rowCount) / (end - begin + 1) * 201 / 200 + 1;
+    // By the bytes of these rows; half a percent more, so that rows that get shorter still fit.
+    const double rowsOfAByte = static_cast<double>(m_rowCount) / static_cast<double>(end - begin);
+    const double bytes = static_cast<double>(m_block.end - begin + m_lines.GetUnreadBytes());
+    return static_cast<std::size_t>(bytes * rowsOfAByte * 1.005) + 1;
 }
 
 Kernels::FieldRun BlockRows::MakeRun(std::size_t fieldIndex, std::size_t rows) const

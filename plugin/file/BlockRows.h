@@ -48,8 +48,8 @@ public:
     /// Regular rows that stand next; at least one after FindNext gave Rows.
     [[nodiscard]] std::size_t GetRowCount() const noexcept { return m_rowCount; }
 
-    /// About how many rows the rest of the block has, if they are as long as the next ones.
-    [[nodiscard]] std::size_t EstimateRows() const noexcept;
+    /// About how many rows the rest of the file has, if they are as long as the next ones.
+    [[nodiscard]] std::size_t EstimateRows() const;
 
     /// The fields of one column over the next rows. @param rows at most GetRowCount()
     [[nodiscard]] Kernels::FieldRun MakeRun(std::size_t fieldIndex, std::size_t rows) const;

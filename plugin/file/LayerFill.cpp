@@ -19,6 +19,9 @@ namespace {
 
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 
+/// Adjacent columns of doubles are worked on together from this many on.
+constexpr std::size_t kLeastTileColumns = 64;
+
 /// Room behind the texts of a column that is made before more are copied to it.
 constexpr std::size_t kTextRoom = 256;
 
@@ -58,6 +61,7 @@ LayerFill::LayerFill(const LayerFillContext& context)
     m_fields = context.plan.GetRegularRow();
     m_rows.SetRows(context.separator, m_fields.size());
     m_widths.resize(m_fields.size());
+    m_decimals.resize(m_fields.size());
     for (const FieldPlan& field : m_fields) {
         m_hasZ = m_hasZ || field.kind == FieldPlan::Kind::Z;
         m_hasPoint = m_hasPoint || field.kind <= FieldPlan::Kind::Z;
@@ -248,11 +252,12 @@ LayerFill::Step LayerFill::CommitRows(const Orvane::BFeatureAppender::Rows& targ
     return Step::Continue;
 }
 
-Kernels::FieldRun LayerFill::MakeRun(std::size_t fieldIndex, std::size_t rows) const
+Kernels::FieldRun LayerFill::MakeRun(std::size_t fieldIndex, std::size_t rows)
 {
     Kernels::FieldRun run = m_rows.MakeRun(fieldIndex, rows);
     // Rule: an empty attribute is 0; an empty coordinate is none.
     run.emptyIsZero = m_fields[fieldIndex].kind > FieldPlan::Kind::Z;
+    run.decimals = &m_decimals[fieldIndex];
     return run;
 }
 
@@ -270,6 +275,11 @@ void LayerFill::ConvertColumns(std::size_t rows, const Orvane::BFeatureAppender:
     m_odd.resize(rows);
     for (std::size_t field = 0; field < m_fields.size(); ++field) {
         const Kernels::FieldRun run = MakeRun(field, rows);
+        if (const std::size_t tile = CountTileColumns(field); tile > 0) {
+            ConvertTile(run, field, tile, target);
+            field += tile - 1;
+            continue;
+        }
         const std::size_t columnIndex = m_fields[field].columnIndex;
         Orvane::BColumnData* const column = target.columns + columnIndex;
         const std::size_t first = target.firstRow;
@@ -345,6 +355,44 @@ void LayerFill::ConvertDoubles(const Kernels::FieldRun& run, double* out)
     const std::size_t odd = m_kernels.toDoubles(run, out, m_odd.data());
     for (std::size_t at = 0; at < odd; ++at) {
         out[m_odd[at]] = ValueRules::ToDouble(FieldAt(run, m_odd[at]));
+    }
+}
+
+/// Columns of doubles from `field` on that are worked on together; 0 for too few.
+std::size_t LayerFill::CountTileColumns(std::size_t field) const
+{
+    // The last field may have to lose a "\r".
+    const std::size_t end = m_fields.size() - 1;
+    std::size_t next = field;
+    while (next < end && m_fields[next].kind == FieldPlan::Kind::Double) {
+        ++next;
+    }
+    return next - field < kLeastTileColumns ? 0 : next - field;
+}
+
+void LayerFill::ConvertTile(const Kernels::FieldRun& run,
+                            std::size_t field,
+                            std::size_t count,
+                            const Orvane::BFeatureAppender::Rows& target)
+{
+    m_tile.resize(count);
+    m_oddFields.resize(count * (run.rows + 3));
+    for (std::size_t at = 0; at < count; ++at) {
+        Orvane::BColumnData& column = target.columns[m_fields[field + at].columnIndex];
+        m_tile[at].out = column.doubles.Data() + target.firstRow;
+        m_tile[at].decimals = m_decimals[field + at];
+    }
+    const std::size_t odd =
+        m_kernels.toDoublesOfColumns(run, m_tile.data(), count, m_oddFields.data());
+    for (std::size_t at = 0; at < odd; ++at) {
+        const Kernels::OddField& oddField = m_oddFields[at];
+        Kernels::FieldRun column = run;
+        column.ends += oddField.column;
+        m_tile[oddField.column].out[oddField.row] =
+            ValueRules::ToDouble(FieldAt(column, oddField.row));
+    }
+    for (std::size_t at = 0; at < count; ++at) {
+        m_decimals[field + at] = m_tile[at].decimals;
     }
 }
 

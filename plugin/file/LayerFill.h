@@ -66,8 +66,13 @@ private:
     void RaiseWidths(std::size_t endedRows, const Orvane::BFeatureAppender::Rows& target);
     [[nodiscard]] std::string_view FieldAt(const Kernels::FieldRun& run, std::size_t row) const;
     void ConvertColumns(std::size_t rows, const Orvane::BFeatureAppender::Rows& target);
-    [[nodiscard]] Kernels::FieldRun MakeRun(std::size_t fieldIndex, std::size_t rows) const;
+    [[nodiscard]] Kernels::FieldRun MakeRun(std::size_t fieldIndex, std::size_t rows);
     void ConvertCoordinate(const Kernels::FieldRun& run, FieldPlan::Kind kind, double* out);
+    [[nodiscard]] std::size_t CountTileColumns(std::size_t field) const;
+    void ConvertTile(const Kernels::FieldRun& run,
+                     std::size_t field,
+                     std::size_t count,
+                     const Orvane::BFeatureAppender::Rows& target);
     void ConvertDoubles(const Kernels::FieldRun& run, double* out);
     void
     ConvertTexts(const Kernels::FieldRun& run, std::size_t columnIndex, Orvane::BTextArray& texts);
@@ -86,9 +91,12 @@ private:
     bool m_hasZ = false;
     bool m_hasPoint = false;
     std::vector<std::uint32_t> m_odd;
+    std::vector<Kernels::DoubleColumn> m_tile;
+    std::vector<Kernels::OddField> m_oddFields;
     std::vector<std::uint8_t> m_kinds;
     std::vector<double> m_doubles;
-    std::vector<std::size_t> m_widths; ///< longest text of each column, the last rows included
+    std::vector<std::uint32_t> m_decimals; ///< of each field's last numbers
+    std::vector<std::size_t> m_widths;     ///< longest text of each column, the last rows included
     std::string m_scratch;
     std::u16string m_widePart;
     std::u16string m_wideScratch;

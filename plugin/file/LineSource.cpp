@@ -412,6 +412,11 @@ void LineSource::RequireShortCarry() const
     }
 }
 
+std::uint64_t LineSource::GetUnreadBytes() const
+{
+    return static_cast<std::uint64_t>(std::max<qint64>(m_device->size() - m_device->pos(), 0));
+}
+
 /// Moves what the last block left to the front of the buffer and reads the next bytes behind it.
 std::size_t LineSource::ReadBytes()
 {
@@ -432,9 +437,8 @@ std::size_t LineSource::ReadBytes()
     m_carryBegin = 0;
 
     // A small file needs no block-sized buffer.
-    const qint64 left = std::max<qint64>(m_device->size() - m_device->pos(), 0);
     const std::size_t wanted =
-        std::min(m_blockSize, std::max<std::size_t>(static_cast<std::size_t>(left), 4096));
+        std::min<std::uint64_t>(m_blockSize, std::max<std::uint64_t>(GetUnreadBytes(), 4096));
     m_bytes.Resize(kept);
     const std::size_t oldCapacity = m_bytes.GetCapacity();
     m_bytes.ReserveMore(wanted + Kernels::kPadding);

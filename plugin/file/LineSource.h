@@ -100,6 +100,9 @@ public:
     /// True when the device is at its end and nothing is pending.
     [[nodiscard]] bool AtEnd() const;
 
+    /// Bytes of the file behind the last block; 0 where the device does not know.
+    [[nodiscard]] std::uint64_t GetUnreadBytes() const;
+
     /// Puts two lines in front of the pending ones, `first` foremost.
     void PutBack(const Orvane::BString& first, const Orvane::BString& second);
 

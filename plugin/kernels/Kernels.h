@@ -40,6 +40,24 @@ struct FieldRun
     std::size_t rows;
     bool hasQuotes;   ///< fields may begin with a quote: first and last byte are dropped then
     bool emptyIsZero; ///< an empty field is the number 0; otherwise it is no number
+    /// How many digits behind the point the column's numbers have had last, which tells where to
+    /// look first; kept by toDoubles from run to run, 0 to 15. Null for a run on its own.
+    std::uint32_t* decimals = nullptr;
+};
+
+/// One of adjacent columns of doubles.
+struct DoubleColumn
+{
+    double* out;
+    std::uint32_t decimals; ///< as in FieldRun
+    std::uint32_t misses;   ///< a kernel's own
+};
+
+/// A field among adjacent columns.
+struct OddField
+{
+    std::uint32_t column;
+    std::uint32_t row;
 };
 
 /// A plain number in its parts.
@@ -96,6 +114,14 @@ struct Set
     /// not to be used.
     std::size_t (*toDoubles)(const FieldRun& fields, double* out, std::uint32_t* odd);
     std::size_t (*toInt32s)(const FieldRun& fields, std::int32_t* out, std::uint32_t* odd);
+
+    /// As toDoubles for adjacent columns, of which `fields` is the first; for lines so long that
+    /// going down one column at a time would touch much memory for each. `odd` has room for `count`
+    /// fields in each row and in three more; its fields come in no order, some twice.
+    std::size_t (*toDoublesOfColumns)(const FieldRun& fields,
+                                      DoubleColumn* columns,
+                                      std::size_t count,
+                                      OddField* odd);
 
     /// Writes 1 for the fields "1", "y", "t", "yes" and "true" in any case, 0 for all others.
     void (*toBooleans)(const FieldRun& fields, std::uint8_t* out);

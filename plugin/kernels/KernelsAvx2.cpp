@@ -85,8 +85,16 @@ std::uint32_t LowestBit(std::uint64_t mask)
 
 } // namespace
 
-const Set kAvx2 = {
-    IndexText, ToDoubles, ToInt32s, ToBooleans, AppendTexts, ScanTypes, SurveyText, IsUtf8, "avx2"};
+const Set kAvx2 = {IndexText,
+                   ToDoubles,
+                   ToInt32s,
+                   ToDoublesOfColumns,
+                   ToBooleans,
+                   AppendTexts,
+                   ScanTypes,
+                   SurveyText,
+                   IsUtf8,
+                   "avx2"};
 
 } // namespace AsciiReader::Kernels
 

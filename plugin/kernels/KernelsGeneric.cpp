@@ -141,6 +141,7 @@ bool IsUtf8(const char* text, std::size_t size)
 const Set kGeneric = {IndexText,
                       ToDoubles,
                       ToInt32s,
+                      ToDoublesOfColumns,
                       ToBooleans,
                       AppendTexts,
                       ScanTypes,

@@ -34,6 +34,7 @@ std::uint32_t LowestBit(std::uint64_t mask)
 const Set kSse41 = {IndexText,
                     ToDoubles,
                     ToInt32s,
+                    ToDoublesOfColumns,
                     ToBooleans,
                     AppendTexts,
                     ScanTypes,
