@@ -188,6 +188,29 @@ bool IsPlain(const std::string& field)
            digits.find_first_not_of("0123456789.") == std::string::npos;
 }
 
+template <typename Value>
+void ExpectRightRows(const Set& set,
+                     const std::vector<std::string>& values,
+                     bool emptyIsZero,
+                     std::size_t mostBytes,
+                     const std::vector<Value>& out,
+                     const std::vector<bool>& isOdd)
+{
+    for (std::size_t row = 0; row < values.size(); ++row) {
+        const std::string& value = values[row];
+        const std::string what = set.name + std::string(" <") + value + "> in row " +
+                                 std::to_string(row) + " of " + std::to_string(values.size());
+        const bool isPlain = (value.empty() && emptyIsZero) || IsPlain(value);
+        if (isOdd[row]) {
+            EXPECT_TRUE(!isPlain || value.size() > mostBytes) << what;
+            continue;
+        }
+        EXPECT_TRUE(isPlain) << what;
+        const auto expected = static_cast<Value>(std::strtod(value.c_str(), nullptr));
+        EXPECT_EQ(0, std::memcmp(&expected, &out[row], sizeof expected)) << what;
+    }
+}
+
 /// Converts a column and looks at each row: what is not odd has to be plain and right; what is
 /// plain and has at most fifteen digits must not be odd.
 template <typename Value, typename Convert>
@@ -212,20 +235,7 @@ void ExpectRight(const std::vector<std::string>& values,
         for (const std::uint32_t row : odd) {
             isOdd[row] = true;
         }
-        for (std::size_t row = 0; row < values.size(); ++row) {
-            const std::string& value = values[row];
-            const std::string what = set->name + std::string(" <") + value + "> in row " +
-                                     std::to_string(row) + " of " + std::to_string(values.size());
-            const bool isZero = value.empty() && emptyIsZero;
-            const bool isPlain = isZero || IsPlain(value);
-            if (isOdd[row]) {
-                EXPECT_TRUE(!isPlain || value.size() > mostBytes) << what;
-                continue;
-            }
-            EXPECT_TRUE(isPlain) << what;
-            const auto expected = static_cast<Value>(std::strtod(value.c_str(), nullptr));
-            EXPECT_EQ(0, std::memcmp(&expected, &out[row], sizeof expected)) << what;
-        }
+        ExpectRightRows(*set, values, emptyIsZero, mostBytes, out, isOdd);
     }
 }
 
@@ -249,29 +259,82 @@ const std::vector<std::string> kStrays = {"",
                                           "1/.25",
                                           "1234567890123456.5"};
 
+/// Decimals with the point at one place, and some strays among them.
+std::vector<std::string>
+MakeDecimals(std::mt19937_64& random, std::size_t rows, std::size_t fraction)
+{
+    std::vector<std::string> values(rows);
+    for (std::string& value : values) {
+        const std::size_t digits =
+            std::min<std::size_t>(15, std::max<std::size_t>(1, fraction + random() % 7));
+        value = std::to_string(1000000000000000U + random() % 1000000000000000U);
+        value = value.substr(value.size() - digits);
+        if (fraction > 0) {
+            value.insert(digits - fraction, ".");
+        }
+        value.insert(0, random() % 3 == 0 ? "-" : "");
+    }
+    for (std::size_t strays = random() % 4; strays > 0; --strays) {
+        values[random() % values.size()] = kStrays[random() % kStrays.size()];
+    }
+    return values;
+}
+
 TEST(KernelsToDoubles, AreRightInColumnsOfOneKindWithAStrayAtEachPlace)
 {
     std::mt19937_64 random(6);
     for (std::size_t fraction = 0; fraction <= 15; ++fraction) {
         for (std::size_t round = 0; round < 400; ++round) {
-            std::vector<std::string> values(1 + random() % 40);
-            for (std::string& value : values) {
-                const std::size_t digits =
-                    std::min<std::size_t>(15, std::max<std::size_t>(1, fraction + random() % 7));
-                value = std::to_string(1000000000000000U + random() % 1000000000000000U);
-                value = value.substr(value.size() - digits);
-                if (fraction > 0) {
-                    value.insert(digits - fraction, ".");
-                }
-                value.insert(0, random() % 3 == 0 ? "-" : "");
-            }
-            for (std::size_t strays = random() % 4; strays > 0; --strays) {
-                values[random() % values.size()] = kStrays[random() % kStrays.size()];
-            }
+            const std::vector<std::string> values =
+                MakeDecimals(random, 1 + random() % 40, fraction);
             const auto convert = [](const Set& set, const FieldRun& run, double* out, auto* odd) {
                 return set.toDoubles(run, out, odd);
             };
             ExpectRight<double>(values, round % 2 == 0, round % 4 < 2, 15, convert);
+        }
+    }
+}
+
+TEST(KernelsToDoubles, AreRightInAdjacentColumns)
+{
+    std::mt19937_64 random(8);
+    for (std::size_t round = 0; round < 2000; ++round) {
+        const bool hasQuotes = round % 2 == 0;
+        const bool emptyIsZero = round % 4 < 2;
+        const std::size_t rows = 1 + random() % 20;
+        std::vector<std::vector<std::string>> columns(1 + random() % 6);
+        for (std::vector<std::string>& column : columns) {
+            column = MakeDecimals(random, rows, random() % 16);
+        }
+        // The first fields end in front of or behind the 32nd byte.
+        std::string text(round % 3 == 0 ? 16 : 40, '#');
+        text += ',';
+        std::vector<std::uint32_t> ends{static_cast<std::uint32_t>(text.size() - 1)};
+        for (std::size_t row = 0; row < rows; ++row) {
+            for (const std::vector<std::string>& column : columns) {
+                text += hasQuotes && random() % 4 != 0 ? '"' + column[row] + '"' : column[row];
+                ends.push_back(static_cast<std::uint32_t>(text.size()));
+                text += ',';
+            }
+        }
+        text = Padded(text);
+        const FieldRun run{
+            text.data(), ends.data() + 1, columns.size(), 0, rows, hasQuotes, emptyIsZero};
+        for (const Set* set : AllSets()) {
+            std::vector<std::vector<double>> out(columns.size(), std::vector<double>(rows));
+            std::vector<std::vector<bool>> isOdd(columns.size(), std::vector<bool>(rows));
+            std::vector<DoubleColumn> targets;
+            for (std::vector<double>& column : out) {
+                targets.push_back({column.data(), static_cast<std::uint32_t>(random() % 16), 9});
+            }
+            std::vector<OddField> odd(columns.size() * (rows + 3));
+            odd.resize(set->toDoublesOfColumns(run, targets.data(), targets.size(), odd.data()));
+            for (const OddField& field : odd) {
+                isOdd[field.column][field.row] = true;
+            }
+            for (std::size_t at = 0; at < columns.size(); ++at) {
+                ExpectRightRows(*set, columns[at], emptyIsZero, 15, out[at], isOdd[at]);
+            }
         }
     }
 }
