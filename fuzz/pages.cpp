@@ -430,6 +430,10 @@ private:
                 for (std::size_t c = 0; i == addAt && c < more.size(); ++c) {
                     appender.AddColumn(more[c]);
                 }
+                // Whether it is said or not must not show.
+                if (rows.size() % 2 == 0) {
+                    appender.BeginRow(rows[i].cells.size());
+                }
                 AppendOne(appender, rows[i], columns);
             }
         }

@@ -67,7 +67,11 @@ public:
         if (!added.empty()) {
             m_layer.AddColumns(added);
         }
+        m_layer.BeginRow(attributeCount);
     }
+
+    /// The same for a row that has attributes for the first columns of the schema.
+    void Begin(std::size_t attributeCount) { m_layer.BeginRow(attributeCount); }
 
     template <typename Unit>
     void AddFree(std::size_t /*index*/, std::basic_string_view<Unit> text, ETextUnit unit)
@@ -107,6 +111,8 @@ public:
     {}
 
     void BeginFree(std::size_t /*attributeCount*/) {}
+
+    void Begin(std::size_t /*attributeCount*/) {}
 
     template <typename Unit>
     void AddFree(std::size_t attributeIndex, std::basic_string_view<Unit> text, ETextUnit unit)
@@ -383,8 +389,11 @@ void RowPlan::Convert(const Fields& fields, ETextUnit unit, Sink& sink) const
     try {
         std::size_t coordinates = 0;
         const std::size_t definitions = m_schema.GetCount();
+        const std::size_t attributes = fields.size() - CountCoordinates(fields.size());
         if (definitions == 0) {
-            sink.BeginFree(fields.size() - CountCoordinates(fields.size()));
+            sink.BeginFree(attributes);
+        } else {
+            sink.Begin(std::min(attributes, definitions));
         }
         for (std::size_t index = 0; index < fields.size(); ++index) {
             const auto text = fields[index];

@@ -14,9 +14,16 @@ namespace {
 
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 
-/// New columns that give the rows of a page no more placeholders are added in place; for more, the
-/// page is ended.
+/// Placeholders in rows that lack columns are borne up to this many, up to this many for each
+/// column, which is about what a column of another page takes, and up to this many for each value.
 constexpr std::size_t kMaxPlaceholders = 8192;
+constexpr std::size_t kPlaceholdersOfAColumn = 16;
+constexpr std::size_t kPlaceholdersOfAValue = 4;
+
+constexpr std::size_t CountPlaceholdersOfAPage(std::size_t columns)
+{
+    return std::max(kMaxPlaceholders, kPlaceholdersOfAColumn * columns);
+}
 
 /// A page ends early when one of its columns has this many bytes of text.
 constexpr std::size_t kFullTextBytes = std::size_t{256} << 20;
@@ -229,12 +236,13 @@ BFeatureAppender::~BFeatureAppender()
 void BFeatureAppender::UsePage(BFeaturePage& page) noexcept
 {
     m_page = &page;
-    m_columns = page.columns;
     m_columnData = page.data.data();
     m_columnCount = page.data.size();
     m_nextColumn = 0;
     m_isPageFull = false;
     m_begunEnd = 0;
+    m_values = 0;
+    m_placeholders = 0;
     m_prefaulted.clear();
     UpdateRowLimit();
     UpdatePlain();
@@ -271,21 +279,59 @@ void BFeatureAppender::AddColumn(const BColumnInfo& column)
 
 void BFeatureAppender::AddColumns(std::span<const BColumnInfo> added)
 {
-    const std::size_t count = m_columnCount + added.size();
     auto columns = std::make_shared<std::vector<BColumnInfo>>();
-    columns->reserve(count);
+    columns->reserve(m_columns->size() + added.size());
     *columns = *m_columns;
     columns->insert(columns->end(), added.begin(), added.end());
+    WidenPage(columns);
+    m_columns = std::move(columns);
+}
 
+void BFeatureAppender::BeginRow(std::size_t valueCount)
+{
+    if (valueCount > m_columnCount) {
+        WidenPage(GetFirstColumns(valueCount));
+    } else {
+        m_placeholders += m_columnCount - valueCount;
+        if (m_placeholders > CountPlaceholdersOfAPage(m_columnCount) &&
+            m_placeholders > m_values * kPlaceholdersOfAValue && m_page->rowCount > 0) {
+            BeginPage(GetFirstColumns(valueCount));
+        }
+    }
+    m_values += valueCount;
+}
+
+std::shared_ptr<const std::vector<BColumnInfo>>
+BFeatureAppender::GetFirstColumns(std::size_t count) const
+{
+    if (count >= m_columns->size()) {
+        return m_columns;
+    }
+    return std::make_shared<const std::vector<BColumnInfo>>(
+        m_columns->begin(), m_columns->begin() + static_cast<std::ptrdiff_t>(count));
+}
+
+void BFeatureAppender::BeginPage(const std::shared_ptr<const std::vector<BColumnInfo>>& columns)
+{
+    std::shared_ptr<BFeaturePage> page = MakePage(columns);
+    m_page->ShrinkToFit();
+    m_newPage = std::move(page);
+    UsePage(*m_newPage);
+}
+
+/// @param columns those of the page, and more behind them
+void BFeatureAppender::WidenPage(const std::shared_ptr<const std::vector<BColumnInfo>>& columns)
+{
+    const std::size_t count = columns->size();
     const std::size_t rows = m_page->rowCount;
-    if (m_nextColumn == 0 && rows * added.size() > kMaxPlaceholders) {
-        m_newPage = MakePage(columns);
-        UsePage(*m_newPage);
+    if (m_nextColumn == 0 && rows > 0 &&
+        rows * (count - m_columnCount) > CountPlaceholdersOfAPage(count)) {
+        BeginPage(columns);
         return;
     }
-    std::vector<BColumnData> data(added.size());
-    for (std::size_t i = 0; i < added.size(); ++i) {
-        data[i].storage = StorageOf(added[i].type);
+    std::vector<BColumnData> data(count - m_columnCount);
+    for (std::size_t i = 0; i < data.size(); ++i) {
+        data[i].storage = StorageOf((*columns)[m_columnCount + i].type);
         FillColumn(data[i], rows);
     }
     m_page->data.reserve(count);
@@ -293,9 +339,9 @@ void BFeatureAppender::AddColumns(std::span<const BColumnInfo> added)
     if (rows > 0 && m_page->attributeCounts.IsEmpty()) {
         m_page->attributeCounts.Resize(rows, static_cast<std::uint32_t>(m_columnCount));
     }
+    m_placeholders += rows * data.size();
     std::move(data.begin(), data.end(), std::back_inserter(m_page->data));
     m_page->columns = columns;
-    m_columns = std::move(columns);
     m_columnCount = count;
     UpdateRowLimit();
     UpdatePlain();
@@ -401,7 +447,7 @@ void BFeatureAppender::FinishOddRow(std::size_t rows)
     const bool isLast = end >= m_begunEnd && (m_isPageFull || end >= m_rowLimit);
     std::shared_ptr<BFeaturePage> nextPage;
     if (isLast) {
-        nextPage = MakePage(m_columns);
+        nextPage = MakePage(m_page->columns);
         ReserveLike(*nextPage, *m_page);
     }
     if (m_page->rowCount == 0) {
@@ -518,6 +564,7 @@ private:
 
 void BFeatureAppender::ReserveRows(std::size_t rows, bool hasZ)
 {
+    BeginRow(m_columns->size());
     const std::size_t first = m_page->rowCount;
     const std::size_t last = std::min(first + rows, std::max(m_rowLimit, first));
     m_page->x.Reserve(last);
@@ -532,6 +579,7 @@ void BFeatureAppender::ReserveRows(std::size_t rows, bool hasZ)
 
 BFeatureAppender::Rows BFeatureAppender::BeginRows(std::size_t wanted, bool hasZ)
 {
+    BeginRow(m_columns->size());
     const std::size_t first = m_page->rowCount;
     Rows rows{};
     rows.firstRow = first;
@@ -556,6 +604,7 @@ BFeatureAppender::Rows BFeatureAppender::BeginRows(std::size_t wanted, bool hasZ
         m_plainRows = 0;
     }
     rows.columns = m_columnData;
+    m_values += rows.count * m_columnCount;
     m_begunEnd = first + rows.count;
     return rows;
 }

@@ -456,6 +456,7 @@ bool BFeatureCollection::PrepareColumns(const BFeature& feature)
     for (std::size_t i = m_adder->GetColumnCount(); i < count; ++i) {
         m_adder->AddColumn({attributes.GetNameAt(i), attributes.GetValueAt(i).GetType()});
     }
+    m_adder->BeginRow(count);
     m_misfits = 0;
     return true;
 }

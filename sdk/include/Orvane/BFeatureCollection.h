@@ -218,7 +218,7 @@ public:
     BFeatureAppender(const BFeatureAppender&) = delete;
     BFeatureAppender& operator=(const BFeatureAppender&) = delete;
 
-    [[nodiscard]] std::size_t GetColumnCount() const noexcept { return m_columnCount; }
+    [[nodiscard]] std::size_t GetColumnCount() const noexcept { return m_columns->size(); }
 
     /// Appends one more column; rows that exist have one attribute less than it. Copies the list
     /// of columns.
@@ -226,6 +226,13 @@ public:
     /// The same for several columns, at the cost of one. Best called between two rows: a page of
     /// many rows is ended then instead of being widened.
     void AddColumns(std::span<const BColumnInfo> added);
+
+    /// Says, between two rows, how many values the next row has at most. Only needed where rows
+    /// have values for the first columns alone: pages begin then that have just those columns, so
+    /// that rows of very different lengths take memory for about what they have. Once it was
+    /// called, it must be called for each row that has more values than the one before.
+    /// @param valueCount at most GetColumnCount()
+    void BeginRow(std::size_t valueCount);
 
     /// Sets the next attribute of the row; the method must fit the column's storage, and no more
     /// values may be set than there are columns.
@@ -386,18 +393,25 @@ private:
     void FillRow();
     void FinishOddRow(std::size_t rows = 1);
     void EndOddRows(std::size_t count, const std::uint8_t* kinds, std::uint32_t firstNameNumber);
+    [[nodiscard]] std::shared_ptr<const std::vector<BColumnInfo>>
+    GetFirstColumns(std::size_t count) const;
+    void BeginPage(const std::shared_ptr<const std::vector<BColumnInfo>>& columns);
+    void WidenPage(const std::shared_ptr<const std::vector<BColumnInfo>>& columns);
     void UsePage(BFeaturePage& page) noexcept;
     void UpdateRowLimit() noexcept;
     void UpdatePlain() noexcept;
 
     BFeatureCollection& m_features;
+    /// All columns; a page has them, or the first ones of them.
     std::shared_ptr<const std::vector<BColumnInfo>> m_columns;
     std::shared_ptr<BFeaturePage> m_newPage; ///< not in the collection before its first row ends
     BFeaturePage* m_page = nullptr;
     BColumnData* m_columnData = nullptr;
-    std::size_t m_columnCount = 0;
+    std::size_t m_columnCount = 0; ///< of the page
     std::size_t m_nextColumn = 0;
-    std::size_t m_rowLimit = 0; ///< rows at which the page is full
+    std::size_t m_values = 0;       ///< about how many the rows of the page have, and
+    std::size_t m_placeholders = 0; ///< how many they lack
+    std::size_t m_rowLimit = 0;     ///< rows at which the page is full
     std::uint64_t m_nextNameNumber = kNoNumber;
     /// Rows below this one may be plain: of the page's one kind, with all attributes, and neither
     /// the first nor the last of the page.

@@ -36,7 +36,7 @@ public:
     static_assert(std::is_trivially_copyable_v<T>);
 
     /// The least number of values that a growing array makes room for.
-    static constexpr std::size_t kFirstCapacity = 64;
+    static constexpr std::size_t kFirstCapacity = 8;
 
     BPageArray() noexcept = default;
     BPageArray(const BPageArray&) = delete;

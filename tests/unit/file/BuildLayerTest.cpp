@@ -171,6 +171,44 @@ TEST_F(AsciiFileBuildLayer, TakesFewerAttributesForAShortRow)
     EXPECT_EQ(ReadAll("a,b,c\nd\n"), (Lines{"1 (-) C1=11:a C2=11:b C3=11:c", "2 (-) C1=11:d"}));
 }
 
+TEST_F(AsciiFileBuildLayer, TakesLittleMemoryForShortRowsUnderManyColumns)
+{
+    constexpr std::size_t kColumns = 3000;
+    const auto countOf = [](std::size_t row) { return row % 700 == 0 ? kColumns : row % 4 + 1; };
+    for (const bool hasSchema : {true, false}) {
+        std::string bytes;
+        Lines expected;
+        for (std::size_t row = 0; row < 4000; ++row) {
+            std::string line;
+            std::string feature = std::to_string(row + 1) + " (-)";
+            for (std::size_t column = 0; column < countOf(row); ++column) {
+                const std::string value = std::to_string(row % 10 + column);
+                line += (column > 0 ? "," : "") + value;
+                feature += hasSchema ? " C" + std::to_string(column + 1) + "=5:" + value
+                                     : " attribute" + std::to_string(column) + "=11:" + value;
+            }
+            bytes += line + "\n";
+            expected.push_back(feature);
+        }
+        AsciiFile file(m_folder.File("rows.csv", bytes), AsciiFile::kRead, Options());
+        file.Open();
+        file.Read();
+        if (hasSchema) {
+            file.BuildSchema();
+        }
+        file.CreateLayer();
+        ASSERT_TRUE(file.BuildLayer(0));
+        EXPECT_EQ(Describe(*file.GetLayer()), expected) << hasSchema;
+        std::size_t stored = 0;
+        const Orvane::BFeatureCollection& features = file.GetLayer()->GetFeatures();
+        for (std::size_t page = 0; page < features.GetPageCount(); ++page) {
+            stored += features.GetPage(page).GetByteSize();
+        }
+        // With placeholders for all columns they would take 48 MB.
+        EXPECT_LT(stored, 8000000U) << hasSchema;
+    }
+}
+
 TEST_F(AsciiFileBuildLayer, NamesFeaturesByTheNameColumn)
 {
     EXPECT_EQ(ReadAll("1,2,Ann\n3,4,Bob\n", Options().XY(0, 1).Set(Orvane::NAME_COLUMN, 3)),

@@ -388,6 +388,57 @@ TEST(BFeatureAppender, EndsALongPageForManyColumnsInsteadOfFillingItsRows)
     EXPECT_EQ(features.GetAt(100)->GetAttributeValue(1000), BVariant(BString("b")));
 }
 
+TEST(BFeatureAppender, GivesRowsOfVeryDifferentLengthsPagesOfTheirOwn)
+{
+    constexpr std::uint32_t kWide = 2000;
+    constexpr std::uint32_t kRows = 20000;
+    const auto countOf = [](std::uint32_t row) {
+        return row == 7 || row == 12000 || row == 12001 ? kWide : row % 3;
+    };
+    BFeatureCollection features;
+    std::vector<Orvane::BColumnInfo> columns;
+    for (std::uint32_t column = 0; column < kWide; ++column) {
+        columns.push_back({BString::Format("c%d", column), EVariantType::Int32});
+    }
+    BFeatureAppender appender(features, columns);
+    for (std::uint32_t row = 0; row < kRows; ++row) {
+        appender.BeginRow(countOf(row));
+        for (std::uint32_t column = 0; column < countOf(row); ++column) {
+            appender.AddInt32(static_cast<std::int32_t>(row + column));
+        }
+        appender.EndRow(EPointKind::None, 0, 0, 0, row);
+    }
+    // Rows of a block have all columns.
+    const BFeatureAppender::Rows block = appender.BeginRows(2, false);
+    ASSERT_EQ(block.count, 2U);
+    for (std::uint32_t column = 0; column < kWide; ++column) {
+        std::fill_n(block.columns[column].int32s.Data() + block.firstRow, 2, 5);
+    }
+    std::fill_n(block.x, 2, kNaN);
+    std::fill_n(block.y, 2, kNaN);
+    const std::uint8_t kinds[2] = {};
+    appender.EndRows(2, kinds, kRows);
+
+    ASSERT_EQ(features.GetCount(), kRows + 2U);
+    for (std::uint32_t row = 0; row < kRows; ++row) {
+        const BSharedPtr<BFeature> feature = features.GetAt(row);
+        ASSERT_EQ(feature->GetAttributeCount(), countOf(row)) << row;
+        for (std::uint32_t column = 0; column < countOf(row); ++column) {
+            ASSERT_EQ(feature->GetAttributeValue(column),
+                      BVariant(static_cast<std::int32_t>(row + column)))
+                << row << ' ' << column;
+        }
+    }
+    EXPECT_EQ(features.GetAt(kRows + 1)->GetAttributeValue(kWide - 1), BVariant(std::int32_t{5}));
+    EXPECT_LE(features.GetPageCount(), 8U);
+    std::size_t bytes = 0;
+    for (std::size_t page = 0; page < features.GetPageCount(); ++page) {
+        bytes += features.GetPage(page).GetByteSize();
+    }
+    // In one page they would take 160 MB.
+    EXPECT_LT(bytes, 8000000U);
+}
+
 /// Appends rows of all kinds of points, one by one or in blocks of up to `blockRows`.
 void AppendBlocks(BFeatureCollection& features, std::size_t blockRows, bool hasMixedKinds)
 {
