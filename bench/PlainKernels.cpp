@@ -3,7 +3,7 @@
 
 namespace AsciiReader::Kernels {
 
-std::size_t GetAll(const Set* (&sets)[3])
+std::size_t GetAll(const Set* (&sets)[kMostSets])
 {
     sets[0] = &kGeneric;
     return 1;

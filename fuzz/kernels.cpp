@@ -243,7 +243,7 @@ void RunInput(std::string_view bytes)
     const bool hasHigh = std::any_of(
         text.begin(), text.end(), [](char byte) { return static_cast<unsigned char>(byte) > 127; });
 
-    const Set* sets[3] = {};
+    const Set* sets[kMostSets] = {};
     const std::size_t count = GetAll(sets);
     for (std::size_t i = 0; i < count; ++i) {
         const Set& set = *sets[i];

@@ -3,7 +3,26 @@
 
 namespace AsciiReader::Kernels {
 
-std::size_t GetAll(const Set* (&sets)[3])
+#if defined(__x86_64__)
+
+namespace {
+
+const Set& GetAvx512()
+{
+    static const Set avx512 = [] {
+        Set set = kAvx2;
+        set.index = IndexWithAvx512;
+        set.name = "avx512";
+        return set;
+    }();
+    return avx512;
+}
+
+} // namespace
+
+#endif
+
+std::size_t GetAll(const Set* (&sets)[kMostSets])
 {
     std::size_t count = 0;
     sets[count++] = &kGeneric;
@@ -13,6 +32,10 @@ std::size_t GetAll(const Set* (&sets)[3])
         if (__builtin_cpu_supports("avx2") && __builtin_cpu_supports("bmi") &&
             __builtin_cpu_supports("bmi2") && __builtin_cpu_supports("pclmul")) {
             sets[count++] = &kAvx2;
+            if (__builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512bw") &&
+                __builtin_cpu_supports("avx512vl") && __builtin_cpu_supports("avx512vbmi2")) {
+                sets[count++] = &GetAvx512();
+            }
         }
     }
 #endif
@@ -22,7 +45,7 @@ std::size_t GetAll(const Set* (&sets)[3])
 const Set& Best()
 {
     static const Set* const best = [] {
-        const Set* sets[3] = {};
+        const Set* sets[kMostSets] = {};
         return sets[GetAll(sets) - 1];
     }();
     return *best;

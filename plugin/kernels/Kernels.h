@@ -145,16 +145,26 @@ struct Set
     const char* name;
 };
 
+inline constexpr std::size_t kMostSets = 4;
+
 /// The best set that this processor runs.
 const Set& Best();
 
 /// Every set that this processor runs, the plainest first.
-std::size_t GetAll(const Set* (&sets)[3]);
+std::size_t GetAll(const Set* (&sets)[kMostSets]);
 
 extern const Set kGeneric;
 #if defined(__x86_64__)
 extern const Set kSse41;
 extern const Set kAvx2;
+
+/// The index of the set for processors with AVX-512 VBMI2, which is kAvx2 otherwise.
+std::size_t IndexWithAvx512(const char* text,
+                            std::size_t from,
+                            std::size_t to,
+                            const Structure& structure,
+                            IndexState& state,
+                            std::uint32_t* positions);
 #endif
 
 } // namespace AsciiReader::Kernels

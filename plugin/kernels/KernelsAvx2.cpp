@@ -77,6 +77,8 @@ std::uint32_t LowestBit(std::uint64_t mask)
 }
 
 #include "kernels/ConvertSse41.inc"
+#include "kernels/EightPositions.inc"
+#include "kernels/Index.inc"
 #include "kernels/KernelBody.inc"
 #include "kernels/Utf8Sse41.inc"
 

@@ -91,6 +91,8 @@ std::uint32_t LowestBit(std::uint64_t mask)
 bool ConvertDigits(
     const char* text, std::uint32_t begin, std::uint32_t end, bool emptyIsZero, Digits& digits);
 
+#include "kernels/EightPositions.inc"
+#include "kernels/Index.inc"
 #include "kernels/KernelBody.inc"
 #include "kernels/KernelOneByOne.inc"
 

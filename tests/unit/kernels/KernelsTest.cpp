@@ -22,7 +22,7 @@ using namespace AsciiReader::Kernels;
 
 std::vector<const Set*> AllSets()
 {
-    const Set* sets[3] = {};
+    const Set* sets[kMostSets] = {};
     const std::size_t count = GetAll(sets);
     return {sets, sets + count};
 }
