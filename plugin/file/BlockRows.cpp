@@ -76,7 +76,7 @@ std::size_t BlockRows::EstimateRows() const
     const std::size_t end = m_positions[m_nextPosition + m_rowCount * m_fieldCount];
     // By the bytes of these rows; half a percent more, so that rows that get shorter still fit.
     const double rowsOfAByte = static_cast<double>(m_rowCount) / static_cast<double>(end - begin);
-    const double bytes = static_cast<double>(m_block.end - begin + m_lines.GetUnreadBytes());
+    const auto bytes = static_cast<double>(m_block.end - begin + m_lines.GetUnreadBytes());
     return static_cast<std::size_t>(bytes * rowsOfAByte * 1.005) + 1;
 }
 
