@@ -3,9 +3,13 @@
 
 #include <Orvane/BException.h>
 
+#include <cstdint>
 #include <cstring>
 #include <dlfcn.h>
+#include <elf.h>
 #include <filesystem>
+#include <fstream>
+#include <link.h>
 #include <system_error>
 
 namespace OrvaneHost {
@@ -43,6 +47,39 @@ std::filesystem::path FindDefault()
                                 installed.native().c_str()));
 }
 
+template <typename Record>
+bool ReadAt(std::ifstream& file, std::uint64_t offset, Record& record)
+{
+    file.seekg(static_cast<std::streamoff>(offset));
+    return bool(file.read(reinterpret_cast<char*>(&record), sizeof record));
+}
+
+/// Whether a part that would be loaded lies behind the file's end. The loader maps it without a
+/// look, and the process ends when it is read.
+bool IsCutShort(const std::filesystem::path& path)
+{
+    std::error_code error;
+    const std::uint64_t size = std::filesystem::file_size(path, error);
+    std::ifstream file(path, std::ios::binary);
+    ElfW(Ehdr) header{};
+    if (error || !ReadAt(file, 0, header) || std::memcmp(header.e_ident, ELFMAG, SELFMAG) != 0 ||
+        header.e_phentsize != sizeof(ElfW(Phdr))) {
+        return false; // the loader knows what is wrong with it
+    }
+    for (std::size_t part = 0; part < header.e_phnum; ++part) {
+        ElfW(Phdr) place{};
+        const std::uint64_t offset = header.e_phoff + part * sizeof place;
+        if (offset > size || !ReadAt(file, offset, place)) {
+            return true;
+        }
+        if (place.p_type == PT_LOAD &&
+            (place.p_offset > size || place.p_filesz > size - place.p_offset)) {
+            return true;
+        }
+    }
+    return false;
+}
+
 } // namespace
 
 PluginModule::PluginModule(const std::string& path)
@@ -61,6 +98,12 @@ PluginModule::PluginModule(const std::string& path)
     }
     // A name without a slash would be searched for in the system's library folders.
     file = std::filesystem::absolute(file, error);
+    if (IsCutShort(file)) {
+        throw Orvane::BException(
+            Orvane::BString::Format("The plug-in <%s> could not be loaded.", file.c_str()),
+            kLocation,
+            "The file is cut short.");
+    }
     m_handle = dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
     if (m_handle == nullptr) {
         const char* reason = dlerror();

@@ -457,6 +457,29 @@ class PluginFolderTest(FaultsTest):
                 self.assertRegex(result.err, r"^orvane: The (plug-in|library) <[^\n]+\n$")
 
 
+    def test_a_plug_in_that_is_cut_short_anywhere_is_one_line(self):
+        module = os.path.join(os.path.dirname(PROGRAM), "AsciiReader.so")
+        with open(module, "rb") as file:
+            content = file.read()
+        self.write("s.csv", STATIONS)
+        lengths = {1, 16, 63, 64, 65, 200, 600} | {len(content) * part // 24 for part in range(24)}
+        endings = set()
+        for length in sorted(lengths):
+            with self.subTest(length=length):
+                with open(self.path("cut.so"), "wb") as file:
+                    file.write(content[:length])
+                result = self.run_orvane("read", "s.csv", "--plugin", "./cut.so")
+                # What is not loaded, as the names for debuggers, may be missing.
+                self.assertIn(result.status, (0, 1))
+                if result.status == 1:
+                    self.assertRegex(
+                        result.err,
+                        r"^orvane: The plug-in <[^\n]*/cut\.so> could not be loaded\. "
+                        r"\(PluginModule::Load\) [^\n]+\n$")
+                endings.add(result.err.rsplit(") ", 1)[-1])
+        self.assertIn("The file is cut short.\n", endings)
+
+
 class TerminalTest(FaultsTest):
     """Escape sequences of data, names and options on a real terminal."""
 
