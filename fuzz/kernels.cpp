@@ -135,7 +135,7 @@ void CheckBooleans(const Set& set, const FieldRun& run, std::string_view text)
         const bool isTrue = LiteralReader::Rules::IsTrueWord(
             QString::fromLatin1(field.data(), static_cast<qsizetype>(field.size())));
         ExpectSame(std::string(set.name) + " of " + Escaped(field),
-                   std::to_string(isTrue),
+                   isTrue ? "1" : "0",
                    std::to_string(booleans[row]));
     }
 }
@@ -186,6 +186,39 @@ void CheckTexts(const Set& set, const FieldRun& run, std::string_view text, cons
                Escaped({bytes.data(), target.size}));
 }
 
+/// Adjacent columns together, with what their last numbers were like told right and wrong.
+void CheckTile(const Set& set, FieldRun run, std::size_t count, std::string_view text)
+{
+    std::vector<std::vector<double>> values(count, std::vector<double>(run.rows));
+    std::vector<DoubleColumn> columns;
+    for (std::size_t column = 0; column < count; ++column) {
+        const auto decimals = static_cast<std::uint32_t>((text.size() + column) % 16);
+        columns.push_back({values[column].data(), decimals, 0});
+    }
+    std::vector<OddField> odd(count * (run.rows + 3));
+    odd.resize(set.toDoublesOfColumns(run, columns.data(), count, odd.data()));
+    std::vector<std::vector<bool>> isOdd(count, std::vector<bool>(run.rows));
+    for (const OddField& field : odd) {
+        isOdd.at(field.column).at(field.row) = true;
+    }
+    const std::uint32_t* const ends = run.ends;
+    for (std::size_t column = 0; column < count; ++column) {
+        run.ends = ends + column;
+        for (std::size_t row = 0; row < run.rows; ++row) {
+            const std::string field(FieldOf(text, run, row));
+            if (isOdd[column][row]) {
+                continue;
+            }
+            if (!IsPlain(field, true, run.emptyIsZero)) {
+                Fail(set.name + (" takes " + Escaped(field)) + " among columns for a number");
+            }
+            ExpectSame(set.name + (" among columns of " + Escaped(field)),
+                       ReaderTraces::Bits(std::strtod(field.c_str(), nullptr)),
+                       ReaderTraces::Bits(values[column][row]));
+        }
+    }
+}
+
 void CheckColumns(const Set& set,
                   std::string_view text,
                   const std::string& padded,
@@ -212,6 +245,13 @@ void CheckColumns(const Set& set,
         CheckNumbers(set, run, text);
         CheckBooleans(set, run, text);
         CheckTexts(set, run, text, room);
+    }
+    // The last column may have to lose a "\r".
+    run.ends = ends.data() + 1;
+    run.rows = (ends.size() - 1) / run.stride;
+    run.trim = 0;
+    if (run.stride > 1 && run.rows > 0) {
+        CheckTile(set, run, run.stride - 1, text);
     }
 }
 
@@ -273,11 +313,11 @@ void RunInput(std::string_view bytes)
         set.survey(text.data() + half, text.size() - half, survey);
         ExpectSame(std::string("survey by ") + set.name,
                    std::to_string(std::count(text.begin(), text.end(), '"')) + " quotes, returns " +
-                       std::to_string(text.find('\r') != std::string_view::npos) + ", high bytes " +
-                       std::to_string(hasHigh),
+                       (text.find('\r') != std::string_view::npos ? "1" : "0") + ", high bytes " +
+                       (hasHigh ? "1" : "0"),
                    std::to_string(survey.quotes) + " quotes, returns " +
-                       std::to_string(survey.returns != 0) + ", high bytes " +
-                       std::to_string(survey.highBytes != 0));
+                       (survey.returns != 0 ? "1" : "0") + ", high bytes " +
+                       (survey.highBytes != 0 ? "1" : "0"));
         FieldRun run{};
         run.stride = stride;
         run.trim = structure.isCrLf ? 1 : 0;
