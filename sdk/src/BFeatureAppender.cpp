@@ -15,7 +15,7 @@ namespace {
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 
 /// Placeholders in rows that lack columns are borne up to this many, up to this many for each
-/// column, which is about what a column of another page takes, and up to this many for each value.
+/// column, since a column of another page takes memory too, and up to this many for each value.
 constexpr std::size_t kMaxPlaceholders = 8192;
 constexpr std::size_t kPlaceholdersOfAColumn = 16;
 constexpr std::size_t kPlaceholdersOfAValue = 4;
