@@ -32,6 +32,10 @@ const QStringList& Extensions()
 
 constexpr std::size_t kHasProgress = 1;
 constexpr std::size_t kKeepsOther = 2;
+constexpr std::size_t kUsesDiskCache = 4;
+/// The flags' remaining bits: rows of a page on disk, less 1.
+constexpr std::size_t kCachePageShift = 3;
+constexpr std::uint32_t kLargestCachePage = 32;
 
 } // namespace
 
@@ -44,6 +48,9 @@ Case DecodeCase(std::string_view bytes)
     result.fileName = QStringLiteral("points") + Extensions()[extension];
     const std::size_t flags = input.Byte();
     result.hasProgress = (flags & kHasProgress) != 0;
+    if ((flags & kUsesDiskCache) != 0) {
+        result.cachePageRows = 1 + static_cast<std::uint32_t>(flags >> kCachePageShift);
+    }
     result.smallBlockSize = 1 + input.Below(kSmallBlocks);
     const std::uint32_t cancelLine = input.Byte();
     result.cancelLine = result.hasProgress ? cancelLine : 0;
@@ -72,9 +79,14 @@ std::string EncodeCase(const Case& input)
     opened.Options(input.opened);
     const bool keepsOther = kept.Take() != opened.Take();
     const std::size_t stepCount = std::min(input.steps.size(), kMostSteps - 1);
+    std::size_t flags = (input.hasProgress ? kHasProgress : 0) | (keepsOther ? kKeepsOther : 0);
+    if (input.cachePageRows != 0) {
+        const std::uint32_t rows = std::min(input.cachePageRows, kLargestCachePage);
+        flags |= kUsesDiskCache | (std::size_t{rows - 1} << kCachePageShift);
+    }
     FuzzOutput output;
     output.Byte(static_cast<std::size_t>(extension))
-        .Byte((input.hasProgress ? kHasProgress : 0) | (keepsOther ? kKeepsOther : 0))
+        .Byte(flags)
         .Byte(input.smallBlockSize - 1)
         .Byte(input.cancelLine)
         .Byte(stepCount);

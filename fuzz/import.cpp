@@ -1,5 +1,5 @@
 // Whole reads from options and bytes: the plug-in against the literal reader, in blocks of full and
-// of small size.
+// of small size, with layers in memory and on disk.
 #include "CaseBytes.h"
 #include "Fuzz.h"
 #include "support/ReaderTraces.h"

@@ -902,6 +902,9 @@ Case MakeCase(std::uint64_t seed, std::uint64_t number)
     if (result.hasProgress && dice.Chance(50)) {
         result.cancelLine = static_cast<std::uint32_t>(dice.Between(1, 12));
     }
+    if (dice.Chance(25)) {
+        result.cachePageRows = static_cast<std::uint32_t>(dice.Between(1, 8));
+    }
     return result;
 }
 
@@ -915,9 +918,13 @@ std::string DescribeCase(const Case& input)
     for (const EStep step : input.steps) {
         text += step == EStep::Read ? ", read" : ", preview";
     }
-    text += "\nsmall block: " + std::to_string(input.smallBlockSize) + " bytes, progress: " +
-            (input.hasProgress ? "cancels at " + std::to_string(input.cancelLine) : "none") +
-            "\nbytes: " + Escaped(input.content) + "\n";
+    text +=
+        "\nsmall block: " + std::to_string(input.smallBlockSize) + " bytes, progress: " +
+        (input.hasProgress ? "cancels at " + std::to_string(input.cancelLine) : "none") +
+        ", layers: " +
+        (input.cachePageRows == 0 ? "in memory"
+                                  : "on disk in pages of " + std::to_string(input.cachePageRows)) +
+        "\nbytes: " + Escaped(input.content) + "\n";
     return text;
 }
 

@@ -31,7 +31,9 @@ struct Case
     std::vector<EStep> steps;
     std::size_t smallBlockSize = 1; ///< 1 to 64 bytes
     bool hasProgress = false;
-    std::uint32_t cancelLine = 0; ///< the progress object refuses from this line on; 0: never
+    std::uint32_t cancelLine = 0;    ///< the progress object refuses from this line on; 0: never
+    std::uint32_t cachePageRows = 0; ///< the product's layers are on disk, in pages of so many
+                                     ///< rows; 0: they are in memory
 };
 
 Case MakeCase(std::uint64_t seed, std::uint64_t number);

@@ -283,6 +283,12 @@ public:
     }
 };
 
+/// Where the cache files of the product's layers are made: beside the file.
+BString CacheName(const QString& path)
+{
+    return MakeBString(path + QStringLiteral("-cache"));
+}
+
 /// Drives the engine alone, as the reader does, at any block size.
 class EngineHost
 {
@@ -291,12 +297,16 @@ public:
         : m_path(path)
         , m_kept(input.kept)
         , m_blockSize(blockSize)
+        , m_cachePageRows(input.cachePageRows)
     {}
 
     void Open(const BParamList& params)
     {
         m_file =
             std::make_unique<AsciiFile>(MakeBString(m_path), AsciiFile::kRead, params, m_blockSize);
+        if (m_cachePageRows != 0) {
+            m_file->SetDiskCache(true, m_cachePageRows, CacheName(m_path));
+        }
         m_file->Open();
         m_file->Read();
         ConfigureSeparator();
@@ -394,6 +404,7 @@ private:
     QString m_path;
     BParamList m_kept;
     std::size_t m_blockSize;
+    std::uint32_t m_cachePageRows;
     std::unique_ptr<AsciiFile> m_file;
     std::vector<Orvane::BSharedPtr<BVectorLayer>> m_layers;
     Orvane::BProgress* m_progress = nullptr;
@@ -409,7 +420,11 @@ public:
     ReaderHost(const QString& path, const Case& input, std::size_t)
         : m_path(MakeBString(path))
         , m_reader(m_path, input.kept)
-    {}
+    {
+        if (input.cachePageRows != 0) {
+            m_reader.SetDiskCache(true, CacheName(path), input.cachePageRows);
+        }
+    }
 
     void Open(const BParamList& params) { m_reader.Open(m_path, params); }
 
