@@ -28,7 +28,7 @@ enum class ELastStep { None, Read, Write };
 
 struct OpenFile
 {
-    std::FILE* stream = nullptr;
+    std::FILE* stream = nullptr; ///< null when the file could not be made
     ELastStep lastStep = ELastStep::None;
 };
 
@@ -70,12 +70,14 @@ int Rename(void* /*data*/, const char* oldName, const char* newName)
 
 void* Open(void* /*data*/, const char* name, const char* access)
 {
+    errno = 0;
     std::FILE* stream = std::fopen(PathOf(name).c_str(), access);
     if (stream == nullptr) {
-        if (*access != 'r') {
-            KeepError();
+        if (*access == 'r') {
+            return nullptr;
         }
-        return nullptr;
+        // The shapefile's writer uses its code page file without a look at what it got.
+        KeepError();
     }
     auto file = std::make_unique<OpenFile>();
     file->stream = stream;
@@ -84,11 +86,14 @@ void* Open(void* /*data*/, const char* name, const char* access)
 
 vsi_l_offset Tell(void* file)
 {
-    return static_cast<vsi_l_offset>(ftello(Get(file).stream));
+    return Get(file).stream == nullptr ? 0 : static_cast<vsi_l_offset>(ftello(Get(file).stream));
 }
 
 int Seek(void* file, vsi_l_offset offset, int whence)
 {
+    if (Get(file).stream == nullptr) {
+        return -1;
+    }
     Get(file).lastStep = ELastStep::None;
     const int result = fseeko(Get(file).stream, static_cast<off_t>(offset), whence);
     if (result != 0) {
@@ -102,13 +107,22 @@ size_t Read(void* file, void* buffer, size_t size, size_t count)
     if (size == 0 || count == 0) {
         return count;
     }
+    if (Get(file).stream == nullptr) {
+        return 0;
+    }
     Turn(Get(file), ELastStep::Read);
-    return std::fread(buffer, size, count, Get(file).stream);
+    errno = 0;
+    const size_t taken = std::fread(buffer, size, count, Get(file).stream);
+    // Writers read what they have written, and some write zeros where that fails.
+    if (taken != count && std::ferror(Get(file).stream) != 0) {
+        KeepError();
+    }
+    return taken;
 }
 
 int Eof(void* file)
 {
-    return std::feof(Get(file).stream);
+    return Get(file).stream == nullptr ? 1 : std::feof(Get(file).stream);
 }
 
 size_t Write(void* file, const void* buffer, size_t size, size_t count)
@@ -116,6 +130,9 @@ size_t Write(void* file, const void* buffer, size_t size, size_t count)
     // Writers give nothing by a null pointer.
     if (size == 0 || count == 0) {
         return count;
+    }
+    if (Get(file).stream == nullptr) {
+        return 0;
     }
     Turn(Get(file), ELastStep::Write);
     errno = 0;
@@ -128,6 +145,9 @@ size_t Write(void* file, const void* buffer, size_t size, size_t count)
 
 int Flush(void* file)
 {
+    if (Get(file).stream == nullptr) {
+        return -1;
+    }
     errno = 0;
     const int result = std::fflush(Get(file).stream);
     if (result != 0) {
@@ -151,6 +171,9 @@ int Truncate(void* file, vsi_l_offset size)
 int Close(void* file)
 {
     const std::unique_ptr<OpenFile> owned(static_cast<OpenFile*>(file));
+    if (owned->stream == nullptr) {
+        return -1;
+    }
     errno = 0;
     const int result = std::fclose(owned->stream);
     if (result != 0) {

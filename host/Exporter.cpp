@@ -539,9 +539,8 @@ private:
         }
     }
 
-    [[noreturn]] void Fail(const char* step) const
+    [[noreturn]] void Fail(const char* step, std::string reason = CheckedFiles::GetFailure()) const
     {
-        std::string reason = CheckedFiles::GetFailure();
         if (m_messages.HasError()) {
             reason += (reason.empty() ? "" : "; ") + m_messages.GetError();
         }
@@ -705,12 +704,17 @@ private:
     /// file system of this program: GDAL 3.6 does not pass its removal on.
     void RemoveSideFiles() const
     {
+        namespace fs = std::filesystem;
         std::error_code error;
-        for (const auto& entry :
-             std::filesystem::directory_iterator(m_request.file.parent_path(), error)) {
-            if (entry.path() != m_request.file) {
-                std::filesystem::remove(entry.path(), error);
+        for (fs::directory_iterator entry(m_request.file.parent_path(), error), end;
+             !error && entry != end;
+             entry.increment(error)) {
+            if (entry->path() != m_request.file) {
+                fs::remove(entry->path(), error);
             }
+        }
+        if (error) {
+            Fail("Ending the file", error.message());
         }
     }
 
@@ -778,6 +782,11 @@ const ExportFormat& FindExportFormat(const std::string& path)
     std::string known;
     for (const ExportFormat& format : kFormats) {
         if (extension == format.extension) {
+            // GDAL writes the parts of a shapefile with small endings whatever the name's.
+            if (extension == ".shp" && !path.ends_with(extension)) {
+                throw UsageError("The extension of the output '" + TerminalText::Escape(path) +
+                                 "' must be written in small letters: .shp.");
+            }
             return format;
         }
         known += (known.empty() ? "" : ", ") + std::string(format.extension);

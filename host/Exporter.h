@@ -33,8 +33,8 @@ struct ExportFormat
     std::size_t mostFields = 0; ///< 0: the driver tells
 };
 
-/// The format of a file name's extension (case ignored).
-/// @throws UsageError that lists the extensions.
+/// The format of a file name's extension (case ignored, but for ".shp").
+/// @throws UsageError that lists the extensions, or says that ".shp" is written in small letters.
 [[nodiscard]] const ExportFormat& FindExportFormat(const std::string& path);
 
 /// The coordinate system of "AUTHORITY:CODE", X before Y; null for the empty text.

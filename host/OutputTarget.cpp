@@ -13,6 +13,7 @@
 #include <sys/stat.h>
 #include <system_error>
 #include <unistd.h>
+#include <utility>
 #include <vector>
 
 namespace OrvaneHost {
@@ -93,6 +94,76 @@ void RemoveAbandoned(const fs::path& parent)
         }
     }
 }
+
+/// Files of a folder that are replaced or removed one by one; those done so far go back to what
+/// they were unless all are kept. Files of systems without hard links do not go back.
+class Replacement
+{
+public:
+    /// @param keptFolder on the same file system, where the old files stay meanwhile
+    explicit Replacement(fs::path keptFolder)
+        : m_keptFolder(std::move(keptFolder))
+    {}
+
+    ~Replacement()
+    {
+        std::error_code ignored;
+        for (auto step = m_steps.rbegin(); step != m_steps.rend(); ++step) {
+            if (!step->kept.empty()) {
+                fs::rename(step->kept, step->place, ignored);
+            } else if (step->isNew) {
+                fs::remove(step->place, ignored);
+            }
+        }
+    }
+
+    Replacement(const Replacement&) = delete;
+    Replacement& operator=(const Replacement&) = delete;
+
+    void Move(const fs::path& from, const fs::path& place, std::error_code& error)
+    {
+        Step step = MakeStep(place);
+        fs::rename(from, place, error);
+        if (!error) {
+            m_steps.push_back(std::move(step));
+        }
+    }
+
+    /// Nothing when there is no such file.
+    void Remove(const fs::path& place, std::error_code& error)
+    {
+        error.clear();
+        Step step = MakeStep(place);
+        if (!step.isNew && fs::remove(place, error)) {
+            m_steps.push_back(std::move(step));
+        }
+    }
+
+    void Keep() noexcept { m_steps.clear(); }
+
+private:
+    struct Step
+    {
+        fs::path place;
+        fs::path kept; ///< a second name of the old file; empty without one
+        bool isNew = false;
+    };
+
+    [[nodiscard]] Step MakeStep(const fs::path& place) const
+    {
+        std::error_code error;
+        Step step{place, m_keptFolder / (place.filename().native() + ".old"), false};
+        step.isNew = fs::symlink_status(place, error).type() == fs::file_type::not_found;
+        fs::create_hard_link(place, step.kept, error);
+        if (error) {
+            step.kept.clear();
+        }
+        return step;
+    }
+
+    fs::path m_keptFolder;
+    std::vector<Step> m_steps;
+};
 
 } // namespace
 
@@ -189,18 +260,30 @@ void OutputTarget::Commit()
         if (const int number = Synchronise(file); number != 0) {
             Fail(ReasonOf(number));
         }
+        // The constructor has looked at the main file's place only, and a shapefile whose second
+        // part could not be moved would be half an old and half a new one.
+        const fs::file_status status = fs::status(m_file.parent_path() / file.filename(), error);
+        if (fs::exists(status) && !fs::is_regular_file(status)) {
+            Fail("Something that is no file is in the place of its part " +
+                 file.filename().native() + ".");
+        }
     }
-    if (m_file.extension() == ".shp" || m_file.extension() == ".SHP") {
+    Replacement replacement(m_workFolder);
+    if (m_file.extension() == ".shp") {
         for (const char* extension : {".prj", ".cpg", ".qix", ".sbn", ".sbx"}) {
-            fs::remove(fs::path(m_file).replace_extension(extension), error);
+            replacement.Remove(fs::path(m_file).replace_extension(extension), error);
+            if (error) {
+                Fail(error.message());
+            }
         }
     }
     for (const fs::path& file : files) {
-        fs::rename(file, m_file.parent_path() / file.filename(), error);
+        replacement.Move(file, m_file.parent_path() / file.filename(), error);
         if (error) {
             Fail(error.message());
         }
     }
+    replacement.Keep();
     Synchronise(m_file.parent_path());
 }
 

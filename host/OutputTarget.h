@@ -42,7 +42,8 @@ public:
     }
 
     /// Puts all files of the hidden folder on the disk and moves them to the final place, the main
-    /// file last; side files that only an earlier main file had are removed.
+    /// file last; side files that only an earlier main file had are removed. When one of them can
+    /// not be moved, those in front of it go back.
     void Commit();
 
 private:

@@ -1110,6 +1110,8 @@ class ImportFailuresTest(CliTest):
 
     def test_wrong_arguments_are_found_before_reading(self):
         cases = (
+            (("none.csv", "out.SHP"),
+             "The extension of the output 'out.SHP' must be written in small letters: .shp."),
             (("none.csv", "out.xyz"),
              "No format is known for the output 'out.xyz'; its extension must be one of .gpkg, .fgb, "
              ".geojson, .json, .geojsonl, .geojsons, .shp, .csv."),
@@ -1147,11 +1149,14 @@ class ImportFailuresTest(CliTest):
         self.write("busy.gpkg-wal", "old")
         os.symlink("loop.gpkg", self.path("loop.gpkg"))
         os.mkfifo(self.path("pipe.gpkg"))
+        self.write("half.shp", "old")
+        os.mkdir(self.path("half.dbf"))
         cases = (
             ("none/out.gpkg", "Its folder does not exist."),
             ("s.csv/out.gpkg", "Its folder does not exist."),
             ("folder.gpkg", "Something that is no file is in its place."),
             ("pipe.gpkg", "Something that is no file is in its place."),
+            ("half.shp", "Something that is no file is in the place of its part half.dbf."),
             ("busy.gpkg",
              "Another program has it open, or left it unfinished: there is a file busy.gpkg-wal beside it."),
         )
@@ -1167,6 +1172,7 @@ class ImportFailuresTest(CliTest):
             self.assertRegex(result.err, r"^orvane: Could not write <[^\n]+>\. \(OutputTarget\) [^\n]+\n$")
         self.assertEqual(sorted(os.listdir(self.folder)), before)
         self.assertEqual(self.content("busy.gpkg"), b"old")
+        self.assertEqual(self.content("half.shp"), b"old")
 
     def test_data_that_fails_leaves_the_old_output(self):
         self.write("out.gpkg", "old")

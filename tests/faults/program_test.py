@@ -107,11 +107,15 @@ class FullDiskTest(FaultsTest):
         self.assertEqual(result.status, 1)
         self.assert_folder("cache", "m.csv")
 
-    @unittest.skipUnless(ALL, "needs a mount of its own")
     def test_a_small_disk_of_its_own(self):
+        probe = subprocess.run(["unshare", "-rm", "mount", "-t", "tmpfs", "none", self.folder],
+                               stderr=subprocess.PIPE)
+        if probe.returncode != 0:
+            self.skipTest("no disk of its own can be made here: " + probe.stderr.decode())
         self.write_rows("m.csv", self.ROWS)
+        sizes = (4, 8, 16, 32, 64, 96, 128, 192, 256, 512, 4096)
         for extension in FORMATS:
-            for size in (4, 8, 16, 32, 64, 96, 128, 192, 256, 512, 4096):
+            for size in sizes if ALL else (8, 128, 4096):
                 with self.subTest(extension=extension, size=size):
                     os.makedirs(self.path("disk"), exist_ok=True)
                     completed = subprocess.run(
