@@ -368,11 +368,15 @@ struct Shape
     bool hasNames = false;
     bool isCalm = false; ///< hardly any odd values, so that the rows are reached
     bool breaksQuotes = false;
+    bool isWide = false; ///< so many columns of numbers that the reader takes them together
 };
 
 void AddCoordinateOptions(Dice& dice, BParamList& options, const Shape& shape)
 {
     const auto anyColumn = [&] {
+        if (shape.isWide) {
+            return dice.Between(0, 3);
+        }
         return dice.Chance(shape.isCalm ? 100 : 90)
                    ? dice.Between(0, shape.columnCount - 1)
                    : dice.Pick({-1, -7, shape.columnCount, shape.columnCount + 3, 0});
@@ -549,6 +553,21 @@ BParamList MakeOptions(Dice& dice, const Shape& shape, bool needsSeparator)
     return options;
 }
 
+/// Numbers side by side; other values only where they do not make their column one of texts.
+QString MakeWideField(Dice& dice, const Shape& shape, int row)
+{
+    constexpr int kSampleRows = 5;
+    if (row >= kSampleRows && dice.Chance(4)) {
+        const EColumn kind = dice.Chance(50) ? EColumn::Real : EColumn::Anything;
+        return MakeField(dice, RandomValue(dice, kind, false), shape.separator, shape.breaksQuotes);
+    }
+    QString text = dice.Chance(20) ? QStringLiteral("-") : QString();
+    text += RandomDigits(dice, dice.Between(1, 5));
+    text += QLatin1Char('.');
+    text += RandomDigits(dice, dice.Between(1, 6));
+    return text;
+}
+
 QString MakeText(Dice& dice, const Shape& shape)
 {
     std::vector<EColumn> columns;
@@ -635,6 +654,10 @@ QString MakeText(Dice& dice, const Shape& shape)
         }
         QStringList fields;
         for (int i = 0; i < fieldCount; ++i) {
+            if (shape.isWide) {
+                fields.append(MakeWideField(dice, shape, row));
+                continue;
+            }
             const std::size_t column = static_cast<std::size_t>(std::min(i, shape.columnCount - 1));
             fields.append(MakeField(dice,
                                     RandomValue(dice, columns[column], shape.isCalm),
@@ -802,6 +825,12 @@ Case MakeCase(std::uint64_t seed, std::uint64_t number)
     shape.hasNames = dice.Chance(40);
     shape.isCalm = dice.Chance(50);
     shape.breaksQuotes = !shape.isCalm && dice.Chance(40);
+    if (dice.Chance(3)) {
+        shape.isWide = true;
+        shape.isCalm = true;
+        shape.breaksQuotes = false;
+        shape.columnCount = dice.Between(66, 90);
+    }
     bool needsSeparator = false;
     QString baseName = dice.Pick({QStringLiteral("points"),
                                   QStringLiteral("a.b"),
