@@ -706,11 +706,13 @@ private:
     {
         namespace fs = std::filesystem;
         std::error_code error;
-        for (fs::directory_iterator entry(m_request.file.parent_path(), error), end;
-             !error && entry != end;
-             entry.increment(error)) {
+        fs::directory_iterator entry(m_request.file.parent_path(), error);
+        while (!error && entry != fs::directory_iterator()) {
             if (entry->path() != m_request.file) {
                 fs::remove(entry->path(), error);
+            }
+            if (!error) {
+                entry.increment(error);
             }
         }
         if (error) {

@@ -146,8 +146,9 @@ class SystemCallsTest(CliTest):
         self.import_with_faults("gpkg")
 
     def test_a_flatgeobuf_is_whole_or_the_old_one(self):
-        # The folder, looked through for what the writer leaves in it.
-        self.import_with_faults("fgb", r"^\d+ +openat\(.*/\.orvane-\w+\", O_RDONLY")
+        # The folder, looked through for what the writer leaves in it, and its removal.
+        self.import_with_faults("fgb", r"^\d+ +openat\(.*/\.orvane-\w+\", O_RDONLY",
+                                r"^\d+ +unlink\(\"/.*/out_temp\.fgb\"")
 
     def test_a_shapefile_is_whole_or_the_old_one(self):
         # A part whose making the writer does not look at; the header, read again at the end.
