@@ -353,8 +353,15 @@ private:
             CheckStreams();
             break;
         default:
-            if (m_input.Below(8) == 7) {
+            switch (m_input.Below(8)) {
+            case 6:
+                AppendRaggedRows();
+                break;
+            case 7:
                 Clear();
+                break;
+            default:
+                break;
             }
             break;
         }
@@ -441,6 +448,66 @@ private:
             if (!row.isAbandoned) {
                 m_rows.push_back(ToModel(row, columns));
             }
+        }
+    }
+
+    /// Rows of very different lengths by an appender; a few bytes make many values.
+    void AppendRaggedRows()
+    {
+        constexpr std::size_t kMostColumns = 800;
+        constexpr std::size_t kMostCells = 3000;
+        const bool saysCounts = m_input.Bit();
+        const bool addsColumns = m_input.Bit();
+        std::vector<std::size_t> lengths;
+        std::size_t cellCount = 0;
+        for (std::size_t left = m_input.Below(8); left > 0; --left) {
+            const std::size_t length =
+                m_input.Bit() ? m_input.Below(4) : m_input.Number<std::uint16_t>() % kMostColumns;
+            const std::size_t count = 1 + m_input.Below(80);
+            lengths.insert(lengths.end(), count, length);
+            cellCount += count * length;
+        }
+        if (lengths.empty() || cellCount > kMostCells ||
+            m_rows.size() + lengths.size() > kMostRows) {
+            return;
+        }
+        Columns columns(*std::max_element(lengths.begin(), lengths.end()));
+        for (std::size_t i = 0; i < columns.size(); ++i) {
+            columns[i].name = BString(std::to_string(i));
+            columns[i].type = i % 3 == 0 ? EVariantType::String : EVariantType::Int32;
+        }
+        std::vector<AppendedRow> rows(lengths.size());
+        for (std::size_t i = 0; i < rows.size(); ++i) {
+            rows[i].nameNumber = m_nextName++;
+            rows[i].cells.resize(lengths[i]);
+            for (std::size_t c = 0; c < lengths[i]; ++c) {
+                const auto number = static_cast<std::int32_t>(i * 7 + c);
+                EncodedText text;
+                text.bytes = std::to_string(number);
+                text.text = BString(text.bytes);
+                rows[i].cells[c].value = c % 3 == 0 ? BVariant(text.text) : BVariant(number);
+                rows[i].cells[c].text = text;
+            }
+        }
+        for (const Store& store : m_stores) {
+            std::size_t known = addsColumns ? 0 : columns.size();
+            const auto upTo = [&columns](std::size_t count) {
+                return columns.begin() + static_cast<std::ptrdiff_t>(count);
+            };
+            BFeatureAppender appender(store.Features(), {columns.begin(), upTo(known)});
+            for (const AppendedRow& row : rows) {
+                if (row.cells.size() > known) {
+                    appender.AddColumns({upTo(known), upTo(row.cells.size())});
+                    known = row.cells.size();
+                }
+                if (saysCounts) {
+                    appender.BeginRow(row.cells.size());
+                }
+                AppendOne(appender, row, columns);
+            }
+        }
+        for (const AppendedRow& row : rows) {
+            m_rows.push_back(ToModel(row, columns));
         }
     }
 
@@ -828,6 +895,22 @@ std::string MakeInput(Dice& dice)
     FuzzOutput output;
     output.Byte(dice.Below(7));
     for (std::size_t left = dice.Below(25); left > 0; --left) {
+        if (dice.Chance(8)) {
+            // Rows of very different lengths: a long one and many short ones, in any order.
+            output.Byte(11).Byte(6).Byte(dice.Below(2)).Byte(dice.Below(2));
+            const std::size_t parts = 1 + dice.Below(5);
+            output.Byte(parts);
+            for (std::size_t part = 0; part < parts; ++part) {
+                if (dice.Chance(50)) {
+                    output.Byte(1).Byte(dice.Below(4)).Byte(dice.Below(80));
+                } else {
+                    output.Byte(0)
+                        .Number(static_cast<std::uint16_t>(dice.Below(800)))
+                        .Byte(dice.Below(3));
+                }
+            }
+            continue;
+        }
         output.Byte(dice.Below(12));
         for (std::size_t bytes = dice.Below(dice.Chance(20) ? 300 : 30); bytes > 0; --bytes) {
             output.Byte(dice.Chance(50) ? dice.Below(8) : dice.Below(256));
