@@ -1,5 +1,6 @@
 // Real files: rows, points and failures of a folder of test data that lies outside of this project.
 #include "reader/BAsciiReader.h"
+#include "support/DataFolder.h"
 #include "support/TestFiles.h"
 
 #include <Orvane/BFeature.h>
@@ -24,25 +25,13 @@ namespace {
 using AsciiReader::BAsciiReader;
 using Orvane::BString;
 using TestSupport::CatchFailure;
+using TestSupport::DataFolder;
 using TestSupport::Describe;
 using TestSupport::Failure;
+using TestSupport::HasDataFolder;
 using TestSupport::LeaksByRule;
 using TestSupport::Options;
 using TestSupport::Texts;
-
-/// The folder that ORVANE_TEST_DATA names, else the one beside the source tree.
-std::filesystem::path DataFolder()
-{
-    if (const char* folder = std::getenv("ORVANE_TEST_DATA")) {
-        return folder;
-    }
-    return std::filesystem::path(ORVANE_SOURCE_DIR) / ".." / "shared" / "data";
-}
-
-bool HasDataFolder()
-{
-    return std::filesystem::is_directory(DataFolder());
-}
 
 template <typename Case>
 std::vector<Case> CasesWhenThereIsData(std::vector<Case> cases)
