@@ -4,6 +4,7 @@
 #include "CheckedFiles.h"
 #include "Failure.h"
 #include "FieldPlan.h"
+#include "LastResort.h"
 #include "TerminalText.h"
 
 #include <Orvane/BException.h>
@@ -80,6 +81,10 @@ public:
 private:
     static void CPL_STDCALL Take(CPLErr level, CPLErrorNum /*number*/, const char* text)
     {
+        if (level == CE_Fatal) {
+            // GDAL would print a line of its own and end the program by a signal.
+            LastResort::End(text);
+        }
         auto& self = *static_cast<GdalMessages*>(CPLGetErrorHandlerUserData());
         if (level >= CE_Failure && !self.m_hasError) {
             self.m_hasError = true;

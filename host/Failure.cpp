@@ -63,20 +63,18 @@ Failure DescribeFailure(const std::exception& exception)
 
 std::string FormatFailure(const Failure& failure)
 {
+    if (failure.exceptionName == "std::bad_alloc") {
+        return std::string(kOutOfMemoryLine);
+    }
     // Some texts of the reader are short; here a person reads them.
     const bool isMissingFile = failure.exceptionName == "BFileNotFoundException";
-    const bool isOutOfMemory = failure.exceptionName == "std::bad_alloc";
     std::string line = "orvane: ";
     line += isMissingFile ? "There is no such file: " : "";
-    line += isOutOfMemory ? "There is not enough memory." : Show(failure.message);
+    line += Show(failure.message);
     const std::string& place = failure.location.empty() ? failure.exceptionName : failure.location;
     line += " (" + Show(place) + ")";
     if (!failure.details.empty()) {
         line += " " + Show(failure.details);
-    }
-    if (isOutOfMemory) {
-        line += " --disk-cache keeps a layer out of memory; a line of the file must fit into it, "
-                "six times over.";
     }
     if (failure.exceptionName == "std::out_of_range") {
         line += " A position lies outside of a row: do COLUMN_DEFINITION and NAME_COLUMN fit the "

@@ -4,12 +4,18 @@
 #include <exception>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 
 namespace OrvaneHost {
 
 inline constexpr int kExitDone = 0;
 inline constexpr int kExitDataFailed = 1;
 inline constexpr int kExitWrongArguments = 2;
+
+/// The line for standard error when there is no memory, without line ending.
+inline constexpr std::string_view kOutOfMemoryLine =
+    "orvane: There is not enough memory. (std::bad_alloc) --disk-cache keeps a layer out of memory; "
+    "a line of the file must fit into it, six times over.";
 
 /// Wrong arguments, found by this program; what() is the whole text in UTF-8 and may hold further
 /// lines with a list. Ends the program with exit status 2.

@@ -2,12 +2,14 @@
 #include "CommandLine.h"
 #include "Failure.h"
 #include "Interrupt.h"
+#include "LastResort.h"
 
 #include <cstdio>
 #include <exception>
 
 int main(int argumentCount, char** arguments)
 {
+    OrvaneHost::LastResort::Install();
     OrvaneHost::Interrupt::Install();
     try {
         return OrvaneHost::RunCommandLine(argumentCount, arguments);

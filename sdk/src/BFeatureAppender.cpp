@@ -240,6 +240,7 @@ void BFeatureAppender::UsePage(BFeaturePage& page) noexcept
     m_columnCount = page.data.size();
     m_nextColumn = 0;
     m_isPageFull = false;
+    m_hasGrown = false;
     m_begunEnd = 0;
     m_values = 0;
     m_placeholders = 0;
@@ -355,8 +356,10 @@ bool BFeatureAppender::IsFull() const noexcept
 void BFeatureAppender::GrowText(BTextArray& texts, std::string_view bytes, ETextEncoding encoding)
 {
     AppendText(texts, bytes, encoding);
-    if (texts.bytes.GetSize() > kFullTextBytes || IsFull()) {
-        m_isPageFull = true;
+    m_isPageFull = m_isPageFull || texts.bytes.GetSize() > kFullTextBytes;
+    // The page's size, a sum over all columns, is looked at once, when the row ends.
+    m_hasGrown = m_hasGrown || m_features.m_file != nullptr;
+    if (m_isPageFull || m_hasGrown) {
         m_plainRows = 0;
     }
 }
@@ -441,6 +444,10 @@ void BFeatureAppender::SwitchToNameTexts()
 
 void BFeatureAppender::FinishOddRow(std::size_t rows)
 {
+    if (m_hasGrown) {
+        m_isPageFull = m_isPageFull || IsFull();
+        m_hasGrown = false;
+    }
     // Everything that can fail comes before the rows are counted. Rows that were begun and not
     // ended yet keep their page.
     const std::size_t end = m_page->rowCount + rows;

@@ -94,6 +94,25 @@ class CliTest(unittest.TestCase):
         with open(self.path(name), "rb") as file:
             return file.read()
 
+    def mapped_bytes(self):
+        """What the program has mapped when it opens a file."""
+        self.write("slow-open.csv", "1\n")
+        process = subprocess.Popen(
+            [PROGRAM, "read", "slow-open.csv", "--plugin", FAKE], cwd=self.folder,
+            stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
+            env=dict(os.environ, ORVANE_FAKE_MARK=self.path("mark")))
+        try:
+            while not os.path.exists(self.path("mark")):
+                self.assertIsNone(process.poll(), "the program ended too early")
+                time.sleep(0.001)
+            with open(f"/proc/{process.pid}/status", encoding="ascii") as status:
+                return int(re.search(r"VmSize:\s*(\d+) kB", status.read())[1]) * 1024
+        finally:
+            process.kill()
+            process.wait()
+            os.remove(self.path("mark"))
+            os.remove(self.path("slow-open.csv"))
+
 
 class ArgumentsTest(CliTest):
     def test_every_command_has_help_with_examples(self):
@@ -886,23 +905,6 @@ class DiskCacheTest(CliTest):
         self.assertEqual((process.returncode, out, err), (1, "", SignalsTest.LINE))
         self.assert_cache_empty()
         self.assert_folder("cache", "endless-million.csv", "mark")
-
-    def mapped_bytes(self):
-        """What the program has mapped when it opens a file."""
-        self.write("slow-open.csv", "1\n")
-        process = subprocess.Popen(
-            [PROGRAM, "read", "slow-open.csv", "--plugin", FAKE], cwd=self.folder,
-            stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
-            env=dict(os.environ, ORVANE_FAKE_MARK=self.path("mark")))
-        try:
-            while not os.path.exists(self.path("mark")):
-                self.assertIsNone(process.poll(), "the program ended too early")
-                time.sleep(0.001)
-            with open(f"/proc/{process.pid}/status", encoding="ascii") as status:
-                return int(re.search(r"VmSize:\s*(\d+) kB", status.read())[1]) * 1024
-        finally:
-            process.kill()
-            process.wait()
 
     def test_goes_to_disk_by_itself_when_memory_is_short_and_says_so(self):
         # Rows of empty whole numbers: a byte of the file takes four in memory, and is estimated at

@@ -134,6 +134,53 @@ class FullDiskTest(FaultsTest):
                         self.assertRegex(error, r"^orvane: Could not [^\n]+\n$")
 
 
+class MemoryLimitTest(FaultsTest):
+    """Address spaces from too small to large enough; libraries, too, have no more."""
+
+    def clean(self):
+        for name in os.listdir(self.folder):
+            if name.startswith(".orvane-"):
+                shutil.rmtree(self.path(name))
+            elif name != "m.csv":
+                os.remove(self.path(name))
+
+    def test_an_import_is_done_or_ends_with_a_line(self):
+        mapped = self.mapped_bytes()
+        for extension in FORMATS:
+            # FlatGeobuf's writer makes its index at the end, where an exception must not leave it.
+            rows, step = (100000, 2) if extension == "fgb" else (10000, 10)
+            self.write_rows("m.csv", rows)
+            out = "out." + extension
+            self.succeed("import", "m.csv", out, "--crs", "EPSG:4326")
+            whole = sorted(os.listdir(self.folder))
+            outcomes = set()
+            for added in range(-40, 100, 1 if ALL else step):
+                limit = mapped + (added << 20)
+                with self.subTest(extension=extension, added=added):
+                    self.clean()
+                    self.write(out, "old")
+                    result = self.run_orvane(
+                        "import", "m.csv", out, "--crs", "EPSG:4326",
+                        preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_AS, (limit, limit)))
+                    outcomes.add(result.status)
+                    if result.status == 0:
+                        self.assert_folder(*whole)
+                        if added % 10 == 0:
+                            self.assertEqual(len(self.dump(out)["features"]), rows)
+                        continue
+                    # The system loads the program's libraries; what it says is its own.
+                    self.assertIn(result.status, (1, 2, 127))
+                    if result.status != 127:
+                        # Behind the note, if any, that the layer's pages go to the disk.
+                        self.assertRegex(result.err, r"^(orvane: note: [^\n]+\n)?orvane: [^\n]+\n$")
+                    self.assertEqual(self.content(out), b"old")
+                    # What could not be removed for want of memory goes with the next import.
+                    self.assertEqual([name for name in sorted(os.listdir(self.folder))
+                                      if not name.startswith(".orvane-")], ["m.csv", out])
+            self.clean()
+            self.assertTrue({0, 1} <= outcomes, outcomes)
+
+
 class ClosedStreamsTest(FaultsTest):
     """What CliTest's streams do not come to: readers that go away in the middle."""
 

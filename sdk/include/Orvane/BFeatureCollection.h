@@ -378,7 +378,8 @@ private:
         m_nextColumn = 0;
     }
 
-    /// Whether the page has grown too large for the disk cache and ends with the row.
+    /// Whether the page has grown too large for the disk cache and ends with the row; adds up the
+    /// sizes of all columns.
     [[nodiscard]] bool IsFull() const noexcept;
     void GrowText(BTextArray& texts, std::string_view bytes, ETextEncoding encoding);
     void EndOddRow(EPointKind kind, double x, double y, double z, std::uint32_t nameNumber);
@@ -419,6 +420,7 @@ private:
     EPointKind m_plainKind = EPointKind::None;
     bool m_hasNameTexts = false;
     bool m_isPageFull = false;
+    bool m_hasGrown = false;               ///< texts of the row at hand took more memory
     std::size_t m_begunEnd = 0;            ///< behind the last row of BeginRows
     std::vector<std::size_t> m_prefaulted; ///< values of each array that have their memory
 };
