@@ -29,6 +29,43 @@ constexpr const char* kDefinitionError =
     "\t\t\t\t\t\t\t\t\t Each record definition should look like \t\t\t\t\t\t\t\t\t "
     "ColNumber,ColName,ColType,ColLength,ColPrecision";
 
+/// A definition, by its index in the list, at one of its positions.
+struct PlacedDefinition
+{
+    std::size_t position;
+    std::size_t index;
+};
+
+/// Every position below the list's length with the definitions that belong to it, positions in
+/// ascending order and the definitions of one in list order.
+std::vector<PlacedDefinition> PlaceDefinitions(const std::vector<BString>& definitions)
+{
+    std::vector<PlacedDefinition> placed;
+    placed.reserve(definitions.size());
+    for (std::size_t index = 0; index < definitions.size(); ++index) {
+        // Rule: a definition belongs to every position whose digits it begins with. Positions are
+        // written without leading zeros.
+        std::size_t position = 0;
+        for (const char16_t unit : definitions[index].View()) {
+            if (unit < u'0' || unit > u'9') {
+                break;
+            }
+            position = position * 10 + (unit - u'0');
+            if (position >= definitions.size()) {
+                break;
+            }
+            placed.push_back({position, index});
+            if (position == 0) {
+                break;
+            }
+        }
+    }
+    std::stable_sort(placed.begin(), placed.end(), [](const auto& a, const auto& b) {
+        return a.position < b.position;
+    });
+    return placed;
+}
+
 } // namespace
 
 BAttributeDefs Schema(const std::vector<BString>& lines,
@@ -122,23 +159,16 @@ BAttributeDefs SetSchema(const BParamList& params, unsigned columnCount, std::ve
     schema.Reserve(definitions.size());
     BAttributeDef def;
     std::vector<BString> values;
-    for (std::size_t position = 0; position < definitions.size(); ++position) {
-        const BString key = BString::FromInteger(static_cast<std::int64_t>(position));
-        for (const BString& definition : definitions) {
-            // Rule: a definition belongs to every position whose digits it begins with.
-            if (!definition.StartsWith(key.View())) {
-                continue;
-            }
-            BString::Tokenize(definition, values, ",");
-            if (values.size() != kDefinitionValues) {
-                throw Orvane::BException(kDefinitionError, "AsciiSchema::SetSchema");
-            }
-            def.SetName(values[1]);
-            def.SetType(EVariantType{Orvane::BNumbers::Atoi(values[2].Ascii())});
-            def.SetLength(Orvane::BNumbers::Atoi(values[3].Ascii()));
-            def.SetPrecision(Orvane::BNumbers::Atoi(values[4].Ascii()));
-            schema.Add(def);
+    for (const PlacedDefinition& placed : PlaceDefinitions(definitions)) {
+        BString::Tokenize(definitions[placed.index], values, ",");
+        if (values.size() != kDefinitionValues) {
+            throw Orvane::BException(kDefinitionError, "AsciiSchema::SetSchema");
         }
+        def.SetName(values[1]);
+        def.SetType(EVariantType{Orvane::BNumbers::Atoi(values[2].Ascii())});
+        def.SetLength(Orvane::BNumbers::Atoi(values[3].Ascii()));
+        def.SetPrecision(Orvane::BNumbers::Atoi(values[4].Ascii()));
+        schema.Add(def);
     }
     std::int64_t expected = columnCount;
     for (const BString* key : {&Orvane::X_COLUMN, &Orvane::Y_COLUMN, &Orvane::Z_COLUMN}) {
