@@ -28,8 +28,21 @@ constexpr std::size_t CountPlaceholdersOfAPage(std::size_t columns)
 /// A page ends early when one of its columns has this many bytes of text.
 constexpr std::size_t kFullTextBytes = std::size_t{256} << 20;
 
-/// A page that is to go to disk ends early when it takes this many bytes of memory.
+/// A page that is to go to disk ends early when its values take this many bytes of memory.
 constexpr std::size_t kFullDiskPageBytes = std::size_t{16} << 20;
+
+/// What the columns of a page take while they are empty.
+std::size_t CountBytesOfColumns(const BFeaturePage& page) noexcept
+{
+    return page.data.capacity() * sizeof(BColumnData);
+}
+
+/// The values of very many columns may take twice what the columns do: pages of a row or two would
+/// be made of columns alone.
+std::size_t CountBytesOfADiskPage(const BFeaturePage& page) noexcept
+{
+    return std::max(kFullDiskPageBytes, 2 * CountBytesOfColumns(page));
+}
 
 constexpr std::size_t kMaxNumberDigits = 10;
 
@@ -253,8 +266,8 @@ void BFeatureAppender::UpdateRowLimit() noexcept
 {
     m_rowLimit = m_features.m_pageRows;
     if (m_features.m_file) {
-        m_rowLimit =
-            std::clamp<std::size_t>(kFullDiskPageBytes / 2 / RowWidth(*m_page), 1, m_rowLimit);
+        const std::size_t rows = CountBytesOfADiskPage(*m_page) / 2 / RowWidth(*m_page);
+        m_rowLimit = std::clamp<std::size_t>(rows, 1, m_rowLimit);
     }
 }
 
@@ -350,7 +363,8 @@ void BFeatureAppender::WidenPage(const std::shared_ptr<const std::vector<BColumn
 
 bool BFeatureAppender::IsFull() const noexcept
 {
-    return m_features.m_file && m_page->GetByteSize() > kFullDiskPageBytes;
+    return m_features.m_file &&
+           m_page->GetByteSize() > CountBytesOfColumns(*m_page) + CountBytesOfADiskPage(*m_page);
 }
 
 void BFeatureAppender::GrowText(BTextArray& texts, std::string_view bytes, ETextEncoding encoding)
