@@ -14,7 +14,8 @@ inline constexpr int kExitWrongArguments = 2;
 
 /// The line for standard error when there is no memory, without line ending.
 inline constexpr std::string_view kOutOfMemoryLine =
-    "orvane: There is not enough memory. (std::bad_alloc) --disk-cache keeps a layer out of memory; "
+    "orvane: There is not enough memory. (std::bad_alloc) --disk-cache keeps a layer out of "
+    "memory; "
     "a line of the file must fit into it, six times over.";
 
 /// Wrong arguments, found by this program; what() is the whole text in UTF-8 and may hold further
