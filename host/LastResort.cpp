@@ -14,7 +14,8 @@ namespace {
 void Write(std::string_view text) noexcept
 {
     // There is nobody left to tell that this failed.
-    static_cast<void>(!write(STDERR_FILENO, text.data(), text.size()));
+    const ssize_t ignored = write(STDERR_FILENO, text.data(), text.size());
+    static_cast<void>(ignored);
 }
 
 [[noreturn]] void HandleTerminate() noexcept

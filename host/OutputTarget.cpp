@@ -108,11 +108,12 @@ public:
     ~Replacement()
     {
         std::error_code ignored;
-        for (auto step = m_steps.rbegin(); step != m_steps.rend(); ++step) {
-            if (!step->kept.empty()) {
-                fs::rename(step->kept, step->place, ignored);
-            } else if (step->isNew) {
-                fs::remove(step->place, ignored);
+        for (; !m_steps.empty(); m_steps.pop_back()) {
+            const Step& step = m_steps.back();
+            if (!step.kept.empty()) {
+                fs::rename(step.kept, step.place, ignored);
+            } else if (step.isNew) {
+                fs::remove(step.place, ignored);
             }
         }
     }
