@@ -6,7 +6,6 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <string>
@@ -103,6 +102,6 @@ extern "C" std::size_t LLVMFuzzerCustomMutator(std::uint8_t* data,
         return LLVMFuzzerMutate(data, size, largestSize);
     }
     const std::size_t madeSize = std::min(made.size(), largestSize);
-    std::memcpy(data, made.data(), madeSize);
+    std::copy_n(made.data(), madeSize, reinterpret_cast<char*>(data));
     return madeSize;
 }
