@@ -33,6 +33,11 @@ void ExpectSame(const std::string& what, const std::string& expected, const std:
     }
 }
 
+std::string YesOrNo(bool value)
+{
+    return value ? "yes" : "no";
+}
+
 std::string Escaped(std::string_view bytes)
 {
     std::string result = "\"";
@@ -63,7 +68,7 @@ QString ScratchName(const QString& name)
 
 QString ScratchFile(const QString& name, const QByteArray& content)
 {
-    const QString path = ScratchName(name);
+    QString path = ScratchName(name);
     QFile file(path);
     if (content.isNull()) {
         file.remove();

@@ -26,6 +26,9 @@ std::string MakeInput(Dice& dice);
 /// Fails when the two are not the same. @param what names the answer that is looked at
 void ExpectSame(const std::string& what, const std::string& expected, const std::string& actual);
 
+/// "yes" or "no".
+std::string YesOrNo(bool value);
+
 /// Bytes as in a C literal.
 std::string Escaped(std::string_view bytes);
 

@@ -175,7 +175,7 @@ void CheckTexts(std::string_view bytes)
                       }).has_value() &&
                       areAllTaken;
     }
-    ExpectSame("options are taken", std::to_string(areAllTaken), std::to_string(whole.has_value()));
+    ExpectSame("options are taken", YesOrNo(areAllTaken), YesOrNo(whole.has_value()));
 }
 
 void CheckEscape(std::string_view bytes)

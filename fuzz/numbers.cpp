@@ -9,7 +9,6 @@
 #include <Orvane/BString.h>
 #include <Orvane/BStringQt.h>
 
-#include <cmath>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -50,11 +49,9 @@ void ExpectRoundTrip(Real value)
     } else {
         back = strtod_l(text.c_str(), nullptr, PlainLocale());
     }
-    const bool isSame =
-        (std::isnan(value) && std::isnan(back)) || std::memcmp(&value, &back, sizeof value) == 0;
-    if (!isSame) {
-        Fail(Bits(static_cast<double>(value)) + " becomes \"" + text + "\"");
-    }
+    ExpectSame("number \"" + text + "\" read again",
+               Bits(static_cast<double>(value)),
+               Bits(static_cast<double>(back)));
 }
 
 void ExpectCoordinate(const QString& text, std::u16string_view units)

@@ -50,7 +50,7 @@ struct Scalars
 std::string Describe(const Scalars& scalars)
 {
     return std::to_string(scalars.integer) + " " + Bits(scalars.real) + " " +
-           std::to_string(scalars.boolean) + " " + scalars.text;
+           YesOrNo(scalars.boolean) + " " + scalars.text;
 }
 
 Scalars OfReal(double value)
@@ -161,15 +161,15 @@ void CheckKey(const BParamList& params, const Entries& entries, const BString& k
         entries.begin(), entries.end(), [&key](const auto& entry) { return entry.first == key; });
     const std::string title = "option " + Quoted(key);
     const bool isThere = found != entries.end();
-    ExpectSame(title, std::to_string(isThere), std::to_string(params.HasProperty(key)));
-    ExpectSame(title, std::to_string(isThere), std::to_string(params.Find(key) != nullptr));
+    ExpectSame(title, YesOrNo(isThere), YesOrNo(params.HasProperty(key)));
+    ExpectSame(title, YesOrNo(isThere), YesOrNo(params.Find(key) != nullptr));
     Scalars actual;
     actual.integer = params.GetInteger(key, -77);
     actual.real = params.GetDouble(key, -7.5);
     actual.boolean = params.GetBoolean(key, true);
     actual.text = Quoted(params.GetString(key, "absent"));
     if (!isThere) {
-        ExpectSame(title + ", absent", "-77 -7.5 (-0x1.ep+2) 1 \"absent\"", Describe(actual));
+        ExpectSame(title + ", absent", "-77 -7.5 (-0x1.ep+2) yes \"absent\"", Describe(actual));
         ExpectSame(title + ", absent", "texts numbers", DescribeLists(params, key));
         ExpectSame(
             title + ", type", "0", std::to_string(static_cast<int>(params.GetValueType(key))));

@@ -21,26 +21,24 @@ std::string Answer(std::basic_string_view<Unit> text)
 {
     using namespace AsciiReader::ValueRules;
     return "type " + std::to_string(DetectType(text)) + " digits " +
-           std::to_string(CountDigits(text)) + " boolean " + std::to_string(IsBooleanWord(text)) +
-           " true " + std::to_string(IsTrueWord(text)) + " quotes " +
-           std::to_string(CountQuotes(text));
+           std::to_string(CountDigits(text)) + " boolean " + YesOrNo(IsBooleanWord(text)) +
+           " true " + YesOrNo(IsTrueWord(text)) + " quotes " + std::to_string(CountQuotes(text));
 }
 
 std::string Answer(const Orvane::BString& text)
 {
     using namespace AsciiReader::AsciiUtils;
     return "type " + std::to_string(DetectType(text)) + " digits " +
-           std::to_string(CountDigits(text)) + " boolean " + std::to_string(IsBooleanWord(text)) +
-           " true " + std::to_string(IsTrueWord(text)) + " quotes " +
-           std::to_string(CountQuotes(text));
+           std::to_string(CountDigits(text)) + " boolean " + YesOrNo(IsBooleanWord(text)) +
+           " true " + YesOrNo(IsTrueWord(text)) + " quotes " + std::to_string(CountQuotes(text));
 }
 
 std::string LiteralAnswer(const QString& text)
 {
     using namespace LiteralReader::Rules;
     return "type " + std::to_string(DetectType(text)) + " digits " +
-           std::to_string(CountDigits(text)) + " boolean " + std::to_string(IsBooleanWord(text)) +
-           " true " + std::to_string(IsTrueWord(text)) + " quotes " +
+           std::to_string(CountDigits(text)) + " boolean " + YesOrNo(IsBooleanWord(text)) +
+           " true " + YesOrNo(IsTrueWord(text)) + " quotes " +
            std::to_string(text.count(QLatin1Char('"')));
 }
 
