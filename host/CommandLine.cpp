@@ -66,9 +66,28 @@ struct CommandSet
 constexpr const char* kExitStatusText =
     "Exit status: 0 done, 1 the data failed, 2 wrong arguments.";
 
+/// Refuses an empty text: what a script writes with a variable that is not set is not taken for
+/// an argument that is absent.
+CLI::Validator NotEmpty()
+{
+    return {[](const std::string& text) {
+                return text.empty() ? std::string("The text is empty.") : std::string();
+            },
+            ""};
+}
+
+void AddPlugin(CLI::App& command, Arguments& arguments)
+{
+    command.add_option("--plugin", arguments.plugin, "The plug-in module to load")
+        ->type_name("PATH")
+        ->check(NotEmpty());
+}
+
 void AddReaderArguments(CLI::App& command, Arguments& arguments)
 {
-    command.add_option("FILE", arguments.file, "The delimited text file")->required();
+    command.add_option("FILE", arguments.file, "The delimited text file")
+        ->required()
+        ->check(NotEmpty());
     command
         .add_option("--option,-o",
                     arguments.options,
@@ -80,9 +99,9 @@ void AddReaderArguments(CLI::App& command, Arguments& arguments)
         .add_option("--options",
                     arguments.optionFile,
                     "A JSON file with an object of reader options; --option outranks it")
-        ->type_name("FILE.json");
-    command.add_option("--plugin", arguments.plugin, "The plug-in module to load")
-        ->type_name("PATH");
+        ->type_name("FILE.json")
+        ->check(NotEmpty());
+    AddPlugin(command, arguments);
 }
 
 CLI::Option* AddDiskCache(CLI::App& command, Arguments& arguments)
@@ -131,10 +150,12 @@ CLI::App* AddImport(CLI::App& app, Arguments& arguments)
     CLI::App* command =
         app.add_subcommand("import", "Write a file's points to a GeoPackage or another format");
     AddReaderArguments(*command, arguments);
-    command->add_option("OUT",
-                        arguments.out,
-                        "The file to write, its format by its extension: .gpkg, .fgb, .geojson, "
-                        ".json, .geojsonl, .geojsons, .shp, .csv; FILE with .gpkg when absent");
+    command
+        ->add_option("OUT",
+                     arguments.out,
+                     "The file to write, its format by its extension: .gpkg, .fgb, .geojson, "
+                     ".json, .geojsonl, .geojsons, .shp, .csv; FILE with .gpkg when absent")
+        ->check(NotEmpty());
     const auto addColumn = [&](const char* name, std::string& value, const char* text) {
         command->add_option(name, value, text)->type_name("NAME|INDEX");
     };
@@ -143,7 +164,8 @@ CLI::App* AddImport(CLI::App& app, Arguments& arguments)
     addColumn("--y", arguments.y, "Column of Y (latitude, northing)");
     addColumn("--z", arguments.z, "Column of Z (height); none when absent");
     command->add_option("--crs", arguments.crs, "The coordinate system, for example EPSG:4326")
-        ->type_name("AUTHORITY:CODE");
+        ->type_name("AUTHORITY:CODE")
+        ->check(NotEmpty());
     CLI::Option* diskCache = AddDiskCache(*command, arguments);
     command
         ->add_flag("--no-disk-cache",
@@ -171,7 +193,7 @@ CommandSet DefineCommands(CLI::App& app, Arguments& arguments)
 {
     app.formatter(std::make_shared<HelpFormatter>());
     app.set_version_flag("--version", "orvane " ORVANE_VERSION);
-    app.add_option("--plugin", arguments.plugin, "The plug-in module to load")->type_name("PATH");
+    AddPlugin(app, arguments);
     app.require_subcommand(1);
     CommandSet commands{};
     commands.import = AddImport(app, arguments);

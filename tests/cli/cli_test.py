@@ -1135,6 +1135,26 @@ class ImportFailuresTest(CliTest):
                 self.assert_failure(self.run_orvane("import", *arguments), 2, "orvane: " + line)
         self.assert_folder("s.csv")
 
+    def test_an_empty_text_is_not_an_absent_argument(self):
+        cases = (
+            ("FILE", ("import", "", "out.gpkg")),
+            ("OUT", ("import", "s.csv", "")),
+            ("--options", ("import", "s.csv", "out.gpkg", "--options", "")),
+            ("--crs", ("import", "s.csv", "out.gpkg", "--crs", "")),
+            ("--plugin", ("import", "s.csv", "out.gpkg", "--plugin", "")),
+            ("FILE", ("read", "")),
+            ("FILE", ("preview", "")),
+        )
+        for name, arguments in cases:
+            with self.subTest(name=name, arguments=arguments):
+                self.assert_failure(
+                    self.run_orvane(*arguments),
+                    2,
+                    f"orvane: {name}: The text is empty. "
+                    "(command line; 'orvane --help' lists the commands)",
+                )
+        self.assert_folder("s.csv")
+
     def test_more_columns_than_a_geopackage_holds(self):
         for count in (1998, 1999):
             names = ",".join(f"c{index}" for index in range(count))
