@@ -487,6 +487,49 @@ class OptionFilesTest(FaultsTest):
                 self.assertLess(len(result.err), 10000)
 
 
+class RandomArgumentsTest(FaultsTest):
+    COMMANDS = (b"import", b"read", b"preview", b"options")
+    TEXTS = (
+        *COMMANDS, b"s.csv", b"o.json", b"o.gpkg", b"o.csv", b"-o", b"--option", b"X_COLUMN=0",
+        b"-oY_COLUMN=1", b"USE_TAB", b"--options", b"--json", b"--json=2", b"--json=x", b"--x", b"--y",
+        b"--z", b"--x=lon", b"--x=", b"--x=[1,2]", b"lat", b"0", b"-1", b"-1.5", b"--crs", b"EPSG:4326",
+        b"--disk-cache", b"--disk-cache=.", b"--disk-cache=", b"--disk-cache=false", b"--no-disk-cache",
+        b"--no-disk-cache=x", b"--plugin", b"--help", b"--help-all", b"--version", b"--config", b"--",
+        b"-", b"", b"=", b"--=", b"-vvv", b"[", b"[]", b"{}", b"%%", b"++", b'"', b"'", b"a b", b"\n",
+        b"\x1b[0m", b"\xff", b"\xc2\x9b", b"!s.csv")
+
+    def make(self, source):
+        arguments = [source.choice(self.COMMANDS)] if source.random() < 0.8 else []
+        arguments += [source.choice(self.TEXTS) for _ in range(source.randrange(7))]
+        if source.random() < 0.3:
+            arguments = [bytes(source.randrange(1, 256) if source.random() < 0.1 else byte
+                               for byte in argument) for argument in arguments]
+        return arguments
+
+    def test_any_mix_is_done_or_ends_with_a_line(self):
+        inputs = {"s.csv": STATIONS, "o.json": '{"X_COLUMN": 0}'}
+        source = random.Random(SEED)
+        ends = set()
+        for _ in range(3000 if ALL else 120):
+            for name in os.listdir(self.folder):
+                os.remove(self.path(name))
+            for name, content in inputs.items():
+                self.write(name, content)
+            arguments = self.make(source)
+            with self.subTest(arguments=arguments):
+                result = self.run_orvane(*arguments)
+                ends.add(result.status)
+                self.assertIn(result.status, (0, 1, 2))
+                self.assertNotRegex(result.err + result.out, r"[\x00-\x09\x0b-\x1f\x7f-\x9f]")
+                if result.status != 0:
+                    self.assertRegex(result.err, r"^orvane: ")
+                    # The list of the columns to choose from stands below its line.
+                    if "Which columns hold X and Y?" not in result.err:
+                        self.assertEqual(result.err.count("\n"), 1)
+                    self.assert_folder(*inputs)
+        self.assertEqual(ends, {0, 1, 2})
+
+
 class PluginFolderTest(FaultsTest):
     def test_whatever_lies_beside_the_plug_in_is_left_alone(self):
         folder = self.path("bin")
