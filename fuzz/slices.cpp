@@ -53,17 +53,15 @@ std::unique_ptr<AsciiFile> OpenEngine(const QString& path, const BParamList& par
 /// Options whose reads can be foretold line by line.
 bool IsForetold(const BParamList& params)
 {
-    for (const Orvane::BString& key : {Orvane::FIRST_LINE_COLUMN_NAMES,
-                                       Orvane::NAME_COLUMN,
-                                       Orvane::ASCII_HEADER_IDENTIFIER,
-                                       Orvane::ASCII_HEADER_BLANK_LINE,
-                                       Orvane::ASCII_HEADER_COUNT,
-                                       Orvane::IGNORE_BLANK_ROWS}) {
-        if (params.HasProperty(key)) {
-            return false;
-        }
-    }
-    return true;
+    const auto keys = {Orvane::FIRST_LINE_COLUMN_NAMES,
+                       Orvane::NAME_COLUMN,
+                       Orvane::ASCII_HEADER_IDENTIFIER,
+                       Orvane::ASCII_HEADER_BLANK_LINE,
+                       Orvane::ASCII_HEADER_COUNT,
+                       Orvane::IGNORE_BLANK_ROWS};
+    return std::none_of(keys.begin(), keys.end(), [&params](const Orvane::BString& key) {
+        return params.HasProperty(key);
+    });
 }
 
 /// What slices of these limits must hold, by the lines of the file and the features of a whole
@@ -129,8 +127,7 @@ void CheckForetold(const QString& path, const BParamList& params, std::string_vi
             ++row;
             ++added;
         }
-        ExpectSame(
-            "whether a limit ended the slice", std::to_string(isLimited), std::to_string(!isWhole));
+        ExpectSame("whether a limit ended the slice", YesOrNo(isLimited), YesOrNo(!isWhole));
     }
     ExpectSame("rows of all slices", std::to_string(row), std::to_string(rows.GetCount()));
 }
