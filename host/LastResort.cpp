@@ -3,6 +3,9 @@
 
 #include "Failure.h"
 
+#include <algorithm>
+#include <array>
+#include <cstddef>
 #include <exception>
 #include <new>
 #include <unistd.h>
@@ -16,6 +19,18 @@ void Write(std::string_view text) noexcept
     // There is nobody left to tell that this failed.
     const ssize_t ignored = write(STDERR_FILENO, text.data(), text.size());
     static_cast<void>(ignored);
+}
+
+/// The reason may hold a file's name or its data; there is no memory for proper escapes.
+void WriteShowable(std::string_view text) noexcept
+{
+    std::array<char, 500> shown{};
+    const std::size_t size = std::min(text.size(), shown.size());
+    for (std::size_t i = 0; i < size; ++i) {
+        const bool isShowable = text[i] >= 0x20 && text[i] < 0x7F;
+        shown[i] = isShowable ? text[i] : '?';
+    }
+    Write({shown.data(), size});
 }
 
 [[noreturn]] void HandleTerminate() noexcept
@@ -50,7 +65,7 @@ void End(std::string_view reason) noexcept
         Write(kOutOfMemoryLine);
     } else {
         Write("orvane: The program can not go on: ");
-        Write(reason);
+        WriteShowable(reason);
         Write(" (orvane)");
     }
     Write("\n");

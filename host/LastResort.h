@@ -11,9 +11,10 @@ namespace OrvaneHost::LastResort {
 void Install() noexcept;
 
 /// Ends the program at once with exit status 1 and a line on standard error: that there is not
-/// enough memory when the exception being handled is std::bad_alloc, else `reason`. Asks for no
-/// memory. Nothing is unwound: the hidden folder of an import stays, and the next import removes
-/// it; the output is the old one.
+/// enough memory when the exception being handled is std::bad_alloc, else the first 500 bytes of
+/// `reason`, with a question mark for each that is no printable ASCII. Asks for no memory. Nothing
+/// is unwound: the hidden folder of an import stays, and the next import removes it; the output is
+/// the old one.
 [[noreturn]] void End(std::string_view reason) noexcept;
 
 } // namespace OrvaneHost::LastResort
