@@ -6,6 +6,7 @@
 #include <cstring>
 #include <dlfcn.h>
 #include <execinfo.h>
+#include <malloc.h>
 #include <unistd.h>
 
 extern "C" {
@@ -194,21 +195,21 @@ void* malloc(std::size_t size)
     return address;
 }
 
-void* calloc(std::size_t count, std::size_t size)
+void* calloc(std::size_t nmemb, std::size_t size)
 {
-    void* const address = Fails() ? nullptr : __libc_calloc(count, size);
-    Add(address, count * size);
+    void* const address = Fails() ? nullptr : __libc_calloc(nmemb, size);
+    Add(address, nmemb * size);
     return address;
 }
 
-void* realloc(void* address, std::size_t size)
+void* realloc(void* ptr, std::size_t size)
 {
     if (Fails()) {
         return nullptr;
     }
-    void* const moved = __libc_realloc(address, size);
+    void* const moved = __libc_realloc(ptr, size);
     if (moved != nullptr || size == 0) {
-        Remove(address);
+        Remove(ptr);
     }
     Add(moved, size);
     return moved;
@@ -226,20 +227,20 @@ void* aligned_alloc(std::size_t alignment, std::size_t size)
     return memalign(alignment, size);
 }
 
-int posix_memalign(void** result, std::size_t alignment, std::size_t size)
+int posix_memalign(void** memptr, std::size_t alignment, std::size_t size)
 {
     void* const address = memalign(alignment, size);
     if (address == nullptr) {
         return ENOMEM;
     }
-    *result = address;
+    *memptr = address;
     return 0;
 }
 
-void free(void* address)
+void free(void* ptr)
 {
-    Remove(address);
-    __libc_free(address);
+    Remove(ptr);
+    __libc_free(ptr);
 }
 }
 

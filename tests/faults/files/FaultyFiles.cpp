@@ -25,11 +25,11 @@ Answer Ask(ECall call, int descriptor)
     }
     char name[64];
     std::snprintf(name, sizeof name, "/proc/self/fd/%d", descriptor);
-    char path[4096];
-    const ssize_t size = readlink(name, path, sizeof path);
+    char target[4096];
+    const ssize_t size = readlink(name, target, sizeof target);
     const std::size_t length = watchedPath.size();
     if (size < 0 || static_cast<std::size_t>(size) < length ||
-        watchedPath.compare(0, length, path, length) != 0) {
+        watchedPath.compare(0, length, target, length) != 0) {
         return {};
     }
     return watchedRule(call, ++callCount);
@@ -67,34 +67,34 @@ using FaultyFiles::ECall;
 
 extern "C" {
 
-ssize_t read(int descriptor, void* buffer, size_t size)
+ssize_t read(int fd, void* buf, size_t nbytes)
 {
-    const Answer answer = Ask(ECall::Read, descriptor);
+    const Answer answer = Ask(ECall::Read, fd);
     if (answer.error != 0) {
         errno = answer.error;
         return -1;
     }
-    return syscall(SYS_read, descriptor, buffer, std::min(size, answer.most));
+    return syscall(SYS_read, fd, buf, std::min(nbytes, answer.most));
 }
 
-ssize_t write(int descriptor, const void* buffer, size_t size)
+ssize_t write(int fd, const void* buf, size_t n)
 {
-    const Answer answer = Ask(ECall::Write, descriptor);
+    const Answer answer = Ask(ECall::Write, fd);
     if (answer.error != 0) {
         errno = answer.error;
         return -1;
     }
-    return syscall(SYS_write, descriptor, buffer, std::min(size, answer.most));
+    return syscall(SYS_write, fd, buf, std::min(n, answer.most));
 }
 
-off64_t lseek64(int descriptor, off64_t offset, int whence) noexcept
+off64_t lseek64(int fd, off64_t offset, int whence) noexcept
 {
-    const Answer answer = Ask(ECall::Seek, descriptor);
+    const Answer answer = Ask(ECall::Seek, fd);
     if (answer.error != 0) {
         errno = answer.error;
         return -1;
     }
-    return syscall(SYS_lseek, descriptor, offset, whence);
+    return syscall(SYS_lseek, fd, offset, whence);
 }
 }
 
