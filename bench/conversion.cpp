@@ -1,9 +1,9 @@
 // Benchmark of RowPlan: split rows to the rows of a layer.
 #include "BenchSupport.h"
 #include "layer/RowPlan.h"
-#include "layer/Separator.h"
-#include "layer/TextView.h"
-#include "reader/Constants.h"
+#include "text/Constants.h"
+#include "text/Separator.h"
+#include "text/TextView.h"
 
 #include <Orvane/BAttributeDefs.h>
 #include <Orvane/BFeatureCollection.h>

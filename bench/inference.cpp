@@ -1,7 +1,7 @@
 // Benchmark of AsciiSchema: rows to column types.
 #include "BenchSupport.h"
-#include "reader/Constants.h"
 #include "schema/AsciiSchema.h"
+#include "text/Constants.h"
 
 #include <Orvane/Constants.h>
 

@@ -1,6 +1,6 @@
 // Benchmark of LineSource: a file's bytes to logical lines, read from the page cache.
 #include "BenchSupport.h"
-#include "file/LineSource.h"
+#include "lines/LineSource.h"
 
 #include <Orvane/BKeyValuePairs.h>
 

@@ -1,7 +1,7 @@
 // Benchmark of the conversions from text to number and of the type detection, with std::from_chars
 // on the same texts as the yardstick.
 #include "BenchSupport.h"
-#include "layer/ValueRules.h"
+#include "text/ValueRules.h"
 
 #include <Orvane/BNumbers.h>
 

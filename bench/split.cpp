@@ -1,8 +1,8 @@
 // Benchmark of Separator: one logical line to fields.
 #include "BenchSupport.h"
-#include "layer/Separator.h"
-#include "layer/TextView.h"
-#include "reader/Constants.h"
+#include "text/Constants.h"
+#include "text/Separator.h"
+#include "text/TextView.h"
 
 #include <utility>
 

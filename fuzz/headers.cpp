@@ -4,7 +4,7 @@
 #include "FuzzInput.h"
 #include "Samples.h"
 #include "TextMaker.h"
-#include "file/HeaderRule.h"
+#include "lines/HeaderRule.h"
 #include "support/ReaderTraces.h"
 
 #include <Orvane/BStringQt.h>

@@ -3,7 +3,7 @@
 #include "Fuzz.h"
 #include "FuzzInput.h"
 #include "TextMaker.h"
-#include "file/LineSource.h"
+#include "lines/LineSource.h"
 #include "support/LiteralRules.h"
 #include "support/ReaderTraces.h"
 

@@ -1,9 +1,9 @@
 // Texts to numbers and back: the SDK against the C library in the C locale.
 #include "Fuzz.h"
 #include "TextMaker.h"
-#include "layer/ValueRules.h"
 #include "support/LiteralRules.h"
 #include "support/ReaderTraces.h"
+#include "text/ValueRules.h"
 
 #include <Orvane/BNumbers.h>
 #include <Orvane/BString.h>

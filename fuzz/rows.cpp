@@ -6,8 +6,8 @@
 #include "Samples.h"
 #include "layer/AsciiLayer.h"
 #include "layer/RowPlan.h"
-#include "layer/Separator.h"
 #include "support/ReaderTraces.h"
+#include "text/Separator.h"
 
 #include <Orvane/BStringQt.h>
 #include <Orvane/BVectorLayer.h>

@@ -4,9 +4,9 @@
 #include "Fuzz.h"
 #include "FuzzInput.h"
 #include "file/AsciiFile.h"
-#include "reader/Constants.h"
 #include "support/LiteralRules.h"
 #include "support/ReaderTraces.h"
+#include "text/Constants.h"
 
 #include <Orvane/BException.h>
 #include <Orvane/BStringQt.h>

@@ -2,12 +2,12 @@
 #include "Fuzz.h"
 #include "FuzzInput.h"
 #include "TextMaker.h"
-#include "file/Utf8.h"
-#include "layer/AsciiUtils.h"
-#include "layer/Separator.h"
-#include "reader/Constants.h"
 #include "support/LiteralRules.h"
 #include "support/ReaderTraces.h"
+#include "text/AsciiUtils.h"
+#include "text/Constants.h"
+#include "text/Separator.h"
+#include "text/Utf8.h"
 
 #include <Orvane/BStringQt.h>
 

@@ -3,9 +3,9 @@
 #include "Fuzz.h"
 #include "FuzzInput.h"
 #include "TextMaker.h"
-#include "layer/AsciiUtils.h"
-#include "layer/ValueRules.h"
 #include "support/LiteralRules.h"
+#include "text/AsciiUtils.h"
+#include "text/ValueRules.h"
 
 #include <Orvane/BStringQt.h>
 

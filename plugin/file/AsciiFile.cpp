@@ -1,7 +1,7 @@
 // Construction, opening, line reading and sampling of the engine.
 #include "file/AsciiFile.h"
 
-#include "reader/Constants.h"
+#include "text/Constants.h"
 
 #include <Orvane/BException.h>
 #include <Orvane/BFileUtilities.h>

@@ -1,10 +1,10 @@
 // The engine behind one opened ASCII point file.
 #pragma once
 
-#include "file/HeaderRule.h"
-#include "file/LineSource.h"
-#include "layer/AsciiUtils.h"
+#include "lines/HeaderRule.h"
+#include "lines/LineSource.h"
 #include "schema/AsciiSchema.h"
+#include "text/AsciiUtils.h"
 
 #include <Orvane/BAttributeDefs.h>
 #include <Orvane/BKeyValuePairs.h>

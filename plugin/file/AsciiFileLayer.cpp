@@ -2,7 +2,7 @@
 #include "file/AsciiFile.h"
 #include "file/LayerFill.h"
 #include "layer/RowPlan.h"
-#include "reader/Constants.h"
+#include "text/Constants.h"
 
 #include <Orvane/BCoordSys.h>
 #include <Orvane/BStringQt.h>

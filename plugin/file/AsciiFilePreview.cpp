@@ -1,7 +1,7 @@
 // Separator detection and preview: what the engine tells from the first lines.
 #include "file/AsciiFile.h"
-#include "layer/Separator.h"
-#include "reader/Constants.h"
+#include "text/Constants.h"
+#include "text/Separator.h"
 
 #include <Orvane/BException.h>
 #include <Orvane/BStringQt.h>

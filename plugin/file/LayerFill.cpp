@@ -1,7 +1,7 @@
 // The row loop: takes the pending lines of a file and puts their rows into a layer.
 #include "file/LayerFill.h"
 
-#include "layer/ValueRules.h"
+#include "text/ValueRules.h"
 
 #include <Orvane/BException.h>
 

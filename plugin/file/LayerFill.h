@@ -1,12 +1,12 @@
 // The row loop: takes the pending lines of a file and puts their rows into a layer.
 #pragma once
 
-#include "file/BlockRows.h"
-#include "file/HeaderRule.h"
-#include "file/LineSource.h"
 #include "kernels/Kernels.h"
 #include "layer/RowPlan.h"
-#include "layer/Separator.h"
+#include "lines/BlockRows.h"
+#include "lines/HeaderRule.h"
+#include "lines/LineSource.h"
+#include "text/Separator.h"
 
 #include <Orvane/BFeatureCollection.h>
 #include <Orvane/BKeyValuePairs.h>

@@ -1,6 +1,6 @@
 // The kernels of every processor; with SSE2 where that is part of the architecture.
-#include "file/Utf8.h"
 #include "kernels/Kernels.h"
+#include "text/Utf8.h"
 
 #if defined(__SSE2__)
 #include <emmintrin.h>

@@ -2,7 +2,7 @@
 #include "layer/AsciiLayer.h"
 
 #include "layer/RowPlan.h"
-#include "layer/Separator.h"
+#include "text/Separator.h"
 
 namespace AsciiReader::AsciiLayer {
 

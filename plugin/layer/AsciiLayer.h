@@ -1,7 +1,7 @@
 // Turns one split row into a point feature.
 #pragma once
 
-#include "layer/AsciiUtils.h"
+#include "text/AsciiUtils.h"
 
 #include <Orvane/BAttributeDefs.h>
 #include <Orvane/BFeature.h>

@@ -1,8 +1,8 @@
 // Turns split rows into features: the walk over the fields, and where its values go.
 #include "layer/RowPlan.h"
 
-#include "layer/Separator.h"
-#include "layer/ValueRules.h"
+#include "text/Separator.h"
+#include "text/ValueRules.h"
 
 #include <Orvane/BAttributes.h>
 #include <Orvane/BException.h>

@@ -1,7 +1,7 @@
 // What to do with each column of a row, worked out once per read; turns rows into features.
 #pragma once
 
-#include "layer/TextView.h"
+#include "text/TextView.h"
 
 #include <Orvane/BAttributeDefs.h>
 #include <Orvane/BFeature.h>

@@ -2,8 +2,8 @@
 #include "reader/BAsciiReader.h"
 
 #include "file/AsciiFile.h"
-#include "layer/Separator.h"
-#include "reader/Constants.h"
+#include "text/Constants.h"
+#include "text/Separator.h"
 
 #include <Orvane/BException.h>
 #include <Orvane/BStringQt.h>

@@ -1,9 +1,9 @@
 // Decides the attribute schema of a file.
 #include "schema/AsciiSchema.h"
 
-#include "reader/Constants.h"
 #include "schema/RowReader.h"
 #include "schema/TypeWidening.h"
+#include "text/Constants.h"
 
 #include <Orvane/BException.h>
 #include <Orvane/BNumbers.h>

@@ -1,7 +1,7 @@
 // Decides the attribute schema of a file.
 #pragma once
 
-#include "layer/AsciiUtils.h"
+#include "text/AsciiUtils.h"
 
 #include <Orvane/BAttributeDefs.h>
 #include <Orvane/BKeyValuePairs.h>

@@ -1,6 +1,6 @@
 // Decides the attribute schema of a file by all of its rows.
 #include "file/AsciiFile.h"
-#include "file/BlockRows.h"
+#include "lines/BlockRows.h"
 #include "schema/AsciiSchema.h"
 #include "schema/RowReader.h"
 #include "schema/TypeWidening.h"

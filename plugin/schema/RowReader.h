@@ -1,9 +1,9 @@
 // Splits lines into the fields that a schema is made of.
 #pragma once
 
-#include "layer/AsciiUtils.h"
-#include "layer/CoordinateColumns.h"
-#include "layer/Separator.h"
+#include "text/AsciiUtils.h"
+#include "text/CoordinateColumns.h"
+#include "text/Separator.h"
 
 #include <Orvane/BException.h>
 #include <Orvane/BKeyValuePairs.h>

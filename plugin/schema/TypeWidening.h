@@ -1,7 +1,7 @@
 // Widens the types of a schema's columns, so that they fit the values of more rows.
 #pragma once
 
-#include "layer/ValueRules.h"
+#include "text/ValueRules.h"
 
 #include <Orvane/BAttributeDefs.h>
 

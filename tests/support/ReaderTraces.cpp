@@ -3,7 +3,7 @@
 
 #include "file/AsciiFile.h"
 #include "reader/BAsciiReader.h"
-#include "reader/Constants.h"
+#include "text/Constants.h"
 
 #include <Orvane/BException.h>
 #include <Orvane/BPointGeo.h>

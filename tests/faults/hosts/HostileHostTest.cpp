@@ -1,8 +1,8 @@
 // Hosts that call in any order, throw, cancel, and hand over options of every kind.
 #include "proxy/BAsciiProxy.h"
 #include "reader/BAsciiReader.h"
-#include "reader/Constants.h"
 #include "support/TestFiles.h"
+#include "text/Constants.h"
 
 #include <Orvane/Constants.h>
 

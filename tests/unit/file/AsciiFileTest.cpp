@@ -1,8 +1,8 @@
 // Constructing and opening an engine: option normalisation, paths and failures.
 #include "file/AsciiFile.h"
 
-#include "reader/Constants.h"
 #include "support/TestFiles.h"
+#include "text/Constants.h"
 
 #include <Orvane/Constants.h>
 

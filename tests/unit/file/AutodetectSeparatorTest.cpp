@@ -1,7 +1,7 @@
 // Choosing between comma and tab by the next two lines.
 #include "file/AsciiFile.h"
-#include "reader/Constants.h"
 #include "support/TestFiles.h"
+#include "text/Constants.h"
 
 #include <Orvane/Constants.h>
 

@@ -1,7 +1,7 @@
 // Schema, layer and rows of an opened file.
 #include "file/AsciiFile.h"
-#include "reader/Constants.h"
 #include "support/TestFiles.h"
+#include "text/Constants.h"
 
 #include <Orvane/BFeature.h>
 #include <Orvane/BPointGeo.h>

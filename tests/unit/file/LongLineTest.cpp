@@ -1,5 +1,5 @@
 // How much of a line without an ending is read.
-#include "file/LineSource.h"
+#include "lines/LineSource.h"
 #include "support/TestFiles.h"
 
 #include <Orvane/BStringQt.h>

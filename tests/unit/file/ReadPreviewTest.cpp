@@ -1,7 +1,7 @@
 // The first two lines by column.
 #include "file/AsciiFile.h"
-#include "reader/Constants.h"
 #include "support/TestFiles.h"
+#include "text/Constants.h"
 
 #include <Orvane/Constants.h>
 

@@ -1,7 +1,7 @@
 // Header lines and the sample pass.
 #include "file/AsciiFile.h"
-#include "reader/Constants.h"
 #include "support/TestFiles.h"
+#include "text/Constants.h"
 
 #include <Orvane/Constants.h>
 

@@ -1,8 +1,8 @@
 // Holds every set of kernels that the processor runs against plain loops.
 #include "kernels/Kernels.h"
 
-#include "file/Utf8.h"
-#include "layer/ValueRules.h"
+#include "text/Utf8.h"
+#include "text/ValueRules.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 // Taking the coordinate columns out of a row.
-#include "layer/AsciiUtils.h"
 #include "support/TestFiles.h"
+#include "text/AsciiUtils.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
 // Holds the splitting of random lines against the regular-expression engine.
-#include "layer/AsciiUtils.h"
-#include "reader/Constants.h"
 #include "support/TestFiles.h"
+#include "text/AsciiUtils.h"
+#include "text/Constants.h"
 
 #include <Orvane/BStringQt.h>
 

@@ -1,8 +1,8 @@
 // Cutting a logical line into fields.
-#include "layer/AsciiUtils.h"
-#include "layer/Separator.h"
-#include "reader/Constants.h"
 #include "support/TestFiles.h"
+#include "text/AsciiUtils.h"
+#include "text/Constants.h"
+#include "text/Separator.h"
 
 #include <Orvane/BStringQt.h>
 

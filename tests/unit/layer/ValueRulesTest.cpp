@@ -1,6 +1,6 @@
 // The small questions about one field's text.
-#include "layer/AsciiUtils.h"
 #include "support/TestFiles.h"
+#include "text/AsciiUtils.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
 // The patterns and key texts that the whole plug-in shares.
-#include "reader/Constants.h"
+#include "text/Constants.h"
 
 #include "support/TestFiles.h"
 

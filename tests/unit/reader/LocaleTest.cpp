@@ -1,8 +1,8 @@
 // The same numbers in a locale whose decimal separator is the comma.
 #include "layer/AsciiLayer.h"
-#include "layer/AsciiUtils.h"
 #include "reader/BAsciiReader.h"
 #include "support/TestFiles.h"
+#include "text/AsciiUtils.h"
 
 #include <Orvane/Constants.h>
 

@@ -1,8 +1,8 @@
 // The schema of a file from its sample lines or from all rows.
 #include "file/AsciiFile.h"
-#include "reader/Constants.h"
 #include "schema/AsciiSchema.h"
 #include "support/TestFiles.h"
+#include "text/Constants.h"
 
 #include <Orvane/Constants.h>
 

@@ -1,5 +1,5 @@
 // Conversions of text views.
-#include "layer/TextView.h"
+#include "text/TextView.h"
 
 #include <QString>
 #include <QStringConverter>

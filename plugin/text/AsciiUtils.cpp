@@ -1,9 +1,9 @@
 // Splits lines into fields and answers small questions about one field.
-#include "layer/AsciiUtils.h"
+#include "text/AsciiUtils.h"
 
-#include "layer/CoordinateColumns.h"
-#include "layer/Separator.h"
-#include "layer/ValueRules.h"
+#include "text/CoordinateColumns.h"
+#include "text/Separator.h"
+#include "text/ValueRules.h"
 
 namespace AsciiReader::AsciiUtils {
 

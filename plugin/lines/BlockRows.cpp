@@ -1,5 +1,5 @@
 // Runs of regular rows in a block of bytes, by the positions of separators and line endings.
-#include "file/BlockRows.h"
+#include "lines/BlockRows.h"
 
 #include <algorithm>
 #include <cstring>

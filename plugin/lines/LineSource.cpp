@@ -1,10 +1,10 @@
 // Decodes a file block by block and cuts the blocks into logical lines.
-#include "file/LineSource.h"
+#include "lines/LineSource.h"
 
-#include "file/Utf8.h"
 #include "kernels/Kernels.h"
-#include "layer/ValueRules.h"
-#include "reader/Constants.h"
+#include "text/Constants.h"
+#include "text/Utf8.h"
+#include "text/ValueRules.h"
 
 #include <Orvane/BException.h>
 #include <Orvane/BStringQt.h>

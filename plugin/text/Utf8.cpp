@@ -1,5 +1,5 @@
 // Tells whether bytes are valid UTF-8.
-#include "file/Utf8.h"
+#include "text/Utf8.h"
 
 #include <cstdint>
 #include <cstring>

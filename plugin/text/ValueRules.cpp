@@ -1,5 +1,5 @@
 // The rules on the text of one field; plain decimals are converted here, all else by BNumbers.
-#include "layer/ValueRules.h"
+#include "text/ValueRules.h"
 
 #include <Orvane/BNumbers.h>
 

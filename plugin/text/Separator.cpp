@@ -1,8 +1,8 @@
 // Cuts lines into fields by literal, by pattern or by widths, and takes the quotes off.
-#include "layer/Separator.h"
+#include "text/Separator.h"
 
-#include "layer/ValueRules.h"
-#include "reader/Constants.h"
+#include "text/Constants.h"
+#include "text/ValueRules.h"
 
 #include <algorithm>
 #include <cstring>

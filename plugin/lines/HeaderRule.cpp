@@ -1,5 +1,5 @@
 // Tells the header lines of a file from its data.
-#include "file/HeaderRule.h"
+#include "lines/HeaderRule.h"
 
 #include <Orvane/Constants.h>
 

@@ -1,5 +1,5 @@
 // The texts and patterns that the whole plug-in shares.
-#include "reader/Constants.h"
+#include "text/Constants.h"
 
 namespace AsciiReader::Constants {
 

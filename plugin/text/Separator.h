@@ -1,7 +1,7 @@
 // Cuts lines into fields: the one splitter behind every operation that splits.
 #pragma once
 
-#include "layer/TextView.h"
+#include "text/TextView.h"
 
 #include <QRegularExpression>
 #include <QString>

@@ -1,9 +1,9 @@
 // Runs of regular rows in a block of bytes, by the positions of separators and line endings.
 #pragma once
 
-#include "file/LineSource.h"
 #include "kernels/Kernels.h"
-#include "layer/Separator.h"
+#include "lines/LineSource.h"
+#include "text/Separator.h"
 
 #include <Orvane/BFeaturePage.h>
 

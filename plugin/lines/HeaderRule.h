@@ -1,7 +1,7 @@
 // Tells the header lines of a file from its data.
 #pragma once
 
-#include "layer/TextView.h"
+#include "text/TextView.h"
 
 #include <Orvane/BKeyValuePairs.h>
 #include <Orvane/BString.h>

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "kernels/Kernels.h"
-#include "layer/TextView.h"
+#include "text/TextView.h"
 
 #include <Orvane/BFeaturePage.h>
 #include <Orvane/BKeyValuePairs.h>
