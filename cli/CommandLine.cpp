@@ -1,18 +1,18 @@
-// Defines the arguments with CLI11 and calls the commands.
+// Says what the commands may be given, and calls them.
 #include "CommandLine.h"
 
+#include "Arguments.h"
 #include "Commands.h"
 #include "Failure.h"
+#include "HelpText.h"
 #include "JsonWriter.h"
 #include "OptionFile.h"
 #include "PluginModule.h"
 #include "ReaderOptions.h"
-#include "TerminalText.h"
 #include "TextOutput.h"
 
-#include <CLI/CLI.hpp>
+#include <algorithm>
 #include <cstdio>
-#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -22,255 +22,266 @@ namespace OrvaneHost {
 
 namespace {
 
-/// What the command line holds, as written.
-struct Arguments
-{
-    std::string plugin;
-    std::string file;
-    std::string out;
-    std::vector<std::string> options;
-    std::string optionFile;
-    bool isJson = false;
-    std::string x;
-    std::string y;
-    std::string z;
-    std::string crs;
-    std::string diskCacheFolder;
-    bool isDiskCacheForbidden = false;
-};
+constexpr ArgumentRule kHelp{
+    .kind = EArgumentKind::Flag, .name = "--help", .meaning = "Show this help", .shortName = "-h"};
 
-/// Shows options whose value is joined by "=" as such.
-class HelpFormatter : public CLI::Formatter
-{
-public:
-    [[nodiscard]] std::string make_option_name(const CLI::Option* option,
-                                               bool isPositional) const override
-    {
-        constexpr std::string_view kEmptyDefault = "{}";
-        std::string name = CLI::Formatter::make_option_name(option, isPositional);
-        if (const std::size_t at = name.find(kEmptyDefault); at != std::string::npos) {
-            name.replace(at, kEmptyDefault.size(), "[=DIR]");
-        }
-        return name;
-    }
-};
+constexpr ArgumentRule kPlugin{.kind = EArgumentKind::Value,
+                               .name = "--plugin",
+                               .valueName = "PATH",
+                               .meaning = "The plug-in module to load"};
 
-struct CommandSet
-{
-    CLI::App* read;
-    CLI::App* preview;
-    CLI::App* import;
-    CLI::App* options;
-};
+constexpr ArgumentRule kFile{.kind = EArgumentKind::Positional,
+                             .name = "FILE",
+                             .meaning = "The delimited text file",
+                             .isRequired = true};
 
-constexpr const char* kExitStatusText =
-    "Exit status: 0 done, 1 the data failed, 2 wrong arguments.";
+constexpr ArgumentRule kOption{
+    .kind = EArgumentKind::Value,
+    .name = "--option",
+    .valueName = "KEY=VALUE",
+    .meaning =
+        "A reader option; may be given more than once. 'orvane options' lists the reader options",
+    .shortName = "-o",
+    .isRepeatable = true};
 
-/// Refuses an empty text: what a script writes with a variable that is not set is not taken for
-/// an argument that is absent.
-CLI::Validator NotEmpty()
+constexpr ArgumentRule kOptionFile{
+    .kind = EArgumentKind::Value,
+    .name = "--options",
+    .valueName = "FILE.json",
+    .meaning = "A JSON file with an object of reader options; --option outranks it"};
+
+constexpr ArgumentRule kDiskCache{
+    .kind = EArgumentKind::OptionalValue,
+    .name = "--disk-cache",
+    .valueName = "DIR",
+    .meaning = "Keep the layer in a file in DIR instead of in memory; without DIR in TMPDIR, else "
+               "in /tmp (/var/tmp when /tmp is kept in memory)"};
+
+ArgumentRule MakeJson(std::string_view meaning)
 {
-    return {[](const std::string& text) {
-                return text.empty() ? std::string("The text is empty.") : std::string();
-            },
-            ""};
+    return {.kind = EArgumentKind::Flag, .name = "--json", .meaning = meaning};
 }
 
-void AddPlugin(CLI::App& command, Arguments& arguments)
+ArgumentRule MakeColumn(std::string_view name, std::string_view meaning)
 {
-    command.add_option("--plugin", arguments.plugin, "The plug-in module to load")
-        ->type_name("PATH")
-        ->check(NotEmpty());
+    return {
+        .kind = EArgumentKind::Value, .name = name, .valueName = "NAME|INDEX", .meaning = meaning};
 }
 
-void AddReaderArguments(CLI::App& command, Arguments& arguments)
+CommandRule MakeImportRule()
 {
-    command.add_option("FILE", arguments.file, "The delimited text file")
-        ->required()
-        ->check(NotEmpty());
-    command
-        .add_option("--option,-o",
-                    arguments.options,
-                    "A reader option as KEY=VALUE; may be given repeatedly ('orvane options' "
-                    "lists them)")
-        ->type_name("KEY=VALUE")
-        ->allow_extra_args(false);
-    command
-        .add_option("--options",
-                    arguments.optionFile,
-                    "A JSON file with an object of reader options; --option outranks it")
-        ->type_name("FILE.json")
-        ->check(NotEmpty());
-    AddPlugin(command, arguments);
+    return {
+        .name = "import",
+        .summary = "Write a file's points to a GeoPackage or another format",
+        .arguments =
+            {kFile,
+             {.kind = EArgumentKind::Positional,
+              .name = "OUT",
+              .meaning = "The file to write, its format by its extension: .gpkg, .fgb, .geojson, "
+                         ".json, .geojsonl, .geojsons, .shp, .csv. Without it the output is "
+                         "FILE with the extension .gpkg"},
+             MakeColumn("--x", "Column of X (longitude, easting): its name, or its index from 0"),
+             MakeColumn("--y", "Column of Y (latitude, northing)"),
+             MakeColumn("--z", "Column of Z (height); without it points have no height"),
+             {.kind = EArgumentKind::Value,
+              .name = "--crs",
+              .valueName = "AUTHORITY:CODE",
+              .meaning = "The coordinate system, for example EPSG:4326; a bare number is a code of "
+                         "EPSG. Nothing is reprojected"},
+             kOption,
+             kOptionFile,
+             kDiskCache,
+             {.kind = EArgumentKind::Flag,
+              .name = "--no-disk-cache",
+              .meaning = "Keep the layer in memory, also when it needs more than half of what is "
+                         "free",
+              .excludes = "--disk-cache"},
+             kPlugin,
+             kHelp},
+        .text = "A preview of the file decides what is not given: whether the first line holds "
+                "column names, and which columns are the coordinates. The preview does not skip "
+                "header lines (ASCII_HEADER_...). Columns are found by their names: lon/lat, "
+                "longitude/latitude, x/y, easting/northing and the like. When no pair of names is "
+                "certain, the columns are listed and nothing is written.\n\n"
+                "OUT is replaced only when all of it has been written.\n\n"
+                "A layer that needs more than half of the free memory is kept on disk unless "
+                "--no-disk-cache is given; a note says so.",
+        .examples = {"orvane import stations.csv",
+                     "orvane import stations.csv stations.fgb --crs EPSG:4326",
+                     "orvane import survey.csv survey.fgb --disk-cache=/data/tmp",
+                     "orvane import soundings.txt --x 7 --y 6 --z 9 -o USE_TAB"}};
 }
 
-CLI::Option* AddDiskCache(CLI::App& command, Arguments& arguments)
+CommandRule MakeReadRule()
 {
-    // A flag, not an option: the word behind it is never taken for the folder.
-    return command
-        .add_flag("--disk-cache{}",
-                  arguments.diskCacheFolder,
-                  "Keep the layer in a file in DIR instead of in memory; without DIR in TMPDIR, "
-                  "else in /tmp (/var/tmp when /tmp is kept in memory)")
-        ->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
+    return {.name = "read",
+            .summary = "Read a file and show its layer",
+            .arguments = {kFile,
+                          kOption,
+                          kOptionFile,
+                          MakeJson("Print the whole layer as one JSON object"),
+                          kDiskCache,
+                          kPlugin,
+                          kHelp},
+            .text = "Reads with exactly the options given and guesses nothing.",
+            .examples = {"orvane read stations.csv",
+                         "orvane read stations.csv -o FIRST_LINE_COLUMN_NAMES=true -o X_COLUMN=2 "
+                         "-o Y_COLUMN=1",
+                         "orvane read track.dat -o 'ASCII_SEPARATOR=\\t' -o CODEC=UTF-8 --json",
+                         "orvane read stations.txt --options stations.json"}};
 }
 
-CLI::App* AddRead(CLI::App& app, Arguments& arguments)
+CommandRule MakePreviewRule()
 {
-    CLI::App* command = app.add_subcommand("read", "Read a file and show its layer");
-    AddReaderArguments(*command, arguments);
-    command->add_flag("--json", arguments.isJson, "Print the whole layer as one JSON object");
-    AddDiskCache(*command, arguments);
-    command->footer("Reads with exactly the options given and guesses nothing.\n\n"
-                    "Examples:\n"
-                    "  orvane read stations.csv\n"
-                    "  orvane read stations.csv -o FIRST_LINE_COLUMN_NAMES=true -o X_COLUMN=2 "
-                    "-o Y_COLUMN=1\n"
-                    "  orvane read track.dat -o 'ASCII_SEPARATOR=\\t' -o CODEC=UTF-8 --json\n"
-                    "  orvane read stations.txt --options stations.json\n\n" +
-                    std::string(kExitStatusText));
-    return command;
+    return {.name = "preview",
+            .summary = "Show the first two rows by column",
+            .arguments = {kFile,
+                          kOption,
+                          kOptionFile,
+                          MakeJson("Print the preview as a JSON object"),
+                          kPlugin,
+                          kHelp},
+            .text = "Header lines (ASCII_HEADER_...) are not skipped in a preview.",
+            .examples = {"orvane preview stations.csv",
+                         "orvane preview track.dat -o USE_SPACE --json"}};
 }
 
-CLI::App* AddPreview(CLI::App& app, Arguments& arguments)
+const ProgramRule& GetProgramRule()
 {
-    CLI::App* command = app.add_subcommand("preview", "Show the first two rows by column");
-    AddReaderArguments(*command, arguments);
-    command->add_flag("--json", arguments.isJson, "Print the preview as a JSON object");
-    command->footer("Header lines (ASCII_HEADER_...) are not skipped in a preview.\n\n"
-                    "Examples:\n"
-                    "  orvane preview stations.csv\n"
-                    "  orvane preview track.dat -o USE_SPACE --json\n\n" +
-                    std::string(kExitStatusText));
-    return command;
+    static const ProgramRule kProgram{
+        .program = {.name = "orvane",
+                    .summary = "Reads delimited point files and writes them as geographic layers",
+                    .arguments = {kPlugin,
+                                  {.kind = EArgumentKind::Flag,
+                                   .name = "--version",
+                                   .meaning = "Show the version"},
+                                  kHelp},
+                    .text = "'orvane help COMMAND' shows the arguments of a command.",
+                    .examples = {"orvane import stations.csv stations.gpkg --crs EPSG:4326",
+                                 "orvane preview stations.csv",
+                                 "orvane read stations.csv -o X_COLUMN=2 -o Y_COLUMN=1 --json",
+                                 "orvane help import"}},
+        .commands = {MakeImportRule(),
+                     MakeReadRule(),
+                     MakePreviewRule(),
+                     {.name = "options",
+                      .summary = "List the reader options",
+                      .arguments = {kHelp},
+                      .examples = {"orvane options"}},
+                     {.name = "help",
+                      .summary = "Show the help of the program or of a command",
+                      .arguments = {{.kind = EArgumentKind::Positional,
+                                     .name = "COMMAND",
+                                     .meaning = "The command; without it the commands are listed"},
+                                    kHelp},
+                      .examples = {"orvane help", "orvane help import"}},
+                     {.name = "version",
+                      .summary = "Show the version",
+                      .arguments = {kHelp},
+                      .examples = {"orvane version"}}}};
+    return kProgram;
 }
 
-CLI::App* AddImport(CLI::App& app, Arguments& arguments)
-{
-    CLI::App* command =
-        app.add_subcommand("import", "Write a file's points to a GeoPackage or another format");
-    AddReaderArguments(*command, arguments);
-    command
-        ->add_option("OUT",
-                     arguments.out,
-                     "The file to write, its format by its extension: .gpkg, .fgb, .geojson, "
-                     ".json, .geojsonl, .geojsons, .shp, .csv; FILE with .gpkg when absent")
-        ->check(NotEmpty());
-    const auto addColumn = [&](const char* name, std::string& value, const char* text) {
-        command->add_option(name, value, text)->type_name("NAME|INDEX");
-    };
-    addColumn(
-        "--x", arguments.x, "Column of X (longitude, easting): its name, or its index from 0");
-    addColumn("--y", arguments.y, "Column of Y (latitude, northing)");
-    addColumn("--z", arguments.z, "Column of Z (height); none when absent");
-    command->add_option("--crs", arguments.crs, "The coordinate system, for example EPSG:4326")
-        ->type_name("AUTHORITY:CODE")
-        ->check(NotEmpty());
-    CLI::Option* diskCache = AddDiskCache(*command, arguments);
-    command
-        ->add_flag("--no-disk-cache",
-                   arguments.isDiskCacheForbidden,
-                   "Keep the layer in memory, also when that takes more than half of what is free")
-        ->excludes(diskCache);
-    command->footer(
-        "Whether the first line holds column names, and which columns are the coordinates, is\n"
-        "taken from a preview when it is not given. The preview does not skip header lines\n"
-        "(ASCII_HEADER_...). Columns are found by their names: lon/lat, longitude/latitude, x/y,\n"
-        "easting/northing and the like; when that is not certain, the columns are listed and\n"
-        "nothing is written. OUT is replaced only when all of it has been written.\n\n"
-        "A layer that would take more than half of the free memory is kept on disk unless\n"
-        "--no-disk-cache is given; a note says so.\n\n"
-        "Examples:\n"
-        "  orvane import stations.csv\n"
-        "  orvane import stations.csv stations.fgb --crs EPSG:4326\n"
-        "  orvane import survey.csv survey.fgb --disk-cache=/data/tmp\n"
-        "  orvane import soundings.txt --x 7 --y 6 --z 9 -o USE_TAB\n\n" +
-        std::string(kExitStatusText));
-    return command;
-}
-
-CommandSet DefineCommands(CLI::App& app, Arguments& arguments)
-{
-    app.formatter(std::make_shared<HelpFormatter>());
-    app.set_version_flag("--version", "orvane " ORVANE_VERSION);
-    AddPlugin(app, arguments);
-    app.require_subcommand(1);
-    CommandSet commands{};
-    commands.import = AddImport(app, arguments);
-    commands.read = AddRead(app, arguments);
-    commands.preview = AddPreview(app, arguments);
-    commands.options = app.add_subcommand("options", "List the reader options");
-    commands.options->footer("Examples:\n  orvane options\n\n" + std::string(kExitStatusText));
-    app.footer("Examples:\n"
-               "  orvane import stations.csv stations.gpkg --crs EPSG:4326\n"
-               "  orvane preview stations.csv\n"
-               "  orvane read stations.csv -o X_COLUMN=2 -o Y_COLUMN=1 --json\n"
-               "  orvane import --help\n\n" +
-               std::string(kExitStatusText));
-    return commands;
-}
-
-Orvane::BParamList MakeParams(const Arguments& arguments)
+Orvane::BParamList MakeParams(const ParsedArguments& arguments)
 {
     Orvane::BParamList params;
-    if (!arguments.optionFile.empty()) {
-        params = ReadOptionFile(arguments.optionFile);
+    if (const std::optional<std::string> file = arguments.Find("--options")) {
+        params = ReadOptionFile(*file);
     }
-    AddOptionTexts(arguments.options, params);
+    AddOptionTexts(arguments.GetAll("--option"), params);
     return params;
 }
 
-std::optional<std::string>
-TakeColumn(const CLI::App& command, const char* name, const std::string& value)
-{
-    return command.count(name) > 0 ? std::optional<std::string>(value) : std::nullopt;
-}
-
 /// @param otherwise what holds without an argument
-DiskCacheArguments TakeDiskCache(const CLI::App& command,
-                                 const Arguments& arguments,
+DiskCacheArguments MakeDiskCache(const ParsedArguments& arguments,
                                  DiskCacheArguments::EMode otherwise)
 {
-    const bool isAsked = command.count("--disk-cache") > 0;
-    return {isAsked ? DiskCacheArguments::EMode::Always : otherwise, arguments.diskCacheFolder};
+    return {arguments.Has("--disk-cache") ? DiskCacheArguments::EMode::Always : otherwise,
+            arguments.Get("--disk-cache")};
+}
+
+/// Rule: a bare number names a coordinate system of EPSG.
+std::string MakeCrs(const std::string& text)
+{
+    const bool isNumber = !text.empty() && std::all_of(text.begin(), text.end(), [](char byte) {
+        return byte >= '0' && byte <= '9';
+    });
+    return isNumber ? "EPSG:" + text : text;
+}
+
+void Print(const std::string& text)
+{
+    TextOutput output;
+    output.Write(text);
+    output.Flush();
+}
+
+/// Whether help is asked for; then nothing else of the command line counts but the command.
+bool IsHelpWanted(const std::vector<std::string>& words)
+{
+    const auto end = std::find(words.begin(), words.end(), "--");
+    return std::any_of(words.begin(), end, [](const std::string& word) {
+        return word == kHelp.name || word == kHelp.shortName;
+    });
+}
+
+/// The help of the first command among the words, else of the program.
+std::string MakeHelpFor(const std::vector<std::string>& words)
+{
+    const ProgramRule& program = GetProgramRule();
+    for (const std::string& word : words) {
+        if (const CommandRule* command = program.FindCommand(word)) {
+            return MakeHelp(program, *command, GetHelpWidth());
+        }
+    }
+    return MakeHelp(program, program.program, GetHelpWidth());
+}
+
+/// `orvane help [COMMAND]`. @throws ArgumentError for an unknown command
+std::string MakeHelpFor(const ParsedArguments& arguments)
+{
+    const std::optional<std::string> name = arguments.Find("COMMAND");
+    if (!name) {
+        return MakeHelpFor(std::vector<std::string>());
+    }
+    const ProgramRule& program = GetProgramRule();
+    if (const CommandRule* command = program.FindCommand(*name)) {
+        return MakeHelp(program, *command, GetHelpWidth());
+    }
+    ThrowUnknownCommand(program, *name);
 }
 
 /// Loads the plug-in into `module` and performs the command.
-void Perform(const CommandSet& commands,
-             const Arguments& arguments,
-             std::optional<PluginModule>& module)
+void Perform(const ParsedArguments& arguments, std::optional<PluginModule>& module)
 {
-    if (commands.options->parsed()) {
-        TextOutput output;
-        output.Write(DescribeReaderOptions());
-        output.Flush();
+    const std::string_view command = arguments.command->name;
+    if (command == "options") {
+        Print(DescribeReaderOptions());
         return;
     }
     const Orvane::BParamList params = MakeParams(arguments);
-    module.emplace(arguments.plugin);
-    if (commands.import->parsed()) {
-        const CLI::App& command = *commands.import;
-        RunImport(
-            module->GetProxy(),
-            {arguments.file,
-             arguments.out,
-             params,
-             TakeColumn(command, "--x", arguments.x),
-             TakeColumn(command, "--y", arguments.y),
-             TakeColumn(command, "--z", arguments.z),
-             arguments.crs,
-             TakeDiskCache(command,
-                           arguments,
-                           arguments.isDiskCacheForbidden ? DiskCacheArguments::EMode::Never
-                                                          : DiskCacheArguments::EMode::Automatic)});
+    module.emplace(arguments.Get("--plugin"));
+    const std::string file = arguments.Get("FILE");
+    if (command == "import") {
+        RunImport(module->GetProxy(),
+                  {file,
+                   arguments.Get("OUT"),
+                   params,
+                   arguments.Find("--x"),
+                   arguments.Find("--y"),
+                   arguments.Find("--z"),
+                   MakeCrs(arguments.Get("--crs")),
+                   MakeDiskCache(arguments,
+                                 arguments.Has("--no-disk-cache")
+                                     ? DiskCacheArguments::EMode::Never
+                                     : DiskCacheArguments::EMode::Automatic)});
         return;
     }
-    ReadArguments readArguments{arguments.file, params, arguments.isJson, {}};
-    if (commands.preview->parsed()) {
+    ReadArguments readArguments{file, params, arguments.Has("--json"), {}};
+    if (command == "preview") {
         RunPreview(module->GetProxy(), readArguments);
     } else {
-        readArguments.diskCache =
-            TakeDiskCache(*commands.read, arguments, DiskCacheArguments::EMode::Never);
+        readArguments.diskCache = MakeDiskCache(arguments, DiskCacheArguments::EMode::Never);
         RunRead(module->GetProxy(), readArguments);
     }
 }
@@ -311,51 +322,69 @@ int ReportFailure(const Failure& failure, bool isJson)
     return kExitDataFailed;
 }
 
-/// Help and version texts go to standard output; everything else is a wrong argument.
-int ReportParseError(const CLI::App& app, const CLI::ParseError& error)
+/// Help and version, and what is wrong with the arguments. @return the arguments of a command that
+/// is to be performed; none when all is said, with the exit status in `status`
+std::optional<ParsedArguments> Understand(const std::vector<std::string>& words, int& status)
 {
-    if (error.get_exit_code() == 0) {
-        std::ostringstream text;
-        std::ostringstream errors;
-        app.exit(error, text, errors);
-        try {
-            TextOutput output;
-            output.Write(text.str());
-            output.Flush();
-        } catch (const std::exception& exception) {
-            return ReportFailure(DescribeFailure(exception), false);
-        }
-        return kExitDone;
+    status = kExitDone;
+    if (words.empty()) {
+        std::fputs(MakeHelpFor(words).c_str(), stderr);
+        status = kExitWrongArguments;
+        return std::nullopt;
     }
-    PrintLine("orvane: " + TerminalText::Escape(error.what()) +
-              " (command line; 'orvane --help' lists the commands)");
-    return kExitWrongArguments;
+    try {
+        if (IsHelpWanted(words)) {
+            Print(MakeHelpFor(words));
+            return std::nullopt;
+        }
+        ParsedArguments arguments = ParseArguments(GetProgramRule(), words);
+        const std::string_view command =
+            arguments.command == nullptr ? std::string_view() : arguments.command->name;
+        if (arguments.Has("--version") || command == "version") {
+            Print("orvane " ORVANE_VERSION "\n");
+            return std::nullopt;
+        }
+        if (command == "help") {
+            Print(MakeHelpFor(arguments));
+            return std::nullopt;
+        }
+        if (command.empty()) {
+            throw ArgumentError("A command is missing; 'orvane help' lists the commands.");
+        }
+        return arguments;
+    } catch (const ArgumentError& error) {
+        PrintLine(std::string("orvane: ") + error.what());
+        status = kExitWrongArguments;
+    } catch (const std::exception& exception) {
+        status = ReportFailure(DescribeFailure(exception), false);
+    }
+    return std::nullopt;
 }
 
 } // namespace
 
 int RunCommandLine(int argumentCount, char** arguments)
 {
-    Arguments values;
-    CLI::App app("Reads delimited point files and writes them as geographic layers.", "orvane");
-    const CommandSet commands = DefineCommands(app, values);
-    try {
-        app.parse(argumentCount, arguments);
-    } catch (const CLI::ParseError& error) {
-        return ReportParseError(app, error);
+    // The count may be 0: a program can be run without even its name.
+    const std::vector<std::string> words(arguments + std::min(argumentCount, 1),
+                                         arguments + argumentCount);
+    int status = kExitDone;
+    const std::optional<ParsedArguments> parsed = Understand(words, status);
+    if (!parsed) {
+        return status;
     }
+    const bool isJson = parsed->Has("--json");
     // Exceptions may come from the module's code: it stays loaded until they are reported.
     std::optional<PluginModule> module;
     try {
-        Perform(commands, values, module);
+        Perform(*parsed, module);
     } catch (const UsageError& error) {
         PrintLine(std::string("orvane: ") + error.what());
         return kExitWrongArguments;
     } catch (const std::exception& exception) {
-        return ReportFailure(DescribeFailure(exception), values.isJson);
+        return ReportFailure(DescribeFailure(exception), isJson);
     } catch (...) {
-        return ReportFailure({"unknown", "", "An exception of an unknown type.", ""},
-                             values.isJson);
+        return ReportFailure({"unknown", "", "An exception of an unknown type.", ""}, isJson);
     }
     return kExitDone;
 }

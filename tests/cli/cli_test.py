@@ -1,18 +1,23 @@
 """Runs the program from outside: command lines, exit status, output, and the files it writes."""
 
 import contextlib
+import fcntl
 import glob
 import json
 import math
 import os
+import pty
 import re
 import resource
+import shlex
 import shutil
 import signal
 import socket
+import struct
 import subprocess
 import sys
 import tempfile
+import termios
 import time
 import unittest
 
@@ -116,38 +121,218 @@ class CliTest(unittest.TestCase):
 
 
 class ArgumentsTest(CliTest):
-    def test_every_command_has_help_with_examples(self):
-        for command in ([], ["read"], ["preview"], ["import"], ["options"]):
-            with self.subTest(command=command):
-                result = self.succeed(*command, "--help")
-                self.assertIn("Examples:\n  orvane ", result.out)
-                self.assertIn("Exit status: 0 done, 1 the data failed, 2 wrong arguments.", result.out)
+    def setUp(self):
+        super().setUp()
+        self.write("a.csv", "lon,lat,n\n1,2,3\n")
 
-    def test_tells_its_version(self):
-        self.assertRegex(self.succeed("--version").out, r"^orvane \d+\.\d+\.\d+\n$")
+    def assert_wrong(self, arguments, line):
+        self.assert_failure(self.run_orvane(*arguments), 2, "orvane: " + line)
 
-    def test_wrong_usage_is_one_line_and_status_2(self):
-        cases = (
-            [],
-            ["unknown"],
-            ["read"],
-            ["import"],
-            ["read", "a.csv", "b.csv"],
-            ["read", "a.csv", "--unknown"],
-            ["read", "a.csv", "--option"],
-            ["preview", "a.csv", "--x", "1"],
-            ["options", "a.csv"],
-        )
-        for arguments in cases:
+    def test_an_unknown_command_names_the_one_like_it(self):
+        for word, advice in (
+            ("imprt", "; did you mean import?"),
+            ("raed", "; did you mean read?"),
+            ("Preveiw", "; did you mean preview?"),
+            ("opt", "; did you mean options?"),
+            ("frobnicate", "; 'orvane help' lists the commands."),
+            ("x" * 100, "; 'orvane help' lists the commands."),
+            ("a.csv", "; the command comes before the file, for example 'orvane import FILE'."),
+        ):
+            for arguments in ((word,), ("help", word)):
+                with self.subTest(arguments=arguments):
+                    self.assert_wrong(arguments, f"There is no command '{word}'{advice}")
+
+    def test_an_unknown_option_names_the_one_like_it(self):
+        for arguments, command, word, advice in (
+            (("read", "a.csv", "--jsn"), "orvane read", "--jsn", "; did you mean --json?"),
+            (("read", "a.csv", "-json"), "orvane read", "-json", "; did you mean --json?"),
+            (("import", "a.csv", "--csr=EPSG:4326"), "orvane import", "--csr", "; did you mean --crs?"),
+            (("import", "--disk", "a.csv"), "orvane import", "--disk", "; did you mean --disk-cache?"),
+            (("preview", "a.csv", "--x", "1"), "orvane preview", "--x",
+             "; 'orvane help preview' lists the options."),
+            (("-v",), "orvane", "-v", "; did you mean --version?"),
+            (("--frobnicate", "read"), "orvane", "--frobnicate", "; 'orvane help' lists the options."),
+        ):
             with self.subTest(arguments=arguments):
-                result = self.run_orvane(*arguments)
-                self.assertEqual((result.status, result.out), (2, ""))
-                self.assertRegex(result.err, r"^orvane: [^\n]+ \(command line; [^\n]+\)\n$")
+                self.assert_wrong(arguments, f"There is no option '{word}' of '{command}'{advice}")
+
+    def test_a_missing_or_surplus_argument_shows_the_usage(self):
+        read = "Usage: orvane read FILE [OPTION...]"
+        for arguments, line in (
+            (("read",), f"FILE is missing. {read}"),
+            (("read", "--json"), f"FILE is missing. {read}"),
+            (("import",), "FILE is missing. Usage: orvane import FILE [OUT] [OPTION...]"),
+            (("read", "a.csv", "b.csv"), f"The argument 'b.csv' is one too many. {read}"),
+            (("options", "a\nb"), "The argument 'a\\x0Ab' is one too many. Usage: orvane options"),
+            (("help", "read", "x"), "The argument 'x' is one too many. Usage: orvane help [COMMAND]"),
+            (("version", "x"), "The argument 'x' is one too many. Usage: orvane version"),
+            (("--plugin", FAKE), "A command is missing; 'orvane help' lists the commands."),
+        ):
+            with self.subTest(arguments=arguments):
+                self.assert_wrong(arguments, line)
+
+    def test_an_option_without_its_value_says_its_form(self):
+        for arguments, form in (
+            (("read", "a.csv", "-o"), "--option needs a value: --option KEY=VALUE."),
+            (("read", "a.csv", "--option", "--json"), "--option needs a value: --option KEY=VALUE."),
+            (("import", "a.csv", "--crs", "--"), "--crs needs a value: --crs AUTHORITY:CODE."),
+            (("import", "--x", "--y=1", "a.csv"), "--x needs a value: --x NAME|INDEX."),
+            (("--plugin",), "--plugin needs a value: --plugin PATH."),
+        ):
+            with self.subTest(arguments=arguments):
+                self.assert_wrong(arguments, "The option " + form)
+
+    def test_a_value_that_is_too_much_or_given_twice_is_refused(self):
+        for arguments, line in (
+            (("read", "a.csv", "--json=2"), "The option --json has no value, but '2' is given."),
+            (("import", "a.csv", "--x", "0", "--x=1"),
+             "The option --x is given twice; leave one of them out."),
+            (("--plugin", FAKE, "read", "a.csv", "--plugin", FAKE),
+             "The option --plugin is given twice; leave one of them out."),
+            (("import", "a.csv", "--disk-cache", "--disk-cache=."),
+             "The option --disk-cache is given twice; leave one of them out."),
+            (("import", "a.csv", "--disk-cache", "--no-disk-cache"),
+             "Give --disk-cache or --no-disk-cache, not both."),
+        ):
+            with self.subTest(arguments=arguments):
+                self.assert_wrong(arguments, line)
+
+    def test_an_empty_text_is_not_an_absent_argument(self):
+        for name in ("FILE", "OUT"):
+            self.assert_wrong(
+                ("import", "") if name == "FILE" else ("import", "a.csv", ""),
+                f"{name} is an empty text; is a variable of a script not set?")
+        for form in ("--x NAME|INDEX", "--z NAME|INDEX", "--crs AUTHORITY:CODE", "--option KEY=VALUE",
+                     "--options FILE.json", "--plugin PATH", "--disk-cache=DIR"):
+            name = re.split("[ =]", form)[0]
+            forms = [("import", "a.csv", "out.gpkg", name + "=")]
+            if " " in form:
+                forms.append(("import", "a.csv", "out.gpkg", name, ""))
+            for arguments in forms:
+                with self.subTest(arguments=arguments):
+                    self.assert_wrong(
+                        arguments, f"The value of {name} is an empty text; give {form}, or leave the option out.")
+        self.assert_folder("a.csv")
 
     def test_an_option_takes_one_value_and_leaves_the_file_alone(self):
-        self.write("a.csv", "1,2\n")
-        result = self.succeed("read", "--option", "MAX_RECORDS=1", "a.csv", "--json")
-        self.assertTrue(result.json["ok"])
+        for option in (("--option", "MAX_RECORDS=1"), ("--option=MAX_RECORDS=1",), ("-o", "MAX_RECORDS=1"),
+                       ("-oMAX_RECORDS=1",), ("-o=MAX_RECORDS=1",)):
+            with self.subTest(option=option):
+                result = self.succeed("read", *option, "a.csv", "--json", "--json")
+                self.assertEqual(len(result.json["layer"]["features"]), 1)
+
+    def test_two_dashes_end_the_options(self):
+        self.write("-n.csv", "1,2\n")
+        for arguments in (("--json", "--", "-n.csv"), ("./-n.csv", "--json", "--")):
+            self.assertTrue(self.succeed("read", *arguments).json["ok"])
+        self.assert_wrong(("read", "--", "-n.csv", "--json"),
+                          "The argument '--json' is one too many. Usage: orvane read FILE [OPTION...]")
+
+    def test_the_plug_in_may_be_named_before_the_command(self):
+        self.write("one.csv", "")
+        before = self.run_orvane("--plugin", FAKE, "read", "one.csv")
+        after = self.run_orvane("read", "one.csv", "--plugin", FAKE)
+        self.assertEqual((before.status, before.out, before.err), (after.status, after.out, after.err))
+        self.assertNotEqual(before.out + before.err, self.run_orvane("read", "one.csv").out)
+
+    def test_a_bare_number_is_a_coordinate_system_of_epsg(self):
+        self.succeed("import", "a.csv", "named.gpkg", "--crs", "EPSG:4326")
+        self.succeed("import", "a.csv", "bare.gpkg", "--crs", "4326")
+        self.assertEqual(self.dump("bare.gpkg")["crs"], self.dump("named.gpkg")["crs"])
+        self.assert_wrong(("import", "a.csv", "--crs", "0"), "The coordinate system 'EPSG:0' is not known.")
+
+
+class HelpTest(CliTest):
+    COMMANDS = ("import", "read", "preview", "options", "help", "version")
+
+    def help(self, *arguments, columns=None):
+        environment = {key: value for key, value in os.environ.items() if key != "COLUMNS"}
+        if columns is not None:
+            environment["COLUMNS"] = str(columns)
+        result = self.run_orvane(*arguments, env=environment)
+        self.assertEqual((result.status, result.err), (0, ""))
+        return result.out
+
+    def test_every_command_has_help_with_usage_and_examples(self):
+        for command in ([], *([name] for name in self.COMMANDS)):
+            with self.subTest(command=command):
+                text = self.help(*command, "--help")
+                self.assertIn("\nUsage: orvane " + (command[0] if command else "COMMAND"), text)
+                self.assertIn("\nExamples:\n  orvane ", text)
+                self.assertTrue(
+                    text.endswith("\nExit status: 0 done, 1 the data failed, 2 wrong arguments.\n"))
+
+    def test_help_is_found_under_every_name_a_person_tries(self):
+        self.assertEqual(self.help("help"), self.help("--help"))
+        self.assertEqual(self.help("-h"), self.help("--help"))
+        for command in self.COMMANDS:
+            with self.subTest(command=command):
+                text = self.help(command, "--help")
+                for words in (("help", command), (command, "-h"), ("--help", command),
+                              (command, "x", "--unknown", "-h")):
+                    self.assertEqual(self.help(*words), text)
+
+    def test_the_program_alone_shows_its_help_as_an_error(self):
+        result = self.run_orvane()
+        self.assertEqual((result.status, result.out), (2, ""))
+        self.assertIn("Usage: orvane COMMAND [ARGUMENT...]\n", result.err)
+        for command in self.COMMANDS:
+            self.assertRegex(result.err, rf"(?m)^  {command} +\S")
+
+    def test_tells_its_version(self):
+        version = self.help("--version")
+        self.assertRegex(version, r"^orvane \d+\.\d+\.\d+\n$")
+        self.assertEqual(self.help("version"), version)
+
+    def test_lines_are_as_wide_as_asked_for(self):
+        for columns, widest in ((None, 80), (40, 40), (57, 57), (63, 63), (64, 64), (100, 100), (120, 120),
+                                (10, 40), (500, 120), (0, 80), (-5, 80), ("", 80), ("wide", 80), ("9" * 30, 80)):
+            for command in ([], *([name] for name in self.COMMANDS)):
+                with self.subTest(columns=columns, command=command):
+                    lines = self.help(*command, "--help", columns=columns).splitlines()
+                    # A word longer than its line, as an option of an example, stays whole.
+                    long = [line for line in lines if len(line) > widest and " " in line.strip().rstrip(" \\")]
+                    self.assertEqual(long, [])
+                    self.assertEqual([line for line in lines if line.endswith(" ")], [])
+
+    def test_narrow_and_wide_help_say_the_same(self):
+        for command in ([], *([name] for name in self.COMMANDS)):
+            texts = {columns: self.help(*command, "--help", columns=columns) for columns in (40, 80, 120)}
+            words = {tuple(text.replace("\\\n", "").split()) for text in texts.values()}
+            self.assertEqual(len(words), 1)
+
+    def test_examples_can_be_copied_however_narrow_the_help_is(self):
+        wide = self.help("read", "--help", columns=120)
+        narrow = self.help("read", "--help", columns=40)
+        for text in (wide, narrow):
+            examples = text[text.index("Examples:\n") + len("Examples:\n"):text.index("\n\nExit status")]
+            commands = [shlex.split(line) for line in examples.replace("\\\n", "").splitlines()]
+            self.assertIn(["orvane", "read", "track.dat", "-o", "ASCII_SEPARATOR=\\t", "-o", "CODEC=UTF-8",
+                           "--json"], commands)
+            self.assertTrue(all(command[:2] == ["orvane", "read"] for command in commands))
+
+    def test_nothing_of_a_machine_is_in_it(self):
+        for command in ([], *([name] for name in self.COMMANDS)):
+            text = self.help(*command, "--help")
+            self.assertNotRegex(text, r"REQUIRED|Excludes|Needs|TEXT|\{\}|::|\.\.\. |std")
+
+    def test_help_on_a_terminal_is_as_wide_as_the_terminal(self):
+        for columns, widest in ((50, 50), (20, 40), (300, 120), (0, 80)):
+            with self.subTest(columns=columns):
+                leader, follower = pty.openpty()
+                fcntl.ioctl(follower, termios.TIOCSWINSZ, struct.pack("HHHH", 24, columns, 0, 0))
+                environment = {key: value for key, value in os.environ.items() if key != "COLUMNS"}
+                process = subprocess.Popen([PROGRAM, "help", "import"], stdin=follower, stdout=follower,
+                                           stderr=follower, env=environment, close_fds=True)
+                os.close(follower)
+                shown = b""
+                with contextlib.suppress(OSError):  # A terminal without its other end.
+                    while block := os.read(leader, 65536):
+                        shown += block
+                os.close(leader)
+                self.assertEqual(process.wait(60), 0)
+                longest = max(len(line) for line in shown.decode().split("\r\n"))
+                self.assertTrue(widest - 12 <= longest <= widest, longest)
 
 
 class OptionTableTest(CliTest):
@@ -1133,26 +1318,6 @@ class ImportFailuresTest(CliTest):
         for arguments, line in cases:
             with self.subTest(arguments=arguments):
                 self.assert_failure(self.run_orvane("import", *arguments), 2, "orvane: " + line)
-        self.assert_folder("s.csv")
-
-    def test_an_empty_text_is_not_an_absent_argument(self):
-        cases = (
-            ("FILE", ("import", "", "out.gpkg")),
-            ("OUT", ("import", "s.csv", "")),
-            ("--options", ("import", "s.csv", "out.gpkg", "--options", "")),
-            ("--crs", ("import", "s.csv", "out.gpkg", "--crs", "")),
-            ("--plugin", ("import", "s.csv", "out.gpkg", "--plugin", "")),
-            ("FILE", ("read", "")),
-            ("FILE", ("preview", "")),
-        )
-        for name, arguments in cases:
-            with self.subTest(name=name, arguments=arguments):
-                self.assert_failure(
-                    self.run_orvane(*arguments),
-                    2,
-                    f"orvane: {name}: The text is empty. "
-                    "(command line; 'orvane --help' lists the commands)",
-                )
         self.assert_folder("s.csv")
 
     def test_more_columns_than_a_geopackage_holds(self):

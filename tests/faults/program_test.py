@@ -488,13 +488,13 @@ class OptionFilesTest(FaultsTest):
 
 
 class RandomArgumentsTest(FaultsTest):
-    COMMANDS = (b"import", b"read", b"preview", b"options")
+    COMMANDS = (b"import", b"read", b"preview", b"options", b"help", b"version")
     TEXTS = (
         *COMMANDS, b"s.csv", b"o.json", b"o.gpkg", b"o.csv", b"-o", b"--option", b"X_COLUMN=0",
         b"-oY_COLUMN=1", b"USE_TAB", b"--options", b"--json", b"--json=2", b"--json=x", b"--x", b"--y",
         b"--z", b"--x=lon", b"--x=", b"--x=[1,2]", b"lat", b"0", b"-1", b"-1.5", b"--crs", b"EPSG:4326",
         b"--disk-cache", b"--disk-cache=.", b"--disk-cache=", b"--disk-cache=false", b"--no-disk-cache",
-        b"--no-disk-cache=x", b"--plugin", b"--help", b"--help-all", b"--version", b"--config", b"--",
+        b"--no-disk-cache=x", b"--plugin", b"--help", b"-h", b"--help-all", b"--version", b"--config", b"--",
         b"-", b"", b"=", b"--=", b"-vvv", b"[", b"[]", b"{}", b"%%", b"++", b'"', b"'", b"a b", b"\n",
         b"\x1b[0m", b"\xff", b"\xc2\x9b", b"!s.csv")
     # Without the slash: no output may land in another folder.
@@ -523,7 +523,10 @@ class RandomArgumentsTest(FaultsTest):
                 ends.add(result.status)
                 self.assertIn(result.status, (0, 1, 2))
                 self.assertNotRegex(result.err + result.out, r"[\x00-\x09\x0b-\x1f\x7f-\x9f]")
-                if result.status != 0:
+                if not arguments:
+                    self.assertIn("Usage: orvane COMMAND", result.err)
+                    self.assert_folder(*inputs)
+                elif result.status != 0:
                     self.assertRegex(result.err, r"^orvane: ")
                     # The list of the columns to choose from stands below its line.
                     if "Which columns hold X and Y?" not in result.err:
