@@ -20,13 +20,15 @@
 namespace {
 
 constexpr const char* kUsage =
-    "usage: fuzz_" ORVANE_FUZZ_NAME " [--executions N] [--seed S] [--first F] [--write FOLDER] "
+    "usage: fuzz_NAME [--executions N] [--seed S] [--first F] [--write FOLDER] "
     "[FILE or FOLDER]...\n"
     "Runs files, those of folders, and N inputs made from the seed, from number F on (0); with\n"
     "--write the inputs are written to a folder instead of run. The input that fails is left in\n"
-    "the file finding-" ORVANE_FUZZ_NAME ".\n";
+    "the file finding-NAME.\n";
 
-constexpr const char* kFindingName = "finding-" ORVANE_FUZZ_NAME;
+// Made before signals are handled: a handler must not allocate.
+std::string findingName;
+std::string findingLine;
 
 struct Arguments
 {
@@ -43,7 +45,7 @@ std::size_t currentSize = 0;
 
 void WriteFinding(int signalNumber)
 {
-    const int file = open(kFindingName, O_WRONLY | O_CREAT | O_TRUNC, 0644);
+    const int file = open(findingName.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
     if (file >= 0) {
         std::size_t written = 0;
         while (written < currentSize) {
@@ -54,9 +56,7 @@ void WriteFinding(int signalNumber)
             written += static_cast<std::size_t>(count);
         }
         close(file);
-        constexpr const char kText[] =
-            "The input is left in " ORVANE_FUZZ_NAME ": finding-" ORVANE_FUZZ_NAME "\n";
-        const ssize_t ignored = write(STDERR_FILENO, kText, sizeof kText - 1);
+        const ssize_t ignored = write(STDERR_FILENO, findingLine.data(), findingLine.size());
         static_cast<void>(ignored);
     }
     std::signal(signalNumber, SIG_DFL);
@@ -162,6 +162,9 @@ int main(int argumentCount, char** arguments)
         std::fputs(kUsage, stderr);
         return 2;
     }
+    const std::string program = std::filesystem::path(arguments[0]).filename();
+    findingName = "finding-" + program.substr(program.starts_with("fuzz_") ? 5 : 0);
+    findingLine = program + ": the input is left in " + findingName + "\n";
     for (const int number : {SIGABRT, SIGSEGV, SIGBUS, SIGFPE, SIGILL}) {
         std::signal(number, WriteFinding);
     }
@@ -188,6 +191,6 @@ int main(int argumentCount, char** arguments)
         }
         ++runs;
     }
-    std::printf("fuzz_" ORVANE_FUZZ_NAME ": %llu inputs\n", static_cast<unsigned long long>(runs));
+    std::printf("%s: %llu inputs\n", program.c_str(), static_cast<unsigned long long>(runs));
     return 0;
 }
