@@ -1,22 +1,24 @@
 # The commands of the README; CMake does the work.
 FILE ?= examples/data/earthquakes.csv
 OUT ?=
+PREFIX ?=
 BENCH ?=
 SECONDS ?= 60
 SOAK ?=
 
-.PHONY: help deps build import test asan lint fuzz soak bench bench-instructions bench-programs format clean
+.PHONY: help deps build import install uninstall test asan lint fuzz soak bench bench-instructions bench-programs format clean
 
 help:
 	@echo 'make import [FILE=in.csv] [OUT=out.gpkg]   install what is missing, build, import a file'
 	@echo 'make build    build build/release/bin/orvane and AsciiReader.so'
+	@echo 'make install [PREFIX=folder]   install in /usr/local as root, else in ~/.local; make uninstall removes'
 	@echo 'make test     build everything and run every test'
 	@echo 'make asan     the same tests under the address and undefined behaviour sanitizers'
 	@echo 'make lint     format check and clang-tidy'
 	@echo 'make fuzz [SECONDS=60]   every fuzz harness under libFuzzer for that time, and a table'
 	@echo 'make soak [SOAK=load]     what takes hours, or parts of it: differential faults load memcheck threads fuzz'
 	@echo 'make bench    compare whole imports with other readers, report to bench/results'
-	@echo 'make bench-instructions   instructions a row, with Callgrind'
+	@echo 'make bench-instructions   instructions per row, with Callgrind'
 
 deps:
 	@scripts/install-deps
@@ -27,6 +29,12 @@ build: deps
 
 import: build
 	@build/release/bin/orvane import '$(FILE)' $(if $(OUT),'$(OUT)',)
+
+install: build
+	@scripts/install $(if $(PREFIX),'$(PREFIX)')
+
+uninstall:
+	@scripts/install --uninstall $(if $(PREFIX),'$(PREFIX)')
 
 test: deps
 	@cmake --preset release

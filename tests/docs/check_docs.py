@@ -1,12 +1,14 @@
 """Holds the documents against the program, the sources and the tree.
 
-ORVANE names the built program, ORVANE_SOURCE the source tree.
+ORVANE names the built program, ORVANE_BUILD the build folder, ORVANE_SOURCE the source tree.
 """
 
 import json
 import os
 import pathlib
 import re
+import shlex
+import shutil
 import subprocess
 import tempfile
 import unittest
@@ -224,41 +226,55 @@ class Tree(unittest.TestCase):
                 with self.subTest(document=document.name, target=target):
                     self.assertIn("".join(target), targets)
 
-    def test_folders_of_the_readme_exist(self):
-        folders = []
-        for heading, cells in table_rows(SOURCE / "README.md"):
-            if heading[0] == "Folder":
-                folders.append(code(cells[0]))
-        self.assertGreater(len(folders), 5)
-        for folder in folders:
-            with self.subTest(folder=folder):
-                self.assertTrue((SOURCE / folder).is_dir())
+    def test_the_table_of_folders_is_whole(self):
+        documented = [code(cells[0]) for heading, cells in table_rows(SOURCE / "README.md")
+                      if heading[0] == "Folder"]
+        present = {path.name for path in SOURCE.iterdir() if path.is_dir()}
+        # Not of the project: what version control, builds and Python leave.
+        present -= {".git", ".github", ".vscode", ".idea", ".cache", "build", "__pycache__"}
+        self.assertEqual(sorted(documented), sorted(present))
 
-    def test_the_tour_of_the_readme_is_what_the_program_prints(self):
+
+class Tour(unittest.TestCase):
+    """The console blocks of the README, typed as printed by somebody whose PATH has the program."""
+
+    def tours(self):
         text = (SOURCE / "README.md").read_text(encoding="utf-8")
         tours = re.findall(r"```console\n(.*?)```", text, re.DOTALL)
         self.assertTrue(tours)
-        # Times and places differ, and the document has no blanks at line ends.
-        volatile = re.compile(r"(^(Time|Written): .*| +)$", re.MULTILINE)
-        for tour in tours:
-            for command, expected in re.findall(r"^\$ (.*)\n((?:(?!\$ ).*\n)*)", tour, re.MULTILINE):
-                with self.subTest(command=command), tempfile.TemporaryDirectory() as folder:
-                    actual = self.run_tour(command, folder)
-                    self.assertEqual(volatile.sub("", actual), volatile.sub("", expected))
+        return tours
 
-    def run_tour(self, command, folder):
-        """Runs a command of the tour in a folder of its own; `make import` stands for its program."""
-        if command == "make import":
-            command = "orvane import earthquakes.csv"
-        words = command.split()
-        self.assertEqual(words[0], "orvane")
-        data = pathlib.Path(folder) / "earthquakes.csv"
-        data.write_bytes((SOURCE / "examples/data/earthquakes.csv").read_bytes())
+    def session(self, tour, home, path):
+        """What a terminal shows of the tour's commands, in a copy of the examples."""
+        clone = home / "orvane"
+        shutil.copytree(SOURCE / "examples", clone / "examples", ignore=shutil.ignore_patterns("*.gpkg"))
+        commands = re.findall(r"^\$ (.*)$", tour, re.MULTILINE)
+        self.assertTrue(commands)
+        script = "".join(f"printf '$ %s\\n' {shlex.quote(command)}\n{command}\n" for command in commands)
         done = subprocess.run(
-            [PROGRAM, *words[1:]], cwd=folder, capture_output=True, timeout=60, check=False
-        )
-        output = done.stdout.decode("utf-8") + done.stderr.decode("utf-8")
-        return output.replace(folder, "/home/me")
+            ["bash", "-c", script], cwd=clone, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, timeout=60,
+            env={**os.environ, "PATH": f"{path}:{os.environ['PATH']}", "HOME": str(home)}, check=False)
+        return done.stdout.decode("utf-8").replace(str(home), "/home/me")
+
+    @staticmethod
+    def without_times(text):
+        # Times differ, and the document has no blanks at line ends.
+        return re.sub(r"(?m) +$", "", re.sub(r"(?m)^Time: .*$", lambda line: re.sub(r"[\d.]+", "0", line[0]), text))
+
+    def check(self, path):
+        for tour in self.tours():
+            with tempfile.TemporaryDirectory() as folder:
+                shown = self.session(tour, pathlib.Path(folder).resolve(), path)
+                self.assertEqual(self.without_times(shown), self.without_times(tour))
+
+    def test_it_prints_what_the_readme_prints(self):
+        self.check(pathlib.Path(PROGRAM).parent)
+
+    def test_it_does_so_against_an_install(self):
+        with tempfile.TemporaryDirectory() as prefix:
+            subprocess.run([SOURCE / "scripts/install", "--build", os.environ["ORVANE_BUILD"], prefix],
+                           stdout=subprocess.DEVNULL, check=True, timeout=60)
+            self.check(pathlib.Path(prefix) / "bin")
 
 
 if __name__ == "__main__":
