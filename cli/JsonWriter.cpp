@@ -4,6 +4,7 @@
 #include "TerminalText.h"
 
 #include <Orvane/BNumbers.h>
+#include <Orvane/BUnicode.h>
 
 #include <charconv>
 #include <cmath>
@@ -63,25 +64,12 @@ void JsonWriter::Character(char32_t code)
         }
         return;
     }
-    if (code < 0xA0 || (code >= 0xD800 && code < 0xE000)) {
+    if (code < 0xA0 || Orvane::BUnicode::IsSurrogate(code)) {
         UnitEscape(static_cast<char16_t>(code));
         return;
     }
-    const auto value = static_cast<std::uint32_t>(code);
-    const auto tail = [&](unsigned shift) {
-        return static_cast<char>(0x80U | ((value >> shift) & 0x3FU));
-    };
-    if (value < 0x800) {
-        Raw(static_cast<char>(0xC0U | (value >> 6U)));
-    } else if (value < 0x10000) {
-        Raw(static_cast<char>(0xE0U | (value >> 12U)));
-        Raw(tail(6));
-    } else {
-        Raw(static_cast<char>(0xF0U | (value >> 18U)));
-        Raw(tail(12));
-        Raw(tail(6));
-    }
-    Raw(tail(0));
+    char bytes[Orvane::BUnicode::kMaxUtf8Bytes] = {};
+    Raw(std::string_view(bytes, Orvane::BUnicode::EncodeUtf8(code, bytes)));
 }
 
 void JsonWriter::Bytes(std::string_view utf8)
@@ -114,18 +102,8 @@ void JsonWriter::Bytes(std::string_view utf8)
 
 void JsonWriter::Units(std::u16string_view units)
 {
-    for (std::size_t index = 0; index < units.size(); ++index) {
-        const char16_t unit = units[index];
-        const bool isPair = unit >= 0xD800 && unit < 0xDC00 && index + 1 < units.size() &&
-                            units[index + 1] >= 0xDC00 && units[index + 1] < 0xE000;
-        if (isPair) {
-            const auto high = static_cast<std::uint32_t>(unit) - 0xD800U;
-            const auto low = static_cast<std::uint32_t>(units[index + 1]) - 0xDC00U;
-            Character(static_cast<char32_t>(0x10000U + (high << 10U) + low));
-            ++index;
-        } else {
-            Character(unit);
-        }
+    for (std::size_t position = 0; position < units.size();) {
+        Character(Orvane::BUnicode::DecodeUtf16(units, position));
     }
 }
 

@@ -1,16 +1,17 @@
-// Writes layers by walking their pages.
+// Writes layers row by row.
 #include "LayerJson.h"
 
 #include <Orvane/BPointGeo.h>
+#include <Orvane/BRowWalk.h>
 
-#include <memory>
+#include <cstddef>
+#include <cstdint>
 
 namespace OrvaneHost {
 
 namespace {
 
 using Orvane::BFeaturePage;
-using Orvane::EColumnStorage;
 using Orvane::EVariantType;
 
 void WriteSchema(JsonWriter& json, const Orvane::BAttributeDefs& schema)
@@ -119,34 +120,26 @@ private:
     void WriteTypeAndValue(std::size_t row, std::size_t columnIndex)
     {
         const Orvane::BColumnData& column = m_page.data[columnIndex];
-        switch (column.storage) {
-        case EColumnStorage::Int32:
-            WriteType(EVariantType::Int32);
-            m_json.Number(std::int64_t{column.int32s[row]});
-            break;
-        case EColumnStorage::Int64:
-            WriteType(EVariantType::Int64);
-            m_json.Number(column.int64s[row]);
-            break;
-        case EColumnStorage::Double:
-            WriteType(EVariantType::Double);
-            m_json.Number(column.doubles[row]);
-            break;
-        case EColumnStorage::Float:
-            WriteType(EVariantType::Float);
-            m_json.Number(column.floats[row]);
-            break;
-        case EColumnStorage::Boolean:
-            WriteType(EVariantType::Boolean);
-            m_json.Boolean(column.booleans[row] != 0);
-            break;
-        case EColumnStorage::Text:
+        Orvane::VisitStorage(column.storage, [this, &column, row](auto kind) {
             // Every type that is carried as text gives a text value.
-            WriteType(EVariantType::String);
-            m_json.Text(column.texts.GetBytes(row), column.texts.encoding);
-            break;
-        }
+            WriteType(kind.kType);
+            if constexpr (kind.kIsText) {
+                m_json.Text(column.texts.GetBytes(row), column.texts.encoding);
+            } else {
+                WriteValue(kind.GetValue(column, row));
+            }
+        });
     }
+
+    void WriteValue(bool value) { m_json.Boolean(value); }
+
+    void WriteValue(std::int32_t value) { m_json.Number(std::int64_t{value}); }
+
+    void WriteValue(std::int64_t value) { m_json.Number(value); }
+
+    void WriteValue(float value) { m_json.Number(value); }
+
+    void WriteValue(double value) { m_json.Number(value); }
 
     JsonWriter& m_json;
     const BFeaturePage& m_page;
@@ -161,23 +154,21 @@ void WriteLayerJson(JsonWriter& json, const Orvane::BVectorLayer& layer)
     json.Raw(",\"schema\":");
     WriteSchema(json, layer.GetSchema());
     json.Raw(",\"features\":[");
-    const Orvane::BFeatureCollection& features = layer.GetFeatures();
     bool isFirst = true;
-    for (std::size_t pageIndex = 0; pageIndex < features.GetPageCount(); ++pageIndex) {
-        const std::shared_ptr<const BFeaturePage> held = features.LoadPage(pageIndex);
-        const BFeaturePage& page = *held;
-        const std::size_t firstRow = features.GetFirstRow(pageIndex);
-        PageRows rows(json, page);
-        for (std::size_t row = 0; row < page.GetRowCount(); ++row) {
-            json.Raw(isFirst ? "" : ",");
-            isFirst = false;
-            if (const Orvane::BFeature* object = features.GetObjectRow(firstRow + row)) {
-                WriteObject(json, *object);
-            } else {
-                rows.WriteRow(row);
-            }
-        }
-    }
+    const auto separate = [&json, &isFirst] {
+        json.Raw(isFirst ? "" : ",");
+        isFirst = false;
+    };
+    Orvane::VisitRows(
+        layer.GetFeatures(),
+        [&](const BFeaturePage& page, std::size_t row) {
+            separate();
+            PageRows(json, page).WriteRow(row);
+        },
+        [&](const Orvane::BFeature& object) {
+            separate();
+            WriteObject(json, object);
+        });
     json.Raw("]}");
 }
 

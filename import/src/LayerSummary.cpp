@@ -5,10 +5,10 @@
 
 #include <Orvane/BNumbers.h>
 #include <Orvane/BPointGeo.h>
+#include <Orvane/BRowWalk.h>
 
 #include <algorithm>
 #include <cmath>
-#include <memory>
 #include <utility>
 
 namespace OrvaneHost {
@@ -20,25 +20,6 @@ void CountPoint(bool hasZ, double x, double y, LayerCounts& counts)
     ++counts.points;
     counts.withHeight += hasZ ? 1U : 0U;
     counts.withoutPlace += std::isfinite(x) && std::isfinite(y) ? 0U : 1U;
-}
-
-Orvane::EVariantType TypeOfStorage(Orvane::EColumnStorage storage) noexcept
-{
-    switch (storage) {
-    case Orvane::EColumnStorage::Int32:
-        return Orvane::EVariantType::Int32;
-    case Orvane::EColumnStorage::Int64:
-        return Orvane::EVariantType::Int64;
-    case Orvane::EColumnStorage::Double:
-        return Orvane::EVariantType::Double;
-    case Orvane::EColumnStorage::Float:
-        return Orvane::EVariantType::Float;
-    case Orvane::EColumnStorage::Boolean:
-        return Orvane::EVariantType::Boolean;
-    case Orvane::EColumnStorage::Text:
-        break;
-    }
-    return Orvane::EVariantType::String;
 }
 
 /// Goes through a layer page by page.
@@ -54,17 +35,16 @@ public:
 
     LayerCounts Run()
     {
-        for (std::size_t pageIndex = 0; pageIndex < m_features.GetPageCount(); ++pageIndex) {
-            const std::shared_ptr<const Orvane::BFeaturePage> page = m_features.LoadPage(pageIndex);
-            for (std::size_t index = m_fieldCount; index < page->data.size(); ++index) {
-                AddField((*page->columns)[index].name, TypeOfStorage(page->data[index].storage));
+        for (Orvane::BRowWalk walk(m_features); walk.NextPage();) {
+            const Orvane::BFeaturePage& page = walk.GetPage();
+            for (std::size_t index = m_fieldCount; index < page.data.size(); ++index) {
+                AddField((*page.columns)[index].name, Orvane::TypeOf(page.data[index].storage));
             }
-            const std::size_t firstRow = m_features.GetFirstRow(pageIndex);
-            for (std::size_t row = 0; row < page->GetRowCount(); ++row) {
-                if (const Orvane::BFeature* object = m_features.GetObjectRow(firstRow + row)) {
+            for (std::size_t row = 0; row < walk.GetRowCount(); ++row) {
+                if (const Orvane::BFeature* object = walk.GetObject(row)) {
                     CountObject(*object);
                 } else {
-                    CountPageRow(*page, row);
+                    CountPageRow(page, row);
                 }
             }
         }

@@ -1,6 +1,8 @@
 // Escaping and cutting of texts that are shown to people.
 #include "TerminalText.h"
 
+#include <Orvane/BUnicode.h>
+
 #include <cstdint>
 
 namespace OrvaneHost::TerminalText {
@@ -9,52 +11,9 @@ namespace {
 
 constexpr char kHexDigits[] = "0123456789ABCDEF";
 
-struct Character
+bool BeginsCharacter(char byte) noexcept
 {
-    char32_t code;
-    std::size_t bytes; ///< 0: no valid character begins here
-};
-
-/// The character that the text begins with; the text is not empty.
-Character DecodeFirst(std::string_view text) noexcept
-{
-    const auto byteAt = [&](std::size_t index) {
-        return static_cast<std::uint32_t>(static_cast<unsigned char>(text[index]));
-    };
-    const std::uint32_t lead = byteAt(0);
-    if (lead < 0x80) {
-        return {static_cast<char32_t>(lead), 1};
-    }
-    std::size_t length = 0;
-    std::uint32_t code = 0;
-    std::uint32_t smallest = 0;
-    if (lead >= 0xC2 && lead < 0xE0) {
-        length = 2;
-        code = lead & 0x1FU;
-        smallest = 0x80;
-    } else if (lead >= 0xE0 && lead < 0xF0) {
-        length = 3;
-        code = lead & 0x0FU;
-        smallest = 0x800;
-    } else if (lead >= 0xF0 && lead < 0xF5) {
-        length = 4;
-        code = lead & 0x07U;
-        smallest = 0x10000;
-    }
-    if (length == 0 || text.size() < length) {
-        return {0, 0};
-    }
-    for (std::size_t index = 1; index < length; ++index) {
-        if ((byteAt(index) & 0xC0U) != 0x80) {
-            return {0, 0};
-        }
-        code = (code << 6U) | (byteAt(index) & 0x3FU);
-    }
-    const bool isSurrogate = code >= 0xD800 && code < 0xE000;
-    if (code < smallest || code > 0x10FFFF || isSurrogate) {
-        return {0, 0};
-    }
-    return {static_cast<char32_t>(code), length};
+    return !Orvane::BUnicode::IsContinuation(static_cast<unsigned char>(byte));
 }
 
 bool TurnsDirection(char32_t code) noexcept
@@ -86,8 +45,8 @@ std::string Escape(std::string_view utf8)
     std::string out;
     out.reserve(utf8.size());
     while (!utf8.empty()) {
-        const Character character = DecodeFirst(utf8);
-        if (character.bytes == 0) {
+        const Orvane::BUnicode::Character character = Orvane::BUnicode::DecodeUtf8(utf8);
+        if (!character.isValid) {
             AppendByteEscape(out, static_cast<unsigned char>(utf8[0]));
             utf8.remove_prefix(1);
             continue;
@@ -99,9 +58,9 @@ std::string Escape(std::string_view utf8)
                    TurnsDirection(code)) {
             AppendUnitEscape(out, code);
         } else {
-            out += utf8.substr(0, character.bytes);
+            out += utf8.substr(0, character.size);
         }
-        utf8.remove_prefix(character.bytes);
+        utf8.remove_prefix(character.size);
     }
     return out;
 }
@@ -115,9 +74,7 @@ std::size_t CountCharacters(std::string_view utf8) noexcept
 {
     std::size_t count = 0;
     for (const char byte : utf8) {
-        if ((static_cast<unsigned char>(byte) & 0xC0U) != 0x80) {
-            ++count;
-        }
+        count += BeginsCharacter(byte) ? 1U : 0U;
     }
     return count;
 }
@@ -130,7 +87,7 @@ std::string Cut(const std::string& escaped, std::size_t columns)
     std::size_t kept = 0;
     std::size_t end = 0;
     while (end < escaped.size()) {
-        const bool beginsCharacter = (static_cast<unsigned char>(escaped[end]) & 0xC0U) != 0x80;
+        const bool beginsCharacter = BeginsCharacter(escaped[end]);
         if (beginsCharacter && kept == columns - 1) {
             break;
         }
@@ -162,11 +119,11 @@ std::string Pad(const std::string& escaped, std::size_t columns)
 bool IsUtf8(std::string_view bytes) noexcept
 {
     while (!bytes.empty()) {
-        const std::size_t length = DecodeFirst(bytes).bytes;
-        if (length == 0) {
+        const Orvane::BUnicode::Character character = Orvane::BUnicode::DecodeUtf8(bytes);
+        if (!character.isValid) {
             return false;
         }
-        bytes.remove_prefix(length);
+        bytes.remove_prefix(character.size);
     }
     return true;
 }

@@ -2,6 +2,7 @@
 #include <Orvane/BArrowStream.h>
 #include <Orvane/BException.h>
 #include <Orvane/BPointGeo.h>
+#include <Orvane/BRowWalk.h>
 
 #include <cerrno>
 #include <cstring>
@@ -33,23 +34,28 @@ private:
     std::string m_text;
 };
 
+template <typename Value>
+inline constexpr const char* kFormatOf = nullptr;
+template <>
+inline constexpr const char* kFormatOf<std::int32_t> = "i";
+template <>
+inline constexpr const char* kFormatOf<std::int64_t> = "l";
+template <>
+inline constexpr const char* kFormatOf<double> = "g";
+template <>
+inline constexpr const char* kFormatOf<float> = "f";
+template <>
+inline constexpr const char* kFormatOf<bool> = "b";
+template <>
+inline constexpr const char* kFormatOf<BString> = "u";
+
 const char* FormatOf(EColumnStorage storage)
 {
-    switch (storage) {
-    case EColumnStorage::Int32:
-        return "i";
-    case EColumnStorage::Int64:
-        return "l";
-    case EColumnStorage::Double:
-        return "g";
-    case EColumnStorage::Float:
-        return "f";
-    case EColumnStorage::Boolean:
-        return "b";
-    case EColumnStorage::Text:
-        break;
-    }
-    return "u";
+    return VisitStorage(storage, [](auto kind) {
+        constexpr const char* kFormat = kFormatOf<typename decltype(kind)::Value>;
+        static_assert(kFormat != nullptr, "A storage needs its format here.");
+        return kFormat;
+    });
 }
 
 // Schemas.
@@ -320,6 +326,7 @@ class LayerStream
 public:
     explicit LayerStream(BSharedPtr<BVectorLayer> layer)
         : m_layer(std::move(layer))
+        , m_walk(m_layer->GetFeatures())
     {}
 
     void GetSchema(ArrowSchema& out)
@@ -331,13 +338,11 @@ public:
     void GetNext(ArrowArray& out)
     {
         Prepare();
-        const BFeatureCollection& features = m_layer->GetFeatures();
-        if (m_nextPage == features.GetPageCount()) {
+        if (m_walk.NextPage()) {
+            MakeBatch(out);
+        } else {
             out = ArrowArray(); // a released array ends the stream
-            return;
         }
-        MakeBatch(features, m_nextPage, out);
-        ++m_nextPage;
     }
 
     int Guard(void (*work)(LayerStream&, void*), void* out) noexcept
@@ -377,19 +382,17 @@ private:
         if (m_isPrepared) {
             return;
         }
-        const BFeatureCollection& features = m_layer->GetFeatures();
         Columns columns;
-        for (std::size_t index = 0; index < features.GetPageCount(); ++index) {
-            const Page page = features.LoadPage(index);
-            m_hasZ = m_hasZ || !page->z.IsEmpty();
-            if (IsPrefix(columns, *page->columns)) {
-                columns = *page->columns;
-            } else if (!IsPrefix(*page->columns, columns)) {
+        for (BRowWalk walk(m_layer->GetFeatures()); walk.NextPage();) {
+            const BFeaturePage& page = walk.GetPage();
+            m_hasZ = m_hasZ || !page.z.IsEmpty();
+            if (IsPrefix(columns, *page.columns)) {
+                columns = *page.columns;
+            } else if (!IsPrefix(*page.columns, columns)) {
                 throw StreamError("The features of the layer do not share their columns.");
             }
-            for (std::size_t row = 0; row < page->GetRowCount() && features.GetObjectRowCount() > 0;
-                 ++row) {
-                const BFeature* object = features.GetObjectRow(features.GetFirstRow(index) + row);
+            for (std::size_t row = 0; row < walk.GetRowCount() && walk.MayHaveObjects(); ++row) {
+                const BFeature* object = walk.GetObject(row);
                 const BPointGeo* point = object == nullptr ? nullptr : object->GetPoint();
                 m_hasZ = m_hasZ || (point != nullptr && point->HasZ());
             }
@@ -398,20 +401,16 @@ private:
         m_isPrepared = true;
     }
 
-    void MakeBatch(const BFeatureCollection& features, std::size_t pageIndex, ArrowArray& out)
+    void MakeBatch(ArrowArray& out) const
     {
-        const Page page = features.LoadPage(pageIndex);
+        const Page page = m_walk.SharePage();
         const std::size_t rows = page->GetRowCount();
         std::vector<const BFeature*> objects;
-        if (features.GetObjectRowCount() > 0) {
-            const std::size_t firstRow = features.GetFirstRow(pageIndex);
-            for (std::size_t row = 0; row < rows; ++row) {
-                const BFeature* object = features.GetObjectRow(firstRow + row);
-                if (object != nullptr) {
-                    objects.resize(rows);
-                    objects[row] = object;
-                    CheckAttributes(*object);
-                }
+        for (std::size_t row = 0; row < rows && m_walk.MayHaveObjects(); ++row) {
+            if (const BFeature* object = m_walk.GetObject(row)) {
+                objects.resize(rows);
+                objects[row] = object;
+                CheckAttributes(*object);
             }
         }
         ArrayBuilder batch(rows, page);
@@ -537,26 +536,15 @@ private:
         builder.AddValidity(std::move(valid));
         const BColumnData empty;
         const BColumnData& data = column < page->data.size() ? page->data[column] : empty;
-        switch (StorageOf(m_columns[column].type)) {
-        case EColumnStorage::Int32:
-            AddValues(builder, rows, objects, column, data.int32s, &BVariant::GetInteger);
-            break;
-        case EColumnStorage::Int64:
-            AddValues(builder, rows, objects, column, data.int64s, &BVariant::GetInt64);
-            break;
-        case EColumnStorage::Double:
-            AddValues(builder, rows, objects, column, data.doubles, &BVariant::GetDouble);
-            break;
-        case EColumnStorage::Float:
-            AddValues(builder, rows, objects, column, data.floats, &BVariant::GetFloat);
-            break;
-        case EColumnStorage::Boolean:
-            AddBooleans(builder, rows, objects, column, data);
-            break;
-        case EColumnStorage::Text:
-            AddTexts(builder, rows, objects, column, data);
-            break;
-        }
+        VisitStorage(StorageOf(m_columns[column].type), [&](auto kind) {
+            if constexpr (kind.kIsText) {
+                AddTexts(builder, rows, objects, column, data.texts);
+            } else if constexpr (kind.kStorage == EColumnStorage::Boolean) {
+                AddBooleans(builder, rows, objects, column, data.booleans);
+            } else {
+                AddValues(kind, builder, rows, objects, column, kind.ArrayOf(data));
+            }
+        });
         return builder.Make();
     }
 
@@ -569,13 +557,13 @@ private:
         return hasValue ? &object->GetAttributes().GetValueAt(column) : nullptr;
     }
 
-    template <typename T>
-    static void AddValues(ArrayBuilder& builder,
+    template <typename Kind, typename T>
+    static void AddValues(Kind kind,
+                          ArrayBuilder& builder,
                           std::size_t rows,
                           const std::vector<const BFeature*>& objects,
                           std::size_t column,
-                          const BPageArray<T>& values,
-                          T (BVariant::*get)() const)
+                          const BPageArray<T>& values)
     {
         if (objects.empty() && values.GetSize() >= rows) {
             builder.AddPlace(values.Data());
@@ -585,7 +573,7 @@ private:
         for (std::size_t row = 0; row < rows; ++row) {
             const BVariant* value = ValueOf(objects, row, column);
             const T stored = row < values.GetSize() ? values[row] : T();
-            copies[row] = value != nullptr ? (value->*get)() : stored;
+            copies[row] = value != nullptr ? kind.Convert(*value) : stored;
         }
         builder.AddOwned(BytesOf(copies));
     }
@@ -594,12 +582,12 @@ private:
                             std::size_t rows,
                             const std::vector<const BFeature*>& objects,
                             std::size_t column,
-                            const BColumnData& data)
+                            const BPageArray<std::uint8_t>& values)
     {
         BitBuffer bits(rows);
         for (std::size_t row = 0; row < rows; ++row) {
             const BVariant* value = ValueOf(objects, row, column);
-            const bool stored = row < data.booleans.GetSize() && data.booleans[row] != 0;
+            const bool stored = row < values.GetSize() && values[row] != 0;
             if (value != nullptr ? value->GetBoolean() : stored) {
                 bits.Set(row);
             }
@@ -611,15 +599,15 @@ private:
                          std::size_t rows,
                          const std::vector<const BFeature*>& objects,
                          std::size_t column,
-                         const BColumnData& data)
+                         const BTextArray& values)
     {
         TextBuffers texts(rows);
         for (std::size_t row = 0; row < rows; ++row) {
             const BVariant* value = ValueOf(objects, row, column);
             if (value != nullptr) {
                 texts.Append(value->GetString().ToUtf8(), ETextEncoding::Utf8);
-            } else if (row < data.texts.GetCount() && ObjectAt(objects, row) == nullptr) {
-                texts.Append(data.texts.GetBytes(row), data.texts.encoding);
+            } else if (row < values.GetCount() && ObjectAt(objects, row) == nullptr) {
+                texts.Append(values.GetBytes(row), values.encoding);
             } else {
                 texts.AppendEmpty();
             }
@@ -628,10 +616,10 @@ private:
     }
 
     BSharedPtr<BVectorLayer> m_layer;
+    BRowWalk m_walk;
     Columns m_columns;
     bool m_hasZ = false;
     bool m_isPrepared = false;
-    std::size_t m_nextPage = 0;
     std::string m_error;
 };
 

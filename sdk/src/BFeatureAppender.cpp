@@ -1,11 +1,12 @@
 // Appends rows to pages of columns; what the inlined quick path leaves over.
-#include <Orvane/BFeatureCollection.h>
+#include <Orvane/BFeatureAppender.h>
 
 #include <algorithm>
 #include <array>
 #include <charconv>
 #include <iterator>
 #include <limits>
+#include <type_traits>
 #include <utility>
 
 namespace Orvane {
@@ -71,61 +72,33 @@ bool ReadCanonicalNumber(std::string_view bytes, std::uint32_t& number)
     return value <= std::numeric_limits<std::uint32_t>::max();
 }
 
-void TruncateTexts(BTextArray& texts, std::size_t count) noexcept
+/// The array that has one entry per row: the values, or where each text ends.
+template <typename T>
+BPageArray<T>& RowsOf(BPageArray<T>& values) noexcept
 {
-    if (texts.ends.GetSize() > count) {
-        texts.ends.Truncate(count);
-    }
-    texts.bytes.Truncate(count == 0 ? 0 : texts.ends[count - 1]);
+    return values;
 }
 
-void TruncateColumn(BColumnData& column, std::size_t count) noexcept
+BPageArray<std::uint32_t>& RowsOf(BTextArray& texts) noexcept
 {
-    switch (column.storage) {
-    case EColumnStorage::Int32:
-        column.int32s.Truncate(count);
-        break;
-    case EColumnStorage::Int64:
-        column.int64s.Truncate(count);
-        break;
-    case EColumnStorage::Double:
-        column.doubles.Truncate(count);
-        break;
-    case EColumnStorage::Float:
-        column.floats.Truncate(count);
-        break;
-    case EColumnStorage::Boolean:
-        column.booleans.Truncate(count);
-        break;
-    case EColumnStorage::Text:
-        TruncateTexts(column.texts, count);
-        break;
-    }
+    return texts.ends;
+}
+
+template <typename T>
+void FillRows(BPageArray<T>& values, std::size_t count)
+{
+    values.Resize(count, T());
+}
+
+void FillRows(BTextArray& texts, std::size_t count)
+{
+    texts.ends.Resize(count, static_cast<std::uint32_t>(texts.bytes.GetSize()));
 }
 
 /// Fills a column with 0 or empty texts up to `count` rows.
 void FillColumn(BColumnData& column, std::size_t count)
 {
-    switch (column.storage) {
-    case EColumnStorage::Int32:
-        column.int32s.Resize(count, 0);
-        break;
-    case EColumnStorage::Int64:
-        column.int64s.Resize(count, 0);
-        break;
-    case EColumnStorage::Double:
-        column.doubles.Resize(count, 0.0);
-        break;
-    case EColumnStorage::Float:
-        column.floats.Resize(count, 0.0F);
-        break;
-    case EColumnStorage::Boolean:
-        column.booleans.Resize(count, std::uint8_t{0});
-        break;
-    case EColumnStorage::Text:
-        column.texts.ends.Resize(count, static_cast<std::uint32_t>(column.texts.bytes.GetSize()));
-        break;
-    }
+    VisitColumn(column, [count](auto& array) { FillRows(array, count); });
 }
 
 void ReserveTexts(BTextArray& texts, const BTextArray& like)
@@ -138,26 +111,7 @@ void ReserveTexts(BTextArray& texts, const BTextArray& like)
 
 void ReserveColumn(BColumnData& column, std::size_t rows)
 {
-    switch (column.storage) {
-    case EColumnStorage::Int32:
-        column.int32s.Reserve(rows);
-        break;
-    case EColumnStorage::Int64:
-        column.int64s.Reserve(rows);
-        break;
-    case EColumnStorage::Double:
-        column.doubles.Reserve(rows);
-        break;
-    case EColumnStorage::Float:
-        column.floats.Reserve(rows);
-        break;
-    case EColumnStorage::Boolean:
-        column.booleans.Reserve(rows);
-        break;
-    case EColumnStorage::Text:
-        column.texts.ends.Reserve(rows);
-        break;
-    }
+    VisitColumn(column, [rows](auto& array) { RowsOf(array).Reserve(rows); });
 }
 
 /// Reserves what a page that was filled before has used.
@@ -180,25 +134,23 @@ void ReserveLike(BFeaturePage& page, const BFeaturePage& like)
     }
 }
 
+template <typename T>
+constexpr std::size_t WidthOf(const BPageArray<T>& /*values*/) noexcept
+{
+    return sizeof(T);
+}
+
+constexpr std::size_t WidthOf(const BTextArray& /*texts*/) noexcept
+{
+    return sizeof(std::uint32_t);
+}
+
 /// Bytes of a row without its texts.
 std::size_t RowWidth(const BFeaturePage& page) noexcept
 {
     std::size_t width = 3 * sizeof(double);
     for (const BColumnData& column : page.data) {
-        switch (column.storage) {
-        case EColumnStorage::Int32:
-        case EColumnStorage::Float:
-        case EColumnStorage::Text:
-            width += sizeof(std::uint32_t);
-            break;
-        case EColumnStorage::Int64:
-        case EColumnStorage::Double:
-            width += sizeof(double);
-            break;
-        case EColumnStorage::Boolean:
-            width += 1;
-            break;
-        }
+        width += VisitColumn(column, [](const auto& array) { return WidthOf(array); });
     }
     return width;
 }
@@ -493,7 +445,7 @@ void BFeatureAppender::AbandonRow() noexcept
 {
     const std::size_t rows = m_page->rowCount;
     for (BColumnData& column : m_page->data) {
-        TruncateColumn(column, rows);
+        VisitColumn(column, [rows](auto& array) { array.Truncate(rows); });
     }
     m_page->x.Truncate(rows);
     m_page->y.Truncate(rows);
@@ -501,7 +453,7 @@ void BFeatureAppender::AbandonRow() noexcept
     m_page->pointKinds.Truncate(rows);
     m_page->attributeCounts.Truncate(rows);
     if (m_page->hasNameTexts) {
-        TruncateTexts(m_page->nameTexts, rows);
+        m_page->nameTexts.Truncate(rows);
     }
     while (!m_page->nameRuns.empty() && m_page->nameRuns.back().rowInPage >= rows) {
         m_page->nameRuns.pop_back();
@@ -539,28 +491,15 @@ public:
 
     void LengthenColumn(BColumnData& column, std::size_t first, std::size_t count)
     {
-        switch (column.storage) {
-        case EColumnStorage::Int32:
-            Lengthen(column.int32s, first, count);
-            break;
-        case EColumnStorage::Int64:
-            Lengthen(column.int64s, first, count);
-            break;
-        case EColumnStorage::Double:
-            Lengthen(column.doubles, first, count);
-            break;
-        case EColumnStorage::Float:
-            Lengthen(column.floats, first, count);
-            break;
-        case EColumnStorage::Boolean:
-            Lengthen(column.booleans, first, count);
-            break;
-        case EColumnStorage::Text:
-            column.texts.ends.ReserveMore(count);
-            Prefault(column.texts.ends, first + count);
-            Prefault(column.texts.bytes, column.texts.bytes.GetSize() + m_step / 2);
-            break;
-        }
+        VisitColumn(column, [this, first, count](auto& array) {
+            if constexpr (std::is_same_v<decltype(array), BTextArray&>) {
+                array.ends.ReserveMore(count);
+                Prefault(array.ends, first + count);
+                Prefault(array.bytes, array.bytes.GetSize() + m_step / 2);
+            } else {
+                Lengthen(array, first, count);
+            }
+        });
     }
 
 private:

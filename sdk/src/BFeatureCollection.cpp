@@ -3,6 +3,7 @@
 #include "BPageFile.h"
 
 #include <Orvane/BException.h>
+#include <Orvane/BFeatureAppender.h>
 #include <Orvane/BFeatureCollection.h>
 
 #include <algorithm>
@@ -474,29 +475,15 @@ void BFeatureCollection::AppendValues(const BFeature& feature)
     BFeatureAppender& adder = *m_adder;
     for (std::size_t i = 0; i < values.attributes.GetCount(); ++i) {
         const BVariant& value = values.attributes.GetValueAt(i);
-        switch (value.GetType()) {
-        case EVariantType::Int32:
-            adder.AddInt32(value.GetInteger());
-            break;
-        case EVariantType::Int64:
-            adder.AddInt64(value.GetInt64());
-            break;
-        case EVariantType::Double:
-            adder.AddDouble(value.GetDouble());
-            break;
-        case EVariantType::Float:
-            adder.AddFloat(value.GetFloat());
-            break;
-        case EVariantType::Boolean:
-            adder.AddBoolean(value.GetBoolean());
-            break;
-        default: {
-            const BString string = value.GetString();
-            const StoredText text(string, m_scratch);
-            adder.AddText(text.bytes, text.encoding);
-            break;
-        }
-        }
+        VisitStorage(StorageOf(value.GetType()), [this, &adder, &value](auto kind) {
+            if constexpr (kind.kIsText) {
+                const BString string = value.GetString();
+                const StoredText text(string, m_scratch);
+                adder.AddText(text.bytes, text.encoding);
+            } else {
+                adder.AddValue(kind, kind.Convert(value));
+            }
+        });
     }
     const StoredText name(values.name, m_scratch);
     adder.EndRow(KindOf(values.hasPoint, values.point),
@@ -513,26 +500,13 @@ void BFeatureCollection::AppendPlaceholder(const BFeature& feature)
     BFeatureAppender& adder = *m_adder;
     const BFeaturePage& page = *adder.m_page;
     for (const BColumnData& column : page.data) {
-        switch (column.storage) {
-        case EColumnStorage::Int32:
-            adder.AddInt32(0);
-            break;
-        case EColumnStorage::Int64:
-            adder.AddInt64(0);
-            break;
-        case EColumnStorage::Double:
-            adder.AddDouble(0);
-            break;
-        case EColumnStorage::Float:
-            adder.AddFloat(0);
-            break;
-        case EColumnStorage::Boolean:
-            adder.AddBoolean(false);
-            break;
-        case EColumnStorage::Text:
-            adder.AddText({}, ETextEncoding::Ascii);
-            break;
-        }
+        VisitStorage(column.storage, [&adder](auto kind) {
+            if constexpr (kind.kIsText) {
+                adder.AddText({}, ETextEncoding::Ascii);
+            } else {
+                adder.AddValue(kind, {});
+            }
+        });
     }
     // The page's usual kind and the next number keep a page of regular rows regular.
     const BFeature::Values& values = *feature.m_values;

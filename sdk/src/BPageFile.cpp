@@ -162,54 +162,6 @@ private:
     bool m_isGood = true;
 };
 
-void PutColumn(Writer& writer, const BColumnData& column)
-{
-    switch (column.storage) {
-    case EColumnStorage::Int32:
-        writer.Put(column.int32s);
-        break;
-    case EColumnStorage::Int64:
-        writer.Put(column.int64s);
-        break;
-    case EColumnStorage::Double:
-        writer.Put(column.doubles);
-        break;
-    case EColumnStorage::Float:
-        writer.Put(column.floats);
-        break;
-    case EColumnStorage::Boolean:
-        writer.Put(column.booleans);
-        break;
-    case EColumnStorage::Text:
-        writer.Put(column.texts);
-        break;
-    }
-}
-
-void TakeColumn(Reader& reader, BColumnData& column)
-{
-    switch (column.storage) {
-    case EColumnStorage::Int32:
-        reader.Take(column.int32s);
-        break;
-    case EColumnStorage::Int64:
-        reader.Take(column.int64s);
-        break;
-    case EColumnStorage::Double:
-        reader.Take(column.doubles);
-        break;
-    case EColumnStorage::Float:
-        reader.Take(column.floats);
-        break;
-    case EColumnStorage::Boolean:
-        reader.Take(column.booleans);
-        break;
-    case EColumnStorage::Text:
-        reader.Take(column.texts);
-        break;
-    }
-}
-
 /// Writes all bytes. The system takes a part of them when the disk gets full; only the next write
 /// then tells why.
 bool WriteAll(QFile& file, std::uint64_t offset, std::span<const char> bytes)
@@ -284,7 +236,7 @@ BPagePlace BPageFile::Write(const BFeaturePage& page, std::size_t pageIndex)
     writer.Put(page.nameRuns.data(), page.nameRuns.size());
     writer.Put(page.nameTexts);
     for (const BColumnData& column : page.data) {
-        PutColumn(writer, column);
+        VisitColumn(column, [&writer](const auto& array) { writer.Put(array); });
     }
 
     if (!WriteAll(*m_file, m_end, m_buffer.View())) {
@@ -349,7 +301,7 @@ std::shared_ptr<BFeaturePage> BPageFile::Read(const BPagePlace& place, std::size
     page->data.resize(page->columns->size());
     for (std::size_t i = 0; i < page->data.size(); ++i) {
         page->data[i].storage = StorageOf((*page->columns)[i].type);
-        TakeColumn(reader, page->data[i]);
+        VisitColumn(page->data[i], [&reader](auto& array) { reader.Take(array); });
     }
     if (!reader.IsAtEnd()) {
         throw damaged();

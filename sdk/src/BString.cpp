@@ -2,6 +2,7 @@
 #include <Orvane/BException.h>
 #include <Orvane/BString.h>
 #include <Orvane/BStringQt.h>
+#include <Orvane/BUnicode.h>
 
 #include <array>
 #include <charconv>
@@ -11,24 +12,12 @@ namespace Orvane {
 
 namespace {
 
-constexpr char16_t kReplacement = u'\uFFFD';
-
 // Inside a QString: the buffer's header, the units, the length; BString::View reads the last two.
 static_assert(sizeof(QString) == 3 * sizeof(void*) && alignof(QString) == alignof(void*));
 static_assert(sizeof(QString::DataPointer) == sizeof(QString));
 static_assert(sizeof(qsizetype) == sizeof(std::size_t));
 static_assert(offsetof(QString::DataPointer, ptr) == sizeof(void*));
 static_assert(offsetof(QString::DataPointer, size) == 2 * sizeof(void*));
-
-constexpr bool IsHighSurrogate(char16_t unit) noexcept
-{
-    return unit >= 0xD800 && unit <= 0xDBFF;
-}
-
-constexpr bool IsLowSurrogate(char16_t unit) noexcept
-{
-    return unit >= 0xDC00 && unit <= 0xDFFF;
-}
 
 constexpr bool IsTrimmed(char16_t unit) noexcept
 {
@@ -52,85 +41,12 @@ char16_t* PutCharacter(char16_t* out, char32_t character) noexcept
     return out;
 }
 
-/// What a UTF-8 lead byte asks for.
-struct Utf8Lead
-{
-    unsigned following; ///< bytes that follow; 0 for a byte that leads nothing
-    unsigned lowest;    ///< lowest second byte
-    unsigned highest;   ///< highest second byte
-};
-
-constexpr Utf8Lead ClassifyLead(unsigned byte) noexcept
-{
-    if (byte >= 0xC2 && byte <= 0xDF) {
-        return {1, 0x80, 0xBF};
-    }
-    if (byte >= 0xE0 && byte <= 0xEF) {
-        return {2, byte == 0xE0 ? 0xA0U : 0x80U, byte == 0xED ? 0x9FU : 0xBFU};
-    }
-    if (byte >= 0xF0 && byte <= 0xF4) {
-        return {3, byte == 0xF0 ? 0x90U : 0x80U, byte == 0xF4 ? 0x8FU : 0xBFU};
-    }
-    return {0, 0, 0};
-}
-
-/// Reads the character at `position`, which moves behind it; a broken one gives U+FFFD and
-/// `position` moves behind its longest valid beginning.
+/// The character at `position`, which moves past it; a broken one gives U+FFFD.
 char32_t TakeUtf8Character(std::string_view bytes, std::size_t& position) noexcept
 {
-    const auto byteAt = [&](std::size_t at) {
-        return unsigned{static_cast<unsigned char>(bytes[at])};
-    };
-    const unsigned first = byteAt(position++);
-    if (first < 0x80) {
-        return first;
-    }
-    const Utf8Lead lead = ClassifyLead(first);
-    if (lead.following == 0) {
-        return kReplacement;
-    }
-    char32_t character = first & (0x3FU >> lead.following);
-    unsigned lowest = lead.lowest;
-    unsigned highest = lead.highest;
-    for (unsigned count = 0; count < lead.following; ++count) {
-        if (position == bytes.size() || byteAt(position) < lowest || byteAt(position) > highest) {
-            return kReplacement;
-        }
-        character = (character << 6) | (byteAt(position++) & 0x3FU);
-        lowest = 0x80;
-        highest = 0xBF;
-    }
-    return character;
-}
-
-/// Reads the character at `position`, which moves behind it; a lone surrogate gives its number.
-char32_t TakeUtf16Character(std::u16string_view text, std::size_t& position) noexcept
-{
-    const char16_t first = text[position++];
-    if (IsHighSurrogate(first) && position < text.size() && IsLowSurrogate(text[position])) {
-        return (char32_t{first} << 10) + text[position++] - 0x35FDC00U;
-    }
-    return first;
-}
-
-void AppendUtf8(std::string& out, char32_t character)
-{
-    const auto append = [&](char32_t byte) { out.push_back(static_cast<char>(byte)); };
-    if (character < 0x80) {
-        append(character);
-    } else if (character < 0x800) {
-        append(0xC0 | (character >> 6));
-        append(0x80 | (character & 0x3F));
-    } else if (character < 0x10000) {
-        append(0xE0 | (character >> 12));
-        append(0x80 | ((character >> 6) & 0x3F));
-        append(0x80 | (character & 0x3F));
-    } else {
-        append(0xF0 | (character >> 18));
-        append(0x80 | ((character >> 12) & 0x3F));
-        append(0x80 | ((character >> 6) & 0x3F));
-        append(0x80 | (character & 0x3F));
-    }
+    const BUnicode::Character character = BUnicode::DecodeUtf8(bytes.substr(position));
+    position += character.size;
+    return character.code;
 }
 
 /// One byte a unit, '?' for units above `highest`.
@@ -220,7 +136,7 @@ BString BString::FromWide(std::wstring_view text)
     return BuildText(text.size() * 2, [&](char16_t* out) {
         for (const wchar_t unit : text) {
             const auto character = static_cast<char32_t>(unit);
-            out = PutCharacter(out, character <= 0x10FFFF ? character : char32_t{kReplacement});
+            out = PutCharacter(out, character <= 0x10FFFF ? character : BUnicode::kReplacement);
         }
         return out;
     });
@@ -262,9 +178,9 @@ std::string BString::ToUtf8() const
     std::string result;
     result.reserve(text.size());
     for (std::size_t position = 0; position < text.size();) {
-        const char32_t character = TakeUtf16Character(text, position);
-        const bool isLoneSurrogate = character >= 0xD800 && character <= 0xDFFF;
-        AppendUtf8(result, isLoneSurrogate ? char32_t{kReplacement} : character);
+        const char32_t character = BUnicode::DecodeUtf16(text, position);
+        const bool isLone = BUnicode::IsSurrogate(character);
+        BUnicode::AppendUtf8(isLone ? BUnicode::kReplacement : character, result);
     }
     return result;
 }
@@ -288,7 +204,7 @@ std::wstring BString::ToWide() const
         std::wstring result;
         result.reserve(text.size());
         for (std::size_t position = 0; position < text.size();) {
-            result.push_back(static_cast<wchar_t>(TakeUtf16Character(text, position)));
+            result.push_back(static_cast<wchar_t>(BUnicode::DecodeUtf16(text, position)));
         }
         return result;
     }
