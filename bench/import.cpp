@@ -2,18 +2,17 @@
 // that took. Each run is one sample; compare runs that alternate with those of another reader.
 #include "Measure.h"
 
-#include <Orvane/BDataManagerProxy.h>
 #include <Orvane/BException.h>
 #include <Orvane/BFeaturePage.h>
+#include <Orvane/BPluginModule.h>
 #include <Orvane/BPointGeo.h>
+#include <Orvane/BRowWalk.h>
 #include <Orvane/BVectorLayer.h>
 #include <Orvane/Constants.h>
 
 #include <charconv>
 #include <cstdint>
 #include <cstdio>
-#include <cstring>
-#include <dlfcn.h>
 #include <fstream>
 #include <iostream>
 #include <stdexcept>
@@ -74,36 +73,23 @@ std::size_t CountRawBytes(const Orvane::BTextArray& texts)
     return texts.bytes.GetSize() + texts.GetCount() * sizeof(std::uint32_t);
 }
 
-std::size_t CountRawBytes(const Orvane::BColumnData& column, std::size_t rows)
+template <typename T>
+std::size_t CountRawBytes(const Orvane::BPageArray<T>& values)
 {
-    switch (column.storage) {
-    case Orvane::EColumnStorage::Int32:
-        return rows * sizeof(std::int32_t);
-    case Orvane::EColumnStorage::Int64:
-        return rows * sizeof(std::int64_t);
-    case Orvane::EColumnStorage::Double:
-        return rows * sizeof(double);
-    case Orvane::EColumnStorage::Float:
-        return rows * sizeof(float);
-    case Orvane::EColumnStorage::Boolean:
-        return rows;
-    case Orvane::EColumnStorage::Text:
-        break;
-    }
-    return CountRawBytes(column.texts);
+    return values.GetSize() * sizeof(T);
 }
 
 std::size_t CountRawBytes(Orvane::BVectorLayer& layer)
 {
     const Orvane::BFeatureCollection& features = layer.GetFeatures();
     std::size_t bytes = 0;
-    for (std::size_t index = 0; index < features.GetPageCount(); ++index) {
-        const Orvane::BFeaturePage& page = features.GetPage(index);
-        const std::size_t rows = page.GetRowCount();
-        bytes += rows * sizeof(double) * (page.z.IsEmpty() ? 2 : 3);
+    for (Orvane::BRowWalk walk(features); walk.NextPage();) {
+        const Orvane::BFeaturePage& page = walk.GetPage();
+        bytes += page.GetRowCount() * sizeof(double) * (page.z.IsEmpty() ? 2 : 3);
         bytes += page.HasNameTexts() ? CountRawBytes(page.nameTexts) : 0;
         for (const Orvane::BColumnData& column : page.data) {
-            bytes += CountRawBytes(column, rows);
+            bytes +=
+                Orvane::VisitColumn(column, [](const auto& array) { return CountRawBytes(array); });
         }
     }
     return bytes;
@@ -155,18 +141,6 @@ Arguments Parse(const std::vector<std::string_view>& words)
     return arguments;
 }
 
-Orvane::BDataManagerProxy& LoadProxy(const char* module)
-{
-    void* handle = dlopen(module, RTLD_NOW | RTLD_LOCAL);
-    void* symbol = handle == nullptr ? nullptr : dlsym(handle, Orvane::kGetDataMgrProxyName);
-    if (symbol == nullptr) {
-        throw std::runtime_error(dlerror());
-    }
-    Orvane::GetDataMgrProxyFunction getProxy = nullptr;
-    std::memcpy(&getProxy, &symbol, sizeof getProxy);
-    return *getProxy();
-}
-
 void PrintTimes(const char* name, const Times& times)
 {
     std::printf("%s_cpu_s %.6f\n%s_wall_s %.6f\n", name, times.cpu, name, times.wall);
@@ -194,11 +168,11 @@ void PrintMemory(const Memory& before, const Memory& after, std::int64_t peak)
 
 // The next two are functions of their own for profilers, which find them by their names.
 
-[[gnu::noinline]] Orvane::BDataReader* OpenReader(Orvane::BDataManagerProxy& proxy,
-                                                  const Orvane::BString& path,
-                                                  const Orvane::BParamList& options)
+[[gnu::noinline]] Orvane::BReaderHandle OpenReader(const Orvane::BPluginModule& module,
+                                                   const Orvane::BString& path,
+                                                   const Orvane::BParamList& options)
 {
-    Orvane::BDataReader* reader = proxy.CreateReader(path, options, nullptr, nullptr);
+    Orvane::BReaderHandle reader = module.CreateReader(path, options);
     reader->Open(path, options);
     return reader;
 }
@@ -209,7 +183,7 @@ void PrintMemory(const Memory& before, const Memory& after, std::int64_t peak)
     reader.Close();
 }
 
-void Import(Orvane::BDataManagerProxy& proxy, const Arguments& arguments)
+void Import(const Orvane::BPluginModule& module, const Arguments& arguments)
 {
     Times open;
     Times read;
@@ -221,14 +195,13 @@ void Import(Orvane::BDataManagerProxy& proxy, const Arguments& arguments)
     std::size_t rawBytes = 0;
     for (const std::string& file : arguments.files) {
         const Orvane::BString path = Orvane::BString::FromUtf8(file);
-        Orvane::BDataReader* reader = nullptr;
-        Measure(open, [&] { reader = OpenReader(proxy, path, arguments.options); });
+        Orvane::BReaderHandle reader;
+        Measure(open, [&] { reader = OpenReader(module, path, arguments.options); });
         Measure(read, [&] { ReadRows(*reader); });
         after = MeasureMemory();
         peakOfRead = PeakBytes();
         Measure(visit, [&] { Visit(*reader->GetLayers().GetAt(0), totals); });
         rawBytes += CountRawBytes(*reader->GetLayers().GetAt(0));
-        proxy.DestroyObject(reader);
     }
     PrintTotals(arguments, totals);
     PrintTimes("open", open);
@@ -240,32 +213,31 @@ void Import(Orvane::BDataManagerProxy& proxy, const Arguments& arguments)
 
 /// Reads every file and hands its layer on, then drops it.
 template <typename Use>
-void ReadAll(Orvane::BDataManagerProxy& proxy, const Arguments& arguments, const Use& use)
+void ReadAll(const Orvane::BPluginModule& module, const Arguments& arguments, const Use& use)
 {
     for (const std::string& file : arguments.files) {
         const Orvane::BString path = Orvane::BString::FromUtf8(file);
-        Orvane::BDataReader* reader = OpenReader(proxy, path, arguments.options);
+        Orvane::BReaderHandle reader = OpenReader(module, path, arguments.options);
         ReadRows(*reader);
         use(*reader->GetLayers().GetAt(0));
-        proxy.DestroyObject(reader);
     }
 }
 
-void Drop(Orvane::BDataManagerProxy& proxy, const Arguments& arguments)
+void Drop(const Orvane::BPluginModule& module, const Arguments& arguments)
 {
     Times read;
     const Memory before = MeasureMemory();
-    Measure(read, [&] { ReadAll(proxy, arguments, [](Orvane::BVectorLayer&) {}); });
+    Measure(read, [&] { ReadAll(module, arguments, [](Orvane::BVectorLayer&) {}); });
     const Memory after = MeasureMemory();
     const std::int64_t peakOfRead = PeakBytes();
     Totals totals;
-    ReadAll(proxy, arguments, [&totals](Orvane::BVectorLayer& layer) { Visit(layer, totals); });
+    ReadAll(module, arguments, [&totals](Orvane::BVectorLayer& layer) { Visit(layer, totals); });
     PrintTotals(arguments, totals);
     PrintTimes("read", read);
     PrintMemory(before, after, peakOfRead);
 }
 
-void Preview(Orvane::BDataManagerProxy& proxy, const Arguments& arguments)
+void Preview(const Orvane::BPluginModule& module, const Arguments& arguments)
 {
     Times preview;
     std::size_t columns = 0;
@@ -273,11 +245,10 @@ void Preview(Orvane::BDataManagerProxy& proxy, const Arguments& arguments)
     for (const std::string& file : arguments.files) {
         const Orvane::BString path = Orvane::BString::FromUtf8(file);
         Measure(preview, [&] {
-            Orvane::BDataReader* reader = OpenReader(proxy, path, arguments.options);
+            Orvane::BReaderHandle reader = OpenReader(module, path, arguments.options);
             const Orvane::BParamList answer = reader->GetFilePreview(Orvane::QUERY_COLUMNS);
             columns += static_cast<std::size_t>(answer.GetInteger(Orvane::NUM_COLUMNS));
             reader->Close();
-            proxy.DestroyObject(reader);
         });
     }
     std::printf("files %zu\ncolumns %zu\n", arguments.files.size(), columns);
@@ -285,17 +256,17 @@ void Preview(Orvane::BDataManagerProxy& proxy, const Arguments& arguments)
     PrintMemory(before, MeasureMemory(), PeakBytes());
 }
 
-void Run(Orvane::BDataManagerProxy& proxy, const Arguments& arguments)
+void Run(const Orvane::BPluginModule& module, const Arguments& arguments)
 {
     switch (arguments.mode) {
     case EMode::Import:
-        Import(proxy, arguments);
+        Import(module, arguments);
         break;
     case EMode::Drop:
-        Drop(proxy, arguments);
+        Drop(module, arguments);
         break;
     case EMode::Preview:
-        Preview(proxy, arguments);
+        Preview(module, arguments);
         break;
     }
 }
@@ -317,7 +288,8 @@ int main(int argumentCount, char** argumentTexts)
         return 2;
     }
     try {
-        Run(LoadProxy(argumentTexts[1]), Parse({argumentTexts + 2, argumentTexts + argumentCount}));
+        Run(Orvane::BPluginModule(argumentTexts[1]),
+            Parse({argumentTexts + 2, argumentTexts + argumentCount}));
         return 0;
     } catch (const Orvane::BException& error) {
         std::cerr << error.GetMessage().ToUtf8() << " (" << error.GetLocation().ToUtf8() << ") "

@@ -6,10 +6,12 @@
 #include "Failure.h"
 #include "HelpText.h"
 #include "JsonWriter.h"
+#include "ModuleFolder.h"
 #include "OptionFile.h"
-#include "PluginModule.h"
 #include "ReaderOptions.h"
 #include "TextOutput.h"
+
+#include <Orvane/BPluginModule.h>
 
 #include <algorithm>
 #include <cstdio>
@@ -252,7 +254,7 @@ std::string MakeHelpFor(const ParsedArguments& arguments)
 }
 
 /// Loads the plug-in into `module` and performs the command.
-void Perform(const ParsedArguments& arguments, std::optional<PluginModule>& module)
+void Perform(const ParsedArguments& arguments, std::optional<Orvane::BPluginModule>& module)
 {
     const std::string_view command = arguments.command->name;
     if (command == "options") {
@@ -260,7 +262,7 @@ void Perform(const ParsedArguments& arguments, std::optional<PluginModule>& modu
         return;
     }
     const Orvane::BParamList params = MakeParams(arguments);
-    module.emplace(arguments.Get("--plugin"));
+    module.emplace(FindModule(arguments.Get("--plugin")));
     const std::string file = arguments.Get("FILE");
     if (command == "import") {
         RunImport(module->GetProxy(),
@@ -375,7 +377,7 @@ int RunCommandLine(int argumentCount, char** arguments)
     }
     const bool isJson = parsed->Has("--json");
     // Exceptions may come from the module's code: it stays loaded until they are reported.
-    std::optional<PluginModule> module;
+    std::optional<Orvane::BPluginModule> module;
     try {
         Perform(*parsed, module);
     } catch (const UsageError& error) {

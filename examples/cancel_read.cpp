@@ -3,8 +3,9 @@
 //
 // Usage: cancel_read MODULE FILE ROWS [KEY=VALUE]...
 // Read first: list_layer.cpp.
-#include "PluginLibrary.h"
+#include "ExampleSupport.h"
 
+#include <Orvane/BPluginModule.h>
 #include <Orvane/BProgress.h>
 
 #include <iostream>
@@ -50,13 +51,13 @@ int main(int argumentCount, char** arguments)
     return Examples::Run([&] {
         RowLimit progress(static_cast<unsigned>(std::stoul(arguments[3])));
         const Orvane::BParamList options = Examples::ParseOptions(argumentCount, arguments, 4);
-        const Examples::PluginLibrary plugin(arguments[1], arguments[2], options);
-        Orvane::BDataReader& reader = plugin.GetReader();
-        reader.SetProgress(&progress);
-        reader.Open(arguments[2], options);
-        reader.Read();
-        const bool isCancelled = reader.GetStatus() == Orvane::EManagerStatus::kCancelled;
+        const Orvane::BPluginModule module(arguments[1]);
+        const Orvane::BReaderHandle reader = module.CreateReader(arguments[2], options);
+        reader->SetProgress(&progress);
+        reader->Open(arguments[2], options);
+        reader->Read();
+        const bool isCancelled = reader->GetStatus() == Orvane::EManagerStatus::kCancelled;
         std::cout << (isCancelled ? "cancelled" : "complete") << '\n';
-        reader.Close();
+        reader->Close();
     });
 }

@@ -2,10 +2,12 @@
 //
 // Usage: column_sums MODULE FILE [KEY=VALUE]...
 // Read first: list_layer.cpp.
-#include "PluginLibrary.h"
+#include "ExampleSupport.h"
 
 #include <Orvane/BAttributeDefs.h>
 #include <Orvane/BFeaturePage.h>
+#include <Orvane/BPluginModule.h>
+#include <Orvane/BRowWalk.h>
 #include <Orvane/BVectorLayer.h>
 
 #include <cstddef>
@@ -26,37 +28,39 @@ struct Sums
 bool HasNumbers(const Orvane::BAttributeDef& definition)
 {
     const Orvane::EColumnStorage storage = Orvane::StorageOf(definition.GetType());
-    return storage == Orvane::EColumnStorage::Int32 || storage == Orvane::EColumnStorage::Double;
+    return storage != Orvane::EColumnStorage::Boolean && storage != Orvane::EColumnStorage::Text;
 }
 
-double SumColumn(const Orvane::BFeaturePage& page, std::size_t columnIndex)
+// Overloads for the arrays in which columns can be stored.
+double SumValues(const Orvane::BTextArray& /*texts*/)
 {
-    const Orvane::BColumnData& column = page.data[columnIndex];
+    return 0;
+}
+
+template <typename Number>
+double SumValues(const Orvane::BPageArray<Number>& values)
+{
     double sum = 0;
-    for (std::size_t row = 0; row < page.GetRowCount(); ++row) {
-        switch (column.storage) {
-        case Orvane::EColumnStorage::Int32:
-            sum += column.int32s[row];
-            break;
-        case Orvane::EColumnStorage::Double:
-            sum += column.doubles[row];
-            break;
-        default:
-            return 0;
-        }
+    for (const Number value : values.View()) {
+        sum += static_cast<double>(value);
     }
     return sum;
 }
 
-// A layer that nobody has changed since it was read has all its rows in the pages; rows that a host
-// changed or added with values of another kind are found with GetObjectRow.
+double SumColumn(const Orvane::BColumnData& column)
+{
+    return Orvane::VisitColumn(column, [](const auto& values) { return SumValues(values); });
+}
+
+// A layer that nobody has changed since it was read has all its rows in the pages. Rows that a host
+// changed, or added with values of another kind, stand beside them: BRowWalk::GetObject gives them.
 Sums SumLayer(const Orvane::BVectorLayer& layer)
 {
     const Orvane::BFeatureCollection& features = layer.GetFeatures();
     Sums sums;
     sums.columns.resize(layer.GetSchema().GetCount());
-    for (std::size_t pageIndex = 0; pageIndex < features.GetPageCount(); ++pageIndex) {
-        const Orvane::BFeaturePage& page = features.GetPage(pageIndex);
+    for (Orvane::BRowWalk walk(features); walk.NextPage();) {
+        const Orvane::BFeaturePage& page = walk.GetPage();
         for (std::size_t row = 0; row < page.GetRowCount(); ++row) {
             if (page.GetPointKind(row) != Orvane::EPointKind::None) {
                 ++sums.points;
@@ -65,7 +69,7 @@ Sums SumLayer(const Orvane::BVectorLayer& layer)
             }
         }
         for (std::size_t column = 0; column < page.data.size(); ++column) {
-            sums.columns[column] += SumColumn(page, column);
+            sums.columns[column] += SumColumn(page.data[column]);
         }
     }
     return sums;
@@ -81,12 +85,12 @@ int main(int argumentCount, char** arguments)
     }
     return Examples::Run([&] {
         const Orvane::BParamList options = Examples::ParseOptions(argumentCount, arguments, 3);
-        const Examples::PluginLibrary plugin(arguments[1], arguments[2], options);
-        Orvane::BDataReader& reader = plugin.GetReader();
-        reader.Open(arguments[2], options);
-        reader.Read();
+        const Orvane::BPluginModule module(arguments[1]);
+        const Orvane::BReaderHandle reader = module.CreateReader(arguments[2], options);
+        reader->Open(arguments[2], options);
+        reader->Read();
 
-        const Orvane::BVectorLayer& layer = *reader.GetLayers().GetAt(0);
+        const Orvane::BVectorLayer& layer = *reader->GetLayers().GetAt(0);
         const Sums sums = SumLayer(layer);
         std::cout << std::fixed << std::setprecision(3);
         std::cout << sums.points << " points, sum of x " << sums.x << ", sum of y " << sums.y
@@ -98,6 +102,6 @@ int main(int argumentCount, char** arguments)
             std::cout << layer.GetSchema().GetAt(column).GetName().ToUtf8() << ": "
                       << sums.columns[column] << '\n';
         }
-        reader.Close();
+        reader->Close();
     });
 }

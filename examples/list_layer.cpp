@@ -2,8 +2,9 @@
 //
 // Usage: list_layer MODULE FILE [KEY=VALUE]...
 // Read first: docs/sdk.md.
-#include "PluginLibrary.h"
+#include "ExampleSupport.h"
 
+#include <Orvane/BPluginModule.h>
 #include <Orvane/BPointGeo.h>
 #include <Orvane/BVectorLayer.h>
 
@@ -50,11 +51,11 @@ int main(int argumentCount, char** arguments)
     }
     return Examples::Run([&] {
         const Orvane::BParamList options = Examples::ParseOptions(argumentCount, arguments, 3);
-        const Examples::PluginLibrary plugin(arguments[1], arguments[2], options);
-        Orvane::BDataReader& reader = plugin.GetReader();
-        reader.Open(arguments[2], options);
-        reader.Read();
-        PrintLayer(*reader.GetLayers().GetAt(0));
-        reader.Close();
+        const Orvane::BPluginModule module(arguments[1]);
+        const Orvane::BReaderHandle reader = module.CreateReader(arguments[2], options);
+        reader->Open(arguments[2], options);
+        reader->Read();
+        PrintLayer(*reader->GetLayers().GetAt(0));
+        reader->Close();
     });
 }

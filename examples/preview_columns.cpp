@@ -3,8 +3,9 @@
 //
 // Usage: preview_columns MODULE FILE [KEY=VALUE]...
 // Read first: list_layer.cpp.
-#include "PluginLibrary.h"
+#include "ExampleSupport.h"
 
+#include <Orvane/BPluginModule.h>
 #include <Orvane/Constants.h>
 
 #include <cstdint>
@@ -19,12 +20,12 @@ int main(int argumentCount, char** arguments)
     }
     return Examples::Run([&] {
         const Orvane::BParamList options = Examples::ParseOptions(argumentCount, arguments, 3);
-        const Examples::PluginLibrary plugin(arguments[1], arguments[2], options);
-        Orvane::BDataReader& reader = plugin.GetReader();
-        reader.Open(arguments[2], options);
+        const Orvane::BPluginModule module(arguments[1]);
+        const Orvane::BReaderHandle reader = module.CreateReader(arguments[2], options);
+        reader->Open(arguments[2], options);
 
         // A preview takes lines from the file; a reader that shall read all rows is another one.
-        const Orvane::BParamList preview = reader.GetFilePreview(Orvane::QUERY_COLUMNS);
+        const Orvane::BParamList preview = reader->GetFilePreview(Orvane::QUERY_COLUMNS);
         const bool hasNames = preview.GetString(Orvane::FIRST_LINE_COLUMN_NAMES) == "1";
         std::cout << "first line: " << (hasNames ? "column names" : "data") << '\n';
         const std::int32_t columnCount = preview.GetInteger(Orvane::NUM_COLUMNS);
@@ -34,6 +35,6 @@ int main(int argumentCount, char** arguments)
             std::cout << column << ": " << values[0].ToUtf8() << " | " << values[1].ToUtf8()
                       << '\n';
         }
-        reader.Close();
+        reader->Close();
     });
 }

@@ -7,9 +7,10 @@
 namespace Orvane {
 
 BException::BException(const BString& message, const BString& location, const BString& details)
-    : m_message(message)
-    , m_location(location)
-    , m_details(details)
+    // Copied unit by unit: a text may lie in a module that is unloaded before the exception goes.
+    : m_message(message.View())
+    , m_location(location.View())
+    , m_details(details.View())
     , m_what(std::make_shared<const std::string>(message.ToUtf8()))
 {}
 

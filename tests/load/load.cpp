@@ -1,10 +1,9 @@
 // The program `orvane_load`: does one thing very often or with very much, checks the result, and
 // says what memory it took on the way.
-#include "PluginModule.h"
 
-#include <Orvane/BDataManagerProxy.h>
 #include <Orvane/BException.h>
 #include <Orvane/BFeaturePage.h>
+#include <Orvane/BPluginModule.h>
 #include <Orvane/BVectorLayer.h>
 #include <Orvane/Constants.h>
 
@@ -203,14 +202,12 @@ Arguments Parse(const std::vector<std::string_view>& words)
     return arguments;
 }
 
-/// A reader that goes back to the proxy that made it.
+/// A reader that is opened, and the sums of what it read.
 class Reader
 {
 public:
-    Reader(Orvane::BDataManagerProxy& proxy, const std::string& file, const Arguments& arguments)
-        : m_proxy(proxy)
-        , m_reader(proxy.CreateReader(
-              Orvane::BString::FromUtf8(file), arguments.options, nullptr, nullptr))
+    Reader(const Orvane::BPluginModule& module, const std::string& file, const Arguments& arguments)
+        : m_reader(module.CreateReader(Orvane::BString::FromUtf8(file), arguments.options))
     {
         if (!arguments.diskCache.empty()) {
             m_reader->SetDiskCache(
@@ -219,12 +216,7 @@ public:
         m_reader->Open(Orvane::BString::FromUtf8(file), arguments.options);
     }
 
-    ~Reader() { m_proxy.DestroyObject(m_reader); }
-
-    Reader(const Reader&) = delete;
-    Reader& operator=(const Reader&) = delete;
-
-    Orvane::BDataReader* operator->() const { return m_reader; }
+    Orvane::BDataReader* operator->() const { return m_reader.Get(); }
 
     [[nodiscard]] Totals Sum() const
     {
@@ -237,8 +229,7 @@ public:
     }
 
 private:
-    Orvane::BDataManagerProxy& m_proxy;
-    Orvane::BDataReader* m_reader;
+    Orvane::BReaderHandle m_reader;
 };
 
 void PrintTotals(const Totals& totals)
@@ -318,8 +309,8 @@ void RunGenerate(const Arguments& arguments)
 void RunGenerated(const Arguments& arguments)
 {
     const std::uint64_t rows = arguments.NumberAt(1);
-    const OrvaneHost::PluginModule module(arguments.At(2));
-    const Reader reader(module.GetProxy(), arguments.At(3), arguments);
+    const Orvane::BPluginModule module(arguments.At(2));
+    const Reader reader(module, arguments.At(3), arguments);
     reader->Read();
     reader->Close();
     Totals expected;
@@ -334,10 +325,10 @@ void RunGenerated(const Arguments& arguments)
 /// imports TIMES MODULE FILE: whole imports of one file in one process.
 void RunImports(const Arguments& arguments)
 {
-    const OrvaneHost::PluginModule module(arguments.At(2));
+    const Orvane::BPluginModule module(arguments.At(2));
     Totals first;
     Repeat(arguments.NumberAt(1), [&](std::uint64_t time) {
-        const Reader reader(module.GetProxy(), arguments.At(3), arguments);
+        const Reader reader(module, arguments.At(3), arguments);
         reader->Read();
         reader->Close();
         const Totals totals = reader.Sum();
@@ -353,9 +344,9 @@ void RunImports(const Arguments& arguments)
 /// fifth one without having been closed.
 void RunReaders(const Arguments& arguments)
 {
-    const OrvaneHost::PluginModule module(arguments.At(2));
+    const Orvane::BPluginModule module(arguments.At(2));
     Repeat(arguments.NumberAt(1), [&](std::uint64_t time) {
-        const Reader reader(module.GetProxy(), arguments.At(3), arguments);
+        const Reader reader(module, arguments.At(3), arguments);
         if (time % 3 == 0) {
             reader->Read();
         }
@@ -371,8 +362,8 @@ void RunModules(const Arguments& arguments)
     std::uint64_t gone = 0;
     Repeat(arguments.NumberAt(1), [&](std::uint64_t /*time*/) {
         {
-            const OrvaneHost::PluginModule module(arguments.At(2));
-            const Reader reader(module.GetProxy(), arguments.At(3), arguments);
+            const Orvane::BPluginModule module(arguments.At(2));
+            const Reader reader(module, arguments.At(3), arguments);
             reader->Read();
             reader->Close();
         }
@@ -390,9 +381,9 @@ void RunModules(const Arguments& arguments)
 void RunThreads(const Arguments& arguments)
 {
     constexpr std::size_t kThreads = 4;
-    const OrvaneHost::PluginModule module(arguments.At(2));
+    const Orvane::BPluginModule module(arguments.At(2));
     const auto import = [&] {
-        const Reader reader(module.GetProxy(), arguments.At(3), arguments);
+        const Reader reader(module, arguments.At(3), arguments);
         reader->Read();
         reader->Close();
         return reader.Sum();

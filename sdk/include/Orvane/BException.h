@@ -15,7 +15,8 @@ namespace Orvane {
 ///
 /// The arguments stay readable in the order in which they were given: GetMessage() is the first,
 /// GetLocation() the second, GetDetails() the third. what() is the message in UTF-8, nothing
-/// added. Copies share the texts; neither copying nor a getter throws.
+/// added. The texts are copies of the arguments', so that the exception may outlive the module that
+/// threw it. Copies of it share them; neither copying nor a getter throws.
 class ORVANE_SDK_EXPORT BException : public std::exception
 {
 public:
