@@ -1,0 +1,196 @@
+// The order of the spatial index, and the memory that it is made in.
+#include "PointSorter.h"
+
+#include "PointGrid.h"
+#include "support/TestFiles.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <cstdlib>
+#include <filesystem>
+#include <limits>
+#include <optional>
+#include <random>
+#include <stdexcept>
+#include <vector>
+
+namespace {
+
+using Orvane::GeoPackage::HilbertIndex;
+using Orvane::GeoPackage::PointBox;
+using Orvane::GeoPackage::PointGrid;
+using Orvane::GeoPackage::PointSorter;
+using Orvane::GeoPackage::RoundDown;
+using Orvane::GeoPackage::RoundUp;
+using Orvane::GeoPackage::SortedPoint;
+
+TEST(GeoPackageHilbertIndex, GoesThroughEveryCellFromNeighbourToNeighbour)
+{
+    constexpr unsigned kSide = 64;
+
+    struct Cell
+    {
+        int column = -1;
+        int row = -1;
+    };
+
+    std::vector<Cell> cells(kSide * kSide);
+    for (unsigned column = 0; column < kSide; ++column) {
+        for (unsigned row = 0; row < kSide; ++row) {
+            const std::uint32_t index =
+                HilbertIndex(static_cast<std::uint16_t>(column), static_cast<std::uint16_t>(row));
+            ASSERT_LT(index, cells.size());
+            EXPECT_EQ(cells[index].column, -1) << index;
+            cells[index] = {static_cast<int>(column), static_cast<int>(row)};
+        }
+    }
+    for (std::size_t index = 1; index < cells.size(); ++index) {
+        EXPECT_EQ(std::abs(cells[index].column - cells[index - 1].column) +
+                      std::abs(cells[index].row - cells[index - 1].row),
+                  1)
+            << index;
+    }
+}
+
+TEST(GeoPackageHilbertIndex, UsesAllThirtyTwoBits)
+{
+    std::uint32_t highest = 0;
+    constexpr std::uint16_t kCorners[] = {0, 65535};
+    for (const std::uint16_t column : kCorners) {
+        for (const std::uint16_t row : kCorners) {
+            highest = std::max(highest, HilbertIndex(column, row));
+        }
+    }
+    EXPECT_EQ(highest, 0xFFFFFFFFU);
+}
+
+TEST(GeoPackagePointGrid, KeepsItsCellsFineWhenAFewPointsLieFarAway)
+{
+    PointGrid grid;
+    for (int number = 0; number < 1000; ++number) {
+        grid.Include(static_cast<float>(number % 32), static_cast<float>(number / 32));
+    }
+    grid.Include(1e30F, -1e30F);
+    grid.Include(0, 1e30F);
+    grid.Fit();
+    EXPECT_NE(grid.GetIndex(10, 10), grid.GetIndex(11, 10));
+    EXPECT_NE(grid.GetIndex(10, 10), grid.GetIndex(10, 11));
+}
+
+TEST(GeoPackagePointGrid, HasOneCellForPointsAtOnePlace)
+{
+    PointGrid grid;
+    for (int number = 0; number < 100000; ++number) {
+        grid.Include(7, 7);
+    }
+    grid.Fit();
+    EXPECT_EQ(grid.GetIndex(7, 7), grid.GetIndex(8, 9));
+}
+
+TEST(GeoPackageRounding, GoesOutwardByNoMoreThanOneFloat)
+{
+    constexpr double kLargest = std::numeric_limits<float>::max();
+    const double kValues[] = {0.0,
+                              -0.0,
+                              0.1,
+                              -0.1,
+                              1.0,
+                              16777217.0,
+                              -16777217.0,
+                              1e-50,
+                              -1e-50,
+                              std::numeric_limits<double>::denorm_min(),
+                              kLargest,
+                              -kLargest,
+                              1e39,
+                              -1e39,
+                              std::numeric_limits<double>::max(),
+                              -std::numeric_limits<double>::max()};
+    for (const double value : kValues) {
+        const float down = RoundDown(value);
+        const float up = RoundUp(value);
+        EXPECT_LE(static_cast<double>(down), value) << value;
+        EXPECT_GE(static_cast<double>(up), value) << value;
+        EXPECT_GE(std::nextafter(down, std::numeric_limits<float>::infinity()), up) << value;
+        const SortedPoint point(1, value, -value);
+        const PointBox box = point.GetBox();
+        EXPECT_EQ(box.minX, down) << value;
+        EXPECT_EQ(box.maxX, up) << value;
+        EXPECT_EQ(box.minY, -up) << value;
+        EXPECT_EQ(box.maxY, -down) << value;
+    }
+}
+
+TEST(GeoPackageSortedPoint, KeepsRowsOfSixtyTwoBits)
+{
+    constexpr std::uint64_t kLargest = (std::uint64_t{1} << 62U) - 1;
+    for (const std::uint64_t row : {std::uint64_t{0}, std::uint64_t{1} << 32U, kLargest}) {
+        EXPECT_EQ(SortedPoint(row, 0.1, 1).GetRow(), row);
+    }
+}
+
+std::vector<std::uint64_t> SortedRows(std::size_t memoryLimit, std::size_t count, bool isOnePlace)
+{
+    const TestSupport::TemporaryFolder folder;
+    PointSorter sorter(folder.Path(), memoryLimit);
+    std::mt19937_64 dice(7);
+    std::uniform_real_distribution<double> any(-1000, 1000);
+    for (std::uint64_t row = 1; row <= count; ++row) {
+        const double x = any(dice);
+        sorter.Add(row, isOnePlace ? 1 : x, isOnePlace ? 2 : any(dice));
+    }
+    sorter.Sort([] {});
+    EXPECT_EQ(sorter.GetCount(), count);
+    EXPECT_EQ(sorter.GetRowEnd(), count == 0 ? 0 : count + 1);
+    std::vector<std::uint64_t> rows;
+    std::optional<SortedPoint> last;
+    while (const std::optional<SortedPoint> point = sorter.Next()) {
+        EXPECT_TRUE(!last || *last < *point);
+        last = point;
+        rows.push_back(point->GetRow());
+    }
+    EXPECT_TRUE(std::filesystem::is_empty(folder.Path())) << "the file has no name";
+    return rows;
+}
+
+TEST(GeoPackagePointSorter, GivesTheSameOrderWithAnyMemory)
+{
+    constexpr std::size_t kCount = 20000;
+    const std::vector<std::uint64_t> expected = SortedRows(std::size_t{1} << 26U, kCount, false);
+    ASSERT_EQ(expected.size(), kCount);
+    constexpr std::size_t kLimits[] = {400, 2000, 20000, 20 * 19999, 20 * 20000};
+    for (const std::size_t limit : kLimits) {
+        EXPECT_EQ(SortedRows(limit, kCount, false), expected) << limit;
+    }
+}
+
+TEST(GeoPackagePointSorter, KeepsTheRowsOrderAtOnePlace)
+{
+    const std::vector<std::uint64_t> rows = SortedRows(std::size_t{1} << 26U, 300000, true);
+    ASSERT_EQ(rows.size(), 300000U);
+    for (std::size_t index = 0; index < rows.size(); ++index) {
+        ASSERT_EQ(rows[index], index + 1);
+    }
+}
+
+TEST(GeoPackagePointSorter, SortsNoneAndOne)
+{
+    EXPECT_TRUE(SortedRows(1000, 0, false).empty());
+    EXPECT_EQ(SortedRows(1000, 1, false), std::vector<std::uint64_t>{1});
+    EXPECT_EQ(SortedRows(0, 3, false).size(), 3U);
+}
+
+TEST(GeoPackagePointSorter, StopsWhenItsStepThrows)
+{
+    const TestSupport::TemporaryFolder folder;
+    PointSorter sorter(folder.Path(), 1000);
+    for (std::uint64_t row = 1; row <= 1000; ++row) {
+        sorter.Add(row, static_cast<double>(row), 0);
+    }
+    EXPECT_THROW(sorter.Sort([] { throw std::runtime_error("stop"); }), std::runtime_error);
+}
+
+} // namespace
