@@ -3,15 +3,12 @@
 
 #include "Arguments.h"
 #include "Commands.h"
-#include "Failure.h"
+#include "FailureWords.h"
 #include "HelpText.h"
 #include "JsonWriter.h"
-#include "ModuleFolder.h"
-#include "OptionFile.h"
-#include "ReaderOptions.h"
 #include "TextOutput.h"
 
-#include <Orvane/BPluginModule.h>
+#include <Orvane/Import/Options.h>
 
 #include <algorithm>
 #include <cstdio>
@@ -23,6 +20,10 @@
 namespace OrvaneHost {
 
 namespace {
+
+using Orvane::Import::DiskCacheRequest;
+using Orvane::Import::ImportFailure;
+using Orvane::Import::UnderlyingTexts;
 
 constexpr ArgumentRule kHelp{
     .kind = EArgumentKind::Flag, .name = "--help", .meaning = "Show this help", .shortName = "-h"};
@@ -188,17 +189,16 @@ Orvane::BParamList MakeParams(const ParsedArguments& arguments)
 {
     Orvane::BParamList params;
     if (const std::optional<std::string> file = arguments.Find("--options")) {
-        params = ReadOptionFile(*file);
+        params = Orvane::Import::ReadOptionFile(*file);
     }
-    AddOptionTexts(arguments.GetAll("--option"), params);
+    Orvane::Import::AddOptionTexts(arguments.GetAll("--option"), params);
     return params;
 }
 
 /// @param otherwise what holds without an argument
-DiskCacheArguments MakeDiskCache(const ParsedArguments& arguments,
-                                 DiskCacheArguments::EMode otherwise)
+DiskCacheRequest MakeDiskCache(const ParsedArguments& arguments, DiskCacheRequest::EMode otherwise)
 {
-    return {arguments.Has("--disk-cache") ? DiskCacheArguments::EMode::Always : otherwise,
+    return {arguments.Has("--disk-cache") ? DiskCacheRequest::EMode::Always : otherwise,
             arguments.Get("--disk-cache")};
 }
 
@@ -253,38 +253,35 @@ std::string MakeHelpFor(const ParsedArguments& arguments)
     ThrowUnknownCommand(program, *name);
 }
 
-/// Loads the plug-in into `module` and performs the command.
-void Perform(const ParsedArguments& arguments, std::optional<Orvane::BPluginModule>& module)
+void Perform(const ParsedArguments& arguments)
 {
     const std::string_view command = arguments.command->name;
     if (command == "options") {
-        Print(DescribeReaderOptions());
+        RunOptions();
         return;
     }
     const Orvane::BParamList params = MakeParams(arguments);
-    module.emplace(FindModule(arguments.Get("--plugin")));
     const std::string file = arguments.Get("FILE");
     if (command == "import") {
-        RunImport(module->GetProxy(),
-                  {file,
-                   arguments.Get("OUT"),
-                   params,
-                   arguments.Find("--x"),
-                   arguments.Find("--y"),
-                   arguments.Find("--z"),
-                   MakeCrs(arguments.Get("--crs")),
-                   MakeDiskCache(arguments,
-                                 arguments.Has("--no-disk-cache")
-                                     ? DiskCacheArguments::EMode::Never
-                                     : DiskCacheArguments::EMode::Automatic)});
+        RunImport(
+            {file,
+             arguments.Get("OUT"),
+             params,
+             {arguments.Find("--x"), arguments.Find("--y"), arguments.Find("--z")},
+             MakeCrs(arguments.Get("--crs")),
+             MakeDiskCache(arguments,
+                           arguments.Has("--no-disk-cache") ? DiskCacheRequest::EMode::Never
+                                                            : DiskCacheRequest::EMode::Automatic),
+             arguments.Get("--plugin")});
         return;
     }
-    ReadArguments readArguments{file, params, arguments.Has("--json"), {}};
+    ReadArguments readArguments{
+        file, arguments.Get("--plugin"), params, arguments.Has("--json"), {}};
     if (command == "preview") {
-        RunPreview(module->GetProxy(), readArguments);
+        RunPreview(readArguments);
     } else {
-        readArguments.diskCache = MakeDiskCache(arguments, DiskCacheArguments::EMode::Never);
-        RunRead(module->GetProxy(), readArguments);
+        readArguments.diskCache = MakeDiskCache(arguments, DiskCacheRequest::EMode::Never);
+        RunRead(readArguments);
     }
 }
 
@@ -294,33 +291,45 @@ void PrintLine(const std::string& line)
 }
 
 /// A failure as a JSON object on standard output; a second failure there is only a line more.
-void PrintFailureJson(const Failure& failure)
+void PrintFailureJson(const UnderlyingTexts& texts)
 {
     try {
         TextOutput output;
         JsonWriter json(output);
         json.Raw("{\"ok\":false,\"exception\":");
-        json.Text(std::string_view(failure.exceptionName));
+        json.Text(std::string_view(texts.className));
         json.Raw(",\"location\":");
-        json.Text(std::string_view(failure.location));
+        json.Text(texts.location);
         json.Raw(",\"message\":");
-        json.Text(std::string_view(failure.message));
+        json.Text(texts.message);
         json.Raw(",\"details\":");
-        json.Text(std::string_view(failure.details));
+        json.Text(texts.details);
         json.Raw("}\n");
         output.Flush();
     } catch (const std::exception& exception) {
-        PrintLine(FormatFailure(DescribeFailure(exception)));
+        PrintLine(FormatTexts(Orvane::Import::DescribeException(exception)));
     }
 }
 
-int ReportFailure(const Failure& failure, bool isJson)
+int ReportFailure(const ImportFailure& failure, bool isJson)
 {
-    // A failure of standard output is not told there.
-    if (isJson && failure.location != "TextOutput::Flush") {
-        PrintFailureJson(failure);
+    const int status = ExitStatusOf(failure);
+    if (isJson && status == kExitDataFailed) {
+        PrintFailureJson(TextsOf(failure));
     }
     PrintLine(FormatFailure(failure));
+    return status;
+}
+
+/// A failure that is none of the import library's: memory, standard output.
+int ReportOther(const std::exception& exception, bool isJson)
+{
+    const UnderlyingTexts texts = Orvane::Import::DescribeException(exception);
+    // A failure of standard output is not told there.
+    if (isJson && texts.location != "TextOutput::Flush") {
+        PrintFailureJson(texts);
+    }
+    PrintLine(FormatTexts(texts));
     return kExitDataFailed;
 }
 
@@ -358,7 +367,7 @@ std::optional<ParsedArguments> Understand(const std::vector<std::string>& words,
         PrintLine(std::string("orvane: ") + error.what());
         status = kExitWrongArguments;
     } catch (const std::exception& exception) {
-        status = ReportFailure(DescribeFailure(exception), false);
+        status = ReportOther(exception, false);
     }
     return std::nullopt;
 }
@@ -376,17 +385,12 @@ int RunCommandLine(int argumentCount, char** arguments)
         return status;
     }
     const bool isJson = parsed->Has("--json");
-    // Exceptions may come from the module's code: it stays loaded until they are reported.
-    std::optional<Orvane::BPluginModule> module;
     try {
-        Perform(*parsed, module);
-    } catch (const UsageError& error) {
-        PrintLine(std::string("orvane: ") + error.what());
-        return kExitWrongArguments;
+        Perform(*parsed);
+    } catch (const ImportFailure& failure) {
+        return ReportFailure(failure, isJson);
     } catch (const std::exception& exception) {
-        return ReportFailure(DescribeFailure(exception), isJson);
-    } catch (...) {
-        return ReportFailure({"unknown", "", "An exception of an unknown type.", ""}, isJson);
+        return ReportOther(exception, isJson);
     }
     return kExitDone;
 }

@@ -1,9 +1,7 @@
 // Signal handlers that only set flags or leave at once.
 #include "Interrupt.h"
 
-#include "Failure.h"
-
-#include <Orvane/BException.h>
+#include "FailureWords.h"
 
 #include <csignal>
 #include <fcntl.h>
@@ -13,7 +11,7 @@ namespace OrvaneHost::Interrupt {
 
 namespace {
 
-volatile std::sig_atomic_t isRequested = 0;
+Orvane::Import::CancelFlag flag;
 volatile std::sig_atomic_t currentPhase = static_cast<int>(EPhase::Immediate);
 
 constexpr char kLine[] = "orvane: Interrupted; nothing was written. (orvane)\n";
@@ -27,8 +25,8 @@ static void OrvaneHostHandleSignal(int /*signal*/)
 {
     const bool isWritten = currentPhase == static_cast<int>(EPhase::Written);
     const bool leaves = isWritten || currentPhase == static_cast<int>(EPhase::Immediate) ||
-                        (currentPhase == static_cast<int>(EPhase::Reading) && isRequested != 0);
-    isRequested = 1;
+                        (currentPhase == static_cast<int>(EPhase::Reading) && flag.IsRequested());
+    flag.Request();
     if (leaves) {
         const auto written = isWritten ? write(STDERR_FILENO, kWrittenLine, sizeof kWrittenLine - 1)
                                        : write(STDERR_FILENO, kLine, sizeof kLine - 1);
@@ -83,21 +81,16 @@ void Install()
     Handle(SIGHUP);
 }
 
-bool IsRequested() noexcept
+const Orvane::Import::CancelFlag& GetFlag() noexcept
 {
-    return isRequested != 0;
+    return flag;
 }
 
-void ThrowIfRequested()
+void SetPhase(EPhase phase) noexcept
 {
-    if (IsRequested()) {
-        throw Orvane::BException("Interrupted; nothing was written.", "orvane");
+    if (currentPhase != static_cast<int>(EPhase::Written)) {
+        currentPhase = static_cast<int>(phase);
     }
-}
-
-void SetWritten() noexcept
-{
-    currentPhase = static_cast<int>(EPhase::Written);
 }
 
 PhaseScope::PhaseScope(EPhase phase) noexcept
@@ -108,9 +101,7 @@ PhaseScope::PhaseScope(EPhase phase) noexcept
 
 PhaseScope::~PhaseScope()
 {
-    if (currentPhase != static_cast<int>(EPhase::Written)) {
-        currentPhase = m_previous;
-    }
+    SetPhase(static_cast<EPhase>(m_previous));
 }
 
 } // namespace OrvaneHost::Interrupt

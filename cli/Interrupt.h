@@ -1,9 +1,11 @@
 // Signals: how Ctrl-C and a request to end stop the program cleanly.
 #pragma once
 
+#include <Orvane/Import/Progress.h>
+
 namespace OrvaneHost::Interrupt {
 
-/// How a signal is taken.
+/// What a signal does.
 enum class EPhase {
     Immediate, ///< nothing is on the disk: the program says so and ends at once
     Reading,   ///< the first signal asks the reading to stop, a second one ends at once
@@ -16,14 +18,11 @@ enum class EPhase {
 /// streams a harmless file so that no data file takes their number.
 void Install();
 
-/// Whether a signal has asked the program to stop.
-[[nodiscard]] bool IsRequested() noexcept;
+/// Requested by a signal.
+[[nodiscard]] const Orvane::Import::CancelFlag& GetFlag() noexcept;
 
-/// @throws Orvane::BException "Interrupted; nothing was written." at "orvane" when IsRequested.
-void ThrowIfRequested();
-
-/// Sets the phase Written, from now to the program's end; no scope leaves it.
-void SetWritten() noexcept;
+/// Sets the phase. Written stays to the program's end: neither this nor a scope leaves it.
+void SetPhase(EPhase phase) noexcept;
 
 /// Sets the phase for a scope.
 class PhaseScope

@@ -1,15 +1,19 @@
 // `orvane preview`: the reader's preview of the columns, printed.
 #include "Commands.h"
-#include "FilePreview.h"
 #include "JsonWriter.h"
 #include "TerminalText.h"
 #include "TextOutput.h"
+
+#include <Orvane/Import/Module.h>
+#include <Orvane/Import/Preview.h>
 
 #include <algorithm>
 
 namespace OrvaneHost {
 
 namespace {
+
+using Orvane::Import::FilePreview;
 
 constexpr std::size_t kWidestCell = 40;
 
@@ -50,14 +54,15 @@ void PrintText(TextOutput& output, const FilePreview& preview)
 
 } // namespace
 
-void RunPreview(Orvane::BDataManagerProxy& proxy, const ReadArguments& arguments)
+void RunPreview(const ReadArguments& arguments)
 {
-    const Orvane::BParamList answer = AskPreview(proxy, arguments.file, arguments.params);
+    const Orvane::BParamList answer = Orvane::Import::AskPreview(
+        Orvane::Import::LoadModule(arguments.plugin), arguments.file, arguments.params);
     TextOutput output;
     if (arguments.isJson) {
         PrintJson(output, answer);
     } else {
-        PrintText(output, ParsePreview(answer));
+        PrintText(output, Orvane::Import::ParsePreview(answer));
     }
     output.Flush();
 }

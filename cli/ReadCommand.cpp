@@ -1,21 +1,23 @@
 // `orvane read`: the bare reader protocol, its layer printed.
 #include "Commands.h"
-#include "DiskCache.h"
 #include "Interrupt.h"
 #include "LayerJson.h"
-#include "LayerSummary.h"
-#include "ReadProgress.h"
-#include "ReaderSession.h"
+#include "LayerWords.h"
 #include "TerminalText.h"
 #include "TextOutput.h"
 
 #include <Orvane/BPointGeo.h>
+#include <Orvane/Import/LayerCounts.h>
+#include <Orvane/Import/Module.h>
+#include <Orvane/Import/Session.h>
 
 #include <algorithm>
 
 namespace OrvaneHost {
 
 namespace {
+
+namespace Import = Orvane::Import;
 
 constexpr std::size_t kShownFeatures = 5;
 constexpr std::size_t kWidestValue = 60;
@@ -42,14 +44,13 @@ std::string DescribeFeature(const Orvane::BFeature& feature)
 
 void PrintJson(TextOutput& output,
                const Orvane::BVectorLayer& layer,
-               const ReaderSession& session,
-               unsigned recordsRead)
+               const Import::Session& session)
 {
     JsonWriter json(output);
     json.Raw("{\"ok\":true,\"layer\":");
     WriteLayerJson(json, layer);
     json.Raw(",\"records_read\":");
-    json.Number(std::int64_t{recordsRead});
+    json.Number(static_cast<std::int64_t>(session.GetRecordsRead()));
     json.Raw(",\"failure_flag\":");
     json.Number(std::int64_t{session.GetFailureFlag()});
     json.Raw(",\"status\":");
@@ -57,14 +58,11 @@ void PrintJson(TextOutput& output,
     json.Raw("}\n");
 }
 
-void PrintText(TextOutput& output,
-               Orvane::BVectorLayer& layer,
-               const ReaderSession& session,
-               unsigned recordsRead)
+void PrintText(TextOutput& output, Orvane::BVectorLayer& layer, const Import::Session& session)
 {
-    const LayerCounts counts = CountLayer(layer);
+    const Import::LayerCounts counts = Import::CountLayer(layer);
     output.Write("Layer:     " + TerminalText::Escape(layer.GetName()) + "\n");
-    output.Write("Records:   " + std::to_string(recordsRead) + " read");
+    output.Write("Records:   " + std::to_string(session.GetRecordsRead()) + " read");
     output.Write(session.GetFailureFlag() != 0 ? ", stopped at MAX_RECORDS\n" : "\n");
     output.Write("Features:  " + std::to_string(counts.rows) + ", " +
                  std::to_string(counts.points) + " with a point, " +
@@ -84,28 +82,30 @@ void PrintText(TextOutput& output,
 
 } // namespace
 
-void RunRead(Orvane::BDataManagerProxy& proxy, const ReadArguments& arguments)
+void RunRead(const ReadArguments& arguments)
 {
-    const DiskCacheChoice cache =
-        DiskCache(arguments.diskCache).Choose(proxy, arguments.file, arguments.params);
-    ReaderSession session(proxy, arguments.file, arguments.params);
+    const Import::DiskCache diskCache(arguments.diskCache);
+    const Orvane::BPluginModule module = Import::LoadModule(arguments.plugin);
+    const Import::DiskCacheChoice cache =
+        diskCache.Choose(module, arguments.file, arguments.params);
+    Import::Session session(module, arguments.file, arguments.params);
     if (cache.isUsed) {
         session.UseDiskCache(cache.baseName);
     }
     session.Open();
     const Orvane::BSharedPtr<Orvane::BVectorLayer> layer = session.GetLayer();
-    ReadProgress progress(nullptr);
     {
         const Interrupt::PhaseScope phase(Interrupt::EPhase::Reading);
-        session.Read(progress);
+        Import::Callbacks callbacks;
+        callbacks.cancel = &Interrupt::GetFlag();
+        session.Read(callbacks);
     }
-    Interrupt::ThrowIfRequested();
     session.Close();
     TextOutput output;
     if (arguments.isJson) {
-        PrintJson(output, *layer, session, progress.GetLastCount());
+        PrintJson(output, *layer, session);
     } else {
-        PrintText(output, *layer, session, progress.GetLastCount());
+        PrintText(output, *layer, session);
     }
     output.Flush();
 }

@@ -1,6 +1,6 @@
 // The program `orvane`.
 #include "CommandLine.h"
-#include "Failure.h"
+#include "FailureWords.h"
 #include "Interrupt.h"
 #include "LastResort.h"
 

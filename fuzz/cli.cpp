@@ -1,17 +1,16 @@
 // Reader options of the command line: texts KEY=VALUE and option files. What one way accepts is
-// written for the other and must give the same list; only usage errors may leave, and no text that
-// is shown holds a control character.
-#include "Failure.h"
+// written for the other and must give the same list; only failures of the library may leave, and no
+// text that is shown holds a control character.
 #include "Fuzz.h"
 #include "FuzzInput.h"
-#include "OptionFile.h"
-#include "ReaderOptions.h"
 #include "Samples.h"
-#include "TerminalText.h"
 #include "TextMaker.h"
 #include "support/ReaderTraces.h"
 
 #include <Orvane/BStringQt.h>
+#include <Orvane/Import/DisplayText.h>
+#include <Orvane/Import/Failure.h>
+#include <Orvane/Import/Options.h>
 
 #include <optional>
 #include <string>
@@ -28,7 +27,7 @@ namespace {
 
 void ExpectShowable(std::string_view text)
 {
-    if (!OrvaneHost::TerminalText::IsUtf8(text)) {
+    if (!Orvane::Import::DisplayText::IsUtf8(text)) {
         Fail("a text that is shown is no UTF-8: " + Escaped(text));
     }
     for (const char byte : text) {
@@ -45,13 +44,13 @@ void ExpectShowable(std::string_view text)
     }
 }
 
-/// The list, or nothing after a usage error.
+/// The list, or nothing after a failure.
 template <typename Action>
 std::optional<BParamList> Try(Action action)
 {
     try {
         return action();
-    } catch (const OrvaneHost::UsageError& error) {
+    } catch (const Orvane::Import::ImportFailure& error) {
         ExpectShowable(error.what());
         return std::nullopt;
     }
@@ -126,7 +125,7 @@ BParamList ReadFile(std::string_view bytes)
     const QString path =
         ScratchFile(QStringLiteral("options.json"),
                     QByteArray(bytes.data(), static_cast<qsizetype>(bytes.size())));
-    return OrvaneHost::ReadOptionFile(path.toStdString());
+    return Orvane::Import::ReadOptionFile(path.toStdString());
 }
 
 /// The list through an option file and back.
@@ -159,7 +158,7 @@ void CheckTexts(std::string_view bytes)
     }
     const std::optional<BParamList> whole = Try([&] {
         BParamList params;
-        OrvaneHost::AddOptionTexts(texts, params);
+        Orvane::Import::AddOptionTexts(texts, params);
         return params;
     });
     if (whole) {
@@ -170,7 +169,7 @@ void CheckTexts(std::string_view bytes)
     for (const std::string& text : texts) {
         areAllTaken = Try([&] {
                           BParamList params;
-                          OrvaneHost::AddOptionTexts({text}, params);
+                          Orvane::Import::AddOptionTexts({text}, params);
                           return params;
                       }).has_value() &&
                       areAllTaken;
@@ -180,20 +179,20 @@ void CheckTexts(std::string_view bytes)
 
 void CheckEscape(std::string_view bytes)
 {
-    namespace TerminalText = OrvaneHost::TerminalText;
-    const std::string escaped = TerminalText::Escape(bytes);
+    namespace DisplayText = Orvane::Import::DisplayText;
+    const std::string escaped = DisplayText::Escape(bytes);
     ExpectShowable(escaped);
-    ExpectSame("escaped twice", Escaped(escaped), Escaped(TerminalText::Escape(escaped)));
-    const std::string cut = TerminalText::Cut(escaped, 7);
-    if (TerminalText::CountCharacters(cut) > 7) {
+    ExpectSame("escaped twice", Escaped(escaped), Escaped(DisplayText::Escape(escaped)));
+    const std::string cut = DisplayText::Cut(escaped, 7);
+    if (DisplayText::CountCharacters(cut) > 7) {
         Fail("a text is not cut: " + Escaped(cut));
     }
     ExpectShowable(cut);
-    const std::string padded = TerminalText::Pad(escaped, 9);
-    if (TerminalText::CountCharacters(padded) < 9) {
+    const std::string padded = DisplayText::Pad(escaped, 9);
+    if (DisplayText::CountCharacters(padded) < 9) {
         Fail("a text is not filled up: " + Escaped(padded));
     }
-    ExpectShowable(TerminalText::Escape(BString::FromLatin1(bytes)));
+    ExpectShowable(DisplayText::Escape(BString::FromLatin1(bytes)));
 }
 
 } // namespace
@@ -217,7 +216,7 @@ void RunInput(std::string_view bytes)
 std::string MakeInput(Dice& dice)
 {
     const auto key = [&dice] {
-        const auto& options = OrvaneHost::GetReaderOptions();
+        const auto& options = Orvane::Import::GetReaderOptions();
         return options[dice.Below(options.size())].key.ToUtf8();
     };
     const bool isFile = dice.Chance(50);

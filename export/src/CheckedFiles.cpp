@@ -3,32 +3,96 @@
 
 #include <cpl_vsi.h>
 
+#include <atomic>
 #include <cerrno>
+#include <charconv>
+#include <cstdint>
 #include <cstdio>
-#include <memory>
+#include <cstring>
+#include <map>
+#include <mutex>
 #include <system_error>
 #include <unistd.h>
 
-namespace OrvaneHost::CheckedFiles {
+namespace Orvane::Import {
+
+/// The first failure of one writer's files.
+class FirstFileError
+{
+public:
+    explicit FirstFileError(std::uint64_t writerNumber) noexcept
+        : m_writerNumber(writerNumber)
+    {}
+
+    /// The writer's, which begins the names of its files.
+    [[nodiscard]] std::uint64_t GetWriterNumber() const noexcept { return m_writerNumber; }
+
+    /// Keeps errno unless there is a failure already.
+    void Keep() noexcept
+    {
+        int none = 0;
+        m_error.compare_exchange_strong(none, errno != 0 ? errno : EIO);
+    }
+
+    /// 0 for none.
+    [[nodiscard]] int Get() const noexcept { return m_error; }
+
+private:
+    std::uint64_t m_writerNumber;
+    std::atomic<int> m_error{0};
+};
 
 namespace {
 
 constexpr const char* kPrefix = "/vsiorvane/";
 
-int firstError = 0;
-
-void KeepError() noexcept
+/// The writers that exist, by number: GDAL's file systems are the process's, and know files by
+/// their names alone.
+class Registry
 {
-    if (firstError == 0) {
-        firstError = errno != 0 ? errno : EIO;
+public:
+    static Registry& Get()
+    {
+        static Registry registry;
+        return registry;
     }
-}
+
+    std::shared_ptr<FirstFileError> Add()
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        auto added = std::make_shared<FirstFileError>(++m_lastNumber);
+        m_writers.emplace(m_lastNumber, added);
+        return added;
+    }
+
+    void Remove(std::uint64_t number)
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_writers.erase(number);
+    }
+
+    /// That of the writer whose number begins the name; null for none.
+    std::shared_ptr<FirstFileError> Find(const char* name)
+    {
+        std::uint64_t number = 0;
+        std::from_chars(name, name + std::strlen(name), number);
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        const auto found = m_writers.find(number);
+        return found == m_writers.end() ? nullptr : found->second;
+    }
+
+private:
+    std::mutex m_mutex;
+    std::uint64_t m_lastNumber = 0;
+    std::map<std::uint64_t, std::shared_ptr<FirstFileError>> m_writers;
+};
 
 enum class ELastStep { None, Read, Write };
 
 struct OpenFile
 {
-    std::FILE* stream = nullptr; ///< null when the file could not be made
+    std::shared_ptr<FirstFileError> firstError; ///< its writer's
+    std::FILE* stream = nullptr;                ///< null when the file could not be made
     ELastStep lastStep = ELastStep::None;
 };
 
@@ -42,15 +106,16 @@ void Turn(OpenFile& file, ELastStep step)
 {
     if (file.lastStep != step && file.lastStep != ELastStep::None &&
         fseeko(file.stream, 0, SEEK_CUR) != 0) {
-        KeepError();
+        file.firstError->Keep();
     }
     file.lastStep = step;
 }
 
-/// GDAL gives names without the prefix.
+/// GDAL gives names without the prefix: the writer's number and the path.
 std::string PathOf(const char* name)
 {
-    return *name == '/' ? std::string(name) : "/" + std::string(name);
+    const char* path = std::strchr(name, '/');
+    return path == nullptr ? std::string("/") : std::string(path);
 }
 
 int Stat(void* /*data*/, const char* name, VSIStatBufL* result, int /*flags*/)
@@ -70,17 +135,20 @@ int Rename(void* /*data*/, const char* oldName, const char* newName)
 
 void* Open(void* /*data*/, const char* name, const char* access)
 {
+    auto file = std::make_unique<OpenFile>();
+    file->firstError = Registry::Get().Find(name);
+    if (file->firstError == nullptr) {
+        return nullptr;
+    }
     errno = 0;
-    std::FILE* stream = std::fopen(PathOf(name).c_str(), access);
-    if (stream == nullptr) {
+    file->stream = std::fopen(PathOf(name).c_str(), access);
+    if (file->stream == nullptr) {
         if (*access == 'r') {
             return nullptr;
         }
         // The shapefile's writer uses its code page file without a look at what it got.
-        KeepError();
+        file->firstError->Keep();
     }
-    auto file = std::make_unique<OpenFile>();
-    file->stream = stream;
     return file.release();
 }
 
@@ -97,7 +165,7 @@ int Seek(void* file, vsi_l_offset offset, int whence)
     Get(file).lastStep = ELastStep::None;
     const int result = fseeko(Get(file).stream, static_cast<off_t>(offset), whence);
     if (result != 0) {
-        KeepError();
+        Get(file).firstError->Keep();
     }
     return result;
 }
@@ -112,12 +180,12 @@ size_t Read(void* file, void* buffer, size_t size, size_t count)
     }
     Turn(Get(file), ELastStep::Read);
     errno = 0;
-    const size_t taken = std::fread(buffer, size, count, Get(file).stream);
+    const size_t got = std::fread(buffer, size, count, Get(file).stream);
     // Writers read what they have written, and some write zeros where that fails.
-    if (taken != count && std::ferror(Get(file).stream) != 0) {
-        KeepError();
+    if (got != count && std::ferror(Get(file).stream) != 0) {
+        Get(file).firstError->Keep();
     }
-    return taken;
+    return got;
 }
 
 int Eof(void* file)
@@ -138,7 +206,7 @@ size_t Write(void* file, const void* buffer, size_t size, size_t count)
     errno = 0;
     const size_t written = std::fwrite(buffer, size, count, Get(file).stream);
     if (written != count) {
-        KeepError();
+        Get(file).firstError->Keep();
     }
     return written;
 }
@@ -151,7 +219,7 @@ int Flush(void* file)
     errno = 0;
     const int result = std::fflush(Get(file).stream);
     if (result != 0) {
-        KeepError();
+        Get(file).firstError->Keep();
     }
     return result;
 }
@@ -163,7 +231,7 @@ int Truncate(void* file, vsi_l_offset size)
     }
     const int result = ftruncate(fileno(Get(file).stream), static_cast<off_t>(size));
     if (result != 0) {
-        KeepError();
+        Get(file).firstError->Keep();
     }
     return result;
 }
@@ -177,7 +245,7 @@ int Close(void* file)
     errno = 0;
     const int result = std::fclose(owned->stream);
     if (result != 0) {
-        KeepError();
+        owned->firstError->Keep();
     }
     return result;
 }
@@ -205,20 +273,29 @@ bool Install()
 
 } // namespace
 
-std::string NameFor(const std::string& absolutePath)
+CheckedFiles::CheckedFiles()
+    : m_firstError(Registry::Get().Add())
 {
     static const bool isInstalled = Install();
-    return isInstalled ? kPrefix + absolutePath.substr(1) : absolutePath;
+    if (isInstalled) {
+        m_prefix = kPrefix + std::to_string(m_firstError->GetWriterNumber());
+    }
 }
 
-void Reset()
+CheckedFiles::~CheckedFiles()
 {
-    firstError = 0;
+    Registry::Get().Remove(m_firstError->GetWriterNumber());
 }
 
-std::string GetFailure()
+std::string CheckedFiles::NameFor(const std::string& absolutePath) const
 {
-    return firstError == 0 ? std::string() : std::generic_category().message(firstError);
+    return m_prefix + absolutePath;
 }
 
-} // namespace OrvaneHost::CheckedFiles
+std::string CheckedFiles::GetFailure() const
+{
+    const int error = m_firstError->Get();
+    return error == 0 ? std::string() : std::generic_category().message(error);
+}
+
+} // namespace Orvane::Import

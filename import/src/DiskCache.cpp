@@ -1,11 +1,12 @@
 // Estimates layers, looks at memory and disks, and decides.
-#include "DiskCache.h"
+#include "DiskCacheEstimate.h"
+#include "FreeMemory.h"
+#include "Wrap.h"
 
-#include "ReaderSession.h"
-#include "TerminalText.h"
-
-#include <Orvane/BException.h>
 #include <Orvane/Constants.h>
+#include <Orvane/Import/DiskCache.h>
+#include <Orvane/Import/DisplayText.h>
+#include <Orvane/Import/Session.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -20,7 +21,7 @@
 #include <unistd.h>
 #include <utility>
 
-namespace OrvaneHost {
+namespace Orvane::Import {
 
 namespace fs = std::filesystem;
 
@@ -90,17 +91,17 @@ std::uint64_t WidthOf(Orvane::EVariantType type)
     case Orvane::EColumnStorage::Boolean:
         return 1;
     default:
-        // A whole number of the sample may become a double further down.
+        // A whole number of the sample may become a double in later rows.
         return 8;
     }
 }
 
 /// The schema that the file will be read with, but for types that only later rows need.
 Orvane::BAttributeDefs
-AskSchema(Orvane::BDataManagerProxy& proxy, const std::string& file, Orvane::BParamList params)
+AskSchema(const BPluginModule& module, const std::string& file, Orvane::BParamList params)
 {
     params.Remove(Orvane::AUTO_SCHEMA_ALL_ROWS);
-    ReaderSession session(proxy, file, params);
+    Session session(module, file, params);
     session.Open();
     Orvane::BAttributeDefs schema = session.GetLayer()->GetSchema();
     session.Close();
@@ -115,19 +116,34 @@ ChooseByMemory(std::uint64_t layerBytes, std::uint64_t freeMemory, const std::st
     if (place == EPagePlace::Memory) {
         return {};
     }
-    std::string note = "the layer may take " + DescribeBytes(layerBytes) +
+    std::string text = "the layer may take " + DescribeBytes(layerBytes) +
                        ", more than half of the " + DescribeBytes(freeMemory) +
                        " of memory that are free; ";
     if (place == EPagePlace::Disk) {
-        note += "its pages go to a file in " + TerminalText::Escape(folder) +
-                " (--no-disk-cache keeps them in memory)";
-        return {true, CacheBaseName(folder), note};
+        text += "its pages go to a file in " + folder;
+        return {true, CacheBaseName(folder), Note{"disk-cache", std::move(text)}};
     }
-    note += folder.empty() ? "there is no folder for its pages"
-                           : "there is no room for its pages in " + TerminalText::Escape(folder) +
-                                 " (" + DescribeBytes(freeDisk) + " free)";
-    note += ", so that they stay in memory (--disk-cache=DIR takes another folder)";
-    return {false, {}, note};
+    text += folder.empty() ? "there is no folder for its pages"
+                           : "there is no room for its pages in " + folder + " (" +
+                                 DescribeBytes(freeDisk) + " free)";
+    text += ", so that they stay in memory";
+    return {false, {}, Note{"disk-cache-full", std::move(text)}};
+}
+
+[[noreturn]] void FailFolder(const std::string& folder, const std::string& reason)
+{
+    FailureFields fields;
+    fields.kind = EFailureKind::Output;
+    fields.code = "cache-folder";
+    fields.what = "The disk cache cannot be kept in <" + DisplayText::Escape(folder) + ">.";
+    fields.cause = reason;
+    fields.value = folder;
+    fields.underneath = {"BException",
+                         "DiskCache",
+                         Orvane::BString::Format("Could not keep the disk cache in <%s>.",
+                                                 DisplayText::Escape(folder).c_str()),
+                         Orvane::BString::FromUtf8(reason)};
+    throw ImportFailure(std::move(fields));
 }
 
 } // namespace
@@ -135,27 +151,22 @@ ChooseByMemory(std::uint64_t layerBytes, std::uint64_t freeMemory, const std::st
 std::string FindCacheFolder(const std::string& given)
 {
     const std::string shown = given.empty() ? GetDefaultFolder() : given;
-    const auto fail = [&shown](const std::string& reason) {
-        throw Orvane::BException(Orvane::BString::Format("Could not keep the disk cache in <%s>.",
-                                                         TerminalText::Escape(shown).c_str()),
-                                 "DiskCache",
-                                 reason);
-    };
-    if (!TerminalText::IsUtf8(shown)) {
-        fail("The name is not valid UTF-8.");
+    if (!DisplayText::IsUtf8(shown)) {
+        FailFolder(shown, "The name is not valid UTF-8.");
     }
     std::error_code error;
     const fs::path folder = fs::absolute(shown, error);
     const fs::file_status status = fs::status(folder, error);
     if (!fs::exists(status)) {
-        fail(status.type() == fs::file_type::not_found ? "The folder does not exist."
-                                                       : error.message() + ".");
+        FailFolder(shown,
+                   status.type() == fs::file_type::not_found ? "The folder does not exist."
+                                                             : error.message() + ".");
     }
     if (!fs::is_directory(status)) {
-        fail("It is no folder.");
+        FailFolder(shown, "It is no folder.");
     }
     if (const int number = TryToMakeFile(folder); number != 0) {
-        fail(std::generic_category().message(number) + ".");
+        FailFolder(shown, std::generic_category().message(number) + ".");
     }
     return folder.native();
 }
@@ -221,24 +232,20 @@ ChoosePlace(std::uint64_t layerBytes, std::uint64_t freeMemory, std::uint64_t fr
     return layerBytes <= freeDisk ? EPagePlace::Disk : EPagePlace::MemoryNoDisk;
 }
 
-DiskCache::DiskCache(DiskCacheArguments arguments)
-    : m_arguments(std::move(arguments))
+DiskCache::DiskCache(DiskCacheRequest request)
+    : m_request(std::move(request))
 {
-    if (m_arguments.mode == DiskCacheArguments::EMode::Always) {
-        m_folder = FindCacheFolder(m_arguments.folder);
+    if (m_request.mode == DiskCacheRequest::EMode::Always) {
+        m_folder = WrapFailures({}, [&] { return FindCacheFolder(m_request.folder); });
     }
 }
 
-DiskCacheChoice DiskCache::Choose(Orvane::BDataManagerProxy& proxy,
-                                  const std::string& file,
-                                  const Orvane::BParamList& params) const
+namespace {
+
+DiskCacheChoice ChooseByItself(const BPluginModule& module,
+                               const std::string& file,
+                               const Orvane::BParamList& options)
 {
-    if (m_arguments.mode == DiskCacheArguments::EMode::Always) {
-        return {true, CacheBaseName(m_folder), {}};
-    }
-    if (m_arguments.mode == DiskCacheArguments::EMode::Never) {
-        return {};
-    }
     const std::optional<FileMeasure> measure = FileMeasure::Of(file);
     const std::optional<std::uint64_t> freeMemory = MeasureFreeMemory("/", ProcessLimits::Get());
     if (!measure || !freeMemory || !IsWorthEstimating(measure->fileBytes, *freeMemory)) {
@@ -246,7 +253,7 @@ DiskCacheChoice DiskCache::Choose(Orvane::BDataManagerProxy& proxy,
     }
     std::uint64_t layerBytes = 0;
     try {
-        layerBytes = EstimateLayerBytes(*measure, AskSchema(proxy, file, params), params);
+        layerBytes = EstimateLayerBytes(*measure, AskSchema(module, file, options), options);
     } catch (const std::exception&) {
         // Rule: what is wrong with a file is told by reading it, not by estimating its layer.
         return {};
@@ -254,11 +261,30 @@ DiskCacheChoice DiskCache::Choose(Orvane::BDataManagerProxy& proxy,
     std::string folder;
     try {
         folder = FindCacheFolder({});
-    } catch (const Orvane::BException&) {
+    } catch (const ImportFailure&) {
         // Rule: a folder that nobody asked for may be missing.
         folder.clear();
     }
     return ChooseByMemory(layerBytes, *freeMemory, folder);
 }
 
-} // namespace OrvaneHost
+} // namespace
+
+DiskCacheChoice DiskCache::Choose(const BPluginModule& module,
+                                  const std::string& file,
+                                  const Orvane::BParamList& options) const
+{
+    return WrapFailures(file, [&]() -> DiskCacheChoice {
+        switch (m_request.mode) {
+        case DiskCacheRequest::EMode::Always:
+            return {true, CacheBaseName(m_folder), {}};
+        case DiskCacheRequest::EMode::Automatic:
+            return ChooseByItself(module, file, options);
+        case DiskCacheRequest::EMode::Never:
+            break;
+        }
+        return {};
+    });
+}
+
+} // namespace Orvane::Import

@@ -1,20 +1,17 @@
-// Takes the texts of exceptions and makes the line of a failure.
-#include "Failure.h"
-
-#include "TerminalText.h"
-
+// Fields of failures, and the texts of other exceptions.
 #include <Orvane/BException.h>
+#include <Orvane/Import/DisplayText.h>
+#include <Orvane/Import/Failure.h>
 
 #include <cstdlib>
-#include <memory>
-#include <string_view>
 #include <typeinfo>
+#include <utility>
 
 #if defined(__GNUC__)
 #include <cxxabi.h>
 #endif
 
-namespace OrvaneHost {
+namespace Orvane::Import {
 
 namespace {
 
@@ -32,55 +29,66 @@ std::string TypeName(const std::exception& exception)
     return name;
 }
 
-/// Most characters of one text in a failure's line.
-constexpr std::size_t kMostCharacters = 1000;
-
-/// For the line: a message may hold a whole line of the file.
-std::string Show(std::string_view text)
+std::string MakeLine(const FailureFields& fields)
 {
-    return TerminalText::EscapeAndCut(text, kMostCharacters);
-}
-
-} // namespace
-
-Failure DescribeFailure(const std::exception& exception)
-{
-    Failure failure;
-    const auto* sdkException = dynamic_cast<const Orvane::BException*>(&exception);
-    if (sdkException == nullptr) {
-        failure.exceptionName = TypeName(exception);
-        failure.message = exception.what();
-        return failure;
+    std::string line;
+    if (!fields.file.empty()) {
+        line = DisplayText::Escape(fields.file) + ":";
+        for (const std::uint64_t number : {fields.line, fields.line == 0 ? 0 : fields.column}) {
+            line += number == 0 ? "" : std::to_string(number) + ":";
+        }
     }
-    failure.exceptionName = sdkException->GetClassName();
-    failure.location = sdkException->GetLocation().ToUtf8();
-    failure.message = sdkException->GetMessage().ToUtf8();
-    if (failure.exceptionName == "BException") {
-        failure.details = sdkException->GetDetails().ToUtf8();
-    }
-    return failure;
-}
-
-std::string FormatFailure(const Failure& failure)
-{
-    if (failure.exceptionName == "std::bad_alloc") {
-        return std::string(kOutOfMemoryLine);
-    }
-    // Some texts of the reader are short; here a person reads them.
-    const bool isMissingFile = failure.exceptionName == "BFileNotFoundException";
-    std::string line = "orvane: ";
-    line += isMissingFile ? "There is no such file: " : "";
-    line += Show(failure.message);
-    const std::string& place = failure.location.empty() ? failure.exceptionName : failure.location;
-    line += " (" + Show(place) + ")";
-    if (!failure.details.empty()) {
-        line += " " + Show(failure.details);
-    }
-    if (failure.exceptionName == "std::out_of_range") {
-        line += " A position lies outside of a row: do COLUMN_DEFINITION and NAME_COLUMN fit the "
-                "columns of the file?";
+    for (const std::string* text : {&fields.what, &fields.cause, &fields.advice}) {
+        line += text->empty() || line.empty() ? "" : " ";
+        line += DisplayText::Escape(*text);
     }
     return line;
 }
 
-} // namespace OrvaneHost
+} // namespace
+
+struct ImportFailure::Content
+{
+    FailureFields fields;
+    std::string line;
+};
+
+ImportFailure::ImportFailure(FailureFields fields)
+{
+    std::string line = MakeLine(fields);
+    m_content = std::make_shared<const Content>(Content{std::move(fields), std::move(line)});
+}
+
+ImportFailure::ImportFailure(const ImportFailure&) noexcept = default;
+ImportFailure& ImportFailure::operator=(const ImportFailure&) noexcept = default;
+ImportFailure::~ImportFailure() = default;
+
+const FailureFields& ImportFailure::GetFields() const noexcept
+{
+    return m_content->fields;
+}
+
+const char* ImportFailure::what() const noexcept
+{
+    return m_content->line.c_str();
+}
+
+UnderlyingTexts DescribeException(const std::exception& exception)
+{
+    UnderlyingTexts texts;
+    const auto* sdkException = dynamic_cast<const BException*>(&exception);
+    if (sdkException == nullptr) {
+        texts.className = TypeName(exception);
+        texts.message = BString::FromUtf8(exception.what());
+        return texts;
+    }
+    texts.className = sdkException->GetClassName();
+    texts.location = sdkException->GetLocation();
+    texts.message = sdkException->GetMessage();
+    if (texts.className == "BException") {
+        texts.details = sdkException->GetDetails();
+    }
+    return texts;
+}
+
+} // namespace Orvane::Import

@@ -8,7 +8,7 @@
 #include <string_view>
 #include <sys/resource.h>
 
-namespace OrvaneHost {
+namespace Orvane::Import {
 
 namespace fs = std::filesystem;
 
@@ -135,4 +135,4 @@ std::optional<std::uint64_t> MeasureFreeMemory(const fs::path& root, const Proce
     return std::min({free, Rest(limits.addressSpace, mapped), Rest(limits.data, data)});
 }
 
-} // namespace OrvaneHost
+} // namespace Orvane::Import

@@ -6,7 +6,7 @@
 #include <limits>
 #include <optional>
 
-namespace OrvaneHost {
+namespace Orvane::Import {
 
 /// What stands against the memory of a process; the default is no limit at all.
 struct ProcessLimits
@@ -28,4 +28,4 @@ struct ProcessLimits
 [[nodiscard]] std::optional<std::uint64_t> MeasureFreeMemory(const std::filesystem::path& root,
                                                              const ProcessLimits& limits);
 
-} // namespace OrvaneHost
+} // namespace Orvane::Import

@@ -4,11 +4,11 @@
 #include <filesystem>
 #include <string>
 
-namespace OrvaneHost {
+namespace Orvane::Import {
 
-/// The module to load: `named` when it is not empty, else "AsciiReader.so" beside the program, then
-/// in the folder where it is installed.
-/// @throws Orvane::BException at "PluginModule::Load": "The plug-in <...> was not found."
+/// The module to load: `named` when it is not empty, else "AsciiReader.so" beside the program,
+/// beside this library, or in the folder "orvane" beside this library.
+/// @throws ImportFailure `no-module`
 [[nodiscard]] std::filesystem::path FindModule(const std::string& named);
 
-} // namespace OrvaneHost
+} // namespace Orvane::Import

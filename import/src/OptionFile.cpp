@@ -1,11 +1,8 @@
 // Reads the option file event by event, so that neither size nor depth of a bad one matters.
-#include "OptionFile.h"
-
-#include "Failure.h"
-#include "ReaderOptions.h"
-#include "TerminalText.h"
-
 #include <Orvane/BNumbers.h>
+#include <Orvane/Import/DisplayText.h>
+#include <Orvane/Import/Failure.h>
+#include <Orvane/Import/Options.h>
 
 #include <cerrno>
 #include <cstdint>
@@ -18,16 +15,27 @@
 #include <system_error>
 #include <vector>
 
-namespace OrvaneHost {
+namespace Orvane::Import {
 
 namespace {
 
 constexpr std::size_t kLargestFile = std::size_t{16} * 1024 * 1024;
 
-std::string ReadWhole(const std::string& path, const std::string& shownPath)
+/// @param verdict what is wrong with the file, words after its name
+[[noreturn]] void FailFile(const std::string& path, const std::string& verdict)
+{
+    FailureFields fields;
+    fields.kind = EFailureKind::Request;
+    fields.code = "option-file";
+    fields.what = "The option file <" + DisplayText::Escape(path) + "> " + verdict + ".";
+    fields.file = path;
+    throw ImportFailure(std::move(fields));
+}
+
+std::string ReadWhole(const std::string& path)
 {
     const auto fail = [&](const std::string& reason) {
-        throw UsageError("The option file <" + shownPath + "> can not be read: " + reason + ".");
+        FailFile(path, "can not be read: " + reason);
     };
     // Rule: a pipe that nobody writes to is empty; it is not waited for.
     const int descriptor = open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
@@ -61,8 +69,8 @@ std::string ReadWhole(const std::string& path, const std::string& shownPath)
 class OptionHandler : public nlohmann::json_sax<nlohmann::json>
 {
 public:
-    OptionHandler(std::string shownPath, Orvane::BParamList& params)
-        : m_shownPath(std::move(shownPath))
+    OptionHandler(std::string path, Orvane::BParamList& params)
+        : m_path(std::move(path))
         , m_params(params)
     {}
 
@@ -116,7 +124,7 @@ public:
     {
         m_option = &FindReaderOption(key);
         if (m_params.HasProperty(m_option->key)) {
-            FailFile("the option " + key + " stands in it twice");
+            Fail("the option " + key + " stands in it twice");
         }
         return true;
     }
@@ -159,8 +167,7 @@ public:
                      const std::string& /*token*/,
                      const nlohmann::json::exception& /*exception*/) override
     {
-        FailFile("it is no JSON, or holds a number out of range, at byte " +
-                 std::to_string(position));
+        Fail("it is no JSON, or holds a number out of range, at byte " + std::to_string(position));
     }
 
 private:
@@ -170,25 +177,24 @@ private:
         std::vector<std::int32_t> integers;
     };
 
-    [[noreturn]] void FailFile(const std::string& reason) const
+    [[noreturn]] void Fail(const std::string& reason) const
     {
-        throw UsageError("The option file <" + m_shownPath +
-                         "> is not valid: " + TerminalText::Escape(reason) + ".");
+        FailFile(m_path, "is not valid: " + DisplayText::Escape(reason));
     }
 
     [[noreturn]] void FailValue(const std::string& found) const
     {
         if (m_option == nullptr) {
-            FailFile("it must hold one object of options");
+            Fail("it must hold one object of options");
         }
-        FailFile("the option " + m_option->key.ToUtf8() + " needs a value of the type " +
-                 NameOfKind(m_option->kind) + ", not " + found);
+        Fail("the option " + m_option->key.ToUtf8() + " needs a value of the type " +
+             NameOfKind(m_option->kind) + ", not " + found);
     }
 
     void RequireOption() const
     {
         if (!m_isInObject) {
-            FailFile("it must hold one object of options");
+            Fail("it must hold one object of options");
         }
     }
 
@@ -220,7 +226,7 @@ private:
         return true;
     }
 
-    std::string m_shownPath;
+    std::string m_path;
     Orvane::BParamList& m_params;
     const ReaderOption* m_option = nullptr;
     std::optional<List> m_list;
@@ -231,12 +237,11 @@ private:
 
 Orvane::BParamList ReadOptionFile(const std::string& path)
 {
-    const std::string shownPath = TerminalText::Escape(path);
-    const std::string text = ReadWhole(path, shownPath);
+    const std::string text = ReadWhole(path);
     Orvane::BParamList params;
-    OptionHandler handler(shownPath, params);
+    OptionHandler handler(path, params);
     nlohmann::json::sax_parse(text, &handler);
     return params;
 }
 
-} // namespace OrvaneHost
+} // namespace Orvane::Import

@@ -761,9 +761,10 @@ class PluginsTest(CliTest):
             "orvane: The plug-in <none.so> was not found. (PluginModule::Load)",
         )
 
-    def test_no_plug_in_beside_the_program(self):
-        shutil.copy(PROGRAM, self.path("orvane"))
-        environment = dict(os.environ, LD_LIBRARY_PATH=os.path.dirname(PROGRAM))
+    def test_no_plug_in_beside_the_program_and_its_libraries(self):
+        for path in [PROGRAM, *glob.glob(os.path.dirname(PROGRAM) + "/liborvane*.so.*")]:
+            shutil.copy(path, self.folder)
+        environment = dict(os.environ, LD_LIBRARY_PATH=self.folder)
         completed = subprocess.run(
             [self.path("orvane"), "read", "a.csv", "--json"],
             cwd=self.folder, capture_output=True, env=environment, text=True, timeout=60)

@@ -1,0 +1,45 @@
+// The targets of this library: files of the formats that GDAL writes.
+#pragma once
+
+#include <Orvane/Import/Api.h>
+#include <Orvane/Import/Target.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace Orvane::Import {
+
+/// A format by the extension of its files.
+struct TargetFormat
+{
+    const char* extension; ///< lower case, "." included
+    const char* name;      ///< of the writer: "GPKG", "FlatGeobuf" and so on
+};
+
+/// All formats, in the order in which they are listed to people.
+[[nodiscard]] ORVANE_IMPORT_EXPORT const std::vector<TargetFormat>& GetTargetFormats();
+
+/// A file to write.
+struct TargetRequest
+{
+    std::string out; ///< the file, UTF-8; its extension is the format (case ignored, but for .shp)
+    std::string crs; ///< the coordinate system as "AUTHORITY:CODE", X before Y; empty for none
+    std::string input; ///< the file that is read, which must be another one; empty for none
+};
+
+/// Makes the target of a file. Looks at the place and changes nothing; the file is replaced by
+/// Commit, through a link when `out` is one.
+///
+/// What is written lies in a hidden folder beside the file meanwhile. A program that is killed
+/// leaves that folder; the next Write beside it removes it.
+///
+///     const std::unique_ptr<Target> target = OpenTarget({"stations.gpkg", "EPSG:4326", ""});
+///     const WriteReport report = target->Write(layer, CountLayer(layer), {});
+///     target->Commit();
+///
+/// @throws ImportFailure `unknown-format`, `extension-case`, `crs-form`, `unknown-crs`,
+///     `output-is-input`, `output-folder`, `output-not-a-file`, `output-in-use`
+[[nodiscard]] ORVANE_IMPORT_EXPORT std::unique_ptr<Target> OpenTarget(const TargetRequest& request);
+
+} // namespace Orvane::Import

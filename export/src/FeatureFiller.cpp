@@ -1,0 +1,331 @@
+// Values and points of rows as GDAL's features have them.
+#include "FeatureFiller.h"
+
+#include <Orvane/BNumbers.h>
+#include <Orvane/BPointGeo.h>
+
+#include <ogr_feature.h>
+#include <ogr_geometry.h>
+
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+#include <iterator>
+#include <limits>
+#include <optional>
+#include <string_view>
+#include <system_error>
+
+namespace Orvane::Import {
+
+namespace {
+
+/// The whole text as a 64-bit integer: commas dropped, a sign, decimal digits; a number written
+/// with an exponent counts when it is whole and exact.
+std::optional<std::int64_t> ParseInt64(std::string_view text)
+{
+    std::string digits;
+    digits.reserve(text.size());
+    std::copy_if(text.begin(), text.end(), std::back_inserter(digits), [](char byte) {
+        return byte != ',';
+    });
+    const char* begin = digits.data();
+    const char* end = begin + digits.size();
+    if (digits.size() > 1 && digits[0] == '+' && digits[1] != '-') {
+        ++begin;
+    }
+    std::int64_t value = 0;
+    const auto result = std::from_chars(begin, end, value);
+    if (result.ec == std::errc() && result.ptr == end) {
+        return value;
+    }
+    const bool hasExponent = digits.find_first_of("eE") != std::string::npos;
+    const bool isDecimal = digits.find_first_not_of("+-0123456789.eE") == std::string::npos;
+    std::size_t consumed = 0;
+    const double number = Orvane::BNumbers::Strtod(digits, &consumed);
+    constexpr double kLimit = 9223372036854775808.0;
+    if (!hasExponent || !isDecimal || consumed != digits.size() || number != std::floor(number) ||
+        number < -kLimit || number >= kLimit) {
+        return std::nullopt;
+    }
+    return static_cast<std::int64_t>(number);
+}
+
+int FieldNumber(std::size_t index)
+{
+    return static_cast<int>(index);
+}
+
+} // namespace
+
+FeatureFiller::FeatureFiller(OGRFeature& feature,
+                             const ExportFormat& format,
+                             const std::vector<FileField>& fields,
+                             bool hasGeometry,
+                             bool hasHeights)
+    : m_feature(feature)
+    , m_format(format)
+    , m_fields(fields)
+    , m_hasGeometry(hasGeometry)
+    , m_hasHeights(hasHeights)
+{
+    m_losses.notIntegers.resize(fields.size());
+}
+
+void FeatureFiller::FillPageRow(const Orvane::BFeaturePage& page, std::size_t row)
+{
+    const Orvane::EPointKind kind = page.GetPointKind(row);
+    if (kind == Orvane::EPointKind::None) {
+        SetNoPoint();
+    } else {
+        const bool hasZ = kind == Orvane::EPointKind::XYZ;
+        SetPoint(page.x[row], page.y[row], hasZ, hasZ ? page.z[row] : 0);
+    }
+    const std::size_t count = std::min(page.GetAttributeCount(row), m_fields.size());
+    for (std::size_t index = 0; index < count; ++index) {
+        SetColumnValue(index, page.data[index], row);
+    }
+    SetNulls(count);
+}
+
+void FeatureFiller::FillObject(const Orvane::BFeature& object)
+{
+    if (const Orvane::BPointGeo* point = object.GetPoint()) {
+        SetPoint(point->GetX(), point->GetY(), point->HasZ(), point->GetZ());
+    } else {
+        SetNoPoint();
+    }
+    const std::size_t count = std::min(object.GetAttributeCount(), m_fields.size());
+    for (std::size_t index = 0; index < count; ++index) {
+        SetVariant(index, object.GetAttributeValue(index));
+    }
+    SetNulls(count);
+}
+
+void FeatureFiller::SetCoordinateTexts(double x, double y, bool hasZ, double z)
+{
+    SetNumberText(m_fields.size(), x);
+    SetNumberText(m_fields.size() + 1, y);
+    if (m_hasHeights) {
+        if (hasZ) {
+            SetNumberText(m_fields.size() + 2, z);
+        } else {
+            m_feature.SetFieldNull(FieldNumber(m_fields.size() + 2));
+        }
+    }
+}
+
+void FeatureFiller::SetNoPoint()
+{
+    m_hasPoint = false;
+    if (m_hasGeometry) {
+        m_feature.SetGeometryDirectly(nullptr);
+        return;
+    }
+    const std::size_t count = m_hasHeights ? 3 : 2;
+    for (std::size_t index = 0; index < count; ++index) {
+        m_feature.SetFieldNull(FieldNumber(m_fields.size() + index));
+    }
+}
+
+void FeatureFiller::SetPoint(double x, double y, bool hasZ, double z)
+{
+    // Rule: a point whose X or Y is no finite number has no place and goes without geometry.
+    if (!std::isfinite(x) || !std::isfinite(y)) {
+        ++m_losses.withoutPlace;
+        SetNoPoint();
+        return;
+    }
+    m_hasPoint = true;
+    if (!m_hasGeometry) {
+        SetCoordinateTexts(x, y, hasZ, z);
+        return;
+    }
+    OGRGeometry* geometry = m_feature.GetGeometryRef();
+    if (geometry == nullptr) {
+        m_feature.SetGeometryDirectly(new OGRPoint());
+        geometry = m_feature.GetGeometryRef();
+    }
+    OGRPoint& point = *geometry->toPoint();
+    point.setX(x);
+    point.setY(y);
+    const double height = hasZ ? z : std::numeric_limits<double>::quiet_NaN();
+    if (m_hasHeights && (m_format.holdsNaN || !std::isnan(height) || IsBinaryGeometry())) {
+        point.setZ(height);
+    } else {
+        point.flattenTo2D();
+    }
+}
+
+bool FeatureFiller::IsBinaryGeometry() const
+{
+    return m_format.driver == std::string_view("GPKG") ||
+           m_format.driver == std::string_view("ESRI Shapefile");
+}
+
+void FeatureFiller::SetNulls(std::size_t from)
+{
+    for (std::size_t index = from; index < m_fields.size(); ++index) {
+        m_feature.SetFieldNull(FieldNumber(index));
+    }
+}
+
+void FeatureFiller::SetNumberText(std::size_t index, double value)
+{
+    char buffer[40];
+    buffer[Orvane::BNumbers::FormatShortest(value, buffer)] = '\0';
+    m_feature.SetField(FieldNumber(index), buffer);
+}
+
+void FeatureFiller::SetFloatText(std::size_t index, float value)
+{
+    char buffer[40];
+    buffer[Orvane::BNumbers::FormatShortest(value, buffer)] = '\0';
+    m_feature.SetField(FieldNumber(index), buffer);
+}
+
+void FeatureFiller::SetReal(std::size_t index, double value)
+{
+    const bool isHeld =
+        std::isfinite(value) || (std::isnan(value) ? m_format.holdsNaN : m_format.holdsInfinity);
+    if (!isHeld) {
+        ++m_losses.notFinite;
+        m_feature.SetFieldNull(FieldNumber(index));
+    } else if (m_format.numbersAsText) {
+        SetNumberText(index, value);
+    } else {
+        m_feature.SetField(FieldNumber(index), value);
+    }
+}
+
+void FeatureFiller::SetFloat(std::size_t index, float value)
+{
+    if (m_format.numbersAsText) {
+        SetFloatText(index, value);
+    } else {
+        SetReal(index, static_cast<double>(value));
+    }
+}
+
+void FeatureFiller::SetInt64(std::size_t index, std::int64_t value)
+{
+    m_feature.SetField(FieldNumber(index), static_cast<GIntBig>(value));
+}
+
+void FeatureFiller::SetText(std::size_t index, std::string& text)
+{
+    if (m_fields[index].type == EVariantType::Int64) {
+        if (const std::optional<std::int64_t> value = ParseInt64(text)) {
+            SetInt64(index, *value);
+        } else {
+            m_losses.notIntegers[index] += text.empty() ? 0U : 1U;
+            m_feature.SetFieldNull(FieldNumber(index));
+        }
+        return;
+    }
+    // Texts of files end at a NUL; the character that stands for what can't be shown replaces
+    // it.
+    for (std::size_t nul = text.find('\0'); nul != std::string::npos; nul = text.find('\0')) {
+        text.replace(nul, 1, "\uFFFD");
+        ++m_losses.withNul;
+    }
+    m_feature.SetField(FieldNumber(index), text.c_str());
+}
+
+void FeatureFiller::SetColumnValue(std::size_t index,
+                                   const Orvane::BColumnData& column,
+                                   std::size_t row)
+{
+    const EVariantType type = m_fields[index].type;
+    switch (column.storage) {
+    case EColumnStorage::Int32:
+        if (type == EVariantType::Int32 || type == EVariantType::Int64) {
+            m_feature.SetField(FieldNumber(index), column.int32s[row]);
+            return;
+        }
+        SetVariant(index, Orvane::BVariant(column.int32s[row]));
+        return;
+    case EColumnStorage::Int64:
+        if (type == EVariantType::Int64) {
+            SetInt64(index, column.int64s[row]);
+            return;
+        }
+        SetVariant(index, Orvane::BVariant(column.int64s[row]));
+        return;
+    case EColumnStorage::Double:
+        if (type == EVariantType::Double) {
+            SetReal(index, column.doubles[row]);
+            return;
+        }
+        SetVariant(index, Orvane::BVariant(column.doubles[row]));
+        return;
+    case EColumnStorage::Float:
+        if (type == EVariantType::Float) {
+            SetFloat(index, column.floats[row]);
+            return;
+        }
+        SetVariant(index, Orvane::BVariant(column.floats[row]));
+        return;
+    case EColumnStorage::Boolean:
+        if (type == EVariantType::Boolean) {
+            m_feature.SetField(FieldNumber(index), static_cast<int>(column.booleans[row]));
+            return;
+        }
+        SetVariant(index, Orvane::BVariant(column.booleans[row] != 0));
+        return;
+    case EColumnStorage::Text:
+        break;
+    }
+    m_text.clear();
+    Orvane::AppendTextAsUtf8(column.texts.GetBytes(row), column.texts.encoding, m_text);
+    SetTextAs(index, type);
+}
+
+void FeatureFiller::SetTextAs(std::size_t index, EVariantType type)
+{
+    switch (type) {
+    case EVariantType::Int32:
+    case EVariantType::Double:
+    case EVariantType::Float:
+    case EVariantType::Boolean:
+        SetVariant(index, Orvane::BVariant(Orvane::BString::FromUtf8(m_text)));
+        break;
+    default:
+        SetText(index, m_text);
+    }
+}
+
+void FeatureFiller::SetVariant(std::size_t index, const Orvane::BVariant& value)
+{
+    if (value.IsEmpty()) {
+        m_feature.SetFieldNull(FieldNumber(index));
+        return;
+    }
+    const bool isText = value.GetType() == EVariantType::String;
+    switch (m_fields[index].type) {
+    case EVariantType::Int32:
+        m_feature.SetField(FieldNumber(index), static_cast<int>(value.GetInteger()));
+        return;
+    case EVariantType::Int64:
+        if (!isText) {
+            SetInt64(index, value.GetInt64());
+            return;
+        }
+        break;
+    case EVariantType::Double:
+        SetReal(index, value.GetDouble());
+        return;
+    case EVariantType::Float:
+        SetFloat(index, value.GetFloat());
+        return;
+    case EVariantType::Boolean:
+        m_feature.SetField(FieldNumber(index), value.GetBoolean() ? 1 : 0);
+        return;
+    default:
+        break;
+    }
+    m_text = value.GetString().ToUtf8();
+    SetText(index, m_text);
+}
+
+} // namespace Orvane::Import

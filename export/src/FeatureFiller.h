@@ -1,0 +1,71 @@
+// Fills GDAL features from the rows of a layer.
+#pragma once
+
+#include "FieldNames.h"
+#include "Formats.h"
+#include "Losses.h"
+
+#include <Orvane/BFeature.h>
+#include <Orvane/BFeaturePage.h>
+#include <Orvane/BVariant.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+class OGRFeature;
+
+namespace Orvane::Import {
+
+/// Fills one reused feature from rows, and counts what it cannot hold.
+class FeatureFiller
+{
+public:
+    /// @param feature has `fields`, then, without geometry, those of X, Y and, with heights, Z; not
+    ///     owned, like the other references
+    FeatureFiller(OGRFeature& feature,
+                  const ExportFormat& format,
+                  const std::vector<FileField>& fields,
+                  bool hasGeometry,
+                  bool hasHeights);
+
+    [[nodiscard]] const LossCounts& GetLosses() const noexcept { return m_losses; }
+
+    /// Whether the row that was filled last has a point in the file.
+    [[nodiscard]] bool HasPoint() const noexcept { return m_hasPoint; }
+
+    void FillPageRow(const Orvane::BFeaturePage& page, std::size_t row);
+    void FillObject(const Orvane::BFeature& object);
+
+private:
+    /// The fields after the attributes hold the coordinates when the format has no geometry.
+    void SetCoordinateTexts(double x, double y, bool hasZ, double z);
+    void SetNoPoint();
+    void SetPoint(double x, double y, bool hasZ, double z);
+    [[nodiscard]] bool IsBinaryGeometry() const;
+    void SetNulls(std::size_t from);
+    void SetNumberText(std::size_t index, double value);
+    void SetFloatText(std::size_t index, float value);
+    void SetReal(std::size_t index, double value);
+    void SetFloat(std::size_t index, float value);
+    void SetInt64(std::size_t index, std::int64_t value);
+    /// @param text UTF-8
+    void SetText(std::size_t index, std::string& text);
+    void SetColumnValue(std::size_t index, const Orvane::BColumnData& column, std::size_t row);
+    /// m_text as a value of the field's type.
+    void SetTextAs(std::size_t index, EVariantType type);
+    /// A value of any type as a value of the field's type, as the variant converts it.
+    void SetVariant(std::size_t index, const Orvane::BVariant& value);
+
+    OGRFeature& m_feature;
+    const ExportFormat& m_format;
+    const std::vector<FileField>& m_fields;
+    bool m_hasGeometry;
+    bool m_hasHeights;
+    bool m_hasPoint = false;
+    std::string m_text;
+    LossCounts m_losses;
+};
+
+} // namespace Orvane::Import

@@ -1,0 +1,99 @@
+// The table of formats.
+#include "Formats.h"
+
+#include <Orvane/Import/DisplayText.h>
+#include <Orvane/Import/Failure.h>
+#include <Orvane/Import/Targets.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <utility>
+
+namespace Orvane::Import {
+
+namespace {
+
+/// SQLite's 2000 columns of a table, less those for the row's number and its geometry.
+constexpr std::size_t kMostGeoPackageFields = 1998;
+
+constexpr ExportFormat kFormats[] = {
+    {".gpkg",
+     "GPKG",
+     ExportFormat::ENames::UniqueIgnoreCase,
+     false,
+     true,
+     false,
+     kMostGeoPackageFields},
+    {".fgb", "FlatGeobuf", ExportFormat::ENames::Unique, true, true, false},
+    {".geojson", "GeoJSON", ExportFormat::ENames::Unique, false, false, false},
+    {".json", "GeoJSON", ExportFormat::ENames::Unique, false, false, false},
+    {".geojsonl", "GeoJSONSeq", ExportFormat::ENames::Unique, false, false, false},
+    {".geojsons", "GeoJSONSeq", ExportFormat::ENames::Unique, false, false, false},
+    {".shp", "ESRI Shapefile", ExportFormat::ENames::Dbase, false, false, false},
+    {".csv", "CSV", ExportFormat::ENames::UniqueIgnoreCase, true, true, true},
+};
+
+std::string FoldedExtension(const std::string& path)
+{
+    std::string extension = std::filesystem::path(path).extension().native();
+    std::transform(extension.begin(), extension.end(), extension.begin(), [](char byte) {
+        return byte >= 'A' && byte <= 'Z' ? static_cast<char>(byte - 'A' + 'a') : byte;
+    });
+    return extension;
+}
+
+FailureFields MakeFailure(const char* code, std::string what, const std::string& path)
+{
+    FailureFields fields;
+    fields.kind = EFailureKind::Request;
+    fields.code = code;
+    fields.what = std::move(what);
+    fields.value = path;
+    return fields;
+}
+
+} // namespace
+
+const std::vector<TargetFormat>& GetTargetFormats()
+{
+    static const std::vector<TargetFormat> kList = [] {
+        std::vector<TargetFormat> list;
+        for (const ExportFormat& format : kFormats) {
+            list.push_back({format.extension, format.driver});
+        }
+        return list;
+    }();
+    return kList;
+}
+
+const ExportFormat& FindExportFormat(const std::string& path)
+{
+    const std::string extension = FoldedExtension(path);
+    const std::string shown = "'" + DisplayText::Escape(path) + "'";
+    for (const ExportFormat& format : kFormats) {
+        if (extension != format.extension) {
+            continue;
+        }
+        // GDAL writes the parts of a shapefile with small endings whatever the name's.
+        if (extension == ".shp" && !path.ends_with(extension)) {
+            FailureFields fields = MakeFailure("extension-case",
+                                               "The extension of the output " + shown +
+                                                   " must be written in small letters: .shp.",
+                                               path);
+            fields.subject = extension;
+            throw ImportFailure(std::move(fields));
+        }
+        return format;
+    }
+    std::string known;
+    FailureFields fields = MakeFailure("unknown-format", {}, path);
+    for (const ExportFormat& format : kFormats) {
+        known += (known.empty() ? "" : ", ") + std::string(format.extension);
+        fields.nearest.emplace_back(format.extension);
+    }
+    fields.what = "No format is known for the output " + shown + "; its extension must be one of " +
+                  known + ".";
+    throw ImportFailure(std::move(fields));
+}
+
+} // namespace Orvane::Import

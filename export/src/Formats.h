@@ -1,0 +1,30 @@
+// The formats of files, and what each can hold.
+#pragma once
+
+#include <cstddef>
+#include <string>
+
+namespace Orvane::Import {
+
+/// One of the formats that an import can write.
+struct ExportFormat
+{
+    const char* extension; ///< lower case, "." included
+    const char* driver;    ///< GDAL's name
+    /// How fields must be named.
+    enum class ENames {
+        Unique,           ///< each name once
+        UniqueIgnoreCase, ///< each name once, ASCII case ignored
+        Dbase             ///< at most 10 bytes, each name once, ASCII case ignored
+    } names;
+    bool holdsNaN;
+    bool holdsInfinity;
+    bool numbersAsText;         ///< the driver would cut digits off numbers
+    std::size_t mostFields = 0; ///< 0: the driver tells
+};
+
+/// The format of a file name's extension (case ignored, but for ".shp").
+/// @throws ImportFailure `unknown-format`, `extension-case`
+[[nodiscard]] const ExportFormat& FindExportFormat(const std::string& path);
+
+} // namespace Orvane::Import

@@ -1,0 +1,76 @@
+// Messages, settings and drivers of GDAL.
+#include "GdalScope.h"
+
+#include <cpl_conv.h>
+#include <gdal_frmts.h>
+#include <ogrsf_frmts.h>
+
+#include <algorithm>
+#include <new>
+
+namespace Orvane::Import {
+
+GdalMessages::GdalMessages()
+{
+    CPLPushErrorHandlerEx(&GdalMessages::Handle, this);
+}
+
+GdalMessages::~GdalMessages()
+{
+    CPLPopErrorHandler();
+}
+
+void GdalMessages::Handle(CPLErr level, CPLErrorNum number, const char* text)
+{
+    if (level == CE_Fatal) {
+        if (number == CPLE_OutOfMemory) {
+            throw std::bad_alloc();
+        }
+        throw GdalFatalError(text);
+    }
+    constexpr std::size_t kMostWarnings = 10;
+    auto& self = *static_cast<GdalMessages*>(CPLGetErrorHandlerUserData());
+    if (level >= CE_Failure && !self.m_hasError) {
+        self.m_hasError = true;
+        self.m_error = text;
+    } else if (level == CE_Warning && self.m_warnings.size() < kMostWarnings &&
+               std::find(self.m_warnings.begin(), self.m_warnings.end(), text) ==
+                   self.m_warnings.end()) {
+        self.m_warnings.emplace_back(text);
+    }
+}
+
+ConfigScope::ConfigScope(const char* key, const char* value)
+    : m_key(key)
+{
+    const char* previous = CPLGetThreadLocalConfigOption(key, nullptr);
+    m_hadValue = previous != nullptr;
+    m_previous = m_hadValue ? previous : "";
+    CPLSetThreadLocalConfigOption(key, value);
+}
+
+ConfigScope::~ConfigScope()
+{
+    CPLSetThreadLocalConfigOption(m_key, m_hadValue ? m_previous.c_str() : nullptr);
+}
+
+const char* ConfigScope::GetOr(const char* key, const char* otherwise)
+{
+    return CPLGetConfigOption(key, otherwise);
+}
+
+void RegisterDrivers()
+{
+    static const bool isDone = [] {
+        RegisterOGRGeoPackage();
+        RegisterOGRFlatGeobuf();
+        RegisterOGRGeoJSON();
+        RegisterOGRGeoJSONSeq();
+        RegisterOGRShape();
+        RegisterOGRCSV();
+        return true;
+    }();
+    static_cast<void>(isDone);
+}
+
+} // namespace Orvane::Import

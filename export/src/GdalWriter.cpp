@@ -1,0 +1,374 @@
+// Walks a layer's pages into the features of a GDAL dataset.
+#include "CheckedFiles.h"
+#include "FeatureFiller.h"
+#include "FieldNames.h"
+#include "GdalScope.h"
+#include "LayerWriter.h"
+#include "Losses.h"
+
+#include <Orvane/Import/Failure.h>
+
+#include <cpl_conv.h>
+#include <cpl_string.h>
+#include <gdal_priv.h>
+#include <ogr_spatialref.h>
+#include <ogrsf_frmts.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <string_view>
+#include <system_error>
+#include <utility>
+#include <vector>
+
+namespace Orvane::Import {
+
+namespace {
+
+constexpr std::size_t kRowsPerTransaction = 65536;
+/// Memory for the pages of a GeoPackage: its spatial index takes points in any order.
+constexpr const char* kSqliteMegabytes = "64";
+constexpr std::size_t kRowsPerCheck = 4096;
+
+std::unique_ptr<OGRFieldDefn> MakeFieldDefn(const FileField& field, const ExportFormat& format)
+{
+    auto defn = std::make_unique<OGRFieldDefn>(field.name.c_str(), OFTString);
+    switch (field.type) {
+    case EVariantType::Int32:
+        defn->SetType(OFTInteger);
+        break;
+    case EVariantType::Int64:
+        defn->SetType(OFTInteger64);
+        break;
+    case EVariantType::Double:
+        defn->SetType(format.numbersAsText ? OFTString : OFTReal);
+        break;
+    case EVariantType::Float:
+        if (!format.numbersAsText) {
+            defn->SetType(OFTReal);
+            defn->SetSubType(OFSTFloat32);
+        }
+        break;
+    case EVariantType::Boolean:
+        defn->SetType(OFTInteger);
+        defn->SetSubType(OFSTBoolean);
+        break;
+    default:
+        break;
+    }
+    return defn;
+}
+
+/// One file, step by step.
+class GdalWriter
+{
+public:
+    explicit GdalWriter(const WriteRequest& request)
+        : m_request(request)
+        , m_fields(NameFields(request.layer, request.counts, request.format))
+        , m_hasGeometry(!request.format.numbersAsText)
+        , m_hasHeights(request.counts.withHeight > 0)
+        , m_synchronous("OGR_SQLITE_SYNCHRONOUS", "OFF")
+        , m_journal("OGR_SQLITE_JOURNAL", "OFF")
+        , m_cache("OGR_SQLITE_CACHE", ConfigScope::GetOr("OGR_SQLITE_CACHE", kSqliteMegabytes))
+    {}
+
+    ~GdalWriter() = default;
+    GdalWriter(const GdalWriter&) = delete;
+    GdalWriter& operator=(const GdalWriter&) = delete;
+
+    WriteReport Run()
+    {
+        RequireFewFields();
+        RegisterDrivers();
+        try {
+            Create();
+            WriteRows();
+            Close();
+        } catch (const GdalFatalError& error) {
+            CloseAfterFailure();
+            Fail("Writing", error.what());
+        } catch (...) {
+            CloseAfterFailure();
+            throw;
+        }
+        return MakeReport();
+    }
+
+private:
+    [[nodiscard]] bool Is(std::string_view driver) const
+    {
+        return m_request.format.driver == driver;
+    }
+
+    void RequireFewFields() const
+    {
+        const std::size_t most = m_request.format.mostFields;
+        if (most != 0 && m_fields.fields.size() > most) {
+            Throw("too-many-columns",
+                  "The format holds at most " + std::to_string(most) + " columns, and there are " +
+                      std::to_string(m_fields.fields.size()) + "; .fgb holds more.");
+        }
+    }
+
+    [[noreturn]] void Throw(const char* code, const std::string& reason) const
+    {
+        FailureFields fields;
+        fields.kind = EFailureKind::Output;
+        fields.code = code;
+        fields.what = "The output cannot be written.";
+        fields.file = m_request.shownPath;
+        fields.cause = reason;
+        fields.underneath = {
+            "BException",
+            "Exporter",
+            BString::Format("Could not write <%s>.", m_request.file.filename().c_str()),
+            BString::FromUtf8(reason)};
+        throw ImportFailure(std::move(fields));
+    }
+
+    /// @param reason that of the files, or of what has failed
+    [[noreturn]] void Fail(const char* step, std::string reason) const
+    {
+        if (m_messages.HasError()) {
+            reason += (reason.empty() ? "" : "; ") + m_messages.GetError();
+        }
+        Throw("output-write", std::string(step) + (reason.empty() ? "." : ": " + reason));
+    }
+
+    void Check(bool isGood, const char* step) const
+    {
+        std::string reason = m_files.GetFailure();
+        if (!isGood || m_messages.HasError() || !reason.empty()) {
+            Fail(step, std::move(reason));
+        }
+    }
+
+    [[nodiscard]] std::string GetLayerName()
+    {
+        if (Is("ESRI Shapefile") || Is("CSV")) {
+            return m_request.file.stem().native();
+        }
+        std::string name = m_request.layer.GetName().ToUtf8();
+        name.erase(std::remove(name.begin(), name.end(), '\0'), name.end());
+        const auto beginsWith = [&](const char* text) {
+            return STARTS_WITH_CI(name.c_str(), text);
+        };
+        if (name.empty() || (Is("GPKG") && (beginsWith("gpkg") || beginsWith("sqlite_")))) {
+            std::string free = name.empty() ? "layer" : "layer_" + name;
+            m_fields.notes.push_back(
+                {"layer-name", "the layer '" + name + "' is named '" + free + "' in the file"});
+            return free;
+        }
+        return name;
+    }
+
+    [[nodiscard]] CPLStringList GetLayerOptions() const
+    {
+        CPLStringList options;
+        if (Is("GPKG")) {
+            options.SetNameValue("FID", FindFreeName(m_fields.fields, "fid").c_str());
+            options.SetNameValue("GEOMETRY_NAME", FindFreeName(m_fields.fields, "geom").c_str());
+        } else if (Is("FlatGeobuf")) {
+            options.SetNameValue("TEMPORARY_DIR",
+                                 m_files.NameFor(m_request.file.parent_path().native()).c_str());
+        } else if (Is("GeoJSON") || Is("GeoJSONSeq")) {
+            options.SetNameValue("COORDINATE_PRECISION", "17");
+            options.SetNameValue("SIGNIFICANT_FIGURES", "17");
+        } else if (Is("ESRI Shapefile")) {
+            options.SetNameValue("ENCODING", "UTF-8");
+        } else if (Is("CSV")) {
+            options.SetNameValue("STRING_QUOTING", "IF_NEEDED");
+        }
+        return options;
+    }
+
+    void Create()
+    {
+        GDALDriver* driver = GetGDALDriverManager()->GetDriverByName(m_request.format.driver);
+        Check(driver != nullptr, "The format's driver is missing");
+        // SQLite looks at each of its writes itself, through its own files.
+        const std::string name =
+            Is("GPKG") ? m_request.file.native() : m_files.NameFor(m_request.file.native());
+        m_dataset.reset(driver->Create(name.c_str(), 0, 0, 0, GDT_Unknown, nullptr));
+        Check(m_dataset != nullptr, "Making the file");
+        const OGRwkbGeometryType geometryType = !m_hasGeometry ? wkbNone
+                                                : m_hasHeights ? wkbPoint25D
+                                                               : wkbPoint;
+        CPLStringList options = GetLayerOptions();
+        m_layer = m_dataset->CreateLayer(GetLayerName().c_str(),
+                                         m_hasGeometry ? m_request.coordSys.get() : nullptr,
+                                         geometryType,
+                                         options.List());
+        Check(m_layer != nullptr, "Making the layer");
+        for (const FileField& field : m_fields.fields) {
+            const auto defn = MakeFieldDefn(field, m_request.format);
+            Check(m_layer->CreateField(defn.get(), FALSE) == OGRERR_NONE, "Making the fields");
+        }
+        if (!m_hasGeometry) {
+            for (const char* coordinate : {"X", "Y", "Z"}) {
+                if (*coordinate != 'Z' || m_hasHeights) {
+                    OGRFieldDefn defn(FindFreeName(m_fields.fields, coordinate).c_str(), OFTString);
+                    Check(m_layer->CreateField(&defn, FALSE) == OGRERR_NONE, "Making the fields");
+                }
+            }
+        }
+        m_hasTransactions = m_dataset->TestCapability(ODsCTransactions) != 0;
+    }
+
+    void Begin()
+    {
+        if (m_hasTransactions) {
+            Check(m_dataset->StartTransaction(FALSE) == OGRERR_NONE, "Beginning a transaction");
+        }
+    }
+
+    void Commit()
+    {
+        if (m_hasTransactions) {
+            Check(m_dataset->CommitTransaction() == OGRERR_NONE, "Ending a transaction");
+        }
+    }
+
+    void WriteRows()
+    {
+        const std::unique_ptr<OGRFeature, void (*)(OGRFeature*)> feature(
+            OGRFeature::CreateFeature(m_layer->GetLayerDefn()), &OGRFeature::DestroyFeature);
+        FeatureFiller filler(
+            *feature, m_request.format, m_fields.fields, m_hasGeometry, m_hasHeights);
+        const Orvane::BFeatureCollection& features = m_request.layer.GetFeatures();
+        // Rule: a FlatGeobuf file holds no feature without geometry; such rows are left out and
+        // reported, since its driver would drop them without a word.
+        const bool leavesOutRows = Is("FlatGeobuf");
+        std::size_t written = 0;
+        Begin();
+        for (std::size_t pageIndex = 0; pageIndex < features.GetPageCount(); ++pageIndex) {
+            const std::shared_ptr<const Orvane::BFeaturePage> held = features.LoadPage(pageIndex);
+            const Orvane::BFeaturePage& page = *held;
+            const std::size_t firstRow = features.GetFirstRow(pageIndex);
+            for (std::size_t row = 0; row < page.GetRowCount(); ++row) {
+                if (const Orvane::BFeature* object = features.GetObjectRow(firstRow + row)) {
+                    filler.FillObject(*object);
+                } else {
+                    filler.FillPageRow(page, row);
+                }
+                if (leavesOutRows && feature->GetGeometryRef() == nullptr) {
+                    ++m_leftOut;
+                    continue;
+                }
+                feature->SetFID(OGRNullFID);
+                if (m_layer->CreateFeature(feature.get()) != OGRERR_NONE) {
+                    Fail("Writing a feature", m_files.GetFailure());
+                }
+                ++written;
+                m_points += filler.HasPoint() ? 1U : 0U;
+                if (written % kRowsPerCheck == 0) {
+                    Check(true, "Writing features");
+                    Report(written);
+                }
+                if (written % kRowsPerTransaction == 0) {
+                    Commit();
+                    Begin();
+                }
+            }
+        }
+        Commit();
+        m_rows = written;
+        m_losses = filler.GetLosses();
+        m_losses.leftOut = m_leftOut;
+    }
+
+    void Report(std::uint64_t rowsDone) const
+    {
+        if (!m_request.progress.Report(rowsDone)) {
+            ThrowCancelled();
+        }
+    }
+
+    void Close()
+    {
+        m_layer = nullptr;
+        m_dataset.reset();
+        Check(true, "Ending the file");
+        if (Is("FlatGeobuf")) {
+            RemoveSideFiles();
+        }
+        Report(m_request.layer.GetFeatures().GetCount());
+    }
+
+    /// Closes what the failure has left open. What goes wrong with it now is of no interest.
+    void CloseAfterFailure() noexcept
+    {
+        m_layer = nullptr;
+        try {
+            GDALClose(m_dataset.release());
+        } catch (...) { // NOLINT(bugprone-empty-catch)
+            // Rule: the first failure is the one that is told.
+        }
+    }
+
+    /// The format is one file. What its driver puts aside while it sorts stays when it lies in a
+    /// file system of this library: GDAL 3.6 does not pass its removal on.
+    void RemoveSideFiles() const
+    {
+        namespace fs = std::filesystem;
+        std::error_code error;
+        fs::directory_iterator entry(m_request.file.parent_path(), error);
+        while (!error && entry != fs::directory_iterator()) {
+            if (entry->path() != m_request.file) {
+                fs::remove(entry->path(), error);
+            }
+            if (!error) {
+                entry.increment(error);
+            }
+        }
+        if (error) {
+            Fail("Ending the file", error.message());
+        }
+    }
+
+    [[nodiscard]] WriteReport MakeReport() const
+    {
+        WriteReport report;
+        report.rows = m_rows;
+        report.points = m_points;
+        report.rowsLeftOut = m_leftOut;
+        report.notes = m_fields.notes;
+        ReportLosses(m_losses, m_fields.fields, report);
+        for (const std::string& warning : m_messages.GetWarnings()) {
+            report.notes.push_back({"format", "GDAL: " + warning});
+        }
+        return report;
+    }
+
+    struct DatasetCloser
+    {
+        void operator()(GDALDataset* dataset) const { GDALClose(dataset); }
+    };
+
+    const WriteRequest& m_request;
+    FileFields m_fields;
+    bool m_hasGeometry;
+    bool m_hasHeights;
+    bool m_hasTransactions = false;
+    ConfigScope m_synchronous;
+    ConfigScope m_journal;
+    ConfigScope m_cache;
+    CheckedFiles m_files;
+    GdalMessages m_messages; ///< before the dataset, so that closing it reports here too
+    std::unique_ptr<GDALDataset, DatasetCloser> m_dataset;
+    OGRLayer* m_layer = nullptr; ///< owned by the dataset
+    LossCounts m_losses;
+    std::uint64_t m_rows = 0;
+    std::uint64_t m_points = 0;
+    std::size_t m_leftOut = 0;
+};
+
+} // namespace
+
+WriteReport WriteByGdal(const WriteRequest& request)
+{
+    return GdalWriter(request).Run();
+}
+
+} // namespace Orvane::Import

@@ -1,0 +1,39 @@
+// What writes a layer into a file.
+#pragma once
+
+#include "Formats.h"
+#include "ProgressMeter.h"
+
+#include <Orvane/BVectorLayer.h>
+#include <Orvane/Import/LayerCounts.h>
+#include <Orvane/Import/Target.h>
+
+#include <filesystem>
+#include <memory>
+#include <string>
+
+class OGRSpatialReference;
+
+namespace Orvane::Import {
+
+/// What to write and where.
+struct WriteRequest
+{
+    const BVectorLayer& layer;
+    const LayerCounts& counts;
+    const ExportFormat& format;
+    /// Absolute. Its folder holds nothing else and may be used for more files; all of it is moved
+    /// to the final place, or removed after a failure.
+    std::filesystem::path file;
+    std::string shownPath; ///< of the final place, as the caller gave it
+    std::shared_ptr<OGRSpatialReference> coordSys;
+    ProgressMeter& progress; ///< asked every few thousand rows
+};
+
+/// Writes the layer by GDAL. Field by field as the schema has them; names are changed where the
+/// format needs it. FlatGeobuf leaves rows without geometry out.
+/// @throws ImportFailure `output-write` for every error that GDAL or the disk reports,
+///     `too-many-columns`, `cancelled`; the file is not usable then
+[[nodiscard]] WriteReport WriteByGdal(const WriteRequest& request);
+
+} // namespace Orvane::Import

@@ -1,0 +1,28 @@
+// Counts what a file cannot hold, and puts it into words.
+#pragma once
+
+#include "FieldNames.h"
+
+#include <Orvane/Import/Target.h>
+
+#include <cstddef>
+#include <vector>
+
+namespace Orvane::Import {
+
+/// Values and rows that did not go into the file as they are.
+struct LossCounts
+{
+    std::vector<std::size_t> notIntegers; ///< by field: texts of 64-bit columns that are no integer
+    std::size_t notFinite = 0;            ///< numbers
+    std::size_t withNul = 0;              ///< characters
+    std::size_t withoutPlace = 0;         ///< points
+    std::size_t leftOut = 0;              ///< rows
+};
+
+/// Adds a loss and a note for every count that is not 0. @param fields those of the file
+void ReportLosses(const LossCounts& counts,
+                  const std::vector<FileField>& fields,
+                  WriteReport& report);
+
+} // namespace Orvane::Import

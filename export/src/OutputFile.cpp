@@ -1,0 +1,304 @@
+// Hidden folder, synchronising and moving.
+#include "OutputFile.h"
+
+#include <Orvane/Import/Failure.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <fcntl.h>
+#include <string_view>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <system_error>
+#include <unistd.h>
+#include <utility>
+#include <vector>
+
+namespace Orvane::Import {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+std::string ReasonOf(int error)
+{
+    return std::generic_category().message(error);
+}
+
+/// @return the error number, 0 when everything of the file is on the disk
+int Synchronise(const fs::path& path)
+{
+    const int descriptor = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (descriptor == -1) {
+        return errno;
+    }
+    const int error = fsync(descriptor) == 0 ? 0 : errno;
+    close(descriptor);
+    // Some file systems can not synchronise a folder; the files themselves are there.
+    return error == EINVAL ? 0 : error;
+}
+
+constexpr std::string_view kHiddenPrefix = ".orvane-";
+constexpr std::string_view kHiddenEnding = "XXXXXX";
+
+/// @param operation of flock
+/// @return the open and locked folder, -1 when it is in use or gone, or can't be locked
+int Lock(const fs::path& folder, int operation)
+{
+    const int descriptor = open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+    struct stat opened = {};
+    struct stat named = {};
+    const bool isLocked = descriptor != -1 && flock(descriptor, operation) == 0 &&
+                          fstat(descriptor, &opened) == 0 && lstat(folder.c_str(), &named) == 0 &&
+                          opened.st_dev == named.st_dev && opened.st_ino == named.st_ino;
+    if (!isLocked && descriptor != -1) {
+        close(descriptor);
+    }
+    return isLocked ? descriptor : -1;
+}
+
+bool IsHiddenName(const std::string& name)
+{
+    return name.size() == kHiddenPrefix.size() + kHiddenEnding.size() &&
+           name.compare(0, kHiddenPrefix.size(), kHiddenPrefix) == 0;
+}
+
+/// Removes the hidden folders of programs that were killed. What is in use, of somebody else, or
+/// no folder of plain files stays.
+void RemoveAbandoned(const fs::path& parent)
+{
+    std::error_code error;
+    for (fs::directory_iterator entry(parent, error), end; !error && entry != end;
+         entry.increment(error)) {
+        if (!IsHiddenName(entry->path().filename().native())) {
+            continue;
+        }
+        const int lock = Lock(entry->path(), LOCK_EX | LOCK_NB);
+        struct stat status = {};
+        if (lock != -1 && fstat(lock, &status) == 0 && status.st_uid == geteuid()) {
+            std::error_code inner;
+            for (fs::directory_iterator file(entry->path(), inner), last; !inner && file != last;
+                 file.increment(inner)) {
+                std::error_code ignored;
+                if (fs::is_regular_file(file->symlink_status(ignored))) {
+                    fs::remove(file->path(), ignored);
+                }
+            }
+            // Fails, as it should, when something else is in it.
+            rmdir(entry->path().c_str());
+        }
+        if (lock != -1) {
+            close(lock);
+        }
+    }
+}
+
+/// Files of a folder that are replaced or removed one by one; those done so far go back to what
+/// they were unless all are kept. Files of systems without hard links do not go back.
+class Replacement
+{
+public:
+    /// @param keptFolder on the same file system, where the old files stay meanwhile
+    explicit Replacement(fs::path keptFolder)
+        : m_keptFolder(std::move(keptFolder))
+    {}
+
+    ~Replacement()
+    {
+        std::error_code ignored;
+        for (; !m_steps.empty(); m_steps.pop_back()) {
+            const Step& step = m_steps.back();
+            if (!step.kept.empty()) {
+                fs::rename(step.kept, step.place, ignored);
+            } else if (step.isNew) {
+                fs::remove(step.place, ignored);
+            }
+        }
+    }
+
+    Replacement(const Replacement&) = delete;
+    Replacement& operator=(const Replacement&) = delete;
+
+    void Move(const fs::path& from, const fs::path& place, std::error_code& error)
+    {
+        Step step = MakeStep(place);
+        fs::rename(from, place, error);
+        if (!error) {
+            m_steps.push_back(std::move(step));
+        }
+    }
+
+    /// Nothing when there is no such file.
+    void Remove(const fs::path& place, std::error_code& error)
+    {
+        error.clear();
+        Step step = MakeStep(place);
+        if (!step.isNew && fs::remove(place, error)) {
+            m_steps.push_back(std::move(step));
+        }
+    }
+
+    void Keep() noexcept { m_steps.clear(); }
+
+private:
+    struct Step
+    {
+        fs::path place;
+        fs::path kept; ///< a second name of the old file; empty without one
+        bool isNew = false;
+    };
+
+    [[nodiscard]] Step MakeStep(const fs::path& place) const
+    {
+        std::error_code error;
+        Step step{place, m_keptFolder / (place.filename().native() + ".old"), false};
+        step.isNew = fs::symlink_status(place, error).type() == fs::file_type::not_found;
+        fs::create_hard_link(place, step.kept, error);
+        if (error) {
+            step.kept.clear();
+        }
+        return step;
+    }
+
+    fs::path m_keptFolder;
+    std::vector<Step> m_steps;
+};
+
+} // namespace
+
+OutputFile::OutputFile(const std::string& out, const std::string& input)
+    : m_shownPath(out)
+{
+    std::error_code error;
+    m_file = fs::absolute(out, error);
+    if (fs::is_symlink(m_file, error)) {
+        const fs::path target = fs::weakly_canonical(m_file, error);
+        if (error) {
+            Fail("output-folder", error.message());
+        }
+        m_file = target;
+    }
+    const fs::file_status status = fs::status(m_file, error);
+    if (fs::exists(status) && !fs::is_regular_file(status)) {
+        Fail("output-not-a-file", "Something that is no file is in its place.");
+    }
+    if (fs::exists(status) && fs::equivalent(m_file, input, error)) {
+        FailureFields fields;
+        fields.kind = EFailureKind::Request;
+        fields.code = "output-is-input";
+        fields.what = "The output is the input; give it another name.";
+        fields.file = out;
+        throw ImportFailure(std::move(fields));
+    }
+    const fs::path folder = m_file.parent_path();
+    if (!fs::is_directory(folder, error)) {
+        Fail("output-folder", "Its folder does not exist.");
+    }
+    if (access(folder.c_str(), W_OK | X_OK) != 0) {
+        Fail("output-folder", "Its folder: " + ReasonOf(errno) + ".");
+    }
+    for (const char* suffix : {"-wal", "-journal"}) {
+        if (fs::exists(m_file.native() + suffix, error)) {
+            Fail("output-in-use",
+                 std::string(
+                     "Another program has it open, or left it unfinished: there is a file ") +
+                     m_file.filename().native() + suffix + " beside it.");
+        }
+    }
+}
+
+OutputFile::~OutputFile()
+{
+    if (!m_workFolder.empty()) {
+        std::error_code error;
+        fs::remove_all(m_workFolder, error);
+    }
+    if (m_lock != -1) {
+        close(m_lock);
+    }
+}
+
+void OutputFile::Fail(const char* code, const std::string& reason) const
+{
+    FailureFields fields;
+    fields.kind = EFailureKind::Output;
+    fields.code = code;
+    fields.what = "The output cannot be written.";
+    fields.file = m_shownPath;
+    fields.cause = reason;
+    fields.underneath = {"BException",
+                         "OutputTarget",
+                         BString::Format("Could not write <%s>.", m_shownPath.c_str()),
+                         BString::FromUtf8(reason)};
+    throw ImportFailure(std::move(fields));
+}
+
+void OutputFile::Begin()
+{
+    RemoveAbandoned(m_file.parent_path());
+    // Between making and locking another program may take the folder for an abandoned one; then
+    // another is made. File systems without locks do without: nothing is removed there, either.
+    constexpr int kMostTries = 10;
+    const std::string pattern =
+        (m_file.parent_path() / (std::string(kHiddenPrefix) + std::string(kHiddenEnding))).native();
+    for (int tries = 0; tries < kMostTries; ++tries) {
+        std::string name = pattern;
+        if (mkdtemp(name.data()) == nullptr) {
+            Fail("output-folder", ReasonOf(errno));
+        }
+        m_workFolder = name;
+        m_lock = Lock(m_workFolder, LOCK_EX);
+        std::error_code error;
+        if (m_lock != -1 || fs::exists(m_workFolder, error)) {
+            break;
+        }
+    }
+}
+
+void OutputFile::Commit()
+{
+    std::error_code error;
+    std::vector<fs::path> sideFiles;
+    for (const fs::directory_entry& entry : fs::directory_iterator(m_workFolder, error)) {
+        if (entry.path() != GetWorkFile()) {
+            sideFiles.push_back(entry.path());
+        }
+    }
+    if (error) {
+        Fail("output-write", error.message());
+    }
+    std::vector<fs::path> files = sideFiles;
+    files.push_back(GetWorkFile());
+    for (const fs::path& file : files) {
+        if (const int number = Synchronise(file); number != 0) {
+            Fail("output-write", ReasonOf(number));
+        }
+        // The constructor has looked at the main file's place only, and a shapefile whose second
+        // part could not be moved would be half an old and half a new one.
+        const fs::file_status status = fs::status(m_file.parent_path() / file.filename(), error);
+        if (fs::exists(status) && !fs::is_regular_file(status)) {
+            Fail("output-not-a-file",
+                 "Something that is no file is in the place of its part " +
+                     file.filename().native() + ".");
+        }
+    }
+    Replacement replacement(m_workFolder);
+    if (m_file.extension() == ".shp") {
+        for (const char* extension : {".prj", ".cpg", ".qix", ".sbn", ".sbx"}) {
+            replacement.Remove(fs::path(m_file).replace_extension(extension), error);
+            if (error) {
+                Fail("output-write", error.message());
+            }
+        }
+    }
+    for (const fs::path& file : files) {
+        replacement.Move(file, m_file.parent_path() / file.filename(), error);
+        if (error) {
+            Fail("output-write", error.message());
+        }
+    }
+    replacement.Keep();
+    Synchronise(m_file.parent_path());
+}
+
+} // namespace Orvane::Import

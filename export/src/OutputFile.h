@@ -1,0 +1,61 @@
+// The file that an import replaces only when all of it is there.
+#pragma once
+
+#include <filesystem>
+#include <string>
+
+namespace Orvane::Import {
+
+/// Where an export goes: written in a hidden folder of its own beside the final place, moved there
+/// when it is complete.
+///
+/// Order of calls: construct (checks, changes nothing), Begin, write GetWorkFile(), Commit. Without
+/// Commit the destructor removes everything that was written and the final place stays as it was.
+/// A folder that a program which was killed has left goes with the next Begin beside it: a hidden
+/// folder is locked as long as its program runs.
+///
+/// All operations throw ImportFailure; their `underneath` is a BException("Could not write <...>.",
+/// "OutputTarget", <reason>).
+class OutputFile
+{
+public:
+    /// @param out the final file; a link is followed
+    /// @param input the file that is read; empty for none
+    /// @throws ImportFailure `output-is-input` when both are the same file; `output-folder`,
+    ///     `output-not-a-file`, `output-in-use` when another program has the file open as a
+    ///     database
+    OutputFile(const std::string& out, const std::string& input);
+    ~OutputFile();
+    OutputFile(const OutputFile&) = delete;
+    OutputFile& operator=(const OutputFile&) = delete;
+
+    /// Makes the hidden folder, and removes those that nobody uses any more.
+    void Begin();
+
+    /// The file to write: the final name in the hidden folder. Absolute.
+    [[nodiscard]] std::filesystem::path GetWorkFile() const
+    {
+        return m_workFolder / m_file.filename();
+    }
+
+    [[nodiscard]] const std::filesystem::path& GetWorkFolder() const noexcept
+    {
+        return m_workFolder;
+    }
+
+    /// Puts all files of the hidden folder on the disk and moves them to the final place, the main
+    /// file last; side files that only an earlier main file had are removed. When one of them
+    /// cannot be moved, those before it go back. @throws ImportFailure `output-not-a-file`,
+    /// `output-write`
+    void Commit();
+
+private:
+    [[noreturn]] void Fail(const char* code, const std::string& reason) const;
+
+    std::string m_shownPath;
+    std::filesystem::path m_file; ///< the final file, absolute
+    std::filesystem::path m_workFolder;
+    int m_lock = -1; ///< the hidden folder, open and locked
+};
+
+} // namespace Orvane::Import

@@ -1,0 +1,161 @@
+// What leaves the import library when something fails: one exception type with fields.
+#pragma once
+
+#include <Orvane/BString.h>
+#include <Orvane/Import/Api.h>
+
+#include <cstdint>
+#include <exception>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace Orvane::Import {
+
+/// Who can put it right.
+enum class EFailureKind {
+    Request,   ///< the caller: the request does not fit the file, or contradicts itself
+    Input,     ///< the place of the file: missing, a folder, empty, not readable
+    Content,   ///< the text of the file
+    Output,    ///< the place that is written to, or what it can hold
+    Module,    ///< the plug-in: missing, not loadable, or failing by itself
+    Cancelled, ///< nobody: the caller has cancelled
+    Internal   ///< this library: a mistake in it
+};
+
+/// A column as a question or a failure shows it. Texts are valid UTF-8, not escaped.
+struct ColumnSample
+{
+    std::string name;       ///< "C1", "C2" and so on when the file gives none
+    std::string firstValue; ///< the text of the first row of data; empty when there is none
+};
+
+/// The texts of an exception of the SDK or of the plug-in, unchanged.
+struct UnderlyingTexts
+{
+    /// The SDK class's plain name, otherwise the C++ type's name; "unknown" for what is no
+    /// std::exception; empty when there is no exception underneath.
+    std::string className;
+    BString location; ///< empty when the exception has none
+    BString message;
+    BString details; ///< empty for SDK subclasses, whose message is their details text
+};
+
+/// The fields of a failure. All texts are UTF-8 and not escaped: they may hold control characters
+/// of the file, and `file` and `value` are the bytes that the caller gave (DisplayText.h makes any
+/// of them safe to show). They are plain English, and name no argument of any program.
+///
+/// `code` is stable: programs compare it, and add their own advice by it. One per cause:
+///
+/// | code                | kind      | when; further fields |
+/// |---------------------|-----------|---|
+/// | `unknown-option`    | Request   | no reader option has the key `value`; `nearest` |
+/// | `option-value`      | Request   | `value` does not fit the option `subject` |
+/// | `option-file`       | Request   | the option file `file` cannot be read or is not valid |
+/// | `unknown-format`    | Request   | no format has the extension of the output `value`;
+/// `nearest`: all extensions | | `extension-case`    | Request   | the extension of the output
+/// `value` must be `subject`, in small letters | | `crs-form`          | Request   | `value` is not
+/// written as AUTHORITY:CODE | | `unknown-crs`       | Request   | there is no coordinate system
+/// `value` | | `output-is-input`   | Request   | both are the same file | | `columns-unknown`   |
+/// Request   | the columns of X and Y are not certain; `columns`, `missing`, in `matches` the one
+/// of the two that is known | | `no-such-column` | Request   | no column has the name `value`;
+/// `subject` is "X", "Y" or "Z"; `columns`, `nearest` | | `column-beyond`     | Request   | the
+/// index `value` is beyond the last column; `subject`, `columns` | | `column-ambiguous`  | Request
+/// | several columns have the name `value`; `subject`, `columns`, `matches` | |
+/// `column-given-twice`| Request   | the request gives `subject` as a column and as the option
+/// `value` | | `column-negative`   | Request   | the option `subject` is the negative number
+/// `value` | | `columns-equal`     | Request   | X, Y and Z are not different columns | |
+/// `name-encoding`     | Input     | the name of the file is not valid UTF-8 | | `no-such-file` |
+/// Input     | nothing exists at the path | | `is-folder`         | Input     | the path is a
+/// folder | | `not-a-file`        | Input     | the path is a pipe, a socket or a device | |
+/// `no-permission`     | Input     | the system does not let the file be read | | `empty-file` |
+/// Input     | the file has no byte | | `read-error`        | Input | the system fails to read the
+/// file | | `no-separator`      | Input     | neither the options nor the extension say how fields
+/// are separated | | `unknown-codec`     | Request   | there is no text encoding `value` | |
+/// `unmatched-quote`   | Content   | a quote is never closed; `line`, `row` | | `row-fields` |
+/// Content   | a row has more fields than the columns that are read; `line`, `fieldsFound`,
+/// `fieldsExpected`, `row` | | `row-values`        | Content   | a row cannot be converted for
+/// another reason; `line`, `row` | | `too-few-fields`    | Content   | a row has no field for a
+/// coordinate; `line`, `fieldsFound`, `fieldsExpected`, `row` | | `preview-fields`    | Content   |
+/// the first two rows have not the same number of fields; `line`, `fieldsFound`, `fieldsExpected`,
+/// `row` | | `no-data`           | Content   | there is no row of data | | `line-too-long`     |
+/// Content   | a line is longer than the reader reads | | `reader` | Content   | the reader fails
+/// for another reason; `underneath` | | `output-folder`     | Output | the folder of the output is
+/// missing or cannot be written | | `output-not-a-file` | Output    | something other than a file
+/// is in the place of the output | | `output-in-use`     | Output    | another program has the
+/// output open | | `output-write`      | Output    | writing fails; `cause` is the system's or the
+/// format's text | | `too-many-columns`  | Output    | the format holds fewer columns | |
+/// `cache-folder`      | Output    | the folder `value` cannot hold the disk cache | | `cache-file`
+/// | Output    | writing or reading the disk cache fails | | `no-module`         | Module    |
+/// there is no plug-in at the place | | `module-load`       | Module    | the plug-in cannot be
+/// loaded, or is none | | `unsupported-type`  | Module    | the plug-in does not read files of this
+/// extension | | `module-failure`    | Module    | the plug-in makes no reader or no layer, or an
+/// exception leaves it that is not the SDK's | | `cancelled` | Cancelled | the caller has
+/// cancelled; the output is as it was | | `internal`          | Internal | anything else |
+struct FailureFields
+{
+    EFailureKind kind = EFailureKind::Internal;
+    std::string code = "internal";
+    std::string what;         ///< what happened: one sentence
+    std::string file;         ///< the file that it is about, as the caller gave it; bytes
+    std::uint64_t line = 0;   ///< physical line of the file, counted from 1; 0: not known
+    std::uint64_t column = 0; ///< field of the line, counted from 1; 0: not known
+    std::string cause;        ///< why, one sentence; empty when `what` says all
+    std::string advice;       ///< what to do, one sentence; empty when nothing is known to help
+    std::string subject;      ///< see the table
+    std::string value;        ///< see the table; as the caller gave it
+    std::uint64_t fieldsFound = 0; ///< fields of the row; 0: not counted
+    std::uint64_t fieldsExpected = 0;
+    std::string row;                   ///< text of the row at `line`, at most 1000 characters
+    std::vector<std::string> nearest;  ///< known words, the nearest first
+    std::vector<std::string> missing;  ///< "X", "Y": what is not known
+    std::vector<std::size_t> matches;  ///< indices into `columns`
+    std::vector<ColumnSample> columns; ///< all columns of the file, by index
+    bool hasColumnNames = false;       ///< the names of `columns` are the first line's
+    bool mayHaveSkippedHeader = false; ///< header options are set, which a preview does not follow
+    UnderlyingTexts underneath;
+};
+
+/// The one exception of this library beside std::bad_alloc: every public call throws these two and
+/// nothing else. Exceptions of the SDK and of the plug-in become one of this type, with their texts
+/// in GetFields().underneath.
+///
+/// Copies share the fields; neither copying nor a getter throws. No code of a plug-in is needed to
+/// use or destroy it, so that it may outlive the plug-in's module.
+///
+///     try {
+///         ImportFile(request);
+///     } catch (const ImportFailure& failure) {
+///         const FailureFields& fields = failure.GetFields();
+///         show(fields.file, fields.line, fields.what, fields.cause, fields.advice);
+///     }
+class ORVANE_IMPORT_EXPORT ImportFailure : public std::exception
+{
+public:
+    explicit ImportFailure(FailureFields fields);
+    ImportFailure(const ImportFailure&) noexcept;
+    ImportFailure& operator=(const ImportFailure&) noexcept;
+    ~ImportFailure() override;
+
+    [[nodiscard]] const FailureFields& GetFields() const noexcept;
+
+    [[nodiscard]] EFailureKind GetKind() const noexcept { return GetFields().kind; }
+
+    /// Whether the failure has that code.
+    [[nodiscard]] bool Is(std::string_view code) const noexcept { return GetFields().code == code; }
+
+    /// "<file>:<line>:<column>: <what> <cause> <advice>" without the parts that are not known, as
+    /// one line that is safe to show (DisplayText.h).
+    [[nodiscard]] const char* what() const noexcept override;
+
+private:
+    struct Content;
+    std::shared_ptr<const Content> m_content; ///< never null
+};
+
+/// The texts of any exception.
+[[nodiscard]] ORVANE_IMPORT_EXPORT UnderlyingTexts
+DescribeException(const std::exception& exception);
+
+} // namespace Orvane::Import

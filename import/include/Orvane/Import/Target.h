@@ -1,0 +1,65 @@
+// Where an import writes to.
+#pragma once
+
+#include <Orvane/BVectorLayer.h>
+#include <Orvane/Import/Api.h>
+#include <Orvane/Import/LayerCounts.h>
+#include <Orvane/Import/Progress.h>
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace Orvane::Import {
+
+/// Values or rows that did not go into the target as they are.
+struct Loss
+{
+    std::string code;        ///< that of the note: `not-an-integer`, `no-geometry` and so on
+    std::uint64_t count = 0; ///< at least 1
+    std::string field;       ///< its name in the target, UTF-8; empty when the loss is of no field
+};
+
+/// What was written.
+struct WriteReport
+{
+    std::uint64_t rows = 0;        ///< rows in the target
+    std::uint64_t points = 0;      ///< of these, rows with a point
+    std::uint64_t rowsLeftOut = 0; ///< rows of the layer that are not in the target
+    std::vector<Loss> losses;
+    std::vector<Note> notes; ///< one for each loss and each changed name
+};
+
+/// A place that layers are written to, whole or not at all.
+///
+/// Order of calls: Write, once per layer, then Commit. Without Commit the destructor takes back
+/// everything that was written, and the place is as it was. One thread at a time.
+/// OpenTarget (Targets.h) makes those that this library has.
+class ORVANE_IMPORT_EXPORT Target
+{
+public:
+    Target() = default;
+    Target(const Target&) = delete;
+    Target& operator=(const Target&) = delete;
+    virtual ~Target();
+
+    /// The place as the caller gave it.
+    [[nodiscard]] virtual const std::string& GetName() const noexcept = 0;
+
+    /// What is written there: the format's name, "GPKG" for example.
+    [[nodiscard]] virtual const std::string& GetFormat() const noexcept = 0;
+
+    /// Writes a layer. Rows without a point, and points whose X or Y is no finite number, have no
+    /// geometry in the target.
+    /// @param counts of that layer: CountLayer(layer)
+    /// @param callbacks `progress` gets the phase Writing; `note` is not called
+    /// @throws ImportFailure `output-write`, `too-many-columns`, `cancelled`, `cache-file`
+    [[nodiscard]] virtual WriteReport
+    Write(const BVectorLayer& layer, const LayerCounts& counts, const Callbacks& callbacks) = 0;
+
+    /// Puts what was written in its place, at once or not at all. @throws ImportFailure as Write,
+    /// and `output-not-a-file`
+    virtual void Commit() = 0;
+};
+
+} // namespace Orvane::Import

@@ -1,0 +1,83 @@
+// Calls the caller's progress function as often as it wants, and asks for cancelling.
+#pragma once
+
+#include <Orvane/BProgress.h>
+#include <Orvane/Import/Progress.h>
+
+#include <chrono>
+#include <cstdint>
+#include <exception>
+
+namespace Orvane::Import {
+
+/// Throws ImportFailure `cancelled`.
+[[noreturn]] void ThrowCancelled();
+
+/// One phase of an import.
+class ProgressMeter
+{
+public:
+    /// Tells the caller that the phase begins. @throws ImportFailure `cancelled`, and what the
+    /// callback throws
+    /// @param callbacks must outlive this object
+    ProgressMeter(const Callbacks& callbacks, EPhase phase, std::uint64_t rowsTotal);
+
+    /// Whether Report should be called: costs a comparison for most rows.
+    [[nodiscard]] bool IsDue(std::uint64_t rowsDone) const noexcept
+    {
+        return IsCancelRequested() ||
+               (rowsDone % kRowsBetween == 0 && m_callbacks.progress != nullptr);
+    }
+
+    /// Calls the caller's function when its interval is over. What that throws is kept, since code
+    /// in between may replace exceptions that pass through it.
+    /// @return false when cancelled or thrown; RethrowIfThrown then
+    [[nodiscard]] bool Report(std::uint64_t rowsDone) noexcept;
+
+    /// Rethrows what the caller's function has thrown.
+    void RethrowIfThrown() const;
+
+    [[nodiscard]] bool IsCancelRequested() const noexcept
+    {
+        return m_callbacks.cancel != nullptr && m_callbacks.cancel->IsRequested();
+    }
+
+private:
+    using Clock = std::chrono::steady_clock;
+    /// The clock is asked now and then only.
+    static constexpr std::uint64_t kRowsBetween = 4096;
+
+    const Callbacks& m_callbacks;
+    ProgressState m_state;
+    Clock::time_point m_lastCall;
+    std::exception_ptr m_thrown;
+};
+
+/// The progress object of a reader.
+class ReadProgress : public BProgress
+{
+public:
+    explicit ReadProgress(ProgressMeter& meter)
+        : m_meter(meter)
+    {}
+
+    ~ReadProgress() override;
+
+    bool ShouldReport(unsigned done, unsigned total) override;
+    bool Report(unsigned done, unsigned total) override;
+
+    /// Lines of the last report.
+    [[nodiscard]] unsigned GetLastCount() const noexcept { return m_lastCount; }
+
+    [[nodiscard]] bool IsCancelled() const noexcept
+    {
+        return m_isCancelled || m_meter.IsCancelRequested();
+    }
+
+private:
+    ProgressMeter& m_meter;
+    unsigned m_lastCount = 0;
+    bool m_isCancelled = false;
+};
+
+} // namespace Orvane::Import

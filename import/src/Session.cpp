@@ -1,0 +1,179 @@
+// The reader protocol, step by step.
+#include "DiskCacheEstimate.h"
+#include "ProgressMeter.h"
+#include "Wrap.h"
+
+#include <Orvane/BCoordSysRepository.h>
+#include <Orvane/BDataManagerProxy.h>
+#include <Orvane/BException.h>
+#include <Orvane/BLogger.h>
+#include <Orvane/Constants.h>
+#include <Orvane/Import/DisplayText.h>
+#include <Orvane/Import/Session.h>
+
+#include <algorithm>
+#include <utility>
+
+namespace Orvane::Import {
+
+const BString& DataSourceTypeOf(const std::string& path)
+{
+    const std::size_t slash = path.rfind('/');
+    const std::size_t dot = path.rfind('.');
+    const bool hasExtension =
+        dot != std::string::npos && (slash == std::string::npos || dot > slash);
+    std::string extension = hasExtension ? path.substr(dot) : std::string();
+    std::transform(extension.begin(), extension.end(), extension.begin(), [](char byte) {
+        return byte >= 'A' && byte <= 'Z' ? static_cast<char>(byte - 'A' + 'a') : byte;
+    });
+    if (extension == ".csv") {
+        return DS_CSV;
+    }
+    if (extension == ".tsv") {
+        return DS_TSV;
+    }
+    if (extension == ".ssv") {
+        return DS_SSV;
+    }
+    return DS_TXT;
+}
+
+namespace {
+
+[[noreturn]] void Fail(EFailureKind kind,
+                       const char* code,
+                       const std::string& file,
+                       const BString& message,
+                       const char* location)
+{
+    FailureFields fields;
+    fields.kind = kind;
+    fields.code = code;
+    fields.what = message.ToUtf8();
+    fields.file = file;
+    fields.underneath = {"BException", location, message, BString()};
+    throw ImportFailure(std::move(fields));
+}
+
+} // namespace
+
+/// What a session holds. The reader is given back before the module can go.
+struct Session::State
+{
+    State(const BPluginModule& module, const std::string& givenFile, const BParamList& givenOptions)
+        : file(givenFile)
+        , options(givenOptions)
+    {
+        constexpr const char* kLocation = "ReaderSession::Create";
+        if (!DisplayText::IsUtf8(file)) {
+            Fail(EFailureKind::Input,
+                 "name-encoding",
+                 file,
+                 BString::Format("The file name <%s> is not valid UTF-8.",
+                                 DisplayText::Escape(file).c_str()),
+                 kLocation);
+        }
+        const BString& type = DataSourceTypeOf(file);
+        if (!module.GetProxy().CanRead(type, options)) {
+            Fail(EFailureKind::Module,
+                 "unsupported-type",
+                 file,
+                 BString::Format("The plug-in can not read data of the type <%ls>.", type),
+                 kLocation);
+        }
+        path = BString::FromUtf8(file);
+        reader = module.CreateReader(path, options, &coordSysRepository, &logger);
+    }
+
+    std::string file; ///< as given
+    BString path;
+    BParamList options;
+    BCoordSysRepository coordSysRepository;
+    BLogger logger;
+    BReaderHandle reader; ///< goes before what it uses
+    std::uint64_t recordsRead = 0;
+};
+
+Session::Session(const BPluginModule& module, const std::string& file, const BParamList& options)
+    : m_state(WrapFailures(file, [&] { return std::make_unique<State>(module, file, options); }))
+{}
+
+Session::~Session() = default;
+
+void Session::UseDiskCache(const std::string& baseName)
+{
+    WrapFailures(m_state->file, [&] {
+        m_state->reader->SetDiskCache(true, BString::FromUtf8(baseName), kDiskCachePageSize);
+    });
+}
+
+void Session::Open()
+{
+    WrapFailures(m_state->file, [&] { m_state->reader->Open(m_state->path, m_state->options); });
+}
+
+BParamList Session::Preview()
+{
+    return WrapFailures(m_state->file,
+                        [&] { return m_state->reader->GetFilePreview(QUERY_COLUMNS); });
+}
+
+void Session::Read(const Callbacks& callbacks)
+{
+    ProgressMeter meter(callbacks, EPhase::Reading, 0);
+    ReadProgress progress(meter);
+    BDataReader& reader = *m_state->reader;
+    try {
+        WrapFailures(m_state->file, [&] {
+            reader.SetProgress(&progress);
+            reader.Read();
+        });
+    } catch (...) {
+        reader.SetProgress(nullptr);
+        meter.RethrowIfThrown();
+        throw;
+    }
+    reader.SetProgress(nullptr);
+    m_state->recordsRead = progress.GetLastCount();
+    meter.RethrowIfThrown();
+    if (progress.IsCancelled()) {
+        ThrowCancelled();
+    }
+}
+
+void Session::Close()
+{
+    WrapFailures(m_state->file, [&] { m_state->reader->Close(); });
+}
+
+BSharedPtr<BVectorLayer> Session::GetLayer() const
+{
+    return WrapFailures(m_state->file, [&] {
+        const BLayers& layers = m_state->reader->GetLayers();
+        if (layers.GetCount() == 0 || !layers.GetAt(layers.GetCount() - 1)) {
+            Fail(EFailureKind::Module,
+                 "module-failure",
+                 m_state->file,
+                 "The reader has made no layer.",
+                 "ReaderSession::GetLayer");
+        }
+        return m_state->reader.GetLayer(layers.GetCount() - 1);
+    });
+}
+
+std::uint64_t Session::GetRecordsRead() const noexcept
+{
+    return m_state->recordsRead;
+}
+
+std::uint8_t Session::GetFailureFlag() const noexcept
+{
+    return m_state->reader->GetFailureFlag();
+}
+
+std::int32_t Session::GetStatus() const noexcept
+{
+    return m_state->reader->GetStatus();
+}
+
+} // namespace Orvane::Import
