@@ -16,7 +16,7 @@ help:
 	@echo 'make asan     the same tests under the address and undefined behaviour sanitizers'
 	@echo 'make lint     format check and clang-tidy'
 	@echo 'make fuzz [SECONDS=60]   every fuzz harness under libFuzzer for that time, and a table'
-	@echo 'make soak [SOAK=load]     what takes hours, or parts of it: differential faults load memcheck threads fuzz'
+	@echo 'make soak [SOAK=load]     what takes hours, or parts of it: lint differential faults load memcheck threads fuzz'
 	@echo 'make bench    compare whole imports with other readers, report to bench/results'
 	@echo 'make bench-instructions   instructions per row, with Callgrind'
 

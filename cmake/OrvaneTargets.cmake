@@ -11,3 +11,10 @@ function(orvane_target_defaults target)
     target_link_libraries(${target} PRIVATE $<BUILD_INTERFACE:orvane_warnings>)
     target_compile_definitions(${target} PRIVATE QT_NO_CAST_FROM_ASCII QT_NO_KEYWORDS)
 endfunction()
+
+# Sanitizers bring their own allocator, make calls of the system themselves, and reserve more address
+# space than some tests leave.
+set(ORVANE_HAS_SANITIZERS OFF)
+if("${CMAKE_CXX_FLAGS} ${CMAKE_CXX_FLAGS_DEBUG} ${CMAKE_CXX_FLAGS_RELEASE}" MATCHES "-fsanitize")
+    set(ORVANE_HAS_SANITIZERS ON)
+endif()

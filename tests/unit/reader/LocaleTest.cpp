@@ -1,6 +1,7 @@
 // The same numbers in a locale whose decimal separator is the comma.
 #include "layer/AsciiLayer.h"
 #include "reader/BAsciiReader.h"
+#include "support/CommaLocale.h"
 #include "support/TestFiles.h"
 #include "text/AsciiUtils.h"
 
@@ -8,9 +9,6 @@
 
 #include <gtest/gtest.h>
 
-#include <clocale>
-#include <cstdio>
-#include <cstdlib>
 #include <string>
 #include <vector>
 
@@ -24,43 +22,11 @@ using TestSupport::TemporaryFolder;
 using TestSupport::Texts;
 using Lines = std::vector<std::string>;
 
-/// Makes a German locale in a folder of its own and runs the process in it during each test.
+/// Runs the process in a German locale during each test.
 class CommaLocale : public testing::Test
 {
-protected:
-    static void SetUpTestSuite()
-    {
-        localeFolder = new TemporaryFolder;
-        const std::string command =
-            "localedef -i de_DE -f UTF-8 '" + (localeFolder->Path() / "de_DE.UTF-8").string() + "'";
-        // The exit status counts warnings too; what decides is whether the locale can be set.
-        (void)std::system(command.c_str());
-        setenv("LOCPATH", localeFolder->Path().c_str(), 1);
-    }
-
-    static void TearDownTestSuite()
-    {
-        unsetenv("LOCPATH");
-        delete localeFolder;
-        localeFolder = nullptr;
-    }
-
-    void SetUp() override
-    {
-        ASSERT_NE(std::setlocale(LC_ALL, "de_DE.UTF-8"), nullptr)
-            << "localedef could not make the locale";
-        char text[16];
-        std::snprintf(text, sizeof text, "%.1f", 1.5);
-        ASSERT_STREQ(text, "1,5");
-    }
-
-    void TearDown() override { std::setlocale(LC_ALL, "C"); }
-
-private:
-    static TemporaryFolder* localeFolder;
+    TestSupport::CommaLocale m_locale;
 };
-
-TemporaryFolder* CommaLocale::localeFolder = nullptr;
 
 const char* const kRows = "x,y,z,int,double,text,flag\n"
                           "1.25,-2.5e1,0x1p-1,\"1,234\",0.1,\"1,5\",yes\n"

@@ -1,15 +1,15 @@
 // Tests of the number conversions: tables, and the C library as the reference.
+#include "support/CommaLocale.h"
+
 #include <Orvane/BNumbers.h>
 
 #include <gtest/gtest.h>
 
 #include <bit>
-#include <clocale>
 #include <cmath>
 #include <cstdint>
 #include <cstdlib>
 #include <cwchar>
-#include <filesystem>
 #include <limits>
 #include <ostream>
 #include <random>
@@ -325,36 +325,10 @@ TEST(BNumbersFormatShortest, ReadsBackForRandomBits)
     }
 }
 
-/// Runs the process in a locale whose decimal sign is the comma, made for these tests.
+/// Runs the process in a locale whose decimal sign is the comma.
 class BNumbersUnderACommaLocale : public testing::Test
 {
-protected:
-    static void SetUpTestSuite()
-    {
-        std::string folder = (std::filesystem::temp_directory_path() / "orvane-XXXXXX").string();
-        ASSERT_NE(mkdtemp(folder.data()), nullptr);
-        localeFolder = folder;
-        const std::string command = "localedef -i de_DE -f UTF-8 '" + folder + "/de_DE.UTF-8'";
-        ASSERT_EQ(std::system(command.c_str()), 0) << command;
-    }
-
-    static void TearDownTestSuite() { std::filesystem::remove_all(localeFolder); }
-
-    void SetUp() override
-    {
-        ASSERT_EQ(setenv("LOCPATH", localeFolder.c_str(), 1), 0);
-        ASSERT_NE(std::setlocale(LC_ALL, "de_DE.UTF-8"), nullptr);
-        ASSERT_EQ(std::strtod("1,5", nullptr), 1.5) << "the locale has no decimal comma";
-    }
-
-    void TearDown() override
-    {
-        std::setlocale(LC_ALL, "C");
-        unsetenv("LOCPATH");
-    }
-
-private:
-    static inline std::filesystem::path localeFolder;
+    TestSupport::CommaLocale m_locale;
 };
 
 TEST_F(BNumbersUnderACommaLocale, ConvertsEveryRowOfTheTableTheSame)
