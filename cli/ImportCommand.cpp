@@ -94,6 +94,15 @@ const char* AdviceFor(const Note& note)
     return note.code == "disk-cache-full" ? " (--disk-cache=DIR takes another folder)" : "";
 }
 
+/// What was done to the rows of the phase.
+const char* WordFor(EPhase phase)
+{
+    if (phase == EPhase::Indexing) {
+        return "Indexed";
+    }
+    return phase == EPhase::Reading ? "Read" : "Wrote";
+}
+
 /// Draws progress, and says to the signal handlers how far the import is.
 void Follow(const ProgressState& state, ProgressLine& line)
 {
@@ -106,6 +115,7 @@ void Follow(const ProgressState& state, ProgressLine& line)
         Interrupt::SetPhase(Interrupt::EPhase::Reading);
         break;
     case EPhase::Writing:
+    case EPhase::Indexing:
         Interrupt::SetPhase(Interrupt::EPhase::Writing);
         break;
     case EPhase::Written:
@@ -115,8 +125,7 @@ void Follow(const ProgressState& state, ProgressLine& line)
     if (state.rowsDone == 0) {
         line.Clear();
     } else {
-        line.Show(
-            state.phase == EPhase::Reading ? "Read" : "Wrote", state.rowsDone, state.rowsTotal);
+        line.Show(WordFor(state.phase), state.rowsDone, state.rowsTotal);
     }
 }
 

@@ -1,6 +1,8 @@
 // Values and points of rows as GDAL's features have them.
 #include "FeatureFiller.h"
 
+#include "IntegerText.h"
+
 #include <Orvane/BNumbers.h>
 #include <Orvane/BPointGeo.h>
 
@@ -19,37 +21,6 @@
 namespace Orvane::Import {
 
 namespace {
-
-/// The whole text as a 64-bit integer: commas dropped, a sign, decimal digits; a number written
-/// with an exponent counts when it is whole and exact.
-std::optional<std::int64_t> ParseInt64(std::string_view text)
-{
-    std::string digits;
-    digits.reserve(text.size());
-    std::copy_if(text.begin(), text.end(), std::back_inserter(digits), [](char byte) {
-        return byte != ',';
-    });
-    const char* begin = digits.data();
-    const char* end = begin + digits.size();
-    if (digits.size() > 1 && digits[0] == '+' && digits[1] != '-') {
-        ++begin;
-    }
-    std::int64_t value = 0;
-    const auto result = std::from_chars(begin, end, value);
-    if (result.ec == std::errc() && result.ptr == end) {
-        return value;
-    }
-    const bool hasExponent = digits.find_first_of("eE") != std::string::npos;
-    const bool isDecimal = digits.find_first_not_of("+-0123456789.eE") == std::string::npos;
-    std::size_t consumed = 0;
-    const double number = Orvane::BNumbers::Strtod(digits, &consumed);
-    constexpr double kLimit = 9223372036854775808.0;
-    if (!hasExponent || !isDecimal || consumed != digits.size() || number != std::floor(number) ||
-        number < -kLimit || number >= kLimit) {
-        return std::nullopt;
-    }
-    return static_cast<std::int64_t>(number);
-}
 
 int FieldNumber(std::size_t index)
 {
@@ -159,8 +130,7 @@ void FeatureFiller::SetPoint(double x, double y, bool hasZ, double z)
 
 bool FeatureFiller::IsBinaryGeometry() const
 {
-    return m_format.driver == std::string_view("GPKG") ||
-           m_format.driver == std::string_view("ESRI Shapefile");
+    return m_format.driver == std::string_view("ESRI Shapefile");
 }
 
 void FeatureFiller::SetNulls(std::size_t from)

@@ -40,29 +40,9 @@ void GdalMessages::Handle(CPLErr level, CPLErrorNum number, const char* text)
     }
 }
 
-ConfigScope::ConfigScope(const char* key, const char* value)
-    : m_key(key)
-{
-    const char* previous = CPLGetThreadLocalConfigOption(key, nullptr);
-    m_hadValue = previous != nullptr;
-    m_previous = m_hadValue ? previous : "";
-    CPLSetThreadLocalConfigOption(key, value);
-}
-
-ConfigScope::~ConfigScope()
-{
-    CPLSetThreadLocalConfigOption(m_key, m_hadValue ? m_previous.c_str() : nullptr);
-}
-
-const char* ConfigScope::GetOr(const char* key, const char* otherwise)
-{
-    return CPLGetConfigOption(key, otherwise);
-}
-
 void RegisterDrivers()
 {
     static const bool isDone = [] {
-        RegisterOGRGeoPackage();
         RegisterOGRFlatGeobuf();
         RegisterOGRGeoJSON();
         RegisterOGRGeoJSONSeq();

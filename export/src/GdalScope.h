@@ -48,24 +48,6 @@ private:
     std::vector<std::string> m_warnings;
 };
 
-/// Sets a GDAL configuration option on this thread for a scope.
-class ConfigScope
-{
-public:
-    ConfigScope(const char* key, const char* value);
-    ~ConfigScope();
-    ConfigScope(const ConfigScope&) = delete;
-    ConfigScope& operator=(const ConfigScope&) = delete;
-
-    /// The user's own setting, as from the environment, or `otherwise`.
-    static const char* GetOr(const char* key, const char* otherwise);
-
-private:
-    const char* m_key;
-    bool m_hadValue;
-    std::string m_previous; ///< this thread's own value before, when it had one
-};
-
 /// Registers the drivers that are written by; others of the system are neither loaded nor run.
 void RegisterDrivers();
 

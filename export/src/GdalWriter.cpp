@@ -6,8 +6,6 @@
 #include "LayerWriter.h"
 #include "Losses.h"
 
-#include <Orvane/Import/Failure.h>
-
 #include <cpl_conv.h>
 #include <cpl_string.h>
 #include <gdal_priv.h>
@@ -26,8 +24,6 @@ namespace Orvane::Import {
 namespace {
 
 constexpr std::size_t kRowsPerTransaction = 65536;
-/// Memory for the pages of a GeoPackage: its spatial index takes points in any order.
-constexpr const char* kSqliteMegabytes = "64";
 constexpr std::size_t kRowsPerCheck = 4096;
 
 std::unique_ptr<OGRFieldDefn> MakeFieldDefn(const FileField& field, const ExportFormat& format)
@@ -68,9 +64,6 @@ public:
         , m_fields(NameFields(request.layer, request.counts, request.format))
         , m_hasGeometry(!request.format.numbersAsText)
         , m_hasHeights(request.counts.withHeight > 0)
-        , m_synchronous("OGR_SQLITE_SYNCHRONOUS", "OFF")
-        , m_journal("OGR_SQLITE_JOURNAL", "OFF")
-        , m_cache("OGR_SQLITE_CACHE", ConfigScope::GetOr("OGR_SQLITE_CACHE", kSqliteMegabytes))
     {}
 
     ~GdalWriter() = default;
@@ -79,7 +72,7 @@ public:
 
     WriteReport Run()
     {
-        RequireFewFields();
+        RequireFewFields(m_request, m_fields.fields.size());
         RegisterDrivers();
         try {
             Create();
@@ -101,39 +94,14 @@ private:
         return m_request.format.driver == driver;
     }
 
-    void RequireFewFields() const
-    {
-        const std::size_t most = m_request.format.mostFields;
-        if (most != 0 && m_fields.fields.size() > most) {
-            Throw("too-many-columns",
-                  "The format holds at most " + std::to_string(most) + " columns, and there are " +
-                      std::to_string(m_fields.fields.size()) + "; .fgb holds more.");
-        }
-    }
-
-    [[noreturn]] void Throw(const char* code, const std::string& reason) const
-    {
-        FailureFields fields;
-        fields.kind = EFailureKind::Output;
-        fields.code = code;
-        fields.what = "The output cannot be written.";
-        fields.file = m_request.shownPath;
-        fields.cause = reason;
-        fields.underneath = {
-            "BException",
-            "Exporter",
-            BString::Format("Could not write <%s>.", m_request.file.filename().c_str()),
-            BString::FromUtf8(reason)};
-        throw ImportFailure(std::move(fields));
-    }
-
     /// @param reason that of the files, or of what has failed
     [[noreturn]] void Fail(const char* step, std::string reason) const
     {
         if (m_messages.HasError()) {
             reason += (reason.empty() ? "" : "; ") + m_messages.GetError();
         }
-        Throw("output-write", std::string(step) + (reason.empty() ? "." : ": " + reason));
+        ThrowNotWritten(
+            m_request, "output-write", std::string(step) + (reason.empty() ? "." : ": " + reason));
     }
 
     void Check(bool isGood, const char* step) const
@@ -144,32 +112,10 @@ private:
         }
     }
 
-    [[nodiscard]] std::string GetLayerName()
-    {
-        if (Is("ESRI Shapefile") || Is("CSV")) {
-            return m_request.file.stem().native();
-        }
-        std::string name = m_request.layer.GetName().ToUtf8();
-        name.erase(std::remove(name.begin(), name.end(), '\0'), name.end());
-        const auto beginsWith = [&](const char* text) {
-            return STARTS_WITH_CI(name.c_str(), text);
-        };
-        if (name.empty() || (Is("GPKG") && (beginsWith("gpkg") || beginsWith("sqlite_")))) {
-            std::string free = name.empty() ? "layer" : "layer_" + name;
-            m_fields.notes.push_back(
-                {"layer-name", "the layer '" + name + "' is named '" + free + "' in the file"});
-            return free;
-        }
-        return name;
-    }
-
     [[nodiscard]] CPLStringList GetLayerOptions() const
     {
         CPLStringList options;
-        if (Is("GPKG")) {
-            options.SetNameValue("FID", FindFreeName(m_fields.fields, "fid").c_str());
-            options.SetNameValue("GEOMETRY_NAME", FindFreeName(m_fields.fields, "geom").c_str());
-        } else if (Is("FlatGeobuf")) {
+        if (Is("FlatGeobuf")) {
             options.SetNameValue("TEMPORARY_DIR",
                                  m_files.NameFor(m_request.file.parent_path().native()).c_str());
         } else if (Is("GeoJSON") || Is("GeoJSONSeq")) {
@@ -187,16 +133,14 @@ private:
     {
         GDALDriver* driver = GetGDALDriverManager()->GetDriverByName(m_request.format.driver);
         Check(driver != nullptr, "The format's driver is missing");
-        // SQLite looks at each of its writes itself, through its own files.
-        const std::string name =
-            Is("GPKG") ? m_request.file.native() : m_files.NameFor(m_request.file.native());
+        const std::string name = m_files.NameFor(m_request.file.native());
         m_dataset.reset(driver->Create(name.c_str(), 0, 0, 0, GDT_Unknown, nullptr));
         Check(m_dataset != nullptr, "Making the file");
         const OGRwkbGeometryType geometryType = !m_hasGeometry ? wkbNone
                                                 : m_hasHeights ? wkbPoint25D
                                                                : wkbPoint;
         CPLStringList options = GetLayerOptions();
-        m_layer = m_dataset->CreateLayer(GetLayerName().c_str(),
+        m_layer = m_dataset->CreateLayer(NameLayer(m_request, m_fields.notes).c_str(),
                                          m_hasGeometry ? m_request.coordSys.get() : nullptr,
                                          geometryType,
                                          options.List());
@@ -351,9 +295,6 @@ private:
     bool m_hasGeometry;
     bool m_hasHeights;
     bool m_hasTransactions = false;
-    ConfigScope m_synchronous;
-    ConfigScope m_journal;
-    ConfigScope m_cache;
     CheckedFiles m_files;
     GdalMessages m_messages; ///< before the dataset, so that closing it reports here too
     std::unique_ptr<GDALDataset, DatasetCloser> m_dataset;

@@ -8,9 +8,11 @@
 #include <Orvane/Import/LayerCounts.h>
 #include <Orvane/Import/Target.h>
 
+#include <cstddef>
 #include <filesystem>
 #include <memory>
 #include <string>
+#include <vector>
 
 class OGRSpatialReference;
 
@@ -29,6 +31,21 @@ struct WriteRequest
     std::shared_ptr<OGRSpatialReference> coordSys;
     ProgressMeter& progress; ///< asked every few thousand rows
 };
+
+/// The layer's name in the file, with a note when it is another one.
+[[nodiscard]] std::string NameLayer(const WriteRequest& request, std::vector<Note>& notes);
+
+/// @throws ImportFailure of that code; its `underneath` is a BException("Could not write <...>.",
+///     "Exporter", reason)
+[[noreturn]] void
+ThrowNotWritten(const WriteRequest& request, const char* code, const std::string& reason);
+
+/// @throws ImportFailure `too-many-columns`
+void RequireFewFields(const WriteRequest& request, std::size_t fieldCount);
+
+/// Writes the layer as a GeoPackage: by SQLite, straight from its pages.
+/// @throws as WriteByGdal
+[[nodiscard]] WriteReport WriteGeoPackage(const WriteRequest& request);
 
 /// Writes the layer by GDAL. Field by field as the schema has them; names are changed where the
 /// format needs it. FlatGeobuf leaves rows without geometry out.

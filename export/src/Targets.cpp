@@ -39,8 +39,9 @@ public:
         try {
             return WrapFailures(m_name, [&] {
                 m_file.Begin();
-                return WriteByGdal(
-                    {layer, counts, m_format, m_file.GetWorkFile(), m_name, m_coordSys, progress});
+                const WriteRequest request{
+                    layer, counts, m_format, m_file.GetWorkFile(), m_name, m_coordSys, progress};
+                return m_formatName == "GPKG" ? WriteGeoPackage(request) : WriteByGdal(request);
             });
         } catch (...) {
             progress.RethrowIfThrown();

@@ -40,6 +40,18 @@ bool ProgressMeter::Report(std::uint64_t rowsDone) noexcept
     }
     m_lastCall = now;
     m_state.rowsDone = rowsDone;
+    return Call();
+}
+
+bool ProgressMeter::BeginPhase(EPhase phase, std::uint64_t rowsTotal) noexcept
+{
+    m_state = {phase, 0, rowsTotal};
+    m_lastCall = Clock::now();
+    return !IsCancelRequested() && (!m_callbacks.progress || Call());
+}
+
+bool ProgressMeter::Call() noexcept
+{
     try {
         return m_callbacks.progress(m_state);
     } catch (...) {

@@ -13,7 +13,7 @@ namespace Orvane::Import {
 /// Throws ImportFailure `cancelled`.
 [[noreturn]] void ThrowCancelled();
 
-/// One phase of an import.
+/// One phase of an import, or several of one step.
 class ProgressMeter
 {
 public:
@@ -21,6 +21,9 @@ public:
     /// callback throws
     /// @param callbacks must outlive this object
     ProgressMeter(const Callbacks& callbacks, EPhase phase, std::uint64_t rowsTotal);
+
+    /// Goes on to another phase. @return as Report
+    [[nodiscard]] bool BeginPhase(EPhase phase, std::uint64_t rowsTotal) noexcept;
 
     /// Whether Report should be called: costs a comparison for most rows.
     [[nodiscard]] bool IsDue(std::uint64_t rowsDone) const noexcept
@@ -43,6 +46,8 @@ public:
     }
 
 private:
+    [[nodiscard]] bool Call() noexcept;
+
     using Clock = std::chrono::steady_clock;
     /// The clock is asked now and then only.
     static constexpr std::uint64_t kRowsBetween = 4096;

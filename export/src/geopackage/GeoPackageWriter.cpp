@@ -9,9 +9,6 @@
 #include "SqliteDatabase.h"
 #include "WriteFailure.h"
 
-#include <Orvane/BException.h>
-#include <Orvane/BString.h>
-
 #include <string>
 #include <system_error>
 #include <utility>
@@ -121,9 +118,7 @@ void GeoPackageWriter::Do(const char* step, const Work& work)
     try {
         work();
     } catch (const WriteFailure& failure) {
-        throw BException(BString::Format("Could not write <%s>.", m_file.filename().c_str()),
-                         "GeoPackageWriter",
-                         BString::FromUtf8(std::string(step) + ": " + failure.what()));
+        throw WriteFailure(std::string(step) + ": " + failure.what());
     }
 }
 

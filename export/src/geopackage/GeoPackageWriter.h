@@ -28,9 +28,9 @@ namespace Orvane::GeoPackage {
 /// Memory does not grow with the rows: points are sorted for the index within
 /// Options::indexMemory, beyond it in nameless files beside the output.
 ///
-/// Used by one thread at a time. Failures of SQLite, the disk and the system are Orvane::BException
-/// ("Could not write <file>.", "GeoPackageWriter", "step: reason"); std::bad_alloc leaves as it is;
-/// so does every exception of the progress function, which is how a caller cancels.
+/// Used by one thread at a time. Failures of SQLite, the disk and the system are WriteFailure;
+/// std::bad_alloc leaves as it is, and so does every exception of the progress function, which is
+/// how a caller cancels.
 ///
 ///     GeoPackageWriter writer("/data/.work/points.gpkg", {});
 ///     writer.BeginLayer(definition);
@@ -81,9 +81,9 @@ private:
     class OpenLayer;
     class OpenFile;
 
-    /// Runs a part of the work; names the file and the step when it fails.
+    /// Runs a part of the work; names the step when it fails.
     template <typename Work>
-    void Do(const char* step, const Work& work);
+    static void Do(const char* step, const Work& work);
 
     std::filesystem::path m_file;
     Options m_options;

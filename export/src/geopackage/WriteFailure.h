@@ -6,8 +6,8 @@
 
 namespace Orvane::GeoPackage {
 
-/// A failed call; what() is the reason in the system's words, UTF-8. Stays inside of this folder:
-/// the writer adds the file and the step and throws Orvane::BException.
+/// A failed call; what() is the reason in SQLite's or the system's words, UTF-8. As it leaves
+/// GeoPackageWriter, the step comes before it: "Writing rows: database or disk is full".
 class WriteFailure : public std::runtime_error
 {
 public:

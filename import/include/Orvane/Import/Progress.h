@@ -17,6 +17,7 @@ enum class EPhase {
     Reading,   ///< rows are read into the layer
     Counting,  ///< rows of the layer are counted; nothing is on the disk
     Writing,   ///< rows are written beside the output, which is as it was
+    Indexing,  ///< the output's spatial index is made, of the points; only of some formats
     Written    ///< the output is in its place; comes once, last
 };
 
