@@ -2,7 +2,7 @@
 #include "ArrowRows.h"
 
 #include "Fuzz.h"
-#include "support/ReaderTraces.h"
+#include "ReaderTraces.h"
 
 #include <Orvane/BArrowStream.h>
 

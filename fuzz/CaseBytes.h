@@ -2,7 +2,7 @@
 #pragma once
 
 #include "Dice.h"
-#include "support/RandomFiles.h"
+#include "RandomFiles.h"
 
 #include <string>
 #include <string_view>

@@ -1,8 +1,8 @@
 // Texts, options and descriptions that harnesses share.
 #include "Samples.h"
 
+#include "ReaderTraces.h"
 #include "file/AsciiFile.h"
-#include "support/ReaderTraces.h"
 
 #include <Orvane/BException.h>
 #include <Orvane/BStringQt.h>

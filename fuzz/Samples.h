@@ -1,8 +1,8 @@
 // Texts and options that several harnesses make and describe in the same way.
 #pragma once
 
-#include "support/LiteralReader.h"
-#include "support/LiteralRules.h"
+#include "LiteralReader.h"
+#include "LiteralRules.h"
 
 #include <Orvane/BAttributeDefs.h>
 #include <Orvane/BKeyValuePairs.h>

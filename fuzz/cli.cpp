@@ -3,9 +3,9 @@
 // text that is shown holds a control character.
 #include "Fuzz.h"
 #include "FuzzInput.h"
+#include "ReaderTraces.h"
 #include "Samples.h"
 #include "TextMaker.h"
-#include "support/ReaderTraces.h"
 
 #include <Orvane/BStringQt.h>
 #include <Orvane/Import/DisplayText.h>

@@ -1,9 +1,9 @@
 // Angles written by people: the SDK's scanner against patterns.
 #include "Fuzz.h"
 #include "FuzzInput.h"
+#include "ReaderTraces.h"
 #include "Samples.h"
 #include "TextMaker.h"
-#include "support/ReaderTraces.h"
 
 #include <Orvane/BException.h>
 #include <Orvane/BStringQt.h>

@@ -2,10 +2,10 @@
 #include "CaseBytes.h"
 #include "Fuzz.h"
 #include "FuzzInput.h"
+#include "ReaderTraces.h"
 #include "Samples.h"
 #include "TextMaker.h"
 #include "lines/HeaderRule.h"
-#include "support/ReaderTraces.h"
 
 #include <Orvane/BStringQt.h>
 #include <Orvane/Constants.h>

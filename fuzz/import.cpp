@@ -2,7 +2,7 @@
 // of small size, with layers in memory and on disk.
 #include "CaseBytes.h"
 #include "Fuzz.h"
-#include "support/ReaderTraces.h"
+#include "ReaderTraces.h"
 
 #include <algorithm>
 

@@ -3,9 +3,9 @@
 
 #include "Fuzz.h"
 #include "FuzzInput.h"
+#include "LiteralRules.h"
+#include "ReaderTraces.h"
 #include "TextMaker.h"
-#include "support/LiteralRules.h"
-#include "support/ReaderTraces.h"
 
 #include <QString>
 

@@ -2,10 +2,10 @@
 // and blocks of one size against blocks of another where the size can not show.
 #include "Fuzz.h"
 #include "FuzzInput.h"
+#include "LiteralRules.h"
+#include "ReaderTraces.h"
 #include "TextMaker.h"
 #include "lines/LineSource.h"
-#include "support/LiteralRules.h"
-#include "support/ReaderTraces.h"
 
 #include <Orvane/BStringQt.h>
 #include <Orvane/Constants.h>

@@ -1,8 +1,8 @@
 // Texts to numbers and back: the SDK against the C library in the C locale.
 #include "Fuzz.h"
+#include "LiteralRules.h"
+#include "ReaderTraces.h"
 #include "TextMaker.h"
-#include "support/LiteralRules.h"
-#include "support/ReaderTraces.h"
 #include "text/ValueRules.h"
 
 #include <Orvane/BNumbers.h>

@@ -1,8 +1,8 @@
 // Option lists: every accessor on every type of value against a plain list and the C library.
 #include "Fuzz.h"
 #include "FuzzInput.h"
+#include "ReaderTraces.h"
 #include "TextMaker.h"
-#include "support/ReaderTraces.h"
 
 #include <Orvane/BException.h>
 #include <Orvane/BKeyValuePairs.h>

@@ -3,7 +3,7 @@
 #include "ArrowRows.h"
 #include "Fuzz.h"
 #include "FuzzInput.h"
-#include "support/ReaderTraces.h"
+#include "ReaderTraces.h"
 
 #include <Orvane/BFeatureCollection.h>
 #include <Orvane/BPointGeo.h>

@@ -2,8 +2,8 @@
 // reader in blocks of several sizes.
 #include "CaseBytes.h"
 #include "Fuzz.h"
+#include "ReaderTraces.h"
 #include "TextMaker.h"
-#include "support/ReaderTraces.h"
 
 #include <Orvane/Constants.h>
 

@@ -3,10 +3,10 @@
 #include "CaseBytes.h"
 #include "Fuzz.h"
 #include "FuzzInput.h"
+#include "ReaderTraces.h"
 #include "Samples.h"
 #include "layer/AsciiLayer.h"
 #include "layer/RowPlan.h"
-#include "support/ReaderTraces.h"
 #include "text/Separator.h"
 
 #include <Orvane/BStringQt.h>

@@ -3,9 +3,9 @@
 #include "CaseBytes.h"
 #include "Fuzz.h"
 #include "FuzzInput.h"
+#include "LiteralRules.h"
+#include "ReaderTraces.h"
 #include "file/AsciiFile.h"
-#include "support/LiteralRules.h"
-#include "support/ReaderTraces.h"
 #include "text/Constants.h"
 
 #include <Orvane/BException.h>

@@ -1,9 +1,9 @@
 // Lines into fields: the splitter on each encoding of a line against the literal rule.
 #include "Fuzz.h"
 #include "FuzzInput.h"
+#include "LiteralRules.h"
+#include "ReaderTraces.h"
 #include "TextMaker.h"
-#include "support/LiteralRules.h"
-#include "support/ReaderTraces.h"
 #include "text/AsciiUtils.h"
 #include "text/Constants.h"
 #include "text/Separator.h"

@@ -2,8 +2,8 @@
 // literal rules.
 #include "Fuzz.h"
 #include "FuzzInput.h"
+#include "LiteralRules.h"
 #include "TextMaker.h"
-#include "support/LiteralRules.h"
 #include "text/AsciiUtils.h"
 #include "text/ValueRules.h"
 

@@ -1,7 +1,7 @@
 // Holds the reader against a slow, literal second one on random files, options and calls.
-#include "support/LiteralReader.h"
-#include "support/RandomFiles.h"
-#include "support/ReaderTraces.h"
+#include "LiteralReader.h"
+#include "RandomFiles.h"
+#include "ReaderTraces.h"
 
 #include <QFile>
 #include <QTemporaryDir>

@@ -1,8 +1,8 @@
 // Holds the reader against a slow, literal second one on real files, whole and in part.
+#include "LiteralReader.h"
+#include "RandomFiles.h"
+#include "ReaderTraces.h"
 #include "support/DataFolder.h"
-#include "support/LiteralReader.h"
-#include "support/RandomFiles.h"
-#include "support/ReaderTraces.h"
 #include "support/TestFiles.h"
 
 #include <Orvane/Constants.h>

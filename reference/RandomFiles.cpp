@@ -1,5 +1,5 @@
 // Makes random delimited files and options: mostly sound ones, with every known oddity mixed in.
-#include "support/RandomFiles.h"
+#include "RandomFiles.h"
 
 #include <Orvane/BStringQt.h>
 #include <Orvane/Constants.h>

@@ -1,8 +1,8 @@
 // Runs the product's and the literal reader on the same case and tells where they differ.
 #pragma once
 
-#include "support/LiteralReader.h"
-#include "support/RandomFiles.h"
+#include "LiteralReader.h"
+#include "RandomFiles.h"
 
 #include <Orvane/BString.h>
 #include <Orvane/BVectorLayer.h>

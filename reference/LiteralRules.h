@@ -1,7 +1,7 @@
 // The single rules of the literal reader, for tests that hold one operation against another.
 #pragma once
 
-#include "support/LiteralReader.h"
+#include "LiteralReader.h"
 
 #include <Orvane/BKeyValuePairs.h>
 

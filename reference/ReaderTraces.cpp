@@ -1,5 +1,5 @@
 // Hosts of the readers that compare, and the descriptions of what they show.
-#include "support/ReaderTraces.h"
+#include "ReaderTraces.h"
 
 #include "file/AsciiFile.h"
 #include "reader/BAsciiReader.h"

@@ -1,7 +1,7 @@
 // Carries out the reader's rules step by step.
-#include "support/LiteralReader.h"
+#include "LiteralReader.h"
 
-#include "support/LiteralRules.h"
+#include "LiteralRules.h"
 
 #include <Orvane/BException.h>
 #include <Orvane/BStringQt.h>
