@@ -1,8 +1,8 @@
 // Benchmark of RowPlan: split rows to the rows of a layer.
 #include "BenchSupport.h"
 #include "layer/RowPlan.h"
-#include "text/Constants.h"
 #include "text/Separator.h"
+#include "text/SplitPatterns.h"
 #include "text/TextView.h"
 
 #include <Orvane/BAttributeDefs.h>
@@ -44,7 +44,7 @@ void BenchConversion(benchmark::State& state, EDataset dataset)
 {
     const std::string text = OrvaneBench::MakeText(dataset);
     const std::vector<std::string_view> lines = OrvaneBench::CutRows(text);
-    const AsciiReader::Separator separator(AsciiReader::Constants::CommaSplit(), {});
+    const AsciiReader::Separator separator(AsciiReader::SplitPatterns::CommaSplit(), {});
 
     const Plan columns = PlanOf(dataset);
     Orvane::BAttributeDefs schema;
@@ -58,7 +58,7 @@ void BenchConversion(benchmark::State& state, EDataset dataset)
     Orvane::BParamList options;
     options.Add(Orvane::X_COLUMN, columns.xColumn);
     options.Add(Orvane::Y_COLUMN, columns.xColumn + 1);
-    const AsciiReader::RowPlan plan(schema, options, {}, {}, {});
+    const AsciiReader::RowPlan plan(schema, options);
 
     const auto convertAll = [&] {
         Orvane::BFeatureCollection features;

@@ -1,7 +1,7 @@
 // Benchmark of AsciiSchema: rows to column types.
 #include "BenchSupport.h"
 #include "schema/AsciiSchema.h"
-#include "text/Constants.h"
+#include "text/SplitPatterns.h"
 
 #include <Orvane/Constants.h>
 
@@ -17,7 +17,8 @@ Orvane::BAttributeDefs Infer(const std::vector<Orvane::BString>& lines)
     options.Add(Orvane::AUTO_SCHEMA, 1);
     options.Add("SCHEMA_SAMPLE_SIZE", static_cast<std::int32_t>(lines.size()));
     options.Add(Orvane::FIRST_LINE_COLUMN_NAMES, true);
-    return AsciiReader::AsciiSchema::Schema(lines, options, AsciiReader::Constants::CommaSplit());
+    return AsciiReader::AsciiSchema::Schema(
+        lines, options, AsciiReader::SplitPatterns::CommaSplit());
 }
 
 void BenchInference(benchmark::State& state,

@@ -3,6 +3,7 @@
 #include "lines/LineSource.h"
 
 #include <Orvane/BKeyValuePairs.h>
+#include <Orvane/Constants.h>
 
 #include <QFile>
 #include <QTemporaryFile>
@@ -12,14 +13,14 @@ namespace {
 using OrvaneBench::EDataset;
 using OrvaneBench::Require;
 
-std::size_t CountLines(QFile& file, const Orvane::BParamList& options, std::size_t& lastSize)
+std::size_t CountLines(QFile& file, const AsciiReader::ReadOptions& options, std::size_t& lastSize)
 {
     file.seek(0);
-    AsciiReader::LineSource lines(AsciiReader::LineSource::kBlockSize);
+    AsciiReader::LineSource lines(options);
     lines.SetDevice(&file);
     AsciiReader::SourceLine line;
     std::size_t count = 0;
-    while (lines.Next(options, false, line)) {
+    while (lines.Next(line)) {
         if (line.text.IsEmpty() && !lines.HasPending()) {
             break;
         }
@@ -41,6 +42,7 @@ void BenchLines(benchmark::State& state, EDataset dataset, const char* codec)
 
     Orvane::BParamList options;
     options.Add("CODEC", codec);
+    options.Add(Orvane::IGNORE_BLANK_ROWS, false);
     const std::size_t expected = OrvaneBench::RowCount() + 1;
     std::size_t lastSize = 0;
     Require(CountLines(device, options, lastSize) == expected, "the number of lines");

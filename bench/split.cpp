@@ -1,7 +1,7 @@
 // Benchmark of Separator: one logical line to fields.
 #include "BenchSupport.h"
-#include "text/Constants.h"
 #include "text/Separator.h"
+#include "text/SplitPatterns.h"
 #include "text/TextView.h"
 
 #include <utility>
@@ -18,7 +18,7 @@ void BenchSplit(benchmark::State& state, EDataset dataset, std::size_t columns)
 {
     const std::string text = OrvaneBench::MakeText(dataset);
     const std::vector<std::string_view> lines = OrvaneBench::CutRows(text);
-    const AsciiReader::Separator separator(AsciiReader::Constants::CommaSplit(), {});
+    const AsciiReader::Separator separator(AsciiReader::SplitPatterns::CommaSplit(), {});
     SplitRow row;
     for (const std::string_view line : lines) {
         separator.Split(TextView(line, ETextUnit::Utf8), row);
@@ -46,7 +46,7 @@ void BenchLongLine(benchmark::State& state)
 {
     const auto count = static_cast<std::size_t>(state.range(0));
     const std::string line = "1" + std::string(count, ',');
-    const AsciiReader::Separator separator(AsciiReader::Constants::CommaSplit(), {});
+    const AsciiReader::Separator separator(AsciiReader::SplitPatterns::CommaSplit(), {});
     SplitRow row;
     separator.Split(TextView(line, ETextUnit::Latin1), row);
     Require(row.GetCount() == count + 1, "the number of fields of a long line");

@@ -74,9 +74,8 @@ class Source
 public:
     Source(const QString& path, const BParamList& params, std::size_t blockSize)
         : m_file(path)
-        , m_params(params)
         , m_skips(!params.HasProperty(Orvane::IGNORE_BLANK_ROWS))
-        , m_lines(blockSize)
+        , m_lines(MakeOptions(params), blockSize)
     {
         if (!m_file.open(QIODevice::ReadOnly | QIODevice::Unbuffered)) {
             Fail("the file can not be opened");
@@ -89,8 +88,7 @@ public:
     {
         SourceLine line;
         try {
-            if (!m_lines.Next(m_params, m_skips, line) ||
-                (line.text.IsEmpty() && m_lines.AtEnd())) {
+            if (!m_lines.Next(line) || (line.text.IsEmpty() && m_lines.AtEnd())) {
                 return false;
             }
         } catch (const std::exception&) {
@@ -154,7 +152,7 @@ public:
         BString texts[2];
         try {
             for (BString& text : texts) {
-                text = m_lines.Next(m_params, m_skips, line) ? line.text.ToString() : BString();
+                text = m_lines.Next(line) ? line.text.ToString() : BString();
             }
         } catch (const std::exception&) {
             ++failures;
@@ -167,8 +165,14 @@ public:
     }
 
 private:
+    static AsciiReader::ReadOptions MakeOptions(const BParamList& params)
+    {
+        AsciiReader::ReadOptions options(params);
+        options.ignoresBlankRows = !params.HasProperty(Orvane::IGNORE_BLANK_ROWS);
+        return options;
+    }
+
     QFile m_file;
-    BParamList m_params;
     bool m_skips;
     LineSource m_lines;
 };

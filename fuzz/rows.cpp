@@ -95,8 +95,8 @@ void RunInput(std::string_view bytes)
     BAttributeDefs singleSchema = ToDefs(expectedSchema);
     BAttributeDefs layerSchema = singleSchema;
     BAttributeDefs wideSchema = singleSchema;
-    const RowPlan plan(layerSchema, kept, xFormat, yFormat, zFormat);
-    const RowPlan widePlan(wideSchema, kept, xFormat, yFormat, zFormat);
+    const RowPlan plan(layerSchema, kept);
+    const RowPlan widePlan(wideSchema, kept);
     // The layer keeps few rows a page, so that pages change within an input.
     Orvane::BFeatureCollection features(3);
     Orvane::BFeatureCollection wideFeatures;

@@ -6,7 +6,7 @@
 #include "LiteralRules.h"
 #include "ReaderTraces.h"
 #include "file/AsciiFile.h"
-#include "text/Constants.h"
+#include "text/SplitPatterns.h"
 
 #include <Orvane/BException.h>
 #include <Orvane/BStringQt.h>
@@ -44,7 +44,7 @@ std::unique_ptr<AsciiFile> OpenEngine(const QString& path, const BParamList& par
     auto file = std::make_unique<AsciiFile>(Orvane::MakeBString(path), AsciiFile::kRead, params);
     file->Open();
     file->Read();
-    file->SetSeparator(AsciiReader::Constants::CommaSplit());
+    file->SetSeparator(AsciiReader::SplitPatterns::CommaSplit());
     file->BuildSchema();
     file->CreateLayer();
     return file;

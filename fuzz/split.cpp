@@ -5,8 +5,8 @@
 #include "ReaderTraces.h"
 #include "TextMaker.h"
 #include "text/AsciiUtils.h"
-#include "text/Constants.h"
 #include "text/Separator.h"
+#include "text/SplitPatterns.h"
 #include "text/Utf8.h"
 
 #include <Orvane/BStringQt.h>
@@ -107,7 +107,8 @@ void RunInput(std::string_view bytes)
     const std::string expected =
         Describe(LiteralReader::Rules::SplitLine(line, cut, {widths.begin(), widths.end()}));
 
-    if (cut.literal && cut.pattern != AsciiReader::MakeSeparatorPattern(*cut.literal)) {
+    if (cut.literal &&
+        cut.pattern != AsciiReader::SplitPatterns::MakeSeparatorPattern(*cut.literal)) {
         Fail("the pattern of the separator <" + cut.literal->toStdString() + "> differs");
     }
     const Separator separator(cut.pattern, widths);

@@ -3,7 +3,7 @@
 
 #include "file/AsciiFile.h"
 #include "reader/BAsciiReader.h"
-#include "text/Constants.h"
+#include "text/SplitPatterns.h"
 
 #include <Orvane/BException.h>
 #include <Orvane/BPointGeo.h>
@@ -305,7 +305,7 @@ public:
         m_file =
             std::make_unique<AsciiFile>(MakeBString(m_path), AsciiFile::kRead, params, m_blockSize);
         if (m_cachePageRows != 0) {
-            m_file->SetDiskCache(true, m_cachePageRows, CacheName(m_path));
+            m_file->SetDiskCache(true, CacheName(m_path), m_cachePageRows);
         }
         m_file->Open();
         m_file->Read();
@@ -376,7 +376,7 @@ private:
         using namespace AsciiReader;
         if (m_kept.HasProperty(Orvane::ASCII_SEPARATOR)) {
             const QString text = MakeQString(m_kept.GetString(Orvane::ASCII_SEPARATOR));
-            m_file->SetSeparator(QRegularExpression(Constants::SeparatorTemplate().arg(
+            m_file->SetSeparator(QRegularExpression(SplitPatterns::SeparatorTemplate().arg(
                 QRegularExpression::escape(text), 0, QLatin1Char(' '))));
             return;
         }
@@ -386,15 +386,15 @@ private:
         }
         const std::string extension = m_file->GetFileExtension().ToLower().ToUtf8();
         if (extension == ".csv" || m_kept.HasProperty(Orvane::USE_COMMA)) {
-            m_file->SetSeparator(Constants::CommaSplit());
+            m_file->SetSeparator(SplitPatterns::CommaSplit());
         } else if (extension == ".tsv" || m_kept.HasProperty(Orvane::USE_TAB)) {
-            m_file->SetSeparator(Constants::TabSplit());
+            m_file->SetSeparator(SplitPatterns::TabSplit());
         } else if (extension == ".ssv" || m_kept.HasProperty(Orvane::USE_SPACE)) {
-            m_file->SetSeparator(Constants::SpaceSplit());
+            m_file->SetSeparator(SplitPatterns::SpaceSplit());
         } else if (extension == ".txt") {
             m_file->AutodetectSeparator();
         } else if (extension == ".asc") {
-            m_file->SetSeparator(Constants::CommaSplit());
+            m_file->SetSeparator(SplitPatterns::CommaSplit());
         } else {
             throw Orvane::BException("BAsciiReader::Read",
                                      "Separator could not be determined automatically.");

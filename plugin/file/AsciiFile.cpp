@@ -1,13 +1,12 @@
 // Construction, opening, line reading and sampling of the engine.
 #include "file/AsciiFile.h"
 
-#include "text/Constants.h"
+#include "text/OptionRules.h"
+#include "text/SplitPatterns.h"
 
 #include <Orvane/BException.h>
 #include <Orvane/BFileUtilities.h>
-#include <Orvane/BNumbers.h>
 #include <Orvane/BStringQt.h>
-#include <Orvane/Constants.h>
 
 #include <QDir>
 #include <QFileInfo>
@@ -21,40 +20,11 @@ namespace AsciiReader {
 using Orvane::BException;
 using Orvane::BParamList;
 using Orvane::BString;
-using Orvane::EVariantType;
 
 namespace {
 
 /// Longest path, in UTF-16 units, of the plain message for files that can't be written.
 constexpr std::size_t kLongestPlainPath = 260;
-
-BParamList Normalised(BParamList params)
-{
-    using namespace Orvane;
-    const auto isText = [&params](const BString& key) {
-        return params.HasProperty(key) && params.GetValueType(key) == EVariantType::String;
-    };
-    // Rule: the column numbers are converted only when X and Y are both there.
-    if (params.HasProperty(X_COLUMN) && params.HasProperty(Y_COLUMN)) {
-        for (const BString* key : {&X_COLUMN, &Y_COLUMN, &Z_COLUMN}) {
-            if (isText(*key)) {
-                const std::int32_t column = BNumbers::Atoi(params.GetString(*key).Ascii());
-                params.Remove(*key);
-                params.Add(*key, column);
-            }
-        }
-    }
-    // Rule: a text counts as true only when its integer value is 1; "true" does not.
-    if (isText(FIRST_LINE_COLUMN_NAMES)) {
-        const bool isOne = BNumbers::Atoi(params.GetString(FIRST_LINE_COLUMN_NAMES).Ascii()) == 1;
-        params.Remove(FIRST_LINE_COLUMN_NAMES);
-        params.Add(FIRST_LINE_COLUMN_NAMES, isOne);
-    }
-    if (!params.HasProperty(AUTO_SCHEMA) && !params.HasProperty(COLUMN_DEFINITION)) {
-        params.Add(AUTO_SCHEMA, std::int32_t{1});
-    }
-    return params;
-}
 
 } // namespace
 
@@ -62,21 +32,15 @@ AsciiFile::AsciiFile(const BString& fileName,
                      std::uint32_t mode,
                      const BParamList& params,
                      std::size_t blockSize)
-    : m_separator(Constants::CommaSplit())
+    : m_separator(SplitPatterns::CommaSplit())
     , m_fileName(fileName)
     , m_fullPath(Orvane::BFileUtilities::CompletePath(fileName))
     , m_mode(mode)
-    , m_params(Normalised(params))
-    , m_headerRule(m_params)
-    , m_lines(blockSize)
-    , m_xFormat(m_params.GetString(Orvane::X_COORDINATE_FORMAT))
-    , m_yFormat(m_params.GetString(Orvane::Y_COORDINATE_FORMAT))
-    , m_zFormat(m_params.GetString(Orvane::Z_COORDINATE_FORMAT))
-{
-    if (m_params.HasProperty(Orvane::IGNORE_BLANK_ROWS)) {
-        m_ignoreBlankRows = m_params.GetBoolean(Orvane::IGNORE_BLANK_ROWS, false);
-    }
-}
+    , m_params(OptionRules::Normalise(params))
+    , m_options(m_params)
+    , m_headerRule(m_options)
+    , m_lines(m_options, blockSize)
+{}
 
 AsciiFile::~AsciiFile() = default;
 
@@ -140,15 +104,10 @@ void AsciiFile::OpenForReading()
     m_lines.SetDevice(m_device.get());
 }
 
-bool AsciiFile::NextLine(SourceLine& line)
-{
-    return m_lines.Next(m_params, m_ignoreBlankRows, line);
-}
-
 void AsciiFile::GetSafeLine(BString& line)
 {
     SourceLine next;
-    NextLine(next);
+    m_lines.Next(next);
     line = next.text.ToString();
 }
 
@@ -174,11 +133,8 @@ void AsciiFile::Read()
     RequireReadMode("AsciiFile::Read");
     m_sampleLines.clear();
     m_headerRule.Reset();
-    const std::int64_t wanted = m_params.HasProperty(Constants::SampleSizeKey())
-                                    ? m_params.GetInteger(Constants::SampleSizeKey(), 0)
-                                    : Constants::kDefaultSampleSize;
     BString line;
-    while (static_cast<std::int64_t>(m_sampleLines.size()) < wanted) {
+    while (static_cast<std::int64_t>(m_sampleLines.size()) < m_options.sampleSize) {
         GetSafeLine(line);
         if (line.IsEmpty() && !m_lines.HasPending()) {
             break;
@@ -213,11 +169,11 @@ void AsciiFile::SetSeparator(QRegularExpression separator)
     m_separator = std::move(separator);
 }
 
-void AsciiFile::SetDiskCache(bool use, std::uint32_t pageSize, const BString& baseName)
+void AsciiFile::SetDiskCache(bool use, const BString& baseName, std::uint32_t pageSize)
 {
     m_usesDiskCache = use;
-    m_diskCachePageSize = pageSize;
     m_diskCacheBaseName = baseName;
+    m_diskCachePageSize = pageSize;
 }
 
 } // namespace AsciiReader

@@ -5,6 +5,7 @@
 #include "lines/LineSource.h"
 #include "schema/AsciiSchema.h"
 #include "text/AsciiUtils.h"
+#include "text/ReadOptions.h"
 
 #include <Orvane/BAttributeDefs.h>
 #include <Orvane/BKeyValuePairs.h>
@@ -52,7 +53,7 @@ public:
     /// Hands out the next logical line; empty with no lines pending: the end of the file.
     void GetSafeLine(Orvane::BString& line);
 
-    /// The same; the schema's pass over all rows reads through it.
+    /// The same.
     void GetLine(Orvane::BString& line) { GetSafeLine(line); }
 
     /// True when the file is at its end and no lines are pending.
@@ -81,7 +82,8 @@ public:
 
     [[nodiscard]] Orvane::BSharedPtr<Orvane::BVectorLayer> GetLayer() const { return m_layer; }
 
-    void SetDiskCache(bool use, std::uint32_t pageSize, const Orvane::BString& baseName);
+    /// Where the layer keeps its pages. @param pageSize rows of a page
+    void SetDiskCache(bool use, const Orvane::BString& baseName, std::uint32_t pageSize);
 
     /// The progress object is consulted once a row; null for none.
     void SetProgress(Orvane::BProgress* progress) noexcept { m_progress = progress; }
@@ -111,26 +113,19 @@ public:
 
     [[nodiscard]] const Orvane::BString& GetFullPath() const noexcept { return m_fullPath; }
 
-    [[nodiscard]] bool IgnoresBlankRows() const noexcept { return m_ignoreBlankRows; }
+    [[nodiscard]] bool IgnoresBlankRows() const noexcept { return m_options.ignoresBlankRows; }
 
 private:
-    /// Takes the next line by the rule of GetSafeLine, as a view. @return false at the end.
-    bool NextLine(SourceLine& line);
     void OpenForReading();
     void OpenForWriting();
     void RequireReadMode(const char* location) const;
     Row ReadPreviewLine(bool& isBlank);
-
-    friend Orvane::BAttributeDefs AsciiSchema::ScanAllRows(AsciiFile& file,
-                                                           const Orvane::BParamList& params,
-                                                           const QRegularExpression& separator);
 
     std::vector<std::int32_t> m_columnWidths;
     Orvane::BSharedPtr<Orvane::BVectorLayer> m_layer;
     bool m_usesDiskCache = false;
     std::uint32_t m_diskCachePageSize = 1024;
     Orvane::BString m_diskCacheBaseName;
-    bool m_ignoreBlankRows = true;
     QRegularExpression m_separator;
     Orvane::BString m_fileName;
     Orvane::BString m_fullPath;
@@ -138,15 +133,13 @@ private:
     std::uint32_t m_mode;
     Orvane::BAttributeDefs m_schema;
     Orvane::BParamList m_params;
+    ReadOptions m_options; ///< of m_params, which does not change
     Orvane::BString m_firstLine;
     Orvane::BProgress* m_progress = nullptr;
     std::uint32_t m_currentLine = 0;
     HeaderRule m_headerRule;
     std::unique_ptr<QFile> m_device;
     LineSource m_lines;
-    Orvane::BString m_xFormat;
-    Orvane::BString m_yFormat;
-    Orvane::BString m_zFormat;
 };
 
 } // namespace AsciiReader

@@ -2,22 +2,20 @@
 #include "file/AsciiFile.h"
 #include "file/LayerFill.h"
 #include "layer/RowPlan.h"
-#include "text/Constants.h"
+#include "text/SplitPatterns.h"
 
 #include <Orvane/BCoordSys.h>
 #include <Orvane/BStringQt.h>
-#include <Orvane/Constants.h>
 
 namespace AsciiReader {
 
 void AsciiFile::BuildSchema()
 {
-    if (m_params.HasProperty(Orvane::AUTO_SCHEMA_ALL_ROWS) &&
-        m_params.GetBoolean(Orvane::AUTO_SCHEMA_ALL_ROWS, false)) {
-        m_schema = AsciiSchema::ScanAllRows(*this, m_params, m_separator);
+    if (m_options.scansAllRows) {
+        m_schema = AsciiSchema::ScanAllRows(m_lines, m_options, m_separator);
         m_lines.Rewind();
     } else {
-        m_schema = AsciiSchema::Schema(m_sampleLines, m_params, m_separator);
+        m_schema = AsciiSchema::Schema(m_sampleLines, m_options, m_separator);
     }
 }
 
@@ -45,28 +43,24 @@ bool AsciiFile::BuildLayer(std::int32_t limit)
         CreateLayer();
     }
     // Rule: a resumed read takes one more line as its column-name line.
-    if (m_params.HasProperty(Orvane::FIRST_LINE_COLUMN_NAMES) &&
-        m_params.GetBoolean(Orvane::FIRST_LINE_COLUMN_NAMES, false)) {
+    if (m_options.hasColumnNames) {
         GetSafeLine(m_firstLine);
     }
     if (m_columnWidths.empty() && !m_separator.isValid()) {
-        m_separator = m_params.HasProperty(Orvane::ASCII_SEPARATOR)
-                          ? QRegularExpression(
-                                Orvane::MakeQString(m_params.GetString(Orvane::ASCII_SEPARATOR)))
-                          : Constants::CommaSplit();
+        m_separator = m_options.separator
+                          ? QRegularExpression(Orvane::MakeQString(*m_options.separator))
+                          : SplitPatterns::CommaSplit();
     }
     m_headerRule.Reset();
 
     const Separator separator(m_separator, m_columnWidths);
-    const RowPlan plan(m_schema, m_params, m_xFormat, m_yFormat, m_zFormat);
+    const RowPlan plan(m_schema, m_options);
     const LayerFill::Result result = LayerFill({m_lines,
                                                 m_headerRule,
-                                                m_params,
                                                 separator,
                                                 plan,
                                                 m_layer->GetFeatures(),
                                                 m_progress,
-                                                m_ignoreBlankRows,
                                                 limit,
                                                 m_currentLine})
                                          .Run();

@@ -1,7 +1,7 @@
 // Separator detection and preview: what the engine tells from the first lines.
 #include "file/AsciiFile.h"
-#include "text/Constants.h"
 #include "text/Separator.h"
+#include "text/SplitPatterns.h"
 
 #include <Orvane/BException.h>
 #include <Orvane/BStringQt.h>
@@ -29,8 +29,9 @@ void AsciiFile::AutodetectSeparator()
         return count == row.GetCount() && count != 1 ? count : 0;
     };
     // Rule: the comma wins every tie, and the blank is never detected.
-    const bool isTab = score(Constants::TabSplit()) >= 2 && score(Constants::CommaSplit()) == 0;
-    m_separator = isTab ? Constants::TabSplit() : Constants::CommaSplit();
+    const bool isTab =
+        score(SplitPatterns::TabSplit()) >= 2 && score(SplitPatterns::CommaSplit()) == 0;
+    m_separator = isTab ? SplitPatterns::TabSplit() : SplitPatterns::CommaSplit();
 }
 
 /// One line of the preview, split. @param isBlank whether there is nothing but white space

@@ -53,7 +53,7 @@ LayerFill::LayerFill(const LayerFillContext& context)
     : m_context(context)
     , m_layer(context.features, context.plan.MakeColumns())
     , m_kernels(Kernels::Best())
-    , m_rows(context.lines, context.ignoresBlankRows)
+    , m_rows(context.lines)
 {
     if (context.headerRule.IsActive()) {
         return;
@@ -76,7 +76,7 @@ LayerFill::Result LayerFill::Run()
         if (m_rows.Begin()) {
             step = TakeBlock();
         } else {
-            NextLine(line);
+            m_context.lines.Next(line);
             step = TakeLine(line);
         }
         switch (step) {
@@ -90,11 +90,6 @@ LayerFill::Result LayerFill::Run()
             return Result::Cancelled;
         }
     }
-}
-
-bool LayerFill::NextLine(SourceLine& line)
-{
-    return m_context.lines.Next(m_context.params, m_context.ignoresBlankRows, line);
 }
 
 LayerFill::Step LayerFill::TakeLine(SourceLine& line)
@@ -164,7 +159,7 @@ void LayerFill::JoinOpenQuotes(SourceLine& line)
                                                         "File contains an unmatched quote.");
         }
         SourceLine next;
-        NextLine(next);
+        m_context.lines.Next(next);
         quotes += countQuotes(next.text);
         m_joined.Append(u"\n");
         m_joined += next.text.ToString();

@@ -9,7 +9,6 @@
 #include "text/Separator.h"
 
 #include <Orvane/BFeatureCollection.h>
-#include <Orvane/BKeyValuePairs.h>
 #include <Orvane/BProgress.h>
 #include <Orvane/BString.h>
 
@@ -26,14 +25,12 @@ struct LayerFillContext
 {
     LineSource& lines;
     HeaderRule& headerRule;
-    const Orvane::BParamList& params;
     const Separator& separator;
     const RowPlan& plan;
     Orvane::BFeatureCollection& features;
     Orvane::BProgress* progress; ///< null for none
-    bool ignoresBlankRows;
-    std::int32_t limit;         ///< most rows; 0 or less: no limit
-    std::uint32_t& currentLine; ///< line number of the last row, kept up to date
+    std::int32_t limit;          ///< most rows; 0 or less: no limit
+    std::uint32_t& currentLine;  ///< line number of the last row, kept up to date
 };
 
 /// Fills a layer row by row, or, where lines lie in a block of bytes and fields are cut at one
@@ -53,7 +50,6 @@ public:
 private:
     enum class Step { Continue, EndOfData, LimitReached, Cancelled };
 
-    bool NextLine(SourceLine& line);
     Step TakeLine(SourceLine& line);
     void JoinOpenQuotes(SourceLine& line);
     [[nodiscard]] Step ReportProgress() const;

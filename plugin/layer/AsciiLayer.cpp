@@ -16,7 +16,11 @@ Orvane::BSharedPtr<Orvane::BFeature> ParsedToFeature(const Row& fields,
 {
     SplitRow row;
     row.SetFields(fields);
-    return RowPlan(schema, options, xFormat, yFormat, zFormat).MakeFeature(row, recordNumber);
+    ReadOptions read(options);
+    read.x.format = xFormat;
+    read.y.format = yFormat;
+    read.z.format = zFormat;
+    return RowPlan(schema, read).MakeFeature(row, recordNumber);
 }
 
 bool ParseCoordinate(const Orvane::BString& text, const Orvane::BString& format, double& value)

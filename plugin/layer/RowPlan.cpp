@@ -8,7 +8,6 @@
 #include <Orvane/BException.h>
 #include <Orvane/BFeatureCollection.h>
 #include <Orvane/BPointGeo.h>
-#include <Orvane/Constants.h>
 
 #include <algorithm>
 #include <limits>
@@ -180,35 +179,17 @@ BString MakeAttributeName(std::size_t attributeIndex)
     return BString::Format("attribute%d", attributeIndex);
 }
 
-RowPlan::RowPlan(Orvane::BAttributeDefs& schema,
-                 const Orvane::BParamList& options,
-                 const BString& xFormat,
-                 const BString& yFormat,
-                 const BString& zFormat)
+RowPlan::RowPlan(Orvane::BAttributeDefs& schema, const ReadOptions& options)
     : m_schema(schema)
+    , m_hasNameColumn(options.nameColumn.has_value())
+    , m_nameFieldIndex(std::int64_t{options.nameColumn.value_or(0)} - 1)
 {
-    m_x.format = xFormat;
-    m_y.format = yFormat;
-    m_z.format = zFormat;
-    if (options.HasProperty(Orvane::NAME_COLUMN)) {
-        m_hasNameColumn = true;
-        m_nameFieldIndex = std::int64_t{options.GetInteger(Orvane::NAME_COLUMN, 0)} - 1;
-    }
-    // Rule: X and Y count only together, and Z only with both; so do their multipliers.
-    if (options.HasProperty(Orvane::X_COLUMN) && options.HasProperty(Orvane::Y_COLUMN)) {
-        m_x.fieldIndex = options.GetInteger(Orvane::X_COLUMN, 0);
-        m_y.fieldIndex = options.GetInteger(Orvane::Y_COLUMN, 0);
-        if (options.HasProperty(Orvane::Z_COLUMN)) {
-            m_z.fieldIndex = options.GetInteger(Orvane::Z_COLUMN, 0);
-        }
-    }
-    if (options.HasProperty(Orvane::X_MULTIPLIER) && options.HasProperty(Orvane::Y_MULTIPLIER)) {
-        m_x.multiplier = options.GetDouble(Orvane::X_MULTIPLIER, 0.0);
-        m_y.multiplier = options.GetDouble(Orvane::Y_MULTIPLIER, 0.0);
-        if (options.HasProperty(Orvane::Z_MULTIPLIER)) {
-            m_z.multiplier = options.GetDouble(Orvane::Z_MULTIPLIER, 0.0);
-        }
-    }
+    const auto resolve = [](Coordinate& coordinate, const CoordinateOptions& from, bool counts) {
+        coordinate = {counts ? from.fieldIndex : kNoField, from.multiplier, from.format};
+    };
+    resolve(m_x, options.x, options.HasCoordinates());
+    resolve(m_y, options.y, options.HasCoordinates());
+    resolve(m_z, options.z, options.HasCoordinates());
     PlanRegularRow();
 }
 

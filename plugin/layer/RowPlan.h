@@ -1,12 +1,12 @@
 // What to do with each column of a row, worked out once per read; turns rows into features.
 #pragma once
 
+#include "text/ReadOptions.h"
 #include "text/TextView.h"
 
 #include <Orvane/BAttributeDefs.h>
 #include <Orvane/BFeature.h>
 #include <Orvane/BFeaturePage.h>
-#include <Orvane/BKeyValuePairs.h>
 #include <Orvane/BSharedPtr.h>
 #include <Orvane/BString.h>
 
@@ -37,11 +37,7 @@ class RowPlan
 {
 public:
     /// @param schema kept by reference: the widths of its string columns are raised
-    RowPlan(Orvane::BAttributeDefs& schema,
-            const Orvane::BParamList& options,
-            const Orvane::BString& xFormat,
-            const Orvane::BString& yFormat,
-            const Orvane::BString& zFormat);
+    RowPlan(Orvane::BAttributeDefs& schema, const ReadOptions& options);
 
     /// The columns in which a layer stores the rows: those of the schema; none for an empty one,
     /// whose columns "attribute0", "attribute1", ... are added as rows need them.
@@ -98,7 +94,7 @@ public:
 
 private:
     /// No column: no row has a field of this index.
-    static constexpr std::int64_t kNoField = -1;
+    static constexpr std::int64_t kNoField = CoordinateOptions::kNoField;
 
     struct Coordinate
     {
@@ -114,9 +110,9 @@ private:
                           ETextUnit unit,
                           std::size_t definitionIndex,
                           Sink& sink) const;
-    /// Field that names the row, -1 without a name column. @throws the name-column errors.
-    /// Fields of a row of that many that are coordinates.
+    /// Fields that are coordinates, of a row of that many.
     [[nodiscard]] std::size_t CountCoordinates(std::size_t fieldCount) const noexcept;
+    /// Field that names the row, -1 without a name column. @throws the name-column errors.
     [[nodiscard]] std::int64_t FindNameField(std::size_t fieldCount) const;
 
     void PlanRegularRow();

@@ -19,9 +19,9 @@ constexpr std::size_t kMaxLinePositions = 65536;
 
 } // namespace
 
-BlockRows::BlockRows(LineSource& lines, bool ignoresBlankRows)
+BlockRows::BlockRows(LineSource& lines)
     : m_lines(lines)
-    , m_ignoresBlankRows(ignoresBlankRows)
+    , m_ignoresBlankRows(lines.IgnoresBlankRows())
     , m_kernels(Kernels::Best())
 {}
 

@@ -31,8 +31,7 @@ public:
     };
 
     /// @param lines where the blocks come from; kept by reference
-    /// @param ignoresBlankRows whether empty lines are passed over
-    BlockRows(LineSource& lines, bool ignoresBlankRows);
+    explicit BlockRows(LineSource& lines);
 
     /// Makes the walk one over rows of `fieldCount` fields that are cut at the separator. Without a
     /// call, with 0 fields, or with a separator that is not cut at one byte, it is not active.

@@ -1,26 +1,16 @@
 // Tells the header lines of a file from its data.
 #include "lines/HeaderRule.h"
 
-#include <Orvane/Constants.h>
-
 #include <algorithm>
 #include <limits>
 
 namespace AsciiReader {
 
-HeaderRule::HeaderRule(const Orvane::BParamList& params)
-{
-    if (params.HasProperty(Orvane::ASCII_HEADER_IDENTIFIER)) {
-        m_mode = Mode::Identifiers;
-        m_identifiers = params.GetStrings(Orvane::ASCII_HEADER_IDENTIFIER);
-    } else if (params.HasProperty(Orvane::ASCII_HEADER_BLANK_LINE) &&
-               params.GetBoolean(Orvane::ASCII_HEADER_BLANK_LINE, false)) {
-        m_mode = Mode::BlankLine;
-    } else if (params.HasProperty(Orvane::ASCII_HEADER_COUNT)) {
-        m_mode = Mode::Count;
-        m_limit = params.GetInteger(Orvane::ASCII_HEADER_COUNT, 0);
-    }
-}
+HeaderRule::HeaderRule(const ReadOptions& options)
+    : m_mode(options.headerMode)
+    , m_identifiers(options.headerIdentifiers)
+    , m_limit(options.headerCount)
+{}
 
 void HeaderRule::Reset() noexcept
 {

@@ -1,9 +1,9 @@
 // Tells the header lines of a file from its data.
 #pragma once
 
+#include "text/ReadOptions.h"
 #include "text/TextView.h"
 
-#include <Orvane/BKeyValuePairs.h>
 #include <Orvane/BString.h>
 
 #include <cstdint>
@@ -11,11 +11,11 @@
 
 namespace AsciiReader {
 
-/// The rule of AsciiFile::IsHeaderLine: the options resolved once, and the state between lines.
+/// The rule of AsciiFile::IsHeaderLine, and its state between lines.
 class HeaderRule
 {
 public:
-    explicit HeaderRule(const Orvane::BParamList& params);
+    explicit HeaderRule(const ReadOptions& options);
 
     /// Whether the line is a header line; counts calls in count mode.
     bool Test(const TextView& line);
@@ -26,11 +26,11 @@ public:
     [[nodiscard]] bool IsActive() const noexcept { return m_mode != Mode::None; }
 
 private:
-    enum class Mode { None, Identifiers, BlankLine, Count };
+    using Mode = ReadOptions::HeaderMode;
 
-    Mode m_mode = Mode::None;
+    Mode m_mode;
     std::vector<Orvane::BString> m_identifiers;
-    std::int32_t m_limit = 0;
+    std::int32_t m_limit;
     std::int32_t m_counted = 0;
     bool m_hasEnded = false;
 };

@@ -2,7 +2,6 @@
 #include "lines/LineSource.h"
 
 #include "kernels/Kernels.h"
-#include "text/Constants.h"
 #include "text/Utf8.h"
 #include "text/ValueRules.h"
 
@@ -105,8 +104,11 @@ Utf8Check FindUtf8End(std::string_view bytes) noexcept
 
 } // namespace
 
-LineSource::LineSource(std::size_t blockSize, std::size_t maxLineSize)
-    : m_blockSize(std::max<std::size_t>(blockSize, 1))
+LineSource::LineSource(const ReadOptions& options, std::size_t blockSize, std::size_t maxLineSize)
+    : m_codecName(options.codecName)
+    , m_usesLocaleCodec(options.usesLocaleCodec)
+    , m_ignoresBlankRows(options.ignoresBlankRows)
+    , m_blockSize(std::max<std::size_t>(blockSize, 1))
     , m_maxLineSize(maxLineSize)
 {}
 
@@ -226,24 +228,24 @@ void LineSource::SkipBlankLines() noexcept
     }
 }
 
-bool LineSource::Next(const Orvane::BParamList& options, bool skipsBlankLines, SourceLine& line)
+bool LineSource::Next(SourceLine& line)
 {
     for (;;) {
-        if (skipsBlankLines) {
+        if (m_ignoresBlankRows) {
             SkipBlankLines();
         }
-        if (!TakeEntry(options, line)) {
+        if (!NextEntry(line)) {
             return false;
         }
-        if (!skipsBlankLines || !line.text.IsEmpty()) {
+        if (!m_ignoresBlankRows || !line.text.IsEmpty()) {
             return true;
         }
     }
 }
 
-bool LineSource::TakeEntry(const Orvane::BParamList& options, SourceLine& line)
+bool LineSource::NextEntry(SourceLine& line)
 {
-    if (!HasPending() && !Refill(options)) {
+    if (!HasPending() && !Refill()) {
         line = SourceLine();
         return false;
     }
@@ -331,7 +333,7 @@ bool LineSource::Replay()
     return false;
 }
 
-bool LineSource::Refill(const Orvane::BParamList& options)
+bool LineSource::Refill()
 {
     if (m_device == nullptr) {
         return false;
@@ -345,7 +347,7 @@ bool LineSource::Refill(const Orvane::BParamList& options)
             return false;
         }
         const bool isFirst = m_codec == nullptr;
-        ChooseCodec(options);
+        ChooseCodec();
         RequireShortCarry();
         const std::size_t newBytes = ReadBytes();
         // A file that was cut while it is read ends here, too.
@@ -369,19 +371,18 @@ bool LineSource::Refill(const Orvane::BParamList& options)
     return false;
 }
 
-void LineSource::ChooseCodec(const Orvane::BParamList& options)
+void LineSource::ChooseCodec()
 {
     if (m_codec != nullptr) {
         return;
     }
-    if (options.HasProperty(Constants::CodecKey())) {
-        const BString name = options.GetString(Constants::CodecKey());
-        m_codec = QTextCodec::codecForName(QByteArray::fromStdString(name.ToLatin1()));
+    if (m_codecName) {
+        m_codec = QTextCodec::codecForName(QByteArray::fromStdString(m_codecName->ToLatin1()));
         if (m_codec == nullptr) {
-            throw BException(BString::Format("The text codec <%ls> is not available.", name),
-                             kLocation);
+            throw BException(
+                BString::Format("The text codec <%ls> is not available.", *m_codecName), kLocation);
         }
-    } else if (options.HasProperty(Constants::LocaleCodecKey())) {
+    } else if (m_usesLocaleCodec) {
         m_codec = QTextCodec::codecForLocale();
     } else {
         m_codec = QTextCodec::codecForName("ISO-8859-1");

@@ -2,10 +2,10 @@
 #pragma once
 
 #include "kernels/Kernels.h"
+#include "text/ReadOptions.h"
 #include "text/TextView.h"
 
 #include <Orvane/BFeaturePage.h>
-#include <Orvane/BKeyValuePairs.h>
 #include <Orvane/BString.h>
 
 #include <QFile>
@@ -15,6 +15,7 @@
 #include <cstdint>
 #include <deque>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -69,7 +70,10 @@ public:
     /// positions in a line stay below 2^31, as texts and patterns need it.
     static constexpr std::size_t kMaxLineSize = 2147483647 - kBlockSize;
 
-    explicit LineSource(std::size_t blockSize, std::size_t maxLineSize = kMaxLineSize);
+    /// @param options of these, codec and treatment of blank rows are kept
+    explicit LineSource(const ReadOptions& options,
+                        std::size_t blockSize = kBlockSize,
+                        std::size_t maxLineSize = kMaxLineSize);
     ~LineSource();
     LineSource(const LineSource&) = delete;
     LineSource& operator=(const LineSource&) = delete;
@@ -78,17 +82,17 @@ public:
     /// caller and must outlive its use here.
     void SetDevice(QFile* device);
 
-    /// Takes the next entry. @return false when none is pending and the device is at its end; then
-    /// `line` is empty.
-    /// @param skipsBlankLines whether empty entries are passed over
-    /// @param options CODEC and CODECFORLOCALE are read at every refill
+    /// Hands out the next entry; empty ones are passed over where blank rows are ignored.
+    /// @return false when none is pending and the device is at its end; then `line` is empty
     /// @throws BFileContentNotValidException("AsciiFile::GetSafeLine", "File contains an unmatched
     ///     quote."); BException("The text codec <%ls> is not available.",
     ///     "AsciiFile::GetSafeLine"); BException("Could not read from the file <%ls>.",
     ///     "AsciiFile::GetSafeLine", <system's text>); BException("A line of the file <%ls> is
     ///     longer than %d characters.", "AsciiFile::GetSafeLine", "There is no line ending up to
     ///     byte %d.").
-    bool Next(const Orvane::BParamList& options, bool skipsBlankLines, SourceLine& line);
+    bool Next(SourceLine& line);
+
+    [[nodiscard]] bool IgnoresBlankRows() const noexcept { return m_ignoresBlankRows; }
 
     /// Gives the foremost pending entries uncut. @return false when they are not lines of a block
     /// that stayed bytes, or when the block is too large for 32-bit positions.
@@ -144,13 +148,13 @@ private:
         }
     };
 
-    bool TakeEntry(const Orvane::BParamList& options, SourceLine& line);
+    bool NextEntry(SourceLine& line);
     void SkipBlankLines() noexcept;
-    bool Refill(const Orvane::BParamList& options);
+    bool Refill();
     bool Replay();
     [[noreturn]] void ThrowReadFailure() const;
     void Restart();
-    void ChooseCodec(const Orvane::BParamList& options);
+    void ChooseCodec();
     void RequireShortCarry() const;
     std::size_t ReadBytes();
     void Decode(std::size_t newBytes, bool isLast);
@@ -170,6 +174,9 @@ private:
     [[nodiscard]] TextView MakeView(std::size_t from, std::size_t to) const noexcept;
     [[nodiscard]] Stamp MakeStamp() const;
 
+    std::optional<Orvane::BString> m_codecName;
+    bool m_usesLocaleCodec;
+    bool m_ignoresBlankRows;
     std::size_t m_blockSize;
     std::size_t m_maxLineSize;
     QFile* m_device = nullptr;

@@ -2,8 +2,7 @@
 #include "reader/BAsciiReader.h"
 
 #include "file/AsciiFile.h"
-#include "text/Constants.h"
-#include "text/Separator.h"
+#include "text/SplitPatterns.h"
 
 #include <Orvane/BException.h>
 #include <Orvane/BStringQt.h>
@@ -58,7 +57,7 @@ void BAsciiReader::DoOpen(const BString& path, const BParamList& params)
     m_file = MakeEngine(filePath, params);
     const bool usesDiskCache = UsingDiskCache();
     const std::uint32_t pageSize = GetDiskCachePageSize();
-    m_file->SetDiskCache(usesDiskCache, pageSize, GetDiskCacheBaseName());
+    m_file->SetDiskCache(usesDiskCache, GetDiskCacheBaseName(), pageSize);
     m_file->Open();
     m_file->Read();
     ConfigureSeparator();
@@ -73,7 +72,7 @@ void BAsciiReader::ConfigureSeparator()
     const BParamList& options = GetParams();
     if (options.HasProperty(Orvane::ASCII_SEPARATOR)) {
         const QString separator = Orvane::MakeQString(options.GetString(Orvane::ASCII_SEPARATOR));
-        m_file->SetSeparator(MakeSeparatorPattern(separator));
+        m_file->SetSeparator(SplitPatterns::MakeSeparatorPattern(separator));
         return;
     }
     if (options.HasProperty(Orvane::FIELD_LENGTH)) {
@@ -85,15 +84,15 @@ void BAsciiReader::ConfigureSeparator()
     // Rule: only the presence of the USE_ keys counts, and an extension outranks the keys that come
     // later in this order.
     if (extension == u".csv" || options.HasProperty(Orvane::USE_COMMA)) {
-        m_file->SetSeparator(Constants::CommaSplit());
+        m_file->SetSeparator(SplitPatterns::CommaSplit());
     } else if (extension == u".tsv" || options.HasProperty(Orvane::USE_TAB)) {
-        m_file->SetSeparator(Constants::TabSplit());
+        m_file->SetSeparator(SplitPatterns::TabSplit());
     } else if (extension == u".ssv" || options.HasProperty(Orvane::USE_SPACE)) {
-        m_file->SetSeparator(Constants::SpaceSplit());
+        m_file->SetSeparator(SplitPatterns::SpaceSplit());
     } else if (extension == u".txt") {
         m_file->AutodetectSeparator();
     } else if (extension == u".asc") {
-        m_file->SetSeparator(Constants::CommaSplit());
+        m_file->SetSeparator(SplitPatterns::CommaSplit());
     } else {
         // Rule: the location stands first here, and it is that of the reading.
         throw BException("BAsciiReader::Read", "Separator could not be determined automatically.");

@@ -3,11 +3,10 @@
 
 #include "schema/RowReader.h"
 #include "schema/TypeWidening.h"
-#include "text/Constants.h"
+#include "text/OptionRules.h"
 
 #include <Orvane/BException.h>
 #include <Orvane/BNumbers.h>
-#include <Orvane/Constants.h>
 
 #include <algorithm>
 #include <utility>
@@ -16,7 +15,6 @@ namespace AsciiReader::AsciiSchema {
 
 using Orvane::BAttributeDef;
 using Orvane::BAttributeDefs;
-using Orvane::BParamList;
 using Orvane::BString;
 using Orvane::EVariantType;
 
@@ -69,24 +67,22 @@ std::vector<PlacedDefinition> PlaceDefinitions(const std::vector<BString>& defin
 } // namespace
 
 BAttributeDefs Schema(const std::vector<BString>& lines,
-                      const BParamList& params,
+                      const ReadOptions& options,
                       const QRegularExpression& separator)
 {
-    const std::int64_t sampleSize = params.HasProperty(Constants::SampleSizeKey())
-                                        ? params.GetInteger(Constants::SampleSizeKey(), 0)
-                                        : Constants::kDefaultSampleSize;
     if (lines.empty()) {
         throw Orvane::BFileContentNotValidException("AsciiSchema::Schema",
                                                     "There was no readable data in the file.");
     }
     // Rule: a negative sample size takes every line, 0 takes none.
-    const std::size_t count = sampleSize < 0
-                                  ? lines.size()
-                                  : std::min(lines.size(), static_cast<std::size_t>(sampleSize));
+    const std::size_t count =
+        options.sampleSize < 0
+            ? lines.size()
+            : std::min(lines.size(), static_cast<std::size_t>(options.sampleSize));
     Orvane::CheckSubscript(0, count);
-    RowReader reader(params, separator);
+    RowReader reader(options, separator);
     std::vector<Row> rows;
-    if (params.HasProperty(Orvane::AUTO_SCHEMA)) {
+    if (options.infersSchema) {
         rows.reserve(count);
         for (std::size_t index = 0; index < count; ++index) {
             try {
@@ -98,42 +94,45 @@ BAttributeDefs Schema(const std::vector<BString>& lines,
                 RethrowWithLine(index, error);
             }
         }
-        return InferSchema(rows, params);
+        return InferSchema(rows, options);
     }
-    if (params.HasProperty(Orvane::COLUMN_DEFINITION)) {
+    if (options.columnDefinitions) {
         const std::size_t columnCount = reader.Split(TextView(lines.front().View()));
-        return SetSchema(params, static_cast<unsigned>(columnCount), rows);
+        return SetSchema(options, static_cast<unsigned>(columnCount), rows);
     }
     return {};
 }
 
-BAttributeDefs InferSchema(std::vector<Row>& rows, const BParamList& params)
+BAttributeDefs InferSchema(std::vector<Row>& rows, const ReadOptions& options)
 {
     BAttributeDefs schema;
-    if (!InitColumns(schema, Orvane::CheckedAt(rows, 0), params)) {
+    if (!InitColumns(schema, Orvane::CheckedAt(rows, 0), options)) {
         rows.erase(rows.begin());
     }
     for (const Row& row : rows) {
-        UpdateTypes(schema, row, params);
+        UpdateTypes(schema, row, options);
     }
     return schema;
 }
 
-bool InitColumns(BAttributeDefs& schema, const Row& row, const BParamList& params)
+bool InitColumns(BAttributeDefs& schema, const Row& row, const ReadOptions& options)
 {
-    const CoordinateColumns columns(params);
-    const bool hasNames = IsTrue(params, Orvane::FIRST_LINE_COLUMN_NAMES);
+    const auto isCoordinate = [&options](std::int32_t fieldIndex) {
+        return fieldIndex == options.x.fieldIndex || fieldIndex == options.y.fieldIndex ||
+               fieldIndex == options.z.fieldIndex;
+    };
+    const bool hasNames = options.hasColumnNames;
     schema.Reserve(schema.GetCount() + row.size());
     // Rule: default names count the file's columns from 1, coordinate columns included.
     std::int32_t column = 0;
     for (const BString& field : row) {
-        while (columns.Contains(column)) {
+        while (isCoordinate(column)) {
             ++column;
         }
         ++column;
         BString name = hasNames ? field.Trim() : BString();
         if (name.IsEmpty()) {
-            name = BString::Format("C%i", column);
+            name = OptionRules::MakeColumnName(column);
         }
         BAttributeDef def;
         def.SetName(name);
@@ -142,19 +141,20 @@ bool InitColumns(BAttributeDefs& schema, const Row& row, const BParamList& param
     return !hasNames;
 }
 
-void UpdateTypes(BAttributeDefs& schema, const Row& row, const BParamList& params)
+void UpdateTypes(BAttributeDefs& schema, const Row& row, const ReadOptions& options)
 {
     std::vector<std::u16string_view> fields;
     fields.reserve(row.size());
     for (const BString& field : row) {
         fields.push_back(field.View());
     }
-    WidenTypes(schema, fields, IsTrue(params, Orvane::PRESERVE_NUMERIC_STRINGS));
+    WidenTypes(schema, fields, options.keepsNumericTexts);
 }
 
-BAttributeDefs SetSchema(const BParamList& params, unsigned columnCount, std::vector<Row>& rows)
+BAttributeDefs SetSchema(const ReadOptions& options, unsigned columnCount, std::vector<Row>& rows)
 {
-    const std::vector<BString> definitions = params.GetStrings(Orvane::COLUMN_DEFINITION);
+    const std::vector<BString> definitions =
+        options.columnDefinitions.value_or(std::vector<BString>());
     BAttributeDefs schema;
     schema.Reserve(definitions.size());
     BAttributeDef def;
@@ -170,15 +170,12 @@ BAttributeDefs SetSchema(const BParamList& params, unsigned columnCount, std::ve
         def.SetPrecision(Orvane::BNumbers::Atoi(values[4].Ascii()));
         schema.Add(def);
     }
-    std::int64_t expected = columnCount;
-    for (const BString* key : {&Orvane::X_COLUMN, &Orvane::Y_COLUMN, &Orvane::Z_COLUMN}) {
-        expected -= params.HasProperty(*key) ? 1 : 0;
-    }
-    if (static_cast<std::int64_t>(schema.GetCount()) == expected) {
+    // Rule: each coordinate key that is there counts as a column, alone or not.
+    if (schema.GetCount() + options.CountCoordinateKeys() == columnCount) {
         return schema;
     }
     // Rule: definitions that do not account for the columns are dropped for inference.
-    return InferSchema(rows, params);
+    return InferSchema(rows, options);
 }
 
 } // namespace AsciiReader::AsciiSchema

@@ -1,5 +1,4 @@
 // Decides the attribute schema of a file by all of its rows.
-#include "file/AsciiFile.h"
 #include "lines/BlockRows.h"
 #include "schema/AsciiSchema.h"
 #include "schema/RowReader.h"
@@ -12,7 +11,6 @@ namespace AsciiReader::AsciiSchema {
 
 using Orvane::BAttributeDef;
 using Orvane::BAttributeDefs;
-using Orvane::BParamList;
 using Orvane::EVariantType;
 
 namespace {
@@ -22,22 +20,19 @@ namespace {
 class AllRows
 {
 public:
-    AllRows(LineSource& lines,
-            bool ignoresBlankRows,
-            const BParamList& params,
-            const QRegularExpression& separator)
-        : m_params(params)
-        , m_reader(params, separator)
-        , m_keepsText(IsTrue(params, Orvane::PRESERVE_NUMERIC_STRINGS))
+    AllRows(LineSource& lines, const ReadOptions& options, const QRegularExpression& separator)
+        : m_options(options)
+        , m_reader(options, separator)
+        , m_keepsText(options.keepsNumericTexts)
         , m_kernels(Kernels::Best())
-        , m_rows(lines, ignoresBlankRows)
+        , m_rows(lines)
     {}
 
     void TakeFirst(const TextView& line)
     {
         const std::size_t count = m_reader.Split(line);
         m_reader.RemoveCoordinates();
-        if (InitColumns(m_schema, m_reader.MakeRow(), m_params)) {
+        if (InitColumns(m_schema, m_reader.MakeRow(), m_options)) {
             WidenByRow();
         }
         m_fieldOfColumn.resize(count);
@@ -140,7 +135,7 @@ private:
         }
     }
 
-    const BParamList& m_params;
+    const ReadOptions& m_options;
     RowReader m_reader;
     bool m_keepsText;
     const Kernels::Set& m_kernels;
@@ -157,22 +152,22 @@ private:
 } // namespace
 
 BAttributeDefs
-ScanAllRows(AsciiFile& file, const BParamList& params, const QRegularExpression& separator)
+ScanAllRows(LineSource& lines, const ReadOptions& options, const QRegularExpression& separator)
 {
-    AllRows rows(file.m_lines, file.m_ignoreBlankRows, params, separator);
+    AllRows rows(lines, options, separator);
     SourceLine line;
-    file.NextLine(line);
+    lines.Next(line);
     try {
-        if (!file.AtEnd()) {
+        if (!lines.AtEnd()) {
             rows.TakeFirst(line.text);
         }
-        while (!file.AtEnd()) {
+        while (!lines.AtEnd()) {
             if (rows.TakeBlock()) {
                 continue;
             }
             // Rule: the entry at which the file is at its end is no row.
-            file.NextLine(line);
-            if (!file.AtEnd()) {
+            lines.Next(line);
+            if (!lines.AtEnd()) {
                 rows.Take(line.text);
             }
         }

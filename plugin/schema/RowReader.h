@@ -3,11 +3,10 @@
 
 #include "text/AsciiUtils.h"
 #include "text/CoordinateColumns.h"
+#include "text/ReadOptions.h"
 #include "text/Separator.h"
 
 #include <Orvane/BException.h>
-#include <Orvane/BKeyValuePairs.h>
-#include <Orvane/Constants.h>
 
 #include <QRegularExpression>
 
@@ -17,47 +16,16 @@
 
 namespace AsciiReader::AsciiSchema {
 
-inline bool IsTrue(const Orvane::BParamList& params, const Orvane::BString& key)
-{
-    return params.HasProperty(key) && params.GetBoolean(key, false);
-}
-
-/// The column numbers of the options, -1 for those that are absent.
-struct CoordinateColumns
-{
-    explicit CoordinateColumns(const Orvane::BParamList& params)
-        : x(Get(params, Orvane::X_COLUMN))
-        , y(Get(params, Orvane::Y_COLUMN))
-        , z(Get(params, Orvane::Z_COLUMN))
-        , areInRows(params.HasProperty(Orvane::X_COLUMN) && params.HasProperty(Orvane::Y_COLUMN))
-    {}
-
-    static std::int32_t Get(const Orvane::BParamList& params, const Orvane::BString& key)
-    {
-        return params.HasProperty(key) ? params.GetInteger(key, 0) : -1;
-    }
-
-    [[nodiscard]] bool Contains(std::int32_t column) const noexcept
-    {
-        return column == x || column == y || column == z;
-    }
-
-    std::int32_t x;
-    std::int32_t y;
-    std::int32_t z;
-    bool areInRows;
-};
-
-/// Splits lines and takes the coordinate columns out.
+/// Splits lines and removes the coordinate columns.
 class RowReader
 {
 public:
-    RowReader(const Orvane::BParamList& params, const QRegularExpression& separator)
-        : m_columns(params)
-        , m_separator(separator,
-                      params.HasProperty(Orvane::FIELD_LENGTH)
-                          ? params.GetIntegers(Orvane::FIELD_LENGTH)
-                          : std::vector<std::int32_t>())
+    RowReader(const ReadOptions& options, const QRegularExpression& separator)
+        : m_hasCoordinates(options.HasCoordinates())
+        , m_xIndex(options.x.fieldIndex)
+        , m_yIndex(options.y.fieldIndex)
+        , m_zIndex(options.z.fieldIndex)
+        , m_separator(separator, options.fieldLengths)
     {}
 
     /// @return fields of the line before the coordinate columns went
@@ -76,8 +44,8 @@ public:
     template <typename Fields>
     void RemoveCoordinatesFrom(Fields& fields) const
     {
-        if (m_columns.areInRows) {
-            RemoveCoordinateColumns(fields, m_columns.x, m_columns.y, m_columns.z);
+        if (m_hasCoordinates) {
+            RemoveCoordinateColumns(fields, m_xIndex, m_yIndex, m_zIndex);
         }
     }
 
@@ -98,7 +66,10 @@ public:
     }
 
 private:
-    CoordinateColumns m_columns;
+    bool m_hasCoordinates;
+    std::int32_t m_xIndex;
+    std::int32_t m_yIndex;
+    std::int32_t m_zIndex;
     Separator m_separator;
     SplitRow m_row;
 };

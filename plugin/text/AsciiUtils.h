@@ -29,9 +29,9 @@ namespace AsciiUtils {
 ///   becomes one quote, left to right; then each backslash in front of a quote goes. A line whose
 ///   parts were all empty before that has no fields at all.
 ///
-/// A pattern that stands for a literal separator outside quotes (the split patterns of
-/// Constants.h, or MakeSeparatorPattern's result) costs time linear in the line, whatever its
-/// length and its quotes; any other pattern costs what the regular-expression engine costs.
+/// A pattern that stands for a literal separator outside quotes (those of SplitPatterns.h) costs
+/// time linear in the line, whatever its length and its quotes; any other pattern costs what the
+/// regular-expression engine costs.
 Row SplitLine(const QString& line,
               const QRegularExpression& separator,
               const std::vector<std::int32_t>& columnWidths);

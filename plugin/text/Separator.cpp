@@ -1,7 +1,6 @@
 // Cuts lines into fields by literal, by pattern or by widths, and takes the quotes off.
 #include "text/Separator.h"
 
-#include "text/Constants.h"
 #include "text/ValueRules.h"
 
 #include <algorithm>
@@ -245,12 +244,6 @@ std::u16string_view Unquote(std::u16string_view part, std::u16string& scratch)
     scratch.reserve(part.size());
     bool isHalf = false;
     return UnquotePart(part, ETextUnit::Utf16, scratch, isHalf);
-}
-
-QRegularExpression MakeSeparatorPattern(const QString& literal)
-{
-    return QRegularExpression(Constants::SeparatorTemplate().arg(
-        QRegularExpression::escape(literal), 0, QLatin1Char(' ')));
 }
 
 Separator::Separator(const QRegularExpression& pattern, std::vector<std::int32_t> columnWidths)

@@ -4,7 +4,6 @@
 #include "text/TextView.h"
 
 #include <QRegularExpression>
-#include <QString>
 
 #include <cstddef>
 #include <cstdint>
@@ -125,8 +124,5 @@ std::string_view DropOuterQuotes(std::string_view part, ETextUnit unit);
 bool Unquote(std::string_view part, ETextUnit unit, std::string& scratch, std::string_view& result);
 /// The same on UTF-16.
 std::u16string_view Unquote(std::u16string_view part, std::u16string& scratch);
-
-/// The pattern of a literal separator outside quotes.
-QRegularExpression MakeSeparatorPattern(const QString& literal);
 
 } // namespace AsciiReader

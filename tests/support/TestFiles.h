@@ -67,13 +67,13 @@ private:
 };
 
 /// An option list written as a chain: Options().Set(X_COLUMN, 0).Set(Y_COLUMN, 1).
-class Options
+class Options : public Orvane::BParamList
 {
 public:
     template <typename T>
     Options& Set(const BString& key, const T& value)
     {
-        m_params.Add(key, value);
+        Add(key, value);
         return *this;
     }
 
@@ -81,12 +81,6 @@ public:
     Options& XYZ(std::int32_t xIndex, std::int32_t yIndex, std::int32_t zIndex);
     /// FIRST_LINE_COLUMN_NAMES true.
     Options& Names();
-
-    // An option list is what this builder is for, so it passes as one.
-    operator const Orvane::BParamList&() const noexcept { return m_params; } // NOLINT
-
-private:
-    Orvane::BParamList m_params;
 };
 
 /// What an action threw, as texts. `className` is empty when it threw nothing.

@@ -2,7 +2,7 @@
 #include "proxy/BAsciiProxy.h"
 #include "reader/BAsciiReader.h"
 #include "support/TestFiles.h"
-#include "text/Constants.h"
+#include "text/OptionRules.h"
 
 #include <Orvane/Constants.h>
 
@@ -343,9 +343,9 @@ std::vector<BString> AllKeys()
             ASCII_HEADER_BLANK_LINE,
             ASCII_HEADER_COUNT,
             NUM_COLUMNS,
-            AsciiReader::Constants::SampleSizeKey(),
-            AsciiReader::Constants::CodecKey(),
-            AsciiReader::Constants::LocaleCodecKey(),
+            AsciiReader::OptionRules::SampleSizeKey(),
+            AsciiReader::OptionRules::CodecKey(),
+            AsciiReader::OptionRules::LocaleCodecKey(),
             BString(),
             "x_column"};
 }

@@ -2,7 +2,7 @@
 #include "file/AsciiFile.h"
 
 #include "support/TestFiles.h"
-#include "text/Constants.h"
+#include "text/SplitPatterns.h"
 
 #include <Orvane/Constants.h>
 
@@ -40,7 +40,7 @@ TEST(AsciiFileConstruction, IsDeletedThroughItsBase)
 TEST(AsciiFileConstruction, BeginsWithTheCommaPatternAndWithoutWidths)
 {
     const AsciiFile file("some.csv", AsciiFile::kRead, Options());
-    EXPECT_EQ(file.GetSeparator().pattern(), AsciiReader::Constants::CommaSplit().pattern());
+    EXPECT_EQ(file.GetSeparator().pattern(), AsciiReader::SplitPatterns::CommaSplit().pattern());
     EXPECT_TRUE(file.GetColumnWidths().empty());
     EXPECT_EQ(file.GetMode(), AsciiFile::kRead);
     EXPECT_EQ(file.GetSchema().GetCount(), 0U);

@@ -1,7 +1,7 @@
 // Choosing between comma and tab by the next two lines.
 #include "file/AsciiFile.h"
 #include "support/TestFiles.h"
-#include "text/Constants.h"
+#include "text/SplitPatterns.h"
 
 #include <Orvane/Constants.h>
 
@@ -13,8 +13,8 @@
 namespace {
 
 using AsciiReader::AsciiFile;
-using AsciiReader::Constants::CommaSplit;
-using AsciiReader::Constants::TabSplit;
+using AsciiReader::SplitPatterns::CommaSplit;
+using AsciiReader::SplitPatterns::TabSplit;
 using Orvane::BString;
 using TestSupport::ExpectBException;
 using TestSupport::ExpectSubclass;

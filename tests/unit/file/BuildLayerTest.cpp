@@ -1,7 +1,8 @@
 // Schema, layer and rows of an opened file.
 #include "file/AsciiFile.h"
 #include "support/TestFiles.h"
-#include "text/Constants.h"
+#include "text/OptionRules.h"
+#include "text/SplitPatterns.h"
 
 #include <Orvane/BFeature.h>
 #include <Orvane/BPointGeo.h>
@@ -22,7 +23,7 @@
 namespace {
 
 using AsciiReader::AsciiFile;
-using AsciiReader::Constants::SampleSizeKey;
+using AsciiReader::OptionRules::SampleSizeKey;
 using Orvane::BString;
 using TestSupport::Describe;
 using TestSupport::ExpectBException;
@@ -431,7 +432,7 @@ TEST_F(AsciiFileBuildLayer, SaysThatThePageAndNotTheLineFailedWhenARowCanNotBeSt
 {
     // Rows of one and of two fields in turn are taken one by one.
     AsciiFile& file = Prepare("a,b\nc\nd,e\nf\ng,h\n");
-    file.SetDiskCache(true, 2, m_folder.Name("no-such-folder/cache"));
+    file.SetDiskCache(true, m_folder.Name("no-such-folder/cache"), 2);
     file.BuildSchema();
     file.CreateLayer();
     const TestSupport::Failure failure =
@@ -460,7 +461,7 @@ TEST_F(AsciiFileBuildLayer, TakesTheCommaForAPatternThatDoesNotCompile)
     AsciiFile& file = Prepare("a,b\n");
     file.SetSeparator(QRegularExpression(QStringLiteral("(")));
     EXPECT_TRUE(file.BuildLayer(0));
-    EXPECT_EQ(file.GetSeparator().pattern(), AsciiReader::Constants::CommaSplit().pattern());
+    EXPECT_EQ(file.GetSeparator().pattern(), AsciiReader::SplitPatterns::CommaSplit().pattern());
     EXPECT_EQ(Describe(*file.GetLayer()), (Lines{"1 (-) C1=11:a C2=11:b"}));
 }
 
@@ -643,7 +644,7 @@ TEST(AsciiFileCreateLayerRules, MakesALayerInMemoryByDefault)
 TEST_F(AsciiFileBuildLayer, MakesADiskCachedLayerWhenAsked)
 {
     AsciiFile file(m_folder.File("rows.csv", kTenRows), AsciiFile::kRead, Options());
-    file.SetDiskCache(true, 3, m_folder.Name("cache"));
+    file.SetDiskCache(true, m_folder.Name("cache"), 3);
     file.Open();
     file.Read();
     file.BuildSchema();

@@ -1,7 +1,7 @@
 // The first two lines by column.
 #include "file/AsciiFile.h"
 #include "support/TestFiles.h"
-#include "text/Constants.h"
+#include "text/SplitPatterns.h"
 
 #include <Orvane/Constants.h>
 
@@ -155,7 +155,7 @@ TEST_F(AsciiFileReadPreview, UsesTheSeparatorThatIsSet)
 {
     AsciiFile file(m_folder.File("a.csv", "a\tb\n1\t2\n"), AsciiFile::kRead, Options());
     file.Open();
-    file.SetSeparator(AsciiReader::Constants::TabSplit());
+    file.SetSeparator(AsciiReader::SplitPatterns::TabSplit());
     EXPECT_EQ(file.ReadPreview().GetInteger(Orvane::NUM_COLUMNS), 2);
 }
 

@@ -1,7 +1,7 @@
 // Header lines and the sample pass.
 #include "file/AsciiFile.h"
 #include "support/TestFiles.h"
-#include "text/Constants.h"
+#include "text/OptionRules.h"
 
 #include <Orvane/Constants.h>
 
@@ -15,7 +15,7 @@
 namespace {
 
 using AsciiReader::AsciiFile;
-using AsciiReader::Constants::SampleSizeKey;
+using AsciiReader::OptionRules::SampleSizeKey;
 using Orvane::BString;
 using TestSupport::ExpectSubclass;
 using TestSupport::Options;

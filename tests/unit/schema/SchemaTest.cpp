@@ -1,10 +1,14 @@
 // The schema of a file from its sample lines or from all rows.
-#include "file/AsciiFile.h"
+#include "lines/LineSource.h"
 #include "schema/AsciiSchema.h"
 #include "support/TestFiles.h"
-#include "text/Constants.h"
+#include "text/OptionRules.h"
+#include "text/SplitPatterns.h"
 
+#include <Orvane/BStringQt.h>
 #include <Orvane/Constants.h>
+
+#include <QFile>
 
 #include <gtest/gtest.h>
 
@@ -15,11 +19,12 @@
 
 namespace {
 
-using AsciiReader::AsciiFile;
+using AsciiReader::LineSource;
+using AsciiReader::ReadOptions;
 using AsciiReader::AsciiSchema::ScanAllRows;
 using AsciiReader::AsciiSchema::Schema;
-using AsciiReader::Constants::CommaSplit;
-using AsciiReader::Constants::SampleSizeKey;
+using AsciiReader::OptionRules::SampleSizeKey;
+using AsciiReader::SplitPatterns::CommaSplit;
 using Orvane::BString;
 using TestSupport::Describe;
 using TestSupport::ExpectBException;
@@ -179,10 +184,13 @@ class AsciiSchemaScanAllRows : public testing::Test
 protected:
     Lines Scan(std::string_view bytes, const Options& options) const
     {
-        AsciiFile file(m_folder.File("rows.csv", bytes), AsciiFile::kRead, options);
-        file.Open();
-        const Orvane::BAttributeDefs schema = ScanAllRows(file, options, CommaSplit());
-        EXPECT_TRUE(file.AtEnd());
+        QFile file(Orvane::MakeQString(m_folder.File("rows.csv", bytes)));
+        EXPECT_TRUE(file.open(QIODevice::ReadOnly | QIODevice::Unbuffered));
+        LineSource lines{ReadOptions(options)};
+        lines.SetDevice(&file);
+        const Orvane::BAttributeDefs schema =
+            ScanAllRows(lines, ReadOptions(options), CommaSplit());
+        EXPECT_TRUE(lines.AtEnd());
         return Describe(schema);
     }
 

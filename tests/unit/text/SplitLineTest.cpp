@@ -1,8 +1,8 @@
 // Cutting a logical line into fields.
 #include "support/TestFiles.h"
 #include "text/AsciiUtils.h"
-#include "text/Constants.h"
 #include "text/Separator.h"
+#include "text/SplitPatterns.h"
 
 #include <Orvane/BStringQt.h>
 
@@ -19,10 +19,10 @@ namespace {
 
 using AsciiReader::Row;
 using AsciiReader::AsciiUtils::SplitLine;
-using AsciiReader::Constants::CommaSplit;
-using AsciiReader::Constants::SeparatorTemplate;
-using AsciiReader::Constants::SpaceSplit;
-using AsciiReader::Constants::TabSplit;
+using AsciiReader::SplitPatterns::CommaSplit;
+using AsciiReader::SplitPatterns::SeparatorTemplate;
+using AsciiReader::SplitPatterns::SpaceSplit;
+using AsciiReader::SplitPatterns::TabSplit;
 using Orvane::BString;
 using TestSupport::Texts;
 
@@ -165,7 +165,8 @@ TEST(AsciiUtilsSplitLineSeparators, CutsALineWithALoneSurrogateAtTheEmptyLiteral
 {
     QString line = QStringLiteral("a\"b\"");
     line[0] = QChar(0xD83D);
-    const Row row = SplitLine(line, AsciiReader::MakeSeparatorPattern(QString()), kNoWidths);
+    const Row row =
+        SplitLine(line, AsciiReader::SplitPatterns::MakeSeparatorPattern(QString()), kNoWidths);
     ASSERT_EQ(row.size(), 4U);
     EXPECT_EQ(row[0], BString());
     EXPECT_EQ(row[1].View(), std::u16string(1, char16_t{0xD83D}));

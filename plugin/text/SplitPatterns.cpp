@@ -1,7 +1,7 @@
-// The texts and patterns that the whole plug-in shares.
-#include "text/Constants.h"
+// The patterns that cut a line into fields outside quotes.
+#include "text/SplitPatterns.h"
 
-namespace AsciiReader::Constants {
+namespace AsciiReader::SplitPatterns {
 
 namespace {
 
@@ -36,22 +36,10 @@ const QRegularExpression& SpaceSplit()
     return pattern;
 }
 
-const Orvane::BString& SampleSizeKey()
+QRegularExpression MakeSeparatorPattern(const QString& literal)
 {
-    static const Orvane::BString key(u"SCHEMA_SAMPLE_SIZE");
-    return key;
+    return QRegularExpression(
+        SeparatorTemplate().arg(QRegularExpression::escape(literal), 0, QLatin1Char(' ')));
 }
 
-const Orvane::BString& CodecKey()
-{
-    static const Orvane::BString key(u"CODEC");
-    return key;
-}
-
-const Orvane::BString& LocaleCodecKey()
-{
-    static const Orvane::BString key(u"CODECFORLOCALE");
-    return key;
-}
-
-} // namespace AsciiReader::Constants
+} // namespace AsciiReader::SplitPatterns

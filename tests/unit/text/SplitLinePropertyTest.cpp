@@ -1,7 +1,7 @@
 // Holds the splitting of random lines against the regular-expression engine.
 #include "support/TestFiles.h"
 #include "text/AsciiUtils.h"
-#include "text/Constants.h"
+#include "text/SplitPatterns.h"
 
 #include <Orvane/BStringQt.h>
 
@@ -81,7 +81,7 @@ TEST_P(AsciiUtilsSplitLineProperty, GivesTheFieldsOfTheRegularExpression)
     const QString separator = QString::fromUtf16(GetParam().separator);
     // Whole characters: on a line with a lone surrogate the engine gives up.
     const auto alphabet = QString::fromUtf16(GetParam().alphabet).toUcs4();
-    const QRegularExpression pattern(AsciiReader::Constants::SeparatorTemplate().arg(
+    const QRegularExpression pattern(AsciiReader::SplitPatterns::SeparatorTemplate().arg(
         QRegularExpression::escape(separator), 0, QLatin1Char(' ')));
     ASSERT_TRUE(pattern.isValid());
 

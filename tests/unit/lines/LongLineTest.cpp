@@ -27,19 +27,19 @@ constexpr std::size_t kLongest = 100;
 class LongLines
 {
 public:
-    explicit LongLines(const std::string& bytes)
+    explicit LongLines(const std::string& bytes, const Options& options = Options())
         : m_path(m_folder.File("long.csv", bytes))
         , m_device(Orvane::MakeQString(m_path))
-        , m_lines(kBlock, kLongest)
+        , m_lines(options, kBlock, kLongest)
     {
         m_device.open(QIODevice::ReadOnly | QIODevice::Unbuffered);
         m_lines.SetDevice(&m_device);
     }
 
-    BString Next(const Options& options = Options())
+    BString Next()
     {
         SourceLine line;
-        m_lines.Next(options, true, line);
+        m_lines.Next(line);
         return line.text.ToString();
     }
 
@@ -88,8 +88,8 @@ TEST(LineSourceLongLines, CharactersOfTwoBytesCountOnce)
     for (int count = 0; count < 1000; ++count) {
         bytes += std::string("a\0", 2);
     }
-    LongLines lines(bytes);
-    ExpectBException([&] { lines.Next(Options().Set("CODEC", "UTF-16LE")); },
+    LongLines lines(bytes, Options().Set("CODEC", "UTF-16LE"));
+    ExpectBException([&] { lines.Next(); },
                      lines.Message(),
                      "AsciiFile::GetSafeLine",
                      "There is no line ending up to byte 208.");
