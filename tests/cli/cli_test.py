@@ -1401,6 +1401,15 @@ class OddValuesTest(CliTest):
         super().setUp()
         self.write("odd.csv", "1\n")
 
+    def test_half_a_pair_of_surrogates_is_told_as_in_layers(self):
+        self.write("half-pair.csv", "1\n")
+        result = self.run_orvane("read", "half-pair.csv", "--plugin", FAKE, "--json")
+        self.assertEqual(result.status, 1)
+        self.assertEqual(
+            result.out,
+            '{"ok":false,"exception":"BException","location":"a\\ud800b","message":"a\\ud800b",'
+            '"details":"a\\ud800b"}\n')
+
     def test_json_holds_every_type_and_the_ends_of_their_ranges(self):
         result = self.succeed("read", "odd.csv", "--plugin", FAKE, "--json")
         self.assertIn('["",9,0.30000000000000004]', result.out)

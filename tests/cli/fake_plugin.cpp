@@ -175,6 +175,10 @@ protected:
         if (is(u"swapped")) {
             throw Orvane::BException("the message\n\x1B[0m", "the location", "the\tdetails");
         }
+        if (is(u"half-pair")) {
+            const BString half = std::u16string{u'a', static_cast<char16_t>(0xD800), u'b'};
+            throw Orvane::BException(half, half, half);
+        }
         if (is(u"slow-open")) {
             Mark();
             std::this_thread::sleep_for(std::chrono::seconds(60));
