@@ -47,12 +47,15 @@ class InstallTest(unittest.TestCase):
     def test_everything_is_in_its_place(self):
         self.install()
         files = self.files()
-        for name in ("bin/orvane", f"{LIBDIR}/liborvanesdk.so", f"{LIBDIR}/orvane/AsciiReader.so",
+        for name in ("bin/orvane", f"{LIBDIR}/liborvanesdk.so", f"{LIBDIR}/liborvaneimport.so",
+                     f"{LIBDIR}/orvane/AsciiReader.so",
                      f"{LIBDIR}/cmake/Orvane/OrvaneConfig.cmake", "include/Orvane/BString.h",
                      "share/doc/orvane/command-line.md", "share/orvane/installed-files.txt"):
             self.assertIn(name, files)
-        headers = {path.name for path in (SOURCE / "sdk/include/Orvane").glob("*.h")}
-        self.assertLessEqual({f"include/Orvane/{name}" for name in headers}, set(files))
+        for library in ("sdk", "import", "export"):
+            folder = SOURCE / library / "include"
+            headers = {f"include/{path.relative_to(folder)}" for path in folder.rglob("*.h")}
+            self.assertLessEqual(headers, set(files))
         listed = (self.prefix / "share/orvane/installed-files.txt").read_text().splitlines()
         self.assertEqual(sorted([*listed, "share/orvane/installed-files.txt"]), files)
 
