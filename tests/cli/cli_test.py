@@ -285,9 +285,10 @@ class HelpTest(CliTest):
         self.assertEqual(self.help("version"), version)
 
     def test_lines_are_as_wide_as_asked_for(self):
-        for columns, widest in ((None, 80), (40, 40), (57, 57), (63, 63), (64, 64), (100, 100), (120, 120),
+        every = ([], *([name] for name in self.COMMANDS))
+        for columns, widest in ((None, 80), (40, 40), (57, 57), (63, 63), (64, 64), (120, 120),
                                 (10, 40), (500, 120), (0, 80), (-5, 80), ("", 80), ("wide", 80), ("9" * 30, 80)):
-            for command in ([], *([name] for name in self.COMMANDS)):
+            for command in every if columns in (None, 40, 120) else (["import"],):
                 with self.subTest(columns=columns, command=command):
                     lines = self.help(*command, "--help", columns=columns).splitlines()
                     # A word longer than its line, as an option of an example, stays whole.
@@ -1099,7 +1100,8 @@ class DiskCacheTest(CliTest):
 
     def test_goes_to_disk_by_itself_when_memory_is_short_and_says_so(self):
         # Rows of empty whole numbers: a byte of the file takes four in memory, and is estimated at
-        # eight, so that the layer in memory fits all the same.
+        # eight, so that the layer in memory fits all the same. FlatGeobuf has no bytes for empty
+        # values, so that it is written quickly.
         columns = 200
         lines = ["x,y" + "".join(f",n{index}" for index in range(columns))]
         lines += ["1,2" + ",7" * columns] * 200 + ["1,2" + "," * columns] * 60000
@@ -1120,21 +1122,21 @@ class DiskCacheTest(CliTest):
 
         cache = self.path("cache")
         self.assertRegex(
-            run("disk.csv", cache).err,
+            run("disk.fgb", cache).err,
             needed + "its pages go to a file in " + re.escape(cache)
             + r" \(--no-disk-cache keeps them in memory\)\n$")
         self.assertRegex(
-            run("no-folder.csv", self.path("missing")).err,
+            run("no-folder.fgb", self.path("missing")).err,
             needed + r"there is no folder for its pages, so that they stay in memory "
             r"\(--disk-cache=DIR takes another folder\)\n$")
         # Who says what is wanted is told nothing.
-        self.assertEqual(run("memory.csv", cache, "--no-disk-cache").err, "")
-        self.assertEqual(run("asked.csv", cache, "--disk-cache").err, "")
-        for name in ("no-folder.csv", "memory.csv", "asked.csv"):
-            self.assertEqual(self.content(name), self.content("disk.csv"))
+        self.assertEqual(run("memory.fgb", cache, "--no-disk-cache").err, "")
+        self.assertEqual(run("asked.fgb", cache, "--disk-cache").err, "")
+        for name in ("no-folder.fgb", "memory.fgb", "asked.fgb"):
+            self.assertEqual(self.content(name), self.content("disk.fgb"))
         self.assert_cache_empty()
         # MAX_RECORDS makes the layer small.
-        self.assertEqual(run("few.csv", cache, "-o", "MAX_RECORDS=1000").err, "")
+        self.assertEqual(run("few.fgb", cache, "-o", "MAX_RECORDS=1000").err, "")
 
 
 class ImportColumnsTest(CliTest):
