@@ -1,0 +1,417 @@
+// Shapes of cells in vectors of sixteen bytes, and a small table of the shapes met last.
+#include "ColumnProfile.h"
+
+#include "../values/FoldedCell.h"
+
+#include <algorithm>
+#include <bit>
+#include <cstring>
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
+namespace Orvane::Import::Scan {
+
+namespace {
+
+using Values::ECell;
+
+constexpr std::size_t kShort = 16;
+/// A column whose cells are text in so many cases, and in most, is text.
+constexpr std::uint64_t kProofOfText = 1024;
+
+constexpr std::array<std::uint8_t, 32> kKeepFirst = {
+    0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF};
+
+struct Halves
+{
+    std::uint64_t low;
+    std::uint64_t high;
+};
+
+/// A cell's bytes and its shape. Digits are `0` in the shape; a zero at the front with a digit
+/// after it is `1`, because it makes a code of a number.
+struct Shaped
+{
+    Halves bytes;
+    Halves shape;
+};
+
+#if defined(__SSE2__)
+Halves ToHalves(__m128i vector) noexcept
+{
+    return {static_cast<std::uint64_t>(_mm_cvtsi128_si64(vector)),
+            static_cast<std::uint64_t>(_mm_cvtsi128_si64(_mm_unpackhi_epi64(vector, vector)))};
+}
+
+inline Shaped ShapeOf(const char* text, std::size_t length) noexcept
+{
+    const __m128i keep =
+        _mm_loadu_si128(reinterpret_cast<const __m128i*>(kKeepFirst.data() + kShort - length));
+    const __m128i bytes =
+        _mm_and_si128(_mm_loadu_si128(reinterpret_cast<const __m128i*>(text)), keep);
+    const __m128i zero = _mm_set1_epi8('0');
+    const __m128i offset = _mm_sub_epi8(bytes, zero);
+    const __m128i isDigit = _mm_cmpeq_epi8(_mm_min_epu8(offset, _mm_set1_epi8(9)), offset);
+    __m128i shape = _mm_or_si128(_mm_andnot_si128(isDigit, bytes), _mm_and_si128(isDigit, zero));
+    const __m128i isFirst = _mm_andnot_si128(_mm_slli_si128(isDigit, 1), isDigit);
+    const __m128i leads = _mm_and_si128(isFirst, _mm_srli_si128(isDigit, 1));
+    const __m128i isLeadingZero = _mm_and_si128(leads, _mm_cmpeq_epi8(bytes, zero));
+    // Where a number begins: at the front, or after its sign.
+    shape = _mm_xor_si128(shape, _mm_and_si128(isLeadingZero, _mm_set_epi32(0, 0, 0, 0x0101)));
+    return {ToHalves(bytes), ToHalves(shape)};
+}
+#else
+inline Shaped ShapeOf(const char* text, std::size_t length) noexcept
+{
+    std::array<char, kShort> bytes{};
+    std::memcpy(bytes.data(), text, length);
+    std::array<char, kShort> shape = bytes;
+    for (std::size_t i = 0; i < length; ++i) {
+        shape[i] = Values::IsDigit(bytes[i]) ? '0' : bytes[i];
+    }
+    for (std::size_t i = 0; i < 2; ++i) {
+        if (bytes[i] == '0' && Values::IsDigit(bytes[i + 1]) &&
+            (i == 0 || !Values::IsDigit(bytes[i - 1]))) {
+            shape[i] = '1';
+        }
+    }
+    Shaped result{};
+    std::memcpy(&result.bytes, bytes.data(), kShort);
+    std::memcpy(&result.shape, shape.data(), kShort);
+    return result;
+}
+#endif
+
+std::uint64_t ToBigEndian(std::uint64_t half) noexcept
+{
+    if constexpr (std::endian::native == std::endian::little) {
+        return __builtin_bswap64(half);
+    }
+    return half;
+}
+
+std::size_t HashOf(const Halves& shape, std::size_t length) noexcept
+{
+    return static_cast<std::size_t>((shape.low ^ (shape.high * 31) ^ length) *
+                                    0x9E3779B97F4A7C15ULL);
+}
+
+bool IsNumber(ECell cell) noexcept
+{
+    return cell == ECell::Integer || cell == ECell::Decimal;
+}
+
+/// Whether cells of a shape may differ in class or forms by their digits alone. Those of a text do
+/// too, but a column with a text in it is text whatever the others are.
+bool DependsOnDigits(const Values::CellReading& reading, std::string_view cell) noexcept
+{
+    switch (reading.cell) {
+    case ECell::Date:
+    case ECell::Time:
+    case ECell::DateTime:
+    case ECell::Angle:
+        return true;
+    case ECell::Decimal:
+        return cell.find_first_of("eE") != std::string_view::npos;
+    default:
+        return reading.time.dateForms != 0;
+    }
+}
+
+std::string CutExample(std::string_view cell)
+{
+    return std::string(cell.substr(0, kExampleBytes));
+}
+
+} // namespace
+
+std::uint64_t ColumnFacts::CountAll() const
+{
+    std::uint64_t count = unexamined;
+    for (const ClassFacts& facts : classes) {
+        count += facts.count;
+    }
+    return count;
+}
+
+std::uint64_t ColumnFacts::CountValues() const
+{
+    return CountAll() - Count(ECell::Empty) - Count(ECell::NullWord);
+}
+
+ColumnProfile::ColumnProfile(std::size_t slots)
+    : m_slots(slots)
+    , m_shift(64U - static_cast<unsigned>(std::countr_zero(slots)))
+{}
+
+std::uint8_t ColumnProfile::FindWord(std::string_view cell)
+{
+    if (m_facts.hasManyWords) {
+        return 0;
+    }
+    std::vector<WordFacts>& words = m_facts.wordFacts;
+    for (std::size_t index = 0; index < words.size(); ++index) {
+        if (words[index].text == cell) {
+            return static_cast<std::uint8_t>(index + 1);
+        }
+    }
+    if (words.size() == kMostWords) {
+        words.clear();
+        m_facts.hasManyWords = true;
+        return 0;
+    }
+    words.push_back({std::string(cell), 0});
+    return static_cast<std::uint8_t>(words.size());
+}
+
+void ColumnProfile::Merge(const Values::CellReading& reading,
+                          std::string_view cell,
+                          const Position& position)
+{
+    ColumnFacts& facts = m_facts;
+    facts.readings = static_cast<std::uint8_t>(facts.readings & reading.readings);
+    facts.words = static_cast<std::uint8_t>(facts.words | reading.words);
+    if (reading.number.notations != 0 && reading.cell != ECell::Code) {
+        facts.notations = static_cast<std::uint16_t>(facts.notations & reading.number.notations);
+    }
+    if (reading.time.dateForms != 0) {
+        facts.dateForms &= reading.time.dateForms;
+    }
+    facts.withOffset += reading.time.hasOffset ? 1U : 0U;
+    if (reading.angle.isAngle) {
+        facts.angleParts = std::max(facts.angleParts, reading.angle.parts);
+        facts.markedAngles += reading.angle.hasMarks || reading.angle.letter != 0 ? 1U : 0U;
+        facts.contradictions +=
+            reading.angle.isContradiction && reading.cell == ECell::Angle ? 1U : 0U;
+        ++facts.letters[static_cast<std::size_t>(reading.angle.letter)];
+    }
+    if (reading.cell == ECell::Decimal) {
+        facts.mostDecimals = std::max(facts.mostDecimals, reading.number.decimals);
+    }
+    std::vector<Example>& examples = facts.classes[static_cast<std::size_t>(reading.cell)].examples;
+    if (examples.size() < kMostExamples &&
+        std::none_of(examples.begin(), examples.end(), [&](const Example& example) {
+            return example.text == CutExample(cell);
+        })) {
+        examples.push_back({position, CutExample(cell)});
+    }
+}
+
+void ColumnProfile::AddNumbers(double least,
+                               std::uint64_t atLeast,
+                               double most,
+                               std::uint64_t atMost)
+{
+    ColumnFacts& facts = m_facts;
+    if (!facts.hasNumbers || least < facts.least) {
+        facts.least = least;
+        facts.atLeast = atLeast;
+    } else if (least == facts.least) {
+        facts.atLeast += atLeast;
+    }
+    if (!facts.hasNumbers || most > facts.most) {
+        facts.most = most;
+        facts.atMost = atMost;
+    } else if (most == facts.most) {
+        facts.atMost += atMost;
+    }
+    facts.hasNumbers = true;
+    facts.unpackable += Values::CanBePacked(least) && Values::CanBePacked(most) ? 0U : 1U;
+}
+
+void ColumnProfile::Examine(std::string_view cell, const Position& position)
+{
+    const Values::CellReading reading = Values::ReadCell(cell);
+    Merge(reading, cell, position);
+    ++m_facts.classes[static_cast<std::size_t>(reading.cell)].count;
+    if (IsNumber(reading.cell)) {
+        const double value = Values::ToDouble(cell, Values::NotationPlain);
+        AddNumbers(value, 1, value, 1);
+    }
+    if (reading.cell == ECell::Text && ++m_unproved >= kProofOfText) {
+        TryProve();
+    }
+}
+
+void ColumnProfile::TryProve()
+{
+    m_unproved = 0;
+    const std::uint64_t texts = m_facts.Count(ECell::Text);
+    m_isText = texts >= kProofOfText && texts * 2 > m_facts.CountValues();
+}
+
+void ColumnProfile::Flush(Slot& slot)
+{
+    if (slot.count == 0) {
+        return;
+    }
+    m_facts.classes[static_cast<std::size_t>(slot.cell)].count += slot.count;
+    if (slot.isPadded) {
+        m_facts.padded += slot.count;
+    }
+    if (slot.word != 0 && !m_facts.hasManyWords) {
+        m_facts.wordFacts[slot.word - 1U].count += slot.count;
+    }
+    if (slot.isOrdered) {
+        const auto valueOf = [&](const Key& key) {
+            const Halves halves{ToBigEndian(key.high), ToBigEndian(key.low)};
+            std::array<char, kShort> text{};
+            std::memcpy(text.data(), &halves, kShort);
+            return Values::ToDouble({text.data(), slot.length}, Values::NotationPlain);
+        };
+        const double first = valueOf(slot.least);
+        const double second = valueOf(slot.most);
+        // Of negative numbers the longest text is the least value.
+        if (first <= second) {
+            AddNumbers(first, slot.atLeast, second, slot.atMost);
+        } else {
+            AddNumbers(second, slot.atMost, first, slot.atLeast);
+        }
+    }
+    if (slot.cell == ECell::Text) {
+        m_unproved += slot.count;
+    }
+    slot.count = 0;
+}
+
+void ColumnProfile::Replace(
+    Slot& slot, const Key& shape, const Key& key, std::string_view cell, const Position& position)
+{
+    Flush(slot);
+    if (m_unproved >= kProofOfText) {
+        TryProve();
+    }
+    const Values::CellReading reading = Values::ReadCell(cell);
+    slot.shape = shape;
+    slot.length = static_cast<std::uint8_t>(cell.size());
+    slot.cell = reading.cell;
+    slot.isExamined = DependsOnDigits(reading, cell);
+    if (slot.isExamined) {
+        slot.count = 0;
+        Examine(cell, position);
+        return;
+    }
+    Merge(reading, cell, position);
+    slot.least = key;
+    slot.most = key;
+    slot.count = 1;
+    slot.atLeast = 1;
+    slot.atMost = 1;
+    slot.isOrdered = IsNumber(reading.cell);
+    slot.isPadded = reading.cell != ECell::Empty && Values::Trim(cell).size() != cell.size();
+    const bool isWord = reading.cell == ECell::Text || reading.cell == ECell::Boolean ||
+                        reading.cell == ECell::NullWord;
+    slot.word = isWord ? FindWord(cell) : std::uint8_t{0};
+}
+
+void ColumnProfile::AddExtreme(Slot& slot, const Key& key)
+{
+    if (key < slot.least) {
+        slot.least = key;
+        slot.atLeast = 1;
+    } else if (key == slot.least) {
+        ++slot.atLeast;
+    }
+    if (slot.most < key) {
+        slot.most = key;
+        slot.atMost = 1;
+    } else if (key == slot.most) {
+        ++slot.atMost;
+    }
+}
+
+template <typename Locate>
+inline void ColumnProfile::AddShortAt(const char* text, std::size_t length, const Locate& locate)
+{
+    const Shaped shaped = ShapeOf(text, length);
+    Slot& slot = m_slots[HashOf(shaped.shape, length) >> m_shift];
+    const Key shape{shaped.shape.low, shaped.shape.high};
+    if (__builtin_expect(!(shape == slot.shape) || slot.length != length || (slot.count == 0), 0)) {
+        if (shape == slot.shape && slot.length == length && slot.isExamined) {
+            Examine({text, length}, locate());
+            return;
+        }
+        const Key key{ToBigEndian(shaped.bytes.low), ToBigEndian(shaped.bytes.high)};
+        Replace(slot, shape, key, {text, length}, locate());
+        return;
+    }
+    ++slot.count;
+    if (slot.isOrdered) {
+        const Key key{ToBigEndian(shaped.bytes.low), ToBigEndian(shaped.bytes.high)};
+        if (__builtin_expect(key.high <= slot.least.high || key.high >= slot.most.high, 0)) {
+            AddExtreme(slot, key);
+        }
+    }
+}
+
+void ColumnProfile::AddShort(const char* text, std::size_t length, const Position& position)
+{
+    AddShortAt(text, length, [&] { return position; });
+}
+
+void ColumnProfile::Add(std::string_view cell, const Position& position, bool isQuoted)
+{
+    m_facts.quoted += isQuoted ? 1U : 0U;
+    const std::size_t length = cell.size();
+    if (length == 0) {
+        ClassFacts& empty = m_facts.classes[static_cast<std::size_t>(ECell::Empty)];
+        if (empty.count++ == 0) {
+            empty.examples.push_back({position, {}});
+        }
+        return;
+    }
+    m_facts.shortest = std::min(m_facts.shortest, length);
+    m_facts.longest = std::max(m_facts.longest, length);
+    if (m_isText) {
+        ++m_facts.unexamined;
+    } else if (length <= kShort) {
+        AddShort(cell.data(), length, position);
+    } else {
+        Examine(cell, position);
+    }
+}
+
+void ColumnProfile::AddRun(const CellRun& run)
+{
+    ClassFacts& empty = m_facts.classes[static_cast<std::size_t>(ECell::Empty)];
+    std::size_t shortest = m_facts.shortest;
+    std::size_t longest = m_facts.longest;
+    const std::uint32_t* end = run.ends;
+    for (std::size_t row = 0; row < run.rows; ++row, end += run.stride) {
+        const std::uint32_t begin = *(end - 1) + 1;
+        std::size_t length = *end - begin;
+        const char* text = run.text + begin;
+        const auto locate = [&] { return Position{run.line + row, run.byte + begin}; };
+        if (length > 0 && text[length - 1] == '\r') {
+            --length;
+        }
+        if (length == 0) {
+            if (empty.count++ == 0) {
+                empty.examples.push_back({locate(), {}});
+            }
+            continue;
+        }
+        shortest = std::min(shortest, length);
+        longest = std::max(longest, length);
+        if (m_isText) {
+            ++m_facts.unexamined;
+        } else if (length <= kShort) {
+            AddShortAt(text, length, locate);
+        } else {
+            Examine({text, length}, locate());
+        }
+    }
+    m_facts.shortest = shortest;
+    m_facts.longest = longest;
+}
+
+ColumnFacts ColumnProfile::Finish()
+{
+    for (Slot& slot : m_slots) {
+        Flush(slot);
+    }
+    return m_facts;
+}
+
+} // namespace Orvane::Import::Scan

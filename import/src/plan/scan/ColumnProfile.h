@@ -1,0 +1,182 @@
+// What a scan keeps of a column: counts, what all cells have in common, first examples.
+#pragma once
+
+#include "../values/Cell.h"
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace Orvane::Import::Scan {
+
+/// Where a cell stands. Lines count from 1, bytes from 0, both in the scanned text.
+struct Position
+{
+    std::uint64_t line = 0;
+    std::uint64_t byte = 0;
+};
+
+/// A cell that shows what a class holds.
+struct Example
+{
+    Position position;
+    std::string text; ///< cut to kExampleBytes
+};
+
+inline constexpr std::size_t kExampleBytes = 40;
+inline constexpr std::size_t kMostExamples = 3;
+inline constexpr std::size_t kMostWords = 64;
+
+/// The cells of one class.
+struct ClassFacts
+{
+    std::uint64_t count = 0;
+    /// The first cell, and the first ones of other shapes.
+    std::vector<Example> examples;
+};
+
+/// A short cell without digits and how often it occurs.
+struct WordFacts
+{
+    std::string text;
+    std::uint64_t count = 0;
+};
+
+/// All that is known of a column once its cells have been added.
+struct ColumnFacts
+{
+    std::array<ClassFacts, Values::kCellClasses> classes;
+    std::uint8_t readings = Values::kAllReadings;    ///< allowed by all cells
+    std::uint16_t notations = Values::kAllNotations; ///< fitted by all numbers
+    std::uint32_t dateForms = Values::kAllDateForms; ///< fitted by all dates
+    std::uint8_t words = 0;                          ///< truth words that occur
+    std::uint64_t withOffset = 0;                    ///< times with `Z` or an offset
+    std::uint64_t contradictions = 0;                ///< angles such as `-47 S`
+    std::uint64_t markedAngles = 0;                  ///< with signs or letters
+    std::uint8_t angleParts = 0;                     ///< most parts of an angle
+    std::array<std::uint64_t, 128> letters{};        ///< of angles, by their character
+    std::uint8_t mostDecimals = 0;                   ///< after the point, of plain numbers
+    bool hasNumbers = false;                         ///< then what follows holds
+    double least = 0;                                ///< of the plain numbers
+    double most = 0;
+    std::uint64_t atLeast = 0; ///< cells of exactly that spelling
+    std::uint64_t atMost = 0;
+    std::uint64_t unpackable = 0; ///< numbers seen that are no packed degrees
+    std::size_t shortest = static_cast<std::size_t>(-1); ///< bytes of a cell that is not empty
+    std::size_t longest = 0;
+    std::uint64_t padded = 0; ///< cells with blanks at an end
+    std::uint64_t quoted = 0;
+    std::uint64_t unexamined = 0;     ///< cells of a column proved text that were only counted
+    std::vector<WordFacts> wordFacts; ///< at most kMostWords, else empty and hasManyWords
+    bool hasManyWords = false;
+
+    [[nodiscard]] std::uint64_t Count(Values::ECell cell) const
+    {
+        return classes[static_cast<std::size_t>(cell)].count;
+    }
+
+    [[nodiscard]] std::uint64_t CountAll() const;
+
+    /// Cells that hold something: neither empty nor null words.
+    [[nodiscard]] std::uint64_t CountValues() const;
+};
+
+/// A column's cells in rows of a regular run: cell r begins after ends[r * stride - 1] and ends at
+/// ends[r * stride]; positions are in `text`, whose first byte stands at `byte`, and wrap, so that
+/// the one before the first byte is 0xFFFFFFFF.
+struct CellRun
+{
+    const char* text = nullptr;
+    const std::uint32_t* ends = nullptr;
+    std::size_t stride = 1;
+    std::size_t rows = 0;
+    std::uint64_t line = 1; ///< of the first row; one row per line
+    std::uint64_t byte = 0;
+};
+
+/// Collects the facts of a column.
+///
+/// Cells of the same shape (all digits alike) have the same class, so that a cell is looked at by
+/// the rules only when its shape is new or when its digits decide, as in dates; otherwise it is
+/// counted, and compared with the smallest and the largest of its shape. A column that is proved
+/// text is only asked for empty cells.
+/// Use: Add and AddRun in any order, then Finish once. Memory is bounded, some KiB.
+class ColumnProfile
+{
+public:
+    /// @param slots shapes that are kept at a time, a power of two
+    explicit ColumnProfile(std::size_t slots = 32);
+
+    /// Adds one cell, without its quotes. kPadding bytes after it must be readable.
+    void Add(std::string_view cell, const Position& position, bool isQuoted);
+
+    /// Adds the cells of a run without quotes; a `\r` at a cell's end is no part of it.
+    void AddRun(const CellRun& run);
+
+    /// Completes the facts.
+    [[nodiscard]] ColumnFacts Finish();
+
+    /// Bytes after a cell that must be readable.
+    static constexpr std::size_t kPadding = 16;
+
+private:
+    /// A number's text as two big-endian halves: in one shape the order of texts is that of sizes.
+    struct Key
+    {
+        std::uint64_t high;
+        std::uint64_t low;
+
+        friend bool operator==(const Key& a, const Key& b)
+        {
+            return a.high == b.high && a.low == b.low;
+        }
+
+        friend bool operator<(const Key& a, const Key& b)
+        {
+            return a.high != b.high ? a.high < b.high : a.low < b.low;
+        }
+    };
+
+    struct Slot
+    {
+        Key shape{}; ///< the cell's bytes with all digits alike
+        Key least{};
+        Key most{};
+        std::uint64_t count = 0;
+        std::uint64_t atLeast = 0;
+        std::uint64_t atMost = 0;
+        std::uint8_t length = 0;
+        std::uint8_t word = 0; ///< 1 + index among the words; 0 for none
+        Values::ECell cell = Values::ECell::Empty;
+        bool isOrdered = false;  ///< a number: smallest and largest are kept
+        bool isExamined = false; ///< digits decide: each cell is read by the rules
+        bool isPadded = false;
+    };
+
+    void AddShort(const char* text, std::size_t length, const Position& position);
+    template <typename Locate>
+    void AddShortAt(const char* text, std::size_t length, const Locate& locate);
+    void AddExtreme(Slot& slot, const Key& key);
+    void Replace(Slot& slot,
+                 const Key& shape,
+                 const Key& key,
+                 std::string_view cell,
+                 const Position& position);
+    void Examine(std::string_view cell, const Position& position);
+    void Merge(const Values::CellReading& reading, std::string_view cell, const Position& position);
+    void Flush(Slot& slot);
+    std::uint8_t FindWord(std::string_view cell);
+    void AddNumbers(double least, std::uint64_t atLeast, double most, std::uint64_t atMost);
+    void TryProve();
+
+    ColumnFacts m_facts;
+    std::vector<Slot> m_slots;
+    unsigned m_shift;
+    bool m_isText = false;
+    std::uint64_t m_unproved = 0; ///< texts since the last look at whether the column is text
+};
+
+} // namespace Orvane::Import::Scan

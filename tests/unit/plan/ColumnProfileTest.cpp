@@ -1,0 +1,200 @@
+// What is kept of a column: the quick way over shapes gives what the rules give cell by cell.
+#include "plan/scan/ColumnProfile.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <limits>
+#include <random>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace {
+
+using namespace Orvane::Import;
+using Scan::ColumnFacts;
+using Scan::ColumnProfile;
+using Values::ECell;
+
+/// Rows of one column as a regular run has them.
+struct Column
+{
+    std::string text;
+    std::vector<std::uint32_t> ends = {std::numeric_limits<std::uint32_t>::max()};
+};
+
+Column MakeColumn(const std::vector<std::string>& cells)
+{
+    Column column;
+    for (const std::string& cell : cells) {
+        column.text += cell;
+        column.ends.push_back(static_cast<std::uint32_t>(column.text.size()));
+        column.text += '\n';
+    }
+    column.text.append(ColumnProfile::kPadding, '\0');
+    return column;
+}
+
+ColumnFacts Profile(const std::vector<std::string>& cells)
+{
+    const Column column = MakeColumn(cells);
+    ColumnProfile profile;
+    profile.AddRun({column.text.data(), column.ends.data() + 1, 1, cells.size(), 1, 0});
+    return profile.Finish();
+}
+
+TEST(ColumnProfileAddRun, CountsEachClassWithItsFirstPlace)
+{
+    const ColumnFacts facts =
+        Profile({"1", "", "2.5", "-3", "abc", "007", "NA", "1,5", "2018-01-28"});
+    EXPECT_EQ(facts.CountAll(), 9U);
+    EXPECT_EQ(facts.CountValues(), 7U);
+    EXPECT_EQ(facts.Count(ECell::Integer), 2U);
+    EXPECT_EQ(facts.Count(ECell::Decimal), 1U);
+    EXPECT_EQ(facts.Count(ECell::Code), 1U);
+    EXPECT_EQ(facts.Count(ECell::Spelled), 1U);
+    EXPECT_EQ(facts.Count(ECell::Date), 1U);
+    const auto& texts = facts.classes[static_cast<std::size_t>(ECell::Text)].examples;
+    ASSERT_EQ(texts.size(), 1U);
+    EXPECT_EQ(texts[0].text, "abc");
+    EXPECT_EQ(texts[0].position.line, 5U);
+    EXPECT_EQ(texts[0].position.byte, 10U);
+    EXPECT_EQ(facts.readings, 0U);
+}
+
+TEST(ColumnProfileAddRun, KeepsTheSmallestAndTheLargestNumber)
+{
+    const ColumnFacts facts = Profile({"12", "-9999", "7.25", "-9999", "-3", "100", "9"});
+    ASSERT_TRUE(facts.hasNumbers);
+    EXPECT_EQ(facts.least, -9999);
+    EXPECT_EQ(facts.atLeast, 2U);
+    EXPECT_EQ(facts.most, 100);
+    EXPECT_EQ(facts.mostDecimals, 2U);
+}
+
+TEST(ColumnProfileAddRun, SeesALeadingZeroAmongNumbersOfTheSameLength)
+{
+    const ColumnFacts facts = Profile({"1234", "0234", "2234", "-0123", "-1123"});
+    EXPECT_EQ(facts.Count(ECell::Integer), 3U);
+    EXPECT_EQ(facts.Count(ECell::Code), 2U);
+}
+
+TEST(ColumnProfileAddRun, RulesOutAnOrderOfDayAndMonthByOneLateCell)
+{
+    std::vector<std::string> cells(5000, "03/04/2018");
+    cells.emplace_back("28/04/2018");
+    const ColumnFacts facts = Profile(cells);
+    EXPECT_EQ(facts.dateForms, Values::DateDayMonthYearSlash);
+    EXPECT_EQ(facts.readings, Values::ReadingDate);
+}
+
+TEST(ColumnProfileAddRun, OnlyCountsTheCellsOfAColumnProvedText)
+{
+    std::vector<std::string> cells;
+    for (int i = 0; i < 40000; ++i) {
+        cells.push_back(i % 100 == 0 ? "" : "name of place " + std::to_string(i));
+    }
+    const ColumnFacts facts = Profile(cells);
+    EXPECT_EQ(facts.CountAll(), cells.size());
+    EXPECT_EQ(facts.Count(ECell::Empty), 400U);
+    EXPECT_GT(facts.unexamined, 30000U);
+    EXPECT_EQ(facts.longest, std::string_view("name of place 39999").size());
+}
+
+TEST(ColumnProfileAddRun, KeepsAtMostSoManyWords)
+{
+    std::vector<std::string> few;
+    std::vector<std::string> many;
+    for (int i = 0; i < 300; ++i) {
+        few.emplace_back(i % 3 == 0 ? "yes" : "No");
+        many.push_back(std::string(1, static_cast<char>('a' + i % 26)) +
+                       std::string(1, static_cast<char>('a' + i / 26)));
+    }
+    const ColumnFacts facts = Profile(few);
+    ASSERT_EQ(facts.wordFacts.size(), 2U);
+    EXPECT_EQ(facts.wordFacts[0].text, "yes");
+    EXPECT_EQ(facts.wordFacts[0].count, 100U);
+    EXPECT_EQ(facts.wordFacts[1].count, 200U);
+    EXPECT_EQ(facts.words, Values::WordYes | Values::WordNo);
+    EXPECT_TRUE(Profile(many).hasManyWords);
+}
+
+std::string RandomCell(std::mt19937_64& random)
+{
+    const auto below = [&](std::uint64_t bound) { return random() % bound; };
+    switch (below(9)) {
+    case 0:
+        return {};
+    case 1:
+        return std::to_string(below(1000000));
+    case 2:
+        return "-" + std::to_string(below(1000)) + "." + std::to_string(below(1000));
+    case 3:
+        return std::to_string(below(10)) + "e" + std::to_string(below(3));
+    case 4:
+        return std::to_string(1 + below(12)) + "/" + std::to_string(1 + below(12)) + "/2018";
+    case 5:
+        return "0" + std::to_string(below(100));
+    case 6:
+        return below(2) == 0 ? "yes" : "NA";
+    case 7:
+        return "a longer text than sixteen bytes " + std::to_string(below(10));
+    default:
+        return std::to_string(below(100)) + "N";
+    }
+}
+
+// The quick way and the rules applied cell by cell, over columns of few and of many kinds.
+TEST(ColumnProfileProperty, ShapesGiveWhatTheRulesGiveCellByCell)
+{
+    std::mt19937_64 random(5);
+    for (int round = 0; round < 300; ++round) {
+        const std::uint64_t kinds = 1 + random() % 6;
+        std::vector<std::uint64_t> seeds(kinds);
+        for (std::uint64_t& seed : seeds) {
+            seed = random();
+        }
+        std::vector<std::string> cells;
+        for (int i = 0; i < 200; ++i) {
+            std::mt19937_64 cell(seeds[random() % kinds] + random() % 50);
+            cells.push_back(RandomCell(cell));
+        }
+        const ColumnFacts facts = Profile(cells);
+        std::array<std::uint64_t, Values::kCellClasses> counts{};
+        unsigned readings = Values::kAllReadings;
+        unsigned notations = Values::kAllNotations;
+        unsigned words = 0;
+        double least = std::numeric_limits<double>::infinity();
+        double most = -least;
+        for (const std::string& cell : cells) {
+            const Values::CellReading reading = Values::ReadCell(cell);
+            ++counts[static_cast<std::size_t>(reading.cell)];
+            readings &= reading.readings;
+            words |= reading.words;
+            if (reading.number.notations != 0 && reading.cell != ECell::Code) {
+                notations &= reading.number.notations;
+            }
+            if (reading.cell == ECell::Integer || reading.cell == ECell::Decimal) {
+                const double value = Values::ToDouble(cell, Values::NotationPlain);
+                least = std::min(least, value);
+                most = std::max(most, value);
+            }
+        }
+        for (std::size_t cell = 0; cell < counts.size(); ++cell) {
+            ASSERT_EQ(facts.classes[cell].count, counts[cell]) << round << " " << cell;
+        }
+        ASSERT_EQ(facts.readings, readings);
+        ASSERT_EQ(facts.notations, notations);
+        ASSERT_EQ(facts.words, words);
+        ASSERT_EQ(facts.hasNumbers, least <= most);
+        if (facts.hasNumbers) {
+            ASSERT_EQ(facts.least, least);
+            ASSERT_EQ(facts.most, most);
+        }
+    }
+}
+
+} // namespace
