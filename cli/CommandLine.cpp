@@ -115,6 +115,18 @@ CommandRule MakeImportRule()
                      "orvane import soundings.txt --x 7 --y 6 --z 9 -o USE_TAB"}};
 }
 
+CommandRule MakePlanRule()
+{
+    return {.name = "plan",
+            .summary = "Say how a file is to be read, by all of its bytes",
+            .arguments = {kFile, MakeJson("Print the whole plan as one JSON object"), kHelp},
+            .text = "Scans the whole file and decides encoding, separator, quotes, names, types "
+                    "of columns and coordinates, each with its evidence. What the file does not "
+                    "tell is shown as a question with the options that answer it. Nothing is "
+                    "written.",
+            .examples = {"orvane plan stations.csv", "orvane plan stations.csv --json"}};
+}
+
 CommandRule MakeReadRule()
 {
     return {.name = "read",
@@ -165,6 +177,7 @@ const ProgramRule& GetProgramRule()
                                  "orvane read stations.csv -o X_COLUMN=2 -o Y_COLUMN=1 --json",
                                  "orvane help import"}},
         .commands = {MakeImportRule(),
+                     MakePlanRule(),
                      MakeReadRule(),
                      MakePreviewRule(),
                      {.name = "options",
@@ -258,6 +271,10 @@ void Perform(const ParsedArguments& arguments)
     const std::string_view command = arguments.command->name;
     if (command == "options") {
         RunOptions();
+        return;
+    }
+    if (command == "plan") {
+        RunPlan({arguments.Get("FILE"), arguments.Has("--json")});
         return;
     }
     const Orvane::BParamList params = MakeParams(arguments);

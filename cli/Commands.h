@@ -25,6 +25,16 @@ void RunRead(const ReadArguments& arguments);
 /// Prints the first two rows of the file by column. @throws as RunRead
 void RunPreview(const ReadArguments& arguments);
 
+/// Arguments of `orvane plan`.
+struct PlanArguments
+{
+    std::string file; ///< as given, bytes
+    bool isJson = false;
+};
+
+/// Scans the file and prints what was decided. @throws as RunRead
+void RunPlan(const PlanArguments& arguments);
+
 /// Prints the table of reader options. @throws what the output throws
 void RunOptions();
 

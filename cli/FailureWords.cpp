@@ -135,7 +135,11 @@ UnderlyingTexts TextsOf(const ImportFailure& failure)
     if (failure.GetKind() == EFailureKind::Cancelled) {
         return {"BException", "orvane", "Interrupted; nothing was written.", {}};
     }
-    UnderlyingTexts texts = failure.GetFields().underneath;
+    const FailureFields& fields = failure.GetFields();
+    UnderlyingTexts texts = fields.underneath;
+    if (texts.className.empty()) {
+        return {"ImportFailure", {}, Orvane::BString(fields.what), Orvane::BString(fields.cause)};
+    }
     if (failure.Is("no-module") && !texts.details.IsEmpty()) {
         texts.details =
             texts.details.Left(texts.details.GetLength() - 1) + "; name it with --plugin.";
@@ -168,6 +172,11 @@ std::string FormatFailure(const ImportFailure& failure)
 {
     if (ExitStatusOf(failure) == kExitWrongArguments) {
         return "orvane: " + DescribeRequest(failure);
+    }
+    // What the library finds itself is said in its own words, with the file.
+    if (failure.GetKind() != EFailureKind::Cancelled &&
+        failure.GetFields().underneath.className.empty()) {
+        return std::string("orvane: ") + failure.what();
     }
     return FormatTexts(TextsOf(failure));
 }

@@ -120,6 +120,65 @@ class CliTest(unittest.TestCase):
             os.remove(self.path("slow-open.csv"))
 
 
+class PlanTest(CliTest):
+    def test_shows_what_is_decided_in_lines(self):
+        self.write("a.csv", "id;lat;lon;n\n1;47,5;8,5;x\n2;46,25;7,25;\n")
+        self.assertEqual(
+            self.succeed("plan", "a.csv").out.splitlines(),
+            [
+                "File:       40 bytes, 3 lines (LF)",
+                "Encoding:   US-ASCII (certain; 0 bytes past ASCII)",
+                "Separator:  semicolon (certain; 2 rows of 4 fields)",
+                "Names:      yes (certain: texts over columns of other values)",
+                "Not rows:   line 1: names 'id;lat;lon;n'",
+                "Rows:       2 rows from line 2 on, 4 columns",
+                "Columns:    0   id   integer, 1 to 2",
+                "            1   lat  double, decimal comma, Y",
+                "            2   lon  double, decimal comma, X",
+                "            3   n    text, 1 empty",
+                "Points:     X 'lon', Y 'lat', decimal degrees (strong)",
+                "System:     EPSG:4326 (strong: names of latitude and longitude)",
+            ],
+        )
+        self.assert_folder("a.csv")
+
+    def test_shows_a_question_with_the_options_that_answer_it(self):
+        self.write("a.csv", "id,name\n1,a\n2,b\n")
+        lines = self.succeed("plan", "a.csv").out.splitlines()
+        at = lines.index("Question:   No columns of coordinates were found.")
+        self.assertEqual([line.strip() for line in lines[at + 1:]], ["--x COLUMN --y COLUMN", "--no-points"])
+
+    def test_prints_the_whole_plan_as_json(self):
+        self.write("a.csv", "id,lat,lon\n1,47.5,8.5\n2,46.25,7.25\n")
+        plan = json.loads(self.succeed("plan", "a.csv", "--json").out)
+        self.assertEqual(plan["path"], "a.csv")
+        self.assertEqual(plan["coordinates"]["value"],
+                         {"x": 2, "y": 1, "z": None, "notation": "decimal degrees"})
+        self.assertEqual([column["type"]["value"] for column in plan["columns"]],
+                         ["integer", "double", "double"])
+
+    def test_shows_control_characters_of_the_file_escaped(self):
+        self.write("a.csv", "id,\x1b[31mred\n1,2.5\n2,3.5\n")
+        result = self.succeed("plan", "a.csv")
+        self.assertNotIn("\x1b", result.out)
+        self.assertIn("\\x1B[31mred", result.out)
+
+    def test_a_file_that_cannot_be_read_is_a_line(self):
+        self.write("a.zip", b"PK\x03\x04more")
+        for file, line in (
+            ("no.csv", "orvane: no.csv: There is no such file."),
+            (".", "orvane: .: This is a folder. Give a file."),
+            ("a.zip", "orvane: a.zip: The file is compressed by zip. Unpack it first; gzip alone is "
+                      "unpacked here."),
+        ):
+            with self.subTest(file=file):
+                self.assert_failure(self.run_orvane("plan", file), 1, line)
+
+    def test_an_empty_file_has_no_rows(self):
+        self.write("a.csv", "")
+        self.assertIn("Rows:       0 rows", self.succeed("plan", "a.csv").out)
+
+
 class ArgumentsTest(CliTest):
     def setUp(self):
         super().setUp()

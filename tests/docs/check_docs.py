@@ -235,6 +235,24 @@ class Tree(unittest.TestCase):
         self.assertEqual(sorted(documented), sorted(present))
 
 
+class Plans(unittest.TestCase):
+    def test_the_plan_of_the_document_is_what_the_program_prints(self):
+        text = (DOCS / "plan.md").read_text(encoding="utf-8")
+        shown = re.findall(r"```console\n\$ orvane (.*)\n((?:.*\n)*?)```", text)
+        self.assertEqual(len(shown), 1)
+        command, expected = shown[0]
+        done = subprocess.run([PROGRAM, *command.split()], cwd=SOURCE / "examples/data",
+                              capture_output=True, timeout=60, check=True)
+        self.assertEqual(re.sub(r"(?m) +$", "", done.stdout.decode("utf-8")), expected)
+
+    def test_the_keys_of_the_plan_are_documented(self):
+        documented = [code(cells[0]) for heading, cells in table_rows(DOCS / "plan.md")
+                      if heading[0] == "Key"]
+        data = SOURCE / "examples/data/earthquakes.csv"
+        plan = json.loads(run("plan", str(data), "--json").stdout)
+        self.assertEqual(list(plan), documented)
+
+
 class Tour(unittest.TestCase):
     """The console blocks of the README, typed as printed by somebody whose PATH has the program."""
 

@@ -71,28 +71,29 @@ struct UnderlyingTexts
 /// folder | | `not-a-file`        | Input     | the path is a pipe, a socket or a device | |
 /// `no-permission`     | Input     | the system does not let the file be read | | `empty-file` |
 /// Input     | the file has no byte | | `read-error`        | Input | the system fails to read the
-/// file | | `no-separator`      | Input     | neither the options nor the extension say how fields
-/// are separated | | `unknown-codec`     | Request   | there is no text encoding `value` | |
-/// `unmatched-quote`   | Content   | a quote is never closed; `line`, `row` | | `row-fields` |
-/// Content   | a row has more fields than the columns that are read; `line`, `fieldsFound`,
-/// `fieldsExpected`, `row` | | `row-values`        | Content   | a row cannot be converted for
-/// another reason; `line`, `row` | | `too-few-fields`    | Content   | a row has no field for a
-/// coordinate; `line`, `fieldsFound`, `fieldsExpected`, `row` | | `preview-fields`    | Content   |
-/// the first two rows have not the same number of fields; `line`, `fieldsFound`, `fieldsExpected`,
-/// `row` | | `no-data`           | Content   | there is no row of data | | `line-too-long`     |
-/// Content   | a line is longer than the reader reads | | `reader` | Content   | the reader fails
-/// for another reason; `underneath` | | `output-folder`     | Output | the folder of the output is
-/// missing or cannot be written | | `output-not-a-file` | Output    | something other than a file
-/// is in the place of the output | | `output-in-use`     | Output    | another program has the
-/// output open | | `output-write`      | Output    | writing fails; `cause` is the system's or the
-/// format's text | | `too-many-columns`  | Output    | the format holds fewer columns | |
-/// `cache-folder`      | Output    | the folder `value` cannot hold the disk cache | | `cache-file`
-/// | Output    | writing or reading the disk cache fails | | `no-module`         | Module    |
-/// there is no plug-in at the place | | `module-load`       | Module    | the plug-in cannot be
-/// loaded, or is none | | `unsupported-type`  | Module    | the plug-in does not read files of this
-/// extension | | `module-failure`    | Module    | the plug-in makes no reader or no layer, or an
-/// exception leaves it that is not the SDK's | | `cancelled` | Cancelled | the caller has
-/// cancelled; the output is as it was | | `internal`          | Internal | anything else |
+/// file | | `compressed` | Input | the file is packed otherwise than by gzip | | `damaged` | Input
+/// | a packed file cannot be unpacked | | `no-separator`      | Input     | neither the options nor
+/// the extension say how fields are separated | | `unknown-codec`     | Request   | there is no
+/// text encoding `value` | | `unmatched-quote`   | Content   | a quote is never closed; `line`,
+/// `row` | | `row-fields` | Content   | a row has more fields than the columns that are read;
+/// `line`, `fieldsFound`, `fieldsExpected`, `row` | | `row-values`        | Content   | a row
+/// cannot be converted for another reason; `line`, `row` | | `too-few-fields`    | Content   | a
+/// row has no field for a coordinate; `line`, `fieldsFound`, `fieldsExpected`, `row` | |
+/// `preview-fields`    | Content   | the first two rows have not the same number of fields; `line`,
+/// `fieldsFound`, `fieldsExpected`, `row` | | `no-data`           | Content   | there is no row of
+/// data | | `line-too-long`     | Content   | a line is longer than the reader reads | | `reader` |
+/// Content   | the reader fails for another reason; `underneath` | | `output-folder`     | Output |
+/// the folder of the output is missing or cannot be written | | `output-not-a-file` | Output    |
+/// something other than a file is in the place of the output | | `output-in-use`     | Output    |
+/// another program has the output open | | `output-write`      | Output    | writing fails; `cause`
+/// is the system's or the format's text | | `too-many-columns`  | Output    | the format holds
+/// fewer columns | | `cache-folder`      | Output    | the folder `value` cannot hold the disk
+/// cache | | `cache-file` | Output    | writing or reading the disk cache fails | | `no-module` |
+/// Module    | there is no plug-in at the place | | `module-load`       | Module    | the plug-in
+/// cannot be loaded, or is none | | `unsupported-type`  | Module    | the plug-in does not read
+/// files of this extension | | `module-failure`    | Module    | the plug-in makes no reader or no
+/// layer, or an exception leaves it that is not the SDK's | | `cancelled` | Cancelled | the caller
+/// has cancelled; the output is as it was | | `internal`          | Internal | anything else |
 struct FailureFields
 {
     EFailureKind kind = EFailureKind::Internal;

@@ -19,6 +19,8 @@ using Values::ECell;
 constexpr std::size_t kShort = 16;
 /// A column whose cells are text in so many cases, and in most, is text.
 constexpr std::uint64_t kProofOfText = 1024;
+/// What a slot counts up to before its counts are moved on.
+constexpr std::uint32_t kMostCount = 0x80000000U;
 
 constexpr std::array<std::uint8_t, 32> kKeepFirst = {
     0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF};
@@ -247,13 +249,10 @@ void ColumnProfile::Flush(Slot& slot)
         return;
     }
     m_facts.classes[static_cast<std::size_t>(slot.cell)].count += slot.count;
-    if (slot.isPadded) {
-        m_facts.padded += slot.count;
-    }
     if (slot.word != 0 && !m_facts.hasManyWords) {
         m_facts.wordFacts[slot.word - 1U].count += slot.count;
     }
-    if (slot.isOrdered) {
+    if (slot.keep == EKeep::Order) {
         const auto valueOf = [&](const Key& key) {
             const Halves halves{ToBigEndian(key.high), ToBigEndian(key.low)};
             std::array<char, kShort> text{};
@@ -273,6 +272,8 @@ void ColumnProfile::Flush(Slot& slot)
         m_unproved += slot.count;
     }
     slot.count = 0;
+    slot.atLeast = 0;
+    slot.atMost = 0;
 }
 
 void ColumnProfile::Replace(
@@ -286,9 +287,9 @@ void ColumnProfile::Replace(
     slot.shape = shape;
     slot.length = static_cast<std::uint8_t>(cell.size());
     slot.cell = reading.cell;
-    slot.isExamined = DependsOnDigits(reading, cell);
-    if (slot.isExamined) {
-        slot.count = 0;
+    if (DependsOnDigits(reading, cell)) {
+        slot.keep = EKeep::Examine;
+        slot.word = 0;
         Examine(cell, position);
         return;
     }
@@ -298,8 +299,7 @@ void ColumnProfile::Replace(
     slot.count = 1;
     slot.atLeast = 1;
     slot.atMost = 1;
-    slot.isOrdered = IsNumber(reading.cell);
-    slot.isPadded = reading.cell != ECell::Empty && Values::Trim(cell).size() != cell.size();
+    slot.keep = IsNumber(reading.cell) ? EKeep::Order : EKeep::Count;
     const bool isWord = reading.cell == ECell::Text || reading.cell == ECell::Boolean ||
                         reading.cell == ECell::NullWord;
     slot.word = isWord ? FindWord(cell) : std::uint8_t{0};
@@ -322,32 +322,35 @@ void ColumnProfile::AddExtreme(Slot& slot, const Key& key)
 }
 
 template <typename Locate>
-inline void ColumnProfile::AddShortAt(const char* text, std::size_t length, const Locate& locate)
+inline void ColumnProfile::AddShortAt(
+    Slot* slots, unsigned shift, const char* text, std::size_t length, const Locate& locate)
 {
     const Shaped shaped = ShapeOf(text, length);
-    Slot& slot = m_slots[HashOf(shaped.shape, length) >> m_shift];
-    const Key shape{shaped.shape.low, shaped.shape.high};
-    if (__builtin_expect(!(shape == slot.shape) || slot.length != length || (slot.count == 0), 0)) {
-        if (shape == slot.shape && slot.length == length && slot.isExamined) {
-            Examine({text, length}, locate());
-            return;
-        }
+    Slot& slot = slots[HashOf(shaped.shape, length) >> shift];
+    const bool isSame = slot.shape.high == shaped.shape.low &&
+                        slot.shape.low == shaped.shape.high && slot.length == length;
+    if (__builtin_expect(!isSame, 0)) {
         const Key key{ToBigEndian(shaped.bytes.low), ToBigEndian(shaped.bytes.high)};
-        Replace(slot, shape, key, {text, length}, locate());
+        Replace(slot, {shaped.shape.low, shaped.shape.high}, key, {text, length}, locate());
         return;
     }
-    ++slot.count;
-    if (slot.isOrdered) {
+    if (slot.keep == EKeep::Order) {
         const Key key{ToBigEndian(shaped.bytes.low), ToBigEndian(shaped.bytes.high)};
         if (__builtin_expect(key.high <= slot.least.high || key.high >= slot.most.high, 0)) {
             AddExtreme(slot, key);
         }
+    } else if (slot.keep == EKeep::Examine) {
+        Examine({text, length}, locate());
+        return;
+    }
+    if (__builtin_expect(++slot.count == kMostCount, 0)) {
+        Flush(slot);
     }
 }
 
 void ColumnProfile::AddShort(const char* text, std::size_t length, const Position& position)
 {
-    AddShortAt(text, length, [&] { return position; });
+    AddShortAt(m_slots.data(), m_shift, text, length, [&] { return position; });
 }
 
 void ColumnProfile::Add(std::string_view cell, const Position& position, bool isQuoted)
@@ -377,6 +380,8 @@ void ColumnProfile::AddRun(const CellRun& run)
     ClassFacts& empty = m_facts.classes[static_cast<std::size_t>(ECell::Empty)];
     std::size_t shortest = m_facts.shortest;
     std::size_t longest = m_facts.longest;
+    Slot* slots = m_slots.data();
+    const unsigned shift = m_shift;
     const std::uint32_t* end = run.ends;
     for (std::size_t row = 0; row < run.rows; ++row, end += run.stride) {
         const std::uint32_t begin = *(end - 1) + 1;
@@ -397,13 +402,20 @@ void ColumnProfile::AddRun(const CellRun& run)
         if (m_isText) {
             ++m_facts.unexamined;
         } else if (length <= kShort) {
-            AddShortAt(text, length, locate);
+            AddShortAt(slots, shift, text, length, locate);
         } else {
             Examine({text, length}, locate());
         }
     }
     m_facts.shortest = shortest;
     m_facts.longest = longest;
+}
+
+bool ColumnProfile::IsMisfit(std::string_view cell) const
+{
+    constexpr std::uint8_t kNothingYet = Values::kAllReadings;
+    return m_facts.readings != 0 && m_facts.readings != kNothingYet &&
+           (m_facts.readings & Values::ReadCell(cell).readings) == 0;
 }
 
 ColumnFacts ColumnProfile::Finish()

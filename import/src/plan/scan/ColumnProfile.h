@@ -67,7 +67,6 @@ struct ColumnFacts
     std::uint64_t unpackable = 0; ///< numbers seen that are no packed degrees
     std::size_t shortest = static_cast<std::size_t>(-1); ///< bytes of a cell that is not empty
     std::size_t longest = 0;
-    std::uint64_t padded = 0; ///< cells with blanks at an end
     std::uint64_t quoted = 0;
     std::uint64_t unexamined = 0;     ///< cells of a column proved text that were only counted
     std::vector<WordFacts> wordFacts; ///< at most kMostWords, else empty and hasManyWords
@@ -108,13 +107,16 @@ class ColumnProfile
 {
 public:
     /// @param slots shapes that are kept at a time, a power of two
-    explicit ColumnProfile(std::size_t slots = 32);
+    explicit ColumnProfile(std::size_t slots = 64);
 
     /// Adds one cell, without its quotes. kPadding bytes after it must be readable.
     void Add(std::string_view cell, const Position& position, bool isQuoted);
 
     /// Adds the cells of a run without quotes; a `\r` at a cell's end is no part of it.
     void AddRun(const CellRun& run);
+
+    /// Whether a cell would contradict a column whose cells agree so far.
+    [[nodiscard]] bool IsMisfit(std::string_view cell) const;
 
     /// Completes the facts.
     [[nodiscard]] ColumnFacts Finish();
@@ -140,26 +142,32 @@ private:
         }
     };
 
-    struct Slot
+    enum class EKeep : std::uint8_t {
+        Count,   ///< each cell is only counted
+        Order,   ///< a number: smallest and largest are kept, too
+        Examine, ///< digits decide: each cell is read by the rules
+    };
+
+    /// One shape, in one cache line.
+    struct alignas(64) Slot
     {
         Key shape{}; ///< the cell's bytes with all digits alike
         Key least{};
         Key most{};
-        std::uint64_t count = 0;
-        std::uint64_t atLeast = 0;
-        std::uint64_t atMost = 0;
-        std::uint8_t length = 0;
-        std::uint8_t word = 0; ///< 1 + index among the words; 0 for none
+        std::uint32_t count = 0;
+        std::uint32_t atLeast = 0;
+        std::uint32_t atMost = 0;
+        std::uint8_t length = 0; ///< 0: not in use
+        std::uint8_t word = 0;   ///< 1 + index among the words; 0 for none
         Values::ECell cell = Values::ECell::Empty;
-        bool isOrdered = false;  ///< a number: smallest and largest are kept
-        bool isExamined = false; ///< digits decide: each cell is read by the rules
-        bool isPadded = false;
+        EKeep keep = EKeep::Count;
     };
 
     void AddShort(const char* text, std::size_t length, const Position& position);
     template <typename Locate>
-    void AddShortAt(const char* text, std::size_t length, const Locate& locate);
-    void AddExtreme(Slot& slot, const Key& key);
+    void AddShortAt(
+        Slot* slots, unsigned shift, const char* text, std::size_t length, const Locate& locate);
+    static void AddExtreme(Slot& slot, const Key& key);
     void Replace(Slot& slot,
                  const Key& shape,
                  const Key& key,

@@ -145,7 +145,7 @@ std::uint32_t FormsOfNumbers(const Run& a, const Run& b, const Run& c, char sign
 std::uint32_t ReadCompact(const Run& run) noexcept
 {
     const unsigned year = run.value / 10000;
-    return If(run.digits == 8 && year >= 1800 && year <= 2100 &&
+    return If(run.digits == 8 && year >= 1500 && year <= 2100 &&
                   IsDay(year, run.value / 100 % 100, run.value % 100),
               DateCompact);
 }

@@ -1,0 +1,307 @@
+// The plan of an import: what a scan of the whole file decides, and on which evidence.
+#pragma once
+
+#include <Orvane/Import/Api.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+/// Plans: how a delimited file is to be read so that nothing is lost.
+///
+/// MakePlan reads a file once (twice where the first look misleads) and decides encoding, line
+/// ends, separator, quotes, names, types and coordinates. Each decision says on which evidence,
+/// with what confidence, who decided, and what spoke for something else. Nothing is written, and
+/// nothing of the plan depends on locale, clock or threads: the same bytes give the same plan.
+///
+///     const Orvane::Import::Plan plan = Orvane::Import::MakePlan("stations.csv", {});
+///     for (const auto& column : plan.columns) {
+///         std::cout << column.name << ": " << Orvane::Import::NameOf(column.type.value) << '\n';
+///     }
+///
+/// All texts are UTF-8 and all structs are plain values; two threads may plan two files.
+namespace Orvane::Import {
+
+/// How sure a decision is. Certain: all rows agree and every rival is contradicted. Strong: nearly
+/// all rows agree and rivals explain clearly less. Tie: an import has to ask.
+enum class EConfidence : std::uint8_t {
+    Certain,
+    Strong,
+    Tie,
+};
+
+/// Who decided: the caller, the file, or nobody, so that what is usual holds.
+enum class EDecider : std::uint8_t {
+    Given,
+    Found,
+    Default,
+};
+
+/// A place in the file that proves or contradicts something.
+struct PlanPlace
+{
+    std::uint64_t line = 0; ///< physical line from 1
+    std::uint64_t byte = 0; ///< from 0; in the text as PlanBytes::positions says
+    std::string text;       ///< the cell or the line, cut to 80 bytes
+};
+
+/// What was counted for or against a decision.
+struct PlanEvidence
+{
+    std::string what;
+    std::uint64_t count = 0;
+    std::vector<PlanPlace> places; ///< the first ones, at most 8
+};
+
+/// Another value that a decision could have had.
+struct PlanRival
+{
+    std::string value;
+    double support = 0; ///< share of rows that it explains, 0 to 1
+    std::string against;
+};
+
+/// A value with its reasons.
+template <typename Value>
+struct PlanDecision
+{
+    Value value{};
+    EConfidence confidence = EConfidence::Certain;
+    EDecider decider = EDecider::Found;
+    double support = 1; ///< share of rows that it explains, 0 to 1
+    std::vector<PlanEvidence> evidence;
+    std::vector<PlanRival> rivals;
+};
+
+/// How a file's lines end.
+enum class EPlanLineEnd : std::uint8_t {
+    Feed,          ///< `\n`
+    ReturnAndFeed, ///< `\r\n`
+    Return,        ///< `\r`
+    Mixed,         ///< each of them ends a line
+};
+
+/// The file as bytes.
+struct PlanBytes
+{
+    std::uint64_t size = 0;                ///< of the file
+    PlanDecision<std::string> compression; ///< "none" or "gzip"
+    PlanDecision<std::string> encoding;    ///< as iconv knows it: "UTF-8", "US-ASCII" ...
+    bool hasMark = false;                  ///< a byte order mark
+    /// "file", or "text" where places count the bytes of the text as UTF-8, unpacked.
+    std::string positions = "file";
+    PlanDecision<EPlanLineEnd> lineEnd;
+    std::uint64_t lines = 0; ///< physical lines; a last one without an ending counts
+    std::uint64_t feeds = 0; ///< lines that end in `\n` alone
+    std::uint64_t returnsAndFeeds = 0;
+    std::uint64_t returns = 0;
+    bool endsWithLineEnd = true;
+    std::uint64_t nuls = 0;
+};
+
+/// What separates the fields of a line.
+enum class EPlanSeparation : std::uint8_t {
+    OneColumn, ///< nothing: a line is a field
+    Character,
+    Blanks, ///< runs of blanks and tabs
+    Widths, ///< fields end at columns of characters
+};
+
+/// The separator.
+struct PlanSeparator
+{
+    EPlanSeparation kind = EPlanSeparation::OneColumn;
+    char character = ',';            ///< for Character
+    bool skipsBlanks = false;        ///< blanks after it are no part of a field
+    std::vector<std::uint32_t> ends; ///< for Widths: where each field but the last ends, characters
+};
+
+/// The quotes.
+struct PlanQuotes
+{
+    char character = '"';        ///< 0: none, quotes are text
+    bool hasBackslashes = false; ///< `\"` stands for a quote, beside `""`
+};
+
+/// What lines that are no rows are.
+enum class EPlanLines : std::uint8_t {
+    Preamble,
+    Comment,
+    Blank,
+    Statement, ///< `sep=;`
+    Names,
+    Units,
+    Rule,          ///< dashes
+    RepeatedNames, ///< the names again among the rows
+    Footer,        ///< after the last row
+    FurtherTable,  ///< rows of another count, at least three in a row
+};
+
+/// Lines that are no rows of the table.
+struct PlanLines
+{
+    EPlanLines kind = EPlanLines::Preamble;
+    std::uint64_t firstLine = 1;
+    std::uint64_t lineCount = 1;
+    std::uint64_t byte = 0;
+    std::string text; ///< of the first line, cut
+};
+
+/// The table in the file.
+struct PlanShape
+{
+    PlanDecision<PlanSeparator> separator;
+    PlanDecision<PlanQuotes> quotes;
+    PlanDecision<std::uint64_t> columnCount;
+    PlanDecision<bool> hasNames;
+    std::vector<PlanLines> lines; ///< the first 1,000 pieces
+    std::uint64_t firstRowLine = 1;
+    std::uint64_t firstRowByte = 0;
+    std::uint64_t rows = 0;          ///< records of the table's count of fields
+    std::uint64_t continuations = 0; ///< physical lines inside quotes
+    std::uint64_t blankLines = 0;    ///< among and after the rows
+    std::uint64_t shortRows = 0;
+    std::uint64_t longRows = 0;
+};
+
+/// The type of a column.
+enum class EPlanType : std::uint8_t {
+    Text,
+    Integer32,
+    Integer64,
+    Double,
+    Boolean,
+    Date,
+    Time,
+    DateTime,
+    Angle, ///< degrees, minutes and seconds in one cell
+};
+
+/// What a column is for.
+enum class EPlanRole : std::uint8_t {
+    Attribute,
+    X,
+    Y,
+    Z,
+    Name,
+    XHemisphere, ///< a letter E or W for X
+    YHemisphere,
+    XMinutes,
+    YMinutes,
+    XSeconds,
+    YSeconds,
+    TrailingSeparator, ///< no name and no value: the lines end in a separator
+};
+
+/// A column.
+struct PlanColumn
+{
+    std::size_t index = 0; ///< from 0
+    std::string name;      ///< empty without names
+    EPlanRole role = EPlanRole::Attribute;
+    PlanDecision<EPlanType> type;
+    /// How values are spelled where that is not plain: "decimal comma", "thousands ,",
+    /// "day first", "degrees minutes seconds" ...; empty otherwise.
+    std::string spelling;
+    std::uint64_t values = 0;
+    std::uint64_t empties = 0;
+    std::uint64_t nullWords = 0;            ///< null only where the type is no text
+    std::vector<std::string> nullSpellings; ///< the words that are null, at most 3
+    bool hasRange = false;                  ///< then of its plain numbers:
+    double least = 0;
+    double most = 0;
+    std::size_t longest = 0; ///< bytes
+};
+
+/// How coordinates are written.
+enum class EPlanNotation : std::uint8_t {
+    None,    ///< there are no coordinates
+    Decimal, ///< degrees as plain numbers
+    Sexagesimal,
+    Packed,    ///< degrees and minutes in one number
+    Cartesian, ///< metres or the like
+};
+
+/// The coordinates. `x` and `y` are both set, or neither.
+struct PlanCoordinates
+{
+    std::optional<std::size_t> x; ///< columns from 0
+    std::optional<std::size_t> y;
+    std::optional<std::size_t> z;
+    EPlanNotation notation = EPlanNotation::None;
+};
+
+/// Something that only the caller can answer.
+struct PlanQuestion
+{
+    std::string code;                 ///< "coordinates", "names", "decimal-sign" ...
+    std::string text;                 ///< one sentence
+    std::vector<std::string> options; ///< what answers it, as words of `orvane import`
+};
+
+/// Something worth knowing about the file.
+struct PlanFinding
+{
+    std::string code;    ///< "short-row", "mixed-line-ends" ...
+    bool isLoss = false; ///< rows or cells cannot stand as they are
+    std::string text;    ///< one sentence
+    std::uint64_t count = 0;
+    std::vector<PlanPlace> places; ///< the first ones, at most 8
+};
+
+/// All that is decided about a file.
+struct Plan
+{
+    std::string path;
+    PlanBytes bytes;
+    PlanShape shape;
+    std::vector<PlanColumn> columns;
+    PlanDecision<PlanCoordinates> coordinates;
+    /// "EPSG:4326", "undefined geographic", "undefined Cartesian", or "" without coordinates.
+    PlanDecision<std::string> coordinateSystem;
+    std::vector<PlanQuestion> questions;
+    std::vector<PlanFinding> findings;
+};
+
+/// What the caller decides; everything else is found.
+struct PlanRequest
+{
+    std::optional<char> separator;
+    std::optional<char> quote; ///< 0: none
+    std::optional<bool> hasNames;
+    std::string encoding; ///< empty: found
+    std::string x;        ///< a column's name, or its index from 0; empty: found
+    std::string y;
+    std::string z;
+};
+
+/// Scans the file and decides.
+/// @param path of a regular file, as the system's calls accept it
+/// @throws ImportFailure `no-such-file`, `no-permission`, `is-folder`, `not-a-file`, `read-error`;
+///     `compressed` when the file is packed otherwise than by gzip, `damaged` when it cannot be
+///     unpacked; `no-such-column` for a given column that does not exist
+/// Cost: linear; memory is bounded, about 17 MiB and some KiB per column.
+[[nodiscard]] ORVANE_IMPORT_EXPORT Plan MakePlan(const std::string& path,
+                                                 const PlanRequest& request);
+
+/// The plan as one JSON object, indented by two blanks, with a line end: the fields of these
+/// structs, enumerations by their names in lower case.
+[[nodiscard]] ORVANE_IMPORT_EXPORT std::string ToJson(const Plan& plan);
+
+/// Names as people read them and as the JSON has them: "integer", "long integer", "double", "text",
+/// "boolean", "date", "time", "date and time", "angle".
+[[nodiscard]] ORVANE_IMPORT_EXPORT std::string_view NameOf(EPlanType type);
+[[nodiscard]] ORVANE_IMPORT_EXPORT std::string_view NameOf(EConfidence confidence);
+[[nodiscard]] ORVANE_IMPORT_EXPORT std::string_view NameOf(EDecider decider);
+[[nodiscard]] ORVANE_IMPORT_EXPORT std::string_view NameOf(EPlanLineEnd lineEnd);
+[[nodiscard]] ORVANE_IMPORT_EXPORT std::string_view NameOf(EPlanLines lines);
+[[nodiscard]] ORVANE_IMPORT_EXPORT std::string_view NameOf(EPlanRole role);
+[[nodiscard]] ORVANE_IMPORT_EXPORT std::string_view NameOf(EPlanNotation notation);
+
+/// The separator in words: "comma", "tab", "runs of blanks", "widths 5, 14", "one column", `"^"`.
+[[nodiscard]] ORVANE_IMPORT_EXPORT std::string Describe(const PlanSeparator& separator);
+
+} // namespace Orvane::Import

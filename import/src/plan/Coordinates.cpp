@@ -1,0 +1,544 @@
+// Pairs of columns are scored; what is left after names and values is a question.
+#include "Coordinates.h"
+
+#include "Names.h"
+#include "values/FoldedCell.h"
+
+#include <Orvane/Import/Failure.h>
+
+#include <ogr_spatialref.h>
+
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <set>
+
+namespace Orvane::Import {
+
+namespace {
+
+using Names::EAxis;
+using Values::ECell;
+
+/// The values of a column in the sample rows.
+struct SampleValues
+{
+    std::vector<double> values; ///< degrees for angles
+    std::size_t filled = 0;
+    std::size_t empty = 0;
+    std::size_t decimals = 0; ///< rows with three decimals or more
+    std::size_t letters = 0;  ///< rows with a hemisphere letter
+    double least = 0;
+    double most = 0;
+
+    [[nodiscard]] std::size_t CountWithin(double limit) const
+    {
+        return static_cast<std::size_t>(std::count_if(
+            values.begin(), values.end(), [&](double value) { return std::abs(value) <= limit; }));
+    }
+
+    /// Rule: 99 of 100 values in range make a column of degrees.
+    [[nodiscard]] bool IsWithin(double limit) const
+    {
+        return !values.empty() && CountWithin(limit) * 100 >= values.size() * 99;
+    }
+};
+
+struct Column
+{
+    EAxis axis = EAxis::None;
+    std::string rest;
+    bool isNumber = false;
+    bool isAngle = false;
+    SampleValues sample;
+};
+
+Values::Notation NotationOf(const PlanColumn& column)
+{
+    if (column.spelling.find("decimal comma") == std::string::npos) {
+        return column.spelling == "thousands ,"   ? Values::NotationCommaGroups
+               : column.spelling == "thousands '" ? Values::NotationApostrophePoint
+               : column.spelling.empty()          ? Values::NotationPlain
+                                                  : Values::NotationBlankPoint;
+    }
+    return column.spelling == "decimal comma"                ? Values::NotationComma
+           : column.spelling == "decimal comma, thousands ." ? Values::NotationPointGroups
+           : column.spelling == "decimal comma, thousands '" ? Values::NotationApostropheComma
+                                                             : Values::NotationBlankComma;
+}
+
+SampleValues TakeValues(const SampleRows& rows, const PlanColumn& column)
+{
+    SampleValues sample;
+    const Values::Notation notation = NotationOf(column);
+    for (const std::vector<std::string>& row : rows) {
+        const std::string_view cell =
+            column.index < row.size() ? std::string_view(row[column.index]) : std::string_view();
+        const Values::CellReading reading = Values::ReadCell(cell);
+        if (reading.cell == ECell::Empty || reading.cell == ECell::NullWord) {
+            ++sample.empty;
+            continue;
+        }
+        ++sample.filled;
+        if ((reading.number.notations & notation) != 0) {
+            sample.values.push_back(Values::ToDouble(cell, notation));
+            const std::size_t sign = cell.find_first_of(".,");
+            sample.decimals +=
+                sign != std::string_view::npos && Values::Trim(cell).size() > sign + 3 ? 1U : 0U;
+        } else if (reading.angle.isAngle && !reading.angle.isContradiction) {
+            sample.values.push_back(reading.angle.degrees);
+            sample.letters += reading.angle.letter != 0 ? 1U : 0U;
+            ++sample.decimals;
+        }
+    }
+    if (!sample.values.empty()) {
+        const auto [least, most] = std::minmax_element(sample.values.begin(), sample.values.end());
+        sample.least = *least;
+        sample.most = *most;
+    }
+    return sample;
+}
+
+/// Whether most cells of the sample have a value, so that a few odd ones do not hide a coordinate.
+bool IsMostlyValues(const SampleValues& sample)
+{
+    return !sample.values.empty() && sample.values.size() * 10 >= sample.filled * 9;
+}
+
+std::vector<Column> TakeColumns(const CoordinateSearch& search, const Plan& plan)
+{
+    std::vector<Column> columns(plan.columns.size());
+    // More columns than these are no coordinates, but data.
+    constexpr std::size_t kMostColumns = 4096;
+    for (std::size_t index = 0; index < std::min(columns.size(), kMostColumns); ++index) {
+        const PlanColumn& planned = plan.columns[index];
+        Column& column = columns[index];
+        column.axis = Names::FindAxis(planned.name, column.rest);
+        column.isNumber = planned.type.value == EPlanType::Double ||
+                          planned.type.value == EPlanType::Integer32 ||
+                          planned.type.value == EPlanType::Integer64;
+        column.isAngle = planned.type.value == EPlanType::Angle;
+        const bool isCandidate = column.isNumber || column.isAngle || column.axis != EAxis::None;
+        if (isCandidate) {
+            column.sample = TakeValues(search.rows, planned);
+        }
+    }
+    return columns;
+}
+
+struct Pair
+{
+    std::size_t x = 0;
+    std::size_t y = 0;
+    double score = 0;
+    bool isDegrees = false;
+    bool isByName = false;
+    bool isPacked = false;
+};
+
+bool CanPackedBe(const SampleValues& sample, double limit)
+{
+    std::set<double> wholes;
+    for (const double value : sample.values) {
+        if (!Values::CanBePacked(value) || std::abs(Values::UnpackDegrees(value)) > limit) {
+            return false;
+        }
+        wholes.insert(std::floor(value));
+    }
+    return !sample.values.empty();
+}
+
+std::vector<Pair> FindNamedPairs(const std::vector<Column>& columns)
+{
+    std::vector<Pair> pairs;
+    for (std::size_t y = 0; y < columns.size(); ++y) {
+        const Column& second = columns[y];
+        if (second.axis != EAxis::Latitude && second.axis != EAxis::Y) {
+            continue;
+        }
+        for (std::size_t x = 0; x < columns.size(); ++x) {
+            const Column& first = columns[x];
+            const EAxis partner = second.axis == EAxis::Y ? EAxis::X : EAxis::Longitude;
+            if (first.axis != partner || first.rest != second.rest ||
+                !IsMostlyValues(first.sample) || !IsMostlyValues(second.sample)) {
+                continue;
+            }
+            Pair pair{x, y, 1, false, true, false};
+            const bool isNamed = second.axis == EAxis::Latitude;
+            pair.isDegrees = second.sample.IsWithin(90) && first.sample.IsWithin(360) &&
+                             (isNamed || first.sample.decimals * 2 > first.sample.values.size());
+            pair.isPacked = isNamed && !second.sample.IsWithin(90) &&
+                            CanPackedBe(second.sample, 90) && CanPackedBe(first.sample, 180);
+            // Names of degrees over values that are none: swapped columns, or no coordinates.
+            pair.score += isNamed && !pair.isDegrees && !pair.isPacked ? -0.5 : 0;
+            pair.score += pair.isDegrees && isNamed ? 0.5 : 0;
+            // The plain name before the one with an addition.
+            pair.score -= std::min(0.3, 0.02 * static_cast<double>(first.rest.size()));
+            pair.score += first.rest.find("cent") != std::string::npos ? 0.25 : 0;
+            pair.score -= x + 1 == y || y + 1 == x ? 0 : 0.02;
+            pair.score -= first.sample.values.empty() ? 1 : 0;
+            pairs.push_back(pair);
+        }
+    }
+    std::stable_sort(
+        pairs.begin(), pairs.end(), [](const Pair& a, const Pair& b) { return a.score > b.score; });
+    return pairs;
+}
+
+/// Neighbours with many decimals whose values can be degrees.
+std::vector<Pair> FindPairsByValue(const std::vector<Column>& columns)
+{
+    std::vector<Pair> pairs;
+    const auto isFine = [](const Column& column) {
+        return (column.isNumber || column.isAngle) && column.sample.values.size() >= 3 &&
+               column.sample.decimals * 2 > column.sample.values.size() &&
+               column.sample.most > column.sample.least && column.sample.IsWithin(180);
+    };
+    for (std::size_t index = 0; index + 1 < columns.size(); ++index) {
+        const Column& first = columns[index];
+        const Column& second = columns[index + 1];
+        if (!isFine(first) || !isFine(second) || first.sample.empty != second.sample.empty) {
+            continue;
+        }
+        const bool canFirstBeY = first.sample.IsWithin(90);
+        const bool canSecondBeY = second.sample.IsWithin(90);
+        if (canFirstBeY) {
+            pairs.push_back({index + 1, index, 0.5, true, false, false});
+        }
+        if (canSecondBeY) {
+            pairs.push_back({index, index + 1, 0.5, true, false, false});
+        }
+        ++index;
+    }
+    return pairs;
+}
+
+std::string QuoteName(const PlanColumn& column)
+{
+    return column.name.empty() ? std::to_string(column.index) : "'" + column.name + "'";
+}
+
+std::string OptionFor(const Plan& plan, std::size_t x, std::size_t y)
+{
+    return "--x " + QuoteName(plan.columns[x]) + " --y " + QuoteName(plan.columns[y]);
+}
+
+std::size_t FindGiven(const Plan& plan, const std::string& given)
+{
+    for (const PlanColumn& column : plan.columns) {
+        if (column.name == given) {
+            return column.index;
+        }
+    }
+    std::size_t index = 0;
+    const auto result = std::from_chars(given.data(), given.data() + given.size(), index);
+    if (result.ec == std::errc() && result.ptr == given.data() + given.size() &&
+        index < plan.columns.size()) {
+        return index;
+    }
+    FailureFields fields;
+    fields.kind = EFailureKind::Request;
+    fields.code = "no-such-column";
+    fields.what = "The file has no such column.";
+    fields.file = plan.path;
+    fields.value = given;
+    throw ImportFailure(std::move(fields));
+}
+
+/// Columns of letters N and S, E and W beside the coordinates.
+void FindHemispheres(const CoordinateSearch& search, Plan& plan)
+{
+    const auto areLetters = [&](std::size_t index, std::string_view letters) {
+        const Scan::ColumnFacts& facts = search.facts[index];
+        return !facts.hasManyWords && !facts.wordFacts.empty() &&
+               std::all_of(facts.wordFacts.begin(),
+                           facts.wordFacts.end(),
+                           [&](const Scan::WordFacts& word) {
+                               const std::string_view text = Values::Trim(word.text);
+                               return text.size() == 1 &&
+                                      letters.find(text[0]) != std::string_view::npos;
+                           }) &&
+               facts.Count(ECell::Text) + facts.Count(ECell::Boolean) == facts.CountValues();
+    };
+    const PlanCoordinates& found = plan.coordinates.value;
+    for (const std::size_t at : {*found.x, *found.y}) {
+        const bool isX = at == *found.x;
+        for (const std::size_t index : {at + 1, at - 1}) {
+            if (index < plan.columns.size() && plan.columns[index].role == EPlanRole::Attribute &&
+                areLetters(index, isX ? "EWew" : "NSns")) {
+                plan.columns[index].role = isX ? EPlanRole::XHemisphere : EPlanRole::YHemisphere;
+                break;
+            }
+        }
+    }
+}
+
+/// Columns of minutes and seconds with the name of a coordinate and a word more.
+void FindMinutes(const std::vector<Column>& columns, Plan& plan)
+{
+    for (std::size_t index = 0; index < columns.size(); ++index) {
+        const Column& column = columns[index];
+        const bool isX = column.axis == EAxis::Longitude;
+        if ((!isX && column.axis != EAxis::Latitude) ||
+            plan.columns[index].role != EPlanRole::Attribute || !column.isNumber) {
+            continue;
+        }
+        const Names::Tokens tokens = Names::Cut(plan.columns[index].name);
+        const bool isMinutes = Names::HasAny(tokens, {"min", "mins", "minute", "minutes"});
+        const bool isSeconds = Names::HasAny(tokens, {"sec", "secs", "second", "seconds"});
+        if ((isMinutes || isSeconds) && column.sample.least >= 0 && column.sample.most < 60) {
+            plan.columns[index].role = isMinutes
+                                           ? (isX ? EPlanRole::XMinutes : EPlanRole::YMinutes)
+                                           : (isX ? EPlanRole::XSeconds : EPlanRole::YSeconds);
+            plan.coordinates.value.notation = EPlanNotation::Sexagesimal;
+        }
+    }
+}
+
+void FindHeight(const std::vector<Column>& columns, Plan& plan)
+{
+    PlanCoordinates& found = plan.coordinates.value;
+    std::size_t best = columns.size();
+    std::size_t bestDistance = columns.size() * 2 + 2;
+    for (std::size_t index = 0; index < columns.size(); ++index) {
+        if (columns[index].axis != EAxis::Z || !columns[index].isNumber ||
+            plan.columns[index].role != EPlanRole::Attribute) {
+            continue;
+        }
+        const std::size_t distance = index > *found.x ? index - *found.x : *found.x - index;
+        // The nearest of several.
+        const std::size_t rank = distance;
+        if (rank < bestDistance) {
+            bestDistance = rank;
+            best = index;
+        }
+    }
+    if (best < columns.size()) {
+        found.z = best;
+        plan.columns[best].role = EPlanRole::Z;
+    }
+}
+
+void AddFinding(Plan& plan, const char* code, bool isLoss, std::string text, std::uint64_t count)
+{
+    plan.findings.push_back({code, isLoss, std::move(text), count, {}});
+}
+
+void CheckRanges(const std::vector<Column>& columns, Plan& plan)
+{
+    const PlanCoordinates& found = plan.coordinates.value;
+    const Column& x = columns[*found.x];
+    const Column& y = columns[*found.y];
+    if (found.notation == EPlanNotation::Decimal) {
+        const PlanColumn& xColumn = plan.columns[*found.x];
+        const PlanColumn& yColumn = plan.columns[*found.y];
+        if (yColumn.hasRange && (yColumn.least < -90 || yColumn.most > 90)) {
+            AddFinding(
+                plan, "latitude-out-of-range", false, "Y goes past 90 degrees in some rows.", 1);
+        }
+        if (xColumn.hasRange && (xColumn.least < -180 || xColumn.most > 360)) {
+            AddFinding(
+                plan, "longitude-out-of-range", false, "X goes past 180 degrees in some rows.", 1);
+        } else if (xColumn.hasRange && xColumn.most > 180) {
+            AddFinding(plan, "longitude-past-180", false, "X counts degrees up to 360.", 1);
+        }
+    }
+    if (!y.sample.IsWithin(90) && x.sample.IsWithin(90) && y.sample.IsWithin(180) &&
+        columns[*found.y].axis == EAxis::Latitude) {
+        AddFinding(plan,
+                   "axes-swapped",
+                   false,
+                   "Latitudes past 90 over longitudes within 90: X and Y look swapped.",
+                   1);
+    }
+    std::uint64_t zeros = 0;
+    const std::size_t rows = std::min(x.sample.values.size(), y.sample.values.size());
+    for (std::size_t row = 0; row < rows; ++row) {
+        zeros += x.sample.values[row] == 0 && y.sample.values[row] == 0 ? 1U : 0U;
+    }
+    if (zeros > 0) {
+        AddFinding(plan, "zero-coordinates", false, "Points at 0/0 among the first rows.", zeros);
+    }
+}
+
+/// The system that a .prj file beside the data names; empty without one.
+std::string ReadProjectionFile(const std::string& path, std::string& file)
+{
+    std::filesystem::path beside(path);
+    beside.replace_extension(".prj");
+    std::error_code error;
+    if (!std::filesystem::is_regular_file(beside, error) ||
+        std::filesystem::file_size(beside, error) > 65536) {
+        return {};
+    }
+    std::ifstream stream(beside, std::ios::binary);
+    const std::string text{std::istreambuf_iterator<char>(stream),
+                           std::istreambuf_iterator<char>()};
+    OGRSpatialReference system;
+    if (system.importFromWkt(text.c_str()) != OGRERR_NONE) {
+        return {};
+    }
+    system.AutoIdentifyEPSG();
+    file = beside.filename().string();
+    const char* authority = system.GetAuthorityName(nullptr);
+    const char* code = system.GetAuthorityCode(nullptr);
+    if (authority == nullptr || code == nullptr) {
+        return {};
+    }
+    return std::string(authority) + ":" + code;
+}
+
+void DecideSystem(const std::vector<Column>& columns, Plan& plan)
+{
+    PlanDecision<std::string>& system = plan.coordinateSystem;
+    const PlanCoordinates& found = plan.coordinates.value;
+    if (!found.x) {
+        return;
+    }
+    std::string file;
+    const std::string stated = ReadProjectionFile(plan.path, file);
+    if (!stated.empty()) {
+        system.value = stated;
+        system.evidence.push_back({"the file " + file, 1, {}});
+        return;
+    }
+    if (found.notation == EPlanNotation::Cartesian) {
+        system.value = "undefined Cartesian";
+        system.decider = EDecider::Default;
+        system.confidence = EConfidence::Strong;
+        system.evidence.push_back(
+            {"ranking of projected systems by their areas of use: not tried", 0, {}});
+        return;
+    }
+    const SampleValues& x = columns[*found.x].sample;
+    const bool isNamed = columns[*found.y].axis == EAxis::Latitude;
+    const bool hasLetters = x.letters > 0;
+    const bool isPast = x.most > 90 || x.least < -90;
+    if (isNamed || hasLetters || isPast) {
+        system.value = "EPSG:4326";
+        system.confidence = EConfidence::Strong;
+        system.evidence.push_back({isNamed      ? "names of latitude and longitude"
+                                   : hasLetters ? "letters of hemispheres"
+                                                : "X goes past 90 while Y does not",
+                                   1,
+                                   {}});
+        return;
+    }
+    system.value = "undefined geographic";
+    system.decider = EDecider::Default;
+    system.confidence = EConfidence::Tie;
+}
+
+void Settle(const CoordinateSearch& search,
+            const std::vector<Column>& columns,
+            const Pair& pair,
+            Plan& plan)
+{
+    PlanCoordinates& found = plan.coordinates.value;
+    found.x = pair.x;
+    found.y = pair.y;
+    const bool isAngle = plan.columns[pair.x].type.value == EPlanType::Angle ||
+                         plan.columns[pair.y].type.value == EPlanType::Angle ||
+                         columns[pair.x].sample.letters > 0;
+    found.notation = pair.isPacked    ? EPlanNotation::Packed
+                     : isAngle        ? EPlanNotation::Sexagesimal
+                     : pair.isDegrees ? EPlanNotation::Decimal
+                                      : EPlanNotation::Cartesian;
+    plan.columns[pair.x].role = EPlanRole::X;
+    plan.columns[pair.y].role = EPlanRole::Y;
+    FindHemispheres(search, plan);
+    FindMinutes(columns, plan);
+    FindHeight(columns, plan);
+    CheckRanges(columns, plan);
+}
+
+void AskForCoordinates(Plan& plan)
+{
+    plan.coordinates.decider = EDecider::Default;
+    plan.questions.push_back({"coordinates",
+                              "No columns of coordinates were found.",
+                              plan.columns.size() > 1
+                                  ? std::vector<std::string>{"--x COLUMN --y COLUMN", "--no-points"}
+                                  : std::vector<std::string>{"--no-points"}});
+}
+
+bool UseGiven(const CoordinateSearch& search,
+              const std::vector<Column>& columns,
+              const PlanRequest& request,
+              Plan& plan)
+{
+    if (request.x.empty() || request.y.empty()) {
+        return false;
+    }
+    Pair pair;
+    pair.x = FindGiven(plan, request.x);
+    pair.y = FindGiven(plan, request.y);
+    pair.isDegrees = columns[pair.y].sample.IsWithin(90) && columns[pair.x].sample.IsWithin(360);
+    plan.coordinates.decider = EDecider::Given;
+    Settle(search, columns, pair, plan);
+    return true;
+}
+
+} // namespace
+
+void DecideCoordinates(const CoordinateSearch& search, const PlanRequest& request, Plan& plan)
+{
+    std::vector<Column> columns = TakeColumns(search, plan);
+    if (UseGiven(search, columns, request, plan)) {
+        DecideSystem(columns, plan);
+        return;
+    }
+    std::vector<Pair> pairs = search.hasNames ? FindNamedPairs(columns) : std::vector<Pair>{};
+    if (!pairs.empty()) {
+        const Pair best = pairs.front();
+        plan.coordinates.confidence = EConfidence::Strong;
+        plan.coordinates.evidence.push_back({"names " + QuoteName(plan.columns[best.x]) + " and " +
+                                                 QuoteName(plan.columns[best.y]) +
+                                                 (best.isDegrees ? ", values within degrees" : ""),
+                                             columns[best.x].sample.values.size(),
+                                             {}});
+        for (std::size_t index = 1; index < pairs.size(); ++index) {
+            plan.coordinates.rivals.push_back(
+                {OptionFor(plan, pairs[index].x, pairs[index].y), 0, "a less plain pair of names"});
+        }
+        const bool isTie = pairs.size() > 1 && pairs[1].score == best.score &&
+                           pairs[1].x != best.x && pairs[1].y != best.y;
+        Settle(search, columns, best, plan);
+        if (isTie) {
+            plan.coordinates.confidence = EConfidence::Tie;
+            plan.questions.push_back(
+                {"coordinates",
+                 "Several pairs of columns can be the coordinates.",
+                 {OptionFor(plan, best.x, best.y), OptionFor(plan, pairs[1].x, pairs[1].y)}});
+        }
+        DecideSystem(columns, plan);
+        return;
+    }
+    pairs = FindPairsByValue(columns);
+    if (pairs.empty()) {
+        AskForCoordinates(plan);
+        return;
+    }
+    const Pair& best = pairs.front();
+    plan.coordinates.evidence.push_back({"neighbours with many decimals, values within degrees",
+                                         columns[best.x].sample.values.size(),
+                                         {}});
+    plan.coordinates.confidence = EConfidence::Strong;
+    if (pairs.size() > 1) {
+        plan.coordinates.confidence = EConfidence::Tie;
+        std::vector<std::string> options;
+        for (const Pair& pair : pairs) {
+            options.push_back(OptionFor(plan, pair.x, pair.y));
+        }
+        plan.questions.push_back(
+            {"axes", "Two columns can be degrees, and either can be the longitude.", options});
+        return;
+    }
+    Settle(search, columns, best, plan);
+    DecideSystem(columns, plan);
+}
+
+} // namespace Orvane::Import

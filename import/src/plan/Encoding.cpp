@@ -1,0 +1,227 @@
+// Validity first, libuchardet where validity leaves several.
+#include "Encoding.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <iconv.h>
+#include <set>
+#include <uchardet/uchardet.h>
+
+namespace Orvane::Import {
+
+namespace {
+
+/// Statistics need so many distinct words to speak against the usual encoding.
+constexpr std::size_t kWordsThatSpeak = 20;
+
+constexpr const char* kUsual = "WINDOWS-1252";
+
+class Converter
+{
+public:
+    explicit Converter(const std::string& encoding)
+        : m_handle(iconv_open("UTF-8", encoding.c_str()))
+    {}
+
+    ~Converter()
+    {
+        if (IsOpen()) {
+            iconv_close(m_handle);
+        }
+    }
+
+    Converter(const Converter&) = delete;
+    Converter& operator=(const Converter&) = delete;
+
+    [[nodiscard]] bool IsOpen() const noexcept
+    {
+        return m_handle != reinterpret_cast<iconv_t>(-1); // NOLINT(performance-no-int-to-ptr)
+    }
+
+    /// @return bytes that were no characters
+    std::size_t Convert(std::string_view text, std::string& result)
+    {
+        std::size_t invalid = 0;
+        // iconv does not change its input.
+        char* from =
+            const_cast<char*>(text.data()); // NOLINT(cppcoreguidelines-pro-type-const-cast)
+        std::size_t left = text.size();
+        while (left > 0) {
+            std::array<char, 4096> buffer{};
+            char* to = buffer.data();
+            std::size_t room = buffer.size();
+            const std::size_t status = iconv(m_handle, &from, &left, &to, &room);
+            result.append(buffer.data(), buffer.size() - room);
+            if (status == static_cast<std::size_t>(-1) && errno != E2BIG) {
+                result += "\xEF\xBF\xBD";
+                ++invalid;
+                ++from;
+                --left;
+                iconv(m_handle, nullptr, nullptr, nullptr, nullptr);
+            }
+        }
+        return invalid;
+    }
+
+private:
+    iconv_t m_handle;
+};
+
+std::string AskStatistics(std::string_view text)
+{
+    uchardet_t detector = uchardet_new();
+    uchardet_handle_data(detector, text.data(), text.size());
+    uchardet_data_end(detector);
+    const std::string name = uchardet_get_charset(detector);
+    uchardet_delete(detector);
+    return name;
+}
+
+std::size_t CountWords(std::string_view text)
+{
+    std::set<std::string_view> words;
+    for (std::size_t at = 0; at < text.size();) {
+        const std::size_t end = std::min(text.find_first_of(" \t\n,;|\"", at), text.size());
+        const std::string_view word = text.substr(at, end - at);
+        if (std::any_of(word.begin(), word.end(), [](char unit) {
+                return static_cast<signed char>(unit) < 0;
+            })) {
+            words.insert(word);
+        }
+        at = end + 1;
+    }
+    return words.size();
+}
+
+bool IsWestern(const std::string& name)
+{
+    static constexpr std::string_view kNames[] = {
+        "", "ASCII", "ISO-8859-1", "ISO-8859-15", "WINDOWS-1252", "UTF-8"};
+    return std::find(std::begin(kNames), std::end(kNames), name) != std::end(kNames);
+}
+
+/// Encodings of several bytes per character: few texts are valid in them by chance.
+bool IsMultiByte(const std::string& name)
+{
+    static constexpr std::string_view kNames[] = {"UHC",
+                                                  "EUC-KR",
+                                                  "SHIFT_JIS",
+                                                  "EUC-JP",
+                                                  "GB18030",
+                                                  "BIG5",
+                                                  "EUC-TW",
+                                                  "ISO-2022-JP",
+                                                  "JOHAB"};
+    return std::find(std::begin(kNames), std::end(kNames), name) != std::end(kNames);
+}
+
+std::string NameFor(const std::string& name)
+{
+    return name == "UHC" || name == "EUC-KR" ? "CP949" : name;
+}
+
+void DecideByStatistics(const Scan::ByteFacts& bytes, PlanDecision<std::string>& decision)
+{
+    const std::string found = AskStatistics(bytes.highLines);
+    const std::size_t words = CountWords(bytes.highLines);
+    decision.evidence.push_back({"distinct words with letters past ASCII", words, {}});
+    decision.value = kUsual;
+    decision.confidence = EConfidence::Strong;
+    if (IsWestern(found)) {
+        return;
+    }
+    const std::string name = NameFor(found);
+    const bool isPossible = IsIn(bytes.highLines, name);
+    if (isPossible && (IsMultiByte(found) || words >= kWordsThatSpeak)) {
+        decision.value = name;
+        decision.rivals.push_back({kUsual, 0, "statistics of the letters"});
+        return;
+    }
+    decision.rivals.push_back(
+        {name, 0, isPossible ? "too few words speak for it" : "bytes that it does not have"});
+    if (isPossible) {
+        decision.confidence = EConfidence::Tie;
+    }
+}
+
+} // namespace
+
+bool IsIn(std::string_view text, const std::string& encoding)
+{
+    Converter converter(encoding);
+    std::string result;
+    if (!converter.IsOpen() || converter.Convert(text, result) > 0) {
+        return false;
+    }
+    for (std::size_t at = 0; at + 1 < result.size(); ++at) {
+        if (result[at] == '\xC2' && static_cast<unsigned char>(result[at + 1]) < 0xA0) {
+            return false;
+        }
+    }
+    return true;
+}
+
+std::string ToUtf8(std::string_view text, const std::string& encoding)
+{
+    if (encoding == "UTF-8" || std::none_of(text.begin(), text.end(), [](char unit) {
+            return static_cast<signed char>(unit) < 0;
+        })) {
+        return std::string(text);
+    }
+    Converter converter(encoding);
+    std::string result;
+    if (!converter.IsOpen()) {
+        return std::string(text);
+    }
+    converter.Convert(text, result);
+    return result;
+}
+
+PlanDecision<std::string> DecideEncoding(const Scan::SourceFacts& source,
+                                         const Scan::ByteFacts& bytes,
+                                         const std::string& given)
+{
+    PlanDecision<std::string> decision;
+    if (!given.empty()) {
+        decision.value = given;
+        decision.decider = EDecider::Given;
+        return decision;
+    }
+    if (source.units != Scan::EUnits::Bytes) {
+        static constexpr const char* kNames[] = {
+            "", "UTF-16LE", "UTF-16BE", "UTF-32LE", "UTF-32BE"};
+        decision.value = kNames[static_cast<std::size_t>(source.units)];
+        decision.evidence.push_back(
+            {source.hasMark ? "byte order mark" : "NULs in every other byte", 1, {}});
+        decision.confidence = source.hasMark ? EConfidence::Certain : EConfidence::Strong;
+        return decision;
+    }
+    if (bytes.highBytes == 0) {
+        decision.value = source.hasMark ? "UTF-8" : "US-ASCII";
+        decision.evidence.push_back({"bytes past ASCII", 0, {}});
+        return decision;
+    }
+    decision.evidence.push_back({"bytes past ASCII", bytes.highBytes, {}});
+    if (source.hasMark || bytes.isUtf8 || bytes.invalidBytes * 100 <= bytes.highBytes) {
+        decision.value = "UTF-8";
+        if (source.hasMark) {
+            decision.evidence.push_back({"byte order mark", 1, {}});
+        }
+        decision.evidence.push_back(
+            {"distinct characters in valid UTF-8, at most 16 counted", bytes.sequences.size(), {}});
+        if (!bytes.isUtf8) {
+            decision.evidence.push_back(
+                {"bytes that are no UTF-8", bytes.invalidBytes, {{0, bytes.firstInvalid, {}}}});
+        }
+        const bool isProved = bytes.isUtf8 && (source.hasMark || bytes.sequences.size() >= 3);
+        decision.confidence = isProved ? EConfidence::Certain : EConfidence::Strong;
+        return decision;
+    }
+    decision.evidence.push_back(
+        {"bytes that are no UTF-8", bytes.invalidBytes, {{0, bytes.firstInvalid, {}}}});
+    DecideByStatistics(bytes, decision);
+    return decision;
+}
+
+} // namespace Orvane::Import

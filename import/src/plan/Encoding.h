@@ -1,0 +1,27 @@
+// Which encoding a text has, and its texts as UTF-8.
+#pragma once
+
+#include "scan/ByteFacts.h"
+#include "scan/TextSource.h"
+
+#include <Orvane/Import/Plan.h>
+
+#include <string>
+#include <string_view>
+
+namespace Orvane::Import {
+
+/// Decides the encoding of a text by its mark, by all of its bytes, and else by statistics over
+/// the lines with high bytes.
+[[nodiscard]] PlanDecision<std::string> DecideEncoding(const Scan::SourceFacts& source,
+                                                       const Scan::ByteFacts& bytes,
+                                                       const std::string& given);
+
+/// A text in UTF-8; what is no character of the encoding becomes U+FFFD. ASCII costs nothing but
+/// the copy.
+[[nodiscard]] std::string ToUtf8(std::string_view text, const std::string& encoding);
+
+/// Whether all of a text is characters of the encoding, none of them a C1 control.
+[[nodiscard]] bool IsIn(std::string_view text, const std::string& encoding);
+
+} // namespace Orvane::Import

@@ -1,0 +1,495 @@
+// MakePlan: a first look, one pass over the file, and the decisions.
+#include "Coordinates.h"
+#include "Encoding.h"
+#include "Types.h"
+#include "scan/FileScan.h"
+
+#include <Orvane/Import/Plan.h>
+
+#include <algorithm>
+#include <cmath>
+#include <utility>
+
+namespace Orvane::Import {
+
+namespace {
+
+constexpr std::size_t kProbe = std::size_t{1} << 20U;
+constexpr std::size_t kMostLines = 1000;
+constexpr std::size_t kSampleRows = 2000;
+
+std::vector<PlanPlace> PlacesOf(const Scan::Occurrences& found, const std::string& encoding)
+{
+    std::vector<PlanPlace> places;
+    for (const Scan::Example& example : found.first) {
+        places.push_back(
+            {example.position.line, example.position.byte, ToUtf8(example.text, encoding)});
+    }
+    return places;
+}
+
+struct LineEndCounts
+{
+    std::uint64_t feeds = 0;
+    std::uint64_t returnsAndFeeds = 0;
+    std::uint64_t returns = 0;
+};
+
+/// How lines end in the probe: what a line is must be known before anything else.
+Scan::ELineEnds FindLineEnds(std::string_view probe)
+{
+    LineEndCounts counts;
+    for (std::size_t at = 0; at < probe.size(); ++at) {
+        if (probe[at] == '\n') {
+            ++(at > 0 && probe[at - 1] == '\r' ? counts.returnsAndFeeds : counts.feeds);
+        } else if (probe[at] == '\r' && (at + 1 == probe.size() || probe[at + 1] != '\n')) {
+            ++counts.returns;
+        }
+    }
+    if (counts.returns == 0) {
+        return Scan::ELineEnds::Feeds;
+    }
+    const std::uint64_t others = counts.feeds + counts.returnsAndFeeds;
+    if (others == 0) {
+        return Scan::ELineEnds::Returns;
+    }
+    // Rule: few of a kind are no line ends but part of cells.
+    return counts.returns * 5 > others ? Scan::ELineEnds::Any : Scan::ELineEnds::Feeds;
+}
+
+/// A copy of the text's first piece with readable bytes after it.
+struct Probe
+{
+    std::vector<char> bytes;
+    std::size_t size = 0;
+    bool isWhole = false;
+
+    [[nodiscard]] std::string_view Text() const { return {bytes.data(), size}; }
+};
+
+Probe TakeProbe(Scan::TextSource& source)
+{
+    Probe probe;
+    probe.bytes.resize(kProbe + 64);
+    source.Rewind();
+    probe.size = source.Read(probe.bytes.data(), kProbe);
+    probe.isWhole = probe.size < kProbe;
+    return probe;
+}
+
+SampleRows
+TakeRows(const Probe& probe, const Scan::ScanRequest& request, const std::string& encoding)
+{
+    SampleRows rows;
+    Scan::RecordCutter cutter(request.dialect);
+    Scan::Record record;
+    std::size_t at = std::min<std::size_t>(request.head.firstRow, probe.size);
+    std::size_t cells = 0;
+    while (at < probe.size && rows.size() < kSampleRows && cells < 400000 &&
+           cutter.Cut(probe.Text(), at, probe.isWhole, request.head.columns, record)) {
+        at = record.next;
+        if (record.isBlank || (record.fields.size() < request.head.columns &&
+                               !(request.countsShortRows && record.fields.size() > 1))) {
+            continue;
+        }
+        std::vector<std::string>& row = rows.emplace_back();
+        for (const Scan::Field& field : record.fields) {
+            row.push_back(ToUtf8(field.In(probe.Text()).substr(0, 256), encoding));
+        }
+        cells += row.size();
+    }
+    return rows;
+}
+
+void PlanBytesOf(const Scan::TextSource& source,
+                 const Scan::ScanFacts& facts,
+                 const PlanRequest& request,
+                 const Scan::Dialect& dialect,
+                 PlanBytes& bytes)
+{
+    const Scan::SourceFacts& file = source.Facts();
+    const Scan::ByteFacts& text = facts.bytes;
+    bytes.size = file.size;
+    bytes.compression.value = file.packing == Scan::EPacking::Gzip ? "gzip" : "none";
+    bytes.hasMark = file.hasMark;
+    bytes.positions =
+        file.packing != Scan::EPacking::None || file.units != Scan::EUnits::Bytes ? "text" : "file";
+    bytes.encoding = DecideEncoding(file, text, request.encoding);
+    bytes.lines = text.CountLines();
+    bytes.returnsAndFeeds = text.returnsAndFeeds;
+    bytes.feeds = text.lineFeeds - text.returnsAndFeeds;
+    bytes.returns = text.returns - text.returnsAndFeeds;
+    bytes.endsWithLineEnd = text.endsWithLineEnd;
+    bytes.nuls = text.nuls;
+    PlanDecision<EPlanLineEnd>& lineEnd = bytes.lineEnd;
+    if (dialect.lineEnds == Scan::ELineEnds::Any) {
+        lineEnd.value = EPlanLineEnd::Mixed;
+    } else if (dialect.lineEnds == Scan::ELineEnds::Returns) {
+        lineEnd.value = EPlanLineEnd::Return;
+    } else {
+        lineEnd.value =
+            bytes.returnsAndFeeds > bytes.feeds ? EPlanLineEnd::ReturnAndFeed : EPlanLineEnd::Feed;
+    }
+    lineEnd.evidence = {{"\\n", bytes.feeds, {}},
+                        {"\\r\\n", bytes.returnsAndFeeds, {}},
+                        {"\\r", bytes.returns, {}}};
+    const int kinds = (bytes.feeds > 0 ? 1 : 0) + (bytes.returnsAndFeeds > 0 ? 1 : 0) +
+                      (bytes.returns > 0 ? 1 : 0);
+    lineEnd.confidence = kinds > 1 ? EConfidence::Strong : EConfidence::Certain;
+    lineEnd.decider = kinds == 0 ? EDecider::Default : EDecider::Found;
+}
+
+PlanSeparator SeparatorOf(const Scan::Dialect& dialect)
+{
+    PlanSeparator separator;
+    separator.kind = static_cast<EPlanSeparation>(dialect.separation);
+    separator.character = dialect.separator;
+    separator.skipsBlanks = dialect.skipsBlanks;
+    separator.ends = dialect.ends;
+    return separator;
+}
+
+bool IsSameCut(const Scan::Dialect& a, const Scan::Dialect& b)
+{
+    return a.separation == b.separation &&
+           (a.separation != Scan::ESeparation::Character || a.separator == b.separator);
+}
+
+void PlanSeparatorOf(const std::vector<Scan::Candidate>& candidates,
+                     std::size_t leader,
+                     const Scan::ScanFacts& facts,
+                     const PlanRequest& request,
+                     PlanShape& shape)
+{
+    const Scan::Candidate& best = candidates[leader];
+    PlanDecision<PlanSeparator>& decision = shape.separator;
+    decision.value = SeparatorOf(best.dialect);
+    decision.decider = request.separator ? EDecider::Given : EDecider::Found;
+    const std::uint64_t uneven = facts.shorter.count + facts.longer.count;
+    const std::uint64_t all = facts.rows + uneven;
+    decision.support = all == 0 ? 0 : static_cast<double>(facts.rows) / static_cast<double>(all);
+    decision.evidence.push_back(
+        {"rows of " + std::to_string(shape.columnCount.value) + " fields", facts.rows, {}});
+    if (uneven > 0) {
+        decision.evidence.push_back({"rows of other counts", uneven, {}});
+    }
+    double rivalScore = 0;
+    for (std::size_t index = 0; index < candidates.size(); ++index) {
+        const Scan::Candidate& rival = candidates[index];
+        const bool isSame = index == leader || IsSameCut(rival.dialect, best.dialect);
+        if (!isSame && decision.rivals.size() < 4) {
+            rivalScore = std::max(rivalScore, rival.score);
+            decision.rivals.push_back(
+                {Describe(SeparatorOf(rival.dialect)),
+                 rival.support,
+                 "cells with a form: " +
+                     std::to_string(static_cast<int>(std::lround(rival.typed * 100))) + " of 100"});
+        }
+    }
+    const bool isClear = best.score > 1.2 * rivalScore;
+    decision.confidence =
+        decision.support == 1 && isClear ? EConfidence::Certain : EConfidence::Strong;
+}
+
+void PlanQuotesOf(const Scan::Candidate& candidate,
+                  const Scan::ScanFacts& facts,
+                  const PlanRequest& request,
+                  PlanShape& shape)
+{
+    PlanDecision<PlanQuotes>& decision = shape.quotes;
+    // A quote that opened no field is none.
+    const bool isUsed = facts.openers > 0 || request.quote.has_value();
+    decision.value = {isUsed ? candidate.dialect.quote : '\0', candidate.dialect.hasBackslashes};
+    decision.decider = request.quote ? EDecider::Given : EDecider::Found;
+    decision.evidence.push_back({"quoted fields", facts.openers, {}});
+    if (facts.bytes.quotes == 0 && !request.quote && !isUsed) {
+        decision.decider = EDecider::Default;
+    }
+    if (facts.strays.count > 0 || facts.unclosed.count > 0) {
+        decision.confidence = EConfidence::Strong;
+        decision.evidence.push_back(
+            {"rows with stray quotes", facts.strays.count + facts.unclosed.count, {}});
+    }
+}
+
+void PlanHeadOf(const Scan::TableHead& head,
+                std::string_view probe,
+                const PlanRequest& request,
+                const std::string& encoding,
+                Plan& plan)
+{
+    PlanDecision<bool>& names = plan.shape.hasNames;
+    names.value = head.names == Scan::ENames::Found;
+    names.decider = request.hasNames ? EDecider::Given : EDecider::Found;
+    names.evidence.push_back({head.namesReason, head.namesVotes + head.dataVotes, {}});
+    const bool isClear = head.namesVotes == 0 || head.dataVotes == 0;
+    names.confidence = head.names == Scan::ENames::Unsure ? EConfidence::Tie
+                       : isClear                          ? EConfidence::Certain
+                                                          : EConfidence::Strong;
+    if (head.names == Scan::ENames::Unsure) {
+        plan.questions.push_back({"names",
+                                  "Whether the first line holds column names cannot be told.",
+                                  {"--names", "--no-names"}});
+    }
+    for (const Scan::HeadLine& line : head.lines) {
+        const std::string_view text = probe.substr(std::min(line.byte, probe.size()));
+        const std::string_view first =
+            text.substr(0, std::min(text.find_first_of("\r\n"), text.size()));
+        plan.shape.lines.push_back({static_cast<EPlanLines>(line.kind),
+                                    line.line,
+                                    line.lines,
+                                    line.byte,
+                                    ToUtf8(first.substr(0, 80), encoding)});
+    }
+    plan.shape.firstRowLine = head.firstRowLine;
+    plan.shape.firstRowByte = head.firstRow;
+    if (names.value && head.namesFields != head.columns) {
+        plan.findings.push_back({head.namesFields < head.columns ? "names-short" : "names-long",
+                                 false,
+                                 "The names line has " + std::to_string(head.namesFields) +
+                                     " cells, the rows have " + std::to_string(head.columns) + ".",
+                                 1,
+                                 {}});
+    }
+}
+
+/// Further tables and the footer, from the runs of rows.
+void PlanRunsOf(const Scan::ScanFacts& facts, Plan& plan)
+{
+    PlanShape& shape = plan.shape;
+    const std::uint64_t columns = shape.columnCount.value;
+    const auto add = [&](EPlanLines kind, const Scan::RowRun& run) {
+        if (shape.lines.size() < kMostLines) {
+            shape.lines.push_back({kind, run.position.line, run.rows, run.position.byte, {}});
+        }
+    };
+    std::size_t last = facts.runs.size();
+    while (last > 0 && facts.runs[last - 1].fields != columns) {
+        --last;
+    }
+    for (std::size_t index = 0; index < facts.runs.size() && !facts.hasMoreRuns; ++index) {
+        const Scan::RowRun& run = facts.runs[index];
+        if (run.fields == 0 || run.fields == columns) {
+            continue;
+        }
+        const bool isAfterBlank = index == 0 || facts.runs[index - 1].fields == 0 || index >= last;
+        if (run.rows >= 3 && run.fields >= 2 && isAfterBlank) {
+            add(EPlanLines::FurtherTable, run);
+        } else if (index >= last && last > 0) {
+            add(EPlanLines::Footer, run);
+        }
+    }
+    for (const Scan::Example& example : facts.repeatedNames.first) {
+        shape.lines.push_back({EPlanLines::RepeatedNames,
+                               example.position.line,
+                               1,
+                               example.position.byte,
+                               ToUtf8(example.text, plan.bytes.encoding.value)});
+    }
+}
+
+void AddFinding(
+    Plan& plan, const char* code, bool isLoss, const char* text, const Scan::Occurrences& found)
+{
+    if (found.count > 0) {
+        plan.findings.push_back(
+            {code, isLoss, text, found.count, PlacesOf(found, plan.bytes.encoding.value)});
+    }
+}
+
+void AddFindings(const Scan::TextSource& source, const Scan::ScanFacts& facts, Plan& plan)
+{
+    AddFinding(plan, "short-row", false, "Rows with fewer fields than the table.", facts.shorter);
+    AddFinding(plan, "long-row", true, "Rows with more fields than the table.", facts.longer);
+    AddFinding(
+        plan, "trailing-separator", false, "Rows with surplus empty fields.", facts.trailing);
+    AddFinding(plan, "comment-line", false, "Comment lines among the rows.", facts.comments);
+    AddFinding(
+        plan, "repeated-names", false, "The names again among the rows.", facts.repeatedNames);
+    AddFinding(plan, "stray-quote", false, "Quotes inside fields, read as text.", facts.strays);
+    AddFinding(
+        plan, "unclosed-quote", false, "Quotes that nothing closes, read as text.", facts.unclosed);
+    AddFinding(
+        plan, "line-too-long", true, "Lines past 16 MiB, which are not read.", facts.tooLong);
+    const PlanBytes& bytes = plan.bytes;
+    const auto addCount = [&](const char* code,
+                              bool isLoss,
+                              const char* text,
+                              std::uint64_t count,
+                              std::uint64_t byte) {
+        if (count > 0) {
+            plan.findings.push_back({code, isLoss, text, count, {{0, byte, {}}}});
+        }
+    };
+    addCount("nul", false, "NUL bytes.", bytes.nuls, facts.bytes.firstNul);
+    addCount(
+        "invalid-utf-16", true, "Units that are no characters.", source.CountInvalidUnits(), 0);
+    if (bytes.encoding.value == "UTF-8" && !facts.bytes.isUtf8) {
+        addCount("invalid-utf-8",
+                 true,
+                 "Bytes that are no UTF-8.",
+                 facts.bytes.invalidBytes,
+                 facts.bytes.firstInvalid);
+    }
+    const int kinds = (bytes.feeds > 0 ? 1 : 0) + (bytes.returnsAndFeeds > 0 ? 1 : 0) +
+                      (bytes.returns > 0 ? 1 : 0);
+    if (kinds > 1) {
+        const std::uint64_t most = std::max({bytes.feeds, bytes.returnsAndFeeds, bytes.returns});
+        plan.findings.push_back({"mixed-line-ends",
+                                 false,
+                                 "Line ends of several kinds, those inside quotes counted.",
+                                 bytes.feeds + bytes.returnsAndFeeds + bytes.returns - most,
+                                 {}});
+    }
+    if (facts.bytes.endsWithControlZ) {
+        plan.findings.push_back(
+            {"control-z", false, "The file ends with Ctrl-Z.", 1, {{0, facts.bytes.size - 1, {}}}});
+    }
+    if (facts.endsInsideRow) {
+        plan.findings.push_back({"cut-file",
+                                 true,
+                                 "The last line has no ending and fewer fields: the file is cut.",
+                                 1,
+                                 {{bytes.lines, facts.bytes.size, {}}}});
+    }
+}
+
+void FindSentinels(const Scan::ColumnFacts& facts, const PlanColumn& column, Plan& plan)
+{
+    static constexpr double kSentinels[] = {
+        -9999, -999, -99, -999.999, -9999.9, -999.9, -99.999, -99999, -32768, 1e30, -1e30};
+    const auto check = [&](double value, std::uint64_t count) {
+        if (count > 1 && std::find(std::begin(kSentinels), std::end(kSentinels), value) !=
+                             std::end(kSentinels)) {
+            plan.findings.push_back({"sentinel",
+                                     false,
+                                     "Column " +
+                                         (column.name.empty() ? std::to_string(column.index)
+                                                              : "'" + column.name + "'") +
+                                         " holds an extreme value again and again, which may "
+                                         "stand for none.",
+                                     count,
+                                     {{0, 0, std::to_string(value)}}});
+        }
+    };
+    if (column.hasRange) {
+        check(facts.least, facts.atLeast);
+        check(facts.most, facts.atMost);
+    }
+}
+
+void PlanColumnsOf(const Scan::ScanFacts& facts, const Scan::TableHead& head, Plan& plan)
+{
+    const DecimalSigns signs = FindDecimalSigns(facts.columns);
+    for (std::size_t index = 0; index < facts.columns.size(); ++index) {
+        PlanColumn& column = plan.columns.emplace_back();
+        column.index = index;
+        if (head.names == Scan::ENames::Found && index < head.columnNames.size()) {
+            column.name = ToUtf8(head.columnNames[index], plan.bytes.encoding.value);
+        }
+        DecideType(facts.columns[index], signs, column);
+        for (PlanEvidence& evidence : column.type.evidence) {
+            for (PlanPlace& place : evidence.places) {
+                place.text = ToUtf8(place.text, plan.bytes.encoding.value);
+            }
+        }
+        FindSentinels(facts.columns[index], column, plan);
+    }
+    // Rule: a last column without name and value is the trailing separator of every line.
+    if (plan.columns.size() > 1 && head.names == Scan::ENames::Found) {
+        PlanColumn& last = plan.columns.back();
+        if (last.name.empty() && last.values == 0 && last.nullWords == 0) {
+            last.role = EPlanRole::TrailingSeparator;
+        }
+    }
+}
+
+/// Asks nothing of a file without rows.
+bool IsWithoutRows(const Scan::ScanFacts& facts)
+{
+    return facts.rows == 0 && facts.shorter.count == 0 && facts.longer.count == 0;
+}
+
+} // namespace
+
+Plan MakePlan(const std::string& path, const PlanRequest& request)
+{
+    Scan::TextSource source(path);
+    const Probe probe = TakeProbe(source);
+    Scan::ShapeRequest shapeRequest;
+    shapeRequest.lineEnds = FindLineEnds(probe.Text());
+    shapeRequest.isWhole = probe.isWhole;
+    Scan::ByteFacts probeFacts;
+    probeFacts.Add(probe.Text());
+    // A sequence may be cut at the probe's end.
+    shapeRequest.isUtf8 = probeFacts.invalidBytes <= 3;
+    shapeRequest.names = request.hasNames ? (*request.hasNames ? 1 : 0) : -1;
+    if (request.separator) {
+        shapeRequest.hasGivenDialect = true;
+        shapeRequest.given.separation = Scan::ESeparation::Character;
+        shapeRequest.given.separator = *request.separator;
+        shapeRequest.given.quote = request.quote.value_or('"');
+        shapeRequest.given.lineEnds = shapeRequest.lineEnds;
+        shapeRequest.given.isUtf8 = shapeRequest.isUtf8;
+    }
+    std::vector<Scan::Candidate> candidates = Scan::FindDialects(probe.Text(), shapeRequest);
+    if (request.quote) {
+        candidates.front().dialect.quote = *request.quote;
+    }
+    Scan::ScanRequest scan;
+    const auto look = [&](const Scan::Candidate& candidate) {
+        scan.dialect = candidate.dialect;
+        scan.head = Scan::FindTable(probe.Text(), candidate, shapeRequest);
+        scan.countsShortRows = candidate.hasShortRows;
+        return Scan::ScanFile(source, scan);
+    };
+    Scan::ScanFacts facts = look(candidates.front());
+    std::uint64_t most = facts.rows;
+    std::size_t fields = 0;
+    for (const auto& [count, found] : facts.counts) {
+        if (count >= 2 && found.count > most) {
+            most = found.count;
+            fields = count;
+        }
+    }
+    if (fields != 0) {
+        // Rule: where the whole file has another count of fields than its begin, it is read again
+        // by that count, once.
+        candidates.front().fields = fields;
+        facts = look(candidates.front());
+    }
+
+    Plan plan;
+    plan.path = path;
+    PlanBytesOf(source, facts, request, scan.dialect, plan.bytes);
+    plan.shape.columnCount.value = scan.head.columns;
+    plan.shape.rows = facts.rows;
+    plan.shape.continuations = facts.continuations;
+    plan.shape.blankLines = facts.blanks.count;
+    plan.shape.shortRows = facts.shorter.count;
+    plan.shape.longRows = facts.longer.count;
+    PlanSeparatorOf(candidates, 0, facts, request, plan.shape);
+    plan.shape.columnCount.support = plan.shape.separator.support;
+    plan.shape.columnCount.confidence = plan.shape.separator.confidence;
+    PlanQuotesOf(candidates.front(), facts, request, plan.shape);
+    const std::string& encoding = plan.bytes.encoding.value;
+    const bool isText = source.Facts().units != Scan::EUnits::Bytes;
+    const std::string textEncoding = isText ? "UTF-8" : encoding;
+    if (plan.bytes.encoding.confidence == EConfidence::Tie) {
+        plan.questions.push_back(
+            {"encoding",
+             "The encoding cannot be told from so few words.",
+             {"--encoding " + encoding, "--encoding " + plan.bytes.encoding.rivals.front().value}});
+    }
+    PlanHeadOf(scan.head, probe.Text(), request, textEncoding, plan);
+    PlanRunsOf(facts, plan);
+    PlanColumnsOf(facts, scan.head, plan);
+    AddFindings(source, facts, plan);
+    if (!IsWithoutRows(facts)) {
+        const SampleRows rows = TakeRows(probe, scan, textEncoding);
+        DecideCoordinates({facts.columns, rows, plan.shape.hasNames.value}, request, plan);
+    }
+    return plan;
+}
+
+} // namespace Orvane::Import

@@ -1,0 +1,243 @@
+// Readings that no cell contradicts, from the narrowest on.
+#include "Types.h"
+
+#include "Names.h"
+
+#include <algorithm>
+#include <bit>
+#include <cstdint>
+
+namespace Orvane::Import {
+
+namespace {
+
+using Scan::ColumnFacts;
+using Values::ECell;
+
+std::vector<PlanPlace> PlacesOf(const std::vector<Scan::Example>& examples)
+{
+    std::vector<PlanPlace> places;
+    for (const Scan::Example& example : examples) {
+        places.push_back({example.position.line, example.position.byte, example.text});
+    }
+    return places;
+}
+
+void AddEvidence(const ColumnFacts& facts, PlanColumn& column)
+{
+    for (std::size_t index = 0; index < Values::kCellClasses; ++index) {
+        const Scan::ClassFacts& cells = facts.classes[index];
+        if (cells.count > 0) {
+            column.type.evidence.push_back(
+                {Values::NameOf(static_cast<ECell>(index)), cells.count, PlacesOf(cells.examples)});
+        }
+    }
+    if (facts.unexamined > 0) {
+        column.type.evidence.push_back(
+            {"not looked at, as the column was text by then", facts.unexamined, {}});
+    }
+}
+
+void SetText(PlanColumn& column, EConfidence confidence, const char* against)
+{
+    column.type.value = EPlanType::Text;
+    column.type.confidence = confidence;
+    if (against != nullptr) {
+        column.type.rivals.push_back({"", 0, against});
+    }
+}
+
+bool DecideNumber(const ColumnFacts& facts, const DecimalSigns& signs, PlanColumn& column)
+{
+    if (facts.Count(ECell::Spelled) == 0) {
+        if (facts.Count(ECell::Decimal) > 0) {
+            column.type.value = EPlanType::Double;
+        } else {
+            const bool isSmall = facts.least >= INT32_MIN && facts.most <= INT32_MAX;
+            column.type.value = isSmall ? EPlanType::Integer32 : EPlanType::Integer64;
+        }
+        return true;
+    }
+    const unsigned notations = facts.notations;
+    const unsigned commas = notations & Values::kCommaNotations;
+    const unsigned points = notations & ~static_cast<unsigned>(Values::kCommaNotations);
+    if (notations == 0) {
+        SetText(column, EConfidence::Strong, "numbers in notations that exclude each other");
+        return true;
+    }
+    column.type.value = EPlanType::Double;
+    const bool isComma = commas != 0 && (points == 0 || (signs.hasCommas && !signs.hasPoints));
+    if (isComma) {
+        column.spelling =
+            (commas & Values::NotationComma) != 0         ? "decimal comma"
+            : (commas & Values::NotationPointGroups) != 0 ? "decimal comma, thousands ."
+            : (commas & Values::NotationBlankComma) != 0  ? "decimal comma, thousands blank"
+                                                          : "decimal comma, thousands '";
+        column.type.confidence = points == 0 ? EConfidence::Certain : EConfidence::Strong;
+        return true;
+    }
+    if (commas == 0) {
+        column.spelling = (points & Values::NotationCommaGroups) != 0       ? "thousands ,"
+                          : (points & Values::NotationApostrophePoint) != 0 ? "thousands '"
+                                                                            : "thousands blank";
+        return true;
+    }
+    // Rule: `1,234` alone is a thousand or a fraction; without proof it stays text.
+    SetText(column, EConfidence::Tie, "a comma that may be a decimal or a thousands sign");
+    column.type.rivals.back().value = "double";
+    return true;
+}
+
+bool DecideTime(const ColumnFacts& facts, PlanColumn& column)
+{
+    const unsigned readings = facts.readings;
+    if ((readings & Values::ReadingTime) != 0) {
+        column.type.value = EPlanType::Time;
+        return true;
+    }
+    if ((readings & (Values::ReadingDate | Values::ReadingDateTime)) == 0) {
+        return false;
+    }
+    const std::uint64_t values = facts.CountValues();
+    if (facts.withOffset != 0 && facts.withOffset != values) {
+        SetText(column, EConfidence::Strong, "offsets from UTC in some cells only");
+        return true;
+    }
+    const std::uint32_t forms = facts.dateForms;
+    constexpr std::uint32_t kDayFirst = Values::DateDayMonthYearSlash |
+                                        Values::DateDayMonthYearDash |
+                                        Values::DateDayMonthYearPoint;
+    constexpr std::uint32_t kMonthFirst = Values::DateMonthDayYearSlash |
+                                          Values::DateMonthDayYearDash |
+                                          Values::DateMonthDayYearPoint;
+    if (forms == 0) {
+        SetText(column, EConfidence::Strong, "dates in orders that exclude each other");
+        return true;
+    }
+    if (forms == Values::DateShortYear) {
+        SetText(column, EConfidence::Strong, "years of two digits");
+        return true;
+    }
+    column.type.value =
+        (readings & Values::ReadingDate) != 0 ? EPlanType::Date : EPlanType::DateTime;
+    if ((forms & kDayFirst) != 0 && (forms & kMonthFirst) != 0) {
+        if ((forms & Values::DateDayMonthYearPoint) == 0) {
+            const EPlanType type = column.type.value;
+            SetText(column, EConfidence::Tie, "no day past 12 tells day from month");
+            column.type.rivals.back().value = NameOf(type);
+            return true;
+        }
+        column.spelling = "day first";
+        column.type.confidence = EConfidence::Strong;
+    } else if ((forms & kDayFirst) != 0) {
+        column.spelling = "day first";
+    } else if ((forms & kMonthFirst) != 0) {
+        column.spelling = "month first";
+    } else if ((forms & (Values::DateDayNameYear | Values::DateNameDayYear)) != 0) {
+        column.spelling = "month by name";
+    } else if ((forms & (Values::DateYearMonthDaySlash | Values::DateYearMonthDayPoint)) != 0) {
+        column.spelling = "year first";
+    }
+    return true;
+}
+
+bool IsDateName(const std::string& name)
+{
+    const Names::Tokens tokens = Names::Cut(name);
+    return Names::HasAny(tokens, {"date", "datum", "fecha", "data", "day", "dat", "tag"});
+}
+
+void DecideValue(const ColumnFacts& facts, const DecimalSigns& signs, PlanColumn& column)
+{
+    const unsigned readings = facts.readings;
+    const bool isCompactDate = (readings & Values::ReadingDate) != 0 &&
+                               facts.dateForms == Values::DateCompact && IsDateName(column.name);
+    if (isCompactDate) {
+        column.type.value = EPlanType::Date;
+        column.spelling = "YYYYMMDD";
+        column.type.confidence = EConfidence::Strong;
+        return;
+    }
+    if ((readings & Values::ReadingNumber) != 0 && DecideNumber(facts, signs, column)) {
+        return;
+    }
+    if ((readings & Values::ReadingBoolean) != 0 && Values::MakeBoolean(facts.words)) {
+        column.type.value = EPlanType::Boolean;
+        return;
+    }
+    if (DecideTime(facts, column)) {
+        return;
+    }
+    if ((readings & Values::ReadingAngle) != 0 && facts.Count(ECell::Code) == 0) {
+        column.type.value = EPlanType::Angle;
+        column.type.confidence = EConfidence::Strong;
+        column.spelling = facts.angleParts == 1   ? "degrees with a letter or sign"
+                          : facts.angleParts == 2 ? "degrees minutes"
+                                                  : "degrees minutes seconds";
+        return;
+    }
+    SetText(column, EConfidence::Certain, nullptr);
+}
+
+/// Says which few cells made text of a column that is something else otherwise.
+void SayOddCells(const ColumnFacts& facts, PlanColumn& column)
+{
+    const std::uint64_t values = facts.CountValues();
+    const std::uint64_t numbers =
+        facts.Count(ECell::Integer) + facts.Count(ECell::Decimal) + facts.Count(ECell::Spelled);
+    const std::uint64_t times = facts.Count(ECell::Date) + facts.Count(ECell::DateTime);
+    const std::uint64_t most = std::max(numbers, times);
+    if (column.type.value == EPlanType::Text && most < values && most * 10 >= values * 8) {
+        column.type.rivals.push_back({most == numbers ? "number" : "date",
+                                      static_cast<double>(most) / static_cast<double>(values),
+                                      std::to_string(values - most) + " cells are none"});
+    }
+}
+
+} // namespace
+
+DecimalSigns FindDecimalSigns(const std::vector<ColumnFacts>& columns)
+{
+    DecimalSigns signs;
+    for (const ColumnFacts& facts : columns) {
+        if ((facts.readings & Values::ReadingNumber) == 0 || facts.CountValues() == 0) {
+            continue;
+        }
+        const unsigned commas = facts.notations & Values::kCommaNotations;
+        const unsigned points = facts.notations & ~static_cast<unsigned>(Values::kCommaNotations);
+        signs.hasCommas = signs.hasCommas || (points == 0 && commas != 0);
+        signs.hasPoints = signs.hasPoints || (commas == 0 && points != 0);
+    }
+    return signs;
+}
+
+void DecideType(const ColumnFacts& facts, const DecimalSigns& signs, PlanColumn& column)
+{
+    column.values = facts.CountValues();
+    column.empties = facts.Count(ECell::Empty);
+    column.nullWords = facts.Count(ECell::NullWord);
+    column.longest = facts.longest;
+    column.hasRange = facts.hasNumbers;
+    column.least = facts.hasNumbers ? facts.least : 0;
+    column.most = facts.hasNumbers ? facts.most : 0;
+    AddEvidence(facts, column);
+    if (column.values == 0) {
+        column.type.value = EPlanType::Text;
+        column.type.decider = EDecider::Default;
+        return;
+    }
+    DecideValue(facts, signs, column);
+    SayOddCells(facts, column);
+    if (column.type.value != EPlanType::Text) {
+        for (const Scan::Example& example :
+             facts.classes[static_cast<std::size_t>(ECell::NullWord)].examples) {
+            column.nullSpellings.push_back(example.text);
+        }
+    } else {
+        // A word is null only among numbers and dates.
+        column.values += column.nullWords;
+        column.nullWords = 0;
+    }
+}
+
+} // namespace Orvane::Import

@@ -1,0 +1,28 @@
+// The type of a column, by all of its cells.
+#pragma once
+
+#include "scan/ColumnProfile.h"
+
+#include <Orvane/Import/Plan.h>
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+namespace Orvane::Import {
+
+/// What the columns of a file say together about its decimal sign.
+struct DecimalSigns
+{
+    bool hasPoints = false; ///< a column whose numbers need the point
+    bool hasCommas = false; ///< a column whose numbers need the comma
+};
+
+[[nodiscard]] DecimalSigns FindDecimalSigns(const std::vector<Scan::ColumnFacts>& columns);
+
+/// Completes a column whose index and name are set: type, spelling, counts, nulls, range. The
+/// type is the narrowest that all cells but empty ones and null words fit; one odd cell makes text
+/// and is shown.
+void DecideType(const Scan::ColumnFacts& facts, const DecimalSigns& signs, PlanColumn& column);
+
+} // namespace Orvane::Import

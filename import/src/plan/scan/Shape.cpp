@@ -1,0 +1,961 @@
+// Tries dialects on the text's first records, and tells names and preamble from rows.
+#include "Shape.h"
+
+#include "../values/Cell.h"
+#include "../values/FoldedCell.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <map>
+#include <set>
+#include <utility>
+
+namespace Orvane::Import::Scan {
+
+namespace {
+
+using Values::ECell;
+
+constexpr std::size_t kTrialBytes = std::size_t{64} * 1024;
+constexpr std::size_t kTrialRecords = 400;
+constexpr std::size_t kHeadRecords = 1000;
+constexpr std::size_t kMostHeadLines = 200;
+
+bool IsAlphanumeric(char unit) noexcept
+{
+    return Values::IsDigit(unit) || Values::IsLetter(unit) || static_cast<signed char>(unit) < 0;
+}
+
+/// How much a cell looks like a value of its own: 1 for numbers and times, less for words.
+double WeightOf(std::string_view cell, char separator)
+{
+    const Values::CellReading reading = Values::ReadCell(cell);
+    switch (reading.cell) {
+    case ECell::Empty:
+        return 0.5;
+    case ECell::Text:
+        break;
+    case ECell::Angle:
+        return reading.angle.hasMarks || reading.angle.letter != 0 ? 1 : 0.6;
+    case ECell::Spelled:
+        return 0.9;
+    default:
+        return 1;
+    }
+    // Rule: a text that holds other separators may be several cells.
+    double weight = cell.size() <= 40 ? 0.8 : 0.6;
+    for (const char unit : {',', ';', '\t', '|'}) {
+        if (unit != separator && cell.find(unit) != std::string_view::npos) {
+            weight = unit == ',' ? std::min(weight, 0.45) : 0.2;
+        }
+    }
+    return weight;
+}
+
+struct Mode
+{
+    std::size_t fields = 1;
+    double support = 0;
+    double steady = 0;
+    bool hasShortRows = false;
+};
+
+/// The share of records in runs of three or more of one count: tables one after the other.
+double FindSteady(const std::vector<std::size_t>& counts)
+{
+    std::size_t steady = 0;
+    for (std::size_t at = 0; at < counts.size();) {
+        std::size_t end = at;
+        while (end < counts.size() && counts[end] == counts[at]) {
+            ++end;
+        }
+        steady += end - at >= 3 && counts[at] >= 2 ? end - at : 0U;
+        at = end;
+    }
+    return counts.empty() ? 0 : static_cast<double>(steady) / static_cast<double>(counts.size());
+}
+
+/// @param canBeShort whether rows may lack cells; blanks in texts make records of any count
+Mode FindMode(const std::vector<std::size_t>& counts, bool canBeShort)
+{
+    std::map<std::size_t, std::size_t> frequencies;
+    for (const std::size_t count : counts) {
+        ++frequencies[count];
+    }
+    Mode mode;
+    std::size_t most = 0;
+    for (const auto& [fields, frequency] : frequencies) {
+        // Of equal frequencies the larger count: short lines are titles.
+        if (frequency >= most) {
+            most = frequency;
+            mode.fields = fields;
+        }
+    }
+    mode.steady = FindSteady(counts);
+    // Rule: when a fifth of the rows has more cells, one here and one there, the others are short.
+    const std::size_t usual = mode.fields;
+    for (const auto& [fields, frequency] : frequencies) {
+        if (canBeShort && usual > 1 && fields > mode.fields && fields < usual * 2 &&
+            frequency >= 5 && frequency * 5 >= counts.size() && mode.steady < 0.8) {
+            most = mode.fields == usual ? frequency + frequencies[usual] : frequency + most;
+            mode.fields = fields;
+            mode.hasShortRows = true;
+        }
+    }
+    mode.support =
+        counts.empty() ? 0 : static_cast<double>(most) / static_cast<double>(counts.size());
+    return mode;
+}
+
+std::string_view FirstLine(std::string_view text) noexcept
+{
+    return text.substr(0, std::min(text.find_first_of("\r\n"), text.size()));
+}
+
+bool IsComment(std::string_view line) noexcept
+{
+    line = Values::Trim(line);
+    return !line.empty() && (line.front() == '#' || line.front() == '%' || line.front() == '!' ||
+                             line.substr(0, 2) == "//");
+}
+
+Candidate Try(std::string_view text, const Dialect& dialect, bool isWhole)
+{
+    RecordCutter cutter(dialect);
+    Record record;
+    std::vector<std::size_t> counts;
+    Candidate candidate;
+    candidate.dialect = dialect;
+    double typed = 0;
+    std::size_t cells = 0;
+    std::size_t at = 0;
+    while (at < text.size() && counts.size() < kTrialRecords &&
+           cutter.Cut(text, at, isWhole, 0, record)) {
+        at = record.next;
+        // Comments before the table have blanks and commas of their own.
+        if (record.isBlank || (counts.empty() && IsComment(FirstLine(text.substr(record.begin))))) {
+            continue;
+        }
+        counts.push_back(record.fields.size());
+        candidate.openers += record.openers;
+        const std::size_t looked = std::min<std::size_t>(record.fields.size(), 64);
+        for (std::size_t index = 0; index < looked; ++index) {
+            const double weight = WeightOf(record.Cell(text, index), dialect.separator);
+            typed += weight;
+        }
+        cells += looked;
+    }
+    const bool canBeShort =
+        dialect.separation == ESeparation::Character && dialect.separator != ' ';
+    const Mode mode = FindMode(counts, canBeShort);
+    candidate.fields = mode.fields;
+    candidate.support = mode.support;
+    candidate.steady = mode.steady;
+    candidate.hasShortRows = mode.hasShortRows;
+    candidate.typed = cells == 0 ? 0 : typed / static_cast<double>(cells);
+    return candidate;
+}
+
+/// How usual a separator is; the unusual need more proof.
+double PriorOf(const Dialect& dialect) noexcept
+{
+    switch (dialect.separation) {
+    case ESeparation::OneColumn:
+        return 1;
+    case ESeparation::Blanks:
+        return 0.9;
+    case ESeparation::Widths:
+        return 0.9;
+    case ESeparation::Character:
+        break;
+    }
+    switch (dialect.separator) {
+    case ',':
+    case ';':
+    case '\t':
+        return 1;
+    case '|':
+        return 0.98;
+    case ' ':
+        return 0.85;
+    case ':':
+        return 0.6;
+    case '^':
+    case '~':
+        return 0.8;
+    case '_':
+    case '/':
+    case '$':
+    case '%':
+    case '@':
+    case '&':
+    case '=':
+    case '<':
+    case '>':
+    case '?':
+        return 0.3;
+    default:
+        return 0.5;
+    }
+}
+
+double ScoreOf(const Candidate& candidate, std::size_t records) noexcept
+{
+    const bool isOne =
+        candidate.dialect.separation == ESeparation::OneColumn || candidate.fields < 2;
+    const double typed = 0.15 + candidate.typed;
+    if (isOne) {
+        return 0.55 * typed;
+    }
+    // One line is no support for a separator; many fields in it are.
+    const double few = records == 1 && candidate.fields < 3 ? 0.5 : 1;
+    const double many = 1 + 0.05 * std::min(std::log2(static_cast<double>(candidate.fields)), 5.0);
+    const double even = std::max(candidate.support, 0.8 * candidate.steady);
+    return even * even * typed * many * few * PriorOf(candidate.dialect);
+}
+
+/// Quotes at the front of fields whose closing counterpart stands before a separator.
+bool HasQuotes(std::string_view text, char quote) noexcept
+{
+    std::size_t count = 0;
+    for (std::size_t at = 0; at < text.size(); ++at) {
+        count += text[at] == quote && (at == 0 || !IsAlphanumeric(text[at - 1])) ? 1U : 0U;
+    }
+    return count > 1;
+}
+
+std::vector<char> FindSeparators(std::string_view text)
+{
+    std::array<std::size_t, 128> counts{};
+    for (const char unit : text) {
+        if (static_cast<signed char>(unit) >= 0) {
+            ++counts[static_cast<std::size_t>(unit)];
+        }
+    }
+    std::vector<std::pair<std::size_t, char>> found;
+    for (std::size_t code = 1; code < counts.size(); ++code) {
+        const char unit = static_cast<char>(code);
+        const bool isPossible = !IsAlphanumeric(unit) && unit != '\n' && unit != '\r' &&
+                                unit != '"' && unit != '\'' && unit != '\\' && unit != '\x1A' &&
+                                unit != '(' && unit != ')' && unit != '[' && unit != ']' &&
+                                unit != '-' && unit != '+' && unit != '.';
+        if (isPossible && counts[code] > 0) {
+            found.emplace_back(counts[code], unit);
+        }
+    }
+    std::sort(found.begin(), found.end(), [](const auto& a, const auto& b) {
+        return a.first != b.first ? a.first > b.first : a.second < b.second;
+    });
+    std::vector<char> separators;
+    for (const char usual : {',', ';', '\t', '|', ' '}) {
+        if (counts[static_cast<std::size_t>(usual)] > 0) {
+            separators.push_back(usual);
+        }
+    }
+    for (const auto& [count, unit] : found) {
+        if (separators.size() < 12 &&
+            std::find(separators.begin(), separators.end(), unit) == separators.end()) {
+            separators.push_back(unit);
+        }
+    }
+    return separators;
+}
+
+/// The separator that a first line `sep=;` states; 0 without one.
+char FindStatement(std::string_view text) noexcept
+{
+    std::string_view line = Values::Trim(FirstLine(text));
+    if (line.size() >= 2 && line.front() == '"' && line.back() == '"') {
+        line = line.substr(1, line.size() - 2);
+    }
+    constexpr std::string_view kWord = "sep=";
+    if (line.size() != kWord.size() + 1 && line.size() != kWord.size()) {
+        return 0;
+    }
+    for (std::size_t i = 0; i < kWord.size(); ++i) {
+        if (Values::ToLower(line[i]) != kWord[i]) {
+            return 0;
+        }
+    }
+    return line.size() > kWord.size() ? line.back() : '\t';
+}
+
+std::string_view StripComment(std::string_view line) noexcept
+{
+    line = Values::Trim(line);
+    while (!line.empty() && (line.front() == '#' || line.front() == '%' || line.front() == '!' ||
+                             line.front() == '/' || line.front() == ' ' || line.front() == '\t')) {
+        line.remove_prefix(1);
+    }
+    return line;
+}
+
+Dialect Base(const ShapeRequest& request)
+{
+    Dialect dialect;
+    dialect.lineEnds = request.lineEnds;
+    dialect.isUtf8 = request.isUtf8;
+    return dialect;
+}
+
+void TryQuotes(std::string_view text,
+               Dialect dialect,
+               bool isWhole,
+               std::vector<Candidate>& candidates)
+{
+    // Rule: a quote that opens no field, or that nothing closes, is text, so that `"` needs no
+    // rival without quotes.
+    dialect.quote = '"';
+    Candidate plain = Try(text, dialect, isWhole);
+    if (text.find("\\\"") != std::string_view::npos) {
+        dialect.hasBackslashes = true;
+        Candidate escaped = Try(text, dialect, isWhole);
+        dialect.hasBackslashes = false;
+        if (escaped.support > plain.support) {
+            plain = escaped;
+        }
+    }
+    if (HasQuotes(text, '\'')) {
+        dialect.quote = '\'';
+        const Candidate other = Try(text, dialect, isWhole);
+        // Rule: an apostrophe quotes only where it opens and closes again and again.
+        if (other.openers >= 3 && other.openers > plain.openers && other.support >= plain.support) {
+            candidates.push_back(other);
+        }
+    }
+    candidates.push_back(plain);
+}
+
+} // namespace
+
+std::vector<std::uint32_t> FindWidths(std::string_view text, const ShapeRequest& request)
+{
+    constexpr std::size_t kMostWidth = 4096;
+    Dialect dialect = Base(request);
+    dialect.quote = 0;
+    RecordCutter cutter(dialect);
+    Record record;
+    std::vector<std::string_view> lines;
+    std::size_t at = 0;
+    while (at < text.size() && lines.size() < kHeadRecords &&
+           cutter.Cut(text, at, request.isWhole, 0, record)) {
+        at = record.next;
+        if (!record.isBlank && !IsComment(record.Cell(text, 0))) {
+            lines.push_back(record.Cell(text, 0));
+        }
+    }
+    // Names and dashes need not keep to the columns of the rows.
+    const std::size_t skipped = std::min<std::size_t>(lines.size() / 10, 2);
+    std::vector<bool> isUsed;
+    std::size_t shortest = kMostWidth;
+    for (std::size_t index = skipped; index < lines.size(); ++index) {
+        std::size_t column = 0;
+        std::size_t last = 0;
+        for (const char unit : lines[index]) {
+            if (request.isUtf8 && (static_cast<unsigned char>(unit) & 0xC0U) == 0x80U) {
+                continue;
+            }
+            if (column == kMostWidth || unit == '\t') {
+                return {};
+            }
+            isUsed.resize(std::max(isUsed.size(), column + 1));
+            if (unit != ' ') {
+                isUsed[column] = true;
+                last = column + 1;
+            }
+            ++column;
+        }
+        shortest = std::min(shortest, last);
+    }
+    std::vector<std::uint32_t> ends;
+    for (std::size_t column = 1; column + 1 < isUsed.size(); ++column) {
+        // Past the shortest line blanks may be texts that end early.
+        if (isUsed[column - 1] && !isUsed[column] && column < shortest) {
+            ends.push_back(static_cast<std::uint32_t>(column));
+        }
+    }
+    const auto padded = std::count_if(lines.begin(), lines.end(), [](std::string_view line) {
+        return line.find("  ") != std::string_view::npos;
+    });
+    // Rule: cells that are filled up to a width leave runs of blanks in nearly every line.
+    const bool isPadded = static_cast<std::size_t>(padded) * 10 >= lines.size() * 8;
+    return lines.size() < 3 || !isPadded ? std::vector<std::uint32_t>{} : ends;
+}
+
+std::vector<Candidate> FindDialects(std::string_view text, const ShapeRequest& request)
+{
+    const bool isCut = text.size() > kTrialBytes;
+    const std::string_view trial = text.substr(0, kTrialBytes);
+    const bool isWhole = request.isWhole && !isCut;
+    std::vector<Candidate> candidates;
+    if (request.hasGivenDialect) {
+        candidates.push_back(Try(trial, request.given, isWhole));
+        candidates.back().score = 1;
+        return candidates;
+    }
+    Dialect dialect = Base(request);
+    const char stated = FindStatement(trial);
+    if (stated != 0) {
+        dialect.separation = ESeparation::Character;
+        dialect.separator = stated;
+        TryQuotes(trial, dialect, isWhole, candidates);
+        for (Candidate& candidate : candidates) {
+            candidate.score = 1 + candidate.support;
+        }
+        return candidates;
+    }
+    dialect.separation = ESeparation::Character;
+    for (const char separator : FindSeparators(trial)) {
+        dialect.separator = separator;
+        TryQuotes(trial, dialect, isWhole, candidates);
+        if (separator != ' ' && separator != '\t') {
+            dialect.skipsBlanks = true;
+            const std::string pattern = std::string(1, separator) + " ";
+            std::size_t with = 0;
+            std::size_t all = 0;
+            for (std::size_t at = 0; (at = trial.find(separator, at)) != std::string_view::npos;
+                 ++at) {
+                ++all;
+                with += at + 1 < trial.size() && trial[at + 1] == ' ' ? 1U : 0U;
+            }
+            // Most of the blanks go with the separator: the pair separates.
+            if (with * 10 >= all * 8 && all > 0) {
+                const std::size_t first = candidates.size();
+                TryQuotes(trial, dialect, isWhole, candidates);
+                for (std::size_t i = first; i < candidates.size(); ++i) {
+                    candidates[i].support *= 1.01;
+                }
+            }
+            dialect.skipsBlanks = false;
+        }
+    }
+    if (trial.find("  ") != std::string_view::npos || trial.find(" \t") != std::string_view::npos) {
+        dialect.separation = ESeparation::Blanks;
+        dialect.separator = ' ';
+        TryQuotes(trial, dialect, isWhole, candidates);
+        dialect.quote = 0;
+        dialect.ends = FindWidths(text, request);
+        if (!dialect.ends.empty()) {
+            dialect.separation = ESeparation::Widths;
+            Candidate widths = Try(trial, dialect, isWhole);
+            // Each line has the same count by force: cells that are cut through tell.
+            widths.support *= 0.9;
+            candidates.push_back(widths);
+            dialect.ends.clear();
+        }
+    }
+    dialect.separation = ESeparation::OneColumn;
+    dialect.separator = 0;
+    candidates.push_back(Try(trial, dialect, isWhole));
+    std::size_t records = 0;
+    for (const char unit : trial) {
+        records += unit == '\n' || unit == '\r' ? 1U : 0U;
+    }
+    // A separator that separates nothing is one column.
+    candidates.erase(std::remove_if(candidates.begin(),
+                                    candidates.end(),
+                                    [](const Candidate& candidate) {
+                                        return candidate.fields < 2 &&
+                                               candidate.dialect.separation !=
+                                                   ESeparation::OneColumn;
+                                    }),
+                     candidates.end());
+    for (Candidate& candidate : candidates) {
+        candidate.score = ScoreOf(candidate, std::max<std::size_t>(records, 1));
+    }
+    std::stable_sort(candidates.begin(), candidates.end(), [](const auto& a, const auto& b) {
+        return a.score > b.score;
+    });
+    return candidates;
+}
+
+namespace {
+
+/// A record of the head with copies of its cells.
+struct HeadRecord
+{
+    std::vector<std::string> cells;
+    std::vector<bool> isQuoted;
+    std::size_t byte = 0;
+    std::size_t next = 0;
+    std::uint64_t line = 1;
+    std::uint64_t lines = 1;
+    bool isBlank = false;
+    std::string_view text; ///< the record's first line
+};
+
+std::vector<HeadRecord>
+CutHead(std::string_view text, const Candidate& candidate, const ShapeRequest& request)
+{
+    RecordCutter cutter(candidate.dialect);
+    Record record;
+    std::vector<HeadRecord> head;
+    std::uint64_t line = 1;
+    std::size_t at = 0;
+    std::size_t cells = 0;
+    while (at < text.size() && head.size() < kHeadRecords && cells < 1000000 &&
+           cutter.Cut(text, at, request.isWhole, candidate.fields, record)) {
+        HeadRecord& item = head.emplace_back();
+        for (const Field& field : record.fields) {
+            item.cells.emplace_back(field.In(text).substr(0, 256));
+            item.isQuoted.push_back(field.isQuoted);
+        }
+        cells += item.cells.size();
+        item.byte = record.begin;
+        item.next = record.next;
+        item.line = line;
+        item.lines = record.lines;
+        item.isBlank = record.isBlank;
+        item.text = FirstLine(text.substr(record.begin, record.next - record.begin));
+        line += record.lines;
+        at = record.next;
+    }
+    return head;
+}
+
+/// What the cells of a column have in common, by the rows of the head.
+struct SampleColumn
+{
+    std::size_t values = 0;
+    std::size_t texts = 0;
+    std::size_t withDigits = 0;
+    std::size_t quoted = 0;
+    bool isTyped = false;
+    std::set<std::string> distinct;
+};
+
+/// @param from the first row that counts; rows like the one before it are names again
+std::vector<SampleColumn>
+SampleColumns(const std::vector<HeadRecord>& head, std::size_t from, std::size_t columns)
+{
+    std::vector<SampleColumn> samples(columns);
+    for (std::size_t row = from; row < head.size(); ++row) {
+        const bool isAgain = from > 0 && columns > 1 && head[row].cells == head[from - 1].cells;
+        if (head[row].cells.size() != columns || isAgain) {
+            continue;
+        }
+        for (std::size_t column = 0; column < columns; ++column) {
+            const std::string& cell = head[row].cells[column];
+            const ECell kind = Values::ReadCell(cell).cell;
+            if (kind == ECell::Empty || kind == ECell::NullWord) {
+                continue;
+            }
+            SampleColumn& sample = samples[column];
+            ++sample.values;
+            sample.texts += kind == ECell::Text ? 1U : 0U;
+            sample.quoted += head[row].isQuoted[column] ? 1U : 0U;
+            sample.withDigits += std::any_of(cell.begin(), cell.end(), Values::IsDigit) ? 1U : 0U;
+            if (sample.distinct.size() < 256) {
+                sample.distinct.insert(cell);
+            }
+        }
+    }
+    for (SampleColumn& sample : samples) {
+        // One odd cell in ten is a counter-example, not another kind of column.
+        sample.isTyped = sample.values > 0 && sample.texts * 10 <= sample.values;
+    }
+    return samples;
+}
+
+bool IsKnownName(std::string_view cell)
+{
+    static constexpr std::string_view kNames[] = {
+        "id",        "fid",         "name",    "date",     "time",     "lat",          "lon",
+        "latitude",  "longitude",   "x",       "y",        "z",        "code",         "type",
+        "value",     "year",        "station", "depth",    "city",     "country",      "state",
+        "address",   "description", "status",  "url",      "comments", "key",          "title",
+        "total",     "amount",      "number",  "category", "no",       "ort",          "breite",
+        "laenge",    "nom",         "nome",    "nombre",   "fecha",    "datum",        "gid",
+        "objectid",  "gender",      "age",     "price",    "unit",     "organisation", "email",
+        "phone",     "notes",       "grade",   "source",   "region",   "group",        "first name",
+        "last name", "department",  "label",   "day",      "month",    "count",        "index"};
+    const std::string_view text = Values::Trim(cell);
+    return std::any_of(std::begin(kNames), std::end(kNames), [&](std::string_view name) {
+        return name.size() == text.size() &&
+               std::equal(name.begin(), name.end(), text.begin(), [](char a, char b) {
+                   return a == Values::ToLower(b);
+               });
+    });
+}
+
+struct NamesVerdict
+{
+    ENames names = ENames::None;
+    std::size_t forNames = 0;
+    std::size_t forData = 0;
+    std::string reason;
+};
+
+bool IsYear(std::string_view cell) noexcept
+{
+    const std::string_view text = Values::Trim(cell);
+    return text.size() == 4 && (text.substr(0, 2) == "19" || text.substr(0, 2) == "20") &&
+           std::all_of(text.begin(), text.end(), Values::IsDigit);
+}
+
+/// Whether a record holds names over the rows that follow it.
+NamesVerdict JudgeNames(const HeadRecord& record, const std::vector<SampleColumn>& samples)
+{
+    NamesVerdict verdict;
+    std::set<std::string> seen;
+    bool isUnique = true;
+    bool isMet = false;
+    std::size_t known = 0;
+    std::size_t filled = 0;
+    std::size_t used = 0; ///< columns with values
+    std::size_t missingForm = 0;
+    bool isQuotedOver = false;
+    for (std::size_t column = 0; column < samples.size() && column < record.cells.size();
+         ++column) {
+        const std::string& cell = record.cells[column];
+        const SampleColumn& sample = samples[column];
+        const ECell kind = Values::ReadCell(cell).cell;
+        used += sample.values > 0 ? 1U : 0U;
+        if (kind == ECell::Empty) {
+            continue;
+        }
+        ++filled;
+        isUnique = seen.insert(cell).second && isUnique;
+        known += IsKnownName(cell) ? 1U : 0U;
+        const bool isWord =
+            kind == ECell::Text || kind == ECell::Boolean || kind == ECell::NullWord ||
+            (kind == ECell::Angle && !std::any_of(cell.begin(), cell.end(), Values::IsDigit));
+        if (sample.values == 0) {
+            continue;
+        }
+        if (sample.isTyped) {
+            verdict.forNames += isWord && kind != ECell::NullWord ? 1U : 0U;
+            verdict.forData += !isWord && !IsYear(cell) ? 1U : 0U;
+            if (isWord && kind == ECell::Boolean && sample.distinct.count(cell) > 0) {
+                --verdict.forNames;
+                ++verdict.forData;
+            }
+            continue;
+        }
+        // A number over a column of text is no name, but little proof of a row.
+        isMet = isMet || sample.distinct.count(cell) > 0;
+        const bool hasDigit = std::any_of(cell.begin(), cell.end(), Values::IsDigit);
+        missingForm +=
+            isWord && !hasDigit && sample.values >= 2 && sample.withDigits * 10 >= sample.values * 9
+                ? 1U
+                : 0U;
+        isQuotedOver = isQuotedOver || (record.isQuoted[column] && sample.quoted == 0);
+    }
+    if (verdict.forNames > 0 || verdict.forData > 0) {
+        const bool isNames = verdict.forNames > verdict.forData;
+        verdict.names = isNames ? ENames::Found : ENames::None;
+        verdict.reason = isNames ? "texts over columns of other values"
+                                 : "values like those below in the first row";
+        return verdict;
+    }
+    const bool isFull = filled * 2 > used;
+    if (!isUnique || !isFull || isMet) {
+        verdict.reason =
+            !isFull ? "most cells of the first row are empty" : "the first row's texts occur again";
+        return verdict;
+    }
+    if (missingForm > 0 || known * 3 >= filled || (known > 0 && samples.size() <= 4) ||
+        isQuotedOver) {
+        verdict.names = ENames::Found;
+        verdict.forNames = missingForm + known;
+        verdict.reason = missingForm > 0 ? "all cells below have digits, the first row has none"
+                         : known > 0     ? "words that are usual as names"
+                                         : "quoted over unquoted";
+        return verdict;
+    }
+    verdict.names = ENames::Unsure;
+    verdict.reason = "all columns are text, and the first row looks like the others";
+    return verdict;
+}
+
+bool IsUnitsLine(const HeadRecord& record)
+{
+    std::size_t units = 0;
+    std::size_t filled = 0;
+    for (const std::string& cell : record.cells) {
+        if (Values::Trim(cell).empty()) {
+            continue;
+        }
+        ++filled;
+        units += Values::IsUnit(cell) || cell == "-" ? 1U : 0U;
+    }
+    return filled > 0 && units * 2 > filled;
+}
+
+bool IsRuleLine(const HeadRecord& record)
+{
+    return !record.cells.empty() &&
+           std::all_of(record.cells.begin(),
+                       record.cells.end(),
+                       [](const std::string& cell) {
+                           return Values::IsRule(cell) || Values::Trim(cell).empty();
+                       }) &&
+           std::any_of(record.cells.begin(), record.cells.end(), [](const std::string& cell) {
+               return Values::IsRule(cell);
+           });
+}
+
+/// Whether a record continues the names above it: texts and no value over typed columns, or texts
+/// that fill the gaps of the names.
+bool IsFurtherNames(const HeadRecord& record,
+                    const HeadRecord& names,
+                    const std::vector<SampleColumn>& samples)
+{
+    std::size_t texts = 0;
+    std::size_t inGaps = 0;
+    std::size_t filled = 0;
+    for (std::size_t column = 0; column < record.cells.size() && column < samples.size();
+         ++column) {
+        const std::string& cell = record.cells[column];
+        const ECell kind = Values::ReadCell(cell).cell;
+        if (kind == ECell::Empty || kind == ECell::NullWord) {
+            continue;
+        }
+        const bool isWord = kind == ECell::Text || kind == ECell::Boolean;
+        if (!isWord || (kind == ECell::Boolean && samples[column].distinct.count(cell) > 0)) {
+            return false;
+        }
+        ++filled;
+        texts += samples[column].isTyped ? 1U : 0U;
+        const bool isGap =
+            column >= names.cells.size() || Values::Trim(names.cells[column]).empty();
+        inGaps += isGap ? 1U : 0U;
+    }
+    return texts > 0 || (filled >= 2 && inGaps * 2 > filled);
+}
+
+std::string UnquoteName(std::string_view cell)
+{
+    std::string name;
+    for (std::size_t at = 0; at < cell.size(); ++at) {
+        name.push_back(cell[at]);
+        at += cell[at] == '"' && at + 1 < cell.size() && cell[at + 1] == '"' ? 1U : 0U;
+    }
+    return std::string(Values::Trim(name));
+}
+
+/// Names over fixed widths rarely keep to them: they are the words of their line when these are
+/// as many as the columns.
+void CutNamesByBlanks(const Dialect& dialect, HeadRecord& record, std::size_t columns)
+{
+    if (dialect.separation != ESeparation::Widths) {
+        return;
+    }
+    Dialect blanks = dialect;
+    blanks.separation = ESeparation::Blanks;
+    RecordCutter cutter(blanks);
+    Record cut;
+    if (cutter.Cut(record.text, 0, true, 0, cut) && cut.fields.size() == columns) {
+        for (std::size_t column = 0; column < columns; ++column) {
+            record.cells[column] = std::string(cut.Cell(record.text, column));
+        }
+    }
+}
+
+/// Lines of names, joined by a blank.
+/// @param isFirst cells of a first line over others that are empty inherit from the left
+void JoinNames(const HeadRecord& record, bool isInherited, std::vector<std::string>& names)
+{
+    std::string left;
+    for (std::size_t column = 0; column < names.size(); ++column) {
+        std::string cell =
+            column < record.cells.size() ? UnquoteName(record.cells[column]) : std::string();
+        if (cell.empty() && isInherited) {
+            cell = left;
+        }
+        left = cell;
+        if (!cell.empty()) {
+            names[column] += (names[column].empty() ? "" : " ") + cell;
+        }
+    }
+}
+
+std::size_t CountFilled(const HeadRecord& record)
+{
+    return static_cast<std::size_t>(
+        std::count_if(record.cells.begin(), record.cells.end(), [](const std::string& cell) {
+            return !Values::Trim(cell).empty();
+        }));
+}
+
+/// Titles may be filled up with separators to the table's count: the names are the first line
+/// after them that is full.
+std::size_t
+SkipSparseLines(const std::vector<HeadRecord>& head, std::size_t first, std::size_t columns)
+{
+    constexpr std::size_t kMostTitles = 12;
+    // A title fills a cell or two; names over groups of columns fill more.
+    const auto isSparse = [&](const HeadRecord& record) {
+        const std::size_t filled = CountFilled(record);
+        return record.cells.size() != columns ||
+               (filled < columns && (filled < 2 || (filled == 2 && columns > 4)));
+    };
+    if (columns < 2 || !isSparse(head[first])) {
+        return first;
+    }
+    const std::size_t last = std::min(first + kMostTitles, head.size());
+    for (std::size_t index = first + 1; index < last; ++index) {
+        if (isSparse(head[index])) {
+            continue;
+        }
+        const NamesVerdict verdict =
+            JudgeNames(head[index], SampleColumns(head, index + 1, columns));
+        return verdict.names == ENames::None ? first : index;
+    }
+    return first;
+}
+
+/// The first record of the run that holds most of the head's records.
+std::size_t
+FindTableStart(const std::vector<HeadRecord>& head, std::size_t columns, bool hasShortRows)
+{
+    const auto isRow = [&](const HeadRecord& record) {
+        const std::size_t count = record.cells.size();
+        return count == columns || (hasShortRows && count > 1 && count < columns);
+    };
+    for (std::size_t index = 0; index < head.size(); ++index) {
+        if (head[index].isBlank || !isRow(head[index]) ||
+            (columns > 1 && IsComment(head[index].text) && index + 1 < head.size() &&
+             IsComment(head[index + 1].text))) {
+            continue;
+        }
+        const std::size_t end = std::min(head.size(), index + 10);
+        std::size_t same = 0;
+        for (std::size_t next = index; next < end; ++next) {
+            same += isRow(head[next]) ? 1U : 0U;
+        }
+        if (same * 2 >= end - index) {
+            return index;
+        }
+    }
+    return 0;
+}
+
+} // namespace
+
+TableHead FindTable(std::string_view text, const Candidate& candidate, const ShapeRequest& request)
+{
+    TableHead table;
+    table.columns = candidate.fields;
+    std::vector<HeadRecord> head = CutHead(text, candidate, request);
+    if (head.empty()) {
+        return table;
+    }
+    const auto addLine = [&](const HeadRecord& record, ELineKind kind) {
+        table.lines.push_back({kind, record.line, record.lines, record.byte});
+    };
+    std::size_t first = FindTableStart(head, table.columns, candidate.hasShortRows);
+    if (first > kMostHeadLines) {
+        first = 0;
+    }
+    // Comments may stand at the begin of the table's own count.
+    while (first < head.size() && head[first].cells.size() == table.columns &&
+           IsComment(head[first].text) && first + 1 < head.size() && !IsComment(head.back().text) &&
+           first < kMostHeadLines) {
+        ++first;
+    }
+    first = SkipSparseLines(head, first, table.columns);
+    for (std::size_t index = 0; index < first; ++index) {
+        const HeadRecord& record = head[index];
+        const bool isStatement = index == 0 && FindStatement(record.text) != 0;
+        addLine(record,
+                record.isBlank           ? ELineKind::Blank
+                : isStatement            ? ELineKind::Statement
+                : IsComment(record.text) ? ELineKind::Comment
+                                         : ELineKind::Preamble);
+    }
+    std::size_t row = first;
+    for (std::size_t index = row; index < std::min(row + 2, head.size()); ++index) {
+        CutNamesByBlanks(candidate.dialect, head[index], table.columns);
+    }
+    table.columnNames.assign(table.columns, {});
+    const std::vector<SampleColumn> samples = SampleColumns(head, row + 1, table.columns);
+    NamesVerdict verdict = JudgeNames(head[row], samples);
+    if (request.names >= 0) {
+        verdict.names = request.names == 1 ? ENames::Found : ENames::None;
+        verdict.reason = "given";
+    }
+    table.names = verdict.names;
+    table.namesVotes = verdict.forNames;
+    table.dataVotes = verdict.forData;
+    table.namesReason = verdict.reason;
+    // A line before the table with other counts may hold the names: the last comment, or a line
+    // that is one cell short or long.
+    if (verdict.names == ENames::None && request.names < 0 && first > 0) {
+        HeadLine& last = table.lines.back();
+        const HeadRecord& record = head[first - 1];
+        if (last.kind == ELineKind::Comment) {
+            const std::string stripped(StripComment(record.text));
+            RecordCutter cutter(candidate.dialect);
+            Record cut;
+            if (!stripped.empty() && cutter.Cut(stripped, 0, true, 0, cut) &&
+                cut.fields.size() == table.columns && table.columns > 1) {
+                HeadRecord named;
+                for (const Field& field : cut.fields) {
+                    named.cells.emplace_back(field.In(stripped));
+                    named.isQuoted.push_back(field.isQuoted);
+                }
+                const NamesVerdict other =
+                    JudgeNames(named, SampleColumns(head, row, table.columns));
+                if (other.names == ENames::Found) {
+                    last.kind = ELineKind::Names;
+                    table.names = ENames::Found;
+                    table.namesFields = cut.fields.size();
+                    table.namesVotes = other.forNames;
+                    table.namesReason = "a last comment line with a name for each column";
+                    JoinNames(named, false, table.columnNames);
+                }
+            }
+        } else if (last.kind == ELineKind::Preamble && table.columns > 2 &&
+                   (record.cells.size() + 1 == table.columns ||
+                    record.cells.size() == table.columns + 1)) {
+            const std::vector<SampleColumn> all = SampleColumns(head, row, table.columns);
+            const NamesVerdict other = JudgeNames(record, all);
+            if (other.names == ENames::Found && other.forData == 0) {
+                last.kind = ELineKind::Names;
+                table.names = ENames::Found;
+                table.namesFields = record.cells.size();
+                table.namesVotes = other.forNames;
+                table.namesReason = record.cells.size() < table.columns
+                                        ? "a line of names that is one cell short"
+                                        : "a line of names that is one cell long";
+                JoinNames(record, false, table.columnNames);
+            }
+        }
+    } else if (verdict.names == ENames::Found) {
+        table.namesFields = head[row].cells.size();
+        addLine(head[row], ELineKind::Names);
+        std::vector<std::size_t> namesRows = {row};
+        ++row;
+        for (int further = 0; further < 3 && row < head.size(); ++further) {
+            const bool hasCount = head[row].cells.size() == table.columns;
+            if (hasCount && IsRuleLine(head[row])) {
+                addLine(head[row], ELineKind::Rule);
+            } else if (hasCount && IsUnitsLine(head[row]) && row + 1 < head.size()) {
+                addLine(head[row], ELineKind::Units);
+            } else if (hasCount && row + 1 < head.size() &&
+                       IsFurtherNames(
+                           head[row], head[row - 1], SampleColumns(head, row + 1, table.columns))) {
+                namesRows.push_back(row);
+                addLine(head[row], ELineKind::Names);
+            } else {
+                break;
+            }
+            ++row;
+        }
+        for (std::size_t index = 0; index < namesRows.size(); ++index) {
+            JoinNames(head[namesRows[index]], index + 1 < namesRows.size(), table.columnNames);
+        }
+    }
+    if (row < head.size()) {
+        table.firstRow = head[row].byte;
+        table.firstRowLine = head[row].line;
+    } else {
+        table.firstRow = head.back().next;
+        table.firstRowLine = head.back().line + head.back().lines;
+    }
+    return table;
+}
+
+} // namespace Orvane::Import::Scan

@@ -1,0 +1,91 @@
+// A file as text: decompressed, without its mark, of bytes in which ASCII is ASCII.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace Orvane::Import::Scan {
+
+enum class EPacking : std::uint8_t {
+    None,
+    Gzip,
+    Zip,
+    Bzip2,
+    Xz,
+    Zstd,
+};
+
+/// How the bytes of a file make units.
+enum class EUnits : std::uint8_t {
+    Bytes,
+    Utf16LittleEndian,
+    Utf16BigEndian,
+    Utf32LittleEndian,
+    Utf32BigEndian,
+};
+
+/// What the first bytes of a file say.
+struct SourceFacts
+{
+    std::uint64_t size = 0; ///< of the file
+    EPacking packing = EPacking::None;
+    EUnits units = EUnits::Bytes;
+    bool hasMark = false; ///< a byte order mark
+    std::size_t markSize = 0;
+    std::uint64_t nulsEven = 0; ///< NULs at even offsets of the first piece
+    std::uint64_t nulsOdd = 0;
+};
+
+/// Reads a file as text, from its begin, as often as wanted.
+///
+/// Gzip is decompressed; UTF-16 and UTF-32 become UTF-8, with U+FFFD for what is no character; all
+/// else stays as it is. Memory does not depend on the file. One thread at a time.
+class TextSource
+{
+public:
+    /// Opens the file and looks at its first bytes.
+    /// @throws ImportFailure `no-such-file`, `no-permission`, `is-folder`, `not-a-file`,
+    ///     `read-error`; `compressed` when it is packed otherwise than by gzip
+    explicit TextSource(std::string path);
+    ~TextSource();
+    TextSource(const TextSource&) = delete;
+    TextSource& operator=(const TextSource&) = delete;
+
+    [[nodiscard]] const SourceFacts& Facts() const noexcept { return m_facts; }
+
+    /// Fills the buffer with the text that follows. @return bytes, less than `capacity` only at the
+    /// end. @throws ImportFailure `read-error`, `damaged`
+    std::size_t Read(char* buffer, std::size_t capacity);
+
+    /// Returns to the begin of the text.
+    void Rewind();
+
+    /// Units that were no characters of UTF-16 or UTF-32 so far.
+    [[nodiscard]] std::uint64_t CountInvalidUnits() const noexcept { return m_invalid; }
+
+private:
+    class Unpacker;
+
+    [[noreturn]] void
+    Fail(const char* code, std::string what, std::string cause = {}, std::string advice = {}) const;
+    [[noreturn]] void FailToRead(int error) const;
+    std::size_t ReadFile(char* buffer, std::size_t capacity);
+    std::size_t ReadUnpacked(char* buffer, std::size_t capacity);
+    void Decode();
+    void Inspect();
+
+    std::string m_path;
+    int m_descriptor = -1;
+    SourceFacts m_facts;
+    std::unique_ptr<Unpacker> m_unpacker;
+    std::vector<char> m_raw;  ///< undecoded units
+    std::string m_decoded;    ///< decoded text that was not handed out
+    std::size_t m_handed = 0; ///< of m_decoded
+    std::uint64_t m_invalid = 0;
+    bool m_isAtEnd = false;
+};
+
+} // namespace Orvane::Import::Scan

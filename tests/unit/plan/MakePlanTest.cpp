@@ -1,0 +1,608 @@
+// Plans of small files, kind by kind, and of real ones where the folder of test data is there.
+#include "support/DataFolder.h"
+
+#include <Orvane/Import/Failure.h>
+#include <Orvane/Import/Plan.h>
+
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <ostream>
+#include <string>
+#include <string_view>
+#include <unistd.h>
+#include <vector>
+
+namespace {
+
+using namespace Orvane::Import;
+
+/// A file that goes with the object.
+class MadeFile
+{
+public:
+    explicit MadeFile(std::string_view bytes, const std::string& extension = ".csv")
+        : m_path(std::filesystem::temp_directory_path() /
+                 ("orvane_plan_" + std::to_string(::getpid()) + extension))
+    {
+        std::ofstream stream(m_path, std::ios::binary);
+        stream.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+    }
+
+    ~MadeFile()
+    {
+        std::error_code error;
+        std::filesystem::remove(m_path, error);
+    }
+
+    MadeFile(const MadeFile&) = delete;
+    MadeFile& operator=(const MadeFile&) = delete;
+
+    [[nodiscard]] std::string Path() const { return m_path.string(); }
+
+private:
+    std::filesystem::path m_path;
+};
+
+Plan PlanOf(std::string_view bytes, const PlanRequest& request = {})
+{
+    const MadeFile file(bytes);
+    return MakePlan(file.Path(), request);
+}
+
+std::string TypesOf(const Plan& plan)
+{
+    std::string types;
+    for (const PlanColumn& column : plan.columns) {
+        types += types.empty() ? "" : ", ";
+        types += NameOf(column.type.value);
+        types += column.spelling.empty() ? "" : " (" + column.spelling + ")";
+    }
+    return types;
+}
+
+bool HasFinding(const Plan& plan, std::string_view code)
+{
+    for (const PlanFinding& finding : plan.findings) {
+        if (finding.code == code) {
+            return true;
+        }
+    }
+    return false;
+}
+
+bool HasQuestion(const Plan& plan, std::string_view code)
+{
+    for (const PlanQuestion& question : plan.questions) {
+        if (question.code == code) {
+            return true;
+        }
+    }
+    return false;
+}
+
+struct ShapeCase
+{
+    const char* name;
+    std::string_view bytes;
+    const char* separator;
+    bool hasNames;
+    std::uint64_t rows;
+    std::uint64_t columns;
+};
+
+void PrintTo(const ShapeCase& row, std::ostream* out)
+{
+    *out << row.name;
+}
+
+class MakePlanShape : public testing::TestWithParam<ShapeCase>
+{};
+
+TEST_P(MakePlanShape, FindsSeparatorNamesAndRows)
+{
+    const Plan plan = PlanOf(GetParam().bytes);
+    EXPECT_EQ(Describe(plan.shape.separator.value), GetParam().separator);
+    EXPECT_EQ(plan.shape.hasNames.value, GetParam().hasNames);
+    EXPECT_EQ(plan.shape.rows, GetParam().rows);
+    EXPECT_EQ(plan.shape.columnCount.value, GetParam().columns);
+}
+
+constexpr ShapeCase kShapeCases[] = {
+    {"ASemicolonBeforeDecimalCommas",
+     "name;y;x;day\na;-3,12;-40,08;20/07/2008\nb;-17,9;-38,7;21/04/2009\nc;1,5;2,25;13/01/2010\n",
+     "semicolon",
+     true,
+     3,
+     4},
+    {"OneLineOfThreeIsNoSupport", "c0\nv0\na;b\n", "one column", false, 3, 1},
+    {"NumbersAloneAreOneColumn", "-5739\n-5751\n-5683\n", "one column", false, 3, 1},
+    {"RunsOfBlanks", "1.5  2.5   3\n4.5 5.25   6\n7  8.5 9\n", "runs of blanks", false, 3, 3},
+    {"Tabs", "id\tx\ty\n1\t2.5\t3.5\n2\t3.5\t4.5\n", "tab", true, 2, 3},
+    {"Bars", "id|x|y\n1|2.5|3.5\n2|3.5|4.5\n", "bar", true, 2, 3},
+    {"Carets", "id^x^y\n1^2.5^3.5\n2^3.5^4.5\n", "'^'", true, 2, 3},
+    {"AStatementOfTheSeparator", "sep=|\nid|x\n1|2,5\n2|3,5\n", "bar", true, 2, 2},
+    {"ACommaAndABlank",
+     "id, name, x\n1, \"a, b\", 2.5\n2, \"c\", 3.5\n",
+     "comma and blank",
+     true,
+     2,
+     3},
+    {"TimesAndDatesAreNotCut",
+     "t,x\n2018-01-01 11:27:50,1.5\n2018-01-01 11:28:00,2.5\n2018-01-02 00:00:20,3.5\n",
+     "comma",
+     true,
+     3,
+     2},
+    {"FixedWidths",
+     "id    name            x\n"
+     "00001 Bad Aach      8.5\n"
+     "00002 Aachen       10.5\n"
+     "00003 Ulm an Donau  9.5\n"
+     "00004 Rom          12.5\n",
+     "widths 5, 13",
+     true,
+     4,
+     3},
+    {"APreambleOfOtherCounts",
+     "A title\n\nid,x,y\n1,2.5,3\n2,3.5,4\n3,4.5,5\n",
+     "comma",
+     true,
+     3,
+     3},
+    {"CommentLines", "# a comment, and more\nid,x,y\n1,2.5,3\n2,3.5,4\n", "comma", true, 2, 3},
+    {"NamesInTheLastCommentLine",
+     "# made by hand\n# id x y\n1 2.5 3\n2 3.5 4\n",
+     "blank",
+     true,
+     2,
+     3},
+    {"TwoLinesOfNames", "x,y,depth\nlon,lat,m below\n1.5,2.5,3\n2.5,3.5,4\n", "comma", true, 2, 3},
+    {"UnitsUnderTheNames", "x,y,depth\nm,m,m\n1.5,2.5,3\n2.5,3.5,4\n", "comma", true, 2, 3},
+    {"NoNamesOverNumbers", "1,2.5,3\n2,3.5,4\n", "comma", false, 2, 3},
+    {"ReturnsAlone", "id,x\r1,2.5\r2,3.5\r", "comma", true, 2, 2},
+    {"AnEmptyFile", "", "one column", false, 0, 1},
+    {"OneLine", "a", "one column", false, 1, 1},
+    {"QuotedLineBreaks", "id,t\n1,\"a\nb\"\n2,\"c\r\nd\"\n3,e\n", "comma", true, 3, 2},
+};
+
+INSTANTIATE_TEST_SUITE_P(, MakePlanShape, testing::ValuesIn(kShapeCases), [](const auto& row) {
+    return row.param.name;
+});
+
+struct TypeCase
+{
+    const char* name;
+    std::string_view bytes;
+    const char* types;
+};
+
+void PrintTo(const TypeCase& row, std::ostream* out)
+{
+    *out << row.name;
+}
+
+class MakePlanTypes : public testing::TestWithParam<TypeCase>
+{};
+
+TEST_P(MakePlanTypes, AreTheNarrowestThatAllCellsFit)
+{
+    EXPECT_EQ(TypesOf(PlanOf(GetParam().bytes)), GetParam().types);
+}
+
+constexpr TypeCase kTypeCases[] = {
+    {"ADecimalAfterWholeNumbers", "a,b\n1,x\n2,y\n3,z\n4,x\n5,y\n9.75,z\n", "double, text"},
+    {"ALateTextMakesText", "a,b\n1,x\n2,y\n3,z\nabc,x\n", "text, text"},
+    {"ALateBigNumber", "a,b\n1,x\n2,y\n99999999999,z\n", "long integer, text"},
+    {"GapsAreNoObstacle", "a,b\n1,x\n,y\n2.5,z\n", "double, text"},
+    {"LeadingZerosStayText", "a,b\n01234,x\n51234,y\n", "text, text"},
+    {"ZeroAndOneAreIntegers", "a,b\n0,x\n1,y\n0,z\n", "integer, text"},
+    {"WordsOfTruth", "a,b\nyes,1\nNo,2\nYES,3\n", "boolean, integer"},
+    {"LettersOnlyInPairs", "a,b\nN,1\nN,2\n", "text, integer"},
+    {"ADecimalComma", "a;b\n1,5;x\n2,25;y\n3;z\n", "double (decimal comma), text"},
+    {"ThousandsSigns", "a;b\n1,234,567;x\n2,345;y\n", "double (thousands ,), text"},
+    {"ACommaBeforeThreeDigitsIsNotGuessed", "a;b\n1,234;x\n7,197;y\n", "text, text"},
+    {"AnotherColumnProvesTheComma",
+     "a;b\n1,234;0,5\n7,197;1,25\n",
+     "double (decimal comma), double (decimal comma)"},
+    {"DayFirstByOneRow",
+     "a,b\n03/04/2018,1\n28/04/2018,2\n04/05/2018,3\n",
+     "date (day first), integer"},
+    {"DayOrMonthIsNotGuessed", "a,b\n03/04/2018,1\n04/05/2018,2\n", "text, integer"},
+    {"IsoDatesAndTimes",
+     "a,b,c\n2018-01-28,13:03:22,2018-01-28T13:03Z\n2018-02-01,00:00:00,2018-02-01T00:00Z\n",
+     "date, time, date and time"},
+    {"OffsetsInSome", "a,b\n2018-01-28T13:03Z,1\n2018-01-28T13:03,2\n", "text, integer"},
+    {"TwentyDigitsStayText",
+     "a,b\n12345678901234567890,1\n22345678901234567890,2\n",
+     "text, integer"},
+    {"LimitsStayText", "a,b\n<0.05,1\n0.2,2\n0.3,3\n", "text, integer"},
+    {"EightDigitsUnderANameOfADate",
+     "date,n\n20180128,20180128\n20180201,20181328\n",
+     "date (YYYYMMDD), integer"},
+};
+
+INSTANTIATE_TEST_SUITE_P(, MakePlanTypes, testing::ValuesIn(kTypeCases), [](const auto& row) {
+    return row.param.name;
+});
+
+TEST(MakePlan, CountsNullWordsOnlyAmongNumbersAndDates)
+{
+    const Plan plan = PlanOf("a,b\n1,NA\nNA,x\n2.5,y\n");
+    EXPECT_EQ(TypesOf(plan), "double, text");
+    EXPECT_EQ(plan.columns[0].values, 2U);
+    EXPECT_EQ(plan.columns[0].nullWords, 1U);
+    ASSERT_EQ(plan.columns[0].nullSpellings.size(), 1U);
+    EXPECT_EQ(plan.columns[0].nullSpellings[0], "NA");
+    EXPECT_EQ(plan.columns[1].values, 3U);
+    EXPECT_EQ(plan.columns[1].nullWords, 0U);
+}
+
+TEST(MakePlan, ShowsTheCellThatMakesTextOfNumbersWithItsPlace)
+{
+    std::string bytes = "a,b\n";
+    for (int i = 0; i < 50; ++i) {
+        bytes += i == 30 ? "n/k,x\n" : std::to_string(i) + ",x\n";
+    }
+    const Plan plan = PlanOf(bytes);
+    const PlanColumn& column = plan.columns[0];
+    EXPECT_EQ(column.type.value, EPlanType::Text);
+    ASSERT_EQ(column.type.rivals.size(), 1U);
+    EXPECT_EQ(column.type.rivals[0].value, "number");
+    bool isShown = false;
+    for (const PlanEvidence& evidence : column.type.evidence) {
+        if (evidence.what == "text") {
+            ASSERT_EQ(evidence.places.size(), 1U);
+            EXPECT_EQ(evidence.places[0].text, "n/k");
+            EXPECT_EQ(evidence.places[0].line, 32U);
+            EXPECT_EQ(evidence.places[0].byte, bytes.find("n/k"));
+            isShown = true;
+        }
+    }
+    EXPECT_TRUE(isShown);
+}
+
+TEST(MakePlan, FindsEncodings)
+{
+    EXPECT_EQ(PlanOf("a,b\n1,x\n").bytes.encoding.value, "US-ASCII");
+    EXPECT_EQ(PlanOf("a,b\n1,Z\xC3\xBCrich\n").bytes.encoding.value, "UTF-8");
+    EXPECT_EQ(PlanOf("a,b\n1,Z\xFCrich\n").bytes.encoding.value, "WINDOWS-1252");
+    const Plan marked = PlanOf("\xEF\xBB\xBF"
+                               "a,b\n1,x\n");
+    EXPECT_EQ(marked.bytes.encoding.value, "UTF-8");
+    EXPECT_TRUE(marked.bytes.hasMark);
+    EXPECT_EQ(marked.columns[0].name, "a");
+    std::string wide;
+    for (const char unit : std::string_view("name,x\na,1.5\nb,2.5\n")) {
+        wide += unit;
+        wide += '\0';
+    }
+    EXPECT_EQ(PlanOf(wide).bytes.encoding.value, "UTF-16LE");
+    EXPECT_EQ(TypesOf(PlanOf(wide)), "text, double");
+    EXPECT_EQ(PlanOf("\xFF\xFE" + wide).bytes.encoding.confidence, EConfidence::Certain);
+}
+
+TEST(MakePlan, UnpacksGzipUnderAnyName)
+{
+    // `x,y\n1.5,2.5\n3.5,4.5\n`
+    constexpr std::string_view kPacked(
+        "\x1f\x8b\x08\x00\x00\x00\x00\x00\x02\xff\xab\xd0\xa9\xe4\x32\xd4\x33\xd5\x31\xd2\x33"
+        "\xe5\x32\x06\xd2\x26\x40\x1a\x00\x9e\xab\x85\x58\x14\x00\x00\x00",
+        37);
+    const Plan plan = PlanOf(kPacked);
+    EXPECT_EQ(plan.bytes.compression.value, "gzip");
+    EXPECT_EQ(TypesOf(plan), "double, double");
+    EXPECT_EQ(plan.shape.rows, 2U);
+}
+
+TEST(MakePlan, CountsEveryKindOfLineEnd)
+{
+    const Plan plan = PlanOf("a,b\r\n1,2\r\n3,4\n5,6\r\n7,\"x\ry\"");
+    EXPECT_EQ(plan.bytes.lines, 6U);
+    EXPECT_EQ(plan.bytes.returnsAndFeeds, 3U);
+    EXPECT_EQ(plan.bytes.feeds, 1U);
+    EXPECT_EQ(plan.bytes.returns, 1U);
+    EXPECT_FALSE(plan.bytes.endsWithLineEnd);
+    EXPECT_TRUE(HasFinding(plan, "mixed-line-ends"));
+}
+
+TEST(MakePlan, NamesRaggedRowsAndWhatFollowsTheTable)
+{
+    std::string bytes = "id,x,y\n";
+    for (int i = 0; i < 10; ++i) {
+        bytes += "1,2.5,3.5\n";
+    }
+    bytes += "2,3.5\n3,4.5,5.5,6\n4,5.5,6.5,\n\n5,6.5,7.5\nTotal\n";
+    const Plan plan = PlanOf(bytes);
+    EXPECT_EQ(plan.shape.rows, 12U);
+    EXPECT_EQ(plan.shape.blankLines, 1U);
+    EXPECT_TRUE(HasFinding(plan, "short-row"));
+    EXPECT_TRUE(HasFinding(plan, "long-row"));
+    EXPECT_TRUE(HasFinding(plan, "trailing-separator"));
+    ASSERT_FALSE(plan.shape.lines.empty());
+    EXPECT_EQ(plan.shape.lines.back().kind, EPlanLines::Footer);
+    EXPECT_EQ(plan.shape.lines.back().firstLine, 17U);
+}
+
+TEST(MakePlan, CallsARowOfSurplusCellsThatFitsOnlyShiftedALongRow)
+{
+    std::string bytes = "id,name,x,note\n";
+    for (int i = 0; i < 20; ++i) {
+        bytes += i == 10 ? "10,,name,1.5,\n" : std::to_string(i) + ",name,1.5,\n";
+    }
+    const Plan plan = PlanOf(bytes);
+    EXPECT_EQ(TypesOf(plan), "integer, text, double, text");
+    EXPECT_EQ(plan.shape.longRows, 1U);
+}
+
+TEST(MakePlan, ReadsAStrayQuoteAsText)
+{
+    const Plan plan = PlanOf("id,a,b\n1,5\" pipe,x\n2,\"q\",y\n3,\"open,z\n4,r,\"w\"\n");
+    EXPECT_EQ(plan.shape.rows, 4U);
+    EXPECT_TRUE(HasFinding(plan, "stray-quote"));
+    EXPECT_TRUE(HasFinding(plan, "unclosed-quote") || plan.shape.continuations == 0);
+}
+
+TEST(MakePlan, ListsNamesThatStandAgainAmongTheRows)
+{
+    const Plan plan = PlanOf("id,x\n1,2.5\n2,3.5\nid,x\n3,4.5\n");
+    EXPECT_EQ(plan.shape.rows, 3U);
+    EXPECT_EQ(TypesOf(plan), "integer, double");
+    EXPECT_TRUE(HasFinding(plan, "repeated-names"));
+}
+
+struct PointCase
+{
+    const char* name;
+    std::string_view bytes;
+    int x;
+    int y;
+    EPlanNotation notation;
+};
+
+void PrintTo(const PointCase& row, std::ostream* out)
+{
+    *out << row.name;
+}
+
+class MakePlanPoints : public testing::TestWithParam<PointCase>
+{};
+
+TEST_P(MakePlanPoints, AreFoundByNameAndValue)
+{
+    const Plan plan = PlanOf(GetParam().bytes);
+    const PlanCoordinates& found = plan.coordinates.value;
+    EXPECT_EQ(found.x ? static_cast<int>(*found.x) : -1, GetParam().x);
+    EXPECT_EQ(found.y ? static_cast<int>(*found.y) : -1, GetParam().y);
+    EXPECT_EQ(found.notation, GetParam().notation);
+}
+
+constexpr PointCase kPointCases[] = {
+    {"LatitudeAndLongitude", "id,lat,lon\n1,47.5,8.5\n2,46.5,7.5\n", 2, 1, EPlanNotation::Decimal},
+    {"APopulationIsNoLatitude",
+     "population,lat,lon\n12,47.5,8.5\n14,46.5,7.5\n",
+     2,
+     1,
+     EPlanNotation::Decimal},
+    {"MetresAreCartesian",
+     "id,easting,northing\n1,700312.21,5157261.76\n2,700261.89,5157259.61\n",
+     1,
+     2,
+     EPlanNotation::Cartesian},
+    {"DegreesBeforeMetres",
+     "x,y,lat,lon\n700312.21,5157261.76,46.5,-84.38\n700261.89,5157259.61,46.6,-84.39\n",
+     3,
+     2,
+     EPlanNotation::Decimal},
+    {"DegreesMinutesSeconds",
+     "name,lat,lon\na,47\xC2\xB0"
+     "12'30\"N,8\xC2\xB0"
+     "30'00\"E\nb,46\xC2\xB0"
+     "12'30\"N,7\xC2\xB0"
+     "30'00\"E\n",
+     2,
+     1,
+     EPlanNotation::Sexagesimal},
+    {"LettersAfterNumbers",
+     "id,latitude N/S,longitude E/W\n1,49.07N,125.76W\n2,49.08N,125.77W\n",
+     2,
+     1,
+     EPlanNotation::Sexagesimal},
+    {"PackedDegrees",
+     "id,lat,lon\n1,4533.35,00830.5\n2,4534.10,00831.5\n",
+     2,
+     1,
+     EPlanNotation::Packed},
+    {"PackedDegreesWithoutZeros",
+     "id,lat,lon\n1,4533.35,12830.5\n2,4534.10,12831.5\n",
+     2,
+     1,
+     EPlanNotation::Packed},
+    {"LongitudesPastNinetyTellTheAxes",
+     "a;37.77939;-122.42354\nb;37.77610;-122.42280\nc;37.77104;-122.42253\n",
+     2,
+     1,
+     EPlanNotation::Decimal},
+    {"NamesInGerman",
+     "id;Breite;L\xC3\xA4nge\n1;47,5;8,5\n2;46,5;7,25\n",
+     2,
+     1,
+     EPlanNotation::Decimal},
+};
+
+INSTANTIATE_TEST_SUITE_P(, MakePlanPoints, testing::ValuesIn(kPointCases), [](const auto& row) {
+    return row.param.name;
+});
+
+TEST(MakePlan, AsksForTheAxesThatValuesCannotTell)
+{
+    const Plan plan = PlanOf("a;37.77939;22.42354\nb;37.77610;22.42280\nc;37.77104;22.42253\n");
+    EXPECT_FALSE(plan.coordinates.value.x.has_value());
+    ASSERT_TRUE(HasQuestion(plan, "axes"));
+    EXPECT_EQ(plan.questions[0].options[0], "--x 2 --y 1");
+    EXPECT_EQ(plan.questions[0].options[1], "--x 1 --y 2");
+}
+
+TEST(MakePlan, AsksWhereThereAreNoCoordinates)
+{
+    EXPECT_TRUE(HasQuestion(PlanOf("id,name\n1,a\n2,b\n"), "coordinates"));
+}
+
+TEST(MakePlan, KeepsToWhatIsGiven)
+{
+    PlanRequest request;
+    request.separator = ';';
+    request.hasNames = false;
+    request.x = "2";
+    request.y = "1";
+    const Plan plan = PlanOf("a,b;47.5;8.5\nc,d;46.5;7.5\n", request);
+    EXPECT_EQ(plan.shape.columnCount.value, 3U);
+    EXPECT_EQ(plan.shape.separator.decider, EDecider::Given);
+    EXPECT_EQ(plan.shape.hasNames.decider, EDecider::Given);
+    EXPECT_EQ(plan.coordinates.decider, EDecider::Given);
+    EXPECT_EQ(plan.coordinates.value.x, 2U);
+    request.x = "3";
+    EXPECT_THROW(static_cast<void>(PlanOf("a,b;47.5;8.5\n", request)), ImportFailure);
+}
+
+std::string FailureOf(const std::string& path)
+{
+    try {
+        static_cast<void>(MakePlan(path, {}));
+    } catch (const ImportFailure& failure) {
+        return failure.GetFields().code + ": " + failure.GetFields().what;
+    }
+    return {};
+}
+
+TEST(MakePlan, SaysWhyAFileCannotBeRead)
+{
+    EXPECT_EQ(FailureOf("/no/such/file.csv"), "no-such-file: There is no such file.");
+    EXPECT_EQ(FailureOf(std::filesystem::temp_directory_path().string()),
+              "is-folder: This is a folder.");
+    EXPECT_EQ(FailureOf("/dev/null"), "not-a-file: This is no regular file.");
+    const MadeFile zip(std::string_view("PK\x03\x04more", 8));
+    EXPECT_EQ(FailureOf(zip.Path()), "compressed: The file is compressed by zip.");
+    const MadeFile cut(std::string_view("\x1F\x8B\x08\0\0\0\0\0\x02\x03", 10), ".gz");
+    EXPECT_EQ(FailureOf(cut.Path()), "damaged: The compressed file cannot be unpacked.");
+}
+
+TEST(MakePlan, DoesNotReadALineThatFitsNoMemory)
+{
+    std::string bytes = "id,x\n1,2.5\n";
+    bytes.append(std::size_t{40} << 20U, 'a');
+    bytes += "\n2,3.5\n";
+    const Plan plan = PlanOf(bytes);
+    EXPECT_TRUE(HasFinding(plan, "line-too-long"));
+    EXPECT_EQ(plan.shape.rows, 2U);
+    EXPECT_EQ(plan.bytes.lines, 4U);
+}
+
+TEST(MakePlan, ReadsOnInTheSameCountWhereverAPieceEnds)
+{
+    std::string bytes = "id,name,x\n";
+    std::uint64_t rows = 0;
+    while (bytes.size() < 700000) {
+        bytes += std::to_string(rows) + (rows % 7 == 0 ? ",\"a\nb\"," : ",ab,") + "1.5\r\n";
+        ++rows;
+    }
+    const Plan plan = PlanOf(bytes);
+    EXPECT_EQ(plan.shape.rows, rows);
+    EXPECT_EQ(plan.shape.continuations, (rows + 6) / 7);
+    EXPECT_EQ(TypesOf(plan), "integer, text, double");
+    EXPECT_EQ(plan.columns[0].most, static_cast<double>(rows - 1));
+}
+
+/// What is known of a real file; -1 for no column.
+struct RealCase
+{
+    const char* file;
+    const char* encoding;
+    const char* separator; ///< its first word
+    bool hasNames;
+    std::uint64_t records;
+    int x;
+    int y;
+    const char* question;
+};
+
+void PrintTo(const RealCase& row, std::ostream* out)
+{
+    *out << row.file;
+}
+
+std::vector<RealCase> RealCases()
+{
+    if (!TestSupport::HasDataFolder()) {
+        return {};
+    }
+    return {
+        {"earthquakes.txt", "US-ASCII", "comma", true, 1197, 2, 1, ""},
+        {"airports_noheader.txt", "US-ASCII", "comma", false, 9967, 4, 5, ""},
+        {"volcanoes_latin1.csv", "WINDOWS-1252", "comma", true, 1571, 5, 4, ""},
+        {"dwd_stations_fixed.txt", "WINDOWS-1252", "widths", true, 1350, 5, 4, ""},
+        {"argo_profiles.txt", "US-ASCII", "comma", true, 2702, 3, 2, ""},
+        {"inmet_stations.csv", "US-ASCII", "semicolon", true, 566, 4, 3, ""},
+        {"ais_norway.csv", "US-ASCII", "semicolon", true, 665, 4, 5, ""},
+        {"sacramento_sales_cr.csv", "US-ASCII", "comma", true, 985, 11, 10, ""},
+        {"planning_multiline.csv", "US-ASCII", "comma", true, 2146, 9, 10, ""},
+        {"service_requests_311.csv", "UTF-8", "comma", true, 1000, 39, 38, ""},
+        {"bus_stops_quoted.csv", "UTF-8", "comma", true, 659, 9, 8, ""},
+        // The degrees before the metres.
+        {"addresses_ward5.csv", "US-ASCII", "comma", true, 5726, 6, 5, ""},
+        {"street_lights_cp949.csv", "CP949", "comma", true, 19316, 2, 1, ""},
+        {"wells_colorado.csv", "US-ASCII", "comma", true, 183, 35, 34, ""},
+        {"glacier_boreholes.csv", "UTF-8", "comma", true, 835, 6, 5, ""},
+        // Nothing tells which of two columns within 90 is the longitude.
+        {"soundings_garmin.txt", "US-ASCII", "tab", false, 947, -1, -1, "axes"},
+        {"world_cities.csv", "UTF-8", "comma", true, 20000, 6, 5, ""},
+        {"geonames_gb.txt", "UTF-8", "tab", false, 47, -1, -1, "axes"},
+        {"postal_codes_th.tsv", "US-ASCII", "tab", false, 903, 10, 9, ""},
+        // Runs of blanks, with the names in a comment.
+        {"lvis_lidar_spaces.txt", "US-ASCII", "runs", true, 998, 3, 4, ""},
+        {"lidar_autzen.txt", "US-ASCII", "comma", true, 103, 0, 1, ""},
+        {"taxi_track.ssv", "US-ASCII", "blank", false, 18317, 1, 0, ""},
+        {"gps_logger_mtk.csv", "US-ASCII", "comma", true, 817, 7, 5, ""},
+        {"gps_logger_v900.csv", "US-ASCII", "comma", true, 742, 5, 4, ""},
+        {"dms_variants.csv", "UTF-8", "comma", true, 19, 1, 0, ""},
+        {"tapir_occurrences_wide.txt", "UTF-8", "tab", true, 61, 79, 78, ""},
+        {"ports_bom.csv", "UTF-8", "comma", true, 8016, 2, 3, ""},
+        {"depths_one_column.txt", "US-ASCII", "one", false, 7926, -1, -1, "coordinates"},
+        {"capitals_ragged.csv", "UTF-8", "comma", false, 55, -1, -1, "axes"},
+        {"health_utf16le.csv", "UTF-16LE", "comma", true, 327, -1, -1, "coordinates"},
+        {"stadiums_thousands.csv", "UTF-8", "comma", true, 325, -1, -1, "coordinates"},
+    };
+}
+
+class MakePlanOfRealFiles : public testing::TestWithParam<RealCase>
+{};
+
+GTEST_ALLOW_UNINSTANTIATED_PARAMETERIZED_TEST(MakePlanOfRealFiles);
+
+TEST_P(MakePlanOfRealFiles, IsWhatPeopleSayOfThem)
+{
+    const RealCase& expected = GetParam();
+    const Plan plan = MakePlan((TestSupport::DataFolder() / expected.file).string(), {});
+    EXPECT_EQ(plan.bytes.encoding.value, expected.encoding);
+    EXPECT_EQ(Describe(plan.shape.separator.value).rfind(expected.separator, 0), 0U)
+        << Describe(plan.shape.separator.value);
+    EXPECT_EQ(plan.shape.hasNames.value, expected.hasNames);
+    EXPECT_EQ(plan.shape.rows + plan.shape.longRows, expected.records);
+    const PlanCoordinates& found = plan.coordinates.value;
+    EXPECT_EQ(found.x ? static_cast<int>(*found.x) : -1, expected.x);
+    EXPECT_EQ(found.y ? static_cast<int>(*found.y) : -1, expected.y);
+    EXPECT_EQ(plan.questions.empty() ? "" : plan.questions.front().code, expected.question);
+}
+
+INSTANTIATE_TEST_SUITE_P(,
+                         MakePlanOfRealFiles,
+                         testing::ValuesIn(RealCases()),
+                         [](const auto& row) {
+                             std::string name = row.param.file;
+                             name.resize(name.find('.'));
+                             return name;
+                         });
+
+} // namespace
