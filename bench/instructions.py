@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
-"""Counts instructions a row of whole imports with Callgrind, and names the functions they go to.
+"""Counts the instructions per row of whole imports with Callgrind, and lists the functions that spend them.
 
-Each data set is imported at a number of rows and at half of them; the difference divided by the
-difference of the rows is what a row costs, without what starting and opening cost.
+Each data set is imported at a number of rows and at half of them. The difference of the counts divided
+by the difference of the rows is what a row costs, without the cost of starting and opening.
 """
 
 import argparse
@@ -20,7 +20,7 @@ SETS = {"A": (100_000, XYZ_OPTIONS), "B": (50_000, TEXT_OPTIONS), "C": (10_000, 
 
 
 def parse_profile(text):
-    """Instructions by function of a file that Callgrind wrote; what a function calls is not its own."""
+    """Instructions by function, from a file that Callgrind wrote; a function's count excludes its callees."""
     names = {}
     costs = Counter()
     function = ""
@@ -31,7 +31,7 @@ def parse_profile(text):
             names.setdefault(match[1], match[2])
             function = names[match[1]]
         elif match := re.match(r"cfn=\((\d+)\)(?: (.*))?$", line):
-            # A function's name may be given where it is first called.
+            # A function's name may stand where it is first called.
             if match[2]:
                 names.setdefault(match[1], match[2])
         elif line.startswith("calls="):
@@ -115,12 +115,12 @@ def main():
             totals.append(
                 f"| {key} | {rows:,} | {total / more_rows:.1f} | {total / (sizes[1] - sizes[0]):.2f} | {fixed:,.0f} |"
             )
-            details.append(f"\n{key}, instructions a row by function:\n\n| function | a row | share |\n|---|---:|---:|")
+            details.append(f"\n{key}, instructions per row by function:\n\n| function | per row | share |\n|---|---:|---:|")
             details += [
                 f"| `{shorten(function, 90)}` | {cost / more_rows:.1f} | {100 * cost / total:.1f} % |"
                 for function, cost in by_function.most_common(arguments.functions)
             ]
-    print("| set | rows | instructions a row | instructions a byte | beside the rows |\n|---|---:|---:|---:|---:|")
+    print("| set | rows | instructions per row | instructions per byte | besides the rows |\n|---|---:|---:|---:|---:|")
     print("\n".join(totals))
     print("\n".join(details))
     return 0

@@ -1,4 +1,4 @@
-# Settings that every target of the tree shares.
+# Settings that all targets of the tree share.
 
 add_library(orvane_warnings INTERFACE)
 target_compile_options(orvane_warnings INTERFACE
@@ -12,8 +12,8 @@ function(orvane_target_defaults target)
     target_compile_definitions(${target} PRIVATE QT_NO_CAST_FROM_ASCII QT_NO_KEYWORDS)
 endfunction()
 
-# Sanitizers bring their own allocator, make calls of the system themselves, and reserve more address
-# space than some tests leave.
+# Sanitizers bring their own allocator, make system calls themselves, and reserve more address space
+# than some tests leave.
 set(ORVANE_HAS_SANITIZERS OFF)
 if("${CMAKE_CXX_FLAGS} ${CMAKE_CXX_FLAGS_DEBUG} ${CMAKE_CXX_FLAGS_RELEASE}" MATCHES "-fsanitize")
     set(ORVANE_HAS_SANITIZERS ON)

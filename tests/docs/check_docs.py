@@ -1,4 +1,4 @@
-"""Holds the documents against the program, the sources and the tree.
+"""Checks the documents against the program, the sources and the tree.
 
 ORVANE names the built program, ORVANE_BUILD the build folder, ORVANE_SOURCE the source tree.
 """
@@ -149,7 +149,7 @@ def source_files():
 
 
 def joined_literals(text):
-    """The texts of a piece of code: neighbouring literals are one."""
+    """The texts of a piece of code; adjacent literals are one text."""
     return [
         "".join(part[1:-1] for part in re.findall(LITERAL, run_of_literals))
         for run_of_literals in re.findall(rf"{LITERAL}(?:\s*{LITERAL})*", text)
@@ -163,7 +163,7 @@ def named_texts(source):
 
 
 def thrown_texts():
-    """(file, texts) of every place that makes an exception to be thrown."""
+    """(file, texts) of every place that makes an exception."""
     for path, source in source_files():
         names = named_texts(source)
         made = r"(?:throw\s+[\w:]+|return\s+(?:Orvane::)?B\w*Exception)"
