@@ -302,7 +302,7 @@ class ArgumentsTest(CliTest):
 
 
 class HelpTest(CliTest):
-    COMMANDS = ("import", "read", "preview", "options", "help", "version")
+    COMMANDS = ("import", "read", "preview", "plan", "options", "help", "version")
 
     def help(self, *arguments, columns=None):
         environment = {key: value for key, value in os.environ.items() if key != "COLUMNS"}
