@@ -16,9 +16,7 @@ namespace OrvaneHost {
 namespace {
 
 namespace DisplayText = Orvane::Import::DisplayText;
-using Orvane::Import::EConfidence;
 using Orvane::Import::EDecider;
-using Orvane::Import::EPlanNotation;
 using Orvane::Import::EPlanRole;
 using Orvane::Import::EPlanType;
 using Orvane::Import::Plan;

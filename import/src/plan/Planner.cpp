@@ -67,13 +67,23 @@ struct Probe
     [[nodiscard]] std::string_view Text() const { return {bytes.data(), size}; }
 };
 
+/// At least 1 MiB, and more where lines are so long that it holds few of them.
 Probe TakeProbe(Scan::TextSource& source)
 {
+    constexpr std::ptrdiff_t kFewestLines = 8;
     Probe probe;
-    probe.bytes.resize(kProbe + 64);
     source.Rewind();
-    probe.size = source.Read(probe.bytes.data(), kProbe);
-    probe.isWhole = probe.size < kProbe;
+    for (std::size_t wanted = kProbe; wanted <= Scan::kMostRecord; wanted *= 2) {
+        probe.bytes.resize(wanted + 64);
+        probe.size += source.Read(probe.bytes.data() + probe.size, wanted - probe.size);
+        probe.isWhole = probe.size < wanted;
+        const std::string_view text = probe.Text();
+        const std::ptrdiff_t lines =
+            std::count(text.begin(), text.end(), '\n') + std::count(text.begin(), text.end(), '\r');
+        if (probe.isWhole || lines >= kFewestLines) {
+            break;
+        }
+    }
     return probe;
 }
 

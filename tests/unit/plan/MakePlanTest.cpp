@@ -515,6 +515,23 @@ TEST(MakePlan, ReadsOnInTheSameCountWhereverAPieceEnds)
     EXPECT_EQ(plan.columns[0].most, static_cast<double>(rows - 1));
 }
 
+TEST(MakePlan, PlansAsManyColumnsAsALineHolds)
+{
+    constexpr std::size_t kColumns = 100000;
+    std::string bytes;
+    for (int row = 0; row < 4; ++row) {
+        for (std::size_t column = 0; column < kColumns; ++column) {
+            bytes += (column > 0 ? "," : "") + (row == 0 ? "c" + std::to_string(column) : "1.5");
+        }
+        bytes += '\n';
+    }
+    const Plan plan = PlanOf(bytes);
+    EXPECT_TRUE(plan.shape.hasNames.value);
+    ASSERT_EQ(plan.columns.size(), kColumns);
+    EXPECT_EQ(plan.columns.back().type.value, EPlanType::Double);
+    EXPECT_EQ(plan.columns.back().name, "c99999");
+}
+
 /// What is known of a real file; -1 for no column.
 struct RealCase
 {

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <bit>
 #include <cstring>
+#include <utility>
 #if defined(__SSE2__)
 #include <emmintrin.h>
 #endif
@@ -186,7 +187,6 @@ void ColumnProfile::Merge(const Values::CellReading& reading,
         facts.markedAngles += reading.angle.hasMarks || reading.angle.letter != 0 ? 1U : 0U;
         facts.contradictions +=
             reading.angle.isContradiction && reading.cell == ECell::Angle ? 1U : 0U;
-        ++facts.letters[static_cast<std::size_t>(reading.angle.letter)];
     }
     if (reading.cell == ECell::Decimal) {
         facts.mostDecimals = std::max(facts.mostDecimals, reading.number.decimals);
@@ -423,7 +423,7 @@ ColumnFacts ColumnProfile::Finish()
     for (Slot& slot : m_slots) {
         Flush(slot);
     }
-    return m_facts;
+    return std::move(m_facts);
 }
 
 } // namespace Orvane::Import::Scan

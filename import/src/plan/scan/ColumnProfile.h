@@ -57,7 +57,6 @@ struct ColumnFacts
     std::uint64_t contradictions = 0;                ///< angles such as `-47 S`
     std::uint64_t markedAngles = 0;                  ///< with signs or letters
     std::uint8_t angleParts = 0;                     ///< most parts of an angle
-    std::array<std::uint64_t, 128> letters{};        ///< of angles, by their character
     std::uint8_t mostDecimals = 0;                   ///< after the point, of plain numbers
     bool hasNumbers = false;                         ///< then what follows holds
     double least = 0;                                ///< of the plain numbers
@@ -118,7 +117,7 @@ public:
     /// Whether a cell would contradict a column whose cells agree so far.
     [[nodiscard]] bool IsMisfit(std::string_view cell) const;
 
-    /// Completes the facts.
+    /// Completes the facts, and hands them over.
     [[nodiscard]] ColumnFacts Finish();
 
     /// Bytes after a cell that must be readable.

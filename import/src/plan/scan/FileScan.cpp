@@ -48,8 +48,10 @@ public:
             m_size -= used;
             m_byte += used;
         }
+        m_facts.columns.reserve(m_columns);
         for (ColumnProfile& profile : m_profiles) {
             m_facts.columns.push_back(profile.Finish());
+            profile = ColumnProfile(2);
         }
         return std::move(m_facts);
     }

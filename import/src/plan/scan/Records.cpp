@@ -177,8 +177,9 @@ bool RecordCutter::CutSeparated(std::string_view text, bool isWhole, Record& rec
         }
         if (!field.isQuoted) {
             while (end < text.size() && !isSeparator(text[end]) && !IsLineEnd(text[end])) {
-                record.strays +=
-                    text[end] == m_dialect.quote && m_dialect.quote != 0 && end > front;
+                const bool isStray =
+                    m_dialect.quote != 0 && end > front && text[end] == m_dialect.quote;
+                record.strays += isStray ? 1U : 0U;
                 ++end;
             }
             const bool isLast = end == text.size() || IsLineEnd(text[end]);

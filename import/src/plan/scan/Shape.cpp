@@ -383,10 +383,26 @@ std::vector<std::uint32_t> FindWidths(std::string_view text, const ShapeRequest&
     return lines.size() < 3 || !isPadded ? std::vector<std::uint32_t>{} : ends;
 }
 
+namespace {
+
+/// A trial needs some whole lines, however long they are.
+std::size_t FindTrialSize(std::string_view text) noexcept
+{
+    constexpr int kFewestLines = 4;
+    std::size_t at = 0;
+    for (int line = 0; line < kFewestLines && at < text.size(); ++line) {
+        at = std::min(text.find_first_of("\r\n", at), text.size() - 1) + 1;
+    }
+    return std::min(std::max(at, kTrialBytes), text.size());
+}
+
+} // namespace
+
 std::vector<Candidate> FindDialects(std::string_view text, const ShapeRequest& request)
 {
-    const bool isCut = text.size() > kTrialBytes;
-    const std::string_view trial = text.substr(0, kTrialBytes);
+    const std::size_t size = FindTrialSize(text);
+    const bool isCut = text.size() > size;
+    const std::string_view trial = text.substr(0, size);
     const bool isWhole = request.isWhole && !isCut;
     std::vector<Candidate> candidates;
     if (request.hasGivenDialect) {

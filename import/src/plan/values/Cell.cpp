@@ -3,6 +3,8 @@
 
 #include "FoldedCell.h"
 
+#include <algorithm>
+
 namespace Orvane::Import::Values {
 
 namespace {
@@ -10,12 +12,7 @@ namespace {
 /// Whether a cell could be a date, a time or an angle: these have a digit and are short.
 bool HasDigit(std::string_view folded) noexcept
 {
-    for (const char unit : folded) {
-        if (IsDigit(unit)) {
-            return true;
-        }
-    }
-    return false;
+    return std::any_of(folded.begin(), folded.end(), IsDigit);
 }
 
 ECell ClassOfNumber(const NumberReading& number) noexcept
@@ -51,11 +48,10 @@ void ReadWithDigits(std::string_view folded, CellReading& result) noexcept
     } else if (result.angle.isAngle) {
         result.cell = ECell::Angle;
     }
-    const std::uint8_t readings = static_cast<std::uint8_t>(
+    result.readings = static_cast<std::uint8_t>(
         If(isNumber && result.cell != ECell::Code, ReadingNumber) |
         If(result.time.IsDate(), ReadingDate) | If(result.time.IsTime(), ReadingTime) |
         If(result.time.IsDateTime(), ReadingDateTime) | If(result.angle.isAngle, ReadingAngle));
-    result.readings = readings;
 }
 
 } // namespace
