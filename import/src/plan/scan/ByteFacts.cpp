@@ -173,7 +173,8 @@ void ByteFacts::AddHighBytes(std::string_view piece)
 {
     const bool isPieceUtf8 = AsciiReader::Kernels::Best().isUtf8(piece.data(), piece.size());
     const bool isSampled = highLines.size() >= kMostHighLines;
-    if (isPieceUtf8 && isSampled && sequences.size() >= kMostSequences) {
+    // Past the sample only bytes that are no UTF-8 need a closer look.
+    if (isPieceUtf8 && isSampled) {
         return;
     }
     for (std::size_t at = 0; at < piece.size();) {

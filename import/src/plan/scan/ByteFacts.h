@@ -29,10 +29,11 @@ public:
     bool endsWithControlZ = false;
     bool endsWithLineEnd = false;
     bool isUtf8 = true;
-    std::uint64_t invalidBytes = 0;       ///< bytes that are no part of UTF-8
-    std::uint64_t firstInvalid = 0;       ///< where the first of these stands
-    std::vector<std::uint32_t> sequences; ///< the first distinct characters past ASCII, at most 16
-    std::string highLines;                ///< lines with high bytes, 64 KiB at most, for statistics
+    std::uint64_t invalidBytes = 0; ///< bytes that are no part of UTF-8
+    std::uint64_t firstInvalid = 0; ///< where the first of these stands
+    std::vector<std::uint32_t>
+        sequences;         ///< distinct characters past ASCII, at most 16, of the sample at least
+    std::string highLines; ///< lines with high bytes, 64 KiB at most, for statistics
 
     [[nodiscard]] std::uint64_t CountLines() const noexcept
     {

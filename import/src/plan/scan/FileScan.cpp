@@ -284,8 +284,9 @@ private:
 
     [[nodiscard]] std::string_view FirstLine(const Record& record) const
     {
-        const std::string_view text = Text().substr(record.begin, record.next - record.begin);
-        return text.substr(0, std::min(text.find_first_of("\r\n"), text.size()));
+        std::string_view text = Text().substr(record.begin, record.next - record.begin);
+        text = text.substr(0, std::min(text.find('\n'), text.size()));
+        return text.substr(0, std::min(text.find('\r'), text.size()));
     }
 
     [[nodiscard]] bool IsNamesAgain(const Record& record) const
@@ -316,23 +317,22 @@ private:
             m_facts.blanks.Add(position, {});
             return;
         }
-        const std::string_view line = FirstLine(record);
         if (record.strays > 0) {
-            m_facts.strays.Add(position, line);
+            m_facts.strays.Add(position, FirstLine(record));
         }
         if (record.unclosed > 0) {
-            m_facts.unclosed.Add(position, line);
+            m_facts.unclosed.Add(position, FirstLine(record));
         }
         const std::size_t fields = record.fields.size();
         if (fields == m_columns) {
             if (IsNamesAgain(record)) {
-                m_facts.repeatedNames.Add(position, line);
+                m_facts.repeatedNames.Add(position, FirstLine(record));
                 return;
             }
             AddCells(record, fields, position);
             return;
         }
-        AddUneven(record, fields, position, line);
+        AddUneven(record, fields, position, FirstLine(record));
     }
 
     void AddUneven(const Record& record,

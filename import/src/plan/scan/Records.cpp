@@ -21,6 +21,11 @@ bool IsAllBlank(std::string_view text) noexcept
     });
 }
 
+bool HasLineBreak(std::string_view text) noexcept
+{
+    return text.find('\n') != std::string_view::npos || text.find('\r') != std::string_view::npos;
+}
+
 std::string_view TrimRight(std::string_view text) noexcept
 {
     while (!text.empty() && IsBlank(text.back())) {
@@ -125,7 +130,7 @@ std::size_t RecordCutter::SkipQuoted(
             field.size = at - from - 1;
             field.isQuoted = true;
             const std::string_view inside = field.In(text);
-            if (inside.find_first_of("\r\n") != std::string_view::npos) {
+            if (HasLineBreak(inside)) {
                 for (std::size_t i = 0; i < inside.size(); ++i) {
                     const bool isFirst =
                         inside[i] == '\n' ||
@@ -294,7 +299,7 @@ bool RecordCutter::Cut(
     // Rule: an opener that swallows line ends is text when that gives the row its count.
     Record other;
     for (const Field& field : record.fields) {
-        if (field.isQuoted && field.In(text).find_first_of("\r\n") != std::string_view::npos) {
+        if (field.isQuoted && HasLineBreak(field.In(text))) {
             m_textUntil = field.begin;
             if (CutFields(text, from, isWhole, other) && other.fields.size() == expected) {
                 m_textUntil = 0;
