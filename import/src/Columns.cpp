@@ -8,20 +8,12 @@
 
 #include <algorithm>
 #include <limits>
+#include <text/OptionRules.h>
 #include <utility>
 
 namespace Orvane::Import {
 
 namespace {
-
-/// The header flag as the reader will understand the option.
-bool ReadHeaderFlag(const BParamList& options)
-{
-    if (options.GetValueType(FIRST_LINE_COLUMN_NAMES) == EVariantType::String) {
-        return options.GetInteger(FIRST_LINE_COLUMN_NAMES) == 1;
-    }
-    return options.GetBoolean(FIRST_LINE_COLUMN_NAMES);
-}
 
 bool IsIndex(const std::string& text)
 {
@@ -159,7 +151,8 @@ ColumnChoice Choose(const std::string& file,
 {
     ColumnChoice choice;
     const bool isFlagGiven = options.HasProperty(FIRST_LINE_COLUMN_NAMES);
-    choice.hasColumnNames = isFlagGiven ? ReadHeaderFlag(options) : preview.hasColumnNames;
+    choice.hasColumnNames =
+        isFlagGiven ? AsciiReader::OptionRules::HasColumnNames(options) : preview.hasColumnNames;
     choice.namesBy = isFlagGiven ? EDecidedBy::Request : EDecidedBy::Preview;
     choice.names = NamesOfColumns(preview, choice.hasColumnNames);
     choice.x = FindGiven(request.x, "X", X_COLUMN, options, choice.names);

@@ -13,6 +13,7 @@
 #include <optional>
 #include <set>
 #include <string_view>
+#include <text/OptionRules.h>
 #include <utility>
 
 namespace Orvane::Import {
@@ -40,7 +41,9 @@ const std::vector<ReaderOption>& GetReaderOptions()
         {Orvane::Z_MULTIPLIER, Kind::Number, "factor for Z; needs those of X and Y"},
         {Orvane::AUTO_SCHEMA, Kind::Presence, "infer the columns' types, whatever else is given"},
         {Orvane::AUTO_SCHEMA_ALL_ROWS, Kind::Boolean, "infer the columns' types from all rows"},
-        {"SCHEMA_SAMPLE_SIZE", Kind::Integer, "rows that types are inferred from; 5 when absent"},
+        {AsciiReader::OptionRules::SampleSizeKey(),
+         Kind::Integer,
+         "rows that types are inferred from; 5 when absent"},
         {Orvane::COLUMN_DEFINITION,
          Kind::Texts,
          "one attribute column: number,name,type,length,precision"},
@@ -49,8 +52,12 @@ const std::vector<ReaderOption>& GetReaderOptions()
         {Orvane::ASCII_HEADER_IDENTIFIER, Kind::Texts, "a text that header lines begin with"},
         {Orvane::ASCII_HEADER_BLANK_LINE, Kind::Boolean, "the header ends at a blank line"},
         {Orvane::ASCII_HEADER_COUNT, Kind::Integer, "number of header lines"},
-        {"CODEC", Kind::Text, "text encoding, for example UTF-8; ISO-8859-1 when absent"},
-        {"CODECFORLOCALE", Kind::Presence, "take the text encoding of the system's locale"},
+        {AsciiReader::OptionRules::CodecKey(),
+         Kind::Text,
+         "text encoding, for example UTF-8; ISO-8859-1 when absent"},
+        {AsciiReader::OptionRules::LocaleCodecKey(),
+         Kind::Presence,
+         "take the text encoding of the system's locale"},
     };
     return kOptions;
 }

@@ -5,7 +5,7 @@
 #include <Orvane/Import/Preview.h>
 #include <Orvane/Import/Session.h>
 
-#include <algorithm>
+#include <text/OptionRules.h>
 
 namespace Orvane::Import {
 
@@ -41,7 +41,8 @@ std::vector<BString> NamesOfColumns(const FilePreview& preview, bool hasColumnNa
         for (const FilePreview::Column& column : preview.columns) {
             BString name = hasColumnNames ? column.first.Trim() : BString();
             if (name.IsEmpty()) {
-                name = "C" + BString::FromInteger(static_cast<std::int64_t>(names.size()) + 1);
+                name = AsciiReader::OptionRules::MakeColumnName(
+                    static_cast<std::int64_t>(names.size()) + 1);
             }
             names.push_back(name);
         }

@@ -2,6 +2,7 @@
 #include "DiskCacheEstimate.h"
 #include "ProgressMeter.h"
 #include "Wrap.h"
+#include "diagnose/Diagnose.h"
 
 #include <Orvane/BCoordSysRepository.h>
 #include <Orvane/BDataManagerProxy.h>
@@ -11,31 +12,14 @@
 #include <Orvane/Import/DisplayText.h>
 #include <Orvane/Import/Session.h>
 
-#include <algorithm>
+#include <text/OptionRules.h>
 #include <utility>
 
 namespace Orvane::Import {
 
 const BString& DataSourceTypeOf(const std::string& path)
 {
-    const std::size_t slash = path.rfind('/');
-    const std::size_t dot = path.rfind('.');
-    const bool hasExtension =
-        dot != std::string::npos && (slash == std::string::npos || dot > slash);
-    std::string extension = hasExtension ? path.substr(dot) : std::string();
-    std::transform(extension.begin(), extension.end(), extension.begin(), [](char byte) {
-        return byte >= 'A' && byte <= 'Z' ? static_cast<char>(byte - 'A' + 'a') : byte;
-    });
-    if (extension == ".csv") {
-        return DS_CSV;
-    }
-    if (extension == ".tsv") {
-        return DS_TSV;
-    }
-    if (extension == ".ssv") {
-        return DS_SSV;
-    }
-    return DS_TXT;
+    return AsciiReader::OptionRules::FindDataSourceType(path);
 }
 
 namespace {
@@ -94,6 +78,31 @@ struct Session::State
     std::uint64_t recordsRead = 0;
 };
 
+namespace {
+
+/// Runs a call of the reader. A failure is looked into: the file says more than the exception.
+template <typename State, typename Action>
+auto CallReader(State& state, Action&& action)
+{
+    try {
+        return WrapFailures(state.file, action);
+    } catch (const ImportFailure& failure) {
+        FailureFields fields = failure.GetFields();
+        try {
+            const BLayers& layers = state.reader->GetLayers();
+            const std::size_t columns =
+                layers.GetCount() == 0 ? 0 : layers.GetAt(0)->GetSchema().GetCount();
+            Diagnose({state.options, columns}, fields);
+        } catch (const std::exception&) {
+            // Rule: what goes wrong while a failure is looked into leaves it as it is.
+            throw failure;
+        }
+        throw ImportFailure(std::move(fields));
+    }
+}
+
+} // namespace
+
 Session::Session(const BPluginModule& module, const std::string& file, const BParamList& options)
     : m_state(WrapFailures(file, [&] { return std::make_unique<State>(module, file, options); }))
 {}
@@ -109,13 +118,12 @@ void Session::UseDiskCache(const std::string& baseName)
 
 void Session::Open()
 {
-    WrapFailures(m_state->file, [&] { m_state->reader->Open(m_state->path, m_state->options); });
+    CallReader(*m_state, [&] { m_state->reader->Open(m_state->path, m_state->options); });
 }
 
 BParamList Session::Preview()
 {
-    return WrapFailures(m_state->file,
-                        [&] { return m_state->reader->GetFilePreview(QUERY_COLUMNS); });
+    return CallReader(*m_state, [&] { return m_state->reader->GetFilePreview(QUERY_COLUMNS); });
 }
 
 void Session::Read(const Callbacks& callbacks)
@@ -124,7 +132,7 @@ void Session::Read(const Callbacks& callbacks)
     ReadProgress progress(meter);
     BDataReader& reader = *m_state->reader;
     try {
-        WrapFailures(m_state->file, [&] {
+        CallReader(*m_state, [&] {
             reader.SetProgress(&progress);
             reader.Read();
         });

@@ -32,6 +32,11 @@ constexpr KnownFailure kKnown[] = {
      "A row cannot become a feature.",
      ""},
     {"Line ", EFailureKind::Content, "too-few-fields", "A row has too few fields.", ""},
+    {"Attempting to remove X/Y/Z columns failed.",
+     EFailureKind::Content,
+     "too-few-fields",
+     "A row has too few fields for its coordinates.",
+     "Check the separator and the columns of the coordinates."},
     {"The number of records on first and second line differs.",
      EFailureKind::Content,
      "preview-fields",
@@ -112,6 +117,12 @@ FailureFields DescribeUnderneath(UnderlyingTexts texts, bool isFromSdk)
         fields.code = "no-such-file";
         fields.what = "There is no such file.";
         fields.cause.clear();
+    }
+    if (texts.className == "std::out_of_range") {
+        fields.kind = EFailureKind::Request;
+        fields.code = "row-position";
+        fields.what = "An option points outside of a row.";
+        fields.advice = "Check that COLUMN_DEFINITION and NAME_COLUMN fit the columns of the file.";
     }
     for (const KnownFailure& known : kKnown) {
         if (isFromSdk && (BeginsWith(texts.message, known.message) ||

@@ -660,6 +660,9 @@ void LineSource::CutText(Text<Unit> text, bool isLast)
         m_carryScanned = text.size();
     }
     m_carryBegin = cutEnd;
+    if (m_watcher) {
+        m_watcher(MakeView(0, text.size()), isLast ? text.size() : cutEnd);
+    }
 
     const std::size_t quotes = CountLineQuotes(text, cutEnd);
     m_entries.haveQuotes = quotes > 0;

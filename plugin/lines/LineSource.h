@@ -14,10 +14,12 @@
 #include <cstddef>
 #include <cstdint>
 #include <deque>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace AsciiReader {
 
@@ -81,6 +83,13 @@ public:
     /// Reads from `device` from now on, from its start; null for none. The device is kept by the
     /// caller and must outlive its use here.
     void SetDevice(QFile* device);
+
+    /// Called for every block before its lines are given, or before the refill throws: the block's
+    /// text, valid as long as its lines, and how much of it is complete lines; all of it for the
+    /// last block.
+    using BlockWatcher = std::function<void(const TextView& text, std::size_t cutEnd)>;
+
+    void SetBlockWatcher(BlockWatcher watcher) { m_watcher = std::move(watcher); }
 
     /// Hands out the next entry; empty ones are passed over where blank rows are ignored.
     /// @return false when none is pending and the device is at its end; then `line` is empty
@@ -180,6 +189,7 @@ private:
     std::size_t m_blockSize;
     std::size_t m_maxLineSize;
     QFile* m_device = nullptr;
+    BlockWatcher m_watcher;
 
     // The block's text: bytes or UTF-16, by m_unit. Bytes that begin an incomplete UTF-8 character
     // stand behind it.

@@ -9,6 +9,7 @@
 #include <Orvane/Import/Api.h>
 #include <Orvane/Import/Columns.h>
 #include <Orvane/Import/DiskCache.h>
+#include <Orvane/Import/Failure.h>
 #include <Orvane/Import/LayerCounts.h>
 #include <Orvane/Import/Progress.h>
 #include <Orvane/Import/Target.h>

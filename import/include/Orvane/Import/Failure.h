@@ -42,58 +42,74 @@ struct UnderlyingTexts
     BString details; ///< empty for SDK subclasses, whose message is their details text
 };
 
+// clang-format off
 /// The fields of a failure. All texts are UTF-8 and not escaped: they may hold control characters
 /// of the file, and `file` and `value` are the bytes that the caller gave (DisplayText.h makes any
 /// of them safe to show). They are plain English, and name no argument of any program.
 ///
-/// `code` is stable: programs compare it, and add their own advice by it. One per cause:
+/// `code` is stable: programs compare it, and add their own advice by it. There is one for each
+/// cause; these are all, with their kinds and the further fields that they set:
 ///
-/// | code                | kind      | when; further fields |
-/// |---------------------|-----------|---|
-/// | `unknown-option`    | Request   | no reader option has the key `value`; `nearest` |
-/// | `option-value`      | Request   | `value` does not fit the option `subject` |
-/// | `option-file`       | Request   | the option file `file` cannot be read or is not valid |
-/// | `unknown-format`    | Request   | no format has the extension of the output `value`;
-/// `nearest`: all extensions | | `extension-case`    | Request   | the extension of the output
-/// `value` must be `subject`, in small letters | | `crs-form`          | Request   | `value` is not
-/// written as AUTHORITY:CODE | | `unknown-crs`       | Request   | there is no coordinate system
-/// `value` | | `output-is-input`   | Request   | both are the same file | | `columns-unknown`   |
-/// Request   | the columns of X and Y are not certain; `columns`, `missing`, in `matches` the one
-/// of the two that is known | | `no-such-column` | Request   | no column has the name `value`;
-/// `subject` is "X", "Y" or "Z"; `columns`, `nearest` | | `column-beyond`     | Request   | the
-/// index `value` is beyond the last column; `subject`, `columns` | | `column-ambiguous`  | Request
-/// | several columns have the name `value`; `subject`, `columns`, `matches` | |
-/// `column-given-twice`| Request   | the request gives `subject` as a column and as the option
-/// `value` | | `column-negative`   | Request   | the option `subject` is the negative number
-/// `value` | | `columns-equal`     | Request   | X, Y and Z are not different columns | |
-/// `name-encoding`     | Input     | the name of the file is not valid UTF-8 | | `no-such-file` |
-/// Input     | nothing exists at the path | | `is-folder`         | Input     | the path is a
-/// folder | | `not-a-file`        | Input     | the path is a pipe, a socket or a device | |
-/// `no-permission`     | Input     | the system does not let the file be read | | `empty-file` |
-/// Input     | the file has no byte | | `read-error`        | Input | the system fails to read the
-/// file | | `compressed` | Input | the file is packed otherwise than by gzip | | `damaged` | Input
-/// | a packed file cannot be unpacked | | `no-separator`      | Input     | neither the options nor
-/// the extension say how fields are separated | | `unknown-codec`     | Request   | there is no
-/// text encoding `value` | | `unmatched-quote`   | Content   | a quote is never closed; `line`,
-/// `row` | | `row-fields` | Content   | a row has more fields than the columns that are read;
-/// `line`, `fieldsFound`, `fieldsExpected`, `row` | | `row-values`        | Content   | a row
-/// cannot be converted for another reason; `line`, `row` | | `too-few-fields`    | Content   | a
-/// row has no field for a coordinate; `line`, `fieldsFound`, `fieldsExpected`, `row` | |
-/// `preview-fields`    | Content   | the first two rows have not the same number of fields; `line`,
-/// `fieldsFound`, `fieldsExpected`, `row` | | `no-data`           | Content   | there is no row of
-/// data | | `line-too-long`     | Content   | a line is longer than the reader reads | | `reader` |
-/// Content   | the reader fails for another reason; `underneath` | | `output-folder`     | Output |
-/// the folder of the output is missing or cannot be written | | `output-not-a-file` | Output    |
-/// something other than a file is in the place of the output | | `output-in-use`     | Output    |
-/// another program has the output open | | `output-write`      | Output    | writing fails; `cause`
-/// is the system's or the format's text | | `too-many-columns`  | Output    | the format holds
-/// fewer columns | | `cache-folder`      | Output    | the folder `value` cannot hold the disk
-/// cache | | `cache-file` | Output    | writing or reading the disk cache fails | | `no-module` |
-/// Module    | there is no plug-in at the place | | `module-load`       | Module    | the plug-in
-/// cannot be loaded, or is none | | `unsupported-type`  | Module    | the plug-in does not read
-/// files of this extension | | `module-failure`    | Module    | the plug-in makes no reader or no
-/// layer, or an exception leaves it that is not the SDK's | | `cancelled` | Cancelled | the caller
-/// has cancelled; the output is as it was | | `internal`          | Internal | anything else |
+///     Request
+///         unknown-option       no reader option has the key `value`; `nearest`
+///         option-value         `value` does not fit the option `subject`
+///         option-file          the option file `file` cannot be read, or is not valid
+///         unknown-format       the extension of the output `value` is of no format; `nearest`: all of them
+///         extension-case       the extension of the output `value` must be `subject`, in small letters
+///         crs-form             `value` is not written as AUTHORITY:CODE
+///         unknown-crs          there is no coordinate system `value`
+///         output-is-input      both are the same file
+///         columns-unknown      the columns of X and Y are not certain; `columns`, `missing`; `matches`
+///                              holds the one of the two that is known
+///         no-such-column       no column has the name `value`; `subject` is X, Y or Z; `columns`
+///         column-beyond        the index `value` is beyond the last column; `subject`, `columns`
+///         column-ambiguous     several columns have the name `value`; `subject`, `columns`, `matches`
+///         column-given-twice   `subject` is given as a column and by the option `value`
+///         column-negative      the option `subject` is the negative number `value`
+///         columns-equal        X, Y and Z are not different columns
+///         unknown-codec        there is no text encoding `value`
+///         row-position         NAME_COLUMN or COLUMN_DEFINITION do not fit the columns of the file
+///     Input
+///         name-encoding        the name of the file is not valid UTF-8
+///         no-such-file         nothing exists at the path
+///         is-folder            the path is a folder
+///         not-a-file           the path is a pipe, a socket or a device
+///         no-permission        the system does not let the file be read
+///         empty-file           the file has no byte
+///         read-error           the system fails to read the file
+///         compressed           the file is packed otherwise than by gzip
+///         damaged              a packed file cannot be unpacked
+///         no-separator         neither options nor extension say how fields are separated
+///     Content
+///         unmatched-quote      a quote is never closed; `line`, `column`, `row`
+///         row-fields           a row has more fields than there are columns; `line`, `column`,
+///                              `fieldsFound`, `fieldsExpected`, `row`
+///         row-values           a row cannot be converted for another reason; `line`, `row`
+///         too-few-fields       a row lacks a coordinate; `line`, `fieldsFound`, `fieldsExpected`, `row`
+///         preview-fields       the first two rows differ in their number of fields; `line` of the second,
+///                              `fieldsFound`, `fieldsExpected`, `row`
+///         no-data              there is no row of data
+///         line-too-long        a line is longer than the reader reads
+///         reader               the reader fails for another reason; `underneath`
+///     Output
+///         output-folder        the folder of the output is missing, or cannot be written
+///         output-not-a-file    something other than a file is in the place of the output
+///         output-in-use        another program has the output open
+///         output-write         writing fails; `cause` is the text of the system or of the format
+///         too-many-columns     the format holds fewer columns
+///         cache-folder         the folder `value` cannot hold the disk cache
+///         cache-file           the disk cache cannot be written or read
+///     Module
+///         no-module            there is no plug-in at the place
+///         module-load          the plug-in cannot be loaded, or is none
+///         unsupported-type     the plug-in does not read files of this extension
+///         module-failure       the plug-in makes no reader or no layer, or an exception leaves it that
+///                              is none of the SDK's
+///     Cancelled
+///         cancelled            the caller has cancelled; the output is as it was
+///     Internal
+///         internal             anything else
+// clang-format on
 struct FailureFields
 {
     EFailureKind kind = EFailureKind::Internal;
@@ -101,7 +117,7 @@ struct FailureFields
     std::string what;         ///< what happened: one sentence
     std::string file;         ///< the file that it is about, as the caller gave it; bytes
     std::uint64_t line = 0;   ///< physical line of the file, counted from 1; 0: not known
-    std::uint64_t column = 0; ///< field of the line, counted from 1; 0: not known
+    std::uint64_t column = 0; ///< field of the row, counted from 1; 0: not known
     std::string cause;        ///< why, one sentence; empty when `what` says all
     std::string advice;       ///< what to do, one sentence; empty when nothing is known to help
     std::string subject;      ///< see the table
