@@ -31,7 +31,6 @@
 namespace {
 
 using Orvane::BColumnInfo;
-using Orvane::BFeature;
 using Orvane::BFeatureAppender;
 using Orvane::BFeatureCollection;
 using Orvane::BPointGeo;
@@ -131,7 +130,7 @@ std::string Describe(OGRFeature& feature)
     line << ')';
     for (int index = 0; index < feature.GetFieldCount(); ++index) {
         line << ' ' << feature.GetFieldDefnRef(index)->GetNameRef() << '=';
-        if (feature.IsFieldSetAndNotNull(index) == 0) {
+        if (!feature.IsFieldSetAndNotNull(index)) {
             line << "null";
         } else if (feature.GetFieldDefnRef(index)->GetType() == OFTReal) {
             line << feature.GetFieldAsDouble(index);
