@@ -54,7 +54,7 @@ struct SortedPoint
     }
 };
 
-/// Takes points in any order and gives them back in the order of operator<.
+/// Accepts points in any order and gives them back in the order of operator<.
 ///
 /// Order of calls: Add for every point, Sort, then Next until it gives nothing. What does not fit
 /// in the memory limit is put into a file, sorted there part by part, and merged: the order is the
