@@ -126,17 +126,16 @@ void CheckNumbers(const Set& set, const FieldRun& run, std::string_view text)
     });
 }
 
-void CheckBooleans(const Set& set, const FieldRun& run, std::string_view text)
+void CheckBooleans(const FieldRun& run, std::string_view text)
 {
     std::vector<std::uint8_t> booleans(run.rows + kPadding);
-    set.toBooleans(run, booleans.data());
+    AsciiReader::Kernels::ToBooleans(run, booleans.data());
     for (std::size_t row = 0; row < run.rows; ++row) {
         const std::string field(FieldOf(text, run, row));
         const bool isTrue = LiteralReader::Rules::IsTrueWord(
             QString::fromLatin1(field.data(), static_cast<qsizetype>(field.size())));
-        ExpectSame(std::string(set.name) + " of " + Escaped(field),
-                   isTrue ? "1" : "0",
-                   std::to_string(booleans[row]));
+        ExpectSame(
+            "true words of " + Escaped(field), isTrue ? "1" : "0", std::to_string(booleans[row]));
     }
 }
 
@@ -243,7 +242,7 @@ void CheckColumns(const Set& set,
             }
         }
         CheckNumbers(set, run, text);
-        CheckBooleans(set, run, text);
+        CheckBooleans(run, text);
         CheckTexts(set, run, text, room);
     }
     // The last column may have to lose a "\r".

@@ -309,7 +309,7 @@ void LayerFill::ConvertColumns(std::size_t rows, const Orvane::BFeatureAppender:
             break;
         }
         case FieldPlan::Kind::Boolean:
-            m_kernels.toBooleans(run, column->booleans.Data() + first);
+            Kernels::ToBooleans(run, column->booleans.Data() + first);
             break;
         case FieldPlan::Kind::Text:
             ConvertTexts(run, columnIndex, column->texts);

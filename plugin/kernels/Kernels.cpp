@@ -1,4 +1,4 @@
-// Chooses the kernels by what the processor can do.
+// The sets of kernels that the processor can run.
 #include "kernels/Kernels.h"
 
 namespace AsciiReader::Kernels {
@@ -40,15 +40,6 @@ std::size_t GetAll(const Set* (&sets)[kMostSets])
     }
 #endif
     return count;
-}
-
-const Set& Best()
-{
-    static const Set* const best = [] {
-        const Set* sets[kMostSets] = {};
-        return sets[GetAll(sets) - 1];
-    }();
-    return *best;
 }
 
 } // namespace AsciiReader::Kernels

@@ -123,9 +123,6 @@ struct Set
                                       std::size_t count,
                                       OddField* odd);
 
-    /// Writes 1 for the fields "1", "y", "t", "yes" and "true" in any case, 0 for all others.
-    void (*toBooleans)(const FieldRun& fields, std::uint8_t* out);
-
     /// Copies the texts of the rows from `row` on, up to the first that has a quote in it, is too
     /// long, has a high byte that is not taken, or for which there is no room: 32 bytes behind a
     /// text may be overwritten. @return the row that was not copied, or the number of rows
@@ -144,6 +141,10 @@ struct Set
 
     const char* name;
 };
+
+/// Writes 1 for the fields "1", "y", "t", "yes" and "true" in any case, 0 for all others. It stands
+/// beside the sets: no instruction set makes it faster.
+void ToBooleans(const FieldRun& fields, std::uint8_t* out);
 
 inline constexpr std::size_t kMostSets = 4;
 

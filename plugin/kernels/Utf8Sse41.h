@@ -1,10 +1,20 @@
-// Tells whether bytes are valid UTF-8, sixteen at once; included behind KernelBody.inc by the sets
-// that have SSSE3.
+// Tells whether bytes are valid UTF-8, sixteen at once, for sets that have SSSE3 and SSE4.1.
 //
 // After "Validating UTF-8 In Less Than One Instruction Per Byte" (Keiser and Lemire, 2020): what is
 // wrong with two bytes in a row shows in three table look-ups by half bytes, of which each gives
 // the set of faults that its half allows; a fault that all three allow is there. That leaves third
 // and fourth bytes of a character, which have to be where the leads say.
+#pragma once
+
+#include "kernels/Blocks.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <smmintrin.h>
+
+namespace AsciiReader::Kernels {
+
+namespace {
 
 namespace Utf8Fault {
 
@@ -88,7 +98,7 @@ inline __m128i FindUtf8Faults(__m128i bytes, __m128i before)
     return _mm_xor_si128(_mm_and_si128(isWanted, _mm_set1_epi8('\x80')), faults);
 }
 
-bool IsUtf8(const char* text, std::size_t size)
+inline bool IsUtf8(const char* text, std::size_t size)
 {
     __m128i faults = _mm_setzero_si128();
     __m128i before = _mm_setzero_si128();
@@ -122,3 +132,7 @@ bool IsUtf8(const char* text, std::size_t size)
     }
     return _mm_testz_si128(faults, faults) != 0;
 }
+
+} // namespace
+
+} // namespace AsciiReader::Kernels

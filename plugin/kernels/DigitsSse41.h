@@ -1,4 +1,14 @@
-// Sixteen digits at once, for the sets that have SSSE3 and SSE4.1; included like KernelBody.inc.
+// Sixteen digits at once, for sets that have SSSE3 and SSE4.1.
+#pragma once
+
+#include "kernels/Kernels.h"
+
+#include <cstdint>
+#include <smmintrin.h>
+
+namespace AsciiReader::Kernels {
+
+namespace {
 
 /// Row p shifts the bytes in front of position p one up, over it: takes the point out of a number.
 /// Row 16 is for numbers without one.
@@ -72,3 +82,7 @@ inline bool ConvertDigits(
     digits.sign = isNegative;
     return true;
 }
+
+} // namespace
+
+} // namespace AsciiReader::Kernels

@@ -1,5 +1,13 @@
-// Blocks of bytes in registers of sixteen, for the sets without AVX2; included in front of
-// KernelBody.inc, inside the same unnamed namespace.
+// Blocks of bytes in registers of sixteen.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <emmintrin.h>
+
+namespace AsciiReader::Kernels {
+
+namespace {
 
 struct Block64
 {
@@ -72,3 +80,7 @@ struct Block32
 
     [[nodiscard]] std::uint32_t HighBits() const { return Join(low, high); }
 };
+
+} // namespace
+
+} // namespace AsciiReader::Kernels

@@ -1,11 +1,17 @@
-// The index of separators and line ends, in terms of the byte blocks of an instruction set.
-//
-// Included like KernelBody.inc, after the file has defined
-//   struct Block64: Load(const char*), Equal(char) -> 64-bit mask
-//   std::uint64_t PrefixXor(std::uint64_t): bit i is the parity of the bits up to i
-//   std::size_t WritePositions(std::uint64_t mask, std::uint32_t base, std::uint32_t* positions):
-//       writes base + i for every bit i that is set, in order, and up to kPadding entries more;
-//       returns how many are set
+// The index of separators and line ends.
+#pragma once
+
+#include "kernels/Bits.h"
+#include "kernels/Blocks.h"
+#include "kernels/Kernels.h"
+#include "kernels/Positions.h"
+
+#include <cstddef>
+#include <cstdint>
+
+namespace AsciiReader::Kernels {
+
+namespace {
 
 template <bool kHasQuotes, bool kIsCrLf>
 inline std::size_t IndexRun(const char* text,
@@ -46,12 +52,12 @@ inline std::size_t IndexRun(const char* text,
     return count;
 }
 
-std::size_t IndexText(const char* text,
-                      std::size_t from,
-                      std::size_t to,
-                      const Structure& structure,
-                      IndexState& state,
-                      std::uint32_t* positions)
+inline std::size_t IndexText(const char* text,
+                             std::size_t from,
+                             std::size_t to,
+                             const Structure& structure,
+                             IndexState& state,
+                             std::uint32_t* positions)
 {
     if (structure.hasQuotes) {
         return structure.isCrLf
@@ -61,3 +67,7 @@ std::size_t IndexText(const char* text,
     return structure.isCrLf ? IndexRun<false, true>(text, from, to, structure, state, positions)
                             : IndexRun<false, false>(text, from, to, structure, state, positions);
 }
+
+} // namespace
+
+} // namespace AsciiReader::Kernels

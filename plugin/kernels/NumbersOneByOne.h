@@ -1,4 +1,16 @@
-// The conversion of columns to numbers field by field; included behind KernelBody.inc.
+// Columns to numbers field by field.
+#pragma once
+
+#include "kernels/Fields.h"
+#include "kernels/Kernels.h"
+#include "kernels/Numbers.h"
+
+#include <cstddef>
+#include <cstdint>
+
+namespace AsciiReader::Kernels {
+
+namespace {
 
 template <bool kHasQuotes>
 inline std::size_t ToDoublesRun(const FieldRun& fields, double* out, std::uint32_t* odd)
@@ -17,7 +29,7 @@ inline std::size_t ToDoublesRun(const FieldRun& fields, double* out, std::uint32
     return oddCount;
 }
 
-std::size_t ToDoubles(const FieldRun& fields, double* out, std::uint32_t* odd)
+inline std::size_t ToDoubles(const FieldRun& fields, double* out, std::uint32_t* odd)
 {
     return fields.hasQuotes ? ToDoublesRun<true>(fields, out, odd)
                             : ToDoublesRun<false>(fields, out, odd);
@@ -37,7 +49,7 @@ inline std::size_t ToInt32sRun(const FieldRun& fields, std::int32_t* out, std::u
     return oddCount;
 }
 
-std::size_t ToInt32s(const FieldRun& fields, std::int32_t* out, std::uint32_t* odd)
+inline std::size_t ToInt32s(const FieldRun& fields, std::int32_t* out, std::uint32_t* odd)
 {
     if (fields.emptyIsZero) {
         return fields.hasQuotes ? ToInt32sRun<true, true>(fields, out, odd)
@@ -47,7 +59,7 @@ std::size_t ToInt32s(const FieldRun& fields, std::int32_t* out, std::uint32_t* o
                             : ToInt32sRun<false, false>(fields, out, odd);
 }
 
-std::size_t
+inline std::size_t
 ToDoublesOfColumns(const FieldRun& fields, DoubleColumn* columns, std::size_t count, OddField* odd)
 {
     std::size_t oddCount = 0;
@@ -65,3 +77,7 @@ ToDoublesOfColumns(const FieldRun& fields, DoubleColumn* columns, std::size_t co
     }
     return oddCount;
 }
+
+} // namespace
+
+} // namespace AsciiReader::Kernels

@@ -1,9 +1,22 @@
-// Numbers by four and by two with AVX2; included like KernelBody.inc, behind it and
-// ConvertSse41.inc. Defines ToDoubles, ToInt32s and ToDoublesOfColumns.
+// Columns to numbers by four and by two with AVX2 and BMI.
 //
 // Most columns are plain: a few digits, and the point at one place in all of them. So rows are
 // converted by four as if the next ones were like the last, with all that the place decides in
 // constants; four that are not, one by one.
+#pragma once
+
+#include "kernels/DigitsSse41.h"
+#include "kernels/Fields.h"
+#include "kernels/Kernels.h"
+#include "kernels/Numbers.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <immintrin.h>
+
+namespace AsciiReader::Kernels {
+
+namespace {
 
 /// Four fields of a column.
 struct FourFields
@@ -250,7 +263,7 @@ constexpr PointRows MakePointRows()
 constexpr PointRows kPointRows = MakePointRows();
 
 /// The constants of ConvertTwo.
-struct Constants
+struct PairConstants
 {
     __m256i point = _mm256_set1_epi8('.');
     __m256i zero = _mm256_set1_epi8('0');
@@ -273,8 +286,11 @@ struct Constants
 /// Inlined by order, so that its constants stay in registers over the loop.
 /// @return false when one of them is no plain number
 template <bool kEmptyIsZero>
-[[gnu::always_inline]] inline bool ConvertTwo(
-    const Constants& constants, const char* text, FieldSpan first, FieldSpan second, double* out)
+[[gnu::always_inline]] inline bool ConvertTwo(const PairConstants& constants,
+                                              const char* text,
+                                              FieldSpan first,
+                                              FieldSpan second,
+                                              double* out)
 {
     const std::uint32_t firstSize = first.end - first.begin;
     const std::uint32_t secondSize = second.end - second.begin;
@@ -468,7 +484,7 @@ std::size_t ToDoublesRun(const FieldRun& fields, ColumnRows<kHasQuotes, double> 
     if (fields.decimals != nullptr) {
         *fields.decimals = fraction;
     }
-    Constants constants;
+    PairConstants constants;
     constants.HoldInRegisters();
     while (rows.GetLeft() >= 2) {
         if (ConvertTwo<kEmptyIsZero>(
@@ -482,7 +498,7 @@ std::size_t ToDoublesRun(const FieldRun& fields, ColumnRows<kHasQuotes, double> 
     return rows.GetOddCount();
 }
 
-std::size_t ToDoubles(const FieldRun& fields, double* out, std::uint32_t* odd)
+inline std::size_t ToDoubles(const FieldRun& fields, double* out, std::uint32_t* odd)
 {
     if (fields.emptyIsZero) {
         return fields.hasQuotes ? ToDoublesRun<true, true>(fields, {fields, out, odd})
@@ -580,7 +596,7 @@ private:
     std::size_t m_oddCount = 0;
 };
 
-std::size_t
+inline std::size_t
 ToDoublesOfColumns(const FieldRun& fields, DoubleColumn* columns, std::size_t count, OddField* odd)
 {
     if (fields.emptyIsZero) {
@@ -656,7 +672,7 @@ std::size_t ToInt32sRun(ColumnRows<kHasQuotes, std::int32_t> rows)
     return rows.GetOddCount();
 }
 
-std::size_t ToInt32s(const FieldRun& fields, std::int32_t* out, std::uint32_t* odd)
+inline std::size_t ToInt32s(const FieldRun& fields, std::int32_t* out, std::uint32_t* odd)
 {
     if (fields.emptyIsZero) {
         return fields.hasQuotes ? ToInt32sRun<true, true>({fields, out, odd})
@@ -665,3 +681,7 @@ std::size_t ToInt32s(const FieldRun& fields, std::int32_t* out, std::uint32_t* o
     return fields.hasQuotes ? ToInt32sRun<true, false>({fields, out, odd})
                             : ToInt32sRun<false, false>({fields, out, odd});
 }
+
+} // namespace
+
+} // namespace AsciiReader::Kernels

@@ -1,0 +1,43 @@
+// Masks of 64 bits, for the instruction set that the compiler is told to use.
+#pragma once
+
+#if defined(__PCLMUL__) || defined(__BMI__)
+#include <immintrin.h>
+#endif
+
+#include <cstdint>
+
+namespace AsciiReader::Kernels {
+
+namespace {
+
+/// Bit i of the result is the parity of the bits up to i.
+inline std::uint64_t PrefixXor(std::uint64_t mask)
+{
+#if defined(__PCLMUL__)
+    // A carry-less product with all ones.
+    return static_cast<std::uint64_t>(
+        _mm_cvtsi128_si64(_mm_clmulepi64_si128(_mm_set_epi64x(0, static_cast<long long>(mask)),
+                                               _mm_set1_epi8(static_cast<char>(0xFF)),
+                                               0)));
+#else
+    for (unsigned shift = 1; shift < 64; shift *= 2) {
+        mask ^= mask << shift;
+    }
+    return mask;
+#endif
+}
+
+/// Position of the lowest bit; anything for 0.
+inline std::uint32_t LowestBit(std::uint64_t mask)
+{
+#if defined(__BMI__)
+    return static_cast<std::uint32_t>(_tzcnt_u64(mask));
+#else
+    return static_cast<std::uint32_t>(__builtin_ctzll(mask | std::uint64_t{1} << 63U));
+#endif
+}
+
+} // namespace
+
+} // namespace AsciiReader::Kernels

@@ -1,0 +1,25 @@
+// Blocks of 64 bytes in one register.
+#pragma once
+
+#include <cstdint>
+#include <immintrin.h>
+
+namespace AsciiReader::Kernels {
+
+namespace {
+
+struct Block64
+{
+    __m512i bytes;
+
+    static Block64 Load(const char* text) { return {_mm512_loadu_si512(text)}; }
+
+    [[nodiscard]] std::uint64_t Equal(char byte) const
+    {
+        return _mm512_cmpeq_epi8_mask(bytes, _mm512_set1_epi8(byte));
+    }
+};
+
+} // namespace
+
+} // namespace AsciiReader::Kernels
