@@ -8,7 +8,7 @@
 
 namespace Fuzz {
 
-/// A number as people and programs write them, in plain and in odd ways.
+/// A number as people and programs write them, in plain and in unusual ways.
 std::string MakeNumber(Dice& dice);
 /// An angle in one of the ways that formats of degrees take, or nearly.
 std::string MakeAngle(Dice& dice);

@@ -83,47 +83,49 @@ bool IsPlain(std::string_view field, bool mayHavePoint, bool emptyIsZero)
 template <typename Check>
 void ForEachTaken(const FieldRun& run,
                   std::string_view text,
-                  const std::vector<std::uint32_t>& odd,
-                  std::size_t oddCount,
+                  const std::vector<std::uint32_t>& fallbacks,
+                  std::size_t fallbackCount,
                   Check check)
 {
     std::size_t next = 0;
     for (std::size_t row = 0; row < run.rows; ++row) {
-        if (next < oddCount && odd[next] == row) {
+        if (next < fallbackCount && fallbacks[next] == row) {
             ++next;
         } else {
             check(row, std::string(FieldOf(text, run, row)));
         }
     }
-    if (next != oddCount) {
-        Fail("odd rows are listed out of order");
+    if (next != fallbackCount) {
+        Fail("fallbacks rows are listed out of order");
     }
 }
 
 void CheckNumbers(const Set& set, const FieldRun& run, std::string_view text)
 {
     const std::string name = set.name;
-    std::vector<std::uint32_t> odd(run.rows + kPadding);
+    std::vector<std::uint32_t> fallbacks(run.rows + kPadding);
     std::vector<double> doubles(run.rows + kPadding);
-    const std::size_t oddDoubles = set.toDoubles(run, doubles.data(), odd.data());
-    ForEachTaken(run, text, odd, oddDoubles, [&](std::size_t row, const std::string& field) {
-        if (!IsPlain(field, true, run.emptyIsZero)) {
-            Fail(name + " takes " + Escaped(field) + " for a number");
-        }
-        ExpectSame(name + " of " + Escaped(field),
-                   ReaderTraces::Bits(std::strtod(field.c_str(), nullptr)),
-                   ReaderTraces::Bits(doubles[row]));
-    });
+    const std::size_t fallbackDoubles = set.toDoubles(run, doubles.data(), fallbacks.data());
+    ForEachTaken(
+        run, text, fallbacks, fallbackDoubles, [&](std::size_t row, const std::string& field) {
+            if (!IsPlain(field, true, run.emptyIsZero)) {
+                Fail(name + " takes " + Escaped(field) + " for a number");
+            }
+            ExpectSame(name + " of " + Escaped(field),
+                       ReaderTraces::Bits(std::strtod(field.c_str(), nullptr)),
+                       ReaderTraces::Bits(doubles[row]));
+        });
     std::vector<std::int32_t> integers(run.rows + kPadding);
-    const std::size_t oddIntegers = set.toInt32s(run, integers.data(), odd.data());
-    ForEachTaken(run, text, odd, oddIntegers, [&](std::size_t row, const std::string& field) {
-        if (!IsPlain(field, true, run.emptyIsZero)) {
-            Fail(name + " takes " + Escaped(field) + " for an integer");
-        }
-        ExpectSame(name + " of " + Escaped(field),
-                   std::to_string(std::strtol(field.c_str(), nullptr, 10)),
-                   std::to_string(integers[row]));
-    });
+    const std::size_t fallbackIntegers = set.toInt32s(run, integers.data(), fallbacks.data());
+    ForEachTaken(
+        run, text, fallbacks, fallbackIntegers, [&](std::size_t row, const std::string& field) {
+            if (!IsPlain(field, true, run.emptyIsZero)) {
+                Fail(name + " takes " + Escaped(field) + " for an integer");
+            }
+            ExpectSame(name + " of " + Escaped(field),
+                       std::to_string(std::strtol(field.c_str(), nullptr, 10)),
+                       std::to_string(integers[row]));
+        });
 }
 
 void CheckBooleans(const FieldRun& run, std::string_view text)
@@ -194,18 +196,18 @@ void CheckTile(const Set& set, FieldRun run, std::size_t count, std::string_view
         const auto decimals = static_cast<std::uint32_t>((text.size() + column) % 16);
         columns.push_back({values[column].data(), decimals, 0});
     }
-    std::vector<OddField> odd(count * (run.rows + 3));
-    odd.resize(set.toDoublesOfColumns(run, columns.data(), count, odd.data()));
-    std::vector<std::vector<bool>> isOdd(count, std::vector<bool>(run.rows));
-    for (const OddField& field : odd) {
-        isOdd.at(field.column).at(field.row) = true;
+    std::vector<FallbackField> fallbacks(count * (run.rows + 3));
+    fallbacks.resize(set.toDoublesOfColumns(run, columns.data(), count, fallbacks.data()));
+    std::vector<std::vector<bool>> isFallback(count, std::vector<bool>(run.rows));
+    for (const FallbackField& field : fallbacks) {
+        isFallback.at(field.column).at(field.row) = true;
     }
     const std::uint32_t* const ends = run.ends;
     for (std::size_t column = 0; column < count; ++column) {
         run.ends = ends + column;
         for (std::size_t row = 0; row < run.rows; ++row) {
             const std::string field(FieldOf(text, run, row));
-            if (isOdd[column][row]) {
+            if (isFallback[column][row]) {
                 continue;
             }
             if (!IsPlain(field, true, run.emptyIsZero)) {

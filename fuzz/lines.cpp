@@ -97,8 +97,8 @@ public:
         }
         const QString text = Orvane::MakeQString(line.text.ToString());
         lines.push_back(Quoted(text));
-        if (!line.mayBeOdd && text.count(QLatin1Char('"')) % 2 != 0) {
-            Fail("a line with an odd number of quotes is said to balance: " + lines.back());
+        if (!line.mayBeUnbalanced && text.count(QLatin1Char('"')) % 2 != 0) {
+            Fail("a line whose quotes do not balance is said to balance: " + lines.back());
         }
         return true;
     }

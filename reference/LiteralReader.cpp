@@ -110,7 +110,7 @@ qsizetype CountQuotes(const QString& text)
     return text.count(QChar(kQuote));
 }
 
-bool HasOddQuotes(const QString& text)
+bool HasUnbalancedQuotes(const QString& text)
 {
     return CountQuotes(text) % 2 == 1;
 }
@@ -229,7 +229,7 @@ QStringList SplitByEmptyParity(const QString& line)
     for (qsizetype at = 0; at <= line.size(); ++at) {
         const bool isInsidePair = at > 0 && at < line.size() && line[at - 1].isHighSurrogate() &&
                                   line[at].isLowSurrogate();
-        if (!isInsidePair && !HasOddQuotes(line.mid(at))) {
+        if (!isInsidePair && !HasUnbalancedQuotes(line.mid(at))) {
             parts.append(line.mid(begin, at - begin));
             begin = at;
         }
@@ -252,7 +252,7 @@ QStringList SplitByParity(const QString& line, const QString& literal)
         if (found < 0) {
             break;
         }
-        if (HasOddQuotes(line.mid(found + literal.size()))) {
+        if (HasUnbalancedQuotes(line.mid(found + literal.size()))) {
             from = found + 1;
             continue;
         }
@@ -1037,12 +1037,12 @@ void Engine::Refill()
                 joined += ending;
             }
             joined += piece;
-            if (!HasOddQuotes(joined)) {
+            if (!HasUnbalancedQuotes(joined)) {
                 m_pending.append(joined);
                 joined.clear();
             }
         }
-        if (!joined.isEmpty() && HasOddQuotes(joined)) {
+        if (!joined.isEmpty() && HasUnbalancedQuotes(joined)) {
             throw BFileContentNotValidException("AsciiFile::GetSafeLine",
                                                 "File contains an unmatched quote.");
         }
@@ -1174,7 +1174,7 @@ QStringList Engine::ReadPreviewLine(QString& trimmed)
         line = GetSafeLine();
         trimmed = Trim(line);
     } while (trimmed.isEmpty() && !m_pending.isEmpty());
-    while (HasOddQuotes(trimmed) && !AtEnd()) {
+    while (HasUnbalancedQuotes(trimmed) && !AtEnd()) {
         line = GetSafeLine();
         trimmed += QLatin1Char('\n') + line;
     }
@@ -1376,7 +1376,7 @@ bool Engine::BuildLayer(int limit)
         if (limit >= 1 && featuresAdded >= limit) {
             return false;
         }
-        while (HasOddQuotes(line)) {
+        while (HasUnbalancedQuotes(line)) {
             if (AtEnd()) {
                 throw BFileContentNotValidException("AsciiFile::GetSafeLine",
                                                     "File contains an unmatched quote.");

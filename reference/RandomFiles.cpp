@@ -1,4 +1,5 @@
-// Makes random delimited files and options: mostly sound ones, with every known oddity mixed in.
+// Makes random delimited files and options: mostly sound ones, with every known irregularity mixed
+// in.
 #include "RandomFiles.h"
 
 #include <Orvane/BStringQt.h>
@@ -139,43 +140,43 @@ const char* const kWords[] = {
     "a\tb",         "say \"hi\"", "\"",         "\"\"",   "\"\"\"\"",  "two\nlines",
     "two\r\nlines", "cr\rinside", "null",       "C3",     "caf\u00e9", "\u4e2d\u6587",
     "\ud55c\uae00", "\u20ac",     "\U0001F600", "\u00a0", "\u212a",    "\u0130"};
-const char* const kOdd[] = {"0x10",
-                            "0x1.8p3",
-                            "inf",
-                            "-inf",
-                            "INFINITY",
-                            "nan",
-                            "-nan",
-                            "nan(12)",
-                            "nan(",
-                            "0x",
-                            "1e",
-                            "1e+",
-                            "--1",
-                            "1_000",
-                            "1.5.2",
-                            " 12",
-                            "12 ",
-                            "\t12",
-                            "12\t",
-                            "\v7",
-                            "1 2",
-                            "+",
-                            "-",
-                            ".",
-                            "e5",
-                            "+-3",
-                            "1d5",
-                            "0b1",
-                            "1,,2",
-                            ",",
-                            "\u0661",
-                            "12\u00a0",
-                            "1e99999999999",
-                            "0e99999999999",
-                            "1e5.0",
-                            "1.e5",
-                            "000000000000000000000000001.5"};
+const char* const kIrregular[] = {"0x10",
+                                  "0x1.8p3",
+                                  "inf",
+                                  "-inf",
+                                  "INFINITY",
+                                  "nan",
+                                  "-nan",
+                                  "nan(12)",
+                                  "nan(",
+                                  "0x",
+                                  "1e",
+                                  "1e+",
+                                  "--1",
+                                  "1_000",
+                                  "1.5.2",
+                                  " 12",
+                                  "12 ",
+                                  "\t12",
+                                  "12\t",
+                                  "\v7",
+                                  "1 2",
+                                  "+",
+                                  "-",
+                                  ".",
+                                  "e5",
+                                  "+-3",
+                                  "1d5",
+                                  "0b1",
+                                  "1,,2",
+                                  ",",
+                                  "\u0661",
+                                  "12\u00a0",
+                                  "1e99999999999",
+                                  "0e99999999999",
+                                  "1e5.0",
+                                  "1.e5",
+                                  "000000000000000000000000001.5"};
 const char* const kAngles[] = {"12",
                                "12.5",
                                "-12.5",
@@ -240,7 +241,7 @@ QString RandomValue(Dice& dice, EColumn column, bool isCalm)
         return {};
     }
     if (!isCalm && dice.Chance(4)) {
-        return PickText(dice, kOdd);
+        return PickText(dice, kIrregular);
     }
     switch (column) {
     case EColumn::Whole:
@@ -267,7 +268,7 @@ QString RandomValue(Dice& dice, EColumn column, bool isCalm)
     case 3:
         return PickText(dice, kWords);
     default:
-        return PickText(dice, kOdd);
+        return PickText(dice, kIrregular);
     }
 }
 
@@ -366,7 +367,7 @@ struct Shape
     QString separator;
     QString codec; ///< empty: Latin-1 without an option
     bool hasNames = false;
-    bool isCalm = false; ///< hardly any odd values, so that the rows are reached
+    bool isCalm = false; ///< hardly any irregular values, so that the rows are reached
     bool breaksQuotes = false;
     bool isWide = false; ///< so many columns of numbers that the reader takes them together
 };

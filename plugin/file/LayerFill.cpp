@@ -62,9 +62,9 @@ LayerFill::LayerFill(const LayerFillContext& context)
     m_rows.SetRows(context.separator, m_fields.size());
     m_widths.resize(m_fields.size());
     m_decimals.resize(m_fields.size());
-    for (const FieldPlan& field : m_fields) {
-        m_hasZ = m_hasZ || field.kind == FieldPlan::Kind::Z;
-        m_hasPoint = m_hasPoint || field.kind <= FieldPlan::Kind::Z;
+    for (const RegularField& field : m_fields) {
+        m_hasZ = m_hasZ || field.kind == RegularField::Kind::Z;
+        m_hasPoint = m_hasPoint || field.kind <= RegularField::Kind::Z;
     }
 }
 
@@ -101,7 +101,7 @@ LayerFill::Step LayerFill::TakeLine(SourceLine& line)
     if (m_context.limit >= 1 && m_featuresAdded >= static_cast<std::uint32_t>(m_context.limit)) {
         return Step::LimitReached;
     }
-    if (line.mayBeOdd) {
+    if (line.mayBeUnbalanced) {
         JoinOpenQuotes(line);
     }
     // Rule: a header line is a row of one field, the line as it stands.
@@ -251,7 +251,7 @@ Kernels::FieldRun LayerFill::MakeRun(std::size_t fieldIndex, std::size_t rows)
 {
     Kernels::FieldRun run = m_rows.MakeRun(fieldIndex, rows);
     // Rule: an empty attribute is 0; an empty coordinate is none.
-    run.emptyIsZero = m_fields[fieldIndex].kind > FieldPlan::Kind::Z;
+    run.emptyIsZero = m_fields[fieldIndex].kind > RegularField::Kind::Z;
     run.decimals = &m_decimals[fieldIndex];
     return run;
 }
@@ -267,7 +267,7 @@ void LayerFill::ConvertColumns(std::size_t rows, const Orvane::BFeatureAppender:
         std::fill_n(target.y, rows, kNaN);
     }
     m_kinds.assign(rows, static_cast<std::uint8_t>(kind));
-    m_odd.resize(rows);
+    m_fallbacks.resize(rows);
     for (std::size_t field = 0; field < m_fields.size(); ++field) {
         const Kernels::FieldRun run = MakeRun(field, rows);
         if (const std::size_t tile = CountTileColumns(field); tile > 0) {
@@ -279,27 +279,27 @@ void LayerFill::ConvertColumns(std::size_t rows, const Orvane::BFeatureAppender:
         Orvane::BColumnData* const column = target.columns + columnIndex;
         const std::size_t first = target.firstRow;
         switch (m_fields[field].kind) {
-        case FieldPlan::Kind::X:
-            ConvertCoordinate(run, FieldPlan::Kind::X, target.x);
+        case RegularField::Kind::X:
+            ConvertCoordinate(run, RegularField::Kind::X, target.x);
             break;
-        case FieldPlan::Kind::Y:
-            ConvertCoordinate(run, FieldPlan::Kind::Y, target.y);
+        case RegularField::Kind::Y:
+            ConvertCoordinate(run, RegularField::Kind::Y, target.y);
             break;
-        case FieldPlan::Kind::Z:
-            ConvertCoordinate(run, FieldPlan::Kind::Z, target.z);
+        case RegularField::Kind::Z:
+            ConvertCoordinate(run, RegularField::Kind::Z, target.z);
             break;
-        case FieldPlan::Kind::Int32: {
+        case RegularField::Kind::Int32: {
             std::int32_t* const out = column->int32s.Data() + first;
-            const std::size_t odd = m_kernels.toInt32s(run, out, m_odd.data());
-            for (std::size_t at = 0; at < odd; ++at) {
-                out[m_odd[at]] = ValueRules::ToInt32(FieldAt(run, m_odd[at]));
+            const std::size_t fallbacks = m_kernels.toInt32s(run, out, m_fallbacks.data());
+            for (std::size_t at = 0; at < fallbacks; ++at) {
+                out[m_fallbacks[at]] = ValueRules::ToInt32(FieldAt(run, m_fallbacks[at]));
             }
             break;
         }
-        case FieldPlan::Kind::Double:
+        case RegularField::Kind::Double:
             ConvertDoubles(run, column->doubles.Data() + first);
             break;
-        case FieldPlan::Kind::Float: {
+        case RegularField::Kind::Float: {
             m_doubles.resize(rows);
             ConvertDoubles(run, m_doubles.data());
             float* const out = column->floats.Data() + first;
@@ -308,10 +308,10 @@ void LayerFill::ConvertColumns(std::size_t rows, const Orvane::BFeatureAppender:
             });
             break;
         }
-        case FieldPlan::Kind::Boolean:
+        case RegularField::Kind::Boolean:
             Kernels::ToBooleans(run, column->booleans.Data() + first);
             break;
-        case FieldPlan::Kind::Text:
+        case RegularField::Kind::Text:
             ConvertTexts(run, columnIndex, column->texts);
             break;
         }
@@ -328,11 +328,13 @@ void LayerFill::ConvertColumns(std::size_t rows, const Orvane::BFeatureAppender:
     }
 }
 
-void LayerFill::ConvertCoordinate(const Kernels::FieldRun& run, FieldPlan::Kind kind, double* out)
+void LayerFill::ConvertCoordinate(const Kernels::FieldRun& run,
+                                  RegularField::Kind kind,
+                                  double* out)
 {
-    const std::size_t odd = m_kernels.toDoubles(run, out, m_odd.data());
-    for (std::size_t at = 0; at < odd; ++at) {
-        const std::size_t row = m_odd[at];
+    const std::size_t fallbacks = m_kernels.toDoubles(run, out, m_fallbacks.data());
+    for (std::size_t at = 0; at < fallbacks; ++at) {
+        const std::size_t row = m_fallbacks[at];
         if (!ValueRules::ToCoordinate(FieldAt(run, row), out[row])) {
             m_kinds[row] = static_cast<std::uint8_t>(Orvane::EPointKind::None);
         }
@@ -347,9 +349,9 @@ void LayerFill::ConvertCoordinate(const Kernels::FieldRun& run, FieldPlan::Kind 
 
 void LayerFill::ConvertDoubles(const Kernels::FieldRun& run, double* out)
 {
-    const std::size_t odd = m_kernels.toDoubles(run, out, m_odd.data());
-    for (std::size_t at = 0; at < odd; ++at) {
-        out[m_odd[at]] = ValueRules::ToDouble(FieldAt(run, m_odd[at]));
+    const std::size_t fallbacks = m_kernels.toDoubles(run, out, m_fallbacks.data());
+    for (std::size_t at = 0; at < fallbacks; ++at) {
+        out[m_fallbacks[at]] = ValueRules::ToDouble(FieldAt(run, m_fallbacks[at]));
     }
 }
 
@@ -359,7 +361,7 @@ std::size_t LayerFill::CountTileColumns(std::size_t field) const
     // The last field may have to lose a "\r".
     const std::size_t end = m_fields.size() - 1;
     std::size_t next = field;
-    while (next < end && m_fields[next].kind == FieldPlan::Kind::Double) {
+    while (next < end && m_fields[next].kind == RegularField::Kind::Double) {
         ++next;
     }
     return next - field < kLeastTileColumns ? 0 : next - field;
@@ -371,20 +373,20 @@ void LayerFill::ConvertTile(const Kernels::FieldRun& run,
                             const Orvane::BFeatureAppender::Rows& target)
 {
     m_tile.resize(count);
-    m_oddFields.resize(count * (run.rows + 3));
+    m_fallbackFields.resize(count * (run.rows + 3));
     for (std::size_t at = 0; at < count; ++at) {
         Orvane::BColumnData& column = target.columns[m_fields[field + at].columnIndex];
         m_tile[at].out = column.doubles.Data() + target.firstRow;
         m_tile[at].decimals = m_decimals[field + at];
     }
-    const std::size_t odd =
-        m_kernels.toDoublesOfColumns(run, m_tile.data(), count, m_oddFields.data());
-    for (std::size_t at = 0; at < odd; ++at) {
-        const Kernels::OddField& oddField = m_oddFields[at];
+    const std::size_t fallbacks =
+        m_kernels.toDoublesOfColumns(run, m_tile.data(), count, m_fallbackFields.data());
+    for (std::size_t at = 0; at < fallbacks; ++at) {
+        const Kernels::FallbackField& fallback = m_fallbackFields[at];
         Kernels::FieldRun column = run;
-        column.ends += oddField.column;
-        m_tile[oddField.column].out[oddField.row] =
-            ValueRules::ToDouble(FieldAt(column, oddField.row));
+        column.ends += fallback.column;
+        m_tile[fallback.column].out[fallback.row] =
+            ValueRules::ToDouble(FieldAt(column, fallback.row));
     }
     for (std::size_t at = 0; at < count; ++at) {
         m_decimals[field + at] = m_tile[at].decimals;
@@ -412,7 +414,7 @@ void LayerFill::ConvertTexts(const Kernels::FieldRun& run,
             texts.ends.Resize(first + row);
         }
         if (row < run.rows) {
-            longest = std::max(longest, AppendOddText(PartAt(run, row), texts));
+            longest = std::max(longest, AppendTextByRules(PartAt(run, row), texts));
             ++row;
         }
     }
@@ -420,7 +422,7 @@ void LayerFill::ConvertTexts(const Kernels::FieldRun& run,
 }
 
 /// Appends a text by all the rules. @return its length in UTF-16 units
-std::size_t LayerFill::AppendOddText(std::string_view part, Orvane::BTextArray& texts)
+std::size_t LayerFill::AppendTextByRules(std::string_view part, Orvane::BTextArray& texts)
 {
     std::string_view field = part;
     const bool mayHaveQuotes = m_rows.GetBlock().hasQuotes && !field.empty() &&
@@ -439,8 +441,8 @@ std::size_t LayerFill::AppendOddText(std::string_view part, Orvane::BTextArray& 
 /// Raises the widths of the schema's columns by the texts of rows that were ended.
 void LayerFill::RaiseWidths(std::size_t endedRows, const Orvane::BFeatureAppender::Rows& target)
 {
-    for (const FieldPlan& field : m_fields) {
-        if (field.kind != FieldPlan::Kind::Text) {
+    for (const RegularField& field : m_fields) {
+        if (field.kind != RegularField::Kind::Text) {
             continue;
         }
         std::size_t width = m_widths[field.columnIndex];

@@ -63,7 +63,7 @@ private:
     [[nodiscard]] std::string_view FieldAt(const Kernels::FieldRun& run, std::size_t row) const;
     void ConvertColumns(std::size_t rows, const Orvane::BFeatureAppender::Rows& target);
     [[nodiscard]] Kernels::FieldRun MakeRun(std::size_t fieldIndex, std::size_t rows);
-    void ConvertCoordinate(const Kernels::FieldRun& run, FieldPlan::Kind kind, double* out);
+    void ConvertCoordinate(const Kernels::FieldRun& run, RegularField::Kind kind, double* out);
     [[nodiscard]] std::size_t CountTileColumns(std::size_t field) const;
     void ConvertTile(const Kernels::FieldRun& run,
                      std::size_t field,
@@ -72,7 +72,7 @@ private:
     void ConvertDoubles(const Kernels::FieldRun& run, double* out);
     void
     ConvertTexts(const Kernels::FieldRun& run, std::size_t columnIndex, Orvane::BTextArray& texts);
-    std::size_t AppendOddText(std::string_view part, Orvane::BTextArray& texts);
+    std::size_t AppendTextByRules(std::string_view part, Orvane::BTextArray& texts);
 
     LayerFillContext m_context;
     Orvane::BFeatureAppender m_layer;
@@ -82,13 +82,13 @@ private:
     std::uint32_t m_featuresAdded = 0;
 
     const Kernels::Set& m_kernels;
-    BlockRows m_rows;                ///< not active: rows are taken one by one
-    std::vector<FieldPlan> m_fields; ///< of a regular row
+    BlockRows m_rows;                   ///< not active: rows are taken one by one
+    std::vector<RegularField> m_fields; ///< of a regular row
     bool m_hasZ = false;
     bool m_hasPoint = false;
-    std::vector<std::uint32_t> m_odd;
+    std::vector<std::uint32_t> m_fallbacks;
     std::vector<Kernels::DoubleColumn> m_tile;
-    std::vector<Kernels::OddField> m_oddFields;
+    std::vector<Kernels::FallbackField> m_fallbackFields;
     std::vector<std::uint8_t> m_kinds;
     std::vector<double> m_doubles;
     std::vector<std::uint32_t> m_decimals; ///< of each field's last numbers

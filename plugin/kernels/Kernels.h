@@ -54,7 +54,7 @@ struct DoubleColumn
 };
 
 /// A field among adjacent columns.
-struct OddField
+struct FallbackField
 {
     std::uint32_t column;
     std::uint32_t row;
@@ -110,18 +110,18 @@ struct Set
                          std::uint32_t* positions);
 
     /// Converts plain numbers `-?digits` or `-?digits[.digits]`; the rows of all other fields are
-    /// written to `odd` in order, and their count is returned. What `out` holds for odd rows is
-    /// not to be used.
-    std::size_t (*toDoubles)(const FieldRun& fields, double* out, std::uint32_t* odd);
-    std::size_t (*toInt32s)(const FieldRun& fields, std::int32_t* out, std::uint32_t* odd);
+    /// written to `fallbacks` in order, and their count is returned. What `out` holds for fallbacks
+    /// rows is not to be used.
+    std::size_t (*toDoubles)(const FieldRun& fields, double* out, std::uint32_t* fallbacks);
+    std::size_t (*toInt32s)(const FieldRun& fields, std::int32_t* out, std::uint32_t* fallbacks);
 
     /// As toDoubles for adjacent columns, of which `fields` is the first; for lines so long that
-    /// going down one column at a time would touch much memory for each. `odd` has room for `count`
-    /// fields in each row and in three more; its fields come in no order, some twice.
+    /// going down one column at a time would touch much memory for each. `fallbacks` has room for
+    /// `count` fields in each row and in three more; its fields come in no order, some twice.
     std::size_t (*toDoublesOfColumns)(const FieldRun& fields,
                                       DoubleColumn* columns,
                                       std::size_t count,
-                                      OddField* odd);
+                                      FallbackField* fallbacks);
 
     /// Copies the texts of the rows from `row` on, up to the first that has a quote in it, is too
     /// long, has a high byte that is not taken, or for which there is no room: 32 bytes behind a
@@ -129,9 +129,9 @@ struct Set
     std::size_t (*appendTexts)(const FieldRun& fields, std::size_t row, TextTarget& target);
 
     /// Adds what kinds of values the fields are. Words for true and false ("1" and "0" among them)
-    /// add nothing. Fields that take a closer look are listed in `odd` and counted as for
+    /// add nothing. Fields that take a closer look are listed in `fallbacks` and counted as for
     /// toDoubles.
-    std::size_t (*scanTypes)(const FieldRun& fields, TypeFacts& facts, std::uint32_t* odd);
+    std::size_t (*scanTypes)(const FieldRun& fields, TypeFacts& facts, std::uint32_t* fallbacks);
 
     /// Adds what text[0, size) holds.
     void (*survey)(const char* text, std::size_t size, Survey& survey);

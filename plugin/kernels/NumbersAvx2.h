@@ -191,14 +191,15 @@ public:
     [[gnu::always_inline]] bool Convert(const char* text, const FourFields& four, double* out) const
     {
         // The order that packing them makes right.
-        const __m256i even = TakeDigits(text, four, 0, 2);
-        const __m256i odd = TakeDigits(text, four, 1, 3);
-        const __m256i excess =
-            _mm256_or_si256(_mm256_subs_epu8(even, m_most), _mm256_subs_epu8(odd, m_most));
+        const __m256i firstAndThird = TakeDigits(text, four, 0, 2);
+        const __m256i secondAndFourth = TakeDigits(text, four, 1, 3);
+        const __m256i excess = _mm256_or_si256(_mm256_subs_epu8(firstAndThird, m_most),
+                                               _mm256_subs_epu8(secondAndFourth, m_most));
         if (_mm256_testz_si256(excess, excess) == 0) {
             return false;
         }
-        const __m256i packed = _mm256_packus_epi32(JoinToFours(even), JoinToFours(odd));
+        const __m256i packed =
+            _mm256_packus_epi32(JoinToFours(firstAndThird), JoinToFours(secondAndFourth));
         const __m256i eights = _mm256_madd_epi16(packed, m_eightWeights);
         // Below 10^15, and so below 2^52: exact, and a double when put behind the exponent of 2^52.
         const __m256i whole = _mm256_add_epi64(_mm256_mul_epu32(eights, m_wholeWeight),
@@ -359,16 +360,16 @@ template <bool kHasQuotes, typename Value>
 class ColumnRows
 {
 public:
-    ColumnRows(const FieldRun& fields, Value* out, std::uint32_t* odd)
+    ColumnRows(const FieldRun& fields, Value* out, std::uint32_t* fallbacks)
         : m_fields(fields)
         , m_ends(fields.ends)
         , m_out(out)
-        , m_odd(odd)
+        , m_fallbacks(fallbacks)
     {}
 
     [[nodiscard]] std::size_t GetLeft() const { return m_fields.rows - m_row; }
 
-    [[nodiscard]] std::size_t GetOddCount() const { return m_oddCount; }
+    [[nodiscard]] std::size_t GetFallbackCount() const { return m_fallbackCount; }
 
     [[nodiscard]] const char* GetText() const { return m_fields.text; }
 
@@ -392,13 +393,13 @@ public:
         m_ends -= rows * m_fields.stride;
     }
 
-    /// Converts the next rows one by one; those for which `convert` gives false are odd.
+    /// Converts the next rows one by one; those for which `convert` gives false are fallbacks.
     template <typename Convert>
     void ConvertNext(std::size_t rows, const Convert& convert)
     {
         for (; rows > 0; --rows) {
             if (!convert(m_fields.text, SpanAt(0), m_out[m_row])) {
-                m_odd[m_oddCount++] = static_cast<std::uint32_t>(m_row);
+                m_fallbacks[m_fallbackCount++] = static_cast<std::uint32_t>(m_row);
             }
             Pass(1);
         }
@@ -459,9 +460,9 @@ private:
     const FieldRun m_fields;
     const std::uint32_t* m_ends;
     Value* m_out;
-    std::uint32_t* m_odd;
+    std::uint32_t* m_fallbacks;
     std::size_t m_row = 0;
-    std::size_t m_oddCount = 0;
+    std::size_t m_fallbackCount = 0;
     std::size_t m_firstByFour = 0;
 
     static constexpr std::size_t kFewMisses = 2;
@@ -495,17 +496,17 @@ std::size_t ToDoublesRun(const FieldRun& fields, ColumnRows<kHasQuotes, double> 
         }
     }
     rows.ConvertNext(rows.GetLeft(), convertOne);
-    return rows.GetOddCount();
+    return rows.GetFallbackCount();
 }
 
-inline std::size_t ToDoubles(const FieldRun& fields, double* out, std::uint32_t* odd)
+inline std::size_t ToDoubles(const FieldRun& fields, double* out, std::uint32_t* fallbacks)
 {
     if (fields.emptyIsZero) {
-        return fields.hasQuotes ? ToDoublesRun<true, true>(fields, {fields, out, odd})
-                                : ToDoublesRun<false, true>(fields, {fields, out, odd});
+        return fields.hasQuotes ? ToDoublesRun<true, true>(fields, {fields, out, fallbacks})
+                                : ToDoublesRun<false, true>(fields, {fields, out, fallbacks});
     }
-    return fields.hasQuotes ? ToDoublesRun<true, false>(fields, {fields, out, odd})
-                            : ToDoublesRun<false, false>(fields, {fields, out, odd});
+    return fields.hasQuotes ? ToDoublesRun<true, false>(fields, {fields, out, fallbacks})
+                            : ToDoublesRun<false, false>(fields, {fields, out, fallbacks});
 }
 
 /// Four rows after four rows of adjacent columns.
@@ -513,11 +514,14 @@ template <bool kHasQuotes, bool kEmptyIsZero>
 class TileRows
 {
 public:
-    TileRows(const FieldRun& fields, DoubleColumn* columns, std::size_t count, OddField* odd)
+    TileRows(const FieldRun& fields,
+             DoubleColumn* columns,
+             std::size_t count,
+             FallbackField* fallbacks)
         : m_fields(fields)
         , m_columns(columns)
         , m_count(count)
-        , m_odd(odd)
+        , m_fallbacks(fallbacks)
     {}
 
     std::size_t Convert()
@@ -543,7 +547,7 @@ public:
                 ConvertOneRow(row);
             }
         }
-        return m_oddCount;
+        return m_fallbackCount;
     }
 
 private:
@@ -585,26 +589,30 @@ private:
         const std::uint32_t* const ends = m_fields.ends + row * m_fields.stride + at;
         const FieldSpan span = SpanOf<kHasQuotes>(m_fields, ends);
         if (!ConvertOne(m_fields.text, span, kEmptyIsZero, column.out[row], column.decimals)) {
-            m_odd[m_oddCount++] = {static_cast<std::uint32_t>(at), static_cast<std::uint32_t>(row)};
+            m_fallbacks[m_fallbackCount++] = {static_cast<std::uint32_t>(at),
+                                              static_cast<std::uint32_t>(row)};
         }
     }
 
     const FieldRun m_fields;
     DoubleColumn* m_columns;
     std::size_t m_count;
-    OddField* m_odd;
-    std::size_t m_oddCount = 0;
+    FallbackField* m_fallbacks;
+    std::size_t m_fallbackCount = 0;
 };
 
-inline std::size_t
-ToDoublesOfColumns(const FieldRun& fields, DoubleColumn* columns, std::size_t count, OddField* odd)
+inline std::size_t ToDoublesOfColumns(const FieldRun& fields,
+                                      DoubleColumn* columns,
+                                      std::size_t count,
+                                      FallbackField* fallbacks)
 {
     if (fields.emptyIsZero) {
-        return fields.hasQuotes ? TileRows<true, true>(fields, columns, count, odd).Convert()
-                                : TileRows<false, true>(fields, columns, count, odd).Convert();
+        return fields.hasQuotes
+                   ? TileRows<true, true>(fields, columns, count, fallbacks).Convert()
+                   : TileRows<false, true>(fields, columns, count, fallbacks).Convert();
     }
-    return fields.hasQuotes ? TileRows<true, false>(fields, columns, count, odd).Convert()
-                            : TileRows<false, false>(fields, columns, count, odd).Convert();
+    return fields.hasQuotes ? TileRows<true, false>(fields, columns, count, fallbacks).Convert()
+                            : TileRows<false, false>(fields, columns, count, fallbacks).Convert();
 }
 
 /// Converts whole numbers of at most eight digits.
@@ -669,17 +677,17 @@ std::size_t ToInt32sRun(ColumnRows<kHasQuotes, std::int32_t> rows)
         rows.template ConvertAlike<WholesByFour>(kSizes, kPlaceRows.rows[0], convertOne);
     }
     rows.ConvertNext(rows.GetLeft(), convertOne);
-    return rows.GetOddCount();
+    return rows.GetFallbackCount();
 }
 
-inline std::size_t ToInt32s(const FieldRun& fields, std::int32_t* out, std::uint32_t* odd)
+inline std::size_t ToInt32s(const FieldRun& fields, std::int32_t* out, std::uint32_t* fallbacks)
 {
     if (fields.emptyIsZero) {
-        return fields.hasQuotes ? ToInt32sRun<true, true>({fields, out, odd})
-                                : ToInt32sRun<false, true>({fields, out, odd});
+        return fields.hasQuotes ? ToInt32sRun<true, true>({fields, out, fallbacks})
+                                : ToInt32sRun<false, true>({fields, out, fallbacks});
     }
-    return fields.hasQuotes ? ToInt32sRun<true, false>({fields, out, odd})
-                            : ToInt32sRun<false, false>({fields, out, odd});
+    return fields.hasQuotes ? ToInt32sRun<true, false>({fields, out, fallbacks})
+                            : ToInt32sRun<false, false>({fields, out, fallbacks});
 }
 
 } // namespace

@@ -23,11 +23,11 @@ inline bool MayBeginValue(char byte)
 }
 
 template <bool kHasQuotes>
-inline std::size_t ScanTypesRun(const FieldRun& fields, TypeFacts& facts, std::uint32_t* odd)
+inline std::size_t ScanTypesRun(const FieldRun& fields, TypeFacts& facts, std::uint32_t* fallbacks)
 {
     const BooleanWords words;
     const char* const text = fields.text;
-    std::size_t oddCount = 0;
+    std::size_t fallbackCount = 0;
     unsigned mostDigits = facts.mostDigits;
     bool hasWholeNumbers = false;
     bool hasDecimals = false;
@@ -55,19 +55,19 @@ inline std::size_t ScanTypesRun(const FieldRun& fields, TypeFacts& facts, std::u
             hasTexts = true;
             continue;
         }
-        odd[oddCount++] = static_cast<std::uint32_t>(row);
+        fallbacks[fallbackCount++] = static_cast<std::uint32_t>(row);
     }
     facts.hasWholeNumbers |= hasWholeNumbers;
     facts.hasDecimals |= hasDecimals;
     facts.hasTexts |= hasTexts;
     facts.mostDigits = mostDigits;
-    return oddCount;
+    return fallbackCount;
 }
 
-inline std::size_t ScanTypes(const FieldRun& fields, TypeFacts& facts, std::uint32_t* odd)
+inline std::size_t ScanTypes(const FieldRun& fields, TypeFacts& facts, std::uint32_t* fallbacks)
 {
-    return fields.hasQuotes ? ScanTypesRun<true>(fields, facts, odd)
-                            : ScanTypesRun<false>(fields, facts, odd);
+    return fields.hasQuotes ? ScanTypesRun<true>(fields, facts, fallbacks)
+                            : ScanTypesRun<false>(fields, facts, fallbacks);
 }
 
 } // namespace

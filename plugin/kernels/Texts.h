@@ -26,7 +26,7 @@ inline std::size_t AppendTextsRun(const FieldRun& fields, std::size_t row, TextT
         }
         const char* from = fields.text + span.begin;
         char* to = target.bytes + used;
-        std::uint32_t odd = 0;
+        std::uint32_t stops = 0;
         std::size_t left = size;
         for (;; left -= sizeof(Block32), from += sizeof(Block32), to += sizeof(Block32)) {
             const Block32 block = Block32::Load(from);
@@ -36,12 +36,12 @@ inline std::size_t AppendTextsRun(const FieldRun& fields, std::size_t row, TextT
                 mask |= block.Equal('"');
             }
             if (left <= sizeof(Block32)) {
-                odd |= static_cast<std::uint32_t>(mask & ((std::uint64_t{1} << left) - 1));
+                stops |= static_cast<std::uint32_t>(mask & ((std::uint64_t{1} << left) - 1));
                 break;
             }
-            odd |= mask;
+            stops |= mask;
         }
-        if (odd != 0) {
+        if (stops != 0) {
             break;
         }
         used += size;

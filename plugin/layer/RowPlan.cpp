@@ -149,19 +149,19 @@ private:
     Orvane::BAttributes m_attributes;
 };
 
-FieldPlan::Kind KindOf(EVariantType type)
+RegularField::Kind KindOf(EVariantType type)
 {
     switch (type) {
     case EVariantType::Int32:
-        return FieldPlan::Kind::Int32;
+        return RegularField::Kind::Int32;
     case EVariantType::Double:
-        return FieldPlan::Kind::Double;
+        return RegularField::Kind::Double;
     case EVariantType::Float:
-        return FieldPlan::Kind::Float;
+        return RegularField::Kind::Float;
     case EVariantType::Boolean:
-        return FieldPlan::Kind::Boolean;
+        return RegularField::Kind::Boolean;
     default:
-        return FieldPlan::Kind::Text;
+        return RegularField::Kind::Text;
     }
 }
 
@@ -206,16 +206,16 @@ void RowPlan::PlanRegularRow()
         coordinates += coordinate->fieldIndex != kNoField ? 1 : 0;
     }
     const std::size_t count = definitions + coordinates;
-    std::vector<FieldPlan> fields;
+    std::vector<RegularField> fields;
     std::size_t column = 0;
     for (std::size_t index = 0; index < count && column <= definitions; ++index) {
         const auto fieldIndex = static_cast<std::int64_t>(index);
         if (fieldIndex == m_x.fieldIndex) {
-            fields.push_back({FieldPlan::Kind::X, 0});
+            fields.push_back({RegularField::Kind::X, 0});
         } else if (fieldIndex == m_y.fieldIndex) {
-            fields.push_back({FieldPlan::Kind::Y, 0});
+            fields.push_back({RegularField::Kind::Y, 0});
         } else if (fieldIndex == m_z.fieldIndex) {
-            fields.push_back({FieldPlan::Kind::Z, 0});
+            fields.push_back({RegularField::Kind::Z, 0});
         } else if (column < definitions) {
             fields.push_back({KindOf(m_schema.GetAt(column).GetType()), column});
             ++column;
@@ -227,12 +227,12 @@ void RowPlan::PlanRegularRow()
     m_regularRow = std::move(fields);
 }
 
-double RowPlan::GetMultiplier(FieldPlan::Kind coordinate) const noexcept
+double RowPlan::GetMultiplier(RegularField::Kind coordinate) const noexcept
 {
-    if (coordinate == FieldPlan::Kind::X) {
+    if (coordinate == RegularField::Kind::X) {
         return m_x.multiplier;
     }
-    return coordinate == FieldPlan::Kind::Y ? m_y.multiplier : m_z.multiplier;
+    return coordinate == RegularField::Kind::Y ? m_y.multiplier : m_z.multiplier;
 }
 
 std::size_t RowPlan::GetWidth(std::size_t columnIndex) const
@@ -255,7 +255,7 @@ std::vector<Orvane::BColumnInfo> RowPlan::MakeColumns() const
     for (std::size_t index = 0; index < m_schema.GetCount(); ++index) {
         const Orvane::BAttributeDef& def = m_schema.GetAt(index);
         // Rule: types without a conversion, 64-bit integers among them, are carried as text.
-        const bool isConverted = KindOf(def.GetType()) != FieldPlan::Kind::Text;
+        const bool isConverted = KindOf(def.GetType()) != RegularField::Kind::Text;
         columns.push_back({def.GetName(), isConverted ? def.GetType() : EVariantType::String});
     }
     return columns;

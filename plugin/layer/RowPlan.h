@@ -23,7 +23,7 @@ namespace AsciiReader {
 class SplitRow;
 
 /// What one field of a regular row becomes.
-struct FieldPlan
+struct RegularField
 {
     enum class Kind : std::uint8_t { X, Y, Z, Int32, Double, Float, Boolean, Text };
 
@@ -46,12 +46,12 @@ public:
     /// The fields of a row that has one for each coordinate and each definition, for conversion
     /// column by column; empty when rows have to be converted one by one (no schema, a name column,
     /// coordinate formats, coordinate columns outside such a row or used twice).
-    [[nodiscard]] const std::vector<FieldPlan>& GetRegularRow() const noexcept
+    [[nodiscard]] const std::vector<RegularField>& GetRegularRow() const noexcept
     {
         return m_regularRow;
     }
 
-    [[nodiscard]] double GetMultiplier(FieldPlan::Kind coordinate) const noexcept;
+    [[nodiscard]] double GetMultiplier(RegularField::Kind coordinate) const noexcept;
     /// Raises the width of a string column to a length in UTF-16 units; other columns keep theirs.
     void RaiseWidth(std::size_t columnIndex, std::size_t length) const;
     [[nodiscard]] std::size_t GetWidth(std::size_t columnIndex) const;
@@ -118,7 +118,7 @@ private:
     void PlanRegularRow();
 
     Orvane::BAttributeDefs& m_schema;
-    std::vector<FieldPlan> m_regularRow;
+    std::vector<RegularField> m_regularRow;
     Coordinate m_x;
     Coordinate m_y;
     Coordinate m_z;

@@ -249,12 +249,12 @@ bool LineSource::NextEntry(SourceLine& line)
         line = SourceLine();
         return false;
     }
-    line.mayBeOdd = false;
+    line.mayBeUnbalanced = false;
     if (!m_putBack.empty()) {
         m_handedOut = std::move(m_putBack.front());
         m_putBack.pop_front();
         line.text = TextView(m_handedOut.View());
-        line.mayBeOdd = true;
+        line.mayBeUnbalanced = true;
     } else if (m_entries.lineBegin < m_entries.linesEnd) {
         const std::size_t begin = m_entries.lineBegin;
         const std::size_t end =
@@ -266,7 +266,7 @@ bool LineSource::NextEntry(SourceLine& line)
         m_entries.lineBegin = std::min(end + endingSize, m_entries.linesEnd);
     } else if (m_entries.hasLastLine) {
         line.text = MakeView(m_entries.lastLineBegin, m_entries.lastLineEnd);
-        line.mayBeOdd = true;
+        line.mayBeUnbalanced = true;
         m_entries.hasLastLine = false;
     } else {
         line.text = TextView();

@@ -29,7 +29,7 @@ struct SourceLine
     TextView text;
     /// Set for lines whose quotes may not balance: the file's last line without a line ending, and
     /// lines that were put back.
-    bool mayBeOdd = false;
+    bool mayBeUnbalanced = false;
 };
 
 /// The pending lines that one block holds in bytes, uncut.

@@ -89,7 +89,7 @@ private:
 
     void WidenByColumns(std::size_t rows)
     {
-        m_odd.resize(rows);
+        m_fallbacks.resize(rows);
         for (std::size_t column = 0; column < m_fieldOfColumn.size(); ++column) {
             BAttributeDef& def = m_schema.GetAt(column);
             Kernels::FieldRun run = m_rows.MakeRun(m_fieldOfColumn[column], rows);
@@ -106,7 +106,7 @@ private:
             run.ends += row * run.stride;
             run.rows -= row;
             Kernels::TypeFacts facts;
-            const std::size_t odd = m_kernels.scanTypes(run, facts, m_odd.data());
+            const std::size_t fallbacks = m_kernels.scanTypes(run, facts, m_fallbacks.data());
             if (facts.hasTexts) {
                 WidenToType(def, EVariantType::String, 0);
             }
@@ -116,8 +116,8 @@ private:
             if (facts.hasDecimals) {
                 WidenToType(def, EVariantType::Double, static_cast<std::int32_t>(facts.mostDigits));
             }
-            for (std::size_t at = 0; at < odd; ++at) {
-                WidenByField(def, PartAt(run, m_odd[at]));
+            for (std::size_t at = 0; at < fallbacks; ++at) {
+                WidenByField(def, PartAt(run, m_fallbacks[at]));
             }
         }
     }
@@ -143,7 +143,7 @@ private:
     BAttributeDefs m_schema;
     std::size_t m_lineNumber = 1;
     std::vector<std::size_t> m_fieldOfColumn; ///< of a row as long as the first one
-    std::vector<std::uint32_t> m_odd;
+    std::vector<std::uint32_t> m_fallbacks;
     std::string m_scratch;
     std::u16string m_widePart;
     std::u16string m_wideScratch;

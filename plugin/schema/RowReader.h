@@ -2,7 +2,7 @@
 #pragma once
 
 #include "text/AsciiUtils.h"
-#include "text/CoordinateColumns.h"
+#include "text/CoordinateRemoval.h"
 #include "text/ReadOptions.h"
 #include "text/Separator.h"
 

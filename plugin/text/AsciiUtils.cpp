@@ -1,7 +1,7 @@
 // Splits lines into fields and answers small questions about one field.
 #include "text/AsciiUtils.h"
 
-#include "text/CoordinateColumns.h"
+#include "text/CoordinateRemoval.h"
 #include "text/Separator.h"
 #include "text/ValueRules.h"
 

@@ -334,24 +334,24 @@ bool Separator::SplitLiteral(std::basic_string_view<Unit> line,
     std::size_t begin = 0;
     std::size_t quoteAt = line.find(kQuote);
     const bool hasQuotes = quoteAt != kNone;
-    const bool isOddLine = hasQuotes && ValueRules::CountQuotes<Unit>(line) % 2 != 0;
+    const bool isLineUnbalanced = hasQuotes && ValueRules::CountQuotes<Unit>(line) % 2 != 0;
     const auto take = [&](std::size_t at) {
         const std::basic_string_view<Unit> part = line.substr(begin, at - begin);
         hasQuotes ? row.Append(part) : row.AppendPlain(part);
     };
-    bool isOddLeft = false;
+    bool isLeftUnbalanced = false;
     // Quotes to the right of a separator are even exactly when those up to its end have the line's
     // parity.
     if (separator.size() == 1 && separator.front() != kQuote) {
         const Unit unit = separator.front();
         for (std::size_t at = 0; at < line.size(); ++at) {
             if (line[at] == unit) {
-                if (isOddLeft == isOddLine) {
+                if (isLeftUnbalanced == isLineUnbalanced) {
                     take(at);
                     begin = at + 1;
                 }
             } else if (line[at] == kQuote) {
-                isOddLeft = !isOddLeft;
+                isLeftUnbalanced = !isLeftUnbalanced;
             }
         }
     } else if (!separator.empty()) { // an empty one stands for a text that this encoding can't hold
@@ -360,10 +360,10 @@ bool Separator::SplitLiteral(std::basic_string_view<Unit> line,
             const std::size_t behind = at + separator.size();
             // `behind` only grows, so that each quote is counted once.
             while (quoteAt < behind) {
-                isOddLeft = !isOddLeft;
+                isLeftUnbalanced = !isLeftUnbalanced;
                 quoteAt = line.find(kQuote, quoteAt + 1);
             }
-            const bool splits = isOddLeft == isOddLine;
+            const bool splits = isLeftUnbalanced == isLineUnbalanced;
             if (splits) {
                 take(at);
                 begin = behind;
@@ -379,18 +379,18 @@ void Separator::SplitEmpty(std::u16string_view line, FieldList<char16_t>& out) c
 {
     // The empty literal stands between any two characters with an even number of quotes behind.
     RowBuilder<char16_t> row(out, line.size(), ETextUnit::Utf16);
-    bool isOddRight = ValueRules::CountQuotes<char16_t>(line) % 2 != 0;
+    bool isRightUnbalanced = ValueRules::CountQuotes<char16_t>(line) % 2 != 0;
     std::size_t begin = 0;
     for (std::size_t at = 0; at <= line.size(); ++at) {
         const bool isInsidePair = at > 0 && at < line.size() &&
                                   QChar::isHighSurrogate(line[at - 1]) &&
                                   QChar::isLowSurrogate(line[at]);
-        if (!isOddRight && !isInsidePair) {
+        if (!isRightUnbalanced && !isInsidePair) {
             row.Append(line.substr(begin, at - begin));
             begin = at;
         }
         if (at < line.size() && line[at] == u'"') {
-            isOddRight = !isOddRight;
+            isRightUnbalanced = !isRightUnbalanced;
         }
     }
     row.Append(line.substr(begin));

@@ -126,7 +126,7 @@ bool FileWalk::Next(Line& line)
         return false;
     }
     line.text = next.text;
-    line.mayBeOpen = next.mayBeOdd;
+    line.mayBeOpen = next.mayBeUnbalanced;
     if (!next.text.IsEmpty() || m_source.HasPending()) {
         line.physicalLine = LineOf(next.text);
     }

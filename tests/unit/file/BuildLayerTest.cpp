@@ -331,7 +331,7 @@ TEST_F(AsciiFileBuildLayer, FailsAtTheFirstBadRowBehindTheSample)
                      "The following line may be formatted wrong.\n\t<g,h>.");
 }
 
-TEST_F(AsciiFileBuildLayer, FailsForAnOddLastLineAndKeepsTheRowsBeforeIt)
+TEST_F(AsciiFileBuildLayer, FailsForAnUnbalancedLastLineAndKeepsTheRowsBeforeIt)
 {
     AsciiFile& file = Prepare("a,b\nc,d\n\"e,f");
     ExpectSubclass([&] { (void)file.BuildLayer(0); },
@@ -341,7 +341,7 @@ TEST_F(AsciiFileBuildLayer, FailsForAnOddLastLineAndKeepsTheRowsBeforeIt)
     EXPECT_EQ(FeatureNames(*file.GetLayer()), (Lines{"1", "2"}));
 }
 
-TEST_F(AsciiFileBuildLayer, FailsForAnOddOnlyLine)
+TEST_F(AsciiFileBuildLayer, FailsForAnUnbalancedOnlyLine)
 {
     AsciiFile& file = Prepare("\"a,b");
     ExpectSubclass([&] { (void)file.BuildLayer(0); },

@@ -149,7 +149,7 @@ INSTANTIATE_TEST_SUITE_P(
                  std::string("a\0b\nc\n", 6),
                  {BString::FromUtf8(std::string_view("a\0b", 3)), "c"},
                  {BString::FromUtf8(std::string_view("a\0b", 3)), "c"}},
-        LineCase{"HandsOutAnOddLastLineWithoutLineEndingAsWritten",
+        LineCase{"HandsOutAnUnbalancedLastLineWithoutLineEndingAsWritten",
                  "a\n\"b",
                  {"a", "\"b"},
                  {"a", "\"b"}}),

@@ -121,13 +121,13 @@ TEST_F(AsciiFileReadPreview, UnquotesFieldsAndKeepsQuotedLineBreaks)
 }
 
 // Rule: the trimmed and joined text only steers the reading; what is split is the last line handed
-// out, which is the empty line behind an odd last line.
+// out, which is the empty line after an unbalanced last line.
 TEST_F(AsciiFileReadPreview, SplitsTheLineHandedOutLastAndNotTheJoinedText)
 {
     EXPECT_EQ(Preview("\"ab,c"), (Lines{"FIRST_LINE_COLUMN_NAMES=11:0", "NUM_COLUMNS=5:0"}));
 }
 
-TEST_F(AsciiFileReadPreview, RefusesAnOddLastLineAsSecondLine)
+TEST_F(AsciiFileReadPreview, RefusesAnUnbalancedLastLineAsSecondLine)
 {
     ExpectSubclass([this] { (void)Preview("a,b\n\"cd,e"); },
                    "BFileContentNotValidException",

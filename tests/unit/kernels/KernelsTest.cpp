@@ -126,28 +126,28 @@ const std::vector<std::string> kNumbers = {
     "-.5",  "1.",  "0.000001", "123456.789", "000123", "9007199254740991", "0.1",
     "-180", "3.0", "99999999", "12345678.9", "1.5e",   "179.999999999"};
 
-const std::vector<std::string> kOddFields = {"",
-                                             "-",
-                                             ".",
-                                             "-.",
-                                             "+1",
-                                             " 1",
-                                             "1 ",
-                                             "1e5",
-                                             "0x10",
-                                             "nan",
-                                             "1.2.3",
-                                             "--1",
-                                             "1-",
-                                             "12345678901234567",
-                                             "9007199254740993",
-                                             "\"1\"",
-                                             "1\xC3\xA9"};
+const std::vector<std::string> kFallbackFields = {"",
+                                                  "-",
+                                                  ".",
+                                                  "-.",
+                                                  "+1",
+                                                  " 1",
+                                                  "1 ",
+                                                  "1e5",
+                                                  "0x10",
+                                                  "nan",
+                                                  "1.2.3",
+                                                  "--1",
+                                                  "1-",
+                                                  "12345678901234567",
+                                                  "9007199254740993",
+                                                  "\"1\"",
+                                                  "1\xC3\xA9"};
 
 TEST(KernelsToDoubles, GiveWhatStrtodGivesAndListTheOthers)
 {
     std::vector<std::string> values = kNumbers;
-    values.insert(values.end(), kOddFields.begin(), kOddFields.end());
+    values.insert(values.end(), kFallbackFields.begin(), kFallbackFields.end());
     std::mt19937_64 random(2);
     for (int round = 0; round < 20000; ++round) {
         std::string number = std::to_string(random() % 1000000000000000U);
@@ -157,25 +157,26 @@ TEST(KernelsToDoubles, GiveWhatStrtodGivesAndListTheOthers)
     const Column column(values);
     for (const Set* set : AllSets()) {
         std::vector<double> out(values.size());
-        std::vector<std::uint32_t> odd(values.size());
-        odd.resize(set->toDoubles(column.Run(false), out.data(), odd.data()));
-        std::size_t nextOdd = 0;
+        std::vector<std::uint32_t> fallbacks(values.size());
+        fallbacks.resize(set->toDoubles(column.Run(false), out.data(), fallbacks.data()));
+        std::size_t nextFallback = 0;
         for (std::size_t row = 0; row < values.size(); ++row) {
-            const bool isOdd = nextOdd < odd.size() && odd[nextOdd] == row;
-            nextOdd += isOdd ? 1U : 0U;
-            if (!isOdd) {
+            const bool isFallback =
+                nextFallback < fallbacks.size() && fallbacks[nextFallback] == row;
+            nextFallback += isFallback ? 1U : 0U;
+            if (!isFallback) {
                 char* end = nullptr;
                 const double expected = std::strtod(values[row].c_str(), &end);
                 EXPECT_EQ(values[row].c_str() + values[row].size(), end) << values[row];
                 EXPECT_EQ(0, std::memcmp(&expected, &out[row], sizeof expected))
                     << set->name << " " << values[row];
             }
-            if (row >= kNumbers.size() && row < kNumbers.size() + kOddFields.size()) {
-                EXPECT_TRUE(isOdd) << set->name << " <" << values[row] << ">";
+            if (row >= kNumbers.size() && row < kNumbers.size() + kFallbackFields.size()) {
+                EXPECT_TRUE(isFallback) << set->name << " <" << values[row] << ">";
             }
         }
-        EXPECT_EQ(odd.size(), nextOdd);
-        EXPECT_LE(odd.size(), kOddFields.size() + 1) << set->name;
+        EXPECT_EQ(fallbacks.size(), nextFallback);
+        EXPECT_LE(fallbacks.size(), kFallbackFields.size() + 1) << set->name;
     }
 }
 
@@ -194,14 +195,14 @@ void ExpectRightRows(const Set& set,
                      bool emptyIsZero,
                      std::size_t mostBytes,
                      const std::vector<Value>& out,
-                     const std::vector<bool>& isOdd)
+                     const std::vector<bool>& isFallback)
 {
     for (std::size_t row = 0; row < values.size(); ++row) {
         const std::string& value = values[row];
         const std::string what = set.name + std::string(" <") + value + "> in row " +
                                  std::to_string(row) + " of " + std::to_string(values.size());
         const bool isPlain = (value.empty() && emptyIsZero) || IsPlain(value);
-        if (isOdd[row]) {
+        if (isFallback[row]) {
             EXPECT_TRUE(!isPlain || value.size() > mostBytes) << what;
             continue;
         }
@@ -211,8 +212,8 @@ void ExpectRightRows(const Set& set,
     }
 }
 
-/// Converts a column and looks at each row: what is not odd has to be plain and right; what is
-/// plain and has at most fifteen digits must not be odd.
+/// Converts a column and looks at each row: what is not fallbacks has to be plain and right; what
+/// is plain and has at most fifteen digits must not be fallbacks.
 template <typename Value, typename Convert>
 void ExpectRight(const std::vector<std::string>& values,
                  bool hasQuotes,
@@ -229,13 +230,13 @@ void ExpectRight(const std::vector<std::string>& values,
     run.emptyIsZero = emptyIsZero;
     for (const Set* set : AllSets()) {
         std::vector<Value> out(values.size());
-        std::vector<std::uint32_t> odd(values.size());
-        odd.resize(convert(*set, run, out.data(), odd.data()));
-        std::vector<bool> isOdd(values.size());
-        for (const std::uint32_t row : odd) {
-            isOdd[row] = true;
+        std::vector<std::uint32_t> fallbacks(values.size());
+        fallbacks.resize(convert(*set, run, out.data(), fallbacks.data()));
+        std::vector<bool> isFallback(values.size());
+        for (const std::uint32_t row : fallbacks) {
+            isFallback[row] = true;
         }
-        ExpectRightRows(*set, values, emptyIsZero, mostBytes, out, isOdd);
+        ExpectRightRows(*set, values, emptyIsZero, mostBytes, out, isFallback);
     }
 }
 
@@ -287,9 +288,10 @@ TEST(KernelsToDoubles, AreRightInColumnsOfOneKindWithAStrayAtEachPlace)
         for (std::size_t round = 0; round < 400; ++round) {
             const std::vector<std::string> values =
                 MakeDecimals(random, 1 + random() % 40, fraction);
-            const auto convert = [](const Set& set, const FieldRun& run, double* out, auto* odd) {
-                return set.toDoubles(run, out, odd);
-            };
+            const auto convert =
+                [](const Set& set, const FieldRun& run, double* out, auto* fallbacks) {
+                    return set.toDoubles(run, out, fallbacks);
+                };
             ExpectRight<double>(values, round % 2 == 0, round % 4 < 2, 15, convert);
         }
     }
@@ -322,18 +324,19 @@ TEST(KernelsToDoubles, AreRightInAdjacentColumns)
             text.data(), ends.data() + 1, columns.size(), 0, rows, hasQuotes, emptyIsZero};
         for (const Set* set : AllSets()) {
             std::vector<std::vector<double>> out(columns.size(), std::vector<double>(rows));
-            std::vector<std::vector<bool>> isOdd(columns.size(), std::vector<bool>(rows));
+            std::vector<std::vector<bool>> isFallback(columns.size(), std::vector<bool>(rows));
             std::vector<DoubleColumn> targets;
             for (std::vector<double>& column : out) {
                 targets.push_back({column.data(), static_cast<std::uint32_t>(random() % 16), 9});
             }
-            std::vector<OddField> odd(columns.size() * (rows + 3));
-            odd.resize(set->toDoublesOfColumns(run, targets.data(), targets.size(), odd.data()));
-            for (const OddField& field : odd) {
-                isOdd[field.column][field.row] = true;
+            std::vector<FallbackField> fallbacks(columns.size() * (rows + 3));
+            fallbacks.resize(
+                set->toDoublesOfColumns(run, targets.data(), targets.size(), fallbacks.data()));
+            for (const FallbackField& field : fallbacks) {
+                isFallback[field.column][field.row] = true;
             }
             for (std::size_t at = 0; at < columns.size(); ++at) {
-                ExpectRightRows(*set, columns[at], emptyIsZero, 15, out[at], isOdd[at]);
+                ExpectRightRows(*set, columns[at], emptyIsZero, 15, out[at], isFallback[at]);
             }
         }
     }
@@ -356,9 +359,10 @@ TEST(KernelsToInt32s, AreRightInColumnsOfOneKindWithAStrayAtEachPlace)
         for (std::string& value : values) {
             value = value == "-0" ? "0" : value;
         }
-        const auto convert = [](const Set& set, const FieldRun& run, std::int32_t* out, auto* odd) {
-            return set.toInt32s(run, out, odd);
-        };
+        const auto convert =
+            [](const Set& set, const FieldRun& run, std::int32_t* out, auto* fallbacks) {
+                return set.toInt32s(run, out, fallbacks);
+            };
         ExpectRight<std::int32_t>(values, round % 2 == 0, round % 4 < 2, 9, convert);
     }
 }
@@ -368,9 +372,9 @@ TEST(KernelsToDoubles, DropTheQuotesAroundAField)
     const Column column({"\"12.5\"", "\"-3\"", "7", "\"\"", "\"1\"2\"", "\""});
     for (const Set* set : AllSets()) {
         std::vector<double> out(6);
-        std::vector<std::uint32_t> odd(6);
-        odd.resize(set->toDoubles(column.Run(true), out.data(), odd.data()));
-        EXPECT_EQ((std::vector<std::uint32_t>{3, 4, 5}), odd) << set->name;
+        std::vector<std::uint32_t> fallbacks(6);
+        fallbacks.resize(set->toDoubles(column.Run(true), out.data(), fallbacks.data()));
+        EXPECT_EQ((std::vector<std::uint32_t>{3, 4, 5}), fallbacks) << set->name;
         EXPECT_EQ(12.5, out[0]);
         EXPECT_EQ(-3, out[1]);
         EXPECT_EQ(7, out[2]);
@@ -394,18 +398,18 @@ TEST(KernelsToInt32s, TakeWholeNumbersOfThirtyOneBitsOnly)
                          "99999999999"});
     for (const Set* set : AllSets()) {
         std::vector<std::int32_t> out(13);
-        std::vector<std::uint32_t> odd(13);
-        odd.resize(set->toInt32s(column.Run(false), out.data(), odd.data()));
+        std::vector<std::uint32_t> fallbacks(13);
+        fallbacks.resize(set->toInt32s(column.Run(false), out.data(), fallbacks.data()));
         EXPECT_EQ(0, out[0]);
         EXPECT_EQ(0, out[1]);
         EXPECT_EQ(2147483647, out[2]);
         EXPECT_EQ(-2147483647, out[3]);
         EXPECT_EQ(7, out[4]);
-        ASSERT_GE(odd.size(), 7U) << set->name;
-        EXPECT_EQ(5U, odd[0]);
-        EXPECT_EQ(6U, odd[1]);
-        EXPECT_EQ(7U, odd[2]);
-        for (const std::uint32_t row : odd) {
+        ASSERT_GE(fallbacks.size(), 7U) << set->name;
+        EXPECT_EQ(5U, fallbacks[0]);
+        EXPECT_EQ(6U, fallbacks[1]);
+        EXPECT_EQ(7U, fallbacks[2]);
+        for (const std::uint32_t row : fallbacks) {
             EXPECT_GE(row, 5U) << set->name;
         }
     }
@@ -420,17 +424,17 @@ TEST(KernelsToDoubles, TakeAnEmptyFieldForZeroWhereThatIsAsked)
         for (const Set* set : AllSets()) {
             std::vector<double> out(6, -1);
             std::vector<std::int32_t> whole(6, -1);
-            std::vector<std::uint32_t> odd(6);
-            odd.resize(set->toDoubles(run, out.data(), odd.data()));
-            EXPECT_EQ((std::vector<std::uint32_t>{1, 3}), odd) << set->name;
+            std::vector<std::uint32_t> fallbacks(6);
+            fallbacks.resize(set->toDoubles(run, out.data(), fallbacks.data()));
+            EXPECT_EQ((std::vector<std::uint32_t>{1, 3}), fallbacks) << set->name;
             EXPECT_EQ(0, out[0]);
             EXPECT_FALSE(std::signbit(out[0])) << set->name;
             EXPECT_EQ(0, out[2]);
             EXPECT_EQ(5, out[4]);
             EXPECT_TRUE(std::signbit(out[5])) << set->name;
-            odd.resize(6);
-            odd.resize(set->toInt32s(run, whole.data(), odd.data()));
-            EXPECT_EQ((std::vector<std::uint32_t>{1, 3}), odd) << set->name;
+            fallbacks.resize(6);
+            fallbacks.resize(set->toInt32s(run, whole.data(), fallbacks.data()));
+            EXPECT_EQ((std::vector<std::uint32_t>{1, 3}), fallbacks) << set->name;
             EXPECT_EQ(0, whole[0]);
             EXPECT_EQ(0, whole[2]);
         }
@@ -645,7 +649,7 @@ TEST(KernelsScanTypes, SayWhatTheRuleOnOneValueSays)
 {
     namespace ValueRules = AsciiReader::ValueRules;
     std::vector<std::string> values = kNumbers;
-    values.insert(values.end(), kOddFields.begin(), kOddFields.end());
+    values.insert(values.end(), kFallbackFields.begin(), kFallbackFields.end());
     for (const char* const word : {"1",
                                    "0",
                                    "y",
@@ -683,9 +687,9 @@ TEST(KernelsScanTypes, SayWhatTheRuleOnOneValueSays)
         const Column column({value});
         for (const Set* set : AllSets()) {
             TypeFacts facts;
-            std::uint32_t odd = 7;
-            if (set->scanTypes(column.Run(false), facts, &odd) == 1) {
-                EXPECT_EQ(0U, odd) << set->name;
+            std::uint32_t fallbacks = 7;
+            if (set->scanTypes(column.Run(false), facts, &fallbacks) == 1) {
+                EXPECT_EQ(0U, fallbacks) << set->name;
                 continue;
             }
             ++decided;
@@ -710,9 +714,9 @@ TEST(KernelsScanTypes, LookInsideTheQuotesAroundAField)
     const Column column({"\"12.50\"", "\"yes\"", "\"a\"\"b\"", "\"\"", "\"-7\"", "\"1e5\""});
     for (const Set* set : AllSets()) {
         TypeFacts facts;
-        std::vector<std::uint32_t> odd(6);
-        odd.resize(set->scanTypes(column.Run(true), facts, odd.data()));
-        EXPECT_EQ((std::vector<std::uint32_t>{5}), odd) << set->name;
+        std::vector<std::uint32_t> fallbacks(6);
+        fallbacks.resize(set->scanTypes(column.Run(true), facts, fallbacks.data()));
+        EXPECT_EQ((std::vector<std::uint32_t>{5}), fallbacks) << set->name;
         EXPECT_TRUE(facts.hasWholeNumbers && facts.hasDecimals && facts.hasTexts) << set->name;
         EXPECT_EQ(4U, facts.mostDigits) << set->name;
     }
