@@ -12,7 +12,7 @@ function(run)
 endfunction()
 
 # The data set, the line that the result must hold, then arguments of the generator before OPTIONS
-# and reader options behind it.
+# and reader options after it.
 function(check dataset expected)
     cmake_parse_arguments(PARSE_ARGV 2 arg "" "" "GENERATOR;OPTIONS;FILES")
     run(${GENERATE} ${dataset} ${WORK}/${dataset}.csv ${arg_GENERATOR})

@@ -29,7 +29,7 @@ std::string ReadText(const char* path)
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
-/// The fields that hold a decimal point, behind the line of column names.
+/// The fields that hold a decimal point, after the line of column names.
 std::vector<std::string_view> FindDoubles(std::string_view text)
 {
     std::vector<std::string_view> fields;

@@ -11,7 +11,7 @@
 
 namespace Fuzz {
 
-/// What a stream gave; after an error the rows are those in front of it.
+/// What a stream gave; after an error, the rows before it.
 struct ArrowRows
 {
     int errorCode = 0;

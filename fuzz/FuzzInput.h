@@ -16,7 +16,7 @@
 
 namespace Fuzz {
 
-/// Reads choices from the front of an input; behind its end every choice is 0 and every text empty.
+/// Reads choices from the front of an input; after its end every choice is 0 and every text empty.
 class FuzzInput
 {
 public:

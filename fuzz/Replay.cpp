@@ -65,7 +65,7 @@ void WriteFinding(int signalNumber)
 
 void Run(const std::string& bytes)
 {
-    // A copy of exactly that size, so that reading behind it shows.
+    // A copy of exactly that size, so that reading past it shows.
     const std::vector<char> copy(bytes.begin(), bytes.end());
     currentData = copy.data();
     currentSize = copy.size();
@@ -144,7 +144,7 @@ std::string MakeNumbered(std::uint64_t seed, std::uint64_t number)
 
 } // namespace
 
-// The process is to end by a signal, which leaves the input behind.
+// The process is to end by a signal, which leaves the input after.
 extern "C" const char* __asan_default_options() // NOLINT
 {
     return "abort_on_error=1:handle_abort=0";

@@ -51,7 +51,7 @@ std::string Describe(const std::vector<std::uint32_t>& positions)
 /// A field without the quotes around it, as the kernels take it.
 std::string_view FieldOf(std::string_view text, const FieldRun& run, std::size_t row)
 {
-    // An index of -1 would wrap in front of the first field.
+    // An index of -1 would wrap before the first field.
     const std::uint32_t* const position = run.ends + row * run.stride;
     const std::uint32_t begin = *(position - 1) + 1;
     const std::uint32_t end = *position - run.trim;
@@ -227,7 +227,7 @@ void CheckColumns(const Set& set,
                   FieldRun run,
                   const TextRoom& room)
 {
-    // Entry 0 is the position in front of the first field.
+    // Entry 0 is the position before the first field.
     std::vector<std::uint32_t> ends = {std::numeric_limits<std::uint32_t>::max()};
     ends.insert(ends.end(), positions.begin(), positions.end());
     const std::uint32_t trim = run.trim;
@@ -236,7 +236,7 @@ void CheckColumns(const Set& set,
         run.ends = ends.data() + 1 + column;
         run.rows = (ends.size() - 2 - column) / run.stride + 1;
         run.trim = column + 1 == run.stride ? trim : 0;
-        // What is cut off a field is the "\r" in front of a line end, as in regular rows.
+        // What is cut off a field is the "\r" before a line end, as in regular rows.
         for (std::size_t row = 0; row < run.rows && run.trim > 0; ++row) {
             const std::uint32_t* const position = run.ends + row * run.stride;
             if (*position == *(position - 1) + 1 || text[*position - 1] != '\r') {

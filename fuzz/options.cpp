@@ -241,7 +241,7 @@ void RunInput(std::string_view bytes)
     } catch (const std::out_of_range&) {
         return;
     }
-    Fail("there is an entry behind the last");
+    Fail("there is an entry after the last");
 }
 
 std::string MakeInput(Dice& dice)

@@ -1,4 +1,4 @@
-// Detection of the separator and previews, before and behind reads: the engine against the literal
+// Detection of the separator and previews, before and after reads: the engine against the literal
 // reader in blocks of several sizes.
 #include "CaseBytes.h"
 #include "Fuzz.h"

@@ -621,7 +621,7 @@ QStringList PartsApart(QString rest)
         if (rest.isEmpty()) {
             break;
         }
-        // A minus behind white space and in front of a digit would be a sign.
+        // A minus after white space and before a digit would be a sign.
         const bool mayBeSign = !closing.isEmpty() && closing.back().isSpace();
         const QString between = TakeFront(
             rest, mayBeSign ? QStringLiteral(":\\s*|-\\s+") : QStringLiteral("[:\\-]\\s*"));
@@ -826,7 +826,7 @@ Failure DescribeCurrentException()
     }
 }
 
-/// The engine behind one opened file.
+/// The engine of one opened file.
 class Engine
 {
 public:
@@ -1296,7 +1296,7 @@ Feature Engine::WalkFields(const QStringList& fields, const QString& name)
         }
         if (i == coordinates.zColumn) {
             if (!hasFailed && !field.isEmpty() && ParseCoordinate(field, m_zFormat, value)) {
-                // Z in front of X and Y creates the point as they do.
+                // Z before X and Y creates the point as they do.
                 feature.hasPoint = feature.hasZ = true;
                 feature.z = value * coordinates.zFactor;
             } else {

@@ -52,7 +52,7 @@ Feature ParseRow(const QStringList& fields,
 std::vector<bool> FindHeaderLines(const QStringList& lines, const Orvane::BParamList& params);
 
 /// The logical lines that a file hands out until it is at its end or a refill fails; the
-/// exception of the failure goes on when all lines in front of it are in the list.
+/// exception of the failure goes on when all lines before it are in the list.
 void ReadLines(const QString& path,
                const Orvane::BParamList& params,
                std::size_t blockSize,

@@ -12,7 +12,7 @@
 #include <vector>
 
 /// Random input for tests that compare two readers. The same seed and number always make the same
-/// case, on every machine; any case can be made without those in front of it.
+/// case, on every machine; any case can be made without those before it.
 namespace RandomFiles {
 
 /// What a host does with a reader after Open.

@@ -267,7 +267,7 @@ private:
     LiteralReader::Reader m_reader;
 };
 
-/// The literal reader behind the SDK's own test, which lets no reader read that is not open.
+/// The literal reader under the SDK's own test, which lets no reader read that is not open.
 class GuardedLiteralHost : public LiteralHost
 {
 public:
@@ -513,7 +513,7 @@ Trace WithoutEngine(Trace trace)
     return trace;
 }
 
-/// The first line that differs, with a few lines in front of it; empty when none does.
+/// The first line that differs, with a few lines before it; empty when none does.
 std::string FirstDifference(const Trace& expected, const Trace& actual)
 {
     const std::size_t common = std::min(expected.size(), actual.size());

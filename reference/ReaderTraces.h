@@ -21,7 +21,7 @@ using Trace = std::vector<std::string>;
 /// Who reads.
 enum class EReader {
     Literal,        ///< the literal reader
-    GuardedLiteral, ///< the same behind the SDK's test, which lets no reader read that is not open
+    GuardedLiteral, ///< the same under the SDK's test, which lets no reader read that is not open
     Engine,         ///< the plug-in's engine alone, driven as the reader drives it
     Plugin          ///< the plug-in's reader; it does not show its engine
 };
@@ -36,7 +36,7 @@ Trace Perform(EReader reader,
 /// The trace without the facts that only the engine shows.
 Trace WithoutEngine(Trace trace);
 
-/// The first line that differs, with a few lines in front of it; empty when none does.
+/// The first line that differs, with a few lines before it; empty when none does.
 std::string FirstDifference(const Trace& expected, const Trace& actual);
 
 /// Name, schema and features of a layer, each line beginning with `title`; null is none.

@@ -23,7 +23,7 @@ using Orvane::BString;
 
 namespace {
 
-/// Longest path, in UTF-16 units, of the plain message for files that can't be written.
+/// Longest path, in UTF-16 units, of the plain message for files that cannot be written.
 constexpr std::size_t kLongestPlainPath = 260;
 
 } // namespace

@@ -1,4 +1,4 @@
-// The engine behind one opened ASCII point file.
+// The engine of one opened ASCII point file.
 #pragma once
 
 #include "lines/HeaderRule.h"
@@ -50,7 +50,7 @@ public:
 
     /// Opens the file for the mode given at construction; any failure leaves mode kNotOpen.
     void Open();
-    /// Hands out the next logical line; empty with no lines pending: the end of the file.
+    /// Hands out the next logical line. An empty one with no lines pending is the end of the file.
     void GetSafeLine(Orvane::BString& line);
 
     /// The same.
@@ -71,10 +71,13 @@ public:
     void SetSeparator(QRegularExpression separator);
     /// Chooses the comma or the tab pattern by the next two lines, which stay pending.
     void AutodetectSeparator();
-    /// The next two lines split into columns; they are consumed.
+    /// Consumes the next two lines. @return them split into columns, and whether the first one
+    /// holds the column names
     Orvane::BParamList ReadPreview();
 
+    /// Decides the schema, from the sample lines or from all rows; the file is rewound then.
     void BuildSchema();
+    /// Makes the layer that BuildLayer fills, named after the file.
     void CreateLayer();
     /// Reads data rows into the layer. @param limit most rows; 0 or less: no limit
     /// @return false when the limit ended the reading
@@ -85,10 +88,10 @@ public:
     /// Where the layer keeps its pages. @param pageSize rows of a page
     void SetDiskCache(bool use, const Orvane::BString& baseName, std::uint32_t pageSize);
 
-    /// The progress object is consulted once a row; null for none.
+    /// The progress object is consulted once per row; null for none.
     void SetProgress(Orvane::BProgress* progress) noexcept { m_progress = progress; }
 
-    /// Line number of the last row that BuildLayer took.
+    /// Line number of the last row that BuildLayer read.
     [[nodiscard]] std::uint32_t GetRecordsRead() const noexcept { return m_currentLine; }
 
     [[nodiscard]] std::uint32_t GetMode() const noexcept { return m_mode; }

@@ -1,4 +1,4 @@
-// The row loop: takes the pending lines of a file and puts their rows into a layer.
+// The row loop: appends the rows of the pending lines to a layer.
 #include "file/LayerFill.h"
 
 #include "text/ValueRules.h"
@@ -19,10 +19,10 @@ namespace {
 
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 
-/// Adjacent columns of doubles are worked on together from this many on.
+/// Fewest adjacent columns of doubles that are converted together.
 constexpr std::size_t kLeastTileColumns = 64;
 
-/// Room behind the texts of a column that is made before more are copied to it.
+/// Room that is reserved after the texts of a column before more are copied.
 constexpr std::size_t kTextRoom = 256;
 
 /// Length in UTF-16 units of a text of a layer.
@@ -41,8 +41,8 @@ std::size_t CountStoredUnits(const Orvane::BTextArray& texts, std::size_t index)
 
 } // namespace
 
-/// A field for conversion to a number, a word or a coordinate. What else the unquoting rule changes
-/// lies behind the first quote that is left, where none of these goes on.
+/// A field for conversion to a number, a word or a coordinate. Outer quotes only: numbers, words
+/// and coordinates end at the first inner quote anyway.
 std::string_view LayerFill::FieldAt(const Kernels::FieldRun& run, std::size_t row) const
 {
     const std::string_view part = PartAt(run, row);
@@ -74,10 +74,10 @@ LayerFill::Result LayerFill::Run()
     for (;;) {
         Step step = Step::Continue;
         if (m_rows.Begin()) {
-            step = TakeBlock();
+            step = AppendBlock();
         } else {
             m_context.lines.Next(line);
-            step = TakeLine(line);
+            step = AppendLine(line);
         }
         switch (step) {
         case Step::Continue:
@@ -92,7 +92,7 @@ LayerFill::Result LayerFill::Run()
     }
 }
 
-LayerFill::Step LayerFill::TakeLine(SourceLine& line)
+LayerFill::Step LayerFill::AppendLine(SourceLine& line)
 {
     if (line.text.IsEmpty() && !m_context.lines.HasPending()) {
         return Step::EndOfData;
@@ -122,7 +122,7 @@ LayerFill::Step LayerFill::TakeLine(SourceLine& line)
                              BString::Format("The following line may be formatted wrong.\n\t<%ls>.",
                                              line.text.ToString()));
         }
-        // What goes wrong when the row is stored is no fault of the line and passes on.
+        // A failure to store the row is no fault of the line and passes unchanged.
         RowPlan::EndRow(m_row, end, m_lineNumber, m_layer);
         ++m_featuresAdded;
         if (ReportProgress() == Step::Cancelled) {
@@ -142,7 +142,7 @@ LayerFill::Step LayerFill::ReportProgress() const
     return isCancelled ? Step::Cancelled : Step::Continue;
 }
 
-/// Completes a line whose quotes are open with the lines behind it.
+/// Appends following lines to a line until its quotes balance.
 void LayerFill::JoinOpenQuotes(SourceLine& line)
 {
     const auto countQuotes = [](const TextView& text) {
@@ -168,7 +168,7 @@ void LayerFill::JoinOpenQuotes(SourceLine& line)
     line.text = TextView(m_joined.View());
 }
 
-LayerFill::Step LayerFill::TakeBlock()
+LayerFill::Step LayerFill::AppendBlock()
 {
     bool isFirst = true;
     for (;;) {
@@ -178,10 +178,10 @@ LayerFill::Step LayerFill::TakeBlock()
             if (std::exchange(isFirst, false) && m_context.limit < 1) {
                 m_layer.ReserveRows(m_rows.EstimateRows(), m_hasZ);
             }
-            step = TakeRegularRows();
+            step = ConvertRegularRows();
             break;
         case BlockRows::Found::Line:
-            step = TakeBlockLine();
+            step = AppendBlockLine();
             break;
         case BlockRows::Found::End:
             return Step::Continue;
@@ -192,20 +192,20 @@ LayerFill::Step LayerFill::TakeBlock()
     }
 }
 
-LayerFill::Step LayerFill::TakeBlockLine()
+LayerFill::Step LayerFill::AppendBlockLine()
 {
     SourceLine line;
-    return m_rows.TakeLine(line) ? TakeLine(line) : Step::Continue;
+    return m_rows.ReadLine(line) ? AppendLine(line) : Step::Continue;
 }
 
-LayerFill::Step LayerFill::TakeRegularRows()
+LayerFill::Step LayerFill::ConvertRegularRows()
 {
     while (m_rows.GetRowCount() > 0) {
         std::size_t wanted = m_rows.GetRowCount();
         if (m_context.limit >= 1) {
             const auto limit = static_cast<std::uint32_t>(m_context.limit);
             if (m_featuresAdded >= limit) {
-                return TakeBlockLine();
+                return AppendBlockLine();
             }
             wanted = std::min<std::size_t>(wanted, limit - m_featuresAdded);
         }
@@ -219,7 +219,7 @@ LayerFill::Step LayerFill::TakeRegularRows()
     return Step::Continue;
 }
 
-/// Makes converted rows visible: one by one when somebody watches, else all at once.
+/// Makes converted rows visible: one by one under a progress object, else all at once.
 LayerFill::Step LayerFill::CommitRows(const Orvane::BFeatureAppender::Rows& target)
 {
     if (m_context.progress == nullptr) {
@@ -316,7 +316,7 @@ void LayerFill::ConvertColumns(std::size_t rows, const Orvane::BFeatureAppender:
             break;
         }
     }
-    // Rule: one coordinate that fails takes the whole point away.
+    // Rule: one coordinate that fails removes the whole point.
     for (std::size_t row = 0; m_hasPoint && row < rows; ++row) {
         if (m_kinds[row] == static_cast<std::uint8_t>(EPointKind::None)) {
             target.x[row] = kNaN;
@@ -355,10 +355,11 @@ void LayerFill::ConvertDoubles(const Kernels::FieldRun& run, double* out)
     }
 }
 
-/// Columns of doubles from `field` on that are worked on together; 0 for too few.
+/// Number of adjacent columns of doubles from `field` on that are converted together; 0 for too
+/// few.
 std::size_t LayerFill::CountTileColumns(std::size_t field) const
 {
-    // The last field may have to lose a "\r".
+    // The last field may end with a "\r" that must be trimmed.
     const std::size_t end = m_fields.size() - 1;
     std::size_t next = field;
     while (next < end && m_fields[next].kind == RegularField::Kind::Double) {
@@ -421,7 +422,7 @@ void LayerFill::ConvertTexts(const Kernels::FieldRun& run,
     m_widths[columnIndex] = longest;
 }
 
-/// Appends a text by all the rules. @return its length in UTF-16 units
+/// The slow path: appends a text by all the rules. @return its length in UTF-16 units
 std::size_t LayerFill::AppendTextByRules(std::string_view part, Orvane::BTextArray& texts)
 {
     std::string_view field = part;
@@ -447,7 +448,7 @@ void LayerFill::RaiseWidths(std::size_t endedRows, const Orvane::BFeatureAppende
         }
         std::size_t width = m_widths[field.columnIndex];
         if (endedRows < target.count) {
-            // Rule: rows behind the one at which the reading was cancelled count for nothing.
+            // Rule: rows after the one at which the read was cancelled do not count.
             width = 0;
             const Orvane::BTextArray& texts = target.columns[field.columnIndex].texts;
             for (std::size_t row = 0; row < endedRows; ++row) {

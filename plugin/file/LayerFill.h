@@ -1,4 +1,4 @@
-// The row loop: takes the pending lines of a file and puts their rows into a layer.
+// The row loop: appends the rows of the pending lines to a layer.
 #pragma once
 
 #include "kernels/Kernels.h"
@@ -20,7 +20,7 @@
 
 namespace AsciiReader {
 
-/// What a row loop works with; everything is kept by reference and outlives the loop.
+/// What a row loop works with. Everything is kept by reference and must outlive the loop.
 struct LayerFillContext
 {
     LineSource& lines;
@@ -33,9 +33,15 @@ struct LayerFillContext
     std::uint32_t& currentLine;  ///< line number of the last row, kept up to date
 };
 
-/// Fills a layer row by row, or, where lines lie in a block of bytes and fields are cut at one
-/// byte, by runs of regular rows, column by column. Both ways give the same layer, the same calls
-/// of the progress object and the same failures.
+/// Fills a layer. Two paths:
+///
+/// - The fast path converts runs of regular rows column by column, where lines stand in a block of
+///   bytes, fields are cut at one byte, and no header line can come. A regular row has a field for
+///   every column; single lines between the runs use the slow path.
+/// - The slow path reads, splits and converts row by row.
+///
+/// Both give the same layer, the same calls of the progress object and the same failures. The rules
+/// that stand in both are listed in plugin/lines/README.md.
 class LayerFill
 {
 public:
@@ -44,20 +50,20 @@ public:
     explicit LayerFill(const LayerFillContext& context);
 
     /// @throws BException("Failed to parse feature # %d.", "AsciiFile::BuildLayer", <the line>) for
-    ///     a row that can't be converted; what LineSource::Next throws. Rows before it stay.
+    ///     a row that cannot be converted; what LineSource::Next throws. Rows before it stay.
     Result Run();
 
 private:
     enum class Step { Continue, EndOfData, LimitReached, Cancelled };
 
-    Step TakeLine(SourceLine& line);
+    Step AppendLine(SourceLine& line);
     void JoinOpenQuotes(SourceLine& line);
     [[nodiscard]] Step ReportProgress() const;
 
     // Lines of a block, by the positions of their separators and endings.
-    Step TakeBlock();
-    Step TakeRegularRows();
-    Step TakeBlockLine();
+    Step AppendBlock();
+    Step ConvertRegularRows();
+    Step AppendBlockLine();
     Step CommitRows(const Orvane::BFeatureAppender::Rows& target);
     void RaiseWidths(std::size_t endedRows, const Orvane::BFeatureAppender::Rows& target);
     [[nodiscard]] std::string_view FieldAt(const Kernels::FieldRun& run, std::size_t row) const;

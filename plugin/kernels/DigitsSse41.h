@@ -10,7 +10,7 @@ namespace AsciiReader::Kernels {
 
 namespace {
 
-/// Row p shifts the bytes in front of position p one up, over it: takes the point out of a number.
+/// Row p shifts the bytes before position p up by one, over it: removes the point of a number.
 /// Row 16 is for numbers without one.
 struct PointShuffles
 {

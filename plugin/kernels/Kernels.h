@@ -1,4 +1,4 @@
-// The innermost loops over bytes, one set per instruction set, chosen when the module is loaded.
+// The innermost loops over bytes, one set per instruction set, chosen at run time.
 #pragma once
 
 #include <cstddef>
@@ -6,7 +6,7 @@
 
 namespace AsciiReader::Kernels {
 
-/// What must be readable behind a text that is given to a kernel, in bytes.
+/// Bytes that must be readable after the end of a text that is given to a kernel.
 inline constexpr std::size_t kPadding = 64;
 
 /// How lines and fields end in a block.
@@ -14,7 +14,7 @@ struct Structure
 {
     char separator = ',';   ///< no minus: an empty field would be taken for a sign
     char lineEnd = '\n';    ///< the last byte of a line ending
-    bool isCrLf = false;    ///< a line end counts only behind "\r"
+    bool isCrLf = false;    ///< a line end counts only after "\r"
     bool hasQuotes = false; ///< false promises that there are none
 };
 
@@ -22,14 +22,14 @@ struct Structure
 struct IndexState
 {
     std::uint64_t inQuotes = 0; ///< all ones inside quotes, else 0
-    std::uint64_t afterCr = 0;  ///< 1 behind a "\r", else 0
+    std::uint64_t afterCr = 0;  ///< 1 after a "\r", else 0
     std::size_t lineEnds = 0;   ///< line ends among the positions written
 };
 
 /// The fields of one column over a run of rows, as positions in the text.
 ///
 /// Field r goes from ends[r * stride - 1] + 1 up to ends[r * stride] - trim, exclusive; positions
-/// are 32 bits and wrap, so that the one in front of the text's first byte is 0xFFFFFFFF. What is
+/// are 32 bits and wrap, so that the one before the text's first byte is 0xFFFFFFFF. What is
 /// trimmed is a "\r" and nothing else, so that no field ends before it begins.
 struct FieldRun
 {
@@ -40,8 +40,8 @@ struct FieldRun
     std::size_t rows;
     bool hasQuotes;   ///< fields may begin with a quote: first and last byte are dropped then
     bool emptyIsZero; ///< an empty field is the number 0; otherwise it is no number
-    /// How many digits behind the point the column's numbers have had last, which tells where to
-    /// look first; kept by toDoubles from run to run, 0 to 15. Null for a run on its own.
+    /// Digits after the point of the column's last numbers, 0 to 15: toDoubles tries that place
+    /// first and keeps the value from run to run. Null for a run on its own.
     std::uint32_t* decimals = nullptr;
 };
 
@@ -64,20 +64,20 @@ struct FallbackField
 struct Digits
 {
     std::uint64_t mantissa; ///< the digits as a number, the point left out
-    unsigned fraction;      ///< digits behind the point
+    unsigned fraction;      ///< digits after the point
     unsigned count;         ///< digits in all
     unsigned sign;          ///< 1 for a minus, else 0
 };
 
-/// Where the texts of a column go, one behind the other.
+/// Where the texts of a column go, one after the other.
 struct TextTarget
 {
     char* bytes;
     std::size_t size;     ///< bytes that are in use
     std::size_t capacity; ///< bytes that there is room for
     std::uint32_t* ends;  ///< where the end of each row's text is written
-    std::size_t longest;  ///< only texts of at most that many bytes are taken
-    bool takesHighBytes;  ///< whether texts with bytes of 0x80 or more are taken
+    std::size_t longest;  ///< only texts of at most that many bytes are copied
+    bool takesHighBytes;  ///< whether texts with bytes of 0x80 or more are copied
 };
 
 /// What kinds of values a column holds; starts at none and adds up.
@@ -115,8 +115,8 @@ struct Set
     std::size_t (*toDoubles)(const FieldRun& fields, double* out, std::uint32_t* fallbacks);
     std::size_t (*toInt32s)(const FieldRun& fields, std::int32_t* out, std::uint32_t* fallbacks);
 
-    /// As toDoubles for adjacent columns, of which `fields` is the first; for lines so long that
-    /// going down one column at a time would touch much memory for each. `fallbacks` has room for
+    /// As toDoubles for adjacent columns, of which `fields` is the first. For lines so long that
+    /// one column at a time would touch much memory per column. `fallbacks` has room for
     /// `count` fields in each row and in three more; its fields come in no order, some twice.
     std::size_t (*toDoublesOfColumns)(const FieldRun& fields,
                                       DoubleColumn* columns,
@@ -124,12 +124,12 @@ struct Set
                                       FallbackField* fallbacks);
 
     /// Copies the texts of the rows from `row` on, up to the first that has a quote in it, is too
-    /// long, has a high byte that is not taken, or for which there is no room: 32 bytes behind a
+    /// long, has a high byte that is not accepted, or for which there is no room: 32 bytes after a
     /// text may be overwritten. @return the row that was not copied, or the number of rows
     std::size_t (*appendTexts)(const FieldRun& fields, std::size_t row, TextTarget& target);
 
     /// Adds what kinds of values the fields are. Words for true and false ("1" and "0" among them)
-    /// add nothing. Fields that take a closer look are listed in `fallbacks` and counted as for
+    /// add nothing. Fields that need the slow path are listed in `fallbacks` and counted as for
     /// toDoubles.
     std::size_t (*scanTypes)(const FieldRun& fields, TypeFacts& facts, std::uint32_t* fallbacks);
 

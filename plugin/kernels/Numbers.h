@@ -46,7 +46,7 @@ inline std::uint32_t JoinEight(std::uint64_t digits)
         (firstAndThird * kMillionAndHundred + secondAndFourth * kTenThousandAndOne) >> 32U);
 }
 
-/// Converts `-?digits` of at most eight bytes; eight bytes in front of the end must be readable.
+/// Converts `-?digits` of at most eight bytes; eight bytes before the end must be readable.
 /// @return false for everything else
 template <bool kEmptyIsZero>
 inline bool ConvertShort(const char* text, FieldSpan span, std::int32_t& value)
@@ -57,7 +57,7 @@ inline bool ConvertShort(const char* text, FieldSpan span, std::int32_t& value)
     }
     const std::uint32_t sign = text[span.begin] == '-' ? 1 : 0;
     const std::uint32_t kept = size - sign;
-    // What stands in front of the digits becomes zeros; in two shifts, as one may be of all bits.
+    // Bytes before the digits become zeros; in two shifts, since one may be of all bits.
     const std::uint32_t half = 32 - 4 * kept;
     const std::uint64_t keep = ~std::uint64_t{0} << half << half;
     const std::uint64_t digits = (LoadWord(text + span.end - 8) ^ 0x3030303030303030U) & keep;
@@ -72,7 +72,7 @@ inline bool ConvertShort(const char* text, FieldSpan span, std::int32_t& value)
 template <bool kEmptyIsZero>
 inline bool ConvertInt32(const char* text, FieldSpan span, std::int32_t& value)
 {
-    // The first rows of a text may have fewer than eight bytes in front of their ends.
+    // The first rows of a text may have fewer than eight bytes before their ends.
     if (span.end >= 8 && ConvertShort<kEmptyIsZero>(text, span, value)) {
         return true;
     }

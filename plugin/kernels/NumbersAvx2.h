@@ -22,11 +22,11 @@ namespace {
 struct FourFields
 {
     FieldSpan spans[4];
-    std::uint32_t kept[4]; ///< bytes behind the sign
+    std::uint32_t kept[4]; ///< bytes after the sign
     std::uint32_t signs;   ///< bit r: field r has a minus
 };
 
-/// The sizes that fields may have: bit n for n bytes behind the sign; [1] for fields with a minus.
+/// The sizes that fields may have: bit n for n bytes after the sign; [1] for fields with a minus.
 struct SizesAllowed
 {
     std::uint64_t bySign[2];
@@ -38,10 +38,10 @@ constexpr SizesAllowed MakeSizesAllowed(unsigned least, unsigned most, bool isEm
     return {{plain | (isEmptyAllowed ? 1U : 0U), plain}};
 }
 
-/// Takes the fields at `ends` and at the three rows behind it.
+/// Reads the fields at `ends` and in the three rows after it.
 /// @return false when the size of one of the four is not allowed
 template <bool kHasQuotes>
-[[gnu::always_inline]] inline bool TakeFour(const FieldRun& fields,
+[[gnu::always_inline]] inline bool LoadFour(const FieldRun& fields,
                                             const std::uint32_t* ends,
                                             const SizesAllowed& sizes,
                                             FourFields& four)
@@ -60,7 +60,7 @@ template <bool kHasQuotes>
         anySize |= size;
         isAllowed &= sizes.bySign[sign] >> (four.kept[row] & 63U);
     };
-    // Not a loop, so that what is taken stays in registers.
+    // Not a loop, so that the spans stay in registers.
     take(0);
     take(1);
     take(2);
@@ -122,7 +122,7 @@ struct PlaceRow
     SizesAllowed sizes[2]; ///< for which the whole is exact; [1] where an empty field is 0
 };
 
-/// Row n is for n digits behind the point; row 0 for none and no point.
+/// Row n is for n digits after the point; row 0 for none and no point.
 struct PlaceRows
 {
     PlaceRow rows[16];
@@ -180,7 +180,7 @@ public:
         , m_power(_mm256_set1_pd(place.power))
     {}
 
-    /// Keeps the compiler from making the constants anew in a loop.
+    /// Keeps the compiler from rebuilding the constants in every pass of a loop.
     [[gnu::always_inline]] void HoldInRegisters()
     {
         asm("" : "+x"(m_bases), "+x"(m_most), "+x"(m_pairWeights), "+x"(m_fourWeights));
@@ -190,9 +190,9 @@ public:
     /// @return false when one of the four is no number of that kind; `out` is not written then
     [[gnu::always_inline]] bool Convert(const char* text, const FourFields& four, double* out) const
     {
-        // The order that packing them makes right.
-        const __m256i firstAndThird = TakeDigits(text, four, 0, 2);
-        const __m256i secondAndFourth = TakeDigits(text, four, 1, 3);
+        // Packing restores the order.
+        const __m256i firstAndThird = LoadDigits(text, four, 0, 2);
+        const __m256i secondAndFourth = LoadDigits(text, four, 1, 3);
         const __m256i excess = _mm256_or_si256(_mm256_subs_epu8(firstAndThird, m_most),
                                                _mm256_subs_epu8(secondAndFourth, m_most));
         if (_mm256_testz_si256(excess, excess) == 0) {
@@ -201,7 +201,7 @@ public:
         const __m256i packed =
             _mm256_packus_epi32(JoinToFours(firstAndThird), JoinToFours(secondAndFourth));
         const __m256i eights = _mm256_madd_epi16(packed, m_eightWeights);
-        // Below 10^15, and so below 2^52: exact, and a double when put behind the exponent of 2^52.
+        // Below 10^15, so below 2^52: exact, and a double once the exponent of 2^52 is set.
         const __m256i whole = _mm256_add_epi64(_mm256_mul_epu32(eights, m_wholeWeight),
                                                _mm256_srli_epi64(eights, 32));
         const __m256d twoTo52 = _mm256_set1_pd(4503599627370496.0);
@@ -215,7 +215,7 @@ public:
 
 private:
     [[gnu::always_inline]] __m256i
-    TakeDigits(const char* text, const FourFields& four, std::size_t low, std::size_t high) const
+    LoadDigits(const char* text, const FourFields& four, std::size_t low, std::size_t high) const
     {
         const __m256i raw =
             LoadTwo(text + four.spans[low].end - 16, text + four.spans[high].end - 16);
@@ -275,7 +275,7 @@ struct PairConstants
     __m256d partUnits = _mm256_setr_pd(1e8, 1, 1e8, 1);
     __m128d mantissaEnd = _mm_set1_pd(static_cast<double>(kExactMantissa));
 
-    /// Keeps the compiler from making them anew in the loop.
+    /// Keeps the compiler from rebuilding them in every pass of the loop.
     [[gnu::always_inline]] void HoldInRegisters()
     {
         asm("" : "+x"(point), "+x"(zero), "+x"(nine), "+x"(tenAndOne));
@@ -284,7 +284,7 @@ struct PairConstants
 };
 
 /// Converts two fields at once: what ConvertDigits and MakeDouble do, in the halves of a register.
-/// Inlined by order, so that its constants stay in registers over the loop.
+/// Always inlined, so that its constants stay in registers over the loop.
 /// @return false when one of them is no plain number
 template <bool kEmptyIsZero>
 [[gnu::always_inline]] inline bool ConvertTwo(const PairConstants& constants,
@@ -343,7 +343,7 @@ template <bool kEmptyIsZero>
 }
 
 /// Out of line, so that the loops keep their registers.
-/// @param fraction becomes the digits behind the point of a number that is not empty
+/// @param fraction becomes the digits after the point of a number that is not empty
 [[gnu::noinline]] bool ConvertOne(
     const char* text, FieldSpan span, bool emptyIsZero, double& value, std::uint32_t& fraction)
 {
@@ -405,7 +405,7 @@ public:
         }
     }
 
-    /// Converts the rows that may have fewer than sixteen bytes in front of their ends.
+    /// Converts the rows that may have fewer than sixteen bytes before their ends.
     template <typename Convert>
     void ConvertFirst(const Convert& convert)
     {
@@ -428,7 +428,7 @@ public:
     {
         ConvertByFour<Converter>(sizes, place);
         if (GetLeft() > 0 && GetLeft() < 4 && m_row >= m_firstByFour + 4) {
-            // The last ones together with rows in front of them, once more.
+            // The last rows are converted together with rows before them, which are done twice.
             const std::size_t again = 4 - GetLeft();
             GoBack(again);
             ConvertByFour<Converter>(sizes, place);
@@ -448,7 +448,7 @@ private:
         std::size_t row = m_row;
         for (; row + 4 <= fields.rows; row += 4, ends += 4 * fields.stride) {
             FourFields four;
-            if (!TakeFour<kHasQuotes>(fields, ends, sizes, four) ||
+            if (!LoadFour<kHasQuotes>(fields, ends, sizes, four) ||
                 !converter.Convert(fields.text, four, m_out + row)) {
                 break;
             }
@@ -530,7 +530,7 @@ public:
             m_columns[column].misses = 0;
         }
         const std::size_t rows = m_fields.rows;
-        // The first rows of a text may have fewer than sixteen bytes in front of their ends.
+        // The first rows of a text may have fewer than sixteen bytes before their ends.
         std::size_t row = 0;
         for (; row < rows && m_fields.ends[row * m_fields.stride] < 32; ++row) {
             ConvertOneRow(row);
@@ -540,7 +540,7 @@ public:
             ConvertFourRows(row);
         }
         if (row < rows && rows >= firstByFour + 4) {
-            // The last ones together with rows in front of them, once more.
+            // The last rows are converted together with rows before them, which are done twice.
             ConvertFourRows(rows - 4);
         } else {
             for (; row < rows; ++row) {
@@ -561,11 +561,11 @@ private:
         for (std::size_t at = 0; at < m_count; ++at, ++ends) {
             DoubleColumn& column = m_columns[at];
             const PlaceRow& place = kPlaceRows.rows[column.decimals];
-            // Its next cache line, as no hardware follows so many columns.
+            // Its next cache line: hardware does not follow so many columns.
             __builtin_prefetch(column.out + row + 8, 1);
             FourFields four;
             if (column.misses <= kMostMisses &&
-                TakeFour<kHasQuotes>(fields, ends, place.sizes[kEmptyIsZero ? 1 : 0], four) &&
+                LoadFour<kHasQuotes>(fields, ends, place.sizes[kEmptyIsZero ? 1 : 0], four) &&
                 DecimalsByFour(place).Convert(fields.text, four, column.out + row)) {
                 continue;
             }

@@ -18,15 +18,15 @@ namespace {
 
 namespace Utf8Fault {
 
-constexpr unsigned kTooShort = 1;   ///< a lead, and no continuation behind it
-constexpr unsigned kTooLong = 2;    ///< ASCII, and a continuation behind it
+constexpr unsigned kTooShort = 1;   ///< a lead, and no continuation after it
+constexpr unsigned kTooLong = 2;    ///< ASCII, and a continuation after it
 constexpr unsigned kLongForm3 = 4;  ///< E0 below A0
 constexpr unsigned kTooLarge = 8;   ///< F4 above 8F, F5 and more
 constexpr unsigned kSurrogate = 16; ///< ED above 9F
 constexpr unsigned kLongForm2 = 32; ///< C0 and C1
 constexpr unsigned kTooLarge4 = 64; ///< F5 and more below 90
 constexpr unsigned kLongForm4 = 64; ///< F0 below 90
-constexpr unsigned kTwoConts = 128; ///< two continuations: right only behind a lead of three
+constexpr unsigned kTwoConts = 128; ///< two continuations: right only after a lead of three
 constexpr unsigned kAny = kTooShort | kTooLong | kTwoConts;
 
 } // namespace Utf8Fault
@@ -80,7 +80,7 @@ inline __m128i LoadTable(const unsigned char* table)
     return _mm_load_si128(reinterpret_cast<const __m128i*>(table));
 }
 
-/// The faults of sixteen bytes, given the sixteen in front of them.
+/// The faults of sixteen bytes, given the sixteen before them.
 inline __m128i FindUtf8Faults(__m128i bytes, __m128i before)
 {
     const __m128i lowHalf = _mm_set1_epi8(0x0F);
@@ -106,7 +106,7 @@ inline bool IsUtf8(const char* text, std::size_t size)
     while (at + 64 <= size) {
         const char* const from = text + at;
         if (Block64::Load(from).HighBits() == 0) {
-            // Nothing but a character that is cut off in front of it can be wrong.
+            // The only fault left is a character that these bytes cut off.
             const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(from));
             faults = _mm_or_si128(faults, FindUtf8Faults(bytes, before));
             before = _mm_setzero_si128();
@@ -120,7 +120,7 @@ inline bool IsUtf8(const char* text, std::size_t size)
         }
         at += 64;
     }
-    // The rest with zeros behind it, at least one.
+    // The rest, padded with at least one zero.
     while (at <= size) {
         alignas(16) char rest[16] = {};
         const std::size_t left = size - at < 16 ? size - at : 16;

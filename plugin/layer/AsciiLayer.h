@@ -35,7 +35,7 @@ Orvane::BSharedPtr<Orvane::BFeature> ParsedToFeature(const Row& fields,
                                                      const Orvane::BString& zFormat);
 
 /// Reads one coordinate. With an empty format the whole text must be a finite number or NaN
-/// (white space in front is allowed); with a format it is BString::FromFormattedDegrees.
+/// (leading white space is allowed); with a format it is BString::FromFormattedDegrees.
 /// @return false when the text does not fit; `value` is not to be used then. Nothing is thrown.
 bool ParseCoordinate(const Orvane::BString& text, const Orvane::BString& format, double& value);
 

@@ -31,7 +31,7 @@ struct RowPoint
     bool hasZ = false;
     bool failed = false;
 
-    /// Rule: one coordinate that fails takes the whole point away for good.
+    /// Rule: one coordinate that fails removes the whole point for good.
     void Fail() noexcept
     {
         failed = true;
@@ -278,7 +278,7 @@ std::int64_t RowPlan::FindNameField(std::size_t fieldCount) const
     if (!m_hasNameColumn) {
         return -1;
     }
-    // Rule: the bounds test lets the column right behind the row pass; the access then fails with
+    // Rule: the bounds test accepts the column right after the row; the access then fails with
     // an error of its own.
     if (m_nameFieldIndex < 0 || m_nameFieldIndex > static_cast<std::int64_t>(fieldCount)) {
         // Rule: the location stands first here.
@@ -305,7 +305,7 @@ bool RowPlan::ParseCoordinate(std::basic_string_view<Unit> text,
         value = BString::FromFormattedDegrees(format, MakeString(text, unit));
         return true;
     } catch (const std::exception&) {
-        // Rule: whatever goes wrong in a coordinate only means that it did not parse.
+        // Rule: any failure in a coordinate only means that it did not parse.
         return false;
     }
 }
@@ -386,7 +386,7 @@ void RowPlan::Convert(const Fields& fields, ETextUnit unit, Sink& sink) const
                 take(text, m_y, point.y);
                 ++coordinates;
             } else if (fieldIndex == m_z.fieldIndex) {
-                // Rule: a Z column in front of X and Y makes the point, as they do.
+                // Rule: a Z column before X and Y makes the point, as they do.
                 take(text, m_z, point.z);
                 point.hasZ = true;
                 ++coordinates;

@@ -100,7 +100,7 @@ void BlockRows::Pass(std::size_t rows)
     m_lines.SkipTo(m_positions[m_nextPosition] + std::size_t{1});
 }
 
-bool BlockRows::TakeLine(SourceLine& line)
+bool BlockRows::ReadLine(SourceLine& line)
 {
     std::size_t end = m_nextPosition + 1;
     while (!IsLineEnd(end)) {
@@ -119,7 +119,7 @@ bool BlockRows::TakeLine(SourceLine& line)
     return !text.empty() || !m_ignoresBlankRows;
 }
 
-/// Indexes the next window behind the positions that are left. @return false at the block's end.
+/// Indexes the next window, after the positions that are left. @return false at the block's end.
 bool BlockRows::IndexMore()
 {
     if (m_indexedTo >= m_block.end) {
@@ -150,7 +150,7 @@ bool BlockRows::IndexMore()
     return true;
 }
 
-/// Passes over the empty lines that stand in front of the next row, when they are ignored.
+/// Skips the empty lines before the next row, where blank rows are ignored.
 void BlockRows::SkipBlankLines()
 {
     if (!m_ignoresBlankRows || m_isLongLine) {
@@ -174,7 +174,7 @@ bool BlockRows::IsLineEnd(std::size_t positionIndex) const noexcept
     return m_block.text[m_positions[positionIndex]] == m_structure.lineEnd;
 }
 
-/// Rows from the next one on that have one field for every plan and are not empty altogether.
+/// Counts the rows from the next one on that have as many fields as a regular row, not all empty.
 std::size_t BlockRows::CountRegularRows()
 {
     const std::size_t fields = m_fieldCount;

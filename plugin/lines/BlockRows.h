@@ -13,11 +13,12 @@
 
 namespace AsciiReader {
 
-/// Walks over the lines of blocks of bytes. Lines that have a given number of fields, of which not
-/// all are empty, are found in runs, to be worked on column by column; all others come one by one.
+/// Iterates over the lines of blocks of bytes. Lines that have a given number of fields, of which
+/// not all are empty, are found in runs, for conversion column by column; all others come one by
+/// one.
 ///
 /// Use: per block `Begin`, then per step `FindNext`: for Rows call MakeRun and Pass, for Line call
-/// TakeLine. The line source learns of every row and line that was passed, so that a walk may end
+/// ReadLine. The line source learns of every row and line that was passed, so that a walk may end
 /// anywhere.
 ///
 /// Memory: the positions of a window of 64 to 512 KiB.
@@ -52,10 +53,10 @@ public:
 
     /// The fields of one column over the next rows. @param rows at most GetRowCount()
     [[nodiscard]] Kernels::FieldRun MakeRun(std::size_t fieldIndex, std::size_t rows) const;
-    /// Goes on behind the next rows.
+    /// Skips the next rows.
     void Pass(std::size_t rows);
-    /// Takes one line, regular or not. @return false for an empty line that is passed over
-    bool TakeLine(SourceLine& line);
+    /// Consumes one line, regular or not. @return false for an empty line that is skipped
+    bool ReadLine(SourceLine& line);
 
     [[nodiscard]] const LineBlock& GetBlock() const noexcept { return m_block; }
 
@@ -72,11 +73,11 @@ private:
     LineBlock m_block{};
     Kernels::Structure m_structure;
     Kernels::IndexState m_indexState;
-    /// Entry 0 is the position in front of the next row; the positions of m_positionCount
+    /// Entry 0 is the position before the next row; the positions of m_positionCount
     /// separators and line ends follow.
     Orvane::BPageArray<std::uint32_t> m_positions;
     std::size_t m_positionCount = 0;
-    std::size_t m_nextPosition = 0; ///< index of the position in front of the next row
+    std::size_t m_nextPosition = 0; ///< index of the position before the next row
     std::size_t m_rowCount = 0;
     std::size_t m_indexedTo = 0;
     bool m_isMixedWindow = false; ///< the window holds rows that are not regular
@@ -86,7 +87,7 @@ private:
 /// One field as it stands in the block, quotes included.
 inline std::string_view PartAt(const Kernels::FieldRun& run, std::size_t row)
 {
-    // An index of -1 would wrap in front of the first field.
+    // An index of -1 would wrap before the first field.
     const std::uint32_t* const position = run.ends + row * run.stride;
     const std::uint32_t begin = *(position - 1) + 1;
     const std::uint32_t end = *position - run.trim;

@@ -341,7 +341,7 @@ bool LineSource::Refill()
     if (m_isRewound && Replay() && m_entries.Any()) {
         return true;
     }
-    // A block of nothing but blank lines, or of a part of one line, gives no entries: go on.
+    // A block of blank lines alone, or of part of one line, gives no entries.
     while (!m_isFinished) {
         if (m_device->atEnd() && m_carryBegin == m_textSize && m_undecoded == 0) {
             return false;
@@ -400,7 +400,7 @@ void LineSource::ChooseCodec()
     }
 }
 
-/// A file without line endings would be read into memory whole, however large it is.
+/// Without this bound a file without line endings would be read into memory whole.
 void LineSource::RequireShortCarry() const
 {
     if (m_textSize - m_carryBegin > m_maxLineSize) {
@@ -418,7 +418,7 @@ std::uint64_t LineSource::GetUnreadBytes() const
     return static_cast<std::uint64_t>(std::max<qint64>(m_device->size() - m_device->pos(), 0));
 }
 
-/// Moves what the last block left to the front of the buffer and reads the next bytes behind it.
+/// Moves the carry to the front of the buffer and reads the next bytes after it.
 std::size_t LineSource::ReadBytes()
 {
     const std::size_t carry = m_textSize - m_carryBegin;
@@ -459,7 +459,7 @@ std::size_t LineSource::ReadBytes()
         if (answer < 0 && got == 0) {
             ThrowReadFailure();
         }
-        // What was read in front of a failure is used; the next block meets the failure again.
+        // Bytes read before a failure are used; the next block meets the failure again.
         piece = static_cast<std::size_t>(std::max<qint64>(answer, 0));
         if (m_unit != ETextUnit::Utf16) {
             Kernels::Best().survey(to, piece, m_survey);
@@ -467,7 +467,7 @@ std::size_t LineSource::ReadBytes()
         got += piece;
     } while (piece == asked && got < wanted);
     m_bytes.Resize(kept + got);
-    // What is made of the padding is dropped, in ways that memory checkers can't follow.
+    // Results from the padding are dropped, in ways that memory checkers cannot follow.
     std::memset(m_bytes.Data() + m_bytes.GetSize(), 0, Kernels::kPadding);
     return got;
 }
@@ -488,8 +488,7 @@ void LineSource::Decode(std::size_t newBytes, bool isLast)
     }
 }
 
-/// Takes valid UTF-8 as it stands; anything else, from here to the file's end, as the codec
-/// decodes it.
+/// Keeps valid UTF-8 as bytes; from the first fault to the file's end the codec decodes.
 void LineSource::DecodeUtf8(bool isLast)
 {
     const std::size_t begin = m_textSize;
@@ -518,7 +517,7 @@ void LineSource::DecodeUtf8(bool isLast)
     m_textSize = begin + check.validSize - skipped;
 }
 
-/// Goes over from bytes to UTF-16 for good; the text so far is converted.
+/// Switches from bytes to UTF-16 for good; the text so far is converted.
 void LineSource::WidenText()
 {
     std::u16string wide;
@@ -534,7 +533,7 @@ void LineSource::DecodeWide(std::string_view bytes, bool isLast)
 {
     QString decoded;
     if (m_codec->mibEnum() == kUtf8Mib) {
-        // The codec's own state loses what follows a cut sequence; whole characters need no state.
+        // The codec's state loses what follows a cut sequence; whole characters need no state.
         m_undecodedBytes.append(bytes);
         const std::size_t kept = isLast ? 0 : CountIncompleteTail(m_undecodedBytes);
         const std::size_t size = m_undecodedBytes.size() - kept;
@@ -564,7 +563,7 @@ void LineSource::DecodeWide(std::string_view bytes, bool isLast)
             0, m_undecodedBytes.size() - std::min(m_undecodedBytes.size(), kMaxCharacter));
         m_isAtFileStart = false;
     }
-    // A codec that gets no memory gives nothing and does not say so.
+    // A codec that finds no memory returns an empty text and reports nothing.
     if (decoded.isEmpty() && bytes.size() > kMaxSilentBytes) {
         throw std::bad_alloc();
     }
@@ -588,7 +587,7 @@ void LineSource::AppendCutCharacter(std::string_view bytes, qsizetype left, QStr
         decoded += m_codec->toUnicode(cut.data(), static_cast<int>(cut.size()));
         return;
     }
-    // A character in front keeps the bytes from being taken for a byte order mark.
+    // A leading character keeps the bytes from being read as a byte order mark.
     QTextCodec::ConverterState noHeader(QTextCodec::IgnoreHeader);
     const QChar front(u'a');
     QByteArray whole = m_codec->fromUnicode(&front, 1, &noHeader);
@@ -605,7 +604,7 @@ void LineSource::CutBlock(bool isLast)
     }
 }
 
-/// Whether a "\r" stands at `from` or behind it.
+/// Whether there is a "\r" at `from` or after it.
 template <typename Unit>
 bool LineSource::HasReturn(Text<Unit> text, std::size_t from) const noexcept
 {
@@ -620,7 +619,7 @@ bool LineSource::HasReturn(Text<Unit> text, std::size_t from) const noexcept
     }
 }
 
-/// Number of quotes in front of `cutEnd`; those behind it are kept for the next block.
+/// Number of quotes before `cutEnd`; those after it are kept for the next block.
 template <typename Unit>
 std::size_t LineSource::CountLineQuotes(Text<Unit> text, std::size_t cutEnd) noexcept
 {
@@ -670,7 +669,7 @@ void LineSource::CutText(Text<Unit> text, bool isLast)
     m_entries.linesTextEnd = cutEnd;
     const std::size_t endingSize = m_entries.ending == Ending::CrLf ? 2 : 1;
     if (quotes % 2 != 0) {
-        // Rule: the lines in front of the one that stays open are kept.
+        // Rule: the lines before the one that stays open are kept.
         std::size_t begin = 0;
         std::size_t end = FindLogicalEnd(text.substr(0, cutEnd), begin);
         while (end < cutEnd) {

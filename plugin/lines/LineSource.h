@@ -27,7 +27,7 @@ namespace AsciiReader {
 struct SourceLine
 {
     TextView text;
-    /// Set for lines whose quotes may not balance: the file's last line without a line ending, and
+    /// Whether the quotes may not balance: in the file's last line without a line ending, and in
     /// lines that were put back.
     bool mayBeUnbalanced = false;
 };
@@ -35,9 +35,9 @@ struct SourceLine
 /// The pending lines that one block holds in bytes, uncut.
 struct LineBlock
 {
-    const char* text;  ///< kPadding bytes of Kernels.h are readable behind `end`
+    const char* text;  ///< kPadding bytes of Kernels.h are readable after `end`
     std::size_t begin; ///< where the next pending line begins
-    std::size_t end;   ///< behind the line ending of the last one
+    std::size_t end;   ///< after the line ending of the last one
     char lineEnd;      ///< last byte of a line ending
     bool isCrLf;       ///< a line ending is "\r\n"
     bool hasQuotes;    ///< lines go on over endings inside quotes; quotes balance from begin to end
@@ -49,14 +49,15 @@ struct LineBlock
 /// A block is read, decoded once and kept; lines are views into it. ISO-8859-1 and valid UTF-8
 /// stay bytes; everything else is decoded to UTF-16. The rules of one block:
 ///
-/// - The block's text is what the last block left behind its last line ending, and the new text.
+/// - The block's text is the carry, what the last block had after its last line ending, and the new
+///   text.
 /// - It is cut by one kind of line ending: "\r\n" when it holds that anywhere, else "\n", else
 ///   "\r". Other endings stay inside the lines.
-/// - What stands behind the last ending is left for the next block. The rest is cut into lines; a
-///   line goes on over an ending while its double quotes are odd. When the quotes of the rest do
-///   not balance, the refill throws; the lines in front of the open quote stay pending.
+/// - Text after the last ending is carried to the next block. The rest is cut into lines; a line
+///   continues over an ending while its double quotes do not balance. When the quotes of the rest
+///   do not balance, the refill throws; the lines before the open quote stay pending.
 /// - Empty lines at the end of a block that is not the last are dropped.
-/// - The last block gives its lines, then what stands behind the last ending (trailing white space
+/// - The last block gives its lines, then the text after the last ending (trailing white space
 ///   removed), then one empty line.
 ///
 /// Memory: one block, and the line that spans blocks as far as it is read, at most 2 GiB. Time:
@@ -103,20 +104,20 @@ public:
 
     [[nodiscard]] bool IgnoresBlankRows() const noexcept { return m_ignoresBlankRows; }
 
-    /// Gives the foremost pending entries uncut. @return false when they are not lines of a block
+    /// Gives the next pending entries uncut. @return false when they are not lines of a block
     /// that stayed bytes, or when the block is too large for 32-bit positions.
     [[nodiscard]] bool GetBlock(LineBlock& block) const noexcept;
-    /// Drops the lines of GetBlock in front of `position`, where a line begins or the block ends.
+    /// Drops the lines of GetBlock before `position`, where a line begins or the block ends.
     void SkipTo(std::size_t position) noexcept;
 
     [[nodiscard]] bool HasPending() const noexcept;
     /// True when the device is at its end and nothing is pending.
     [[nodiscard]] bool AtEnd() const;
 
-    /// Bytes of the file behind the last block; 0 where the device does not know.
+    /// Bytes of the file after the last block; 0 where the device does not know.
     [[nodiscard]] std::uint64_t GetUnreadBytes() const;
 
-    /// Puts two lines in front of the pending ones, `first` foremost.
+    /// Puts two lines before the pending ones; `first` is the next to be handed out.
     void PutBack(const Orvane::BString& first, const Orvane::BString& second);
 
     /// Back to the file's first byte; nothing is pending afterwards. When the first block is still
@@ -192,7 +193,7 @@ private:
     BlockWatcher m_watcher;
 
     // The block's text: bytes or UTF-16, by m_unit. Bytes that begin an incomplete UTF-8 character
-    // stand behind it.
+    // follow it.
     ETextUnit m_unit = ETextUnit::Latin1;
     Orvane::BPageArray<char> m_bytes;
     Orvane::BPageArray<char16_t> m_wide;
@@ -204,7 +205,7 @@ private:
     std::size_t m_freshBegin = 0;   ///< where the text starts that was read with this block
     Kernels::Survey m_survey;       ///< what the bytes of this block hold
 
-    std::deque<Orvane::BString> m_putBack; ///< foremost of the pending entries
+    std::deque<Orvane::BString> m_putBack; ///< first of the pending entries
     Orvane::BString m_handedOut;           ///< keeps a line that was put back while it is in use
     Entries m_entries;
 

@@ -15,8 +15,8 @@ using Orvane::EVariantType;
 
 namespace {
 
-/// Takes the lines of a file into a schema: runs of regular rows of a block column by column, all
-/// others row by row. Both ways give the same schema.
+/// Widens a schema by the lines of a file: runs of regular rows of a block column by column, all
+/// others row by row. Both paths give the same schema.
 class AllRows
 {
 public:
@@ -28,7 +28,7 @@ public:
         , m_rows(lines)
     {}
 
-    void TakeFirst(const TextView& line)
+    void WidenByFirst(const TextView& line)
     {
         const std::size_t count = m_reader.Split(line);
         m_reader.RemoveCoordinates();
@@ -42,7 +42,7 @@ public:
         ++m_lineNumber;
     }
 
-    void Take(const TextView& line)
+    void WidenByLine(const TextView& line)
     {
         m_reader.Split(line);
         m_reader.RemoveCoordinates();
@@ -50,8 +50,8 @@ public:
         ++m_lineNumber;
     }
 
-    /// Takes the lines of the pending block. @return false when there is none of bytes
-    bool TakeBlock()
+    /// Uses the lines of the pending block. @return false when there is none of bytes
+    bool WidenByBlock()
     {
         if (!m_rows.Begin()) {
             return false;
@@ -65,8 +65,8 @@ public:
                 m_rows.Pass(m_rows.GetRowCount());
                 break;
             case BlockRows::Found::Line:
-                if (m_rows.TakeLine(line)) {
-                    Take(line.text);
+                if (m_rows.ReadLine(line)) {
+                    WidenByLine(line.text);
                 }
                 break;
             case BlockRows::Found::End:
@@ -159,16 +159,16 @@ ScanAllRows(LineSource& lines, const ReadOptions& options, const QRegularExpress
     lines.Next(line);
     try {
         if (!lines.AtEnd()) {
-            rows.TakeFirst(line.text);
+            rows.WidenByFirst(line.text);
         }
         while (!lines.AtEnd()) {
-            if (rows.TakeBlock()) {
+            if (rows.WidenByBlock()) {
                 continue;
             }
             // Rule: the entry at which the file is at its end is no row.
             lines.Next(line);
             if (!lines.AtEnd()) {
-                rows.Take(line.text);
+                rows.WidenByLine(line.text);
             }
         }
     } catch (const Orvane::BIndexOutOfBoundsException& error) {

@@ -22,11 +22,11 @@ namespace AsciiUtils {
 ///
 /// - `separator` is not valid and `columnWidths` is empty: no fields.
 /// - `separator` is not valid and there are widths: fixed widths; fields are not unquoted, a short
-///   line gives fewer fields, what stands past the widths is dropped.
+///   line gives fewer fields, text past the widths is dropped.
 /// - `separator` is valid (the empty pattern is) and there are widths: no fields.
 /// - else the line is cut where the pattern matches, empty parts kept. A part that begins with a
 ///   quote loses its first and its last unit, whatever the last one is; then each pair of quotes
-///   becomes one quote, left to right; then each backslash in front of a quote goes. A line whose
+///   becomes one quote, left to right; then each backslash before a quote is dropped. A line whose
 ///   parts were all empty before that has no fields at all.
 ///
 /// A pattern that stands for a literal separator outside quotes (those of SplitPatterns.h) costs
@@ -52,10 +52,10 @@ bool IsBooleanWord(const Orvane::BString& text);
 /// Whether the text, case ignored, is one of 1, y, t, yes, true.
 bool IsTrueWord(const Orvane::BString& text);
 
-/// Takes the coordinate columns out of a row. A negative `zIndex` means that there is no Z column.
+/// Removes the coordinate columns of a row. A negative `zIndex` means that there is no Z column.
 ///
-/// Without Z the higher of X and Y goes first; equal indices take the field there and the one
-/// behind it. With Z nothing is removed when two of the three are equal.
+/// Without Z the higher of X and Y goes first; equal indices remove the field there and the one
+/// after it. With Z nothing is removed when two of the three are equal.
 /// @throws BIndexOutOfBoundsException("AsciiUtils::RemoveXYZ", "Expected at least 2 (x, y) fields,
 ///     but only %d present.") or (..., "Expected at least 3 fields (x, y, z), but only %d
 ///     present."); BException("BAsciiFile::RemoveXYZ", "Attempting to remove X/Y/Z columns failed.

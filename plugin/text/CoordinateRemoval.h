@@ -1,4 +1,4 @@
-// Takes the coordinate columns out of a row, whatever its fields are stored in.
+// Removes the coordinate columns of a row, whatever its fields are stored in.
 #pragma once
 
 #include <Orvane/BException.h>

@@ -1,7 +1,9 @@
-// Cuts lines into fields by literal, by pattern or by widths, and takes the quotes off.
+// Cuts lines into fields by literal, by pattern or by widths, and removes quotes.
 #include "text/Separator.h"
 
 #include "text/ValueRules.h"
+
+#include <Orvane/BUnicode.h>
 
 #include <algorithm>
 #include <cstring>
@@ -62,10 +64,10 @@ std::optional<std::u16string> ReadLiteral(const QRegularExpression& pattern)
 bool IsWellFormed(std::u16string_view text)
 {
     for (std::size_t at = 0; at < text.size(); ++at) {
-        if (QChar::isHighSurrogate(text[at]) && at + 1 < text.size() &&
-            QChar::isLowSurrogate(text[at + 1])) {
+        if (Orvane::BUnicode::IsHighSurrogate(text[at]) && at + 1 < text.size() &&
+            Orvane::BUnicode::IsLowSurrogate(text[at + 1])) {
             ++at;
-        } else if (QChar::isSurrogate(text[at])) {
+        } else if (Orvane::BUnicode::IsSurrogate(text[at])) {
             return false;
         }
     }
@@ -80,7 +82,7 @@ std::size_t SizeOfLastUnit(std::string_view text, ETextUnit unit, bool& isHalf)
     }
     std::size_t size = 1;
     while (size < text.size() &&
-           (static_cast<unsigned char>(text[text.size() - size]) & 0xC0U) == 0x80U) {
+           Orvane::BUnicode::IsContinuation(static_cast<unsigned char>(text[text.size() - size]))) {
         ++size;
     }
     isHalf = size == 4;
@@ -111,8 +113,8 @@ DropOuter(std::basic_string_view<Unit> part, ETextUnit textUnit, bool& isHalf)
     return part;
 }
 
-/// Takes quotes and escapes off one part. A part that must change is appended to `unquoted`, which
-/// has room for it. Pairs of quotes become one, then backslashes in front of quotes go.
+/// Removes quotes and escapes of one part. A part that must change is appended to `unquoted`, which
+/// has room for it. Pairs of quotes become one, then backslashes before quotes are dropped.
 template <typename Unit>
 std::basic_string_view<Unit> UnquotePart(std::basic_string_view<Unit> part,
                                          ETextUnit textUnit,
@@ -134,7 +136,7 @@ std::basic_string_view<Unit> UnquotePart(std::basic_string_view<Unit> part,
         if (from < part.size() && part[from] == kQuote) {
             ++from;
         }
-        // Quotes in a row are taken without a search for each.
+        // Quotes in a row need no search for each.
         while (from < part.size() && part[from] == kQuote) {
             unquoted.push_back(kQuote);
             const bool isPair = from + 1 < part.size() && part[from + 1] == kQuote;
@@ -204,8 +206,8 @@ public:
 private:
     void Add(std::basic_string_view<Unit> part, bool mayHaveQuotes)
     {
-        // Empty parts at the start only count until a part has content, so that a line of nothing
-        // but separators takes no memory.
+        // Empty parts at the start are only counted until a part has content, so that a line of
+        // nothing but separators needs no memory.
         if (!m_anyContent) {
             m_anyContent = true;
             m_out.fields.resize(m_leadingEmpty);
@@ -354,21 +356,22 @@ bool Separator::SplitLiteral(std::basic_string_view<Unit> line,
                 isLeftUnbalanced = !isLeftUnbalanced;
             }
         }
-    } else if (!separator.empty()) { // an empty one stands for a text that this encoding can't hold
+    } else if (!separator
+                    .empty()) { // an empty one stands for a text that this encoding cannot hold
         std::size_t at = line.find(separator);
         while (at != kNone) {
-            const std::size_t behind = at + separator.size();
-            // `behind` only grows, so that each quote is counted once.
-            while (quoteAt < behind) {
+            const std::size_t after = at + separator.size();
+            // `after` only grows, so that each quote is counted once.
+            while (quoteAt < after) {
                 isLeftUnbalanced = !isLeftUnbalanced;
                 quoteAt = line.find(kQuote, quoteAt + 1);
             }
             const bool splits = isLeftUnbalanced == isLineUnbalanced;
             if (splits) {
                 take(at);
-                begin = behind;
+                begin = after;
             }
-            at = line.find(separator, splits ? behind : at + 1);
+            at = line.find(separator, splits ? after : at + 1);
         }
     }
     take(line.size());
@@ -377,14 +380,14 @@ bool Separator::SplitLiteral(std::basic_string_view<Unit> line,
 
 void Separator::SplitEmpty(std::u16string_view line, FieldList<char16_t>& out) const
 {
-    // The empty literal stands between any two characters with an even number of quotes behind.
+    // The empty literal matches between any two characters that an even number of quotes follows.
     RowBuilder<char16_t> row(out, line.size(), ETextUnit::Utf16);
     bool isRightUnbalanced = ValueRules::CountQuotes<char16_t>(line) % 2 != 0;
     std::size_t begin = 0;
     for (std::size_t at = 0; at <= line.size(); ++at) {
         const bool isInsidePair = at > 0 && at < line.size() &&
-                                  QChar::isHighSurrogate(line[at - 1]) &&
-                                  QChar::isLowSurrogate(line[at]);
+                                  Orvane::BUnicode::IsHighSurrogate(line[at - 1]) &&
+                                  Orvane::BUnicode::IsLowSurrogate(line[at]);
         if (!isRightUnbalanced && !isInsidePair) {
             row.Append(line.substr(begin, at - begin));
             begin = at;
@@ -420,8 +423,8 @@ void Separator::SplitWidths(std::u16string_view line, FieldList<char16_t>& out) 
     std::int64_t position = 0;
     const auto size = static_cast<std::int64_t>(line.size());
     for (const std::int32_t width : m_widths) {
-        // Rule: a negative width takes the rest of the line and moves the position back; in front
-        // of the line there are no fields.
+        // Rule: a negative width gives the rest of the line and moves the position back; before
+        // the line there are no fields.
         if (position < 0 || position >= size) {
             break;
         }

@@ -1,4 +1,4 @@
-// Cuts lines into fields: the one splitter behind every operation that splits.
+// Cuts lines into fields: the one splitter of every operation that splits.
 #pragma once
 
 #include "text/TextView.h"
@@ -24,8 +24,8 @@ struct FieldList
 
 /// How the lines of a file are cut into fields, worked out once per pattern and list of widths.
 ///
-/// A pattern that stands for a literal text outside quotes is carried out by a linear scan: a
-/// separator splits when the number of quotes behind it in the line is even. Any other pattern is
+/// A pattern for a literal text outside quotes is matched by a linear scan: a separator splits when
+/// the number of quotes after it in the line is even. Any other pattern is
 /// given to the regular-expression engine.
 class Separator
 {
@@ -44,7 +44,7 @@ public:
 private:
     enum class Kind { NoFields, Widths, Literal, Empty, Pattern };
 
-    /// @return false when a field can't be expressed in the line's unit
+    /// @return false when a field cannot be expressed in the line's unit
     template <typename Unit>
     bool SplitLiteral(std::basic_string_view<Unit> line,
                       ETextUnit textUnit,
@@ -102,7 +102,7 @@ public:
     /// Makes the whole line the only field.
     void SetWhole(const TextView& line);
     void SetEmpty() noexcept;
-    /// Takes ready fields; the texts must outlive the row.
+    /// Uses ready fields; the texts must outlive the row.
     void SetFields(const std::vector<Orvane::BString>& fields);
 
 private:
@@ -118,7 +118,7 @@ private:
 /// character of four UTF-8 bytes is left as the character's first byte.
 std::string_view DropOuterQuotes(std::string_view part, ETextUnit unit);
 
-/// Takes quotes and escapes off one part of a line: the rule of AsciiUtils::SplitLine.
+/// Removes quotes and escapes of one part of a line: the rule of AsciiUtils::SplitLine.
 /// @param scratch holds the result when it is no longer a piece of the part
 /// @return false when the result is no valid text of that unit: half of a character is left over
 bool Unquote(std::string_view part, ETextUnit unit, std::string& scratch, std::string_view& result);

@@ -1,6 +1,8 @@
 // Tells whether bytes are valid UTF-8.
 #include "text/Utf8.h"
 
+#include <Orvane/BUnicode.h>
+
 #include <cstdint>
 #include <cstring>
 
@@ -9,37 +11,6 @@ namespace AsciiReader {
 namespace {
 
 constexpr std::uint64_t kHighBits = 0x8080808080808080U;
-
-/// Length of the character that `lead` begins, and the range of its second byte; 0 for a byte that
-/// begins none.
-struct Lead
-{
-    std::size_t size;
-    unsigned char secondFirst;
-    unsigned char secondLast;
-};
-
-Lead LeadOf(unsigned char lead) noexcept
-{
-    if (lead < 0x80) {
-        return {1, 0, 0};
-    }
-    if (lead < 0xC2 || lead > 0xF4) {
-        return {0, 0, 0};
-    }
-    if (lead < 0xE0) {
-        return {2, 0x80, 0xBF};
-    }
-    if (lead < 0xF0) {
-        const bool isSurrogateRow = lead == 0xED;
-        return {3,
-                static_cast<unsigned char>(lead == 0xE0 ? 0xA0 : 0x80),
-                static_cast<unsigned char>(isSurrogateRow ? 0x9F : 0xBF)};
-    }
-    return {4,
-            static_cast<unsigned char>(lead == 0xF0 ? 0x90 : 0x80),
-            static_cast<unsigned char>(lead == 0xF4 ? 0x8F : 0xBF)};
-}
 
 } // namespace
 
@@ -59,7 +30,7 @@ Utf8Check CheckUtf8(std::string_view bytes) noexcept
         if (at == size) {
             break;
         }
-        const Lead lead = LeadOf(byteAt(at));
+        const Orvane::BUnicode::Utf8Lead lead = Orvane::BUnicode::LeadOf(byteAt(at));
         if (lead.size == 0) {
             return {at, false};
         }
@@ -68,8 +39,8 @@ Utf8Check CheckUtf8(std::string_view bytes) noexcept
                 return {at, true};
             }
             const unsigned char byte = byteAt(at + index);
-            const bool fits = index == 1 ? byte >= lead.secondFirst && byte <= lead.secondLast
-                                         : (byte & 0xC0U) == 0x80U;
+            const bool fits = index == 1 ? byte >= lead.secondLow && byte <= lead.secondHigh
+                                         : Orvane::BUnicode::IsContinuation(byte);
             if (!fits) {
                 return {at, false};
             }
@@ -83,7 +54,8 @@ std::size_t CountIncompleteTail(std::string_view bytes) noexcept
 {
     for (std::size_t size = 1; size <= 3 && size <= bytes.size(); ++size) {
         const std::string_view tail = bytes.substr(bytes.size() - size);
-        const Lead lead = LeadOf(static_cast<unsigned char>(tail.front()));
+        const Orvane::BUnicode::Utf8Lead lead =
+            Orvane::BUnicode::LeadOf(static_cast<unsigned char>(tail.front()));
         if (lead.size > size) {
             const Utf8Check check = CheckUtf8(tail);
             return check.validSize == 0 && check.isValidSoFar ? size : 0;
