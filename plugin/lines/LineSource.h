@@ -1,24 +1,20 @@
-// Decodes a file block by block and cuts the blocks into logical lines.
+// Hands out the logical lines of a file.
 #pragma once
 
-#include "kernels/Kernels.h"
+#include "lines/BlockReader.h"
+#include "lines/BlockText.h"
+#include "lines/LineCutter.h"
+#include "lines/TextDecoder.h"
 #include "text/ReadOptions.h"
 #include "text/TextView.h"
 
-#include <Orvane/BFeaturePage.h>
 #include <Orvane/BString.h>
 
 #include <QFile>
-#include <QTextCodec>
 
 #include <cstddef>
 #include <cstdint>
 #include <deque>
-#include <functional>
-#include <memory>
-#include <optional>
-#include <string>
-#include <string_view>
 #include <utility>
 
 namespace AsciiReader {
@@ -85,11 +81,7 @@ public:
     /// caller and must outlive its use here.
     void SetDevice(QFile* device);
 
-    /// Called for every block before its lines are given, or before the refill throws: the block's
-    /// text, valid as long as its lines, and how much of it is complete lines; all of it for the
-    /// last block.
-    using BlockWatcher = std::function<void(const TextView& text, std::size_t cutEnd)>;
-
+    /// See BlockWatcher; an empty one for none.
     void SetBlockWatcher(BlockWatcher watcher) { m_watcher = std::move(watcher); }
 
     /// Hands out the next entry; empty ones are passed over where blank rows are ignored.
@@ -115,7 +107,7 @@ public:
     [[nodiscard]] bool AtEnd() const;
 
     /// Bytes of the file after the last block; 0 where the device does not know.
-    [[nodiscard]] std::uint64_t GetUnreadBytes() const;
+    [[nodiscard]] std::uint64_t GetUnreadBytes() const { return m_reader.GetUnreadBytes(); }
 
     /// Puts two lines before the pending ones; `first` is the next to be handed out.
     void PutBack(const Orvane::BString& first, const Orvane::BString& second);
@@ -128,99 +120,26 @@ public:
     void Release();
 
 private:
-    enum class Ending : std::uint8_t { None, CrLf, Lf, Cr };
-
-    /// What the file looked like when its first block was read.
-    struct Stamp
-    {
-        qint64 size = -1;
-        qint64 modified = -1;
-        friend bool operator==(const Stamp&, const Stamp&) = default;
-    };
-
-    /// The entries that a block gives, as positions in the text: lines of the block, then the last
-    /// line, then the empty entry at the end.
-    struct Entries
-    {
-        std::size_t lineBegin = 0;
-        std::size_t linesEnd = 0;
-        std::size_t linesTextEnd = 0; ///< with the ending of the last line
-        std::size_t lastLineBegin = 0;
-        std::size_t lastLineEnd = 0;
-        Ending ending = Ending::None;
-        bool haveQuotes = false;
-        bool hasLastLine = false;
-        bool hasFinalEmpty = false;
-
-        [[nodiscard]] bool Any() const noexcept
-        {
-            return lineBegin < linesEnd || hasLastLine || hasFinalEmpty;
-        }
-    };
-
     bool NextEntry(SourceLine& line);
-    void SkipBlankLines() noexcept;
     bool Refill();
     bool Replay();
-    [[noreturn]] void ThrowReadFailure() const;
     void Restart();
-    void ChooseCodec();
-    void RequireShortCarry() const;
-    std::size_t ReadBytes();
-    void Decode(std::size_t newBytes, bool isLast);
-    void DecodeUtf8(bool isLast);
-    void DecodeWide(std::string_view bytes, bool isLast);
-    void AppendCutCharacter(std::string_view bytes, qsizetype left, QString& decoded) const;
-    void WidenText();
-    void CutBlock(bool isLast);
-    template <typename Unit>
-    void CutText(std::basic_string_view<Unit> text, bool isLast);
-    template <typename Unit>
-    bool HasReturn(std::basic_string_view<Unit> text, std::size_t from) const noexcept;
-    template <typename Unit>
-    std::size_t CountLineQuotes(std::basic_string_view<Unit> text, std::size_t cutEnd) noexcept;
-    template <typename Unit>
-    std::size_t FindLogicalEnd(std::basic_string_view<Unit> text, std::size_t from) const noexcept;
-    [[nodiscard]] TextView MakeView(std::size_t from, std::size_t to) const noexcept;
-    [[nodiscard]] Stamp MakeStamp() const;
 
-    std::optional<Orvane::BString> m_codecName;
-    bool m_usesLocaleCodec;
     bool m_ignoresBlankRows;
-    std::size_t m_blockSize;
-    std::size_t m_maxLineSize;
-    QFile* m_device = nullptr;
+    BlockReader m_reader;
+    TextDecoder m_decoder;
     BlockWatcher m_watcher;
-
-    // The block's text: bytes or UTF-16, by m_unit. Bytes that begin an incomplete UTF-8 character
-    // follow it.
-    ETextUnit m_unit = ETextUnit::Latin1;
-    Orvane::BPageArray<char> m_bytes;
-    Orvane::BPageArray<char16_t> m_wide;
-    std::size_t m_textSize = 0;
-    std::size_t m_undecoded = 0;
-    std::size_t m_carryBegin = 0;   ///< where the text starts that the next block takes over
-    std::size_t m_carryScanned = 0; ///< units of that text known to hold no line ending
-    std::size_t m_carryQuotes = 0;  ///< quotes in that text, while it is bytes
-    std::size_t m_freshBegin = 0;   ///< where the text starts that was read with this block
-    Kernels::Survey m_survey;       ///< what the bytes of this block hold
-
+    BlockText m_block;
+    BlockEntries m_entries;
     std::deque<Orvane::BString> m_putBack; ///< first of the pending entries
     Orvane::BString m_handedOut;           ///< keeps a line that was put back while it is in use
-    Entries m_entries;
-
-    QTextCodec* m_codec = nullptr;
-    std::unique_ptr<QTextCodec::ConverterState> m_decoder; ///< for text decoded to UTF-16
-    /// UTF-8: bytes of an incomplete character; other codecs: the last bytes decoded.
-    std::string m_undecodedBytes;
-    bool m_isAtFileStart = true; ///< no character was decoded yet
-    bool m_isFinished = false;   ///< the last block was cut
+    bool m_isFinished = false;             ///< the last block was cut
 
     // For reading the first block once, however often the file is rewound.
     bool m_isRewound = false;
     bool m_holdsFirstBlock = false;
-    Entries m_firstEntries;
-    Stamp m_stamp;
+    BlockEntries m_firstEntries;
+    BlockReader::Stamp m_stamp;
 };
 
 } // namespace AsciiReader
