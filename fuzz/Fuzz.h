@@ -23,7 +23,7 @@ std::string MakeInput(Dice& dice);
 /// Prints the message to standard error and aborts.
 [[noreturn]] void Fail(const std::string& message);
 
-/// Fails when the two are not the same. @param what names the answer that is looked at
+/// Fails when the two are not the same. @param what names the answer that is compared
 void ExpectSame(const std::string& what, const std::string& expected, const std::string& actual);
 
 /// "yes" or "no".

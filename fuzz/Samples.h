@@ -18,7 +18,7 @@
 
 namespace Fuzz {
 
-/// Bytes as a text: UTF-8, or one character a byte.
+/// Bytes as a text: UTF-8, or one character per byte.
 QString ToText(std::string_view bytes, bool isUtf8);
 
 /// The bytes between the line feeds, as texts.

@@ -79,7 +79,7 @@ bool IsPlain(std::string_view field, bool mayHavePoint, bool emptyIsZero)
            static_cast<std::size_t>(digits + points) == field.size();
 }
 
-/// Goes through the rows that a kernel says it converted. `check(row, field)` is called for each.
+/// Visits the rows that a kernel says it converted. `check(row, field)` is called for each.
 template <typename Check>
 void ForEachTaken(const FieldRun& run,
                   std::string_view text,

@@ -12,9 +12,9 @@
 #include <vector>
 
 /// Carries out every rule of the reader one step after the other, with Qt's strings, regular
-/// expressions and codecs and the C library's number conversions, one object a value. It shares no
-/// code with the plug-in; of the SDK it uses options, values and exceptions only. Nothing here is
-/// fast and nothing is shared between steps: what counts is that each rule can be read off.
+/// expressions and codecs and the C library's number conversions, one object per value. It shares
+/// no code with the plug-in; of the SDK it uses options, values and exceptions only. Nothing here
+/// is fast and nothing is shared between steps: what counts is that each rule can be read off.
 namespace LiteralReader {
 
 /// One column of a schema.
@@ -98,7 +98,7 @@ public:
     Orvane::BParamList Preview();
     void Close();
 
-    /// Consulted once a row and once after the read; null for none. The caller keeps owning it.
+    /// Consulted once per row and once after the read; null for none. The caller keeps owning it.
     void SetProgress(Orvane::BProgress* progress) { m_progress = progress; }
 
     [[nodiscard]] bool IsOpen() const { return m_isOpen; }

@@ -15,7 +15,7 @@
 
 namespace ReaderTraces {
 
-/// Everything that a run let its host see, one fact a line.
+/// Everything that a run let its host see, one fact per line.
 using Trace = std::vector<std::string>;
 
 /// Who reads.

@@ -28,7 +28,7 @@ namespace AsciiReader {
 /// Calling order: construct, Open, Read (gathers the sample lines), SetSeparator or SetColumnWidths
 /// or AutodetectSeparator, BuildSchema, CreateLayer, then BuildLayer any number of times;
 /// ReadPreview at any time after Open. The engine owns the file, its pending lines and its copy of
-/// the options; it shares the layer with whoever asked GetLayer. Used by one thread at a time.
+/// the options; it shares the layer with every caller of GetLayer. Used by one thread at a time.
 class AsciiFile
 {
 public:

@@ -42,7 +42,7 @@ bool AsciiFile::BuildLayer(std::int32_t limit)
     } else {
         CreateLayer();
     }
-    // Rule: a resumed read takes one more line as its column-name line.
+    // Rule: a resumed read consumes one more line as its column-name line.
     if (m_options.hasColumnNames) {
         GetSafeLine(m_firstLine);
     }

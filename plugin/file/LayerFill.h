@@ -88,7 +88,7 @@ private:
     std::uint32_t m_featuresAdded = 0;
 
     const Kernels::Set& m_kernels;
-    BlockRows m_rows;                   ///< not active: rows are taken one by one
+    BlockRows m_rows;                   ///< not active: all rows go the slow path
     std::vector<RegularField> m_fields; ///< of a regular row
     bool m_hasZ = false;
     bool m_hasPoint = false;

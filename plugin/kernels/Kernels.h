@@ -12,7 +12,7 @@ inline constexpr std::size_t kPadding = 64;
 /// How lines and fields end in a block.
 struct Structure
 {
-    char separator = ',';   ///< no minus: an empty field would be taken for a sign
+    char separator = ',';   ///< no minus: an empty field would be read as a sign
     char lineEnd = '\n';    ///< the last byte of a line ending
     bool isCrLf = false;    ///< a line end counts only after "\r"
     bool hasQuotes = false; ///< false promises that there are none

@@ -421,7 +421,7 @@ public:
         return GetLeft() > 0 && ended <= kFewMisses + m_row / kRowsOfAMiss;
     }
 
-    /// Converts rows by four as long as a `Converter` takes them, then up to four one by one.
+    /// Converts rows by four while a `Converter` accepts them, then up to four one by one.
     template <typename Converter, typename ConvertOne>
     void
     ConvertAlike(const SizesAllowed& sizes, const PlaceRow& place, const ConvertOne& convertOne)
@@ -551,7 +551,7 @@ public:
     }
 
 private:
-    /// A column whose points are at many places goes one by one.
+    /// A column whose points are at many places is converted one by one.
     static constexpr std::uint32_t kMostMisses = 4;
 
     void ConvertFourRows(std::size_t row)

@@ -27,7 +27,7 @@ public:
     /// @param maxLineSize units of a carry beyond which no more is read
     BlockReader(std::size_t blockSize, std::size_t maxLineSize) noexcept;
 
-    /// Null for none. Reading goes on where the device stands.
+    /// Null for none. Reading continues where the device stands.
     void SetDevice(QFile* device) noexcept { m_device = device; }
 
     [[nodiscard]] bool HasDevice() const noexcept { return m_device != nullptr; }

@@ -6,14 +6,14 @@
 namespace AsciiReader {
 
 /// Answers which data-source types can be read and makes readers for them. The module has one, of
-/// static storage duration; the host never deletes it. Writing is what the base says: not at all.
+/// static storage duration; the host never deletes it. It does not write: the base refuses.
 class BAsciiProxy : public Orvane::BDataManagerProxy
 {
 public:
     BAsciiProxy();
     ~BAsciiProxy() override;
 
-    /// True for DS_CSV, DS_TSV, DS_TXT and DS_SSV; `params` is not looked at.
+    /// True for DS_CSV, DS_TSV, DS_TXT and DS_SSV; `params` is ignored.
     bool CanRead(const Orvane::BString& dataSourceType, const Orvane::BParamList& params) override;
     bool CanRead(const Orvane::BString& dataSourceType) override;
 

@@ -74,7 +74,7 @@ BAttributeDefs Schema(const std::vector<BString>& lines,
         throw Orvane::BFileContentNotValidException("AsciiSchema::Schema",
                                                     "There was no readable data in the file.");
     }
-    // Rule: a negative sample size takes every line, 0 takes none.
+    // Rule: a negative sample size uses every line, 0 uses none.
     const std::size_t count =
         options.sampleSize < 0
             ? lines.size()

@@ -37,8 +37,8 @@ ScanAllRows(LineSource& lines, const ReadOptions& options, const QRegularExpress
 /// held the column names. @throws std::out_of_range "invalid vector subscript" without rows.
 Orvane::BAttributeDefs InferSchema(std::vector<Row>& rows, const ReadOptions& options);
 
-/// Appends one definition a field and names them. @return true when the row is data, false when it
-/// held the column names.
+/// Appends one definition per field and names them. @return true when the row is data, false when
+/// it held the column names.
 bool InitColumns(Orvane::BAttributeDefs& schema, const Row& row, const ReadOptions& options);
 
 /// Widens the types of the schema so that they fit one more row.

@@ -40,7 +40,7 @@ public:
         m_row.VisitMutable([this](auto& fields) { RemoveCoordinatesFrom(fields); });
     }
 
-    /// The same for what stands for the fields of a row.
+    /// The same for any list with one entry per field.
     template <typename Fields>
     void RemoveCoordinatesFrom(Fields& fields) const
     {

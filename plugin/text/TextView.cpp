@@ -29,7 +29,7 @@ std::size_t CountUtf16Units(std::string_view text, ETextUnit unit) noexcept
     if (unit == ETextUnit::Latin1) {
         return text.size();
     }
-    // Every byte but a continuation byte begins a character; four-byte characters take two units.
+    // Every byte but a continuation byte begins a character; four-byte characters are two units.
     std::size_t count = 0;
     for (const char unitByte : text) {
         const auto byte = static_cast<unsigned char>(unitByte);

@@ -13,12 +13,12 @@ namespace AsciiReader {
 
 /// How the units of a text are stored.
 enum class ETextUnit : std::uint8_t {
-    Latin1, ///< one byte a character
+    Latin1, ///< one byte per character
     Utf8,   ///< valid UTF-8
-    Utf16   ///< two bytes a code unit
+    Utf16   ///< two bytes per code unit
 };
 
-/// A run of text that somebody else owns.
+/// A run of text, not owned.
 class TextView
 {
 public:
@@ -73,7 +73,7 @@ private:
     ETextUnit m_unit = ETextUnit::Latin1;
 };
 
-/// The encoding in which a layer takes texts of that unit.
+/// The encoding of a layer for texts of that unit.
 constexpr Orvane::ETextEncoding ToEncoding(ETextUnit unit) noexcept
 {
     switch (unit) {
@@ -87,7 +87,7 @@ constexpr Orvane::ETextEncoding ToEncoding(ETextUnit unit) noexcept
     return Orvane::ETextEncoding::Utf16;
 }
 
-/// The bytes of a field, as a layer takes them.
+/// The bytes of a field, as a layer stores them.
 inline std::string_view AsBytes(std::string_view text) noexcept
 {
     return text;

@@ -57,7 +57,7 @@ bool ConvertPlainDecimal(Text<Unit> text, double& value) noexcept
         fractionDigits = static_cast<std::size_t>(at - digits);
         digitCount += fractionDigits;
     }
-    // More than 18 digits may have overflowed the mantissa; its value is not looked at then.
+    // More than 18 digits may have overflowed the mantissa, whose value is not used then.
     if (at != end || digitCount == 0 || digitCount > 18 || mantissa >= kExactMantissa) {
         return false;
     }
@@ -66,7 +66,7 @@ bool ConvertPlainDecimal(Text<Unit> text, double& value) noexcept
     return true;
 }
 
-/// Where a field goes when it must be handed on as one run of bytes without commas.
+/// A copy of a field as one run of bytes, without commas where they do not count.
 class PlainCopy
 {
 public:

@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <string_view>
 
-/// Each function takes a field as a view of `char` (ISO-8859-1 or UTF-8: they differ only above
+/// Each function accepts a field as a view of `char` (ISO-8859-1 or UTF-8: they differ only above
 /// 0x7F, where no rule looks) or of `char16_t`, and gives the same answer for the same characters.
 /// Nothing here throws but std::bad_alloc for fields of extraordinary length.
 namespace AsciiReader::ValueRules {
