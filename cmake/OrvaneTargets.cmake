@@ -1,5 +1,15 @@
 # Settings that all targets of the tree share.
 
+# Rule: while the major version is 0, each minor version has a binary interface of its own; from 1 on,
+# each major version. docs/sdk.md says what that means.
+if(PROJECT_VERSION_MAJOR EQUAL 0)
+    set(ORVANE_SOVERSION ${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR})
+    set(ORVANE_COMPATIBILITY SameMinorVersion)
+else()
+    set(ORVANE_SOVERSION ${PROJECT_VERSION_MAJOR})
+    set(ORVANE_COMPATIBILITY SameMajorVersion)
+endif()
+
 add_library(orvane_warnings INTERFACE)
 target_compile_options(orvane_warnings INTERFACE
     -Wall -Wextra -Wpedantic -Wshadow -Wformat=2 -Wconversion -Wsign-conversion -Wold-style-cast

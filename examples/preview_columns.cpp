@@ -24,7 +24,7 @@ int main(int argumentCount, char** arguments)
         const Orvane::BReaderHandle reader = module.CreateReader(arguments[2], options);
         reader->Open(arguments[2], options);
 
-        // A preview takes lines from the file; a reader that shall read all rows is another one.
+        // A preview consumes the lines that it shows: reading all rows needs another reader.
         const Orvane::BParamList preview = reader->GetFilePreview(Orvane::QUERY_COLUMNS);
         const bool hasNames = preview.GetString(Orvane::FIRST_LINE_COLUMN_NAMES) == "1";
         std::cout << "first line: " << (hasNames ? "column names" : "data") << '\n';

@@ -20,7 +20,7 @@ namespace {
 using Page = std::shared_ptr<const BFeaturePage>;
 using Columns = std::vector<BColumnInfo>;
 
-/// What can't be expressed as a stream.
+/// A layer that cannot be expressed as a stream.
 class StreamError : public std::exception
 {
 public:
@@ -60,8 +60,8 @@ const char* FormatOf(EColumnStorage storage)
 
 // Schemas.
 
-/// Releases what its taker has not moved away: of a tree that is released, and of one that is not
-/// built to its end.
+/// Releases what its consumer has not moved away: of a tree that is released, and of one whose
+/// building failed.
 struct Deleter
 {
     template <typename Structure>
@@ -170,7 +170,7 @@ void MakeLayerSchema(const Columns& columns, bool hasZ, ArrowSchema& out)
 
 // Arrays.
 
-/// What an array node owns: the page that its buffers may lie in, and buffers of its own.
+/// What an array node owns: the page that its buffers may point into, and buffers of its own.
 struct ArrayNode
 {
     Page page;
@@ -186,7 +186,7 @@ extern "C" void ReleaseArray(ArrowArray* array)
     array->release = nullptr;
 }
 
-/// Bits, one a row, the first in the lowest bit.
+/// Bits, one per row, the first in the lowest bit.
 class BitBuffer
 {
 public:
@@ -203,14 +203,14 @@ public:
 
     [[nodiscard]] std::size_t GetCount() const { return m_count; }
 
-    [[nodiscard]] std::vector<char> Take() { return std::move(m_bytes); }
+    [[nodiscard]] std::vector<char> Release() { return std::move(m_bytes); }
 
 private:
     std::vector<char> m_bytes;
     std::size_t m_count = 0;
 };
 
-/// Builds one array; released unless it is taken.
+/// Builds one array; what is built is released unless Fill or Make hands it out.
 class ArrayBuilder
 {
 public:
@@ -236,7 +236,7 @@ public:
         if (m_nulls == 0) {
             AddPlace(nullptr);
         } else {
-            AddOwned(valid.Take());
+            AddOwned(valid.Release());
         }
     }
 
@@ -592,7 +592,7 @@ private:
                 bits.Set(row);
             }
         }
-        builder.AddOwned(bits.Take());
+        builder.AddOwned(bits.Release());
     }
 
     static void AddTexts(ArrayBuilder& builder,

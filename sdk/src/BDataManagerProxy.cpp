@@ -56,7 +56,7 @@ void BDataManagerProxy::DestroyObject(BDataManager* object)
                                         "The object was not made by this proxy.");
         }
     }
-    // Outside the lock: closing a reader may take long, and may come back to this proxy.
+    // Outside the lock: closing a reader may need long, and may call this proxy again.
     delete object;
 }
 

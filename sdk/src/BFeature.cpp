@@ -103,7 +103,7 @@ BString BFeature::GetName() const
         if (page.HasNameTexts()) {
             return page.GetName(m_rowInPage);
         }
-        // In the buffer of the last number, if nobody has kept that.
+        // Reuses the buffer of the last number unless somebody has kept that.
         Values& values = Any();
         values.name.SetInteger(page.GetNameNumber(m_rowInPage));
         return values.name;

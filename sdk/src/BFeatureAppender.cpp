@@ -1,4 +1,4 @@
-// Appends rows to pages of columns; what the inlined quick path leaves over.
+// Appends rows to pages of columns: the slow path after the inlined one.
 #include <Orvane/BFeatureAppender.h>
 
 #include <algorithm>
@@ -15,8 +15,8 @@ namespace {
 
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 
-/// Placeholders in rows that lack columns are borne up to this many, up to this many for each
-/// column, since a column of another page takes memory too, and up to this many for each value.
+/// Placeholders in rows that lack columns are accepted up to this many, up to this many for each
+/// column, since a column of another page costs memory too, and up to this many for each value.
 constexpr std::size_t kMaxPlaceholders = 8192;
 constexpr std::size_t kPlaceholdersOfAColumn = 16;
 constexpr std::size_t kPlaceholdersOfAValue = 4;
@@ -29,17 +29,17 @@ constexpr std::size_t CountPlaceholdersOfAPage(std::size_t columns)
 /// A page ends early when one of its columns has this many bytes of text.
 constexpr std::size_t kFullTextBytes = std::size_t{256} << 20;
 
-/// A page that is to go to disk ends early when its values take this many bytes of memory.
+/// A page that is to go to disk ends early when its values need this many bytes of memory.
 constexpr std::size_t kFullDiskPageBytes = std::size_t{16} << 20;
 
-/// What the columns of a page take while they are empty.
+/// Memory of the columns of a page while they are empty.
 std::size_t CountBytesOfColumns(const BFeaturePage& page) noexcept
 {
     return page.data.capacity() * sizeof(BColumnData);
 }
 
-/// The values of very many columns may take twice what the columns do: pages of a row or two would
-/// be made of columns alone.
+/// With very many columns the values may need twice what the columns do: else pages would hold a
+/// row or two and consist of columns.
 std::size_t CountBytesOfADiskPage(const BFeaturePage& page) noexcept
 {
     return std::max(kFullDiskPageBytes, 2 * CountBytesOfColumns(page));
@@ -285,7 +285,7 @@ void BFeatureAppender::BeginPage(const std::shared_ptr<const std::vector<BColumn
     UsePage(*m_newPage);
 }
 
-/// @param columns those of the page, and more behind them
+/// @param columns those of the page, and more after them
 void BFeatureAppender::WidenPage(const std::shared_ptr<const std::vector<BColumnInfo>>& columns)
 {
     const std::size_t count = columns->size();
@@ -323,33 +323,33 @@ void BFeatureAppender::GrowText(BTextArray& texts, std::string_view bytes, EText
 {
     AppendText(texts, bytes, encoding);
     m_isPageFull = m_isPageFull || texts.bytes.GetSize() > kFullTextBytes;
-    // The page's size, a sum over all columns, is looked at once, when the row ends.
+    // The page's size, a sum over all columns, is checked once, when the row ends.
     m_hasGrown = m_hasGrown || m_features.m_file != nullptr;
     if (m_isPageFull || m_hasGrown) {
         m_plainRows = 0;
     }
 }
 
-void BFeatureAppender::EndOddRow(
+void BFeatureAppender::EndIrregularRow(
     EPointKind kind, double x, double y, double z, std::uint32_t nameNumber)
 {
     FillRow();
-    AppendOddPoint(kind, x, y, z);
+    AppendIrregularPoint(kind, x, y, z);
     if (m_page->hasNameTexts) {
         NumberText buffer;
         GrowText(m_page->nameTexts, WriteNumber(nameNumber, buffer), ETextEncoding::Ascii);
     } else if (nameNumber != m_nextNameNumber) {
         m_page->nameRuns.push_back({static_cast<std::uint32_t>(m_page->rowCount), nameNumber});
     }
-    FinishOddRow();
+    FinishIrregularRow();
 }
 
-void BFeatureAppender::EndOddRow(EPointKind kind,
-                                 double x,
-                                 double y,
-                                 double z,
-                                 std::string_view nameBytes,
-                                 ETextEncoding nameEncoding)
+void BFeatureAppender::EndIrregularRow(EPointKind kind,
+                                       double x,
+                                       double y,
+                                       double z,
+                                       std::string_view nameBytes,
+                                       ETextEncoding nameEncoding)
 {
     std::uint32_t nameNumber = 0;
     if (!m_page->hasNameTexts && nameEncoding != ETextEncoding::Utf16 &&
@@ -358,12 +358,12 @@ void BFeatureAppender::EndOddRow(EPointKind kind,
         return;
     }
     FillRow();
-    AppendOddPoint(kind, x, y, z);
+    AppendIrregularPoint(kind, x, y, z);
     if (!m_page->hasNameTexts) {
         SwitchToNameTexts();
     }
     GrowText(m_page->nameTexts, nameBytes, nameEncoding);
-    FinishOddRow();
+    FinishIrregularRow();
 }
 
 void BFeatureAppender::FillRow()
@@ -379,7 +379,7 @@ void BFeatureAppender::FillRow()
     }
 }
 
-void BFeatureAppender::AppendOddPoint(EPointKind kind, double x, double y, double z)
+void BFeatureAppender::AppendIrregularPoint(EPointKind kind, double x, double y, double z)
 {
     const std::size_t rows = m_page->rowCount;
     if (rows == 0) {
@@ -408,7 +408,7 @@ void BFeatureAppender::SwitchToNameTexts()
     m_page->hasNameTexts = true;
 }
 
-void BFeatureAppender::FinishOddRow(std::size_t rows)
+void BFeatureAppender::FinishIrregularRow(std::size_t rows)
 {
     if (m_hasGrown) {
         m_isPageFull = m_isPageFull || IsFull();
@@ -465,7 +465,7 @@ void BFeatureAppender::AbandonRow() noexcept
 
 namespace {
 
-/// Bytes that the columns of a page are prefaulted ahead of their use, all together.
+/// Bytes that are prefaulted ahead of their use, over all columns of a page.
 constexpr std::size_t kPrefaultBytes = std::size_t{1} << 19;
 
 /// Lengthens the columns of a page, and prefaults the memory that they are about to use.
@@ -569,9 +569,9 @@ BFeatureAppender::Rows BFeatureAppender::BeginRows(std::size_t wanted, bool hasZ
     return rows;
 }
 
-void BFeatureAppender::EndOddRows(std::size_t count,
-                                  const std::uint8_t* kinds,
-                                  std::uint32_t firstNameNumber)
+void BFeatureAppender::EndIrregularRows(std::size_t count,
+                                        const std::uint8_t* kinds,
+                                        std::uint32_t firstNameNumber)
 {
     if (count == 0) {
         return;
@@ -599,7 +599,7 @@ void BFeatureAppender::EndOddRows(std::size_t count,
     } else if (firstNameNumber != m_nextNameNumber) {
         m_page->nameRuns.push_back({static_cast<std::uint32_t>(rows), firstNameNumber});
     }
-    FinishOddRow(count);
+    FinishIrregularRow(count);
 }
 
 } // namespace Orvane

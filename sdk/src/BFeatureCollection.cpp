@@ -50,7 +50,7 @@ EPointKind KindOf(bool hasPoint, const BPointGeo& point)
     return point.HasZ() ? EPointKind::XYZ : EPointKind::XY;
 }
 
-/// A text as the appender takes it: narrowed in `scratch` when it is ASCII.
+/// A text as the appender stores it: narrowed in `scratch` when it is ASCII.
 struct StoredText
 {
     StoredText(const BString& text, std::string& scratch)
@@ -100,7 +100,7 @@ BFeatureCollection::~BFeatureCollection()
     try {
         ReadHeld();
     } catch (...) {
-        // Rule: a feature whose values can't be read any more stands free with what was read.
+        // Rule: a feature whose values cannot be read any more stands free with what was read.
     }
     m_adder.reset();
     DetachAll();
@@ -246,7 +246,7 @@ std::shared_ptr<BFeature> BFeatureCollection::MakeHandle(std::size_t row)
             feature.m_row = row;
             feature.m_generation = 0;
             feature.m_attributeCount = BFeature::kUnknownCount;
-            // A visit stays on one page for long: no search then.
+            // A visit usually stays on one page: no search is needed there.
             const PageEntry& hint = m_pages[m_pageHint];
             if (hint.page && row - hint.firstRow < hint.page->rowCount) {
                 feature.m_page = hint.page.get();

@@ -9,7 +9,7 @@ namespace Orvane::BFileUtilities {
 
 namespace {
 
-/// The path for Qt, which takes a colon in front for a resource inside the program.
+/// The path for Qt, which reads a leading colon as a resource inside the program.
 QString FilePath(const BString& path)
 {
     return path.StartsWith(u":") ? QStringLiteral("./") + MakeQString(path) : MakeQString(path);

@@ -8,7 +8,7 @@ namespace Orvane {
 
 namespace {
 
-// Written so that a NaN limit takes the value.
+// Written so that a NaN limit becomes the value.
 void Widen(double& lowest, double& highest, double value) noexcept
 {
     if (!(value >= lowest)) {

@@ -77,7 +77,7 @@ void BKeyValuePairs::Remove(const BString& key)
     }
     const std::size_t removed = found->second;
     m_positions.erase(found);
-    // Last, since the key may be the entry's own.
+    // Last: `key` may refer to the entry's own key.
     m_entries.erase(std::next(m_entries.begin(), static_cast<std::ptrdiff_t>(removed)));
     for (auto& entry : m_positions) {
         if (entry.second > removed) {

@@ -77,7 +77,7 @@ bool ReadPlainDecimal(const char* begin, const char* end, double& value, const c
     if (error != std::errc()) {
         return false;
     }
-    // What these begin behind a decimal belongs to the number in C, or is a finer point of it.
+    // In C a point or an x here may belong to the number: the slow path decides.
     if (pointer != end && (*pointer == '.' || *pointer == 'x' || *pointer == 'X')) {
         return false;
     }
@@ -167,7 +167,7 @@ template <typename Real>
 std::size_t FormatReal(Real value, char* buffer)
 {
     if (std::isnan(value)) {
-        // The sign of a NaN says nothing about the number it is not.
+        // The sign of a NaN has no meaning.
         std::copy_n("nan", 3, buffer);
         return 3;
     }

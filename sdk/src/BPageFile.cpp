@@ -1,4 +1,4 @@
-// Writes pages of columns to a nameless file and reads them back whole or not at all.
+// Writes pages of columns to an unlinked file and reads them back whole or not at all.
 #include "BPageFile.h"
 
 #include <Orvane/BException.h>
@@ -20,7 +20,7 @@ namespace {
 constexpr std::uint64_t kMagic = 0x3145474150564F42U;
 constexpr std::size_t kWordSize = sizeof(std::uint64_t);
 
-/// A temporary file without the buffer in between: a full disk shows at the write itself.
+/// A temporary file without a buffer: a full disk fails the write itself.
 class PlainTemporaryFile : public QTemporaryFile
 {
 public:
@@ -57,7 +57,7 @@ std::uint64_t ChecksumOf(const char* bytes, std::size_t count)
     return sum;
 }
 
-/// Puts values and arrays behind each other.
+/// Writes values and arrays one after the other.
 class Writer
 {
 public:
@@ -101,8 +101,8 @@ private:
     BPageArray<char>& m_buffer;
 };
 
-/// Takes values and arrays in the order in which they were put. Once something does not fit, all
-/// that follows is empty and IsAtEnd is false.
+/// Reads values and arrays in the order in which they were written. Once something does not fit,
+/// all that follows is empty and IsAtEnd is false.
 class Reader
 {
 public:
@@ -112,7 +112,7 @@ public:
 
     [[nodiscard]] bool IsAtEnd() const { return m_isGood && m_bytes.empty(); }
 
-    std::uint64_t Take()
+    std::uint64_t Get()
     {
         std::uint64_t value = 0;
         if (Has(kWordSize)) {
@@ -123,9 +123,9 @@ public:
     }
 
     template <typename T>
-    void Take(BPageArray<T>& array)
+    void Get(BPageArray<T>& array)
     {
-        const std::uint64_t count = Take();
+        const std::uint64_t count = Get();
         if (count <= m_bytes.size() / sizeof(T) && Has(count * sizeof(T))) {
             array.Resize(count);
             if (count > 0) {
@@ -137,18 +137,18 @@ public:
         }
     }
 
-    void Take(std::vector<BNameRun>& runs)
+    void Get(std::vector<BNameRun>& runs)
     {
         BPageArray<BNameRun> array;
-        Take(array);
+        Get(array);
         runs.assign(array.View().begin(), array.View().end());
     }
 
-    void Take(BTextArray& texts)
+    void Get(BTextArray& texts)
     {
-        texts.encoding = static_cast<ETextEncoding>(Take());
-        Take(texts.ends);
-        Take(texts.bytes);
+        texts.encoding = static_cast<ETextEncoding>(Get());
+        Get(texts.ends);
+        Get(texts.bytes);
     }
 
 private:
@@ -162,8 +162,8 @@ private:
     bool m_isGood = true;
 };
 
-/// Writes all bytes. The system takes a part of them when the disk gets full; only the next write
-/// then tells why.
+/// Writes all bytes. When the disk gets full the system writes some of them; only the next call
+/// says why.
 bool WriteAll(QFile& file, std::uint64_t offset, std::span<const char> bytes)
 {
     bool isWritten = file.seek(static_cast<qint64>(offset));
@@ -281,27 +281,27 @@ std::shared_ptr<BFeaturePage> BPageFile::Read(const BPagePlace& place, std::size
     }
 
     Reader reader(m_buffer.View());
-    const bool isThisPage = reader.Take() == kMagic && reader.Take() == pageIndex;
+    const bool isThisPage = reader.Get() == kMagic && reader.Get() == pageIndex;
     auto page = std::make_shared<BFeaturePage>();
-    page->rowCount = reader.Take();
-    const std::uint64_t columnsIndex = reader.Take();
+    page->rowCount = reader.Get();
+    const std::uint64_t columnsIndex = reader.Get();
     if (!isThisPage || columnsIndex >= m_columnLists.size()) {
         throw damaged();
     }
     page->columns = m_columnLists[columnsIndex];
-    page->uniformPointKind = static_cast<EPointKind>(reader.Take());
-    reader.Take(page->x);
-    reader.Take(page->y);
-    reader.Take(page->z);
-    reader.Take(page->pointKinds);
-    reader.Take(page->attributeCounts);
-    page->hasNameTexts = reader.Take() != 0;
-    reader.Take(page->nameRuns);
-    reader.Take(page->nameTexts);
+    page->uniformPointKind = static_cast<EPointKind>(reader.Get());
+    reader.Get(page->x);
+    reader.Get(page->y);
+    reader.Get(page->z);
+    reader.Get(page->pointKinds);
+    reader.Get(page->attributeCounts);
+    page->hasNameTexts = reader.Get() != 0;
+    reader.Get(page->nameRuns);
+    reader.Get(page->nameTexts);
     page->data.resize(page->columns->size());
     for (std::size_t i = 0; i < page->data.size(); ++i) {
         page->data[i].storage = StorageOf((*page->columns)[i].type);
-        VisitColumn(page->data[i], [&reader](auto& array) { reader.Take(array); });
+        VisitColumn(page->data[i], [&reader](auto& array) { reader.Get(array); });
     }
     if (!reader.IsAtEnd()) {
         throw damaged();

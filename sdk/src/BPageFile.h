@@ -13,7 +13,8 @@ class QTemporaryFile;
 
 namespace Orvane {
 
-/// Where a page lies in the file, and what tells that it is whole. A size of 0: it was not written.
+/// Where a page stands in the file, and the checksum that tells whether it is whole. A size of 0:
+/// it was not written.
 struct BPagePlace
 {
     std::uint64_t offset = 0;
@@ -23,9 +24,9 @@ struct BPagePlace
 
 /// A file of pages, written one after the other and read in any order.
 ///
-/// The file is made at the first write, with a name of its own behind the base name, and its name
-/// is taken away at once where the system allows: nobody else can open it, and it goes with this
-/// object or with the process, however that ends. Its layout is for this process only.
+/// The file is created by the first write, at the base name with a unique ending, and unlinked at
+/// once where the system allows: nobody else can open it, and it disappears with this object or
+/// with the process, however that ends. Its layout is for this process only.
 class BPageFile
 {
 public:

@@ -29,7 +29,7 @@ const QChar* AsQChars(std::u16string_view text) noexcept
     return reinterpret_cast<const QChar*>(text.data());
 }
 
-/// Writes one character as UTF-16; gives the place behind it.
+/// Writes one character as UTF-16. @return the place after it
 char16_t* PutCharacter(char16_t* out, char32_t character) noexcept
 {
     if (character < 0x10000) {
@@ -42,7 +42,7 @@ char16_t* PutCharacter(char16_t* out, char32_t character) noexcept
 }
 
 /// The character at `position`, which moves past it; a broken one gives U+FFFD.
-char32_t TakeUtf8Character(std::string_view bytes, std::size_t& position) noexcept
+char32_t DecodeUtf8Character(std::string_view bytes, std::size_t& position) noexcept
 {
     const BUnicode::Character character = BUnicode::DecodeUtf8(bytes.substr(position));
     position += character.size;
@@ -62,7 +62,7 @@ std::string Narrow(std::u16string_view text, char16_t highest)
 }
 
 /// Builds a text of at most `capacity` units; `write` puts them to the given place and returns the
-/// place behind the last one.
+/// place after the last one.
 template <typename Write>
 BString BuildText(std::size_t capacity, Write write)
 {
@@ -120,7 +120,7 @@ BString BString::FromUtf8(std::string_view bytes)
     // No character has more UTF-16 units than UTF-8 bytes, and a broken part has at least one byte.
     return BuildText(bytes.size(), [&](char16_t* out) {
         for (std::size_t position = 0; position < bytes.size();) {
-            out = PutCharacter(out, TakeUtf8Character(bytes, position));
+            out = PutCharacter(out, DecodeUtf8Character(bytes, position));
         }
         return out;
     });

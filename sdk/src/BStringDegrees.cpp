@@ -118,14 +118,15 @@ public:
     std::optional<double> Parse()
     {
         SkipSpaceAround();
-        const int leading = TakeLeadingSign();
-        const int trailing = TakeTrailingHemisphere(leading != 0);
+        const int leading = ConsumeLeadingSign();
+        const int trailing = ConsumeTrailingHemisphere(leading != 0);
         if (leading != 0 && trailing != 0) {
             return std::nullopt;
         }
         SkipSpaceAround();
         Parts parts = {};
-        if (!(m_format.isPacked ? TakePackedParts(parts) : TakeParts(parts)) || !AreValid(parts)) {
+        if (!(m_format.isPacked ? ConsumePackedParts(parts) : ConsumeParts(parts)) ||
+            !AreValid(parts)) {
             return std::nullopt;
         }
         const double angle = parts[0] + parts[1] / kMinutesPerDegree + parts[2] / kSecondsPerDegree;
@@ -155,8 +156,8 @@ private:
         }
     }
 
-    /// 1 or -1 for a sign or a hemisphere letter in front, which is taken; else 0.
-    int TakeLeadingSign()
+    /// Consumes a leading sign or hemisphere letter. @return 1 or -1, 0 without one
+    int ConsumeLeadingSign()
     {
         if (m_rest.empty()) {
             return 0;
@@ -171,8 +172,8 @@ private:
         return sign;
     }
 
-    /// 1 or -1 for a hemisphere letter at the end, which is taken; else 0.
-    int TakeTrailingHemisphere(bool hasLeadingSign)
+    /// Consumes a hemisphere letter at the end. @return 1 or -1, 0 without one
+    int ConsumeTrailingHemisphere(bool hasLeadingSign)
     {
         if (m_rest.empty() || LastLetterClosesSeconds(hasLeadingSign)) {
             return 0;
@@ -185,7 +186,7 @@ private:
     }
 
     /// Rule: a final S is the hemisphere unless it touches the digits of a third part and the
-    /// minutes are closed by m in the same case, or a sign in front leaves no room for it and it
+    /// minutes are closed by m in the same case, or a leading sign rules a hemisphere out and the S
     /// is lower case or the minutes are closed by a mark.
     [[nodiscard]] bool LastLetterClosesSeconds(bool hasLeadingSign) const
     {
@@ -223,8 +224,8 @@ private:
         return count;
     }
 
-    /// The digits and points at the front as ASCII; they are taken.
-    std::string TakeNumberText()
+    /// Consumes the leading digits and points. @return them as ASCII
+    std::string ConsumeNumberText()
     {
         std::string number;
         while (!m_rest.empty() && IsNumberUnit(m_rest.front())) {
@@ -247,17 +248,17 @@ private:
     }
 
     /// All parts of a text whose parts stand apart.
-    bool TakeParts(Parts& parts)
+    bool ConsumeParts(Parts& parts)
     {
         for (std::size_t part = 0;; ++part) {
             if (part == m_format.partCount) {
                 return false;
             }
-            const std::string number = TakeNumberText();
+            const std::string number = ConsumeNumberText();
             if (!ReadNumber(number, parts[part])) {
                 return false;
             }
-            const bool isClosed = TakeClosing(part);
+            const bool isClosed = ConsumeClosing(part);
             if (m_rest.empty()) {
                 return true;
             }
@@ -267,12 +268,12 @@ private:
         }
     }
 
-    /// Takes what stands between a part and the next: white space, the part's own mark, ":" or
+    /// Consumes what stands between a part and the next: white space, the part's own mark, ":" or
     /// "-". False when there is nothing, or something else.
-    bool TakeClosing(std::size_t part)
+    bool ConsumeClosing(std::size_t part)
     {
         const bool hasSpaceBeforeMark = SkipSpace();
-        const bool hasMark = TakeMark(part);
+        const bool hasMark = ConsumeMark(part);
         const bool hasSpace = SkipSpace();
         if (m_rest.empty()) {
             return true;
@@ -294,8 +295,8 @@ private:
         return true;
     }
 
-    /// Takes the mark of the part when it stands in front.
-    bool TakeMark(std::size_t part)
+    /// Consumes the mark of the part when the text goes on with it.
+    bool ConsumeMark(std::size_t part)
     {
         if (m_rest.empty()) {
             return false;
@@ -319,10 +320,10 @@ private:
         return isMark;
     }
 
-    /// The parts of one run of digits, cut from the right, two digits a part.
-    bool TakePackedParts(Parts& parts)
+    /// The parts of one run of digits, cut from the right, two digits per part.
+    bool ConsumePackedParts(Parts& parts)
     {
-        const std::string number = TakeNumberText();
+        const std::string number = ConsumeNumberText();
         double value = 0;
         if (!m_rest.empty() || !ReadNumber(number, value)) {
             return false;

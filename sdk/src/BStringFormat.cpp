@@ -18,7 +18,7 @@ constexpr int kRealPrecision = 6;
 
 BString FormatDouble(double value, std::chars_format style)
 {
-    std::array<char, 400> buffer; // the largest double has 309 digits in front of the point
+    std::array<char, 400> buffer; // the largest double has 309 digits before the point
     const auto result =
         std::to_chars(buffer.data(), buffer.data() + buffer.size(), value, style, kRealPrecision);
     return BString::FromLatin1(

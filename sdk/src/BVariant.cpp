@@ -27,7 +27,7 @@ Overloaded(Visitors...) -> Overloaded<Visitors...>;
 template <typename Wanted>
 Wanted CutToInteger(double value) noexcept
 {
-    // The lowest integer and the one behind the highest are powers of two: exact as doubles.
+    // The lowest integer and the highest plus one are powers of two: exact as doubles.
     constexpr auto kLowest = static_cast<double>(std::numeric_limits<Wanted>::min());
     const double whole = std::trunc(value);
     return whole >= kLowest && whole < -kLowest ? static_cast<Wanted>(whole) : Wanted(0);
@@ -104,7 +104,7 @@ float BVariant::GetFloat() const
         return *value;
     }
     if (const auto* value = std::get_if<std::int64_t>(&m_value)) {
-        // Directly, since rounding to double in between could round twice.
+        // Directly: by way of a double the value could be rounded twice.
         return static_cast<float>(*value);
     }
     return static_cast<float>(GetDouble());

@@ -1,4 +1,4 @@
-// Asks the system for memory in one go.
+// Prefaults memory in one system call.
 #include <Orvane/BFeaturePage.h>
 
 #if defined(__linux__)
@@ -34,14 +34,14 @@ void PrefaultMemory(void* memory, std::size_t byteCount) noexcept
         return;
     }
     static const auto pageSize = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
-    // Whole pages inside the memory only: the others may be partly somebody else's.
+    // Only pages that lie inside the memory as a whole: the others may belong to something else,
+    // too.
     const std::size_t ahead =
         (pageSize - reinterpret_cast<std::uintptr_t>(memory) % pageSize) % pageSize;
     const std::size_t pages = (byteCount - ahead) / pageSize;
     const int error = errno;
     if (madvise(static_cast<char*>(memory) + ahead, pages * pageSize, kPopulateWrite) != 0) {
-        // Without memory the first write tells; a system that does not know the call is not asked
-        // again.
+        // A lack of memory shows at the first write; a system without the call is not asked again.
         isUnknown.store(errno == EINVAL, std::memory_order_relaxed);
         errno = error;
     }

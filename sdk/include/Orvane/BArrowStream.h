@@ -70,12 +70,12 @@ struct ArrowArrayStream
 
 namespace Orvane {
 
-/// Makes a stream over the features of a layer: one record batch a page, in row order.
+/// Makes a stream over the features of a layer: one record batch per page, in row order.
 ///
 /// Columns: "name" (utf8); "geometry", a nullable struct of the doubles x, y and, when any feature
 /// of the layer has a Z, z (nullable), marked as the extension type geoarrow.point; then the
 /// layer's stored columns by name: int32, int64, double, float, bool, and utf8 for every type that
-/// is carried as text. A row with fewer attributes has nulls behind them; a lone surrogate becomes
+/// is carried as text. A row with fewer attributes has nulls after them; a lone surrogate becomes
 /// U+FFFD. Features changed after they were handed out give their changed values, converted to the
 /// column's type.
 ///
@@ -86,7 +86,7 @@ namespace Orvane {
 /// the stream is used. Both are used by one thread at a time. When the pages have columns that do
 /// not agree (one list being the beginning of the other), or a changed feature has attributes that
 /// the columns do not have, get_schema or get_next give EINVAL, and get_last_error says why; EIO
-/// stands for a disk cache that can't be read, ENOMEM for missing memory.
+/// stands for a disk cache that cannot be read, ENOMEM for missing memory.
 ///
 /// @param out filled in; the caller calls its `release`.
 /// @throws BDataManagerException("ExportArrowStream", "There is no layer to export.") for null.

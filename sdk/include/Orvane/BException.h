@@ -69,7 +69,7 @@ ORVANE_DECLARE_EXCEPTION(BFileNotFoundException);
 ORVANE_DECLARE_EXCEPTION(BFileContentNotValidException);
 /// A position outside of a list, a row or a layer.
 ORVANE_DECLARE_EXCEPTION(BIndexOutOfBoundsException);
-/// A data manager that is used against its rules, or can't do what it is asked.
+/// A data manager that is used against its rules, or cannot do what it is asked.
 ORVANE_DECLARE_EXCEPTION(BDataManagerException);
 /// A coordinate text that does not fit its format.
 ORVANE_DECLARE_EXCEPTION(BKelvaCoordinateFormatException);

@@ -22,7 +22,7 @@ class BPointGeo;
 /// States: a new feature stands free and owns its values. A feature added to a collection, or
 /// handed out by one, is *attached*: it stands for one row, its values come from the collection's
 /// store when they are asked for, and a change through any setter changes the layer. When the
-/// collection goes, the features still in use take their values with them and stand free again.
+/// collection goes, the features still in use keep their values and stand free again.
 ///
 /// Geometry and attributes are handed out for reading; they are changed through the setters.
 /// References and pointers that a getter returns stay valid until the next change of this feature
@@ -44,8 +44,8 @@ public:
     [[nodiscard]] const BGeometry* GetGeometry() const;
     /// The geometry when it is a point, else null.
     [[nodiscard]] const BPointGeo* GetPoint() const;
-    /// Takes a copy of the geometry; null takes the feature's away. A later change of the object
-    /// that the caller keeps is not a change of the feature. The bounding box stays as it is.
+    /// Sets a copy of the geometry; null removes the feature's. A later change of the caller's
+    /// object does not change the feature. The bounding box stays as it is.
     virtual void SetGeometry(const BSharedPtr<BGeometry>& geometry);
 
     /// The bounding box as it was set; empty for a new feature.
@@ -79,12 +79,12 @@ private:
     static constexpr std::size_t kUnknownCount = static_cast<std::size_t>(-1);
 
     [[nodiscard]] std::size_t CountAttributes() const;
-    /// The page of the feature's row, brought into memory when it has left; only while the values
-    /// are the store's.
+    /// The page of the feature's row, loaded when it is not in memory; only while the values are
+    /// the store's.
     inline const BFeaturePage& Page() const;
     /// The feature's values, as far as they were read or set; made when there are none.
     inline Values& Any() const;
-    /// The feature's own values, taken from the store first; the layer keeps them from now on.
+    /// The feature's own values, read from the store first; the layer keeps them from now on.
     Values& Own();
     inline void ReadPoint(Values& values) const;
     void ReadAttributes(Values& values) const;

@@ -27,11 +27,10 @@ namespace Orvane {
 ///
 /// In a disk-cached collection ending the first row of a page writes the page before it.
 /// @throws BException, location "BFeatureCollection::WritePage", details file and reason: "Could
-/// not
-///     create the disk cache file." or "Could not write the disk cache file."
+///     not create the disk cache file." or "Could not write the disk cache file."
 ///
 /// After a throw of any operation the rows that were ended stay, and AbandonRow (or the appender's
-/// end) drops what the unfinished row has left.
+/// destructor) drops the unfinished row.
 ///
 ///     BFeatureAppender appender(layer->GetFeatures(), columns);
 ///     appender.AddInt32(7);
@@ -57,8 +56,8 @@ public:
     void AddColumns(std::span<const BColumnInfo> added);
 
     /// Says, between two rows, how many values the next row has at most. Only needed where rows
-    /// have values for the first columns alone: pages begin then that have just those columns, so
-    /// that rows of very different lengths take memory for about what they have. Once it was
+    /// have values for the first columns alone: new pages have just those columns then, so that
+    /// rows of very different lengths need memory for about the values that they have. Once it was
     /// called, it must be called for each row that has more values than the one before.
     /// @param valueCount at most GetColumnCount()
     void BeginRow(std::size_t valueCount);
@@ -92,7 +91,7 @@ public:
             ++m_nextNameNumber;
             FinishPlainRow();
         } else {
-            EndOddRow(kind, x, y, z, nameNumber);
+            EndIrregularRow(kind, x, y, z, nameNumber);
         }
     }
 
@@ -110,18 +109,18 @@ public:
             AppendPlainPoint(kind, x, y, z);
             FinishPlainRow();
         } else {
-            EndOddRow(kind, x, y, z, nameBytes, nameEncoding);
+            EndIrregularRow(kind, x, y, z, nameBytes, nameEncoding);
         }
     }
 
     /// Drops what was set since the last EndRow or EndRows.
     void AbandonRow() noexcept;
 
-    /// Room for rows that are filled column by column.
+    /// Rows that are filled column by column.
     ///
     /// Entry r of `x`, `y` and `z` (null without Z) and entry firstRow + r of the array that a
     /// column's storage names belong to row r; they are not initialised. Texts are appended with
-    /// TryAppendText and AppendText, one a row and column, in row order.
+    /// TryAppendText and AppendText, one per row and column, in row order.
     struct Rows
     {
         std::size_t count;
@@ -132,9 +131,9 @@ public:
         BColumnData* columns;
     };
 
-    /// Makes room for about that many rows more, so far as the page takes them, so that arrays need
-    /// not grow by copying themselves. Only what is used of it takes memory. Texts' bytes are not
-    /// counted. @throws std::bad_alloc; nothing is lost then.
+    /// Reserves capacity for that many more rows, up to the end of the page, so that arrays need
+    /// not grow by copying themselves. Reserved memory costs nothing before it is written. The
+    /// bytes of texts are not counted. @throws std::bad_alloc; nothing is lost then.
     void ReserveRows(std::size_t rows, bool hasZ);
 
     /// Begins rows between two rows. @param wanted at least 1; fewer are given when the page ends.
@@ -144,8 +143,8 @@ public:
 
     /// Ends the next `count` of the rows begun; all columns of the collection must have been
     /// filled for them. May be called for parts; what is not ended is dropped by AbandonRow.
-    /// @param kinds an EPointKind a row. Coordinates that a kind does not have must be NaN.
-    /// @param firstNameNumber names the first row; the rows behind it count on.
+    /// @param kinds an EPointKind per row. Coordinates that a kind does not have must be NaN.
+    /// @param firstNameNumber names the first row; the rows after it count on.
     void EndRows(std::size_t count, const std::uint8_t* kinds, std::uint32_t firstNameNumber)
     {
         bool isPlain = firstNameNumber == m_nextNameNumber && m_nextColumn == 0 &&
@@ -158,7 +157,7 @@ public:
             m_features.m_count += count;
             m_nextNameNumber += count;
         } else {
-            EndOddRows(count, kinds, firstNameNumber);
+            EndIrregularRows(count, kinds, firstNameNumber);
         }
     }
 
@@ -217,18 +216,19 @@ private:
     /// sizes of all columns.
     [[nodiscard]] bool IsFull() const noexcept;
     void GrowText(BTextArray& texts, std::string_view bytes, ETextEncoding encoding);
-    void EndOddRow(EPointKind kind, double x, double y, double z, std::uint32_t nameNumber);
-    void EndOddRow(EPointKind kind,
-                   double x,
-                   double y,
-                   double z,
-                   std::string_view nameBytes,
-                   ETextEncoding nameEncoding);
-    void AppendOddPoint(EPointKind kind, double x, double y, double z);
+    void EndIrregularRow(EPointKind kind, double x, double y, double z, std::uint32_t nameNumber);
+    void EndIrregularRow(EPointKind kind,
+                         double x,
+                         double y,
+                         double z,
+                         std::string_view nameBytes,
+                         ETextEncoding nameEncoding);
+    void AppendIrregularPoint(EPointKind kind, double x, double y, double z);
     void SwitchToNameTexts();
     void FillRow();
-    void FinishOddRow(std::size_t rows = 1);
-    void EndOddRows(std::size_t count, const std::uint8_t* kinds, std::uint32_t firstNameNumber);
+    void FinishIrregularRow(std::size_t rows = 1);
+    void
+    EndIrregularRows(std::size_t count, const std::uint8_t* kinds, std::uint32_t firstNameNumber);
     [[nodiscard]] std::shared_ptr<const std::vector<BColumnInfo>>
     GetFirstColumns(std::size_t count) const;
     void BeginPage(const std::shared_ptr<const std::vector<BColumnInfo>>& columns);
@@ -255,8 +255,8 @@ private:
     EPointKind m_plainKind = EPointKind::None;
     bool m_hasNameTexts = false;
     bool m_isPageFull = false;
-    bool m_hasGrown = false;               ///< texts of the row at hand took more memory
-    std::size_t m_begunEnd = 0;            ///< behind the last row of BeginRows
+    bool m_hasGrown = false;               ///< texts of the current row made an array grow
+    std::size_t m_begunEnd = 0;            ///< row after the last one of BeginRows
     std::vector<std::size_t> m_prefaulted; ///< values of each array that have their memory
 };
 

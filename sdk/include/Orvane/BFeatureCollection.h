@@ -21,11 +21,11 @@ class BPageFile;
 
 /// The ordered features of a layer.
 ///
-/// Features are stored in pages of columns (BFeaturePage). BFeature objects are made when they are
-/// asked for: GetAt of a row twice gives the same object while the first one is in use. A feature
-/// whose values fit the page (a point or no geometry, the box of its point, attributes that are a
-/// prefix of the page's columns in name and type) is stored by value; any other, and every feature
-/// changed after it was handed out, is kept as an object beside the pages. Rows count from 0.
+/// Features are stored in pages of columns (BFeaturePage). BFeature objects are made on demand:
+/// GetAt of a row twice gives the same object while the first one is in use. A feature whose values
+/// fit the page (a point or no geometry, the box of its point, attributes that are a prefix of the
+/// page's columns in name and type) is stored by value; any other, and every feature changed after
+/// it was handed out, is kept as an object beside the pages. Rows count from 0.
 ///
 /// A disk-cached collection keeps its last page, a few pages more and the rows kept as objects in
 /// memory, and all pages but the last in a file; see the constructor. Pages are written once, when
@@ -44,16 +44,14 @@ public:
     /// @param pageRows rows of a full page, at least 1
     explicit BFeatureCollection(std::size_t pageRows = kPageRows);
     /// A disk-cached collection. Its file is made when the first page is written, at the base name
-    /// with a unique ending, and loses its name at once where the system allows, so that it goes
-    /// with the collection or with the process. A page of about 16 MiB is
-    /// ended early.
+    /// with a unique ending, and is unlinked at once where the system allows, so that it disappears
+    /// with the collection or with the process. A page of about 16 MiB is ended early.
     /// @param diskCacheBaseName path of the file but for the ending; empty: a name in the folder
-    /// for
-    ///     temporary files
+    ///     for temporary files
     /// @param pageRows rows of a full page, at least 1
     BFeatureCollection(const BString& diskCacheBaseName, std::size_t pageRows);
-    /// Features still in use take their values with them; one whose page can't be read any more
-    /// stands free with the values that were read of it before.
+    /// Features still in use keep their values; one whose page cannot be read any more stands free
+    /// with the values that were read of it before.
     ~BFeatureCollection();
     BFeatureCollection(const BFeatureCollection&) = delete;
     BFeatureCollection& operator=(const BFeatureCollection&) = delete;
@@ -72,8 +70,8 @@ public:
     /// @throws std::out_of_range "invalid vector subscript".
     [[nodiscard]] BSharedPtr<BFeature> GetAt(std::size_t row);
 
-    /// Drops all features; those still in use take their values with them. @throws as LoadPage when
-    /// the values of one in use can't be read; nothing is dropped then.
+    /// Drops all features; those still in use keep their values. @throws as LoadPage when the
+    /// values of one in use cannot be read; nothing is dropped then.
     void Clear();
 
     /// The box around all features' boxes. Computed on each call, by column; for the pages on disk
@@ -89,12 +87,11 @@ public:
     /// @throws std::out_of_range "invalid vector subscript"; as LoadPage.
     [[nodiscard]] const BFeaturePage& GetPage(std::size_t pageIndex) const;
     /// A page that stays whole as long as it is held, also when the collection goes. The last page
-    /// still takes rows meanwhile.
+    /// may still grow meanwhile.
     /// @throws std::out_of_range "invalid vector subscript"; for a page on disk BException,
-    /// location
-    ///     "BFeatureCollection::LoadPage", details file and page: "Could not read the disk cache
-    ///     file.", "The disk cache file is cut short." or "The disk cache file is damaged." Other
-    ///     pages can be loaded after it, and this one when the file has been mended.
+    ///     location "BFeatureCollection::LoadPage", details file and page: "Could not read the disk
+    ///     cache file.", "The disk cache file is cut short." or "The disk cache file is damaged."
+    ///     Other pages can be loaded after it, and this one when the file has been mended.
     [[nodiscard]] std::shared_ptr<const BFeaturePage> LoadPage(std::size_t pageIndex) const;
     /// Row of the page's first feature. @throws std::out_of_range "invalid vector subscript".
     [[nodiscard]] std::size_t GetFirstRow(std::size_t pageIndex) const;
@@ -107,16 +104,16 @@ public:
 
     /// Bytes of memory that pages and kept objects hold, about. Linear in pages and objects.
     [[nodiscard]] std::size_t GetByteSize() const;
-    /// Gives back what the last page has reserved for rows to come.
+    /// Frees the capacity that the last page has reserved for rows to come.
     void ShrinkToFit();
 
 private:
     friend class BFeature;
     friend class BFeatureAppender;
 
-    /// Handles that are kept ready: a visit that holds no more than these allocates nothing.
+    /// Handles that are kept for reuse: a visit that holds no more than these allocates nothing.
     static constexpr std::size_t kReadyHandles = 4;
-    /// Rows in a row that do not fit the page before a page with other columns is begun.
+    /// Consecutive rows that do not fit the page before a page with other columns is begun.
     static constexpr std::size_t kMaxMisfits = 16;
 
     /// Bytes of written pages that stay in memory, as long as they are more than one.
@@ -137,7 +134,7 @@ private:
     /// Writes the last page of a disk-cached collection before another begins; a page that was
     /// written already is left alone.
     void WriteLastPage();
-    /// Lets pages go, the longest unused first, until one of that size fits the cache.
+    /// Drops pages from memory, the least recently used first, until one of that size fits.
     void MakeRoom(std::size_t byteCount) const;
     void KeepResident(std::size_t pageIndex, std::shared_ptr<BFeaturePage> page) const;
     void IncludePage(std::size_t pageIndex, const BFeaturePage& page, BMBB& box) const;
@@ -147,11 +144,11 @@ private:
     [[nodiscard]] std::shared_ptr<BFeature> MakeHandle(std::size_t row);
     /// Points the handle at its row's page. @throws as LoadPage.
     void Bind(const BFeature& feature) const;
-    /// Keeps the handle where it is found again; the oldest kept one makes room.
+    /// Keeps the handle so that GetAt finds it again, in place of the oldest one kept ready.
     void List(const std::shared_ptr<BFeature>& feature);
     void Unlist(BFeature& feature) noexcept;
     void KeepObject(BFeature& feature);
-    /// The feature is at its end.
+    /// The feature is being destroyed.
     void Forget(BFeature& feature) noexcept;
     void DetachAll() noexcept;
     /// Makes the last page ready for the feature's attributes. @return whether they fit it.
@@ -165,7 +162,7 @@ private:
     std::size_t m_count = 0;
     mutable std::vector<PageEntry> m_pages;
     mutable std::size_t m_pageHint = 0;
-    /// Changes whenever a page that a handle may point to goes.
+    /// Changes whenever a page that a handle may point to leaves memory.
     mutable std::uint64_t m_generation = 1;
     std::array<std::shared_ptr<BFeature>, kReadyHandles> m_ready;
     std::size_t m_nextReady = 0;

@@ -27,9 +27,9 @@ enum class EPointKind : std::uint8_t { None = 0, XY = 1, XYZ = 2 };
 
 /// One page of a layer's features, column by column.
 ///
-/// All arrays have one entry a row unless said otherwise; while an appender is in the middle of a
+/// All arrays have one entry per row unless said otherwise; while an appender is in the middle of a
 /// row they may have one more, so that `rowCount` alone says how many rows there are. Rows with
-/// fewer attributes than columns have a prefix of them; the values behind the prefix are 0 or
+/// fewer attributes than columns have a prefix of them; the values after the prefix are 0 or
 /// empty. A row that was changed or that fits no column has placeholders here:
 /// BFeatureCollection::GetObjectRow tells.
 ///
@@ -61,12 +61,12 @@ public:
     [[nodiscard]] inline BVariant GetValue(std::size_t rowInPage, std::size_t columnIndex) const;
     /// Bytes of memory that the page holds, what it has reserved included.
     [[nodiscard]] std::size_t GetByteSize() const noexcept;
-    /// Gives back what the arrays have reserved for rows to come.
+    /// Frees the capacity that the arrays have reserved for rows to come.
     void ShrinkToFit() noexcept;
 
     std::size_t rowCount = 0;
     std::shared_ptr<const std::vector<BColumnInfo>> columns;
-    std::vector<BColumnData> data; ///< one a column
+    std::vector<BColumnData> data; ///< one per column
     BPageArray<double> x;          ///< NaN where the point has no X, or there is no point
     BPageArray<double> y;
     BPageArray<double> z;                           ///< empty while no row of the page has a Z

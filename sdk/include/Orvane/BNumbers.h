@@ -21,7 +21,7 @@ ORVANE_SDK_EXPORT std::int32_t Atoi(std::u16string_view text);
 /// `strtoll`, base 10: clamped to the 64-bit range.
 ORVANE_SDK_EXPORT std::int64_t Strtoll(std::string_view text);
 
-/// `strtod`. @param consumed units that make up the number, white space in front included; 0 when
+/// `strtod`. @param consumed units that make up the number, leading white space included; 0 when
 /// there is no number. May be null.
 ORVANE_SDK_EXPORT double Strtod(std::string_view text, std::size_t* consumed = nullptr);
 /// The same on UTF-16, as `wcstod`: a unit above U+007F ends the number.

@@ -14,9 +14,8 @@
 
 namespace Orvane {
 
-/// Has the system provide memory at once that would otherwise come page by page as it is first
-/// written, at several times the cost. Changes no byte; does nothing where the system can't, or for
-/// less than 32 KiB.
+/// Prefaults memory in one call; faulting on first write costs several times as much. Changes no
+/// byte; does nothing where the system cannot, or for less than 32 KiB.
 ORVANE_SDK_EXPORT void PrefaultMemory(void* memory, std::size_t byteCount) noexcept;
 
 /// A growable array of plain values that never initialises what it reserves.
@@ -30,7 +29,7 @@ public:
 
     using Value = T;
 
-    /// The least number of values that a growing array makes room for.
+    /// The least capacity of a growing array, in values.
     static constexpr std::size_t kFirstCapacity = 8;
 
     BPageArray() noexcept = default;
@@ -66,6 +65,7 @@ public:
 
     [[nodiscard]] std::span<const T> View() const noexcept { return {m_data, m_size}; }
 
+    /// Raises the capacity to at least `capacity` values.
     /// @throws std::bad_alloc; the array is unchanged then.
     void Reserve(std::size_t capacity)
     {
@@ -74,7 +74,8 @@ public:
         }
     }
 
-    /// Makes room for `extra` more values, at least doubling when it has to grow.
+    /// Raises the capacity so that `extra` more values fit; a growing array at least doubles it.
+    /// @throws std::bad_alloc; the array is unchanged then.
     void ReserveMore(std::size_t extra)
     {
         if (m_capacity - m_size < extra) {
@@ -123,7 +124,7 @@ public:
         m_size += count;
     }
 
-    /// Appends without a look at the capacity, which must be there.
+    /// Appends without checking the capacity, which must suffice.
     void AppendReserved(T value) noexcept { m_data[m_size++] = value; }
 
     void AppendReserved(const T* values, std::size_t count) noexcept

@@ -114,7 +114,7 @@ public:
     void Reset() noexcept;
 
     /// A layer of the reader that keeps the module loaded as long as it is used. Features and
-    /// coordinate systems that are taken out of the layer must be gone before it.
+    /// coordinate systems got from the layer must be gone before it.
     /// @param layerIndex from 0, below GetLayers().GetCount() @return null where the list has null
     /// @throws std::out_of_range "invalid vector subscript".
     [[nodiscard]] BSharedPtr<BVectorLayer> GetLayer(std::size_t layerIndex) const;

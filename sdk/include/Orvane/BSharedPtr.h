@@ -20,7 +20,7 @@ public:
 
     BSharedPtr(std::nullptr_t) noexcept {} // NOLINT(google-explicit-constructor)
 
-    /// Takes ownership of `object`; the use count is 1.
+    /// Owns `object` from now on; the use count is 1.
     explicit BSharedPtr(T* object)
         : m_pointer(object)
     {}
@@ -61,7 +61,7 @@ public:
 
     [[nodiscard]] bool IsOwner() const noexcept { return m_isOwner; }
 
-    /// Lets go of the object; the handle is null afterwards.
+    /// Gives up the object; the handle is null afterwards.
     void Reset() noexcept
     {
         m_pointer.reset();

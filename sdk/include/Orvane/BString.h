@@ -15,7 +15,7 @@
 
 namespace Orvane {
 
-/// An immutable-by-sharing UTF-16 text.
+/// A UTF-16 text whose copies share one buffer.
 ///
 /// A BString holds UTF-16 code units; every length, position and count in this class is in code
 /// units. NUL units and lone surrogates are ordinary content and are kept. Copies share one buffer
@@ -102,9 +102,9 @@ public:
 
     /// UTF-8; a lone surrogate becomes U+FFFD.
     [[nodiscard]] std::string ToUtf8() const;
-    /// One byte a unit; units above U+00FF become '?'.
+    /// One byte per unit; units above U+00FF become '?'.
     [[nodiscard]] std::string ToLatin1() const;
-    /// One byte a unit; units above U+007F become '?'. The text that number conversions read.
+    /// One byte per unit; units above U+007F become '?'. The text that number conversions read.
     [[nodiscard]] std::string Ascii() const;
     /// The platform's wide text, as FromWide reads it; lone surrogates are kept.
     [[nodiscard]] std::wstring ToWide() const;
@@ -163,9 +163,9 @@ public:
         double m_real = 0;
     };
 
-    /// Builds a message printf-style. Directives: `%ls` and `%s` take a text, `%d`, `%i` and `%u`
-    /// an integer (64 bits, signed), `%g` and `%f` a double ("." whatever the locale), `%%` is a
-    /// per cent sign. Flags, widths and precisions are not part of it. The texts are inserted
+    /// Builds a message printf-style. Directives: `%ls` and `%s` stand for a text, `%d`, `%i` and
+    /// `%u` an integer (64 bits, signed), `%g` and `%f` a double ("." whatever the locale), `%%` is
+    /// a per cent sign. Flags, widths and precisions are not part of it. The texts are inserted
     /// whole, NUL units included.
     /// @throws std::invalid_argument when directives and arguments do not agree.
     template <typename... Arguments>
@@ -181,22 +181,22 @@ public:
     ///
     /// `format`, case ignored: "D", "DM" and "DMS" are degrees, degrees and minutes, degrees,
     /// minutes and seconds as parts of their own; "DDMM.m" and "DDMMSS.s" are packed digits, cut
-    /// from the right, two digits a part.
+    /// from the right, two digits per part.
     ///
-    /// Text: a sign ("+" or "-") in front or one hemisphere letter N, S, E, W (any case, at either
+    /// Text: a leading sign ("+" or "-") or one hemisphere letter N, S, E, W (any case, at either
     /// end), not both; S and W are negative. Parts stand apart by white space, ":" or "-", or are
     /// closed by the degree, minute and second signs (typographic or ASCII, two minute signs for
-    /// seconds too) or the letters d, m, s (any case), each behind its own part only. Trailing
+    /// seconds too) or the letters d, m, s (any case), each after its own part only. Trailing
     /// parts may be missing and are 0; only the last part that is present may have a fraction;
     /// minutes and seconds are below 60. Packed texts have no separators and no signs of parts.
-    /// White space around the text, behind the sign and beside the hemisphere letter is dropped.
+    /// White space around the text, after the sign and beside the hemisphere letter is dropped.
     /// Exponents, hexadecimal, "inf", "nan" and numbers too large for a double are refused. A "-"
     /// that follows white space and touches the next part is refused, since it reads as the sign
     /// of that part.
     ///
     /// A final S is the hemisphere, unless it touches the digits of the third part and either the
     /// minutes are closed by the letter m in the same case ("12d30m15s"), or a sign or hemisphere
-    /// letter stands in front and the s is lower case or the minutes are closed by a sign or
+    /// letter leads and the s is lower case or the minutes are closed by a sign or
     /// letter ("-12d30m15S"); then it closes the seconds.
     ///
     /// @return degrees: degrees + minutes / 60 + seconds / 3600, with the sign applied last.
@@ -222,16 +222,16 @@ public:
     }
 
 private:
-    friend struct BStringAccess; // BStringQt.h: the one door to the shared QString
+    friend struct BStringAccess; // BStringQt.h: the one access to the shared QString
 
     static constexpr std::size_t kUnitsOffset = sizeof(void*);
     static constexpr std::size_t kLengthOffset = 2 * sizeof(void*);
 
-    /// Lets go of the buffer.
+    /// Releases the buffer.
     void Release() noexcept;
 
-    // A QString lives in here: where its buffer is owned, its units, its length. An empty one is
-    // all zeros, and one may be moved as bytes. Size and layout are checked where it is built.
+    // Holds a QString: the owner of its buffer, its units, its length. An empty one is all zeros,
+    // and its bytes may be moved. BString.cpp checks size and layout.
     alignas(void*) std::byte m_storage[3 * sizeof(void*)];
 };
 

@@ -10,7 +10,7 @@
 
 namespace Orvane {
 
-/// The one door to the QString inside a BString.
+/// The one access to the QString inside a BString.
 struct BStringAccess
 {
     static const QString& Get(const BString& text) noexcept

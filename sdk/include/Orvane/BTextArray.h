@@ -15,17 +15,17 @@ namespace Orvane {
 
 /// How the texts of one column of one page are stored.
 enum class ETextEncoding : std::uint8_t {
-    Ascii,  ///< one byte a character, all below 0x80: valid as Latin-1 and as UTF-8
-    Latin1, ///< one byte a character, the code unit's number
+    Ascii,  ///< one byte per character, all below 0x80: valid as Latin-1 and as UTF-8
+    Latin1, ///< one byte per character, the code unit's number
     Utf8,   ///< valid UTF-8
-    Utf16   ///< two bytes a code unit, the machine's byte order: texts with lone surrogates
+    Utf16   ///< two bytes per code unit, the machine's byte order: texts with lone surrogates
 };
 
 /// Texts of one column of one page: all bytes in one array, and where each text ends.
 struct BTextArray
 {
     BPageArray<char> bytes;
-    BPageArray<std::uint32_t> ends; ///< byte offset behind text i
+    BPageArray<std::uint32_t> ends; ///< byte offset after the end of text i
     ETextEncoding encoding = ETextEncoding::Ascii;
 
     [[nodiscard]] std::size_t GetCount() const noexcept { return ends.GetSize(); }
@@ -65,18 +65,19 @@ ORVANE_SDK_EXPORT BString TextToString(std::string_view bytes, ETextEncoding enc
 ORVANE_SDK_EXPORT void
 AppendTextAsUtf8(std::string_view bytes, ETextEncoding encoding, std::string& out);
 
-/// Appends a text to a column, changing the column's encoding when the text does not fit it: an
-/// Ascii column takes the encoding of the first text that is not ASCII, Latin-1 and UTF-8 together
-/// become UTF-8, and a lone surrogate makes the column UTF-16. UTF-16 texts without lone surrogates
-/// are stored as UTF-8 in columns that are not UTF-16.
-/// @param bytes a text of that encoding; what the encoding promises is not tested. UTF-16 texts are
+/// Appends a text to a column and changes the column's encoding when the text does not fit it: an
+/// Ascii column changes to the encoding of the first text that is not ASCII, Latin-1 and UTF-8
+/// together become UTF-8, and a lone surrogate makes the column UTF-16. UTF-16 texts without lone
+/// surrogates are stored as UTF-8 in columns that are not UTF-16. Changing the encoding converts
+/// all texts of the column.
+/// @param bytes a text of that encoding; that it is valid there is not checked. UTF-16 texts are
 ///     given as their bytes.
 /// @throws BIndexOutOfBoundsException("BFeaturePage::AppendText", "A page holds at most 4294967295
 ///     bytes of text in one column."), std::bad_alloc; the texts are as before then.
 ORVANE_SDK_EXPORT void
 AppendText(BTextArray& texts, std::string_view bytes, ETextEncoding encoding);
 
-/// Whether all bytes are below 0x80; eight bytes a step.
+/// Whether all bytes are below 0x80; eight bytes per step.
 [[nodiscard]] inline bool IsAscii(std::string_view bytes) noexcept
 {
     constexpr std::uint64_t kHighBits = 0x8080808080808080U;
@@ -94,8 +95,9 @@ AppendText(BTextArray& texts, std::string_view bytes, ETextEncoding encoding);
     return (all & kHighBits) == 0;
 }
 
-/// The quick part of AppendText, made to be inlined: appends when the text fits the column's
-/// encoding and the reserved room. @return false when nothing was done and AppendText is needed.
+/// The fast path of AppendText, made to be inlined: appends when the text fits the column's
+/// encoding and the reserved capacity. @return false when nothing was done and AppendText is
+/// needed.
 [[nodiscard]] inline bool
 TryAppendText(BTextArray& texts, std::string_view bytes, ETextEncoding encoding) noexcept
 {

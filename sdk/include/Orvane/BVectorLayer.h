@@ -26,9 +26,8 @@ public:
     /// A layer whose pages may leave memory (see BFeatureCollection). The cache file is made when
     /// the second page begins.
     /// @param diskCacheBaseName path of the cache file but for a unique ending; empty: a name in
-    /// the
-    ///     folder for temporary files
-    /// @param diskCachePageSize features a page, at least 1
+    ///     the folder for temporary files
+    /// @param diskCachePageSize features per page, at least 1
     BVectorLayer(const BString& diskCacheBaseName, std::uint32_t diskCachePageSize);
     ~BVectorLayer();
     BVectorLayer(const BVectorLayer&) = delete;

@@ -44,15 +44,17 @@ ORVANE_SDK_EXPORT extern const BString ASCII_HEADER_BLANK_LINE; ///< the header 
 ORVANE_SDK_EXPORT extern const BString ASCII_HEADER_COUNT;      ///< number of header lines
 ORVANE_SDK_EXPORT extern const BString NUM_COLUMNS; ///< number of columns, reported by a preview
 
-// Data-source types.
+// Data-source types; the type of a path is "DS_" and its extension in capitals, also for formats
+// without a constant here.
 ORVANE_SDK_EXPORT extern const BString DS_CSV; ///< comma separated values
 ORVANE_SDK_EXPORT extern const BString DS_TSV; ///< tab separated values
 ORVANE_SDK_EXPORT extern const BString DS_SSV; ///< space separated values
-ORVANE_SDK_EXPORT extern const BString DS_TXT; ///< delimited text
+ORVANE_SDK_EXPORT extern const BString DS_TXT; ///< delimited text of any extension
 ORVANE_SDK_EXPORT extern const BString DS_GPX; ///< GPS exchange format
 ORVANE_SDK_EXPORT extern const BString DS_SHP; ///< shapefile
 
 // Queries that a data manager may answer.
-ORVANE_SDK_EXPORT extern const BString QUERY_COLUMNS; ///< first two rows, split into columns
+ORVANE_SDK_EXPORT extern const BString
+    QUERY_COLUMNS; ///< first two rows, split into columns; see BDataManager::GetFilePreview
 
 } // namespace Orvane

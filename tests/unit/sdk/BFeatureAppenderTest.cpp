@@ -435,7 +435,7 @@ TEST(BFeatureAppender, GivesRowsOfVeryDifferentLengthsPagesOfTheirOwn)
     for (std::size_t page = 0; page < features.GetPageCount(); ++page) {
         bytes += features.GetPage(page).GetByteSize();
     }
-    // In one page they would take 160 MB.
+    // In one page they would need 160 MB.
     EXPECT_LT(bytes, 8000000U);
 }
 
@@ -484,7 +484,7 @@ TEST(BFeatureAppenderReserveRows, KeepsArraysInTheirPlaceWhileTheyGrow)
 {
     BFeatureCollection features(4096);
     BFeatureAppender appender(features, kNumberAndText);
-    // More than the page takes is as much as the page takes.
+    // More rows than fit the page are as many as fit.
     appender.ReserveRows(1000000, true);
     const BFeatureAppender::Rows first = appender.BeginRows(1, true);
     const double* const z = first.z;

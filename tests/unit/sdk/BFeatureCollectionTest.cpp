@@ -13,7 +13,7 @@ namespace Orvane {
 
 namespace {
 
-/// A feature class of its own, which a store of values can't give back.
+/// A feature class of its own, which a store of values cannot give back.
 class NamedFeature : public BFeature
 {};
 
