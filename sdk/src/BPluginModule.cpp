@@ -119,7 +119,7 @@ BPluginModule::BPluginModule(const std::filesystem::path& file, EModuleBinding b
     m_state->handle = dlopen(m_state->file.c_str(), FlagsOf(binding));
     if (m_state->handle == nullptr) {
         const char* reason = dlerror();
-        throw MakeLoadFailure(m_state->file, reason == nullptr ? "" : reason);
+        throw MakeLoadFailure(m_state->file, BString(reason));
     }
     void* symbol = dlsym(m_state->handle, kGetDataMgrProxyName);
     GetDataMgrProxyFunction getProxy = nullptr;

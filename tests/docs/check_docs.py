@@ -253,6 +253,27 @@ class Plans(unittest.TestCase):
         self.assertEqual(list(plan), documented)
 
 
+class Samples(unittest.TestCase):
+    """The code of a page stands, line by line, in a source that is compiled and run."""
+
+    SOURCES = {"sdk.md": "tests/docs/sdk_samples.cpp", "plugin.md": "examples/plugin/MarksReader.cpp"}
+
+    def test_every_sample_is_compiled(self):
+        for page, source in self.SOURCES.items():
+            compiled = (SOURCE / source).read_text(encoding="utf-8")
+            samples = re.findall(r"```cpp\n(.*?)```", (DOCS / page).read_text(encoding="utf-8"), re.DOTALL)
+            self.assertGreater(len(samples), 4)
+            for sample in samples:
+                with self.subTest(page=page, sample=sample):
+                    self.assertTrue("\n" + sample in compiled, f"not in {source}")
+
+    def test_the_build_of_the_plugin_is_as_the_page_says(self):
+        pattern = r"add_library\(.*\)|target_link_libraries\(.*\)|find_package\(.*\)"
+        page = (DOCS / "plugin.md").read_text(encoding="utf-8")
+        built = (SOURCE / "examples/plugin/CMakeLists.txt").read_text(encoding="utf-8")
+        self.assertEqual(sorted(re.findall(pattern, page)), sorted(re.findall(pattern, built)))
+
+
 class Tour(unittest.TestCase):
     """The console blocks of the README, typed as printed by somebody whose PATH has the program."""
 

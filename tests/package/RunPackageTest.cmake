@@ -9,7 +9,7 @@ function(run)
     set(output "${output}" PARENT_SCOPE)
 endfunction()
 
-file(REMOVE_RECURSE ${WORK}/first ${WORK}/prefix ${WORK}/outside)
+file(REMOVE_RECURSE ${WORK}/first ${WORK}/prefix ${WORK}/outside ${WORK}/plugin)
 run(${CMAKE_COMMAND} --install ${BUILD} --prefix ${WORK}/first)
 file(RENAME ${WORK}/first ${WORK}/prefix)
 
@@ -26,6 +26,25 @@ run(${CMAKE_COMMAND} --build ${WORK}/outside)
 run(${WORK}/outside/outside_host ${WORK}/prefix/${LIBDIR}/orvane/AsciiReader.so ${DATA})
 if(NOT output STREQUAL "own layer: 1 feature\nread layer: earthquakes, 1197 features\n")
     message(FATAL_ERROR "The outside program printed:\n${output}")
+endif()
+
+# The example of a plug-in, built against the installation alone.
+run(${CMAKE_COMMAND} -S ${PLUGIN} -B ${WORK}/plugin -G ${GENERATOR}
+    -DCMAKE_MAKE_PROGRAM=${MAKE_PROGRAM} -DCMAKE_CXX_COMPILER=${COMPILER}
+    -DCMAKE_CXX_FLAGS=${FLAGS} -DCMAKE_PREFIX_PATH=${WORK}/prefix
+    -DCMAKE_FIND_USE_PACKAGE_REGISTRY=OFF)
+run(${CMAKE_COMMAND} --build ${WORK}/plugin)
+if(EXISTS ${WORK}/prefix/bin/orvane)
+    run(${WORK}/prefix/bin/orvane read ${PLUGIN}/data/harbour.marks --json
+        --plugin ${WORK}/plugin/MarksReader.so)
+    if(NOT output MATCHES "\"St-Katharinen\",\"geometry\":\\[565320,5933655.75,8.25\\]")
+        message(FATAL_ERROR "The installed program read with the plug-in:\n${output}")
+    endif()
+endif()
+
+# Programs and modules of another minor version never load the library, nor does a package find it.
+if(NOT EXISTS ${WORK}/prefix/${LIBDIR}/liborvanesdk.so.${SOVERSION})
+    message(FATAL_ERROR "There is no liborvanesdk.so.${SOVERSION}.")
 endif()
 
 # The installed command line finds the installed plug-in by itself.
