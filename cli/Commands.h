@@ -13,7 +13,7 @@ namespace OrvaneHost {
 struct ReadArguments
 {
     std::string file;   ///< as given, bytes
-    std::string plugin; ///< empty for the bundled one
+    std::string plugin; ///< empty for the one that reads the file
     Orvane::BParamList params;
     bool isJson = false;
     Orvane::Import::DiskCacheRequest diskCache; ///< for reading

@@ -2,11 +2,11 @@
 #include "Commands.h"
 #include "Interrupt.h"
 #include "LayerWords.h"
+#include "NoteLine.h"
 #include "ProgressLine.h"
 #include "TerminalText.h"
 #include "TextOutput.h"
 
-#include <cstdio>
 #include <filesystem>
 #include <optional>
 #include <system_error>
@@ -20,7 +20,6 @@ using Orvane::Import::ColumnChoice;
 using Orvane::Import::EPhase;
 using Orvane::Import::ImportReport;
 using Orvane::Import::ImportRequest;
-using Orvane::Import::Note;
 using Orvane::Import::ProgressState;
 
 std::string FormatFixed(double value, int digits)
@@ -85,15 +84,6 @@ void PrintSummary(const ImportRequest& request, const ImportReport& report)
     output.Flush();
 }
 
-/// The arguments that change what a note tells.
-const char* AdviceFor(const Note& note)
-{
-    if (note.code == "disk-cache") {
-        return " (--no-disk-cache keeps them in memory)";
-    }
-    return note.code == "disk-cache-full" ? " (--disk-cache=DIR takes another folder)" : "";
-}
-
 /// What was done to the rows of the phase.
 const char* WordFor(EPhase phase)
 {
@@ -141,12 +131,7 @@ void RunImport(const ImportRequest& request)
         Follow(state, line);
         return true;
     };
-    callbacks.note = [](const Note& note) {
-        std::fprintf(stderr,
-                     "orvane: note: %s%s\n",
-                     TerminalText::Escape(note.text).c_str(),
-                     AdviceFor(note));
-    };
+    callbacks.note = PrintNote;
     const ImportReport report = ImportFile(request, callbacks);
     PrintSummary(request, report);
 }

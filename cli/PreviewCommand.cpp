@@ -1,6 +1,7 @@
 // `orvane preview`: the reader's preview of the columns, printed.
 #include "Commands.h"
 #include "JsonWriter.h"
+#include "NoteLine.h"
 #include "TerminalText.h"
 #include "TextOutput.h"
 
@@ -56,8 +57,10 @@ void PrintText(TextOutput& output, const FilePreview& preview)
 
 void RunPreview(const ReadArguments& arguments)
 {
-    const Orvane::BParamList answer = Orvane::Import::AskPreview(
-        Orvane::Import::LoadModule(arguments.plugin), arguments.file, arguments.params);
+    const Orvane::BPluginModule module = Orvane::Import::LoadModuleFor(
+        arguments.file, arguments.params, arguments.plugin, PrintNote);
+    const Orvane::BParamList answer =
+        Orvane::Import::AskPreview(module, arguments.file, arguments.params);
     TextOutput output;
     if (arguments.isJson) {
         PrintJson(output, answer);

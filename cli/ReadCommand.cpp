@@ -3,6 +3,7 @@
 #include "Interrupt.h"
 #include "LayerJson.h"
 #include "LayerWords.h"
+#include "NoteLine.h"
 #include "TerminalText.h"
 #include "TextOutput.h"
 
@@ -85,7 +86,8 @@ void PrintText(TextOutput& output, Orvane::BVectorLayer& layer, const Import::Se
 void RunRead(const ReadArguments& arguments)
 {
     const Import::DiskCache diskCache(arguments.diskCache);
-    const Orvane::BPluginModule module = Import::LoadModule(arguments.plugin);
+    const Orvane::BPluginModule module =
+        Import::LoadModuleFor(arguments.file, arguments.params, arguments.plugin, PrintNote);
     const Import::DiskCacheChoice cache =
         diskCache.Choose(module, arguments.file, arguments.params);
     Import::Session session(module, arguments.file, arguments.params);

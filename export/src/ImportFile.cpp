@@ -124,7 +124,17 @@ ImportFile(const BPluginModule& module, const ImportRequest& request, const Call
 
 ImportReport ImportFile(const ImportRequest& request, const Callbacks& callbacks)
 {
-    return ImportFile(LoadModule(request.module), request, callbacks);
+    std::vector<Note> notes;
+    const BPluginModule module =
+        LoadModuleFor(request.file, request.options, request.module, [&](const Note& note) {
+            notes.push_back(note);
+            if (callbacks.note) {
+                callbacks.note(note);
+            }
+        });
+    ImportReport report = ImportFile(module, request, callbacks);
+    report.notes.insert(report.notes.begin(), notes.begin(), notes.end());
+    return report;
 }
 
 } // namespace Orvane::Import

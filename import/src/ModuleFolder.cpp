@@ -1,10 +1,14 @@
-// Looks for the plug-in module beside the program and beside this library.
+// Looks for plug-in modules beside the program, beside this library and in the plug-in folder.
 #include "ModuleFolder.h"
 
 #include <Orvane/BString.h>
 #include <Orvane/Import/Failure.h>
 
+#include <array>
 #include <dlfcn.h>
+#include <map>
+#include <string>
+#include <string_view>
 #include <system_error>
 #include <utility>
 
@@ -24,25 +28,23 @@ std::filesystem::path FindLibraryFolder()
     return std::filesystem::canonical(info.dli_fname, error).parent_path();
 }
 
-} // namespace
+constexpr const char* kBundledName = "AsciiReader.so";
+constexpr const char* kFolderName = "orvane";
 
-std::filesystem::path FindModule(const std::string& named)
+/// Where the bundled module may stand, the first place first.
+std::array<std::filesystem::path, 3> ListPlaces()
 {
-    constexpr const char* kModuleName = "AsciiReader.so";
-    if (!named.empty()) {
-        return named;
-    }
     std::error_code error;
     const std::filesystem::path program = std::filesystem::read_symlink("/proc/self/exe", error);
     const std::filesystem::path library = FindLibraryFolder();
-    const std::filesystem::path places[] = {program.parent_path() / kModuleName,
-                                            library / kModuleName,
-                                            library / "orvane" / kModuleName};
-    for (const std::filesystem::path& place : places) {
-        if (std::filesystem::exists(place, error)) {
-            return place;
-        }
-    }
+    return {program.parent_path() / kBundledName,
+            library / kBundledName,
+            library / kFolderName / kBundledName};
+}
+
+[[noreturn]] void FailWithoutModule()
+{
+    const std::array<std::filesystem::path, 3> places = ListPlaces();
     FailureFields fields;
     fields.kind = EFailureKind::Module;
     fields.code = "no-module";
@@ -53,6 +55,53 @@ std::filesystem::path FindModule(const std::string& named)
     fields.what = fields.underneath.message.ToUtf8();
     fields.cause = fields.underneath.details.ToUtf8();
     throw ImportFailure(std::move(fields));
+}
+
+bool IsModuleName(const std::string& name)
+{
+    constexpr std::string_view kEnding = ".so";
+    return name.size() > kEnding.size() && name.ends_with(kEnding) && !name.starts_with("lib");
+}
+
+} // namespace
+
+std::filesystem::path FindBundledModule()
+{
+    std::error_code error;
+    for (const std::filesystem::path& place : ListPlaces()) {
+        if (std::filesystem::exists(place, error)) {
+            return place;
+        }
+    }
+    FailWithoutModule();
+}
+
+std::vector<std::filesystem::path> FindModules()
+{
+    const std::array<std::filesystem::path, 3> places = ListPlaces();
+    std::map<std::string, std::filesystem::path> modules;
+    std::error_code error;
+    std::filesystem::directory_iterator entry(places[2].parent_path(), error);
+    for (; !error && entry != std::filesystem::directory_iterator(); entry.increment(error)) {
+        std::string name = entry->path().filename().native();
+        if (IsModuleName(name)) {
+            modules.emplace(std::move(name), entry->path());
+        }
+    }
+    for (std::size_t place = 2; place-- > 0;) {
+        if (std::filesystem::exists(places[place], error)) {
+            modules[kBundledName] = places[place];
+        }
+    }
+    if (modules.empty()) {
+        FailWithoutModule();
+    }
+    std::vector<std::filesystem::path> files;
+    files.reserve(modules.size());
+    for (const auto& module : modules) {
+        files.push_back(module.second);
+    }
+    return files;
 }
 
 } // namespace Orvane::Import

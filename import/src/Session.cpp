@@ -1,5 +1,6 @@
 // The reader protocol, step by step.
 #include "DiskCacheEstimate.h"
+#include "ModuleFolder.h"
 #include "ProgressMeter.h"
 #include "Wrap.h"
 #include "diagnose/Diagnose.h"
@@ -10,17 +11,12 @@
 #include <Orvane/BLogger.h>
 #include <Orvane/Constants.h>
 #include <Orvane/Import/DisplayText.h>
+#include <Orvane/Import/Module.h>
 #include <Orvane/Import/Session.h>
 
-#include <text/OptionRules.h>
 #include <utility>
 
 namespace Orvane::Import {
-
-const BString& DataSourceTypeOf(const std::string& path)
-{
-    return AsciiReader::OptionRules::FindDataSourceType(path);
-}
 
 namespace {
 
@@ -57,13 +53,8 @@ struct Session::State
                                  DisplayText::Escape(file).c_str()),
                  kLocation);
         }
-        const BString& type = DataSourceTypeOf(file);
-        if (!module.GetProxy().CanRead(type, options)) {
-            Fail(EFailureKind::Module,
-                 "unsupported-type",
-                 file,
-                 BString::Format("The plug-in can not read data of the type <%ls>.", type),
-                 kLocation);
+        if (!CanReadFile(module, file, options)) {
+            FailUnsupportedType(file);
         }
         path = BString::FromUtf8(file);
         reader = module.CreateReader(path, options, &coordSysRepository, &logger);

@@ -26,6 +26,7 @@ DUMP = os.environ["ORVANE_DUMP"]
 FAKE = os.environ["ORVANE_FAKE"]
 FAKE_WITHOUT_PROXY = os.environ["ORVANE_FAKE_WITHOUT_PROXY"]
 NO_PLUGIN = os.environ["ORVANE_NO_PLUGIN"]
+BUNDLED = os.path.join(os.path.dirname(PROGRAM), "AsciiReader.so")
 EARTHQUAKES = os.path.join(os.environ["ORVANE_SOURCE_DIR"], "examples/data/earthquakes.csv")
 
 STATIONS = (
@@ -868,6 +869,78 @@ class PluginsTest(CliTest):
             "orvane: The plug-in can not read data of the type <DS_SSV>. (ReaderSession::Create)",
         )
 
+    def install(self, **modules):
+        """Copies of program and libraries, with modules in their plug-in folder; NAME=file."""
+        for folder in ("bin", "lib/orvane"):
+            os.makedirs(self.path("place/" + folder), exist_ok=True)
+        shutil.copy(PROGRAM, self.path("place/bin/orvane"))
+        for path in glob.glob(os.path.dirname(PROGRAM) + "/liborvane*.so.*"):
+            shutil.copy(path, self.path("place/lib"))
+        for name, path in modules.items():
+            shutil.copy(path, self.path(f"place/lib/orvane/{name}.so"))
+
+    def run_installed(self, *arguments):
+        environment = dict(os.environ, LD_LIBRARY_PATH=self.path("place/lib"))
+        return subprocess.run(
+            [self.path("place/bin/orvane"), *arguments], cwd=self.folder, capture_output=True,
+            env=environment, text=True, timeout=60, check=False)
+
+    def read_installed(self, name):
+        """The layer's name, "fake" for the fake plug-in's."""
+        completed = self.run_installed("read", name, "--json")
+        self.assertEqual((completed.returncode, completed.stderr), (0, ""))
+        return json.loads(completed.stdout)["layer"]["name"]
+
+    def test_the_first_module_by_name_that_reads_the_type_is_chosen(self):
+        self.write("b.xyz", "1\n")
+        self.write("c.txt", "1,2\n1,2\n")
+        self.install(AsciiReader=BUNDLED, ZFake=FAKE)
+        self.assertEqual(self.read_installed("a.csv"), "a")
+        self.assertEqual(self.read_installed("b.xyz"), "fake")
+        self.install(AFake=FAKE)
+        self.assertEqual(self.read_installed("a.csv"), "fake")
+        self.assertEqual(self.read_installed("c.txt"), "c")
+
+    def test_delimited_text_is_read_for_a_type_that_no_module_reads(self):
+        self.write("b.asc", "1,2\n")
+        self.install(AsciiReader=BUNDLED)
+        self.assertEqual(self.read_installed("b.asc"), "b")
+
+    def test_other_files_of_the_plug_in_folder_are_left_alone(self):
+        self.install(AsciiReader=BUNDLED)
+        for name in ("libbroken.so", "notes.txt", ".so", "old.so.1"):
+            self.write("place/lib/orvane/" + name, "no library")
+        self.assertEqual(self.read_installed("a.csv"), "a")
+
+    def test_a_module_that_cannot_be_loaded_is_named_and_stops_no_other(self):
+        self.install(AsciiReader=BUNDLED)
+        self.write("place/lib/orvane/Broken.so", "no library")
+        for arguments in (("read", "a.csv"), ("preview", "a.csv"), ("import", "a.csv", "a.fgb", "--x", "0", "--y", "1")):
+            with self.subTest(arguments=arguments):
+                completed = self.run_installed(*arguments)
+                self.assertEqual(completed.returncode, 0, completed.stderr)
+                self.assertRegex(
+                    completed.stderr,
+                    r"^orvane: note: The plug-in <[^\n]*/Broken\.so> could not be loaded: [^\n]+\n$")
+
+    def test_a_module_that_cannot_be_loaded_ends_a_read_that_no_other_can_do(self):
+        self.install()
+        self.write("place/lib/orvane/Broken.so", "no library")
+        completed = self.run_installed("read", "a.csv")
+        self.assertEqual(completed.returncode, 1)
+        self.assertRegex(
+            completed.stderr,
+            r"^orvane: The plug-in <[^\n]*/Broken\.so> could not be loaded\. \(PluginModule::Load\) [^\n]+\n$")
+
+    def test_a_type_that_no_module_of_the_folder_reads(self):
+        self.write("a.ssv", "1\n")
+        self.install(Fake=FAKE)
+        completed = self.run_installed("read", "a.ssv")
+        self.assertEqual(completed.returncode, 1)
+        self.assertEqual(
+            completed.stderr,
+            "orvane: The plug-in can not read data of the type <DS_SSV>. (ReaderSession::Create)\n")
+
     def test_whatever_a_plug_in_throws_is_reported(self):
         cases = (
             ("own-type", "(anonymous namespace)::ModuleError", "made in the module"),
@@ -917,6 +990,51 @@ class PluginsTest(CliTest):
             1,
             "orvane: the message\\x0A\\x1B[0m (the location) the\\x09details",
         )
+
+
+class MarksTest(CliTest):
+    """The example of a plug-in, driven by the program."""
+
+    def setUp(self):
+        super().setUp()
+        self.marks = os.environ["ORVANE_MARKS"]
+        self.file = os.path.join(os.environ["ORVANE_SOURCE_DIR"], "examples/plugin/data/harbour.marks")
+
+    def test_read(self):
+        layer = self.succeed("read", self.file, "--plugin", self.marks, "--json").json["layer"]
+        self.assertEqual(layer["name"], "marks")
+        self.assertEqual([feature["name"] for feature in layer["features"]], ["Q1", "Q2", "N17", "St-Katharinen"])
+        self.assertEqual(layer["features"][2]["geometry"], [564980.5, 5933710.125, 11.5])
+        self.assertEqual(layer["features"][2]["attributes"], [["class", 5, 3]])
+
+    def test_preview(self):
+        result = self.succeed("preview", self.file, "--plugin", self.marks)
+        self.assertIn("1       easting    565100.25\n", result.out)
+        self.assertIn("5 columns; the first row holds column names\n", result.out)
+
+    def test_import_finds_the_coordinates_by_their_names(self):
+        self.succeed("import", self.file, "out.csv", "--plugin", self.marks)
+        with open(self.path("out.csv"), encoding="utf-8") as file:
+            lines = file.read().splitlines()
+        self.assertEqual(len(lines), 5)
+
+    def test_a_failure_names_the_line(self):
+        self.write("a.marks", "marks -\nn x y z c\nA 1 2 3\n")
+        self.assert_failure(
+            self.run_orvane("read", "a.marks", "--plugin", self.marks),
+            1,
+            "orvane: Line 3 does not hold the five fields of a mark. (MarksReader::Read)")
+
+    def test_an_interrupt_ends_a_read(self):
+        self.write("a.marks", b"marks -\nn x y z c\n" + b"A 1 2 3 4\n" * 3000000)
+        running = subprocess.Popen(
+            [PROGRAM, "import", "a.marks", "a.fgb", "--plugin", self.marks], cwd=self.folder,
+            stdout=subprocess.PIPE, stderr=subprocess.PIPE)
+        time.sleep(0.3)
+        running.send_signal(signal.SIGINT)
+        running.communicate(timeout=60)
+        self.assertNotEqual(running.returncode, 0)
+        self.assert_folder("a.marks")
 
 
 class ImportTest(CliTest):

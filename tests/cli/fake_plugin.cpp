@@ -236,10 +236,13 @@ class FakeProxy : public Orvane::BDataManagerProxy
 public:
     bool CanRead(const BString& type, const Orvane::BParamList& /*params*/) override
     {
-        return type != Orvane::DS_SSV;
+        return CanRead(type);
     }
 
-    bool CanRead(const BString& type) override { return type != Orvane::DS_SSV; }
+    bool CanRead(const BString& type) override
+    {
+        return type != Orvane::DS_SSV && type != Orvane::DS_TXT;
+    }
 
     Orvane::BDataReader* CreateReader(const BString& path,
                                       const Orvane::BParamList& params,

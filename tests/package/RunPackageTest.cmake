@@ -35,8 +35,8 @@ run(${CMAKE_COMMAND} -S ${PLUGIN} -B ${WORK}/plugin -G ${GENERATOR}
     -DCMAKE_FIND_USE_PACKAGE_REGISTRY=OFF)
 run(${CMAKE_COMMAND} --build ${WORK}/plugin)
 if(EXISTS ${WORK}/prefix/bin/orvane)
-    run(${WORK}/prefix/bin/orvane read ${PLUGIN}/data/harbour.marks --json
-        --plugin ${WORK}/plugin/MarksReader.so)
+    file(COPY ${WORK}/plugin/MarksReader.so DESTINATION ${WORK}/prefix/${LIBDIR}/orvane)
+    run(${WORK}/prefix/bin/orvane read ${PLUGIN}/data/harbour.marks --json)
     if(NOT output MATCHES "\"St-Katharinen\",\"geometry\":\\[565320,5933655.75,8.25\\]")
         message(FATAL_ERROR "The installed program read with the plug-in:\n${output}")
     endif()

@@ -29,7 +29,7 @@ struct ImportRequest
     ColumnRequest columns; ///< what is not given is found by the names of the columns
     std::string crs;       ///< see TargetRequest
     DiskCacheRequest diskCache{DiskCacheRequest::EMode::Automatic, {}};
-    std::string module; ///< the plug-in's file; empty for the bundled one
+    std::string module; ///< the plug-in's file; empty: LoadModuleFor (Module.h) chooses it
 };
 
 /// What an import has done.

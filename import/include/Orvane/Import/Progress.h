@@ -32,7 +32,8 @@ struct ProgressState
 /// Something that the caller of an import should know and that is no failure.
 struct Note
 {
-    /// Stable, one per cause: `disk-cache` (the layer's pages go to a file), `disk-cache-full`
+    /// Stable, one per cause: `module-load` (a plug-in that was not needed cannot be loaded),
+    /// `disk-cache` (the layer's pages go to a file), `disk-cache-full`
     /// (they would, but there is no room), `field-name`, `layer-name` (changed to fit the format),
     /// `not-an-integer`, `not-finite`, `no-geometry`, `nul`, `no-place` (values and rows that the
     /// file cannot hold), `format` (words of the format's writer).

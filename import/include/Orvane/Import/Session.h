@@ -31,7 +31,7 @@ namespace Orvane::Import {
 class ORVANE_IMPORT_EXPORT Session
 {
 public:
-    /// Asks the plug-in whether it reads files of the path's extension (DataSourceTypeOf), and has
+    /// Asks the plug-in whether it reads the file (CanReadFile of Module.h), and has
     /// it make the reader. The options go to the making and to the opening.
     /// @param file UTF-8; relative to the process's working folder
     /// @throws ImportFailure `name-encoding`, `unsupported-type`, `module-failure`
@@ -70,9 +70,5 @@ private:
     struct State;
     std::unique_ptr<State> m_state; ///< never null
 };
-
-/// The data-source type that a path is asked for: by its extension, case ignored; DS_TXT for every
-/// extension that has no type of its own.
-[[nodiscard]] ORVANE_IMPORT_EXPORT const BString& DataSourceTypeOf(const std::string& path);
 
 } // namespace Orvane::Import
