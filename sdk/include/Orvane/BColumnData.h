@@ -106,11 +106,13 @@ using BTextKind = BColumnKind<EColumnStorage::Text,
                               &BVariant::GetString>;
 
 /// Calls `visitor` with the kind of a storage, and gives its result, which must be of one type for
-/// all kinds. This is the one place that tells storages apart while the program runs.
+/// all kinds. This is the one place that tells storages apart while the program runs. Inlined
+/// always, so that it costs what the switch costs.
 ///
 ///     const EVariantType type = VisitStorage(storage, [](auto kind) { return kind.kType; });
 template <typename Visitor>
-constexpr decltype(auto) VisitStorage(EColumnStorage storage, Visitor&& visitor)
+[[gnu::always_inline]] constexpr decltype(auto) VisitStorage(EColumnStorage storage,
+                                                             Visitor&& visitor)
 {
     switch (storage) {
     case EColumnStorage::Int32:
@@ -135,7 +137,7 @@ constexpr decltype(auto) VisitStorage(EColumnStorage storage, Visitor&& visitor)
 ///
 ///     VisitColumn(column, [](auto& array) { array.ShrinkToFit(); });
 template <typename Column, typename Visitor>
-constexpr decltype(auto) VisitColumn(Column& column, Visitor&& visitor)
+[[gnu::always_inline]] constexpr decltype(auto) VisitColumn(Column& column, Visitor&& visitor)
 {
     static_assert(std::is_same_v<std::remove_const_t<Column>, BColumnData>);
     return VisitStorage(column.storage, [&column, &visitor](auto kind) -> decltype(auto) {
