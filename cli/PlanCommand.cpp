@@ -267,12 +267,37 @@ void ShowFindings(const Plan& plan, TextOutput& output)
     }
 }
 
+/// The arguments of `orvane import` that give an answer.
+std::string DescribeAnswer(const Orvane::Import::PlanAnswer& answer)
+{
+    std::string text;
+    const auto add = [&text](const std::string& argument) {
+        text += (text.empty() ? "" : " ") + argument;
+    };
+    if (answer.x) {
+        add("--x " + std::to_string(*answer.x));
+    }
+    if (answer.y) {
+        add("--y " + std::to_string(*answer.y));
+    }
+    if (answer.hasNames) {
+        add(std::string("-o FIRST_LINE_COLUMN_NAMES=") + (*answer.hasNames ? "true" : "false"));
+    }
+    if (!answer.encoding.empty()) {
+        add("-o CODEC=" + DisplayText::Escape(answer.encoding));
+    }
+    return text;
+}
+
 void ShowQuestions(const Plan& plan, TextOutput& output)
 {
     for (const auto& question : plan.questions) {
         Line(output, "Question:", question.text);
-        for (const std::string& option : question.options) {
-            Line(output, "", "  " + DisplayText::Escape(option));
+        for (const Orvane::Import::PlanAnswer& answer : question.answers) {
+            Line(output, "", "  " + DescribeAnswer(answer));
+        }
+        if (question.code == "coordinates" && question.answers.empty() && plan.columns.size() > 1) {
+            Line(output, "", "  --x COLUMN --y COLUMN");
         }
     }
 }

@@ -221,9 +221,9 @@ std::string QuoteName(const PlanColumn& column)
     return column.name.empty() ? std::to_string(column.index) : "'" + column.name + "'";
 }
 
-std::string OptionFor(const Plan& plan, std::size_t x, std::size_t y)
+std::string DescribePair(const Plan& plan, std::size_t x, std::size_t y)
 {
-    return "--x " + QuoteName(plan.columns[x]) + " --y " + QuoteName(plan.columns[y]);
+    return "X " + QuoteName(plan.columns[x]) + ", Y " + QuoteName(plan.columns[y]);
 }
 
 std::size_t FindGiven(const Plan& plan, const std::string& given)
@@ -458,11 +458,7 @@ void Settle(const CoordinateSearch& search,
 void AskForCoordinates(Plan& plan)
 {
     plan.coordinates.decider = EDecider::Default;
-    plan.questions.push_back({"coordinates",
-                              "No columns of coordinates were found.",
-                              plan.columns.size() > 1
-                                  ? std::vector<std::string>{"--x COLUMN --y COLUMN", "--no-points"}
-                                  : std::vector<std::string>{"--no-points"}});
+    plan.questions.push_back({"coordinates", "No columns of coordinates were found.", {}});
 }
 
 bool UseGiven(const CoordinateSearch& search,
@@ -501,8 +497,9 @@ void DecideCoordinates(const CoordinateSearch& search, const PlanRequest& reques
                                              columns[best.x].sample.values.size(),
                                              {}});
         for (std::size_t index = 1; index < pairs.size(); ++index) {
-            plan.coordinates.rivals.push_back(
-                {OptionFor(plan, pairs[index].x, pairs[index].y), 0, "a less plain pair of names"});
+            plan.coordinates.rivals.push_back({DescribePair(plan, pairs[index].x, pairs[index].y),
+                                               0,
+                                               "a less plain pair of names"});
         }
         const bool isTie = pairs.size() > 1 && pairs[1].score == best.score &&
                            pairs[1].x != best.x && pairs[1].y != best.y;
@@ -512,7 +509,7 @@ void DecideCoordinates(const CoordinateSearch& search, const PlanRequest& reques
             plan.questions.push_back(
                 {"coordinates",
                  "Several pairs of columns can be the coordinates.",
-                 {OptionFor(plan, best.x, best.y), OptionFor(plan, pairs[1].x, pairs[1].y)}});
+                 {{best.x, best.y, {}, {}}, {pairs[1].x, pairs[1].y, {}, {}}}});
         }
         DecideSystem(columns, plan);
         return;
@@ -529,12 +526,12 @@ void DecideCoordinates(const CoordinateSearch& search, const PlanRequest& reques
     plan.coordinates.confidence = EConfidence::Strong;
     if (pairs.size() > 1) {
         plan.coordinates.confidence = EConfidence::Tie;
-        std::vector<std::string> options;
+        std::vector<PlanAnswer> answers;
         for (const Pair& pair : pairs) {
-            options.push_back(OptionFor(plan, pair.x, pair.y));
+            answers.push_back({pair.x, pair.y, {}, {}});
         }
         plan.questions.push_back(
-            {"axes", "Two columns can be degrees, and either can be the longitude.", options});
+            {"axes", "Two columns can be degrees, and either can be the longitude.", answers});
         return;
     }
     Settle(search, columns, best, plan);

@@ -132,6 +132,25 @@ Json MakeIndex(const std::optional<std::size_t>& index)
     return index ? Json(*index) : Json(nullptr);
 }
 
+/// What is not part of an answer is left out.
+Json MakeJson(const PlanAnswer& answer)
+{
+    Json json = Json::object();
+    if (answer.x) {
+        json["x"] = *answer.x;
+    }
+    if (answer.y) {
+        json["y"] = *answer.y;
+    }
+    if (answer.hasNames) {
+        json["hasNames"] = *answer.hasNames;
+    }
+    if (!answer.encoding.empty()) {
+        json["encoding"] = answer.encoding;
+    }
+    return json;
+}
+
 } // namespace
 
 std::string ToJson(const Plan& plan)
@@ -142,8 +161,12 @@ std::string ToJson(const Plan& plan)
     }
     Json questions = Json::array();
     for (const PlanQuestion& question : plan.questions) {
+        Json answers = Json::array();
+        for (const PlanAnswer& answer : question.answers) {
+            answers.push_back(MakeJson(answer));
+        }
         questions.push_back(
-            {{"code", question.code}, {"text", question.text}, {"options", question.options}});
+            {{"code", question.code}, {"text", question.text}, {"answers", answers}});
     }
     Json findings = Json::array();
     for (const PlanFinding& finding : plan.findings) {

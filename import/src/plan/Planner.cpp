@@ -239,7 +239,7 @@ void PlanHeadOf(const Scan::TableHead& head,
     if (head.names == Scan::ENames::Unsure) {
         plan.questions.push_back({"names",
                                   "Whether the first line holds column names cannot be told.",
-                                  {"--names", "--no-names"}});
+                                  {{{}, {}, true, {}}, {{}, {}, false, {}}}});
     }
     for (const Scan::HeadLine& line : head.lines) {
         const std::string_view text = probe.substr(std::min(line.byte, probe.size()));
@@ -489,7 +489,7 @@ Plan MakePlan(const std::string& path, const PlanRequest& request)
         plan.questions.push_back(
             {"encoding",
              "The encoding cannot be told from so few words.",
-             {"--encoding " + encoding, "--encoding " + plan.bytes.encoding.rivals.front().value}});
+             {{{}, {}, {}, encoding}, {{}, {}, {}, plan.bytes.encoding.rivals.front().value}}});
     }
     PlanHeadOf(scan.head, probe.Text(), request, textEncoding, plan);
     PlanRunsOf(facts, plan);

@@ -441,8 +441,11 @@ TEST(MakePlan, AsksForTheAxesThatValuesCannotTell)
     const Plan plan = PlanOf("a;37.77939;22.42354\nb;37.77610;22.42280\nc;37.77104;22.42253\n");
     EXPECT_FALSE(plan.coordinates.value.x.has_value());
     ASSERT_TRUE(HasQuestion(plan, "axes"));
-    EXPECT_EQ(plan.questions[0].options[0], "--x 2 --y 1");
-    EXPECT_EQ(plan.questions[0].options[1], "--x 1 --y 2");
+    ASSERT_EQ(plan.questions[0].answers.size(), 2U);
+    EXPECT_EQ(plan.questions[0].answers[0].x, std::size_t{2});
+    EXPECT_EQ(plan.questions[0].answers[0].y, std::size_t{1});
+    EXPECT_EQ(plan.questions[0].answers[1].x, std::size_t{1});
+    EXPECT_EQ(plan.questions[0].answers[1].y, std::size_t{2});
 }
 
 TEST(MakePlan, AsksWhereThereAreNoCoordinates)

@@ -234,12 +234,22 @@ struct PlanCoordinates
     EPlanNotation notation = EPlanNotation::None;
 };
 
+/// One answer to a question: what a caller states to decide it so. Fields that are not set are not
+/// part of the answer.
+struct PlanAnswer
+{
+    std::optional<std::size_t> x; ///< column of X, counted from 0
+    std::optional<std::size_t> y;
+    std::optional<bool> hasNames; ///< whether the first row holds column names
+    std::string encoding;         ///< empty: not part of the answer
+};
+
 /// Something that only the caller can answer.
 struct PlanQuestion
 {
-    std::string code;                 ///< "coordinates", "names", "decimal-sign" ...
-    std::string text;                 ///< one sentence
-    std::vector<std::string> options; ///< what answers it, as words of `orvane import`
+    std::string code;                ///< "coordinates", "axes", "names", "encoding"
+    std::string text;                ///< one sentence
+    std::vector<PlanAnswer> answers; ///< any of them decides; empty when only a person can name one
 };
 
 /// Something worth knowing about the file.
