@@ -32,9 +32,9 @@ constexpr PointShuffles MakePointShuffles()
     return shuffles;
 }
 
-constexpr PointShuffles kPointShuffles = MakePointShuffles();
+inline constexpr PointShuffles kPointShuffles = MakePointShuffles();
 
-alignas(16) constexpr unsigned char kKeepLast[32] = {
+alignas(16) inline constexpr unsigned char kKeepLast[32] = {
     0,    0,    0,    0,    0,    0,    0,    0,    0,    0,    0,    0,    0,    0,    0,    0,
     0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF};
 

@@ -16,9 +16,9 @@ namespace AsciiReader::Kernels {
 
 namespace {
 
-constexpr std::uint64_t kExactMantissa = std::uint64_t{1} << 53U;
+inline constexpr std::uint64_t kExactMantissa = std::uint64_t{1} << 53U;
 
-constexpr double kPowersOfTen[] = {
+inline constexpr double kPowersOfTen[] = {
     1e0, 1e1, 1e2, 1e3, 1e4, 1e5, 1e6, 1e7, 1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15, 1e16};
 
 /// @return whether the number is exact: both parts are, so that the one division rounds correctly.

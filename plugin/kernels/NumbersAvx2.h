@@ -84,8 +84,8 @@ struct SignRows
     }
 };
 
-constexpr SignRows<std::uint64_t> kDoubleSigns(std::uint64_t{1} << 63U);
-constexpr SignRows<std::uint32_t> kInt32Signs(0xFFFFFFFFU);
+inline constexpr SignRows<std::uint64_t> kDoubleSigns(std::uint64_t{1} << 63U);
+inline constexpr SignRows<std::uint32_t> kInt32Signs(0xFFFFFFFFU);
 
 inline __m256i LoadTwo(const void* low, const void* high)
 {
@@ -159,7 +159,7 @@ constexpr PlaceRows MakePlaceRows()
     return places;
 }
 
-constexpr PlaceRows kPlaceRows = MakePlaceRows();
+inline constexpr PlaceRows kPlaceRows = MakePlaceRows();
 
 inline __m256i SpreadBytes(const void* bytes)
 {
@@ -261,7 +261,7 @@ constexpr PointRows MakePointRows()
     return points;
 }
 
-constexpr PointRows kPointRows = MakePointRows();
+inline constexpr PointRows kPointRows = MakePointRows();
 
 /// The constants of ConvertTwo.
 struct PairConstants
@@ -344,11 +344,12 @@ template <bool kEmptyIsZero>
 
 /// Out of line, so that the loops keep their registers.
 /// @param fraction becomes the digits after the point of a number that is not empty
-[[gnu::noinline]] bool ConvertOne(
-    const char* text, FieldSpan span, bool emptyIsZero, double& value, std::uint32_t& fraction)
+template <bool kEmptyIsZero>
+[[gnu::noinline]] bool
+ConvertOne(const char* text, FieldSpan span, double& value, std::uint32_t& fraction)
 {
     Digits digits;
-    if (!ConvertDigits(text, span.begin, span.end, emptyIsZero, digits)) {
+    if (!ConvertDigits(text, span.begin, span.end, kEmptyIsZero, digits)) {
         return false;
     }
     fraction = digits.count > 0 ? digits.fraction : fraction;
@@ -474,7 +475,7 @@ std::size_t ToDoublesRun(const FieldRun& fields, ColumnRows<kHasQuotes, double> 
 {
     std::uint32_t fraction = fields.decimals != nullptr ? *fields.decimals : 0;
     const auto convertOne = [&fraction](const char* text, FieldSpan span, double& value) {
-        return ConvertOne(text, span, kEmptyIsZero, value, fraction);
+        return ConvertOne<kEmptyIsZero>(text, span, value, fraction);
     };
     rows.ConvertFirst(convertOne);
     for (std::size_t ended = 0; rows.IsAlike(ended); ++ended) {
@@ -588,7 +589,7 @@ private:
         DoubleColumn& column = m_columns[at];
         const std::uint32_t* const ends = m_fields.ends + row * m_fields.stride + at;
         const FieldSpan span = SpanOf<kHasQuotes>(m_fields, ends);
-        if (!ConvertOne(m_fields.text, span, kEmptyIsZero, column.out[row], column.decimals)) {
+        if (!ConvertOne<kEmptyIsZero>(m_fields.text, span, column.out[row], column.decimals)) {
             m_fallbacks[m_fallbackCount++] = {static_cast<std::uint32_t>(at),
                                               static_cast<std::uint32_t>(row)};
         }

@@ -30,7 +30,7 @@ constexpr Steps MakeSteps()
     return steps;
 }
 
-constexpr Steps kSteps = MakeSteps();
+inline constexpr Steps kSteps = MakeSteps();
 
 /// Writes base + i for every bit i that is set, in order, and up to kPadding entries more.
 /// @return how many are set

@@ -18,16 +18,16 @@ namespace {
 
 namespace Utf8Fault {
 
-constexpr unsigned kTooShort = 1;   ///< a lead, and no continuation after it
-constexpr unsigned kTooLong = 2;    ///< ASCII, and a continuation after it
-constexpr unsigned kLongForm3 = 4;  ///< E0 below A0
-constexpr unsigned kTooLarge = 8;   ///< F4 above 8F, F5 and more
-constexpr unsigned kSurrogate = 16; ///< ED above 9F
-constexpr unsigned kLongForm2 = 32; ///< C0 and C1
-constexpr unsigned kTooLarge4 = 64; ///< F5 and more below 90
-constexpr unsigned kLongForm4 = 64; ///< F0 below 90
-constexpr unsigned kTwoConts = 128; ///< two continuations: right only after a lead of three
-constexpr unsigned kAny = kTooShort | kTooLong | kTwoConts;
+inline constexpr unsigned kTooShort = 1;   ///< a lead, and no continuation after it
+inline constexpr unsigned kTooLong = 2;    ///< ASCII, and a continuation after it
+inline constexpr unsigned kLongForm3 = 4;  ///< E0 below A0
+inline constexpr unsigned kTooLarge = 8;   ///< F4 above 8F, F5 and more
+inline constexpr unsigned kSurrogate = 16; ///< ED above 9F
+inline constexpr unsigned kLongForm2 = 32; ///< C0 and C1
+inline constexpr unsigned kTooLarge4 = 64; ///< F5 and more below 90
+inline constexpr unsigned kLongForm4 = 64; ///< F0 below 90
+inline constexpr unsigned kTwoConts = 128; ///< two continuations: right only after a lead of three
+inline constexpr unsigned kAny = kTooShort | kTooLong | kTwoConts;
 
 } // namespace Utf8Fault
 
@@ -73,7 +73,7 @@ constexpr Utf8Tables MakeUtf8Tables()
     return tables;
 }
 
-constexpr Utf8Tables kUtf8Tables = MakeUtf8Tables();
+inline constexpr Utf8Tables kUtf8Tables = MakeUtf8Tables();
 
 inline __m128i LoadTable(const unsigned char* table)
 {
