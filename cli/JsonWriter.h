@@ -15,7 +15,7 @@ namespace OrvaneHost {
 /// Writes values one by one; punctuation is the caller's, by Raw. Nothing is kept in memory.
 ///
 /// Texts are UTF-8; quotes, backslashes and all control characters (DEL and C1 too, so that no
-/// terminal takes data for a command) are escaped, lone surrogates stand as `\uXXXX`. Numbers have
+/// terminal reads data as a command) are escaped, lone surrogates stand as `\uXXXX`. Numbers have
 /// their shortest exact digits; what JSON has no number for stands as a bare NaN, Infinity or
 /// -Infinity. All operations throw what TextOutput throws.
 class JsonWriter

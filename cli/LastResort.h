@@ -1,4 +1,4 @@
-// How the program ends when a library can not go on.
+// How the program ends when a library cannot go on.
 #pragma once
 
 #include <string_view>

@@ -21,7 +21,7 @@ public:
     ~TextOutput() = default;
 
     /// @throws Orvane::BException("Could not write to the standard output.", "TextOutput::Flush",
-    ///     <reason>) when the descriptor takes no more.
+    ///     <reason>) when the descriptor accepts no more.
     void Write(std::string_view text)
     {
         if (text.size() > kBufferSize - m_buffer.size()) {

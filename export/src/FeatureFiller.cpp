@@ -154,7 +154,7 @@ void FeatureFiller::SetFloatText(std::size_t index, float value)
     m_feature.SetField(FieldNumber(index), buffer);
 }
 
-void FeatureFiller::SetReal(std::size_t index, double value)
+void FeatureFiller::SetValue(std::size_t index, double value)
 {
     const bool isHeld =
         std::isfinite(value) || (std::isnan(value) ? m_format.holdsNaN : m_format.holdsInfinity);
@@ -168,16 +168,16 @@ void FeatureFiller::SetReal(std::size_t index, double value)
     }
 }
 
-void FeatureFiller::SetFloat(std::size_t index, float value)
+void FeatureFiller::SetValue(std::size_t index, float value)
 {
     if (m_format.numbersAsText) {
         SetFloatText(index, value);
     } else {
-        SetReal(index, static_cast<double>(value));
+        SetValue(index, static_cast<double>(value));
     }
 }
 
-void FeatureFiller::SetInt64(std::size_t index, std::int64_t value)
+void FeatureFiller::SetValue(std::size_t index, std::int64_t value)
 {
     m_feature.SetField(FieldNumber(index), static_cast<GIntBig>(value));
 }
@@ -186,14 +186,14 @@ void FeatureFiller::SetText(std::size_t index, std::string& text)
 {
     if (m_fields[index].type == EVariantType::Int64) {
         if (const std::optional<std::int64_t> value = ParseInt64(text)) {
-            SetInt64(index, *value);
+            SetValue(index, *value);
         } else {
             m_losses.notIntegers[index] += text.empty() ? 0U : 1U;
             m_feature.SetFieldNull(FieldNumber(index));
         }
         return;
     }
-    // Texts of files end at a NUL; the character that stands for what can't be shown replaces
+    // Texts of files end at a NUL; the character that stands for what cannot be shown replaces
     // it.
     for (std::size_t nul = text.find('\0'); nul != std::string::npos; nul = text.find('\0')) {
         text.replace(nul, 1, "\uFFFD");
@@ -202,53 +202,32 @@ void FeatureFiller::SetText(std::size_t index, std::string& text)
     m_feature.SetField(FieldNumber(index), text.c_str());
 }
 
+void FeatureFiller::SetValue(std::size_t index, std::int32_t value)
+{
+    m_feature.SetField(FieldNumber(index), static_cast<int>(value));
+}
+
+void FeatureFiller::SetValue(std::size_t index, bool value)
+{
+    m_feature.SetField(FieldNumber(index), value ? 1 : 0);
+}
+
 void FeatureFiller::SetColumnValue(std::size_t index,
                                    const Orvane::BColumnData& column,
                                    std::size_t row)
 {
     const EVariantType type = m_fields[index].type;
-    switch (column.storage) {
-    case EColumnStorage::Int32:
-        if (type == EVariantType::Int32 || type == EVariantType::Int64) {
-            m_feature.SetField(FieldNumber(index), column.int32s[row]);
-            return;
+    Orvane::VisitStorage(column.storage, [this, index, type, &column, row](auto kind) {
+        if constexpr (kind.kIsText) {
+            m_text.clear();
+            Orvane::AppendTextAsUtf8(column.texts.GetBytes(row), column.texts.encoding, m_text);
+            SetTextAs(index, type);
+        } else if (type == kind.kType) {
+            SetValue(index, kind.GetValue(column, row));
+        } else {
+            SetVariant(index, Orvane::BVariant(kind.GetValue(column, row)));
         }
-        SetVariant(index, Orvane::BVariant(column.int32s[row]));
-        return;
-    case EColumnStorage::Int64:
-        if (type == EVariantType::Int64) {
-            SetInt64(index, column.int64s[row]);
-            return;
-        }
-        SetVariant(index, Orvane::BVariant(column.int64s[row]));
-        return;
-    case EColumnStorage::Double:
-        if (type == EVariantType::Double) {
-            SetReal(index, column.doubles[row]);
-            return;
-        }
-        SetVariant(index, Orvane::BVariant(column.doubles[row]));
-        return;
-    case EColumnStorage::Float:
-        if (type == EVariantType::Float) {
-            SetFloat(index, column.floats[row]);
-            return;
-        }
-        SetVariant(index, Orvane::BVariant(column.floats[row]));
-        return;
-    case EColumnStorage::Boolean:
-        if (type == EVariantType::Boolean) {
-            m_feature.SetField(FieldNumber(index), static_cast<int>(column.booleans[row]));
-            return;
-        }
-        SetVariant(index, Orvane::BVariant(column.booleans[row] != 0));
-        return;
-    case EColumnStorage::Text:
-        break;
-    }
-    m_text.clear();
-    Orvane::AppendTextAsUtf8(column.texts.GetBytes(row), column.texts.encoding, m_text);
-    SetTextAs(index, type);
+    });
 }
 
 void FeatureFiller::SetTextAs(std::size_t index, EVariantType type)
@@ -278,15 +257,15 @@ void FeatureFiller::SetVariant(std::size_t index, const Orvane::BVariant& value)
         return;
     case EVariantType::Int64:
         if (!isText) {
-            SetInt64(index, value.GetInt64());
+            SetValue(index, value.GetInt64());
             return;
         }
         break;
     case EVariantType::Double:
-        SetReal(index, value.GetDouble());
+        SetValue(index, value.GetDouble());
         return;
     case EVariantType::Float:
-        SetFloat(index, value.GetFloat());
+        SetValue(index, value.GetFloat());
         return;
     case EVariantType::Boolean:
         m_feature.SetField(FieldNumber(index), value.GetBoolean() ? 1 : 0);

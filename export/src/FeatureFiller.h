@@ -47,9 +47,11 @@ private:
     void SetNulls(std::size_t from);
     void SetNumberText(std::size_t index, double value);
     void SetFloatText(std::size_t index, float value);
-    void SetReal(std::size_t index, double value);
-    void SetFloat(std::size_t index, float value);
-    void SetInt64(std::size_t index, std::int64_t value);
+    void SetValue(std::size_t index, std::int32_t value);
+    void SetValue(std::size_t index, bool value);
+    void SetValue(std::size_t index, double value);
+    void SetValue(std::size_t index, float value);
+    void SetValue(std::size_t index, std::int64_t value);
     /// @param text UTF-8
     void SetText(std::size_t index, std::string& text);
     void SetColumnValue(std::size_t index, const Orvane::BColumnData& column, std::size_t row);

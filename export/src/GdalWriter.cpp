@@ -6,6 +6,8 @@
 #include "LayerWriter.h"
 #include "Losses.h"
 
+#include <Orvane/BRowWalk.h>
+
 #include <cpl_conv.h>
 #include <cpl_string.h>
 #include <gdal_priv.h>
@@ -64,6 +66,7 @@ public:
         , m_fields(NameFields(request.layer, request.counts, request.format))
         , m_hasGeometry(!request.format.numbersAsText)
         , m_hasHeights(request.counts.withHeight > 0)
+        , m_leavesOutRows(Is("FlatGeobuf"))
     {}
 
     ~GdalWriter() = default;
@@ -174,50 +177,48 @@ private:
         }
     }
 
+    void WriteRow(OGRFeature& feature, bool hasPoint)
+    {
+        // Rule: a FlatGeobuf file holds no feature without geometry; such rows are left out and
+        // reported, since its driver would drop them without a word.
+        if (m_leavesOutRows && !hasPoint) {
+            ++m_leftOut;
+            return;
+        }
+        feature.SetFID(OGRNullFID);
+        if (m_layer->CreateFeature(&feature) != OGRERR_NONE) {
+            Fail("Writing a feature", m_files.GetFailure());
+        }
+        ++m_rows;
+        m_points += hasPoint ? 1U : 0U;
+        if (m_rows % kRowsPerCheck == 0) {
+            Check(true, "Writing features");
+            Report(m_rows);
+        }
+        if (m_rows % kRowsPerTransaction == 0) {
+            Commit();
+            Begin();
+        }
+    }
+
     void WriteRows()
     {
         const std::unique_ptr<OGRFeature, void (*)(OGRFeature*)> feature(
             OGRFeature::CreateFeature(m_layer->GetLayerDefn()), &OGRFeature::DestroyFeature);
         FeatureFiller filler(
             *feature, m_request.format, m_fields.fields, m_hasGeometry, m_hasHeights);
-        const Orvane::BFeatureCollection& features = m_request.layer.GetFeatures();
-        // Rule: a FlatGeobuf file holds no feature without geometry; such rows are left out and
-        // reported, since its driver would drop them without a word.
-        const bool leavesOutRows = Is("FlatGeobuf");
-        std::size_t written = 0;
         Begin();
-        for (std::size_t pageIndex = 0; pageIndex < features.GetPageCount(); ++pageIndex) {
-            const std::shared_ptr<const Orvane::BFeaturePage> held = features.LoadPage(pageIndex);
-            const Orvane::BFeaturePage& page = *held;
-            const std::size_t firstRow = features.GetFirstRow(pageIndex);
-            for (std::size_t row = 0; row < page.GetRowCount(); ++row) {
-                if (const Orvane::BFeature* object = features.GetObjectRow(firstRow + row)) {
-                    filler.FillObject(*object);
-                } else {
-                    filler.FillPageRow(page, row);
-                }
-                if (leavesOutRows && feature->GetGeometryRef() == nullptr) {
-                    ++m_leftOut;
-                    continue;
-                }
-                feature->SetFID(OGRNullFID);
-                if (m_layer->CreateFeature(feature.get()) != OGRERR_NONE) {
-                    Fail("Writing a feature", m_files.GetFailure());
-                }
-                ++written;
-                m_points += filler.HasPoint() ? 1U : 0U;
-                if (written % kRowsPerCheck == 0) {
-                    Check(true, "Writing features");
-                    Report(written);
-                }
-                if (written % kRowsPerTransaction == 0) {
-                    Commit();
-                    Begin();
-                }
-            }
-        }
+        Orvane::VisitRows(
+            m_request.layer.GetFeatures(),
+            [&](const Orvane::BFeaturePage& page, std::size_t row) {
+                filler.FillPageRow(page, row);
+                WriteRow(*feature, filler.HasPoint());
+            },
+            [&](const Orvane::BFeature& object) {
+                filler.FillObject(object);
+                WriteRow(*feature, filler.HasPoint());
+            });
         Commit();
-        m_rows = written;
         m_losses = filler.GetLosses();
         m_losses.leftOut = m_leftOut;
     }
@@ -294,6 +295,7 @@ private:
     FileFields m_fields;
     bool m_hasGeometry;
     bool m_hasHeights;
+    bool m_leavesOutRows;
     bool m_hasTransactions = false;
     CheckedFiles m_files;
     GdalMessages m_messages; ///< before the dataset, so that closing it reports here too

@@ -34,7 +34,7 @@ int Synchronise(const fs::path& path)
     }
     const int error = fsync(descriptor) == 0 ? 0 : errno;
     close(descriptor);
-    // Some file systems can not synchronise a folder; the files themselves are there.
+    // Some file systems cannot synchronise a folder; the files themselves are there.
     return error == EINVAL ? 0 : error;
 }
 
@@ -42,7 +42,7 @@ constexpr std::string_view kHiddenPrefix = ".orvane-";
 constexpr std::string_view kHiddenEnding = "XXXXXX";
 
 /// @param operation of flock
-/// @return the open and locked folder, -1 when it is in use or gone, or can't be locked
+/// @return the open and locked folder, -1 when it is in use or gone, or cannot be locked
 int Lock(const fs::path& folder, int operation)
 {
     const int descriptor = open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
@@ -236,7 +236,7 @@ void OutputFile::Fail(const char* code, const std::string& reason) const
 void OutputFile::Begin()
 {
     RemoveAbandoned(m_file.parent_path());
-    // Between making and locking another program may take the folder for an abandoned one; then
+    // Between making and locking another program may consider the folder abandoned; then
     // another is made. File systems without locks do without: nothing is removed there, either.
     constexpr int kMostTries = 10;
     const std::string pattern =

@@ -31,7 +31,7 @@ struct FileMeasure
     std::uint64_t sampleBytes = 0; ///< of the file's beginning, which was looked at
     std::uint64_t sampleLines = 1; ///< lines in it, at least 1
 
-    /// Looks at the first MiB. @return nothing for what is no regular file or can't be read
+    /// Looks at the first MiB. @return nothing for what is no regular file or cannot be read
     [[nodiscard]] static std::optional<FileMeasure> Of(const std::string& path);
 };
 

@@ -25,7 +25,7 @@ Bytes ParseNumber(std::string_view text)
     return result.ec == std::errc() ? Bytes(value) : std::nullopt;
 }
 
-/// The number behind `key` at the start of one of the file's lines; the first line's for "".
+/// The number after `key` at the start of one of the file's lines; the first line's for "".
 Bytes ReadNumber(const fs::path& file, std::string_view key = {})
 {
     std::ifstream stream(file);
@@ -45,16 +45,16 @@ Bytes ReadKilobytes(const fs::path& file, std::string_view key)
     return number ? Bytes(*number * kKilobyte) : std::nullopt;
 }
 
-std::uint64_t Rest(std::uint64_t limit, std::uint64_t taken)
+std::uint64_t Rest(std::uint64_t limit, std::uint64_t used)
 {
-    return limit > taken ? limit - taken : 0;
+    return limit > used ? limit - used : 0;
 }
 
 /// The files of one version of the control groups.
 struct GroupFiles
 {
     const char* limit;
-    const char* taken;
+    const char* used;
     const char* droppable; ///< key in memory.stat
 };
 
@@ -73,10 +73,10 @@ void ApplyGroups(const fs::path& mount,
         path = path.substr(0, path.find_last_not_of('/') + 1);
         const fs::path folder = mount / (path.empty() ? path : path.substr(1));
         const Bytes limit = ReadNumber(folder / files.limit);
-        const Bytes taken = ReadNumber(folder / files.taken);
-        if (limit && taken) {
+        const Bytes used = ReadNumber(folder / files.used);
+        if (limit && used) {
             const Bytes droppable = ReadNumber(folder / "memory.stat", files.droppable);
-            free = std::min(free, Rest(*limit, Rest(*taken, droppable.value_or(0))));
+            free = std::min(free, Rest(*limit, Rest(*used, droppable.value_or(0))));
         }
         if (path.empty()) {
             return;

@@ -1,4 +1,4 @@
-// How much memory the program can still take.
+// How much memory the process can still get.
 #pragma once
 
 #include <cstdint>
@@ -20,9 +20,9 @@ struct ProcessLimits
     [[nodiscard]] static ProcessLimits Get();
 };
 
-/// Bytes that the process can still take: the least of the system's available memory, what the
+/// Bytes that the process can still get: the least of the system's available memory, what the
 /// control groups (version 2 and 1) that the process is in leave, file pages that can be dropped
-/// not counted as taken, and what the limits leave.
+/// not counted as used, and what the limits leave.
 /// @param root the folder that holds `proc` and `sys`: "/"
 /// @return nothing when the system does not say what is available; 0 at a limit that is reached
 [[nodiscard]] std::optional<std::uint64_t> MeasureFreeMemory(const std::filesystem::path& root,

@@ -16,7 +16,7 @@ file(RENAME ${WORK}/first ${WORK}/prefix)
 run(${CMAKE_COMMAND} -S ${OUTSIDE} -B ${WORK}/outside -G ${GENERATOR}
     -DCMAKE_MAKE_PROGRAM=${MAKE_PROGRAM} -DCMAKE_CXX_COMPILER=${COMPILER}
     -DCMAKE_CXX_FLAGS=${FLAGS} -DCMAKE_PREFIX_PATH=${WORK}/prefix
-    -DCMAKE_FIND_USE_PACKAGE_REGISTRY=OFF)
+    -DCMAKE_FIND_USE_PACKAGE_REGISTRY=OFF -DEXAMPLES=${EXAMPLES})
 file(STRINGS ${WORK}/outside/CMakeCache.txt found REGEX "^Orvane_DIR:")
 string(FIND "${found}" "${WORK}/prefix/" position)
 if(position EQUAL -1)
@@ -45,6 +45,12 @@ endif()
 # Programs and modules of another minor version never load the library, nor does a package find it.
 if(NOT EXISTS ${WORK}/prefix/${LIBDIR}/liborvanesdk.so.${SOVERSION})
     message(FATAL_ERROR "There is no liborvanesdk.so.${SOVERSION}.")
+endif()
+
+# The installed import library finds the installed plug-in by itself, whatever the program's place.
+run(${WORK}/outside/import_file ${DATA} ${WORK}/outside/out.gpkg EPSG:4326)
+if(NOT output STREQUAL "1197 rows, 1197 points\n")
+    message(FATAL_ERROR "The outside import printed:\n${output}")
 endif()
 
 # The installed command line finds the installed plug-in by itself.

@@ -33,7 +33,7 @@ ARROWS = {
     "gdal": ["sdk", "import", "export"],
     "python": ["sdk", "import", "export"],
     "wizard": ["sdk", "import", "export"],
-    "examples": ["sdk", "import"],
+    "examples": ["sdk", "import", "export"],
 
     # What checks and measures.
     "reference": ["sdk", "plugin"],

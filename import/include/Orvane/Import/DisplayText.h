@@ -10,7 +10,7 @@
 
 namespace Orvane::Import::DisplayText {
 
-/// Escapes everything that a terminal could take for a command or that would break a line: C0
+/// Escapes everything that a terminal could read as a command or that would break a line: C0
 /// controls and DEL as `\xNN`, C1 controls, line and paragraph separators and the marks that turn
 /// the writing direction as `\uNNNN`, bytes that are not valid UTF-8 as `\xNN`. All other
 /// characters stay as they are. @return valid UTF-8

@@ -32,7 +32,7 @@ struct WriteReport
 
 /// A place that layers are written to, whole or not at all.
 ///
-/// Order of calls: Write, once per layer, then Commit. Without Commit the destructor takes back
+/// Order of calls: Write, once per layer, then Commit. Without Commit the destructor removes
 /// everything that was written, and the place is as it was. One thread at a time.
 /// OpenTarget (Targets.h) makes those that this library has.
 class ORVANE_IMPORT_EXPORT Target
