@@ -18,7 +18,7 @@ from compare_readers import ComparisonError, check_figures, find_readers, run_re
 from compare_report import Results, describe_machine, machine_name, write_report
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
-# Short runs are repeated within a round, so that a round's figure stands on enough time.
+# Short runs are repeated within a round, so that a round measures enough time.
 REPEATS = {"A-few": 5, "D": 3, "wide-narrow": 5, "wide-wide": 5, **{kind: 3 for kind in WORST_CASES}}
 
 # Data sets of the sets that only our reader runs.
@@ -79,9 +79,9 @@ def parse_arguments():
 
 
 def choose_readers(readers, wanted):
-    """Those of the wanted names and families, all without any.
+    """The readers of the wanted names and families; all when nothing is wanted.
 
-    @throws ComparisonError when a wanted one can not run
+    @throws ComparisonError when a wanted one cannot run
     """
     if not wanted:
         return readers

@@ -17,7 +17,7 @@ COLUMNS_C = 60
 COLUMNS_NARROW = 10
 COLUMNS_WIDE = 640
 COLUMNS_WORST = 3
-# The rows that are to be found: a line of separators and blank lines are none.
+# The expected rows: a line of separators and blank lines give none.
 WORST_CASES = {"separators": 2, "quotes": 3, "breaks": 3, "blanks": 2}
 
 
@@ -35,7 +35,7 @@ class Dataset:
     files: int = 1
 
     def target(self, data):
-        """The file or folder that is generated; its name says all that the generator is told."""
+        """The file or folder that is generated; its name holds all arguments of the generator."""
         name = "-".join([self.kind, *self.generator[1::2]])
         return data / (name if self.kind == "D" else name + ".csv")
 
@@ -97,13 +97,13 @@ def make_datasets(quick):
 
 
 def data_folder(root):
-    """Where the files are: another folder for each version of the generator."""
+    """The folder of the files, one for each version of the generator."""
     sources = b"".join((FOLDER / name).read_bytes() for name in ("Datasets.cpp", "Datasets.h"))
     return root / hashlib.sha256(sources).hexdigest()[:12]
 
 
 def make_files(generator, dataset, data):
-    """Generates the files that are not there yet, and brings all into the page cache."""
+    """Generates missing files and brings all files into the page cache."""
     target = dataset.target(data)
     if not target.exists():
         data.mkdir(parents=True, exist_ok=True)

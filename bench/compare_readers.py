@@ -1,4 +1,4 @@
-"""The readers of the comparison: what each is started with, whether it is there, and its answer."""
+"""The readers of the comparison: their commands, whether they are installed, and their answers."""
 
 import json
 import os
@@ -16,7 +16,7 @@ TIMEOUT_SECONDS = 900
 
 
 class ComparisonError(Exception):
-    """A reader failed, or its answer is not that of the others."""
+    """A reader failed, or its answer differs from the others'."""
 
 
 @dataclass(frozen=True)
@@ -30,7 +30,7 @@ class Reader:
     threads: int = 1
     tolerance: float = EXACT
     environment: tuple = ()
-    missing: str = ""  # why it can not run; empty when it can
+    missing: str = ""  # why it cannot run; empty when it can
     version: str = ""
     is_ours: bool = False
     options: tuple = ()  # of our reader
@@ -47,7 +47,7 @@ class Reader:
 
 
 def ask_version(command, environment=()):
-    """A pair: the version that a reader's program prints, and why it can not run."""
+    """A pair: the version that a reader's program prints, and why it cannot run."""
     if shutil.which(command[0]) is None:
         return "", f"no {pathlib.Path(command[0]).name}"
     try:
@@ -76,10 +76,10 @@ def find_python():
 
 
 def find_readers(arguments):
-    """All readers, in the order in which they run; those that can not run say why."""
+    """All readers, in the order in which they run; those that cannot run say why."""
     binaries = arguments.bin
     ours = (str(binaries / "orvane_bench_import"), str(binaries / "AsciiReader.so"))
-    # Programs of Node.js find their packages where the installing script puts them.
+    # Node.js programs find their packages where scripts/install-bench-deps puts them.
     node_path = (("NODE_PATH", str(FOLDER.parent / "build" / "bench-peers" / "node_modules")),)
     readers = []
 
@@ -138,7 +138,7 @@ def find_readers(arguments):
 
 
 def parse_answer(text):
-    """What a reader printed: one line of JSON, or our programs' lines of key and value."""
+    """Parses a reader's output: one line of JSON, or our programs' lines of key and value."""
     last = text.strip().splitlines()[-1]
     if last.startswith("{"):
         return json.loads(last)
@@ -170,7 +170,7 @@ def run_reader(reader, dataset, data, processors):
 
 
 def check_figures(reader, dataset, figures, reference):
-    """Holds counts against the data set, and sums against those of another reader.
+    """Compares counts with the data set's, and sums with another reader's.
 
     @param reference a reader's name and its figures, or None for the first one
     @throws ComparisonError that names both readers and what differs

@@ -17,7 +17,7 @@ TWO_THREADS = ("fread-2", "duckdb-2", "polars-2")
 
 
 class Results:
-    """The figures of all counted rounds: per set, reader and data set one list, an entry a round."""
+    """The figures of all counted rounds: one list per set, reader and data set, one entry per round."""
 
     def __init__(self, datasets, data):
         self.datasets = datasets
@@ -25,7 +25,7 @@ class Results:
         self.rounds = {}
 
     def add(self, set_name, reader, key, round_index, runs):
-        """Keeps a round's runs as one: the median of each figure."""
+        """Keeps the median of each figure over a round's runs."""
         figures = {name: statistics.median(run[name] for run in runs) for name in runs[0]}
         figures["best_cpu_s"] = min(run["cpu_s"] for run in runs)
         figures["best_wall_s"] = min(run["wall_s"] for run in runs) if "wall_s" in runs[0] else None
@@ -44,7 +44,7 @@ class Results:
         return statistics.median(self.values(set_name, name, key, figure))
 
     def ratios(self, set_name, above, below, figure="cpu_s"):
-        """One ratio a round of two (reader, data set) pairs that ran in the same rounds."""
+        """One ratio per round of two (reader, data set) pairs that ran in the same rounds."""
         return [
             first / second
             for first, second in zip(
@@ -63,7 +63,7 @@ class Goal:
     text: str
     must: float
     aim: float
-    values: list  # one a round; empty when it was not measured
+    values: list  # one per round; empty when it was not measured
     is_low: bool = False  # whether less is better
     note: str = ""
 
@@ -79,7 +79,7 @@ class Goal:
 
 
 def largest(candidates):
-    """The candidate of the largest median. @param candidates label to one value a round"""
+    """The candidate with the largest median. @param candidates label to one value per round"""
     filled = {label: values for label, values in candidates.items() if values}
     if not filled:
         return "", []
@@ -94,7 +94,7 @@ def list_medians(candidates, digits):
 
 
 def memory_beyond_layer(rounds):
-    """MiB that were resident beside what stayed, one value a round."""
+    """Peak of resident MiB less what stayed, one value per round."""
     return [(figures["peak_bytes"] - figures["resident_after_bytes"]) / MEBIBYTE for figures in rounds]
 
 
@@ -185,7 +185,7 @@ def make_goals(results):
 
 
 def make_table(head, rows):
-    """A table of Markdown; all columns but the first stand right."""
+    """A Markdown table; all columns but the first are right-aligned."""
     lines = ["| " + " | ".join(head) + " |", "|---" + "|---:" * (len(head) - 1) + "|"]
     lines += ["| " + " | ".join(row) + " |" for row in rows]
     return "\n".join(lines) + "\n"
@@ -293,13 +293,13 @@ def cpu_model():
 
 
 def machine_name():
-    """The processor's model, fit for a file name."""
+    """The processor's model, in characters of a file name."""
     plain = re.sub(r"\((r|tm)\)|processor|cpu|@.*", "", cpu_model().lower())
     return "-".join(re.findall(r"[a-z0-9]+", plain)) or "machine"
 
 
 def describe_compiler(binaries):
-    """Compiler and flags of the build that the programs are from."""
+    """Compiler and flags of the build that made the programs."""
     cache = binaries.parent / "CMakeCache.txt"
     if not cache.exists():
         return "unknown"

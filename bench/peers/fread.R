@@ -1,4 +1,4 @@
-# Reads the files with data.table's fread and prints what that took as one line of JSON.
+# Reads the files with data.table's fread and prints the figures as one line of JSON.
 # Rscript fread.R --version | --threads N --x NAME --y NAME [--z NAME] FILE...
 suppressPackageStartupMessages(library(data.table))
 

@@ -71,7 +71,7 @@ GDALDatasetUniquePtr OpenFile(const Arguments& arguments, const std::string& fil
     GDALDatasetUniquePtr dataset(
         GDALDataset::Open(file.c_str(), GDAL_OF_VECTOR, drivers, options.List()));
     if (!dataset || dataset->GetLayerCount() != 1) {
-        throw std::runtime_error("GDAL can not read " + file + ".");
+        throw std::runtime_error("GDAL cannot read " + file + ".");
     }
     return dataset;
 }
@@ -95,7 +95,7 @@ GDALDatasetUniquePtr ReadIntoMemory(const Arguments& arguments, const std::strin
     for (int index = 0; index < definition.GetFieldCount(); ++index) {
         OGRFieldDefn field(definition.GetFieldDefn(index));
         if (layer->CreateField(&field) != OGRERR_NONE) {
-            throw std::runtime_error("GDAL can not make a field of the Memory layer.");
+            throw std::runtime_error("GDAL cannot make a field of the Memory layer.");
         }
     }
     std::vector<int> sameFields(static_cast<std::size_t>(definition.GetFieldCount()));
@@ -105,7 +105,7 @@ GDALDatasetUniquePtr ReadIntoMemory(const Arguments& arguments, const std::strin
         feature.SetFieldsFrom(read.get(), sameFields.data(), TRUE);
         feature.SetGeometryDirectly(read->StealGeometry());
         if (layer->CreateFeature(&feature) != OGRERR_NONE) {
-            throw std::runtime_error("GDAL can not add a feature to the Memory layer.");
+            throw std::runtime_error("GDAL cannot add a feature to the Memory layer.");
         }
     }
     return kept;

@@ -1,4 +1,4 @@
-"""Reads the files with pandas' C engine and prints what that took as one line of JSON."""
+"""Reads the files with pandas' C engine and prints the figures as one line of JSON."""
 
 import argparse
 import json

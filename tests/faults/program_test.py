@@ -1,4 +1,4 @@
-"""Disks, streams, signals and input that the program meets at its worst."""
+"""Full disks, closed streams, signals and hostile input for the program."""
 
 import errno
 import fcntl
@@ -20,7 +20,7 @@ sys.path.insert(0, os.path.join(os.environ["ORVANE_SOURCE_DIR"], "tests", "cli")
 
 from cli_test import FAKE, NO_PLUGIN, PROGRAM, STATIONS, CliTest  # noqa: E402
 
-# The exhaustive variants.
+# Runs the exhaustive variants.
 ALL = bool(os.environ.get("ORVANE_FAULTS_ALL"))
 SEED = int(os.environ.get("ORVANE_FAULTS_SEED", "1"))
 FORMATS = ("gpkg", "fgb", "geojson", "geojsonl", "shp", "csv")
@@ -51,7 +51,7 @@ class FullDiskTest(FaultsTest):
     ROWS = 3000
 
     def steps(self, size):
-        """Sizes at which a file stops to grow: its beginning, its end, and steps between."""
+        """Sizes at which a file stops growing: its beginning, its end, and steps between."""
         count = 64 if ALL else 6
         return sorted({0, 1, 100, size - 1, *(size * step // count for step in range(1, count))})
 
@@ -73,7 +73,7 @@ class FullDiskTest(FaultsTest):
                 with self.subTest(extension=extension, limit=limit):
                     result = self.run_orvane("import", "m.csv", out, "--crs", "EPSG:4326", preexec_fn=self.limited(limit))
                     if result.status == 0:
-                        # What is in it decides, not how often its end was written.
+                        # Its content counts, not how often its end was written.
                         self.assertEqual(len(self.dump(out)["features"]), self.ROWS)
                         self.assertGreater(limit, size // 2)
                         for name in os.listdir(self.folder):
@@ -135,7 +135,7 @@ class FullDiskTest(FaultsTest):
 
 
 class MemoryLimitTest(FaultsTest):
-    """Address spaces from too small to large enough; libraries, too, have no more."""
+    """Address spaces from too small to large enough, for the program and its libraries."""
 
     def clean(self):
         for name in os.listdir(self.folder):
@@ -147,7 +147,7 @@ class MemoryLimitTest(FaultsTest):
     def test_an_import_is_done_or_ends_with_a_line(self):
         mapped = self.mapped_bytes()
         for extension in FORMATS:
-            # FlatGeobuf's writer makes its index at the end, where an exception must not leave it.
+            # FlatGeobuf's writer makes its index at the end; no exception may leave it there.
             rows, step = (100000, 2) if extension == "fgb" else (10000, 10)
             self.write_rows("m.csv", rows)
             out = "out." + extension
@@ -168,25 +168,25 @@ class MemoryLimitTest(FaultsTest):
                         if added % 10 == 0:
                             self.assertEqual(len(self.dump(out)["features"]), rows)
                         continue
-                    # The system loads the program's libraries; what it says is its own.
+                    # The system loads the program's libraries and words that failure itself.
                     self.assertIn(result.status, (1, 2, 127))
                     if result.status != 127:
-                        # Behind the note, if any, that the layer's pages go to the disk.
+                        # After the note, if any, that the layer's pages go to the disk.
                         self.assertRegex(result.err, r"^(orvane: note: [^\n]+\n)?orvane: [^\n]+\n$")
                     self.assertEqual(self.content(out), b"old")
-                    # What could not be removed for want of memory goes with the next import.
+                    # The next import removes what could not be removed for lack of memory.
                     self.assertEqual([name for name in sorted(os.listdir(self.folder))
                                       if not name.startswith(".orvane-")], ["m.csv", out])
             self.clean()
             self.assertIn(0, outcomes)
             self.assertTrue(outcomes - {0}, extension)
-            # The sizes at which a small import begins and does not end are few; steps may miss them.
+            # Few sizes let a small import start but not end; the steps may miss them.
             if extension == "fgb":
                 self.assertIn(1, outcomes)
 
 
 class ClosedStreamsTest(FaultsTest):
-    """What CliTest's streams do not come to: readers that go away in the middle."""
+    """Readers of the output that go away in the middle, which CliTest's streams never do."""
 
     def test_a_reader_that_goes_after_a_line_ends_the_program(self):
         self.write_rows("m.csv", 100000)
@@ -198,7 +198,7 @@ class ClosedStreamsTest(FaultsTest):
                 self.assertEqual(len(completed.stdout), 1)
                 status = self.content("status").decode().strip()
                 error = self.content("err").decode()
-                # What fits the pipe whole was written before the reader went.
+                # An output that fits into the pipe was written before the reader went.
                 self.assertIn((status, error), (
                     ("1", "orvane: Could not write to the standard output. (TextOutput::Flush) "
                           "Broken pipe\n"),
@@ -276,7 +276,7 @@ class SignalPointsTest(FaultsTest):
         if isThere:
             self.assertEqual((status, err), (1, INTERRUPTED_AFTER))
             return "written"
-        # A signal that comes before the program has begun ends it as any other.
+        # A signal before the program has started ends it like any other program.
         self.assertIn((status, err), ((1, INTERRUPTED), (-number, "")))
         return "stopped" if status == 1 else "not begun"
 
@@ -311,7 +311,7 @@ class SignalPointsTest(FaultsTest):
                 os.remove(self.path("out.gpkg"))
             self.assertEqual(os.listdir(self.path("cache")), [])
             leftovers += any(name.startswith(".orvane-") for name in os.listdir(self.folder))
-        # The next run takes away what the killed ones have left.
+        # The next run removes what the killed ones have left.
         self.succeed(*arguments)
         self.assert_folder("cache", "m.csv", "out.gpkg")
         print(f"{leftovers} of {self.POINTS} kills left a hidden folder")
@@ -497,7 +497,7 @@ class RandomArgumentsTest(FaultsTest):
         b"--no-disk-cache=x", b"--plugin", b"--help", b"-h", b"--help-all", b"--version", b"--config", b"--",
         b"-", b"", b"=", b"--=", b"-vvv", b"[", b"[]", b"{}", b"%%", b"++", b'"', b"'", b"a b", b"\n",
         b"\x1b[0m", b"\xff", b"\xc2\x9b", b"!s.csv")
-    # Without the slash: no output may land in another folder.
+    # Without the slash, so that no output can land in another folder.
     BYTES = [byte for byte in range(1, 256) if byte != ord("/")]
 
     def make(self, source):
@@ -528,7 +528,7 @@ class RandomArgumentsTest(FaultsTest):
                     self.assert_folder(*inputs)
                 elif result.status != 0:
                     self.assertRegex(result.err, r"^orvane: ")
-                    # The list of the columns to choose from stands below its line.
+                    # The list of columns to choose from follows its line.
                     if "Which columns hold X and Y?" not in result.err:
                         self.assertEqual(result.err.count("\n"), 1)
                     self.assert_folder(*inputs)
@@ -572,7 +572,7 @@ class PluginFolderTest(FaultsTest):
                 with open(self.path("cut.so"), "wb") as file:
                     file.write(content[:length])
                 result = self.run_orvane("read", "s.csv", "--plugin", "./cut.so")
-                # What is not loaded, as the names for debuggers, may be missing.
+                # Parts that are not loaded, such as names for debuggers, may be missing.
                 self.assertIn(result.status, (0, 1))
                 if result.status == 1:
                     self.assertRegex(
@@ -613,9 +613,9 @@ class TerminalTest(FaultsTest):
 
     def assert_clean(self, shown, isJson):
         if isJson:
-            # A text of a JSON object keeps what turns the writing direction.
+            # Texts in JSON keep the characters that change the writing direction.
             shown = shown.replace("\u202e", "")
-        # The progress line's own: back to the line's start, and clear to its end.
+        # The progress line's own sequences: return to the line's start, clear to its end.
         shown = shown.replace("\r\n", "\n").replace("\r\x1b[K", "").replace("\r", "")
         self.assertNotRegex(shown, "[\x00-\x09\x0b-\x1f\x7f\x80-\x9f\u202e]")
 
@@ -650,7 +650,7 @@ class TerminalTest(FaultsTest):
                 got, shown = self.on_terminal(*arguments)
                 self.assert_clean(shown, "--json" in arguments)
                 self.assertEqual(got, status, shown)
-                # Nor anything else that shows the output.
+                # Nor may anything else show the output.
                 result = self.run_orvane(*arguments)
                 self.assertEqual(result.status, status)
                 self.assert_clean(result.err, False)

@@ -1,4 +1,4 @@
-"""Lets the program's system calls fail, one in each run, and looks at what is left."""
+"""Lets the program's system calls fail, one per run, and checks what is left."""
 
 import collections
 import os
@@ -12,12 +12,12 @@ sys.path.insert(0, os.path.join(os.environ["ORVANE_SOURCE_DIR"], "tests", "cli")
 
 from cli_test import PROGRAM, CliTest  # noqa: E402
 
-# Every call, instead of a few of each kind.
+# Fails every call instead of a few of each kind.
 ALL = bool(os.environ.get("ORVANE_FAULTS_ALL"))
 SEED = int(os.environ.get("ORVANE_FAULTS_SEED", "1"))
 FORMATS = ("gpkg", "fgb", "geojson", "geojsonl", "shp", "csv")
-# What each kind of call fails with. Memory is not among them: tests of its own let it fail, and
-# brk, as strace makes it fail, gives back what no kernel does.
+# The error of each kind of call. Memory is not among them: it has tests of its own, and brk, failed
+# by strace, returns what no kernel returns.
 ERRORS = {
     "access": "EIO", "close": "EIO", "fcntl": "EIO", "flock": "EIO", "fsync": "EIO",
     "ftruncate": "EIO", "getdents64": "EIO", "lseek": "EIO", "mkdir": "EACCES",
@@ -62,9 +62,9 @@ class SystemCallsTest(CliTest):
                 completed.stdout.decode(errors="replace").splitlines())
 
     def list_calls(self, arguments):
-        """(kind, number of that kind, line) of all calls from the first that names the input on.
+        """(kind, number of that kind, line) of all calls, from the first that names the input.
 
-        What comes before is the loading of libraries, which is the system's."""
+        The calls before it load libraries and are the system's."""
         self.clean()
         status, _, err, lines = self.trace(arguments)
         self.assertEqual((status, err), (0, ""))
@@ -81,7 +81,7 @@ class SystemCallsTest(CliTest):
         return calls
 
     def choose(self, calls, pinned):
-        """All calls, or one of each kind and those that the patterns name."""
+        """All calls, or one of each kind and the calls that match the patterns."""
         if ALL:
             return calls
         kinds = collections.defaultdict(list)
@@ -99,7 +99,7 @@ class SystemCallsTest(CliTest):
         return self.trace(arguments, "-e", f"inject={kind}:error={ERRORS[kind]}:when={number}")
 
     def check_folder(self, names):
-        """Hidden folders may stay when it was their removal that failed; the next run removes them."""
+        """A hidden folder may stay if its removal was the failed call; the next run removes it."""
         left = os.listdir(self.folder)
         self.assertEqual(sorted(name for name in left if not name.startswith(".orvane-")),
                          sorted(names))
@@ -132,7 +132,7 @@ class SystemCallsTest(CliTest):
                     self.check_folder(names if isReplaced else ["cache", "m.csv", out])
                 if isReplaced:
                     self.assertEqual(self.dump(out), whole)
-                # Only what comes behind the writing may fail and leave the new output.
+                # Only calls after the writing may fail and still leave the new output.
                 if status == 1 and isReplaced:
                     self.assertRegex(err, "Could not write to the standard output")
         self.assertGreater(outcomes[1, False], 5, outcomes)
@@ -143,12 +143,12 @@ class SystemCallsTest(CliTest):
         self.import_with_faults("gpkg")
 
     def test_a_flatgeobuf_is_whole_or_the_old_one(self):
-        # The folder, looked through for what the writer leaves in it, and its removal.
+        # The listing of the folder, for files that the writer leaves there, and its removal.
         self.import_with_faults("fgb", r"^\d+ +openat\(.*/\.orvane-\w+\", O_RDONLY",
                                 r"^\d+ +unlink\(\"/.*/out_temp\.fgb\"")
 
     def test_a_shapefile_is_whole_or_the_old_one(self):
-        # A part whose making the writer does not look at; the header, read again at the end.
+        # A part whose creation the writer does not check; the header, read again at the end.
         self.import_with_faults("shp", r"^\d+ +openat\(.*/out\.cpg\", O_W", r"^\d+ +read\(",
                                 r"^\d+ +rename\(")
 

@@ -1,5 +1,5 @@
-// The program `orvane_load`: does one thing very often or with very much, checks the result, and
-// says what memory it took on the way.
+// The program `orvane_load`: does one thing very often or with very much data, checks the result,
+// and prints the memory that it needed.
 
 #include <Orvane/BException.h>
 #include <Orvane/BFeaturePage.h>
@@ -29,7 +29,7 @@
 
 namespace {
 
-/// Values of the generated row of that number, in files and in layers.
+/// The values of the generated row with that number, in files and in layers.
 double XOf(std::uint64_t row)
 {
     return static_cast<double>(row % 36000) / 100.0;
@@ -51,7 +51,7 @@ std::string_view WordOf(std::uint64_t row)
     return kWords[row % std::size(kWords)];
 }
 
-/// What the rows of a layer add up to.
+/// Sums over the rows of a layer.
 struct Totals
 {
     std::uint64_t rows = 0;
@@ -71,7 +71,7 @@ struct Totals
         y += YOf(row);
     }
 
-    /// The next row of a page; all columns of whole numbers and of texts count.
+    /// Adds the next row of a page, with all columns of whole numbers and of texts.
     void AddPage(const Orvane::BFeaturePage& page)
     {
         rows += page.GetRowCount();
@@ -116,8 +116,8 @@ std::int64_t ResidentBytes()
     return resident * sysconf(_SC_PAGESIZE);
 }
 
-/// The most that was ever resident. Not from getrusage, which counts what the process that started
-/// this one had before.
+/// The peak of resident memory. getrusage does not fit: it includes what the starting process had
+/// before.
 std::uint64_t PeakBytes()
 {
     std::ifstream file("/proc/self/status");
@@ -134,7 +134,7 @@ void Print(const char* name, std::uint64_t value)
     std::printf("%s %llu\n", name, static_cast<unsigned long long>(value));
 }
 
-/// Repeats the work and prints what is resident after a tenth of the times and at the end.
+/// Repeats the work; prints the resident memory after a tenth of the repetitions and at the end.
 template <typename Work>
 void Repeat(std::uint64_t times, const Work& work)
 {
@@ -166,7 +166,7 @@ struct Arguments
         std::uint64_t number = 0;
         const auto result = std::from_chars(word.data(), word.data() + word.size(), number);
         Require(result.ec == std::errc() && result.ptr == word.data() + word.size(),
-                "No number: " + word);
+                "Not a number: " + word);
         return number;
     }
 };
@@ -243,7 +243,7 @@ void PrintTotals(const Totals& totals)
                 totals.y);
 }
 
-/// pages ROWS FOLDER: rows into a layer that keeps its pages in that folder, and back.
+/// pages ROWS FOLDER: writes rows to a layer whose pages are in that folder, and reads them back.
 void RunPages(const Arguments& arguments)
 {
     constexpr std::size_t kPageRows = 16384;
@@ -282,13 +282,13 @@ void RunPages(const Arguments& arguments)
     Print("pages", features.GetPageCount());
 }
 
-/// generate ROWS FILE: the rows "x,y,count,word" with a line of names.
+/// generate ROWS FILE: writes a line of column names and the rows "x,y,count,word".
 void RunGenerate(const Arguments& arguments)
 {
     const std::uint64_t rows = arguments.NumberAt(1);
     std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(arguments.At(2).c_str(), "wb"),
                                                          &std::fclose);
-    Require(file != nullptr, "The file can not be made.");
+    Require(file != nullptr, "The file cannot be created.");
     bool isWritten = std::fputs("x,y,count,word\n", file.get()) >= 0;
     for (std::uint64_t row = 0; row < rows && isWritten; ++row) {
         const std::string_view word = WordOf(row);
@@ -302,7 +302,7 @@ void RunGenerate(const Arguments& arguments)
                                  static_cast<int>(word.size()),
                                  word.data()) > 0;
     }
-    Require(isWritten && std::fclose(file.release()) == 0, "The file can not be written.");
+    Require(isWritten && std::fclose(file.release()) == 0, "The file cannot be written.");
 }
 
 /// generated ROWS MODULE FILE: imports a file of `generate` and checks every sum.
@@ -322,7 +322,7 @@ void RunGenerated(const Arguments& arguments)
     Require(found.Equals(expected), "The layer is not what the file holds.");
 }
 
-/// imports TIMES MODULE FILE: whole imports of one file in one process.
+/// imports TIMES MODULE FILE: imports one file again and again in one process.
 void RunImports(const Arguments& arguments)
 {
     const Orvane::BPluginModule module(arguments.At(2));
@@ -340,8 +340,8 @@ void RunImports(const Arguments& arguments)
     });
 }
 
-/// readers TIMES MODULE FILE: readers opened and destroyed, every third one after a read, every
-/// fifth one without having been closed.
+/// readers TIMES MODULE FILE: opens and destroys readers, every third one after a read, every fifth
+/// one without closing it.
 void RunReaders(const Arguments& arguments)
 {
     const Orvane::BPluginModule module(arguments.At(2));
@@ -356,7 +356,7 @@ void RunReaders(const Arguments& arguments)
     });
 }
 
-/// modules TIMES MODULE FILE: the module loaded, used for one import and unloaded.
+/// modules TIMES MODULE FILE: loads the module, imports once and unloads it.
 void RunModules(const Arguments& arguments)
 {
     std::uint64_t gone = 0;
@@ -377,7 +377,7 @@ void RunModules(const Arguments& arguments)
     Print("unloaded", gone);
 }
 
-/// threads TIMES MODULE FILE: imports in four threads at once, a reader in each.
+/// threads TIMES MODULE FILE: imports in four threads at once, each with its own reader.
 void RunThreads(const Arguments& arguments)
 {
     constexpr std::size_t kThreads = 4;
@@ -393,7 +393,7 @@ void RunThreads(const Arguments& arguments)
     std::array<std::optional<Totals>, kThreads> first;
     std::vector<std::thread> threads;
     for (std::size_t number = 0; number < kThreads; ++number) {
-        // All begin with a first import: what the module makes once is made by whoever comes first.
+        // All threads start with a first import, so they race for what the module makes once.
         threads.emplace_back([&, number] {
             first[number] = import();
             for (std::uint64_t time = 0; time < times; ++time) {

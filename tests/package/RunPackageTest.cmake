@@ -1,5 +1,5 @@
 # Installs a build into a fresh prefix, moves the prefix, and builds and runs the outside project
-# against it: nothing of the build folder may be needed, and nothing may know where it was put first.
+# against it: nothing may need the build folder or know the first prefix.
 function(run)
     execute_process(COMMAND ${ARGN} RESULT_VARIABLE status OUTPUT_VARIABLE output ERROR_VARIABLE output)
     if(NOT status EQUAL 0)

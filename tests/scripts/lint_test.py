@@ -1,4 +1,4 @@
-"""Runs scripts/lint in small repositories, with programs that only say what they are asked to check.
+"""Runs scripts/lint in small repositories, with programs that only print what they should check.
 
 ORVANE_SOURCE names the source tree.
 """

@@ -3,8 +3,8 @@
 
 namespace TestSupport {
 
-/// Puts the process into a German locale, which the build has made, for the object's lifetime. One
-/// at a time, in a process of one thread; LOCPATH is unset afterwards, the locale is "C".
+/// Puts the process into a German locale, made by the build, for the object's lifetime. One at a
+/// time, in a process of one thread. Afterwards LOCPATH is unset and the locale is "C".
 class CommaLocale
 {
 public:

@@ -1,4 +1,4 @@
-// Looks for the test data.
+// Finds the test data.
 #include "support/DataFolder.h"
 
 #include <cstdlib>

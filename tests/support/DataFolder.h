@@ -1,4 +1,4 @@
-// Where the test data is that lies outside of this project.
+// Finds the test data, which lies outside of this project.
 #pragma once
 
 #include <filesystem>

@@ -57,7 +57,7 @@ public:
 
     [[nodiscard]] const std::filesystem::path& Path() const noexcept { return m_path; }
 
-    /// The path of a name inside of the folder; nothing is made.
+    /// The path of a name inside the folder; nothing is created.
     [[nodiscard]] BString Name(std::string_view name) const;
     /// Writes exactly these bytes. @return the file's path
     [[nodiscard]] BString File(std::string_view name, std::string_view bytes) const;
@@ -93,7 +93,7 @@ struct Failure
     std::string what;
 };
 
-/// Runs the action and takes down what it throws: an exact SDK class, or a standard class.
+/// Runs the action and records what it throws: an exact SDK class, or a standard class.
 [[nodiscard]] Failure CatchFailure(const std::function<void()>& action);
 
 /// Expects a plain BException; the arguments in the order in which the exception takes them.
@@ -128,7 +128,7 @@ void ExpectInvalidSubscript(const std::function<void()>& action);
 /// Number of this process's open descriptors of a file.
 [[nodiscard]] std::size_t CountOpenDescriptors(const BString& path);
 
-/// A progress object that notes every call and can refuse one report.
+/// A progress object that records every call and can refuse one report.
 class NotingProgress : public Orvane::BProgress
 {
 public:
@@ -143,7 +143,7 @@ public:
     std::vector<std::pair<unsigned, unsigned>> reports;
 };
 
-/// While it lives, memory that stays allocated by a stated rule is not taken for a leak.
+/// While it lives, memory that stays allocated by a stated rule does not count as a leak.
 class LeaksByRule
 {
 public:

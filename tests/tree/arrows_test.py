@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Holds the dependencies between the folders of the tree, by the includes of every source file.
+"""Checks the dependencies between the folders of the tree, by the includes of every source file.
 
 Run without arguments it reads the repository that it lies in; with a path, that tree. It prints
 each include that runs up, and their count.
@@ -26,7 +26,7 @@ ARROWS = {
     "plugin/reader": PLUGIN_TEXT + ["plugin/layer", "plugin/schema", "plugin/file"],
     "plugin/proxy": PLUGIN_TEXT + ["plugin/layer", "plugin/schema", "plugin/file", "plugin/reader"],
 
-    # The host side. Of the plug-in it knows what a scan has to know of lines and fields.
+    # The host side. It uses the plug-in's code for lines and fields, for scans.
     "import": PLUGIN_TEXT,
     "export": PLUGIN_TEXT + ["import"],
     "cli": PLUGIN_TEXT + ["import", "export"],

@@ -1,4 +1,4 @@
-// Lets every allocation of small imports fail, one after the other, and looks at what is left.
+// Lets every allocation of small imports fail, one after the other, and checks what is left.
 #include "FailingMemory.h"
 #include "file/AsciiFile.h"
 #include "reader/BAsciiReader.h"
@@ -66,7 +66,7 @@ struct Case
     bool usesDiskCache = false;
     bool looksAtAllRows = false;
     bool previews = false;
-    bool visits = false; ///< values and the Arrow stream are asked for while memory is short
+    bool visits = false; ///< reads values and the Arrow stream while memory is short
 };
 
 void PrintTo(const Case& value, std::ostream* stream)
@@ -87,14 +87,14 @@ constexpr Case kCases[] = {
     {"VisitingALayerOnDisk", "a.csv", "UTF-8", true, false, false, true},
 };
 
-/// Shared by the test and the process that tries.
+/// Shared by the test and the process that makes the calls.
 struct Board
 {
     std::uint64_t call;
     std::uint64_t tried;
-    std::uint64_t thrown;   ///< calls whose failure left as an exception
+    std::uint64_t thrown;   ///< calls whose failure became an exception
     std::uint64_t survived; ///< calls whose failure nobody noticed
-    std::uint64_t keptRows; ///< rows that were there after an exception, of all calls
+    std::uint64_t keptRows; ///< rows left after an exception, summed over all calls
     std::uint64_t leftByQt; ///< blocks that Qt loses
     bool isDone;
     bool hasDiedInQt;
@@ -126,8 +126,8 @@ private:
 
 Board* boardOfCrash = nullptr;
 
-/// What Qt does not survive: its bookkeeping of a thread, which is made with the first QObject
-/// there, and of text codecs, which is made when the first one is looked up.
+/// Qt does not survive failures here: it makes its bookkeeping of a thread with the first QObject
+/// there, and that of text codecs when the first one is looked up.
 bool IsFirstUseOfQt()
 {
     return FailingMemory::WasFailedCallIn("_ZN7QObjectC1ER14QObjectPrivatePS_") ||
@@ -210,7 +210,7 @@ protected:
         }
     }
 
-    /// What the file gives: the rows of its layer, and the preview in front of them.
+    /// The rows of the file's layer; a case with a preview reads that first.
     Lines ReadAll() const
     {
         AsciiReader::BAsciiReader reader(m_path, m_params);
@@ -225,7 +225,7 @@ protected:
         return lines;
     }
 
-    /// Lets the call with that number fail. @return whether there was such a call
+    /// Lets the allocation of that number fail. @return whether there was one
     bool
     Try(std::uint64_t call, EMode mode, const Lines& expected, bool countsLeaks, Board& board) const
     {
@@ -276,7 +276,7 @@ protected:
             }
         }
         const std::size_t leaks = CountLeaks(FailingMemory::TakeBlocks(), engines);
-        // Qt loses the converter of a text that it has no memory for.
+        // Qt loses the converter of a text when it has no memory for the text.
         const bool isLostByQt = leaks == 1 && thrown == "std::bad_alloc" &&
                                 FailingMemory::WasFailedCallIn("libQt6Core5Compat");
         board.leftByQt += isLostByQt ? 1U : 0U;
@@ -292,14 +292,15 @@ protected:
         return hasFailed;
     }
 
-    /// Tries calls in a process of its own, which a crash ends; the next one goes on behind it.
+    /// Makes the calls in a process of its own. A crash ends it; the next process continues after
+    /// it.
     /// @param isCold whether each call is tried in a process that has read nothing yet
     void TryCalls(EMode mode, bool isCold)
     {
         const SharedBoard board;
         Lines expected;
         const SharedBoard text;
-        // The first reading is made elsewhere, so that this process stays cold.
+        // Another process makes the first reading, so that this one stays cold.
         RunAside([&] {
             std::string all;
             for (const std::string& line : ReadAll()) {
@@ -313,7 +314,7 @@ protected:
             expected.emplace_back(at, end);
             at = end + 1;
         }
-        // A preview takes two lines, and one more is taken for column names.
+        // A preview consumes two lines, and column names consume one more.
         ASSERT_EQ(expected.size(), GetParam().previews ? kRows - 2 : kRows);
 
         std::size_t crashes = 0;
@@ -436,7 +437,7 @@ private:
         } catch (...) {
             const std::string thrown = DescribeException(std::current_exception());
             if (!IsCodecLost(thrown, isCold)) {
-                problem("the reader can not be used again: " + thrown);
+                problem("the reader cannot be used again: " + thrown);
             }
         }
     }
@@ -465,7 +466,7 @@ private:
                 thrown.find("(AsciiFile::BuildLayer)") != std::string::npos);
     }
 
-    /// A codec whose tables could not be loaded when it was first looked up is not looked for
+    /// A codec whose tables could not be loaded at its first use is not looked for
     /// again.
     static bool IsCodecLost(const std::string& thrown, bool isCold)
     {

@@ -36,7 +36,7 @@ std::uint64_t callsLeft = 0;
 void* failedFrames[kFrames];
 int failedFrameCount = 0;
 
-/// A table by address with open addressing: notes are taken inside of the allocator.
+/// A table by address with open addressing, because it is filled inside the allocator.
 Block slots[kSlots];
 std::size_t slotsInUse = 0;
 
@@ -73,7 +73,7 @@ void Remove(const void* address)
         slot = (slot + 1) % kSlots;
     }
     --slotsInUse;
-    // What follows moves up, so that no search ends at the gap.
+    // Later entries move up, so that no search ends at the gap.
     std::size_t gap = slot;
     for (std::size_t at = (slot + 1) % kSlots; slots[at].address != nullptr;
          at = (at + 1) % kSlots) {

@@ -1,5 +1,5 @@
-// Replaces the C library's allocation functions in a program: calls can be made to fail, and blocks
-// that stay can be found.
+// Replaces the C library's allocation functions in a program: it can make calls fail, and find the
+// blocks that are not freed.
 #pragma once
 
 #include <cstddef>
@@ -7,21 +7,21 @@
 #include <vector>
 
 /// The memory of the whole program, Qt and the C++ library included: every malloc, calloc, realloc,
-/// aligned allocation and operator new comes here. For one thread.
+/// aligned allocation and operator new comes here. For programs of one thread.
 namespace FailingMemory {
 
 enum class EMode {
     Once,  ///< one call fails
-    OnFrom ///< this call and all behind it fail
+    OnFrom ///< this call and all later ones fail
 };
 
-/// From now on the call with that number, counted from 1, fails.
+/// The call with that number fails; counting starts at 1 with the next call.
 void Fail(std::uint64_t call, EMode mode);
 
-/// All calls are answered again. @return whether one has failed since Fail
+/// All calls succeed again. @return whether one has failed since Fail
 bool Stop();
 
-/// While one lives no call fails, none is counted and no block is noted.
+/// While one lives, no call fails, none is counted and no block is recorded.
 class Pause
 {
 public:
@@ -41,17 +41,17 @@ struct Block
     std::size_t size = 0;
 };
 
-/// Begins to note blocks; those noted before are forgotten.
+/// Starts to record blocks; earlier records are dropped.
 void NoteBlocks();
 
-/// Ends it. @return the blocks that were allocated since and not freed
+/// Stops recording. @return the blocks that were allocated since and not freed
 [[nodiscard]] std::vector<Block> TakeBlocks();
 
-/// Writes where the first failed call since Fail was made from, one function a line, without
+/// Writes the stack of the first call that failed since Fail, one function per line, without
 /// allocating.
 void PrintFailedCall(int descriptor);
 
-/// Whether that call was made inside of a function or library. Does not allocate.
+/// Whether that call was made inside a function or library. Does not allocate.
 /// @param name the function's name as libraries export it, or a part of the library's path
 [[nodiscard]] bool WasFailedCallIn(const char* name);
 

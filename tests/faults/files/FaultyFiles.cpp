@@ -1,4 +1,4 @@
-// Takes the C library's names for reading, writing and positioning and asks the system itself.
+// Defines the C library's functions for reading, writing and positioning, which call the system.
 #include "FaultyFiles.h"
 
 #include <algorithm>
@@ -17,7 +17,7 @@ Rule watchedRule;
 std::uint64_t callCount = 0;
 bool isWatching = false;
 
-/// @return what the rule says; nothing special for other files
+/// @return the rule's answer; no fault for other files
 Answer Ask(ECall call, int descriptor)
 {
     if (!isWatching) {

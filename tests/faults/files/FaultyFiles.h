@@ -1,5 +1,5 @@
 // Stands between a program and its files: reads, writes and positionings of one file can fail or
-// give less than was asked for.
+// transfer less than requested.
 #pragma once
 
 #include <Orvane/BString.h>
@@ -9,8 +9,8 @@
 #include <functional>
 #include <limits>
 
-/// The reads, writes and positionings of the whole program, Qt included, come through here. For one
-/// thread.
+/// All reads, writes and positionings of the program, Qt included, come through here. For programs
+/// of one thread.
 namespace FaultyFiles {
 
 enum class ECall { Read, Write, Seek };
@@ -19,14 +19,14 @@ enum class ECall { Read, Write, Seek };
 struct Answer
 {
     int error = 0;                                              ///< errno, 0 for none
-    std::size_t most = std::numeric_limits<std::size_t>::max(); ///< bytes that are given at most
+    std::size_t most = std::numeric_limits<std::size_t>::max(); ///< bytes transferred at most
 };
 
-/// Decides about one call. @param number of the calls to the file so far, from 1
+/// Decides on one call. @param number the call's number among those to the file, from 1
 using Rule = std::function<Answer(ECall call, std::uint64_t number)>;
 
-/// Puts a rule on the files whose path begins with `path` while it lives; a file without a name
-/// counts with its folder. One at a time.
+/// While it lives, the rule applies to the files whose path begins with `path`; a file without a
+/// name belongs to its folder. One at a time.
 class Scope
 {
 public:

@@ -1,4 +1,4 @@
-// Files that fail, give little at a time, or change while they are read.
+// Files that fail, give few bytes at a time, or change during a read.
 #include "FaultyFiles.h"
 #include "file/AsciiFile.h"
 #include "reader/BAsciiReader.h"
@@ -66,7 +66,7 @@ void ExpectReadFailure(const Failure& failure, const BString& path, const BStrin
     EXPECT_EQ(failure.details, reason);
 }
 
-/// Does something to the file when a number of rows was taken.
+/// Does something to the file after a number of rows.
 class ActingProgress : public BProgress
 {
 public:
@@ -92,8 +92,8 @@ private:
     std::function<void()> m_action;
 };
 
-// Blocks of few bytes: what blocks do to each other shows without large files. Neither these nor
-// those of the rule's size end inside quotes.
+// Small blocks show the effects of block boundaries without large files. Neither these nor blocks
+// of the rule's size end inside quotes.
 constexpr std::size_t kBlockSize = 248;
 constexpr std::size_t kRows = 60;
 
@@ -105,7 +105,7 @@ protected:
         , m_params(MakeParams())
     {}
 
-    /// The engine from its making to its last row.
+    /// Runs an engine from its creation to its last row.
     void ReadWithEngine(const std::function<void(AsciiReader::AsciiFile&)>& beforeRows = {})
     {
         AsciiReader::AsciiFile file(m_path, AsciiReader::AsciiFile::kRead, m_params, kBlockSize);
@@ -136,7 +136,7 @@ protected:
     Lines m_rows; ///< of the last reading
 };
 
-TEST_F(FileFaults, EveryReadThatFailsIsToldAndTheRowsInFrontOfItStay)
+TEST_F(FileFaults, EveryFailedReadIsReportedAndTheRowsBeforeItStay)
 {
     ReadWithEngine();
     const Lines all = m_rows;
@@ -172,9 +172,9 @@ TEST_F(FileFaults, EveryReadThatFailsIsToldAndTheRowsInFrontOfItStay)
     EXPECT_GT(mostRows, kRows / 2);
 }
 
-TEST_F(FileFaults, EveryPositioningThatFailsIsTold)
+TEST_F(FileFaults, EveryFailedPositioningIsReported)
 {
-    // The sample takes more than a block, so that the file is gone back to its start.
+    // The sample is longer than a block, so the reader returns to the file's start.
     m_params.Add("SCHEMA_SAMPLE_SIZE", std::int32_t{30});
     ReadWithEngine();
     const Lines all = m_rows;
@@ -197,7 +197,7 @@ TEST_F(FileFaults, EveryPositioningThatFailsIsTold)
             EXPECT_EQ(m_rows, all);
         } else {
             ++failures;
-            // The reason is what the system says last, which need not be this call.
+            // The reason is the system's latest error, which may be another call's.
             EXPECT_FALSE(failure.details.IsEmpty());
             ExpectReadFailure(failure, m_path, failure.details);
         }
@@ -210,7 +210,7 @@ TEST_F(FileFaults, TheReaderIsUsedAgainAfterAReadThatFailed)
     AsciiReader::BAsciiReader reader(m_path, m_params);
     reader.Open(m_path, m_params);
     const Lines none;
-    // The reader holds the file's first block; another time of change makes it read again.
+    // The reader holds the file's first block; another modification time makes it read again.
     std::filesystem::last_write_time(
         m_path.ToUtf8(), std::filesystem::file_time_type::clock::now() + std::chrono::hours(1));
     {
@@ -257,7 +257,7 @@ struct Change
     std::function<void(const std::string& path)> action;
     std::size_t leastRows;
     std::size_t mostRows;
-    bool cutsARow = false; ///< the last row is there as far as it was read
+    bool cutsARow = false; ///< the last row has only what was read of it
 };
 
 void PrintTo(const Change& change, std::ostream* stream)
@@ -268,12 +268,12 @@ void PrintTo(const Change& change, std::ostream* stream)
 class ChangingFile : public testing::TestWithParam<Change>
 {};
 
-/// Rows of more than two blocks of the rule's size.
+/// Enough rows for more than two blocks of the rule's size.
 constexpr std::size_t kLargeRows = 1400000;
 
 TEST_P(ChangingFile, IsReadToWhereItGoes)
 {
-    // Between the blocks of an engine with small ones, and of a reader with the rule's.
+    // Between the blocks of an engine with small blocks, and of a reader with the rule's.
     const TemporaryFolder folder;
     for (const bool isLarge : {false, true}) {
         const std::size_t rows = isLarge ? kLargeRows : kRows;
@@ -316,7 +316,7 @@ std::size_t SizeOf(const std::string& path)
 }
 
 const Change kChanges[] = {
-    // What was read of it in front of the cut is there.
+    // The rows read before the cut are there.
     {"CutToNothing",
      [](const std::string& path) { std::filesystem::resize_file(path, 0); },
      10,
@@ -351,7 +351,7 @@ const Change kChanges[] = {
 
 INSTANTIATE_TEST_SUITE_P(, ChangingFile, testing::ValuesIn(kChanges), CaseName());
 
-TEST_F(FileFaults, AFileThatIsCutInsideQuotesFailsAndKeepsTheRowsInFront)
+TEST_F(FileFaults, AFileThatIsCutInsideQuotesFailsAndKeepsTheRowsBefore)
 {
     const std::size_t cut = kHeaderBytes + 40 * kRowBytes + 16;
     const Failure failure = CatchFailure([&] {
@@ -413,7 +413,7 @@ protected:
         try {
             reader.Read();
         } catch (...) {
-            // The rows so far can be visited, as far as their pages can be read.
+            // The rows read so far can be visited as far as their pages can be read.
             static_cast<void>(CatchFailure(take));
             throw;
         }
@@ -421,7 +421,7 @@ protected:
     }
 };
 
-TEST_F(PageFileFaults, EveryCallThatFailsIsToldOrComesToNothing)
+TEST_F(PageFileFaults, EveryFailedCallIsReportedOrHasNoEffect)
 {
     Lines all;
     ASSERT_EQ(ReadAndVisit(all), kRows);
@@ -457,8 +457,8 @@ TEST_F(PageFileFaults, EveryCallThatFailsIsToldOrComesToNothing)
             EXPECT_EQ(failure.location,
                       BString(isWriting ? "BFeatureCollection::WritePage"
                                         : "BFeatureCollection::LoadPage"));
-            // Of a positioning the system's text tells what was done last, which can be another
-            // call.
+            // After a positioning the system's text may describe another call, the latest that
+            // failed.
             const char* const reason = kind == ECall::Write  ? "No space left on device"
                                        : kind == ECall::Read ? "Input/output error"
                                                              : ": ";

@@ -1,4 +1,4 @@
-// Hosts that call in any order, throw, cancel, and hand over options of every kind.
+// Hosts that call in any order, throw, cancel, and pass options of every kind.
 #include "proxy/BAsciiProxy.h"
 #include "reader/BAsciiReader.h"
 #include "support/TestFiles.h"
@@ -40,7 +40,7 @@ unsigned Seed()
     return given == nullptr ? 1U : static_cast<unsigned>(std::atoi(given));
 }
 
-/// Runs the action. @return whether only what may leave has left
+/// Runs the action. @return whether it threw nothing but what may leave
 testing::AssertionResult LeavesListed(const std::function<void()>& action)
 {
     try {
@@ -211,7 +211,7 @@ TEST_F(HostileHost, CallsInAnyOrderThrowNothingElse)
             })) << steps;
         }
         proxy.DestroyObject(reader);
-        // Engines that are abandoned by rule keep their files open; here they come by the thousand.
+        // Engines that are abandoned by rule keep their files open; this test makes thousands.
         for (int descriptor = firstFree; descriptor < firstFree + 64; ++descriptor) {
             close(descriptor);
         }
@@ -233,7 +233,7 @@ TEST_F(HostileHost, AForeignObjectIsNotDestroyed)
     EXPECT_TRUE(foreign.IsOpen());
 }
 
-/// What no product code throws.
+/// An exception that no product code throws.
 struct HostError
 {
     int number;
@@ -314,7 +314,7 @@ TEST_F(HostileHost, AProgressObjectMayThrowOrRefuseAtEveryCall)
     EXPECT_EQ(CountOpen(), 0U);
 }
 
-/// Every key that a reader knows, and some that it does not.
+/// Every key that a reader knows, and some unknown ones.
 std::vector<BString> AllKeys()
 {
     return {ASCII_SEPARATOR,
@@ -411,7 +411,7 @@ std::vector<BVariant> AllValues()
     return values;
 }
 
-/// Everything a host can do with a reader and those options.
+/// Makes every call that a host can make to a reader with those options.
 void UseReader(const BString& path, const BParamList& params)
 {
     BAsciiReader reader(path, params);
@@ -425,7 +425,7 @@ void UseReader(const BString& path, const BParamList& params)
     static_cast<void>(reader.GetFilePreview(QUERY_COLUMNS));
 }
 
-TEST_F(HostileHost, EveryOptionTakesEveryValue)
+TEST_F(HostileHost, EveryOptionAcceptsEveryValue)
 {
     const LeaksByRule leaks;
     const BString text = m_folder.File("a.txt", kRows);
@@ -444,7 +444,7 @@ TEST_F(HostileHost, EveryOptionTakesEveryValue)
     }
 }
 
-TEST_F(HostileHost, OptionsOfEveryKindTakeEachOther)
+TEST_F(HostileHost, OptionsOfEveryKindGoTogether)
 {
     const LeaksByRule leaks;
     const std::vector<BString> keys = AllKeys();

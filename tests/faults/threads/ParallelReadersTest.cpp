@@ -1,4 +1,4 @@
-// Readers of several threads, each with its own, on files of their own and on one file.
+// Several threads, each with a reader of its own, on files of their own and on one file.
 #include "proxy/BAsciiProxy.h"
 #include "support/TestFiles.h"
 
@@ -88,7 +88,7 @@ TEST_P(ParallelReaders, GiveWhatOneReaderGives)
         paths.push_back(m_folder.File(name, rows));
     }
     AsciiReader::BAsciiProxy proxy;
-    // The first readings of the process are made at once, too.
+    // The first readings of the process run at the same time, too.
     std::vector<std::vector<Lines>> results(kThreads);
     std::vector<std::thread> threads;
     std::atomic<bool> isGo = false;

@@ -1,4 +1,4 @@
-// A host of an outside project: makes a layer of its own, and reads one through the plug-in.
+// A host of an outside project: makes a layer of its own and reads one through the plug-in.
 #include <Orvane/BPluginModule.h>
 #include <Orvane/BPointGeo.h>
 #include <Orvane/BString.h>

@@ -1,4 +1,4 @@
-// Real files: rows, points and failures of a folder of test data that lies outside of this project.
+// Rows, points and failures of real files, from a folder of test data outside of this project.
 #include "reader/BAsciiReader.h"
 #include "support/DataFolder.h"
 #include "support/TestFiles.h"
@@ -66,7 +66,7 @@ std::string BytesOf(const char* file)
     return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
 }
 
-/// Where a row without geometry is a row whose coordinates are empty, or no plain numbers.
+/// A row without geometry is a row whose coordinates are empty or not plain numbers.
 struct ReadCase
 {
     const char* name;
@@ -572,7 +572,7 @@ struct FailureCase
     const char* name;
     const char* file;
     Options options;
-    bool isInReading; ///< the file opens, and Read fails
+    bool isInReading; ///< the file opens, but Read fails
     std::size_t rows; ///< read before the failure
     const char* className;
     const char* message; ///< where it ends in "<", the file's path and "> for reading." follow
@@ -612,7 +612,7 @@ TEST_P(SharedDataFailure, HasItsExactTexts)
     EXPECT_EQ(failure.what, message);
     const std::string details = failure.details.ToLatin1();
     if (message.rfind("Failed to parse", 0) == 0) {
-        // The row's text stands in the file as it is shown.
+        // The text shown is that of the file.
         const std::string before = "The following line may be formatted wrong.\n\t<";
         ASSERT_EQ(details.substr(0, before.size()), before);
         ASSERT_EQ(details.substr(details.size() - 2), ">.");
@@ -659,7 +659,7 @@ std::vector<FailureCase> FailureCases()
          "BException",
          "BAsciiReader::Read",
          "Separator could not be determined automatically."},
-        {"BackslashesInFrontOfSeparators",
+        {"BackslashesBeforeSeparators",
          "suites/qgis-delimitedtext/test.pipe",
          Cut(Plain().Names(), "|"),
          true,
@@ -864,7 +864,7 @@ private:
     std::unique_ptr<BAsciiReader> m_reader;
 };
 
-// Rule: widths come with the empty pattern, which is valid, so that no line has fields.
+// Rule: widths come with the empty pattern, which is valid, so no line has fields.
 void FixedWidthsGiveNoRows()
 {
     const ReadFile file(

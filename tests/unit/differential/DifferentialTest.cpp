@@ -1,4 +1,4 @@
-// Holds the reader against a slow, literal second one on random files, options and calls.
+// Compares the reader with a slow, literal second one on random files, options and calls.
 #include "LiteralReader.h"
 #include "RandomFiles.h"
 #include "ReaderTraces.h"
@@ -39,7 +39,7 @@ constexpr std::size_t kFullBlock = LiteralReader::Reader::kBlockSize;
 
 /// Environment: ORVANE_DIFFERENTIAL_CASES (3000), ORVANE_DIFFERENTIAL_SEED (1),
 /// ORVANE_DIFFERENTIAL_FIRST (0) is the number of the first case, ORVANE_DIFFERENTIAL_SHOWN (5)
-/// bounds the mismatches that are printed.
+/// limits the mismatches that are printed.
 TEST(DifferentialReading, AgreesWithTheLiteralReaderOnRandomFiles)
 {
     const std::uint64_t caseCount = NumberFromEnvironment("ORVANE_DIFFERENTIAL_CASES", 3000);

@@ -1,4 +1,4 @@
-// Holds the reader against a slow, literal second one on real files, whole and in part.
+// Compares the reader with a slow, literal second one on real files, whole and in part.
 #include "LiteralReader.h"
 #include "RandomFiles.h"
 #include "ReaderTraces.h"
@@ -33,8 +33,8 @@ struct Case
 {
     const char* name;
     Options options;
-    std::size_t mostBytes;        ///< of a file; what is behind them is cut off
-    std::uint64_t randomCase = 0; ///< of the random cases, whose options and calls are taken
+    std::size_t mostBytes;        ///< of a file; the rest is cut off
+    std::uint64_t randomCase = 0; ///< the random case whose options and calls are used
 };
 
 void PrintTo(const Case& value, std::ostream* stream)
@@ -61,7 +61,7 @@ std::vector<Case> MakeCases()
          kPart},
         {"AtTabs", Options().XY(7, 6).Set(ASCII_SEPARATOR, BString("\t")), kPart},
         {"AtWidths", Options().XY(5, 4).Set(FIELD_LENGTH, widths), kPart},
-        {"BehindHeaderLines",
+        {"AfterHeaderLines",
          Options()
              .XY(0, 1)
              .Set(ASCII_HEADER_COUNT, 1)
@@ -140,7 +140,7 @@ TEST_P(RealFiles, AreReadAsTheLiteralReaderReadsThem)
                 << RandomFiles::DescribeCase(input).substr(0, 4000);
         }
     }
-    // Files that can not be opened give a few lines, rows one and more each.
+    // A file that cannot be opened gives a few lines; a row gives one or more.
     EXPECT_GE(lines, number * 10) << "hardly any row was read";
 }
 

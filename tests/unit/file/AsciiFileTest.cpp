@@ -98,7 +98,7 @@ TEST(AsciiFileNormalisation, LeavesColumnsThatAreNoTextsAlone)
     EXPECT_EQ(params.GetValueType(Orvane::Y_COLUMN), EVariantType::Int32);
 }
 
-TEST(AsciiFileNormalisation, TakesOnlyOneAsATextForColumnNames)
+TEST(AsciiFileNormalisation, AcceptsOnlyOneAsATextForColumnNames)
 {
     for (const char* text : {"1", " 1", "+1", "1 yes", "01"}) {
         const BParamList params =
@@ -194,10 +194,10 @@ TEST_P(AsciiFileGetFileExtension, BeginsAtTheLastDotOfTheName)
 constexpr ExtensionCase kExtensions[] = {
     {"KeepsTheDot", "some.csv", ".csv"},
     {"KeepsTheCase", "SOME.TXT", ".TXT"},
-    {"TakesTheLastOfSeveral", "some.tar.gz", ".gz"},
+    {"StartsAtTheLastDotOfSeveral", "some.tar.gz", ".gz"},
     {"MayBeTheDotAlone", "some.", "."},
     {"MayBeTheWholeName", ".csv", ".csv"},
-    {"TakesADotOfTheFolderWhenTheNameHasNone", "folder.d/some", ".d/some"},
+    {"StartsAtADotOfTheFolderWhenTheNameHasNone", "folder.d/some", ".d/some"},
 };
 
 INSTANTIATE_TEST_SUITE_P(,
@@ -269,7 +269,7 @@ TEST_F(AsciiFileOpen, RefusesAnEmptyFile)
     EXPECT_EQ(file.GetMode(), AsciiFile::kNotOpen);
 }
 
-TEST_F(AsciiFileOpen, RefusesAFolderAsAFileThatCanNotBeOpened)
+TEST_F(AsciiFileOpen, RefusesAFolderAsAFileThatCannotBeOpened)
 {
     const BString path(m_folder.Path().string());
     AsciiFile file(path, AsciiFile::kRead, Options());
@@ -291,7 +291,7 @@ TEST_F(AsciiFileOpen, RefusesAnyOtherMode)
     }
 }
 
-TEST_F(AsciiFileOpen, MakesTheFoldersOfAFileToWrite)
+TEST_F(AsciiFileOpen, CreatesTheFoldersOfAFileToWrite)
 {
     const BString path = m_folder.Name("one/two/out.csv");
     AsciiFile file(path, AsciiFile::kWrite, Options());

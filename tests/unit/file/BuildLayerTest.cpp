@@ -65,7 +65,7 @@ protected:
     std::unique_ptr<AsciiFile> m_file;
 };
 
-TEST_F(AsciiFileBuildLayer, MakesOnePointARow)
+TEST_F(AsciiFileBuildLayer, MakesOnePointPerRow)
 {
     EXPECT_EQ(ReadAll("x,y,name,depth\n1,2,a,7\n3.5,-4,b,8.25\n", Options().XY(0, 1).Names()),
               (Lines{"1 (1 2) name=11:a depth=9:7", "2 (3.5 -4) name=11:b depth=9:8.25"}));
@@ -118,8 +118,8 @@ TEST_F(AsciiFileBuildLayer, CountsLinesAnewOnAResumedCall)
     EXPECT_EQ(file.GetRecordsRead(), 2U);
 }
 
-// Rule: each call takes a line of column names when the option says so.
-TEST_F(AsciiFileBuildLayer, TakesOneMoreLineOfColumnNamesOnAResumedCall)
+// Rule: each call consumes a line of column names when the option says so.
+TEST_F(AsciiFileBuildLayer, ConsumesAnotherLineOfColumnNamesOnAResumedCall)
 {
     AsciiFile& file = Prepare("name\na\nb\nc\nd\ne\n", Options().Names());
     EXPECT_FALSE(file.BuildLayer(1));
@@ -167,12 +167,12 @@ TEST_F(AsciiFileBuildLayer, ReadsALastLineWithoutLineEnding)
     EXPECT_EQ(ReadAll("a\nb  "), (Lines{"1 (-) C1=11:a", "2 (-) C1=11:b"}));
 }
 
-TEST_F(AsciiFileBuildLayer, TakesFewerAttributesForAShortRow)
+TEST_F(AsciiFileBuildLayer, ReadsFewerAttributesOfAShortRow)
 {
     EXPECT_EQ(ReadAll("a,b,c\nd\n"), (Lines{"1 (-) C1=11:a C2=11:b C3=11:c", "2 (-) C1=11:d"}));
 }
 
-TEST_F(AsciiFileBuildLayer, TakesLittleMemoryForShortRowsUnderManyColumns)
+TEST_F(AsciiFileBuildLayer, NeedsLittleMemoryForShortRowsUnderManyColumns)
 {
     constexpr std::size_t kColumns = 3000;
     const auto countOf = [](std::size_t row) { return row % 700 == 0 ? kColumns : row % 4 + 1; };
@@ -205,7 +205,7 @@ TEST_F(AsciiFileBuildLayer, TakesLittleMemoryForShortRowsUnderManyColumns)
         for (std::size_t page = 0; page < features.GetPageCount(); ++page) {
             stored += features.GetPage(page).GetByteSize();
         }
-        // With placeholders for all columns they would take 48 MB.
+        // Placeholders for all columns would need 48 MB.
         EXPECT_LT(stored, 8000000U) << hasSchema;
     }
 }
@@ -262,7 +262,7 @@ TEST_F(AsciiFileBuildLayer, MakesARowOfTheBlankLineThatEndsTheHeader)
 }
 
 // Rule: the line of column names is the first line of the file, header or not.
-TEST_F(AsciiFileBuildLayer, TakesTheFirstHeaderLineForTheLineOfColumnNames)
+TEST_F(AsciiFileBuildLayer, ReadsTheFirstHeaderLineAsTheLineOfColumnNames)
 {
     EXPECT_EQ(ReadAll("# one\n# two\nname\na\n",
                       Options().Names().Set(Orvane::ASCII_HEADER_IDENTIFIER, Texts{"#"})),
@@ -322,7 +322,7 @@ TEST_F(AsciiFileBuildLayer, GivesTheSameFailureForANameColumnOnePastTheRow)
                      "The following line may be formatted wrong.\n\t<d>.");
 }
 
-TEST_F(AsciiFileBuildLayer, FailsAtTheFirstBadRowBehindTheSample)
+TEST_F(AsciiFileBuildLayer, FailsAtTheFirstBadRowAfterTheSample)
 {
     AsciiFile& file = Prepare("a\nb\nc\nd\ne\nf\ng,h\n");
     ExpectBException([&] { (void)file.BuildLayer(0); },
@@ -361,7 +361,7 @@ TEST_F(AsciiFileBuildLayer, RefusesAFileThatIsNotInReadMode)
 
 // --- progress ----------------------------------------------------------------------------------
 
-TEST_F(AsciiFileBuildLayer, AsksAndReportsOnceARowWithItsLineNumber)
+TEST_F(AsciiFileBuildLayer, AsksAndReportsOncePerRowWithItsLineNumber)
 {
     NotingProgress progress;
     AsciiFile& file = Prepare("a\nb\nc\n");
@@ -382,7 +382,7 @@ TEST_F(AsciiFileBuildLayer, DoesNotReportUnasked)
     EXPECT_TRUE(progress.reports.empty());
 }
 
-TEST_F(AsciiFileBuildLayer, TakesNoProgressStepForASkippedRow)
+TEST_F(AsciiFileBuildLayer, ReportsNoProgressForASkippedRow)
 {
     NotingProgress progress;
     AsciiFile& file = Prepare("a,b\n,\nc,d\n");
@@ -391,7 +391,7 @@ TEST_F(AsciiFileBuildLayer, TakesNoProgressStepForASkippedRow)
     EXPECT_EQ(progress.reports, (Steps{{1, 0}, {3, 0}}));
 }
 
-TEST_F(AsciiFileBuildLayer, LetsTheLayerGoWhenTheFirstReportIsRefused)
+TEST_F(AsciiFileBuildLayer, ReleasesTheLayerWhenTheFirstReportIsRefused)
 {
     NotingProgress progress;
     progress.refusedReport = 1;
@@ -428,9 +428,9 @@ TEST_F(AsciiFileBuildLayer, MakesANewLayerAfterACancelledRead)
     EXPECT_EQ(Describe(*file.GetLayer()), (Lines{"1 (-) C1=11:b", "2 (-) C1=11:c"}));
 }
 
-TEST_F(AsciiFileBuildLayer, SaysThatThePageAndNotTheLineFailedWhenARowCanNotBeStored)
+TEST_F(AsciiFileBuildLayer, SaysThatThePageAndNotTheLineFailedWhenARowCannotBeStored)
 {
-    // Rows of one and of two fields in turn are taken one by one.
+    // Rows of one and of two fields in turn go through the slow path.
     AsciiFile& file = Prepare("a,b\nc\nd,e\nf\ng,h\n");
     file.SetDiskCache(true, m_folder.Name("no-such-folder/cache"), 2);
     file.BuildSchema();
@@ -445,7 +445,7 @@ TEST_F(AsciiFileBuildLayer, SaysThatThePageAndNotTheLineFailedWhenARowCanNotBeSt
 
 // --- separator ---------------------------------------------------------------------------------
 
-TEST_F(AsciiFileBuildLayer, TakesTheSeparatorOptionForAPatternThatDoesNotCompile)
+TEST_F(AsciiFileBuildLayer, UsesTheSeparatorOptionWhenThePatternDoesNotCompile)
 {
     AsciiFile& file = Prepare("a;b\n", Options().Set(Orvane::ASCII_SEPARATOR, BString(";")));
     file.SetSeparator(QRegularExpression(QStringLiteral("(")));
@@ -456,7 +456,7 @@ TEST_F(AsciiFileBuildLayer, TakesTheSeparatorOptionForAPatternThatDoesNotCompile
     EXPECT_EQ(Describe(*file.GetLayer()), (Lines{"1 (-) attribute0=11:a attribute1=11:b"}));
 }
 
-TEST_F(AsciiFileBuildLayer, TakesTheCommaForAPatternThatDoesNotCompile)
+TEST_F(AsciiFileBuildLayer, UsesTheCommaWhenThePatternDoesNotCompile)
 {
     AsciiFile& file = Prepare("a,b\n");
     file.SetSeparator(QRegularExpression(QStringLiteral("(")));
@@ -474,7 +474,7 @@ TEST_F(AsciiFileBuildLayer, MakesNoFeaturesWithFixedWidths)
     EXPECT_EQ(file.GetRecordsRead(), 2U);
 }
 
-TEST_F(AsciiFileBuildLayer, KeepsTheFirstHalfOfACharacterInFrontOfAnotherQuotedField)
+TEST_F(AsciiFileBuildLayer, KeepsTheFirstHalfOfACharacterBeforeAnotherQuotedField)
 {
     AsciiFile& file = Prepare("\"a\"\xF0\x9F\x98\x80,\"b\",\"c\"\n",
                               Options().Set(BString("CODEC"), BString("UTF-8")));
@@ -500,7 +500,7 @@ TEST_F(AsciiFileBuildLayer, UsesAnyOtherPattern)
 
 TEST_F(AsciiFileBuildLayer, NumbersAttributesWithAnEmptySchema)
 {
-    // Every line is blank in the sample's first row, so no column is known.
+    // The sample's first row is blank, so no column is known.
     EXPECT_EQ(ReadAll(",\na,b\nc\n"),
               (Lines{"2 (-) attribute0=11:a attribute1=11:b", "3 (-) attribute0=11:c"}));
 }
@@ -513,7 +513,7 @@ TEST_F(AsciiFileBuildLayer, KeepsTheRaisedWidthsInTheEnginesSchema)
     EXPECT_EQ(Describe(m_file->GetLayer()->GetSchema()), (Lines{"C1:11:0:0", "C2:5:0:0"}));
 }
 
-TEST_F(AsciiFileBuildLayer, TakesTheSchemaOfTheLayer)
+TEST_F(AsciiFileBuildLayer, UsesTheSchemaOfTheLayer)
 {
     AsciiFile& file = Prepare("1\n2\n");
     Orvane::BAttributeDef def;
@@ -568,7 +568,7 @@ TEST_F(AsciiFileBuildLayer, InfersFromAllRowsEvenWithDefinitions)
     EXPECT_EQ(Describe(m_file->GetLayer()->GetSchema()), (Lines{"C1:11:0:0"}));
 }
 
-TEST_F(AsciiFileBuildLayer, TakesTypesFromDefinitions)
+TEST_F(AsciiFileBuildLayer, UsesTheTypesOfDefinitions)
 {
     EXPECT_EQ(ReadAll("1,2,7,x\n",
                       Options().XY(0, 1).Set(Orvane::COLUMN_DEFINITION,
@@ -611,10 +611,10 @@ TEST_P(AsciiFileCreateLayer, NamesTheLayerAfterTheFile)
 }
 
 constexpr LayerNameCase kLayerNames[] = {
-    {"TakesTheNameWithoutExtension", "wells.csv", "wells"},
-    {"TakesWhatStandsBehindTheLastSlash", "/a/b/wells.csv", "wells"},
-    {"TakesWhatStandsBehindTheLastBackslash", "C:\\data\\wells.csv", "wells"},
-    {"TakesTheLaterOfBoth", "a\\b/wells.csv", "wells"},
+    {"DropsTheExtension", "wells.csv", "wells"},
+    {"StartsAfterTheLastSlash", "/a/b/wells.csv", "wells"},
+    {"StartsAfterTheLastBackslash", "C:\\data\\wells.csv", "wells"},
+    {"StartsAfterTheLaterOfBoth", "a\\b/wells.csv", "wells"},
     {"CutsAtTheLastDot", "a/wells.2017.csv", "wells.2017"},
     {"RunsToTheEndWithoutADot", "a/wells", "wells"},
     {"MayBeEmpty", "a/.csv", ""},

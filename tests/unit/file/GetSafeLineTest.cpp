@@ -27,7 +27,7 @@ using TestSupport::Options;
 using TestSupport::TemporaryFolder;
 using TestSupport::Texts;
 
-/// Every line that an open file hands out up to its end; blank lines that are kept count.
+/// Every line that an open file hands out up to its end, with the blank lines that are kept.
 Texts AllLines(AsciiFile& file)
 {
     Texts lines;
@@ -135,7 +135,7 @@ INSTANTIATE_TEST_SUITE_P(
                  "a\"b\nc\"d\ne\n",
                  {"a\"b\nc\"d", "e"},
                  {"a\"b\nc\"d", "e"}},
-        LineCase{"CountsAQuoteBehindABackslash",
+        LineCase{"CountsAQuoteAfterABackslash",
                  "\"a\\\"\"\nb\"\nc\n",
                  {"\"a\\\"\"\nb\"", "c"},
                  {"\"a\\\"\"\nb\"", "c"}},
@@ -200,8 +200,8 @@ TEST(AsciiFileGetSafeLineQuotes, FailsWhenOnlyAnUnfinishedLastLineClosesTheQuote
                    "File contains an unmatched quote.");
 }
 
-// Rule: lines in front of the open quote stay pending.
-TEST(AsciiFileGetSafeLineQuotes, KeepsTheLinesInFrontOfAnUnmatchedQuotePending)
+// Rule: lines before the open quote stay pending.
+TEST(AsciiFileGetSafeLineQuotes, KeepsTheLinesBeforeAnUnmatchedQuotePending)
 {
     const TemporaryFolder folder;
     AsciiFile file(folder.File("a.csv", "a\nb\n\"c\nd\n"), AsciiFile::kRead, Options());
@@ -256,7 +256,7 @@ TEST(AsciiFileGetSafeLineBlocks, DropBlankLinesAtTheEndOfABlockThatIsNotTheLast)
     EXPECT_EQ(LinesOf("a\n\n\nb\n\nc\n", KeepBlanks()), (Texts{"a", "", "", "b", "", "c"}));
 }
 
-// Rule: a block that begins with what was left of a blank run keeps its blank lines in front.
+// Rule: a block that begins inside a run of blank lines keeps its leading blank lines.
 TEST(AsciiFileGetSafeLineBlocks, KeepBlankLinesAtTheStartOfABlock)
 {
     EXPECT_EQ(LinesOf("abc\n\n\nd\n", KeepBlanks(), 4), (Texts{"abc", "", "", "d"}));
@@ -270,7 +270,7 @@ TEST(AsciiFileGetSafeLineBlocks, ChooseTheLineEndingForEachBlock)
 }
 
 // Rule: a CR LF pair that a block's end cuts counts as a CR and an LF.
-TEST(AsciiFileGetSafeLineBlocks, TakeACutCrLfAsTwoEndings)
+TEST(AsciiFileGetSafeLineBlocks, CountACutCrLfAsTwoEndings)
 {
     EXPECT_EQ(LinesOf("abc\r\nde\n", KeepBlanks(), 4), (Texts{"abc", "", "de"}));
     EXPECT_EQ(LinesOf("abc\r\nde\n", Options(), 4), (Texts{"abc", "de"}));
@@ -295,22 +295,22 @@ TEST(AsciiFileGetSafeLineBlocks, FailForAQuotedLineBreakAtABlockBoundary)
 
 TEST(AsciiFileGetSafeLineBlocks, JoinAQuotedFieldWhoseLineBreaksStandInOneBlock)
 {
-    // The first block ends inside of the quotes, in front of the first line break.
+    // The first block ends inside the quotes, before the first line break.
     EXPECT_EQ(LinesOf("a\n\"bcd\ne\"\nf\n", Options(), 5), (Texts{"a", "\"bcd\ne\"", "f"}));
 }
 
-// Rule: a block has 16 MiB; where a quoted line break stands in it decides.
+// Rule: a block has 16 MiB; the place of a quoted line break in it decides.
 TEST(AsciiFileGetSafeLineBlocks, HaveSixteenMebibytes)
 {
     constexpr std::size_t kMebibytes16 = 16777216;
     ASSERT_EQ(LineSource::kBlockSize, kMebibytes16);
-    // The first block ends behind the quoted line break, so that the quote stays open in it.
+    // The first block ends after the quoted line break, so the quote stays open in it.
     const std::string open = std::string(kMebibytes16 - 3, 'x') + "\n\"\nb\"\n";
     ExpectSubclass([&] { (void)LinesOf(open); },
                    "BFileContentNotValidException",
                    "AsciiFile::GetSafeLine",
                    "File contains an unmatched quote.");
-    // One character more, and the line break stands in the second block with the closing quote.
+    // With one more character the line break moves to the second block, beside the closing quote.
     const std::string closed = std::string(kMebibytes16 - 2, 'x') + "\n\"\nb\"\n";
     const Texts lines = LinesOf(closed);
     ASSERT_EQ(lines.size(), 2U);
@@ -365,7 +365,7 @@ TEST_F(AsciiFileGetSafeLineLocaleCodec, IsUsedWhenItsKeyIsFalse)
     EXPECT_EQ(LinesOf("\xe9\n", Options().Set("CODECFORLOCALE", false)), (Texts{u"\u0449"}));
 }
 
-TEST_F(AsciiFileGetSafeLineLocaleCodec, GivesWayToANamedCodec)
+TEST_F(AsciiFileGetSafeLineLocaleCodec, YieldsToANamedCodec)
 {
     EXPECT_EQ(LinesOf("\xe9\n", Codec("ISO-8859-1").Set("CODECFORLOCALE", true)),
               (Texts{u"\u00e9"}));
@@ -417,7 +417,7 @@ TEST(AsciiFileGetSafeLineCodec, KeepsDoubleByteCharactersOnABlocksSeamWhole)
     }
 }
 
-TEST(AsciiFileGetSafeLineCodec, TakesTheByteOrderMarkAtTheFileStartOff)
+TEST(AsciiFileGetSafeLineCodec, RemovesTheByteOrderMarkAtTheFileStart)
 {
     const std::string bytes = "\xef\xbb\xbf"
                               "a\nb\n";
@@ -426,7 +426,7 @@ TEST(AsciiFileGetSafeLineCodec, TakesTheByteOrderMarkAtTheFileStartOff)
     }
 }
 
-TEST(AsciiFileGetSafeLineCodec, KeepsAByteOrderMarkBehindTheFileStart)
+TEST(AsciiFileGetSafeLineCodec, KeepsAByteOrderMarkAfterTheFileStart)
 {
     const std::string bytes = "abc\n\xef\xbb\xbf"
                               "d\n";
@@ -459,7 +459,7 @@ TEST(AsciiFileGetSafeLineCodec, ReadsUtf16WithAByteOrderMarkInBlocksOfAnySize)
     }
 }
 
-TEST(AsciiFileGetSafeLineCodec, TakesACutCharacterThatIsAllOfTheFileAlikeInBlocksOfAnySize)
+TEST(AsciiFileGetSafeLineCodec, DecodesACutCharacterThatIsAllOfTheFileAlikeInBlocksOfAnySize)
 {
     for (const char* const codec : {"UTF-16", "UTF-32", "UTF-32LE", "GB18030", "EUC-KR"}) {
         for (const std::string& bytes :

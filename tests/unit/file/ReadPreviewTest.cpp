@@ -92,7 +92,7 @@ TEST_F(AsciiFileReadPreview, GivesEmptySecondFieldsForOneLine)
     EXPECT_EQ(Preview("a,1\n\n\n"), expected);
 }
 
-TEST_F(AsciiFileReadPreview, TakesASecondLineOfBlanksForNone)
+TEST_F(AsciiFileReadPreview, CountsASecondLineOfBlanksAsNone)
 {
     EXPECT_EQ(
         Preview("a,1\n   \n"),
@@ -178,7 +178,7 @@ TEST_F(AsciiFileReadPreview, ClearsTheSampleLines)
     EXPECT_TRUE(file.GetSampleLines().empty());
 }
 
-// Rule: a preview consumes its lines; what is read later starts behind them.
+// Rule: a preview consumes its lines; a later read starts after them.
 TEST_F(AsciiFileReadPreview, ConsumesTheLinesItShows)
 {
     AsciiFile file(

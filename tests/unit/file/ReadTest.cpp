@@ -160,7 +160,7 @@ TEST_F(AsciiFileRead, SkipsUpToAndWithTheFirstBlankLine)
 }
 
 // Rule: the blank line that ends a header only shows when blank rows are kept.
-TEST_F(AsciiFileRead, TakesAllLinesForTheHeaderWhenBlankRowsAreIgnored)
+TEST_F(AsciiFileRead, ReadsAllLinesAsTheHeaderWhenBlankRowsAreIgnored)
 {
     EXPECT_EQ(Samples("title\n\nl1\n", Options().Set(Orvane::ASCII_HEADER_BLANK_LINE, true)),
               Texts{});
@@ -196,7 +196,7 @@ TEST(AsciiFileIsHeaderLine, ComparesTheStartOfTheLineWithEachIdentifier)
     EXPECT_TRUE(file.IsHeaderLine("# again"));
 }
 
-TEST(AsciiFileIsHeaderLine, TakesAnEmptyIdentifierForEveryLine)
+TEST(AsciiFileIsHeaderLine, MatchesEveryLineWithAnEmptyIdentifier)
 {
     AsciiFile file(
         "some.csv", AsciiFile::kRead, Options().Set(Orvane::ASCII_HEADER_IDENTIFIER, Texts{""}));

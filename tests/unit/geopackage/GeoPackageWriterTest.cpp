@@ -595,7 +595,7 @@ TEST(GeoPackageWriter, BoxesHoldTheirPointsAtTheEndsOfTheFloats)
     }
 }
 
-/// All of a file but for the time at which it was made.
+/// All of a file except the time of its making.
 std::string Dump(const std::filesystem::path& file)
 {
     std::string dump;

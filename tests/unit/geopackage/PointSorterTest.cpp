@@ -1,4 +1,4 @@
-// The order of the spatial index, and the memory that it is made in.
+// The order of the spatial index, and the memory that making it needs.
 #include "PointSorter.h"
 
 #include "PointGrid.h"

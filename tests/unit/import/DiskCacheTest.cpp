@@ -76,7 +76,7 @@ BAttributeDefs Schema(std::initializer_list<EVariantType> types)
     return defs;
 }
 
-/// 10,000 rows of 20 bytes, as 100 of them tell.
+/// 10,000 rows of 20 bytes, estimated from 100 of them.
 constexpr FileMeasure kRows = {200000, 2000, 100};
 
 TEST(DiskCacheEstimate, CountsThePointOfEachRow)
@@ -140,7 +140,7 @@ constexpr MeasureCase kMeasureCases[] = {
     {"CountsLineFeeds", "1,2\n3,4\n5,6\n", 3},
     {"CountsCarriageReturnsWithLineFeedsOnce", "1,2\r\n3,4\r\n", 2},
     {"CountsLoneCarriageReturns", "1,2\r3,4\r5,6\r", 3},
-    {"TakesAFileWithoutLineEndingForOneLine", "1,2", 1},
+    {"CountsAFileWithoutLineEndingAsOneLine", "1,2", 1},
 };
 
 INSTANTIATE_TEST_SUITE_P(, FileMeasureOf, testing::ValuesIn(kMeasureCases), CaseName());
@@ -263,9 +263,9 @@ TEST(DiskCacheFolder, MustBeAFolderThatIsThere)
     EXPECT_EQ(ExpectRefused({}, missing), "The folder does not exist.");
 }
 
-TEST(DiskCacheFolder, MustTakeFiles)
+TEST(DiskCacheFolder, MustAcceptFiles)
 {
-    // Nobody makes files there, not even root; the reason is the system's.
+    // Nobody can make files there, not even root; the reason is the system's.
     EXPECT_NE(ExpectRefused("/proc/self/fd", "/proc/self/fd"), "");
 }
 

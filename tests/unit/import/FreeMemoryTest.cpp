@@ -1,4 +1,4 @@
-// Free memory out of folders that look like the system's.
+// Free memory, read from folders that look like the system's.
 #include <gtest/gtest.h>
 
 #include <FreeMemory.h>
@@ -85,14 +85,14 @@ TEST_F(FreeMemory, IsWhatTheDataLimitLeaves)
     EXPECT_EQ(Measure({105 * kMebibyte, 100 * kMebibyte}), 5);
 }
 
-TEST_F(FreeMemory, IsWhatAGroupOfVersion2LeavesFilePagesNotCounted)
+TEST_F(FreeMemory, IsWhatAGroupOfVersion2LeavesWithoutFilePages)
 {
     Write("proc/self/cgroup", "0::/user/app\n");
     WriteGroup2("sys/fs/cgroup/user/app", 500, 200, 50);
     EXPECT_EQ(Measure(), 350);
 }
 
-TEST_F(FreeMemory, IsLimitedByTheGroupsAround)
+TEST_F(FreeMemory, IsLimitedByTheGroupsAboveIt)
 {
     Write("proc/self/cgroup", "0::/user/app\n");
     Write("sys/fs/cgroup/user/app/memory.max", "max\n");
@@ -119,7 +119,7 @@ TEST_F(FreeMemory, IsWhatAGroupOfVersion1Leaves)
     EXPECT_EQ(Measure(), 0);
 }
 
-TEST_F(FreeMemory, DoesNotMindGroupsThatSayNothing)
+TEST_F(FreeMemory, IgnoresGroupsThatSayNothing)
 {
     Write("proc/self/cgroup", "no group\n0:\n0::\n7:memory:relative\n4:memory:/gone\n0::/gone\n");
     Write("sys/fs/cgroup/gone/memory.max", "a word\n");

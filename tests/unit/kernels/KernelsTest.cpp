@@ -1,4 +1,4 @@
-// Holds every set of kernels that the processor runs against plain loops.
+// Compares every set of kernels that the processor runs with plain loops.
 #include "kernels/Kernels.h"
 
 #include "text/Utf8.h"
@@ -32,7 +32,7 @@ std::string Padded(const std::string& text)
     return text + std::string(kPadding, '\xFF');
 }
 
-/// The rule of the index, one byte after the other.
+/// The rule of the index, byte by byte.
 std::vector<std::uint32_t> IndexPlainly(const std::string& text, const Structure& structure)
 {
     std::vector<std::uint32_t> positions;
@@ -96,7 +96,7 @@ TEST(KernelsIndex, FindsWhatAPlainLoopFindsInOneGoAndInParts)
     }
 }
 
-/// One column of fields in a text, and what a kernel made of it.
+/// One column of fields in a text, and a kernel's result.
 struct Column
 {
     explicit Column(const std::vector<std::string>& values)
@@ -308,7 +308,7 @@ TEST(KernelsToDoubles, AreRightInAdjacentColumns)
         for (std::vector<std::string>& column : columns) {
             column = MakeDecimals(random, rows, random() % 16);
         }
-        // The first fields end in front of or behind the 32nd byte.
+        // The first fields end before or after the 32nd byte.
         std::string text(round % 3 == 0 ? 16 : 40, '#');
         text += ',';
         std::vector<std::uint32_t> ends{static_cast<std::uint32_t>(text.size() - 1)};
@@ -381,7 +381,7 @@ TEST(KernelsToDoubles, DropTheQuotesAroundAField)
     }
 }
 
-TEST(KernelsToInt32s, TakeWholeNumbersOfThirtyOneBitsOnly)
+TEST(KernelsToInt32s, ConvertWholeNumbersOfThirtyOneBitsOnly)
 {
     const Column column({"0",
                          "-0",
@@ -415,7 +415,7 @@ TEST(KernelsToInt32s, TakeWholeNumbersOfThirtyOneBitsOnly)
     }
 }
 
-TEST(KernelsToDoubles, TakeAnEmptyFieldForZeroWhereThatIsAsked)
+TEST(KernelsToDoubles, ConvertAnEmptyFieldToZeroOnRequest)
 {
     for (const bool hasQuotes : {false, true}) {
         const Column column({"", "-", hasQuotes ? "\"\"" : "", ".", "5", "-0"});
@@ -479,7 +479,7 @@ TEST(KernelsToBooleans, KnowTheTrueWordsInAnyCase)
     }
 }
 
-/// Copies with a kernel; what it leaves is appended here, so that all texts come in order.
+/// Copies with a kernel and appends here what it leaves, so that all texts keep their order.
 std::vector<std::string>
 CopyTexts(const Set& set, const FieldRun& run, bool takesHighBytes, std::vector<std::size_t>& left)
 {
@@ -538,7 +538,7 @@ TEST(KernelsAppendTexts, CopyWhatHasNoQuoteInIt)
     }
 }
 
-TEST(KernelsAppendTexts, LeaveHighBytesWhereTheyAreNotTaken)
+TEST(KernelsAppendTexts, LeaveHighBytesUnlessTheyAreAccepted)
 {
     const std::string longText(40, 'x');
     const Column column({"a", "\xC3\xA9", longText + "\x80", longText, "\x7F"});
@@ -550,7 +550,7 @@ TEST(KernelsAppendTexts, LeaveHighBytesWhereTheyAreNotTaken)
     }
 }
 
-TEST(KernelsAppendTexts, WriteNothingBehindTheRoomThereIs)
+TEST(KernelsAppendTexts, WriteNothingPastTheirRoom)
 {
     const Column column({"0123456789", "0123456789"});
     for (const Set* set : AllSets()) {
@@ -628,7 +628,7 @@ TEST(KernelsIsUtf8, SaysWhatAPlainCheckSaysOfRandomText)
     std::size_t valid = 0;
     for (int round = 0; round < 20000; ++round) {
         std::string text;
-        // Most texts are of the pieces that are valid.
+        // Most texts consist of valid pieces.
         const std::size_t kinds = round % 3 == 0 ? kPieces.size() : 10;
         const std::size_t count = random() % 60;
         for (std::size_t piece = 0; piece < count; ++piece) {

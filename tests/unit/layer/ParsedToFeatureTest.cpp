@@ -62,7 +62,7 @@ std::string Text(const Row& row,
     return Describe(*Make(row, SchemaOf(types), options, recordNumber));
 }
 
-TEST(AsciiLayerParsedToFeature, MakesAPointAndTakesTheOtherColumnsInSchemaOrder)
+TEST(AsciiLayerParsedToFeature, MakesAPointAndKeepsTheOtherColumnsInSchemaOrder)
 {
     EXPECT_EQ(Text({"1", "2", "a", "b"}, {11, 11}, Options().XY(0, 1)), "1 (1 2) A=11:a B=11:b");
 }
@@ -171,12 +171,12 @@ TEST(AsciiLayerParsedToFeatureGeometry, IsMissingWhenYIsNoNumber)
     EXPECT_EQ(Text({"1", "abc", "a"}, {11}, Options().XY(0, 1)), "1 (-) A=11:a");
 }
 
-TEST(AsciiLayerParsedToFeatureGeometry, TakesBlanksInFrontOfANumber)
+TEST(AsciiLayerParsedToFeatureGeometry, AcceptsBlanksBeforeANumber)
 {
     EXPECT_EQ(Text({"1", " 12"}, {}, Options().XY(0, 1)), "1 (1 12)");
 }
 
-TEST(AsciiLayerParsedToFeatureGeometry, IsMissingWhenABlankStandsBehindANumber)
+TEST(AsciiLayerParsedToFeatureGeometry, IsMissingWhenABlankFollowsANumber)
 {
     EXPECT_EQ(Text({"1", "12 "}, {}, Options().XY(0, 1)), "1 (-)");
 }
@@ -219,7 +219,7 @@ TEST(AsciiLayerParsedToFeatureGeometry, KeepsNaNInACoordinateWhoseColumnIsMissin
     EXPECT_TRUE(std::isnan(feature->GetPoint()->GetY()));
 }
 
-TEST(AsciiLayerParsedToFeatureGeometry, TakesAColumnThatIsXAndYForXOnly)
+TEST(AsciiLayerParsedToFeatureGeometry, ReadsAColumnThatIsXAndYAsXOnly)
 {
     const auto feature = Make({"1", "a"}, SchemaOf({11}), Options().XY(0, 0));
     ASSERT_NE(feature->GetPoint(), nullptr);
@@ -373,8 +373,8 @@ TEST_P(AsciiLayerParsedToFeatureValues, FollowTheTypeOfTheColumn)
 
 constexpr ValueCase kValues[] = {
     {"IntegerDropsCommas", 5, "1,234", "5:1234"},
-    {"IntegerTakesTheDigitsInFront", 5, "12abc", "5:12"},
-    {"IntegerTakesBlanksInFront", 5, "  -7", "5:-7"},
+    {"IntegerReadsTheLeadingDigits", 5, "12abc", "5:12"},
+    {"IntegerAcceptsLeadingBlanks", 5, "  -7", "5:-7"},
     {"IntegerCutsAtThePoint", 5, "12.9", "5:12"},
     {"IntegerOfAWordIsZero", 5, "abc", "5:0"},
     {"IntegerOfNothingIsZero", 5, "", "5:0"},
@@ -385,12 +385,12 @@ constexpr ValueCase kValues[] = {
     {"IntegerHasNoExponent", 5, "1e5", "5:1"},
     {"IntegerHasNoHexadecimal", 5, "0x10", "5:0"},
     {"DoubleDropsCommas", 9, "1,234.5", "9:1234.5"},
-    {"DoubleTakesTheNumberInFront", 9, "1.5kg", "9:1.5"},
+    {"DoubleReadsTheLeadingNumber", 9, "1.5kg", "9:1.5"},
     {"DoubleOfAWordIsZero", 9, "word", "9:0"},
     {"DoubleKeepsTheSignOfZero", 9, "-0", "9:-0"},
-    {"DoubleTakesHexadecimal", 9, "0x1p4", "9:16"},
-    {"DoubleTakesInf", 9, "-inf", "9:-inf"},
-    {"DoubleTakesNan", 9, "nan", "9:nan"},
+    {"DoubleAcceptsHexadecimal", 9, "0x1p4", "9:16"},
+    {"DoubleAcceptsInf", 9, "-inf", "9:-inf"},
+    {"DoubleAcceptsNan", 9, "nan", "9:nan"},
     {"DoublePastItsRangeIsInfinite", 9, "1e400", "9:inf"},
     {"DoubleIsRoundedToTheNearest", 9, "0.1", "9:0.1"},
     {"DoubleKeepsSeventeenDigits", 9, "0.30000000000000004", "9:0.30000000000000004"},
@@ -399,7 +399,7 @@ constexpr ValueCase kValues[] = {
     {"FloatPastItsRangeIsInfinite", 10, "1e39", "10:inf"},
     {"StringStaysAsItIs", 11, " 1,5 ", "11: 1,5 "},
     {"SecondStringKindIsText", 12, "1,5", "11:1,5"},
-    {"BooleanTakesAnyCase", 13, "Yes", "13:true"},
+    {"BooleanAcceptsAnyCase", 13, "Yes", "13:true"},
     {"BooleanOfANumberWordIsFalse", 13, "2", "13:false"},
     {"BooleanOfOneIsTrue", 13, "1", "13:true"},
     {"BooleanOfNothingIsFalse", 13, "", "13:false"},
@@ -433,7 +433,7 @@ TEST(AsciiLayerParsedToFeatureWidths, AreRaisedToTheLongestText)
     EXPECT_EQ(schema.GetAt(0).GetLength(), 5);
 }
 
-TEST(AsciiLayerParsedToFeatureWidths, StayForAllTypesButTheString)
+TEST(AsciiLayerParsedToFeatureWidths, StayForAllTypesExceptTheString)
 {
     BAttributeDefs schema = SchemaOf({12, 5, 9, 7, 13, 0});
     const Options none;
@@ -461,7 +461,7 @@ void PrintTo(const CoordinateCase& coordinateCase, std::ostream* stream)
 class AsciiLayerParseCoordinate : public testing::TestWithParam<CoordinateCase>
 {};
 
-TEST_P(AsciiLayerParseCoordinate, TakesAWholeFiniteNumber)
+TEST_P(AsciiLayerParseCoordinate, AcceptsAWholeFiniteNumber)
 {
     double value = -99;
     ASSERT_EQ(ParseCoordinate(GetParam().text, "", value), GetParam().fits);
@@ -474,19 +474,19 @@ constexpr CoordinateCase kCoordinates[] = {
     {"Integer", "12", true, 12},
     {"Negative", "-12.5", true, -12.5},
     {"PlusSign", "+1", true, 1},
-    {"PointInFront", ".5", true, 0.5},
-    {"PointBehind", "5.", true, 5},
+    {"LeadingPoint", ".5", true, 0.5},
+    {"TrailingPoint", "5.", true, 5},
     {"Exponent", "1e3", true, 1000},
     {"Hexadecimal", "0x1F", true, 31},
     {"HexadecimalFraction", "0x.8p1", true, 1},
-    {"BlanksInFront", " \t\n\v\f\r7", true, 7},
+    {"LeadingBlanks", " \t\n\v\f\r7", true, 7},
     {"TooSmallForADouble", "1e-400", true, 0},
     {"SeventeenDigits", "8.0000000000000018", true, 8.0000000000000018},
     {"ManyDigits", "0.1000000000000000055511151231257827021181583404541015625", true, 0.1},
     {"Empty", "", false, 0},
     {"OnlyBlanks", "  ", false, 0},
-    {"BlankBehind", "12 ", false, 0},
-    {"UnitBehind", "12m", false, 0},
+    {"TrailingBlank", "12 ", false, 0},
+    {"UnitAfterTheNumber", "12m", false, 0},
     {"DecimalComma", "1,5", false, 0},
     {"Thousands", "1,234", false, 0},
     {"Word", "abc", false, 0},
@@ -503,7 +503,7 @@ INSTANTIATE_TEST_SUITE_P(,
                          testing::ValuesIn(kCoordinates),
                          TestSupport::CaseName());
 
-TEST(AsciiLayerParseCoordinateRules, TakesNaN)
+TEST(AsciiLayerParseCoordinateRules, AcceptsNaN)
 {
     for (const char* text : {"nan", "NaN", "-NAN", " nan", "nan(12)"}) {
         double value = 0;
@@ -533,7 +533,7 @@ TEST(AsciiLayerParseCoordinateRules, ReadsFormattedDegrees)
     EXPECT_EQ(value, 10.25);
 }
 
-TEST(AsciiLayerParseCoordinateRules, SwallowsWhatTheFormatThrows)
+TEST(AsciiLayerParseCoordinateRules, IgnoresFailuresOfTheFormat)
 {
     double value = 0;
     EXPECT_FALSE(ParseCoordinate("10 60", "DM", value));

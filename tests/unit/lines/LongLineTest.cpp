@@ -1,4 +1,4 @@
-// How much of a line without an ending is read.
+// How much the reader reads of a line without an ending.
 #include "lines/LineSource.h"
 #include "support/TestFiles.h"
 

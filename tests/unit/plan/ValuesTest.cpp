@@ -1,4 +1,4 @@
-// The grammar of values: spellings row by row, and values that are written and read back.
+// The grammar of values: a table of spellings, and values that are written and read back.
 #include "plan/values/Angles.h"
 #include "plan/values/Cell.h"
 #include "plan/values/FoldedCell.h"
@@ -250,7 +250,7 @@ constexpr AngleCase kAngleCases[] = {
      "59\xC2\xB0 12\xE2\x80\x99 7.7\xE2\x80\x99\xE2\x80\x99W",
      -(59 + 12.0 / 60 + 7.7 / 3600)},
     {"South", "47.5S", -47.5},
-    {"WestInFront", "W 125.5", -125.5},
+    {"WestFirst", "W 125.5", -125.5},
     {"MinusSign",
      "\xE2\x88\x92"
      "47\xC2\xB0"

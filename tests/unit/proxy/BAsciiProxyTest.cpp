@@ -30,7 +30,7 @@ TEST(BAsciiProxyCanRead, IsTrueForTheFourTextTypes)
     }
 }
 
-// Rule: there is no type for the extension .asc, though the reader takes such files.
+// Rule: there is no type for the extension .asc, though the reader accepts such files.
 TEST(BAsciiProxyCanRead, IsFalseForAnyOtherType)
 {
     BAsciiProxy proxy;
@@ -79,7 +79,7 @@ TEST(BAsciiProxyCreateReader, MakesAClosedReaderWithItsFlagsAndOptions)
     EXPECT_EQ(proxy.GetObjectCount(), 0U);
 }
 
-TEST(BAsciiProxyCreateReader, TakesNoRepositoryAndNoLogger)
+TEST(BAsciiProxyCreateReader, AcceptsNoRepositoryAndNoLogger)
 {
     BAsciiProxy proxy;
     BDataReader* reader = proxy.CreateReader("a.csv", Options(), nullptr, nullptr);

@@ -200,7 +200,7 @@ TEST_F(AsciiReaderModule, DestroysAReaderThatIsStillOpen)
     EXPECT_EQ(CountOpenDescriptors(path), 0U);
 }
 
-// Slot 0 takes two entries of the table, so that the function of slot n stands at n + 1.
+// Slot 0 has two entries of the table, so the function of slot n stands at n + 1.
 TEST_F(AsciiReaderModule, InheritsTheWritingSlotsOfItsProxy)
 {
     const BDataManagerProxy base;

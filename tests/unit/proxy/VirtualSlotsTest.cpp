@@ -27,8 +27,8 @@ using Orvane::BProgress;
 using Orvane::BString;
 using Orvane::BVectorDataReader;
 
-// In the Itanium C++ ABI slot 0, the destructor, takes two entries of the table; each other slot
-// takes one. A pointer to a virtual member function holds one more than its entry's byte offset.
+// In the Itanium C++ ABI slot 0, the destructor, has two entries of the table; each other slot
+// has one. A pointer to a virtual member function is its entry's byte offset plus one.
 
 template <typename Member>
 std::size_t SlotOf(Member member)
@@ -136,7 +136,7 @@ TEST(BAsciiProxySlots, AddNoData)
 
 constexpr std::size_t kLastReaderSlot = 15;
 
-/// Overrides what a reader answers itself, so that the rest is inherited.
+/// Overrides what a reader must define and inherits the rest.
 class OpenReader : public BVectorDataReader
 {
 public:

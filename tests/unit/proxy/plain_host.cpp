@@ -63,7 +63,7 @@ int Read(Orvane::BDataManagerProxy& proxy, const std::string& path)
         return Fail("the points are not those of the file");
     }
 
-    // An exception of the module is caught by its class on this side.
+    // The host catches an exception of the module by its class.
     Orvane::BDataReader* missing = proxy.CreateReader(path + "x.csv", {}, nullptr, nullptr);
     bool isCaught = false;
     try {

@@ -37,7 +37,7 @@ using Steps = std::vector<std::pair<unsigned, unsigned>>;
 class BAsciiReaderTest : public testing::Test
 {
 protected:
-    /// A reader on a new file; kept list and opening list are the same. Not open yet.
+    /// A reader on a new file, not open yet; kept list and opening list are the same.
     BAsciiReader& Make(std::string_view name, std::string_view bytes, const Options& options)
     {
         m_path = m_folder.File(name, bytes);
@@ -190,7 +190,7 @@ TEST_F(BAsciiReaderTest, CutsAtALiteralSeparatorWhateverTheExtension)
         ColumnsOf("a.dat", "a%1b%1c\n", Options().Set(Orvane::ASCII_SEPARATOR, BString("%1"))), 3U);
 }
 
-TEST_F(BAsciiReaderTest, TakesTheLiteralSeparatorBeforeWidthsAndKeys)
+TEST_F(BAsciiReaderTest, PrefersTheLiteralSeparatorToWidthsAndKeys)
 {
     EXPECT_EQ(
         ColumnsOf(
@@ -218,7 +218,7 @@ TEST_F(BAsciiReaderTest, KeepsALiteralSeparatorInsideQuotes)
         (Lines{"1 (-) C1=11:a||b C2=11:c"}));
 }
 
-// Rule: widths come with the empty pattern, which is valid, so that no line has fields.
+// Rule: widths come with the empty pattern, which is valid, so no line has fields.
 TEST_F(BAsciiReaderTest, ReadsNoFieldsWithFixedWidths)
 {
     BAsciiReader& reader =
@@ -248,7 +248,7 @@ TEST_F(BAsciiReaderTest, FindsNoCoordinateColumnsWithFixedWidths)
 }
 
 // Rule: the separator follows the list that the reader was made with.
-TEST_F(BAsciiReaderTest, TakesTheSeparatorFromTheKeptListOnly)
+TEST_F(BAsciiReaderTest, ReadsTheSeparatorFromTheKeptListOnly)
 {
     const LeaksByRule leaks;
     const BString path = m_folder.File("a.dat", "1 2\n");
@@ -301,7 +301,7 @@ TEST_F(BAsciiReaderTest, RefusesToReadWhileItIsNotOpen)
         read, "BDataManagerException", "BVectorDataReader::Read", "The reader is not open.");
 }
 
-TEST_F(BAsciiReaderTest, TakesColumnTextsForIntegers)
+TEST_F(BAsciiReaderTest, ConvertsColumnTextsToIntegers)
 {
     EXPECT_EQ(
         ReadAll("a.csv",
@@ -327,7 +327,7 @@ TEST_F(BAsciiReaderTest, RaisesTheFailureFlagAtTheRecordLimit)
     EXPECT_EQ(reader.GetStatus(), 0);
 }
 
-TEST_F(BAsciiReaderTest, TakesTheRecordLimitFromTheKeptList)
+TEST_F(BAsciiReaderTest, ReadsTheRecordLimitFromTheKeptList)
 {
     BAsciiReader& reader = Open("a.csv", "a\nb\nc\n", Options());
     reader.GetParams().Add(Orvane::MAX_RECORDS, BString("1"));
@@ -497,8 +497,8 @@ TEST_F(BAsciiReaderTest, FindsNoSeparatorForAPreviewWhenItsKeyIsGone)
     EXPECT_TRUE(reader.IsOpen());
 }
 
-// Rule: a preview consumes its lines; what is read later starts behind them.
-TEST_F(BAsciiReaderTest, ReadsBehindTheLinesOfAPreview)
+// Rule: a preview consumes its lines; a later read starts after them.
+TEST_F(BAsciiReaderTest, ReadsAfterTheLinesOfAPreview)
 {
     BAsciiReader& reader = Open("a.txt", "1\t2\n3\t4\n5\t6\n", Options().XY(0, 1));
     (void)reader.GetFilePreview(Orvane::QUERY_COLUMNS);

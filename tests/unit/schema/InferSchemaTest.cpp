@@ -48,7 +48,7 @@ TEST(AsciiSchemaInitColumns, SkipsTheNumberOfASingleCoordinateKeyToo)
     EXPECT_EQ(Describe(schema), (Lines{"C2:0:0:0", "C3:0:0:0"}));
 }
 
-TEST(AsciiSchemaInitColumns, TakesNamesFromTheFirstRowTrimmed)
+TEST(AsciiSchemaInitColumns, ReadsNamesFromTheFirstRowTrimmed)
 {
     BAttributeDefs schema;
     EXPECT_FALSE(InitColumns(schema, {" Name\t", " ", "Depth"}, Options().Names()));
@@ -69,7 +69,7 @@ TEST(AsciiSchemaInitColumns, KeepsNamesThatAreAlike)
     EXPECT_EQ(Describe(schema), (Lines{"a:0:0:0", "a:0:0:0"}));
 }
 
-TEST(AsciiSchemaInitColumns, TakesTheFirstRowAsDataWhenTheNamesOptionIsFalse)
+TEST(AsciiSchemaInitColumns, ReadsTheFirstRowAsDataWhenTheNamesOptionIsFalse)
 {
     BAttributeDefs schema;
     EXPECT_TRUE(InitColumns(schema, {"a"}, Options().Set(Orvane::FIRST_LINE_COLUMN_NAMES, false)));
@@ -97,7 +97,7 @@ TEST(AsciiSchemaInferSchema, RemovesTheRowOfNamesFromTheCallersList)
     EXPECT_EQ(rows, (std::vector<Row>{{"a", "1.5"}}));
 }
 
-TEST(AsciiSchemaInferSchema, TakesTheFirstRowIntoTheTypesWhenItIsData)
+TEST(AsciiSchemaInferSchema, CountsTheFirstRowForTheTypesWhenItIsData)
 {
     std::vector<Row> rows{{"a", "2"}, {"5", "3"}};
     EXPECT_EQ(Describe(InferSchema(rows, Options())), (Lines{"C1:11:0:0", "C2:5:0:0"}));

@@ -56,18 +56,18 @@ TEST(AsciiSchemaSchema, KeepsTheCoordinateColumnsWithOneOfTheKeysOnly)
     EXPECT_EQ(SchemaOf({"7,8"}, Auto().Set(Orvane::X_COLUMN, 0)), (Lines{"C2:5:0:0", "C3:5:0:0"}));
 }
 
-TEST(AsciiSchemaSchema, TakesFiveLinesOfTheSampleByDefault)
+TEST(AsciiSchemaSchema, UsesFiveLinesOfTheSampleByDefault)
 {
     EXPECT_EQ(SchemaOf({"7", "7", "7", "7", "7", "x"}, Auto()), (Lines{"C1:5:0:0"}));
     EXPECT_EQ(SchemaOf({"7", "7", "7", "7", "x", "7"}, Auto()), (Lines{"C1:11:0:0"}));
 }
 
-TEST(AsciiSchemaSchema, TakesAsManyLinesAsTheSampleSizeSays)
+TEST(AsciiSchemaSchema, UsesAsManyLinesAsTheSampleSizeSays)
 {
     EXPECT_EQ(SchemaOf({"7", "x"}, Auto().Set(SampleSizeKey(), 1)), (Lines{"C1:5:0:0"}));
 }
 
-TEST(AsciiSchemaSchema, TakesEveryLineForANegativeSampleSize)
+TEST(AsciiSchemaSchema, UsesEveryLineForANegativeSampleSize)
 {
     EXPECT_EQ(SchemaOf({"7", "7", "7", "7", "7", "7", "x"}, Auto().Set(SampleSizeKey(), -1)),
               (Lines{"C1:11:0:0"}));
@@ -145,7 +145,7 @@ TEST(AsciiSchemaSchema, IsInferredWhenAutoSchemaIsPresentButFalse)
               (Lines{"C1:5:0:0"}));
 }
 
-TEST(AsciiSchemaSchema, IsTakenFromDefinitionsWithoutAutoSchema)
+TEST(AsciiSchemaSchema, ComesFromDefinitionsWithoutAutoSchema)
 {
     EXPECT_EQ(
         SchemaOf({"1,2,x"}, Options().XY(0, 1).Set(Orvane::COLUMN_DEFINITION, Texts{"0,A,9,4,2"})),
@@ -198,19 +198,19 @@ private:
     TemporaryFolder m_folder;
 };
 
-TEST_F(AsciiSchemaScanAllRows, TakesEveryRowIntoTheTypes)
+TEST_F(AsciiSchemaScanAllRows, CountsEveryRowForTheTypes)
 {
     EXPECT_EQ(Scan("7,a\n7,a\n7,a\n7,a\n7,a\n7,a\n7.25,a\n", Options()),
               (Lines{"C1:9:0:3", "C2:11:0:0"}));
 }
 
-TEST_F(AsciiSchemaScanAllRows, TakesTheLastLineWithoutLineEnding)
+TEST_F(AsciiSchemaScanAllRows, ReadsTheLastLineWithoutLineEnding)
 {
     EXPECT_EQ(Scan("7\nx", Options()), (Lines{"C1:11:0:0"}));
     EXPECT_EQ(Scan("7", Options()), (Lines{"C1:5:0:0"}));
 }
 
-TEST_F(AsciiSchemaScanAllRows, TakesNamesFromTheFirstLine)
+TEST_F(AsciiSchemaScanAllRows, ReadsNamesFromTheFirstLine)
 {
     EXPECT_EQ(Scan("A,B\n7,1\n8,0\n", Options().Names()), (Lines{"A:5:0:0", "B:13:0:0"}));
 }

@@ -33,7 +33,7 @@ Lines Set(const Options& options, unsigned columnCount)
     return Describe(SetSchema(options, columnCount, rows));
 }
 
-/// Whether the definitions were given up: inference without rows fails.
+/// Whether the definitions were abandoned: inference without rows then fails.
 void ExpectInference(const Options& options, unsigned columnCount)
 {
     ExpectInvalidSubscript([&] { (void)Set(options, columnCount); });
@@ -44,7 +44,7 @@ const char* const kDefinitionError =
     "\t\t\t\t\t\t\t\t\t Each record definition should look like \t\t\t\t\t\t\t\t\t "
     "ColNumber,ColName,ColType,ColLength,ColPrecision";
 
-TEST(AsciiSchemaSetSchema, TakesNameTypeLengthAndPrecision)
+TEST(AsciiSchemaSetSchema, ReadsNameTypeLengthAndPrecision)
 {
     EXPECT_EQ(Set(Definitions({"0,Station,11,20,0", "1,Depth,9,0,3", "2,Flag,13,0,0"}), 3),
               (Lines{"Station:11:20:0", "Depth:9:0:3", "Flag:13:0:0"}));
@@ -85,8 +85,8 @@ TEST(AsciiSchemaSetSchema, InfersFromTheRowsWhenTheCountIsAnother)
               (Lines{"C1:9:0:0", "C2:11:0:0"}));
 }
 
-// Rule: every definition that begins with the digits of the position is taken.
-TEST(AsciiSchemaSetSchema, TakesTheDefinitionNumberedTenTwice)
+// Rule: every definition that begins with the digits of the position is accepted.
+TEST(AsciiSchemaSetSchema, AcceptsTheDefinitionNumberedTenTwice)
 {
     Texts definitions;
     for (int i = 0; i < 11; ++i) {
@@ -108,19 +108,19 @@ TEST(AsciiSchemaSetSchema, TakesTheDefinitionNumberedTenTwice)
                      "N10:5:0:0"}));
 }
 
-TEST(AsciiSchemaSetSchema, TakesTwoDefinitionsOfOneNumberInListOrder)
+TEST(AsciiSchemaSetSchema, AcceptsTwoDefinitionsOfOneNumberInListOrder)
 {
     EXPECT_EQ(Set(Definitions({"0,B,5,0,0", "0,A,9,0,0"}), 2), (Lines{"B:5:0:0", "A:9:0:0"}));
 }
 
-TEST(AsciiSchemaSetSchema, TakesANumberByItsTextAndNotByItsValue)
+TEST(AsciiSchemaSetSchema, MatchesANumberByItsTextAndNotByItsValue)
 {
     ExpectInference(Definitions({"00,A,5,0,0", "01,B,5,0,0"}), 3);
     // Both begin with the digits of position 0.
     EXPECT_EQ(Set(Definitions({"00,A,5,0,0", "01,B,5,0,0"}), 2), (Lines{"A:5:0:0", "B:5:0:0"}));
 }
 
-TEST(AsciiSchemaSetSchema, TakesTheCoordinateKeysOffTheExpectedCount)
+TEST(AsciiSchemaSetSchema, SubtractsTheCoordinateKeysFromTheExpectedCount)
 {
     const Texts three{"0,A,5,0,0", "1,B,5,0,0", "2,C,5,0,0"};
     EXPECT_EQ(Set(Definitions(three).XY(0, 1), 5).size(), 3U);
@@ -152,7 +152,7 @@ TEST(AsciiSchemaSetSchema, AcceptsAnyTypeNumber)
     EXPECT_EQ(Set(Definitions({"0,A,999,-5,0", "1,,-1,0,0"}), 2), (Lines{"A:999:-5:0", ":-1:0:0"}));
 }
 
-TEST(AsciiSchemaSetSchema, TakesTheNameAsItIsWritten)
+TEST(AsciiSchemaSetSchema, KeepsTheNameAsItIsWritten)
 {
     EXPECT_EQ(Set(Definitions({"0, \"A\" ,5,0,0"}), 1), (Lines{" \"A\" :5:0:0"}));
 }

@@ -70,7 +70,7 @@ TEST_P(AsciiSchemaUpdateTypes, FollowsTheTable)
     EXPECT_EQ(After(""), GetParam().afterText);
 }
 
-TEST_P(AsciiSchemaUpdateTypes, TakesNumbersAsTextWhenTheyArePreserved)
+TEST_P(AsciiSchemaUpdateTypes, ReadsNumbersAsTextWhenTheyArePreserved)
 {
     const Options preserve = Options().Set(Orvane::PRESERVE_NUMERIC_STRINGS, true);
     EXPECT_EQ(After("7", preserve), 11);
@@ -127,10 +127,10 @@ INSTANTIATE_TEST_SUITE_P(
         ColumnCase{"OfOneTwoThreeIsInteger", {"1", "2", "3"}, "C1:5:0:0"},
         ColumnCase{"OfOneAndAFractionIsDouble", {"1", "2.5"}, "C1:9:0:2"},
         ColumnCase{"WithAnEmptyValueIsString", {"1.5", "", "2"}, "C1:11:0:0"},
-        ColumnCase{"WithABlankInFrontIsString", {"7", " 8"}, "C1:11:0:0"},
-        ColumnCase{"WithABlankBehindIsString", {"7 ", "8"}, "C1:11:0:0"},
+        ColumnCase{"WithALeadingBlankIsString", {"7", " 8"}, "C1:11:0:0"},
+        ColumnCase{"WithATrailingBlankIsString", {"7 ", "8"}, "C1:11:0:0"},
         ColumnCase{"DoesNotCountTheDigitsOfItsFirstFraction", {"1.5", "22.75"}, "C1:9:0:4"},
-        ColumnCase{"CountsTheDigitsOfAFractionBehindABoolean", {"1", "1.5"}, "C1:9:0:2"},
+        ColumnCase{"CountsTheDigitsOfAFractionAfterABoolean", {"1", "1.5"}, "C1:9:0:2"},
         ColumnCase{"KeepsTheLargestDigitCount", {"1", "1.25", "-123.5", "2.5"}, "C1:9:0:4"},
         ColumnCase{"HasNoPrecisionAfterOneFraction", {"1.25"}, "C1:9:0:0"},
         ColumnCase{"OfStringsStillCountsTheDigitsOfFractions", {"a", "1.25"}, "C1:11:0:3"},

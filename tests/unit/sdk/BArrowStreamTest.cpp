@@ -1,4 +1,4 @@
-// Holds the Arrow stream of a layer against the layer's own values.
+// Compares the Arrow stream of a layer with the layer's own values.
 #include <Orvane/BArrowStream.h>
 #include <Orvane/BException.h>
 #include <Orvane/BFeatureCollection.h>
@@ -20,7 +20,7 @@ using namespace Orvane;
 
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 
-/// A stream that is released at its end.
+/// A stream that is released at the end of its scope.
 class Stream
 {
 public:

@@ -24,7 +24,7 @@ TEST(BAttributeDef, IsEmptyWhenNew)
     EXPECT_EQ(def.GetPrecision(), 0);
 }
 
-TEST(BAttributeDef, KeepsWhateverItIsGiven)
+TEST(BAttributeDef, KeepsEveryValue)
 {
     BAttributeDef def;
     def.SetName("name");

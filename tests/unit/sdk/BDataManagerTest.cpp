@@ -38,7 +38,7 @@ using Orvane::BVectorDataReader;
 using Orvane::BVectorLayer;
 using Orvane::MakeShared;
 
-/// Keeps what is called, in order.
+/// Records the calls, in order.
 class RecordingReader : public BVectorDataReader
 {
 public:
@@ -115,7 +115,7 @@ TEST(BDataManager, StartsWithoutLayersFlagsAndHelpers)
     EXPECT_EQ(reader.GetFilePreview("QUERY_COLUMNS").GetCount(), 0U);
 }
 
-TEST(BDataManager, HasItsDiskCacheSwitchedByTheHost)
+TEST(BDataManager, LetsTheHostSwitchTheDiskCache)
 {
     RecordingReader reader("", BParamList());
     EXPECT_FALSE(reader.UsingDiskCache());
@@ -266,7 +266,7 @@ TEST(BVectorDataReader, RefusesToReadWhenItIsNotOpen)
     EXPECT_TRUE(reader.calls.empty());
 }
 
-TEST(BVectorDataReader, LetsExceptionsLeaveUnchanged)
+TEST(BVectorDataReader, PassesExceptionsOnUnchanged)
 {
     RecordingReader reader("", BParamList());
     reader.fails = true;
@@ -334,7 +334,7 @@ Texts TextsOfFailure(Action action)
     return {"nothing thrown", ""};
 }
 
-TEST(BDataManagerProxy, RefusesToMakeWhatItCannot)
+TEST(BDataManagerProxy, RefusesToMakeWhatItCannotMake)
 {
     BDataManagerProxy proxy;
     const Texts reading =
@@ -347,7 +347,7 @@ TEST(BDataManagerProxy, RefusesToMakeWhatItCannot)
     EXPECT_EQ(writing.message, "Writing is not supported.");
 }
 
-TEST(BDataManagerProxy, HandsRepositoryAndLoggerToTheManager)
+TEST(BDataManagerProxy, PassesRepositoryAndLoggerToTheManager)
 {
     RecordingProxy proxy;
     BCoordSysRepository repository;
@@ -376,7 +376,7 @@ TEST(BDataManagerProxy, IgnoresNull)
     EXPECT_NO_THROW(proxy.DestroyObject(nullptr));
 }
 
-TEST(BDataManagerProxy, LeavesAloneWhatAnotherMade)
+TEST(BDataManagerProxy, LeavesObjectsOfAnotherProxy)
 {
     RecordingProxy proxy;
     RecordingProxy other;

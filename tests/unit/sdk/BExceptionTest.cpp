@@ -31,7 +31,7 @@ TEST(BException, HasEmptyDetailsUnlessGiven)
     EXPECT_TRUE(BException("message", "location").GetDetails().IsEmpty());
 }
 
-TEST(BException, SaysItsMessageInUtf8)
+TEST(BException, GivesItsMessageInUtf8)
 {
     EXPECT_STREQ(BException(u"Größe €\xD800"sv, "").what(),
                  "Gr\xC3\xB6\xC3\x9F"
@@ -94,7 +94,7 @@ using Subclasses = testing::Types<Orvane::BFileNotFoundException,
                                   Orvane::BKelvaCoordinateFormatException>;
 TYPED_TEST_SUITE(BExceptionSubclass, Subclasses, );
 
-TYPED_TEST(BExceptionSubclass, SaysItsDetailsAsTheMessage)
+TYPED_TEST(BExceptionSubclass, GivesItsDetailsAsTheMessage)
 {
     const TypeParam failure("the location", u"the détails"sv);
     EXPECT_EQ(failure.GetLocation(), BString("the location"));

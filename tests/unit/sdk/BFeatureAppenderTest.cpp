@@ -1,4 +1,4 @@
-// Rows appended value by value, and what the pages hold of them.
+// Rows appended value by value, and their form in the pages.
 #include <Orvane/BException.h>
 #include <Orvane/BFeatureCollection.h>
 #include <Orvane/BPointGeo.h>
@@ -212,7 +212,7 @@ TEST(BFeatureAppender, DropsAnAbandonedRow)
     }
 }
 
-TEST(BFeatureAppender, KeepsTheFormerRowsWhenARowFails)
+TEST(BFeatureAppender, KeepsTheEarlierRowsWhenARowFails)
 {
     BFeatureCollection features;
     BFeatureAppender appender(features, kNumberAndText);

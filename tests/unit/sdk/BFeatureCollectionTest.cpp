@@ -216,7 +216,7 @@ TEST(BFeatureCollectionAdd, BeginsAPageWhenTheColumnsChangedForGood)
     }
 }
 
-TEST(BFeatureCollectionAdd, TakesABorrowedFeature)
+TEST(BFeatureCollectionAdd, AcceptsABorrowedFeature)
 {
     BFeatureCollection features;
     {
@@ -320,7 +320,7 @@ TEST(BFeatureCollectionGetAt, HandsOutRowsWhileAnAppenderIsInUse)
     }
 }
 
-TEST(BFeatureCollection, LeavesItsValuesToFeaturesInUse)
+TEST(BFeatureCollection, KeepsItsValuesAliveForFeaturesInUse)
 {
     std::optional<BFeatureCollection> features;
     features.emplace();

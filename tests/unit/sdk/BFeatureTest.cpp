@@ -1,4 +1,4 @@
-// A feature that stands free.
+// A feature outside of any layer.
 #include <Orvane/BFeature.h>
 #include <Orvane/BPointGeo.h>
 
@@ -10,7 +10,7 @@ namespace Orvane {
 
 namespace {
 
-/// A geometry that is no point.
+/// A geometry that is not a point.
 class Segment : public BGeometry
 {
 public:

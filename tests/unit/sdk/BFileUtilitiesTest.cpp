@@ -13,7 +13,7 @@ namespace {
 using Orvane::BString;
 namespace BFileUtilities = Orvane::BFileUtilities;
 
-/// A folder of its own for each test, gone afterwards.
+/// A folder of its own for each test, removed afterwards.
 class BFileUtilitiesTest : public testing::Test
 {
 protected:
@@ -81,7 +81,7 @@ TEST_F(BFileUtilitiesTest, SeesNamesOutsideAscii)
     EXPECT_TRUE(BFileUtilities::Exists(PathOf("m\xC3\xA9t\xC3\xA9o \xF0\x9F\x98\x80.csv")));
 }
 
-TEST_F(BFileUtilitiesTest, TakesAColonInFrontForAnOrdinaryName)
+TEST_F(BFileUtilitiesTest, AcceptsALeadingColonAsPartOfAName)
 {
     std::filesystem::current_path(m_folder);
     const std::string here = std::filesystem::current_path().string();

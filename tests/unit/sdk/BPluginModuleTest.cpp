@@ -1,4 +1,4 @@
-// Modules that are loaded and unloaded, and readers that are given back.
+// Modules that are loaded and unloaded, and readers that are destroyed.
 #include "support/TestFiles.h"
 
 #include <Orvane/BException.h>
@@ -66,7 +66,7 @@ protected:
     BString m_path;
 };
 
-TEST_F(BPluginModuleTest, StaysLoadedAsLongAsACopyIsThere)
+TEST_F(BPluginModuleTest, StaysLoadedWhileACopyLives)
 {
     std::optional<BPluginModule> first(ASCIIREADER_MODULE);
     std::optional<BPluginModule> second(first);
@@ -82,14 +82,14 @@ TEST_F(BPluginModuleTest, GivesTheSameProxyForTheSameModule)
     EXPECT_EQ(&first.GetProxy(), &second.GetProxy());
 }
 
-TEST_F(BPluginModuleTest, StaysLoadedAsLongAsAReaderIsThere)
+TEST_F(BPluginModuleTest, StaysLoadedWhileAReaderLives)
 {
     BReaderHandle reader = ReadPoints(BPluginModule(ASCIIREADER_MODULE));
     EXPECT_EQ(reader->GetLayers().GetAt(0)->GetFeatures().GetCount(), 2U);
     reader->Close();
 }
 
-TEST_F(BPluginModuleTest, StaysLoadedAsLongAsALayerOfAHandleIsThere)
+TEST_F(BPluginModuleTest, StaysLoadedWhileALayerOfAHandleLives)
 {
     BSharedPtr<BVectorLayer> layer;
     {
@@ -124,7 +124,7 @@ TEST_F(BPluginModuleTest, LoadsWithTheModulesOwnLibrariesFirst)
     EXPECT_EQ(ReadPoints(module)->GetLayers().GetCount(), 1U);
 }
 
-TEST_F(BPluginModuleTest, CountsARelativePathFromTheWorkingFolder)
+TEST_F(BPluginModuleTest, ResolvesARelativePathFromTheWorkingFolder)
 {
     const std::filesystem::path before = std::filesystem::current_path();
     const std::filesystem::path file(ASCIIREADER_MODULE);
@@ -174,7 +174,7 @@ TEST_F(BPluginModuleTest, RefusesAModuleThatIsCutShort)
 {
     const std::filesystem::path cut = m_folder.Path() / "cut.so";
     std::filesystem::copy_file(ASCIIREADER_MODULE, cut);
-    std::filesystem::resize_file(cut, 4096); // what is loaded at first, not what comes after
+    std::filesystem::resize_file(cut, 4096); // the part that is loaded first
     ExpectBException([&] { const BPluginModule module(cut); },
                      "The plug-in <" + cut.string() + "> could not be loaded.",
                      "PluginModule::Load",
@@ -199,7 +199,7 @@ TEST_F(BPluginModuleTest, HandsAReaderOnFromHandleToHandle)
     static_assert(!std::is_copy_constructible_v<BReaderHandle>);
 }
 
-TEST_F(BPluginModuleTest, GivesAReaderBackAfterAFailure)
+TEST_F(BPluginModuleTest, DestroysAReaderAfterAFailure)
 {
     const BPluginModule module(ASCIIREADER_MODULE);
     EXPECT_THROW(
@@ -212,7 +212,7 @@ TEST_F(BPluginModuleTest, GivesAReaderBackAfterAFailure)
 }
 
 // Rule: a reader that cannot be destroyed changes nothing about what was read from it.
-TEST_F(BPluginModuleTest, LeavesAReaderAloneThatItsProxyDoesNotKnow)
+TEST_F(BPluginModuleTest, LeavesAReaderThatItsProxyDoesNotKnow)
 {
     const BPluginModule module(ASCIIREADER_MODULE);
     BReaderHandle reader = ReadPoints(module);

@@ -1,4 +1,4 @@
-// The walk over rows that pages hold and rows that stand as objects.
+// The walk over rows, of which pages hold some and objects the others.
 #include "support/TestFiles.h"
 
 #include <Orvane/BFeatureAppender.h>

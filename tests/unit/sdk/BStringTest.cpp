@@ -65,7 +65,7 @@ TEST(BString, SharesItsBufferWithQtInBothDirections)
     EXPECT_EQ(MakeQString(shared).constData(), text.constData());
 }
 
-TEST(BString, HandsItsBufferOverWhenMoved)
+TEST(BString, MovesItsBuffer)
 {
     BString source(u"moved along"sv);
     const void* units = source.View().data();
@@ -141,8 +141,8 @@ constexpr Utf8Case kBrokenUtf8[] = {
     {"PastTheLastCharacterIsFourParts", "\xF4\x90\x80\x80"sv, u"\xFFFD\xFFFD\xFFFD\xFFFD"sv},
     {"ByteThatLeadsNothing", "\xF5\xFF"sv, u"\xFFFD\xFFFD"sv},
     {"TruncatedFourBytesAreOnePart", "\xF0\x9F\x98"sv, u"\xFFFD"sv},
-    {"TruncatedInFrontOfAscii", "\xE2\x82x"sv, u"\xFFFDx"sv},
-    {"TruncatedInFrontOfALead", "\xE2\x82\xC3\xA9"sv, u"\xFFFDé"sv},
+    {"TruncatedBeforeAscii", "\xE2\x82x"sv, u"\xFFFDx"sv},
+    {"TruncatedBeforeALead", "\xE2\x82\xC3\xA9"sv, u"\xFFFDé"sv},
 };
 
 class BStringBrokenUtf8 : public testing::TestWithParam<Utf8Case>
@@ -320,8 +320,8 @@ void PrintTo(const FindCase& row, std::ostream* out)
 constexpr FindCase kFindCases[] = {
     {"FirstOccurrence", u"a,b,c"sv, u","sv, 0, 1},
     {"OccurrenceAtTheStartPosition", u"a,b,c"sv, u","sv, 1, 1},
-    {"OccurrenceBehindTheStartPosition", u"a,b,c"sv, u","sv, 2, 3},
-    {"NothingBehindTheLastOne", u"a,b,c"sv, u","sv, 4, BString::npos},
+    {"OccurrenceAfterTheStartPosition", u"a,b,c"sv, u","sv, 2, 3},
+    {"NothingAfterTheLastOne", u"a,b,c"sv, u","sv, 4, BString::npos},
     {"LongerText", u"abcabd"sv, u"abd"sv, 0, 3},
     {"TextLongerThanTheWhole", u"ab"sv, u"abc"sv, 0, BString::npos},
     {"NothingInTheEmptyText", u""sv, u"a"sv, 0, BString::npos},
@@ -359,7 +359,7 @@ TEST(BString, TellsWhatItStartsWith)
     EXPECT_FALSE(text.StartsWith(u"eader"sv));
 }
 
-TEST(BString, CutsPartsOutWithoutPassingItsEnds)
+TEST(BString, GivesPartsWithinItsEnds)
 {
     const BString text("abcdef");
     EXPECT_EQ(text.Left(0), BString());
@@ -378,7 +378,7 @@ TEST(BString, SharesItsBufferWithAPartThatIsTheWhole)
     EXPECT_EQ(text.Mid(0).View().data(), text.View().data());
 }
 
-TEST(BString, LowersUnicodeLetters)
+TEST(BString, ConvertsUnicodeLettersToLowerCase)
 {
     EXPECT_EQ(BString(u"ÄBC ΣΑΣ \xD801\xDC00"sv).ToLower(), BString(u"äbc σασ \xD801\xDC28"sv));
     EXPECT_EQ(BString("YES").ToLower(), BString("yes"));
@@ -422,8 +422,8 @@ const TokenizeCase kTokenizeCases[] = {
     {"EmptyTextIsOneToken", u""sv, u","sv, {u""sv}},
     {"TextWithoutSeparatorIsOneToken", u"abc"sv, u","sv, {u"abc"sv}},
     {"EmptyPartsAreKept", u"a,,b"sv, u","sv, {u"a"sv, u""sv, u"b"sv}},
-    {"TokenBehindTheLastSeparator", u"a,"sv, u","sv, {u"a"sv, u""sv}},
-    {"TokenInFrontOfTheFirstSeparator", u",a"sv, u","sv, {u""sv, u"a"sv}},
+    {"TokenAfterTheLastSeparator", u"a,"sv, u","sv, {u"a"sv, u""sv}},
+    {"TokenBeforeTheFirstSeparator", u",a"sv, u","sv, {u""sv, u"a"sv}},
     {"SeparatorAlone", u","sv, u","sv, {u""sv, u""sv}},
     {"LongSeparator", u"a::b:c::"sv, u"::"sv, {u"a"sv, u"b:c"sv, u""sv}},
     {"OverlappingSeparatorsFromTheLeft", u"a:::b"sv, u"::"sv, {u"a"sv, u":b"sv}},

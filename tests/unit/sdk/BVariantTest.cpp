@@ -49,7 +49,7 @@ TEST(BVariant, NumbersItsTypesAsTheInterfaceSays)
     EXPECT_EQ(static_cast<int>(BVariant(Integers()).GetType()), 15);
 }
 
-TEST(BVariant, TakesLiteralsAsTexts)
+TEST(BVariant, ConvertsLiteralsToTexts)
 {
     EXPECT_EQ(BVariant("text"), BVariant(BString("text")));
     EXPECT_EQ(BVariant(u"text"), BVariant(BString("text")));

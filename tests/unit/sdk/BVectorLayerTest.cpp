@@ -22,7 +22,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// A folder of its own for each test, gone with it.
+/// A folder of its own for each test, removed with it.
 class BVectorLayerDiskCache : public testing::Test
 {
 protected:
@@ -42,7 +42,7 @@ protected:
 
     [[nodiscard]] bool IsFolderEmpty() const { return fs::is_empty(m_folder); }
 
-    /// The way to the nameless file through the process's open files; empty when there is none.
+    /// The path of the nameless file among the process's open files; empty when there is none.
     [[nodiscard]] fs::path FindOpenFile() const
     {
         const std::string wanted = m_folder.string() + "/";
@@ -119,7 +119,7 @@ void AppendNumbers(BFeatureCollection& features, std::uint32_t count)
     }
 }
 
-/// Values of so many rows that no small page stays in memory by chance.
+/// Values of enough rows that no small page stays in memory by chance.
 constexpr std::uint32_t kManyRows = 2000;
 constexpr std::uint32_t kSmallPage = 10;
 
@@ -231,7 +231,7 @@ TEST_F(BVectorLayerDiskCache, ReadsBackEveryRowInAnyOrder)
     }
 }
 
-TEST_F(BVectorLayerDiskCache, TakesFeaturesThroughAdd)
+TEST_F(BVectorLayerDiskCache, AcceptsFeaturesThroughAdd)
 {
     BVectorLayer layer(BaseName(), kSmallPage);
     for (std::uint32_t i = 0; i < kManyRows; ++i) {
@@ -337,7 +337,7 @@ TEST_F(BVectorLayerDiskCache, KeepsChangedFeaturesAndTheirIdentity)
     ASSERT_NE(features.GetObjectRow(4), nullptr);
 }
 
-TEST_F(BVectorLayerDiskCache, LeavesItsValuesToFeaturesInUse)
+TEST_F(BVectorLayerDiskCache, KeepsItsValuesAliveForFeaturesInUse)
 {
     std::optional<BVectorLayer> layer;
     layer.emplace(BaseName(), kSmallPage);
@@ -371,14 +371,14 @@ TEST_F(BVectorLayerDiskCache, HandsOutPagesThatStayWhileTheyAreHeld)
     }
 }
 
-TEST_F(BVectorLayerDiskCache, TellsADamagedPageAndReadsTheOthers)
+TEST_F(BVectorLayerDiskCache, ReportsADamagedPageAndReadsTheOthers)
 {
     BVectorLayer layer(BaseName(), kSmallPage);
     BFeatureCollection& features = layer.GetFeatures();
     AppendNumbers(features, kManyRows);
     const fs::path file = FindOpenFile();
     ASSERT_FALSE(file.empty());
-    // The first page, of which every byte counts, begins the file.
+    // The file starts with the first page, of which every byte counts.
     for (const std::streamoff position : {0, 8, 30, 100, 200, 300}) {
         FlipByte(file, position);
         const auto read = [&features] { static_cast<void>(features.GetAt(3)->GetName()); };
@@ -399,7 +399,7 @@ TEST_F(BVectorLayerDiskCache, TellsADamagedPageAndReadsTheOthers)
     }
 }
 
-TEST_F(BVectorLayerDiskCache, TellsACutFile)
+TEST_F(BVectorLayerDiskCache, ReportsACutFile)
 {
     BVectorLayer layer(BaseName(), kSmallPage);
     BFeatureCollection& features = layer.GetFeatures();
@@ -414,7 +414,7 @@ TEST_F(BVectorLayerDiskCache, TellsACutFile)
     }
 }
 
-TEST_F(BVectorLayerDiskCache, LeavesAFeatureFreeWhosePageCanNotBeRead)
+TEST_F(BVectorLayerDiskCache, DetachesAFeatureWhosePageCannotBeRead)
 {
     std::optional<BVectorLayer> layer;
     layer.emplace(BaseName(), kSmallPage);
@@ -434,7 +434,7 @@ TEST_F(BVectorLayerDiskCache, LeavesAFeatureFreeWhosePageCanNotBeRead)
     EXPECT_EQ(kept->GetAttributeValue(0), BVariant(kManyRows - 1.0));
 }
 
-TEST_F(BVectorLayerDiskCache, TellsAFileThatCanNotBeMade)
+TEST_F(BVectorLayerDiskCache, ReportsAFileThatCannotBeCreated)
 {
     const fs::path base = m_folder / "missing" / "cache";
     BVectorLayer layer(base.string(), kSmallPage);
@@ -457,7 +457,7 @@ TEST_F(BVectorLayerDiskCache, TellsAFileThatCanNotBeMade)
     ExpectNumber(features, 0);
 }
 
-TEST_F(BVectorLayerDiskCache, TellsAFullDiskAndGoesOnWhenThereIsRoom)
+TEST_F(BVectorLayerDiskCache, ReportsAFullDiskAndContinuesWhenThereIsRoom)
 {
     BVectorLayer layer(BaseName(), kSmallPage);
     BFeatureCollection& features = layer.GetFeatures();

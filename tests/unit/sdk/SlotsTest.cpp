@@ -1,4 +1,4 @@
-// Tests of the order of the virtual operations, which modules built apart rely on.
+// Tests of the order of the virtual operations, on which separately built modules rely.
 #include <Orvane/BDataManager.h>
 #include <Orvane/BDataManagerProxy.h>
 #include <Orvane/BDataReader.h>
@@ -36,7 +36,7 @@ std::ptrdiff_t SlotOf(Member member)
     return offset / kEntryBytes - 1;
 }
 
-/// Opens the protected operations for asking.
+/// Makes the protected operations accessible.
 class Reader : public BVectorDataReader
 {
 public:

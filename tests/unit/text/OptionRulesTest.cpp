@@ -1,4 +1,4 @@
-// The rules on options that the reader and those who prepare a read share.
+// The rules on options that the reader shares with code that prepares a read.
 #include "text/OptionRules.h"
 
 #include "support/TestFiles.h"

@@ -1,4 +1,4 @@
-// Taking the coordinate columns out of a row.
+// Removing the coordinate columns from a row.
 #include "support/TestFiles.h"
 #include "text/AsciiUtils.h"
 
@@ -44,24 +44,24 @@ INSTANTIATE_TEST_SUITE_P(
     ,
     AsciiUtilsRemoveXYZ,
     testing::Values(
-        RemovalCase{"TakesXBeforeY", {"x", "y", "a", "b"}, 0, 1, -1, {"a", "b"}},
-        RemovalCase{"TakesXBehindY", {"y", "x", "a", "b"}, 1, 0, -1, {"a", "b"}},
-        RemovalCase{"TakesXAndYApart", {"a", "x", "b", "y"}, 1, 3, -1, {"a", "b"}},
-        RemovalCase{"TakesTwoFieldsWhenXEqualsY", {"a", "b", "c", "d"}, 1, 1, -1, {"a", "d"}},
-        RemovalCase{"TakesBothFieldsOfTwo", {"x", "y"}, 0, 1, -1, {}},
-        RemovalCase{"TakesAnyNegativeZAsNone", {"x", "y", "z"}, 0, 1, -7, {"z"}},
-        RemovalCase{"TakesXThenYThenZ", {"a", "x", "b", "y", "z"}, 1, 3, 4, {"a", "b"}},
-        RemovalCase{"TakesXThenZThenY", {"x", "a", "z", "b", "y"}, 0, 4, 2, {"a", "b"}},
-        RemovalCase{"TakesYThenXThenZ", {"y", "a", "x", "b", "z"}, 2, 0, 4, {"a", "b"}},
-        RemovalCase{"TakesZThenXThenY", {"z", "a", "x", "b", "y"}, 2, 4, 0, {"a", "b"}},
-        RemovalCase{"TakesYThenZThenX", {"y", "a", "z", "b", "x"}, 4, 0, 2, {"a", "b"}},
-        RemovalCase{"TakesZThenYThenX", {"z", "a", "y", "b", "x"}, 4, 2, 0, {"a", "b"}},
+        RemovalCase{"RemovesXBeforeY", {"x", "y", "a", "b"}, 0, 1, -1, {"a", "b"}},
+        RemovalCase{"RemovesXAfterY", {"y", "x", "a", "b"}, 1, 0, -1, {"a", "b"}},
+        RemovalCase{"RemovesXAndYApart", {"a", "x", "b", "y"}, 1, 3, -1, {"a", "b"}},
+        RemovalCase{"RemovesTwoFieldsWhenXEqualsY", {"a", "b", "c", "d"}, 1, 1, -1, {"a", "d"}},
+        RemovalCase{"RemovesBothFieldsOfTwo", {"x", "y"}, 0, 1, -1, {}},
+        RemovalCase{"CountsAnyNegativeZAsNone", {"x", "y", "z"}, 0, 1, -7, {"z"}},
+        RemovalCase{"RemovesXThenYThenZ", {"a", "x", "b", "y", "z"}, 1, 3, 4, {"a", "b"}},
+        RemovalCase{"RemovesXThenZThenY", {"x", "a", "z", "b", "y"}, 0, 4, 2, {"a", "b"}},
+        RemovalCase{"RemovesYThenXThenZ", {"y", "a", "x", "b", "z"}, 2, 0, 4, {"a", "b"}},
+        RemovalCase{"RemovesZThenXThenY", {"z", "a", "x", "b", "y"}, 2, 4, 0, {"a", "b"}},
+        RemovalCase{"RemovesYThenZThenX", {"y", "a", "z", "b", "x"}, 4, 0, 2, {"a", "b"}},
+        RemovalCase{"RemovesZThenYThenX", {"z", "a", "y", "b", "x"}, 4, 2, 0, {"a", "b"}},
         RemovalCase{
-            "TakesNothingWhenXEqualsYWithZ", {"a", "b", "c", "d"}, 0, 0, 2, {"a", "b", "c", "d"}},
-        RemovalCase{"TakesNothingWhenYEqualsZ", {"a", "b", "c"}, 0, 1, 1, {"a", "b", "c"}},
-        RemovalCase{"TakesNothingWhenXEqualsZ", {"a", "b", "c"}, 2, 1, 2, {"a", "b", "c"}},
+            "RemovesNothingWhenXEqualsYWithZ", {"a", "b", "c", "d"}, 0, 0, 2, {"a", "b", "c", "d"}},
+        RemovalCase{"RemovesNothingWhenYEqualsZ", {"a", "b", "c"}, 0, 1, 1, {"a", "b", "c"}},
+        RemovalCase{"RemovesNothingWhenXEqualsZ", {"a", "b", "c"}, 2, 1, 2, {"a", "b", "c"}},
         RemovalCase{
-            "TakesNothingWhenEqualIndicesLieOutside", {"a", "b", "c"}, 9, 9, 9, {"a", "b", "c"}}),
+            "RemovesNothingWhenEqualIndicesLieOutside", {"a", "b", "c"}, 9, 9, 9, {"a", "b", "c"}}),
     TestSupport::CaseName());
 
 TEST(AsciiUtilsRemoveXYZFailure, WantsTwoFieldsWithoutZ)
@@ -98,7 +98,7 @@ const char* const kRemovalText = "Attempting to remove X/Y/Z columns failed. Pos
                                  "X/Y/Z columns being present.";
 
 // Rule: the location text comes first here.
-TEST(AsciiUtilsRemoveXYZFailure, PutsTheLocationFirstWhenAnIndexLiesBehindTheRow)
+TEST(AsciiUtilsRemoveXYZFailure, PutsTheLocationFirstWhenAnIndexLiesOutsideOfTheRow)
 {
     Row row{"a", "b"};
     ExpectBException([&] { RemoveXYZ(row, 0, 5, -1); }, kRemovalLocation, kRemovalText);

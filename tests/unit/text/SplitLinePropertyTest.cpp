@@ -1,4 +1,4 @@
-// Holds the splitting of random lines against the regular-expression engine.
+// Compares the splitting of random lines with the regular-expression engine.
 #include "support/TestFiles.h"
 #include "text/AsciiUtils.h"
 #include "text/SplitPatterns.h"
@@ -20,7 +20,7 @@ namespace {
 
 using AsciiReader::Row;
 
-/// The fields as the regular-expression engine and plain text replacement give them.
+/// The fields by the regular-expression engine and plain text replacement.
 Row FieldsByEngine(const QString& line, const QRegularExpression& pattern)
 {
     Row row;
@@ -79,7 +79,7 @@ class AsciiUtilsSplitLineProperty : public testing::TestWithParam<PropertyCase>
 TEST_P(AsciiUtilsSplitLineProperty, GivesTheFieldsOfTheRegularExpression)
 {
     const QString separator = QString::fromUtf16(GetParam().separator);
-    // Whole characters: on a line with a lone surrogate the engine gives up.
+    // Whole characters: the engine fails on a line with a lone surrogate.
     const auto alphabet = QString::fromUtf16(GetParam().alphabet).toUcs4();
     const QRegularExpression pattern(AsciiReader::SplitPatterns::SeparatorTemplate().arg(
         QRegularExpression::escape(separator), 0, QLatin1Char(' ')));

@@ -78,15 +78,15 @@ INSTANTIATE_TEST_SUITE_P(
         SplitCase{"TurnsPairedQuotesIntoOne", "\"say \"\"hi\"\"\",1", {"say \"hi\"", "1"}},
         SplitCase{"TurnsFourQuotesIntoTwo", "a\"\"\"\"b", {"a\"\"b"}},
         SplitCase{"TurnsAnOddRunOfQuotesIntoPairsFromTheLeft", "a\"\"\"b\"", {"a\"\"b\""}},
-        SplitCase{"DropsABackslashInFrontOfAQuote", "\"a\\\"b\"", {"a\"b"}},
-        SplitCase{"KeepsABackslashInFrontOfAnythingElse", "a\\b,\\\\", {"a\\b", "\\\\"}},
+        SplitCase{"DropsABackslashBeforeAQuote", "\"a\\\"b\"", {"a\"b"}},
+        SplitCase{"KeepsABackslashBeforeAnythingElse", "a\\b,\\\\", {"a\\b", "\\\\"}},
         SplitCase{"ReplacesPairsBeforeBackslashes", "a\\\"\"b", {"a\"b"}},
         SplitCase{"DropsTheLastCharacterOfAnUnclosedQuotedField", "\"abc", {"ab"}},
-        SplitCase{"DropsTheLastCharacterBehindAClosingQuote", "\"abc\"x,1", {"abc\"", "1"}},
-        SplitCase{"KeepsQuotesBehindALeadingBlank", " \"a\"", {" \"a\""}},
+        SplitCase{"DropsTheLastCharacterAfterAClosingQuote", "\"abc\"x,1", {"abc\"", "1"}},
+        SplitCase{"KeepsQuotesAfterALeadingBlank", " \"a\"", {" \"a\""}},
         SplitCase{"KeepsBlanksAtBothEnds", " a , b ", {" a ", " b "}},
-        SplitCase{"CutsOnlyBehindAStrayQuote", "a,\"b,c", {"a,\"b", "c"}},
-        SplitCase{"CutsBehindTheLastOfThreeQuotes", "a,\"b,\"c,\"d,e", {"a,\"b", "c,\"", "e"}},
+        SplitCase{"CutsOnlyAfterAStrayQuote", "a,\"b,c", {"a,\"b", "c"}},
+        SplitCase{"CutsAfterTheLastOfThreeQuotes", "a,\"b,\"c,\"d,e", {"a,\"b", "c,\"", "e"}},
         SplitCase{"KeepsLineBreaksInsideQuotes", "\"a\r\nb\",c", {"a\r\nb", "c"}},
         SplitCase{"KeepsAQuoteInTheMiddleOfAField", "a\"b\"c,d", {"a\"b\"c", "d"}},
         SplitCase{"KeepsTextOutsideOfAscii", "\u00e9,\U0001F600", {"\u00e9", "\U0001F600"}}),
@@ -104,25 +104,25 @@ TEST(AsciiUtilsSplitLineSeparators, CutsAtEverySingleBlank)
               (Texts{"a", "", "b", "c d"}));
 }
 
-TEST(AsciiUtilsSplitLineSeparators, TakesALiteralSeparatorOfSeveralCharactersAsAWhole)
+TEST(AsciiUtilsSplitLineSeparators, MatchesALiteralSeparatorOfSeveralCharactersAsAWhole)
 {
     EXPECT_EQ(SplitLine(QStringLiteral("a||b|c||\"d||e\""), LiteralSeparator("||"), kNoWidths),
               (Texts{"a", "b|c", "d||e"}));
 }
 
-TEST(AsciiUtilsSplitLineSeparators, TakesSeparatorsThatOverlapFromTheLeft)
+TEST(AsciiUtilsSplitLineSeparators, MatchesOverlappingSeparatorsFromTheLeft)
 {
     EXPECT_EQ(SplitLine(QStringLiteral("a|||b"), LiteralSeparator("||"), kNoWidths),
               (Texts{"a", "|b"}));
 }
 
-TEST(AsciiUtilsSplitLineSeparators, TakesPatternCharactersOfTheSeparatorLiterally)
+TEST(AsciiUtilsSplitLineSeparators, MatchesPatternCharactersOfTheSeparatorLiterally)
 {
     EXPECT_EQ(SplitLine(QStringLiteral("1.5.*2"), LiteralSeparator(".*"), kNoWidths),
               (Texts{"1.5", "2"}));
 }
 
-TEST(AsciiUtilsSplitLineSeparators, CountsOnlyQuotesBehindASeparatorThatHoldsAQuote)
+TEST(AsciiUtilsSplitLineSeparators, CountsOnlyQuotesAfterASeparatorThatHoldsAQuote)
 {
     const QRegularExpression separator = LiteralSeparator("\"|");
     const QString line = QStringLiteral("a\"|b\"|c");
@@ -238,11 +238,11 @@ INSTANTIATE_TEST_SUITE_P(
         WidthCase{"GivesAShorterLastField", "abcd", {3, 5}, {"abc", "d"}},
         WidthCase{"GivesFewerFieldsWhenTheLineEndsAtASeam", "abc", {3, 3}, {"abc"}},
         WidthCase{"GivesNoFieldsForAnEmptyLine", "", {3, 3}, {}},
-        WidthCase{"DoesNotUnquoteNorTrim", "\"a\" b ", {3, 3}, {"\"a\"", " b "}},
+        WidthCase{"NeitherUnquotesNorTrims", "\"a\" b ", {3, 3}, {"\"a\"", " b "}},
         WidthCase{"KeepsARowOfBlanks", "      ", {3, 3}, {"   ", "   "}},
         WidthCase{"KeepsAnEmptyFieldOfWidthZero", "ab", {1, 0, 1}, {"a", "", "b"}},
-        WidthCase{"TakesTheRestOfTheLineForANegativeWidth", "abcd", {3, -2, 1}, {"abc", "d", "b"}},
-        WidthCase{"GivesNoFieldsInFrontOfTheLine", "abcd", {1, -3, 2}, {"a", "bcd"}}),
+        WidthCase{"CutsTheRestOfTheLineForANegativeWidth", "abcd", {3, -2, 1}, {"abc", "d", "b"}},
+        WidthCase{"GivesNoFieldsBeforeTheLine", "abcd", {1, -3, 2}, {"a", "bcd"}}),
     TestSupport::CaseName());
 
 TEST(AsciiUtilsSplitLineByWidthsRules, GivesNoFieldsForAnInvalidPatternWithoutWidths)

@@ -25,46 +25,46 @@ void PrintTo(const TypeCase& typeCase, std::ostream* stream)
 }
 
 constexpr TypeCase kTypes[] = {
-    {"TakesDigitsAsAnInteger", "12", 5},
-    {"TakesASignedNumberAsAnInteger", "-12", 5},
-    {"TakesAPlusSignAsPartOfANumber", "+12", 5},
+    {"ReadsDigitsAsAnInteger", "12", 5},
+    {"ReadsASignedNumberAsAnInteger", "-12", 5},
+    {"ReadsAPlusSignAsPartOfANumber", "+12", 5},
     {"IgnoresCommas", "1,234", 5},
     {"IgnoresCommasAnywhere", ",1,", 5},
-    {"TakesZerosInFrontAsAnInteger", "0012", 5},
-    {"TakesTheLargestOf32BitsAsAnInteger", "2147483647", 5},
-    {"TakesTheSmallestOf32BitsAsAnInteger", "-2147483648", 5},
-    {"TakesOneMoreThan32BitsAsA64BitInteger", "2147483648", 7},
-    {"TakesOneLessThan32BitsAsA64BitInteger", "-2147483649", 7},
-    {"TakesThreeThousandMillionsAsA64BitInteger", "3000000000", 7},
-    {"TakesTheLargestOf64BitsAsA64BitInteger", "9223372036854775807", 7},
-    {"TakesOneMoreThanTheLargestOf64BitsAsA64BitInteger", "9223372036854775808", 7},
-    {"TakesTheSmallestOf64BitsAsA64BitInteger", "-9223372036854775808", 7},
-    {"TakesTwentyDigitsAsText", "99999999999999999999", 11},
-    {"TakesADecimalPointAsADouble", "12.5", 9},
-    {"TakesALeadingPointAsADouble", ".5", 9},
-    {"TakesAWholeNumberWithAPointAsADouble", "1.0", 9},
-    {"TakesALargeNumberWithAPointAsADouble", "1.5e300", 9},
-    {"TakesAPointWithoutDigitsBehindItAsText", "1.", 11},
-    {"TakesAnExponentWithoutAPointAsAnInteger", "1e5", 5},
-    {"TakesAnUpperCaseExponent", "1E5", 5},
-    {"TakesASmallExponentWithoutAPointAsAnInteger", "1e-5", 5},
-    {"TakesALargeExponentWithoutAPointAsA64BitInteger", "1e10", 7},
-    {"TakesAnExponentPast64BitsAsText", "1e19", 11},
-    {"TakesAnInfiniteValueAsText", "1e400", 11},
-    {"TakesAnInfiniteValueWithAPointAsText", "1.0e400", 11},
-    {"TakesAnExponentWithoutDigitsAsText", "1e", 11},
-    {"TakesTheEmptyTextAsText", "", 11},
-    {"TakesACommaAloneAsText", ",", 11},
-    {"TakesASignAloneAsText", "-", 11},
-    {"TakesTwoSignsAsText", "--1", 11},
-    {"TakesABlankInFrontAsText", " 12", 11},
-    {"TakesABlankBehindAsText", "12 ", 11},
-    {"TakesTwoPointsAsText", "1.2.3", 11},
-    {"TakesHexadecimalAsText", "0x10", 11},
-    {"TakesInfAsText", "inf", 11},
-    {"TakesNanAsText", "nan", 11},
-    {"TakesWordsAsText", "true", 11},
-    {"TakesDigitsOfOtherScriptsAsText", "\u0661\u0662", 11},
+    {"ReadsLeadingZerosAsAnInteger", "0012", 5},
+    {"ReadsTheLargestOf32BitsAsAnInteger", "2147483647", 5},
+    {"ReadsTheSmallestOf32BitsAsAnInteger", "-2147483648", 5},
+    {"ReadsOneMoreThan32BitsAsA64BitInteger", "2147483648", 7},
+    {"ReadsOneLessThan32BitsAsA64BitInteger", "-2147483649", 7},
+    {"ReadsThreeThousandMillionsAsA64BitInteger", "3000000000", 7},
+    {"ReadsTheLargestOf64BitsAsA64BitInteger", "9223372036854775807", 7},
+    {"ReadsOneMoreThanTheLargestOf64BitsAsA64BitInteger", "9223372036854775808", 7},
+    {"ReadsTheSmallestOf64BitsAsA64BitInteger", "-9223372036854775808", 7},
+    {"ReadsTwentyDigitsAsText", "99999999999999999999", 11},
+    {"ReadsADecimalPointAsADouble", "12.5", 9},
+    {"ReadsALeadingPointAsADouble", ".5", 9},
+    {"ReadsAWholeNumberWithAPointAsADouble", "1.0", 9},
+    {"ReadsALargeNumberWithAPointAsADouble", "1.5e300", 9},
+    {"ReadsAPointWithoutDigitsAfterItAsText", "1.", 11},
+    {"ReadsAnExponentWithoutAPointAsAnInteger", "1e5", 5},
+    {"ReadsAnUpperCaseExponent", "1E5", 5},
+    {"ReadsASmallExponentWithoutAPointAsAnInteger", "1e-5", 5},
+    {"ReadsALargeExponentWithoutAPointAsA64BitInteger", "1e10", 7},
+    {"ReadsAnExponentPast64BitsAsText", "1e19", 11},
+    {"ReadsAnInfiniteValueAsText", "1e400", 11},
+    {"ReadsAnInfiniteValueWithAPointAsText", "1.0e400", 11},
+    {"ReadsAnExponentWithoutDigitsAsText", "1e", 11},
+    {"ReadsTheEmptyTextAsText", "", 11},
+    {"ReadsACommaAloneAsText", ",", 11},
+    {"ReadsASignAloneAsText", "-", 11},
+    {"ReadsTwoSignsAsText", "--1", 11},
+    {"ReadsALeadingBlankAsText", " 12", 11},
+    {"ReadsATrailingBlankAsText", "12 ", 11},
+    {"ReadsTwoPointsAsText", "1.2.3", 11},
+    {"ReadsHexadecimalAsText", "0x10", 11},
+    {"ReadsInfAsText", "inf", 11},
+    {"ReadsNanAsText", "nan", 11},
+    {"ReadsWordsAsText", "true", 11},
+    {"ReadsDigitsOfOtherScriptsAsText", "\u0661\u0662", 11},
 };
 
 class AsciiUtilsDetectType : public testing::TestWithParam<TypeCase>
@@ -80,22 +80,22 @@ INSTANTIATE_TEST_SUITE_P(,
                          testing::ValuesIn(kTypes),
                          TestSupport::CaseName());
 
-TEST(AsciiUtilsDetectTypeRules, TakesALineFeedBehindANumberAsText)
+TEST(AsciiUtilsDetectTypeRules, ReadsALineFeedAfterANumberAsText)
 {
     EXPECT_EQ(AsciiUtils::DetectType("12\n"), 11);
 }
 
-TEST(AsciiUtilsDetectTypeRules, TakesANulUnitAsText)
+TEST(AsciiUtilsDetectTypeRules, ReadsANulUnitAsText)
 {
     EXPECT_EQ(AsciiUtils::DetectType(BString::FromUtf8(std::string_view("1\0002", 3))), 11);
 }
 
-TEST(AsciiUtilsCountDigits, TakesAwayTheSignAndThePoint)
+TEST(AsciiUtilsCountDigits, LeavesTheSignAndThePointOut)
 {
     EXPECT_EQ(AsciiUtils::CountDigits("-12.5"), 3);
 }
 
-TEST(AsciiUtilsCountDigits, TakesAwayAPlusSign)
+TEST(AsciiUtilsCountDigits, LeavesAPlusSignOut)
 {
     EXPECT_EQ(AsciiUtils::CountDigits("+7"), 1);
 }
@@ -105,17 +105,17 @@ TEST(AsciiUtilsCountDigits, CountsPlainDigits)
     EXPECT_EQ(AsciiUtils::CountDigits("12"), 2);
 }
 
-TEST(AsciiUtilsCountDigits, CountsExponentLettersAndTakesOneSignAwayWhereverItStands)
+TEST(AsciiUtilsCountDigits, CountsExponentLettersAndLeavesOneSignOutWhereverItStands)
 {
     EXPECT_EQ(AsciiUtils::CountDigits("1e+5"), 3);
 }
 
-TEST(AsciiUtilsCountDigits, TakesOneSignAwayWhenThereAreBoth)
+TEST(AsciiUtilsCountDigits, LeavesOneSignOutWhenThereAreBoth)
 {
     EXPECT_EQ(AsciiUtils::CountDigits("+1e-5"), 4);
 }
 
-TEST(AsciiUtilsCountDigits, TakesOnePointAwayOfTwo)
+TEST(AsciiUtilsCountDigits, LeavesOnePointOfTwoOut)
 {
     EXPECT_EQ(AsciiUtils::CountDigits("1.2.3"), 4);
 }
@@ -154,8 +154,8 @@ constexpr WordCase kWords[] = {
     {"UpperCaseF", "F", true, false},
     {"MixedCaseNo", "No", true, false},
     {"Two", "2", false, false},
-    {"BlankInFront", " true", false, false},
-    {"BlankBehind", "true ", false, false},
+    {"LeadingBlank", " true", false, false},
+    {"TrailingBlank", "true ", false, false},
     {"LongerWord", "yess", false, false},
     {"Empty", "", false, false},
     {"TwoDigits", "01", false, false},
@@ -186,7 +186,7 @@ TEST(AsciiUtilsCountQuotes, CountsBothQuotesOfAnEscapedPair)
     EXPECT_EQ(AsciiUtils::CountQuotes("\"a\"\"b\""), 4U);
 }
 
-TEST(AsciiUtilsCountQuotes, CountsAQuoteBehindABackslash)
+TEST(AsciiUtilsCountQuotes, CountsAQuoteAfterABackslash)
 {
     EXPECT_EQ(AsciiUtils::CountQuotes("\\\""), 1U);
 }
