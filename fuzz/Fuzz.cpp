@@ -75,7 +75,7 @@ QString ScratchFile(const QString& name, const QByteArray& content)
         return path;
     }
     if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size()) {
-        Fail("a temporary file can not be written: " + path.toStdString());
+        Fail("a temporary file cannot be written: " + path.toStdString());
     }
     return path;
 }

@@ -172,7 +172,7 @@ int main(int argumentCount, char** arguments)
     for (const std::filesystem::path& path : ListFiles(given.paths)) {
         std::ifstream stream(path, std::ios::binary);
         if (!stream) {
-            std::fprintf(stderr, "%s can not be read\n", path.c_str());
+            std::fprintf(stderr, "%s cannot be read\n", path.c_str());
             return 1;
         }
         const std::string bytes{std::istreambuf_iterator<char>(stream), {}};

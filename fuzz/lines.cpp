@@ -1,5 +1,5 @@
-// Logical lines: lines one by one, lines by blocks and lines put back, against the literal cutter;
-// and blocks of one size against blocks of another where the size can not show.
+// Logical lines: single lines, lines by blocks and lines put back, compared with the literal
+// cutter; blocks of two sizes, compared where the size must not matter.
 #include "Fuzz.h"
 #include "FuzzInput.h"
 #include "LiteralRules.h"
@@ -78,7 +78,7 @@ public:
         , m_lines(MakeOptions(params), blockSize)
     {
         if (!m_file.open(QIODevice::ReadOnly | QIODevice::Unbuffered)) {
-            Fail("the file can not be opened");
+            Fail("the file cannot be opened");
         }
         m_lines.SetDevice(&m_file);
     }
@@ -249,7 +249,7 @@ void RunInput(std::string_view bytes)
             Compare("lines in several ways", expected, lines);
         }
     }
-    // Where neither quotes nor several kinds of line endings are, the size of blocks can not show.
+    // Without quotes and with one kind of line ending, the size of blocks does not matter.
     const bool isPlain = (codec.empty() || codec == "UTF-8") &&
                          rest.find_first_of("\"\r") == std::string_view::npos &&
                          !params.HasProperty(Orvane::IGNORE_BLANK_ROWS);

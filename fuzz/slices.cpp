@@ -169,7 +169,7 @@ std::string MakeInput(Dice& dice)
 {
     Case random = MakeRandomCase(dice);
     if (dice.Chance(60)) {
-        // Most options make a read that can not be foretold.
+        // The result of a read with most options cannot be predicted.
         for (const Orvane::BString& key : {Orvane::FIRST_LINE_COLUMN_NAMES,
                                            Orvane::NAME_COLUMN,
                                            Orvane::ASCII_HEADER_IDENTIFIER,

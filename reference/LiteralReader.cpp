@@ -633,9 +633,9 @@ QStringList PartsApart(QString rest)
 }
 
 /// Whether a final S that touches the digits of a third part closes the seconds: the minutes are
-/// closed by m in the same case, or a sign in front leaves no room for a hemisphere and the s is
+/// closed by m in the same case, or a leading sign leaves no room for a hemisphere and the s is
 /// lower case or the minutes are closed by a sign or letter.
-bool SClosesSeconds(const QString& text, bool hasSignInFront)
+bool SClosesSeconds(const QString& text, bool hasLeadingSign)
 {
     static const QRegularExpression kThreeParts(
         QStringLiteral("\\A[^0-9.]*[0-9.]+[^0-9.]+[0-9.]+([^0-9.]+)[0-9.]+([sS])\\z"));
@@ -649,7 +649,7 @@ bool SClosesSeconds(const QString& text, bool hasSignInFront)
         return true;
     }
     const bool hasMark = !closing.isEmpty() && QStringLiteral("mM'\u2019\u2032").contains(closing);
-    return hasSignInFront && (isLowerCase || hasMark);
+    return hasLeadingSign && (isLowerCase || hasMark);
 }
 
 /// An angle written by people, in decimal degrees.
