@@ -4,8 +4,6 @@
 #include <Orvane/BNumbers.h>
 #include <Orvane/Constants.h>
 
-#include <algorithm>
-
 namespace AsciiReader::OptionRules {
 
 using Orvane::BParamList;
@@ -75,36 +73,6 @@ bool HasColumnNames(const BParamList& params)
 BString MakeColumnName(std::int64_t columnNumber)
 {
     return BString::Format("C%i", columnNumber);
-}
-
-const BString& FindDataSourceType(std::string_view fileName)
-{
-    const std::size_t slash = fileName.rfind('/');
-    const std::string_view name =
-        slash == std::string_view::npos ? fileName : fileName.substr(slash + 1);
-    const std::size_t dot = name.rfind('.');
-    const std::string_view extension =
-        dot == std::string_view::npos ? std::string_view() : name.substr(dot);
-    const auto is = [extension](std::string_view wanted) {
-        return std::equal(extension.begin(),
-                          extension.end(),
-                          wanted.begin(),
-                          wanted.end(),
-                          [](char byte, char letter) {
-                              const bool isUpper = byte >= 'A' && byte <= 'Z';
-                              return (isUpper ? byte - 'A' + 'a' : byte) == letter;
-                          });
-    };
-    if (is(".csv")) {
-        return Orvane::DS_CSV;
-    }
-    if (is(".tsv")) {
-        return Orvane::DS_TSV;
-    }
-    if (is(".ssv")) {
-        return Orvane::DS_SSV;
-    }
-    return Orvane::DS_TXT;
 }
 
 } // namespace AsciiReader::OptionRules

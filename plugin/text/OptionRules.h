@@ -5,7 +5,6 @@
 #include <Orvane/BString.h>
 
 #include <cstdint>
-#include <string_view>
 
 /// Stateless; nothing is thrown but std::bad_alloc. Key texts are built on first use.
 namespace AsciiReader::OptionRules {
@@ -35,9 +34,5 @@ bool HasColumnNames(const Orvane::BParamList& params);
 /// Name of a column that has none: "C" and its number in the file, counted from 1, coordinate
 /// columns included.
 Orvane::BString MakeColumnName(std::int64_t columnNumber);
-
-/// The data-source type of a file, by its extension in any case: DS_CSV, DS_TSV, DS_SSV, and DS_TXT
-/// for everything else. @param fileName UTF-8, with or without folders
-const Orvane::BString& FindDataSourceType(std::string_view fileName);
 
 } // namespace AsciiReader::OptionRules

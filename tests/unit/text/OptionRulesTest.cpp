@@ -73,17 +73,6 @@ TEST(OptionRules, WithoutTheKeyTheFirstLineHoldsNoColumnNames)
     EXPECT_FALSE(OptionRules::HasColumnNames(Options()));
 }
 
-TEST(OptionRules, TheExtensionDecidesTheDataSourceType)
-{
-    EXPECT_EQ(OptionRules::FindDataSourceType("a/b.csv"), Orvane::DS_CSV);
-    EXPECT_EQ(OptionRules::FindDataSourceType("B.TSV"), Orvane::DS_TSV);
-    EXPECT_EQ(OptionRules::FindDataSourceType("b.x.ssv"), Orvane::DS_SSV);
-    EXPECT_EQ(OptionRules::FindDataSourceType("b.asc"), Orvane::DS_TXT);
-    EXPECT_EQ(OptionRules::FindDataSourceType("b"), Orvane::DS_TXT);
-    EXPECT_EQ(OptionRules::FindDataSourceType("a.csv/b"), Orvane::DS_TXT);
-    EXPECT_EQ(OptionRules::FindDataSourceType(""), Orvane::DS_TXT);
-}
-
 TEST(ReadOptions, XAndYCountOnlyTogether)
 {
     EXPECT_FALSE(ReadOptions(Options().Set(Orvane::X_COLUMN, 1)).HasCoordinates());

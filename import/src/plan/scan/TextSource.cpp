@@ -1,6 +1,7 @@
 // System calls, zlib, and the decoding of UTF-16 and UTF-32.
 #include "TextSource.h"
 
+#include <Orvane/BUnicode.h>
 #include <Orvane/Import/Failure.h>
 
 #include <algorithm>
@@ -64,26 +65,6 @@ std::size_t SizeOf(EUnits units) noexcept
         return 2;
     default:
         return 4;
-    }
-}
-
-void AppendUtf8(char32_t character, std::string& text)
-{
-    const auto put = [&](char32_t byte) { text.push_back(static_cast<char>(byte)); };
-    if (character < 0x80) {
-        put(character);
-    } else if (character < 0x800) {
-        put(0xC0U | (character >> 6U));
-        put(0x80U | (character & 0x3FU));
-    } else if (character < 0x10000) {
-        put(0xE0U | (character >> 12U));
-        put(0x80U | ((character >> 6U) & 0x3FU));
-        put(0x80U | (character & 0x3FU));
-    } else {
-        put(0xF0U | (character >> 18U));
-        put(0x80U | ((character >> 12U) & 0x3FU));
-        put(0x80U | ((character >> 6U) & 0x3FU));
-        put(0x80U | (character & 0x3FU));
     }
 }
 
@@ -353,7 +334,7 @@ void TextSource::Decode()
     };
     const auto invalid = [&] {
         ++m_invalid;
-        AppendUtf8(kReplacement, m_decoded);
+        Orvane::BUnicode::AppendUtf8(kReplacement, m_decoded);
     };
     std::size_t at = 0;
     while (at + width <= m_raw.size()) {
@@ -365,7 +346,8 @@ void TextSource::Decode()
             }
             const char32_t low = at + 4 <= m_raw.size() ? unitAt(at + 2) : 0;
             if (low >= 0xDC00 && low < 0xE000) {
-                AppendUtf8(0x10000 + ((unit - 0xD800) << 10U) + (low - 0xDC00), m_decoded);
+                Orvane::BUnicode::AppendUtf8(0x10000 + ((unit - 0xD800) << 10U) + (low - 0xDC00),
+                                             m_decoded);
                 at += 4;
                 continue;
             }
@@ -373,7 +355,7 @@ void TextSource::Decode()
         if (isHigh || (unit >= 0xD800 && unit < 0xE000) || unit > 0x10FFFF) {
             invalid();
         } else {
-            AppendUtf8(unit, m_decoded);
+            Orvane::BUnicode::AppendUtf8(unit, m_decoded);
         }
         at += width;
     }
