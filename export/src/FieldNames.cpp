@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <unordered_map>
 #include <unordered_set>
+#include <utility>
 
 namespace Orvane::Import {
 
@@ -105,9 +106,10 @@ NameFields(const Orvane::BVectorLayer& layer, const LayerCounts& counts, const E
         const std::string wantedName = wanted.name.ToUtf8();
         const std::string name = giver.Give(wantedName, named.fields.size() + 1);
         if (name != wantedName) {
-            named.notes.push_back({"field-name",
-                                   "column " + std::to_string(named.fields.size() + 1) + " '" +
-                                       wantedName + "' is named '" + name + "' in the file"});
+            std::string text = "column " + std::to_string(named.fields.size() + 1);
+            text.append(" '").append(wantedName).append("' is named '");
+            text.append(name).append("' in the file");
+            named.notes.push_back({"field-name", std::move(text)});
         }
         named.fields.push_back({name, wanted.type});
     }
