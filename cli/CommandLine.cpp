@@ -22,6 +22,7 @@ namespace OrvaneHost {
 namespace {
 
 using Orvane::Import::DiskCacheRequest;
+using Orvane::Import::FailureFields;
 using Orvane::Import::ImportFailure;
 using Orvane::Import::UnderlyingTexts;
 
@@ -59,6 +60,10 @@ constexpr ArgumentRule kDiskCache{
     .valueName = "DIR",
     .meaning = "Keep the layer in a file in DIR instead of in memory; without DIR in TMPDIR, else "
                "in /tmp (/var/tmp when /tmp is kept in memory)"};
+
+constexpr ArgumentRule kVerbose{.kind = EArgumentKind::Flag,
+                                .name = "--verbose",
+                                .meaning = "With a failure, show the exception underneath it, too"};
 
 ArgumentRule MakeJson(std::string_view meaning)
 {
@@ -100,6 +105,7 @@ CommandRule MakeImportRule()
                          "free",
               .excludes = "--disk-cache"},
              kPlugin,
+             kVerbose,
              kHelp},
         .text = "A preview of the file decides what is not given: whether the first line holds "
                 "column names, and which columns are the coordinates. The preview does not skip "
@@ -117,14 +123,15 @@ CommandRule MakeImportRule()
 
 CommandRule MakePlanRule()
 {
-    return {.name = "plan",
-            .summary = "Say how a file is to be read, by all of its bytes",
-            .arguments = {kFile, MakeJson("Print the whole plan as one JSON object"), kHelp},
-            .text = "Scans the whole file and decides encoding, separator, quotes, names, types "
-                    "of columns and coordinates, each with its evidence. What the file does not "
-                    "tell is shown as a question with the options that answer it. Nothing is "
-                    "written.",
-            .examples = {"orvane plan stations.csv", "orvane plan stations.csv --json"}};
+    return {
+        .name = "plan",
+        .summary = "Say how a file is to be read, by all of its bytes",
+        .arguments = {kFile, MakeJson("Print the whole plan as one JSON object"), kVerbose, kHelp},
+        .text = "Scans the whole file and decides encoding, separator, quotes, names, types "
+                "of columns and coordinates, each with its evidence. What the file does not "
+                "tell is shown as a question with the options that answer it. Nothing is "
+                "written.",
+        .examples = {"orvane plan stations.csv", "orvane plan stations.csv --json"}};
 }
 
 CommandRule MakeReadRule()
@@ -137,6 +144,7 @@ CommandRule MakeReadRule()
                           MakeJson("Print the whole layer as one JSON object"),
                           kDiskCache,
                           kPlugin,
+                          kVerbose,
                           kHelp},
             .text = "Reads with exactly the options given and guesses nothing.",
             .examples = {"orvane read stations.csv",
@@ -155,6 +163,7 @@ CommandRule MakePreviewRule()
                           kOptionFile,
                           MakeJson("Print the preview as a JSON object"),
                           kPlugin,
+                          kVerbose,
                           kHelp},
             .text = "Header lines (ASCII_HEADER_...) are not skipped in a preview.",
             .examples = {"orvane preview stations.csv",
@@ -307,46 +316,64 @@ void PrintLine(const std::string& line)
     std::fprintf(stderr, "%s\n", line.c_str());
 }
 
-/// A failure as a JSON object on standard output; a second failure there is only a line more.
-void PrintFailureJson(const UnderlyingTexts& texts)
+/// A failure as an object on standard output: the texts of the exception underneath, then the
+/// fields that say what happened, where and what to do.
+void PrintFailureJson(const UnderlyingTexts& texts, const FailureFields& fields)
 {
     try {
         TextOutput output;
         JsonWriter json(output);
-        json.Raw("{\"ok\":false,\"exception\":");
-        json.Text(std::string_view(texts.className));
-        json.Raw(",\"location\":");
-        json.Text(texts.location);
-        json.Raw(",\"message\":");
-        json.Text(texts.message);
-        json.Raw(",\"details\":");
-        json.Text(texts.details);
+        const auto text = [&json](const char* key, const auto& value) {
+            json.Raw(key);
+            json.Text(value);
+        };
+        const auto number = [&json](const char* key, std::uint64_t value) {
+            json.Raw(key);
+            if (value == 0) {
+                json.Raw("null");
+            } else {
+                json.Number(static_cast<std::int64_t>(value));
+            }
+        };
+        text("{\"ok\":false,\"exception\":", std::string_view(texts.className));
+        text(",\"location\":", texts.location);
+        text(",\"message\":", texts.message);
+        text(",\"details\":", texts.details);
+        text(",\"code\":", std::string_view(fields.code));
+        text(",\"what\":", std::string_view(fields.what));
+        text(",\"file\":", std::string_view(fields.file));
+        number(",\"line\":", fields.line);
+        number(",\"column\":", fields.column);
+        text(",\"cause\":", std::string_view(fields.cause));
+        text(",\"advice\":", std::string_view(fields.advice));
         json.Raw("}\n");
         output.Flush();
     } catch (const std::exception& exception) {
-        PrintLine(FormatTexts(Orvane::Import::DescribeException(exception)));
+        PrintLine(FormatException(exception, false));
     }
 }
 
-int ReportFailure(const ImportFailure& failure, bool isJson)
+int ReportFailure(const ImportFailure& failure,
+                  const std::vector<std::string>& words,
+                  const ParsedArguments& arguments)
 {
     const int status = ExitStatusOf(failure);
-    if (isJson && status == kExitDataFailed) {
-        PrintFailureJson(TextsOf(failure));
+    if (arguments.Has("--json") && status == kExitDataFailed) {
+        PrintFailureJson(TextsOf(failure), failure.GetFields());
     }
-    PrintLine(FormatFailure(failure));
+    PrintLine(FormatFailure(failure, words, arguments.Has("--verbose")));
     return status;
 }
 
 /// A failure that is none of the import library's: memory, standard output.
-int ReportOther(const std::exception& exception, bool isJson)
+int ReportOther(const std::exception& exception, bool isJson, bool isVerbose)
 {
-    const UnderlyingTexts texts = Orvane::Import::DescribeException(exception);
+    const FailureFields fields = FieldsOf(exception);
     // A failure of standard output is not told there.
-    if (isJson && texts.location != "TextOutput::Flush") {
-        PrintFailureJson(texts);
+    if (isJson && fields.underneath.location != "TextOutput::Flush") {
+        PrintFailureJson(fields.underneath, fields);
     }
-    PrintLine(FormatTexts(texts));
+    PrintLine(FormatException(exception, isVerbose));
     return kExitDataFailed;
 }
 
@@ -384,7 +411,7 @@ std::optional<ParsedArguments> Understand(const std::vector<std::string>& words,
         PrintLine(std::string("orvane: ") + error.what());
         status = kExitWrongArguments;
     } catch (const std::exception& exception) {
-        status = ReportOther(exception, false);
+        status = ReportOther(exception, false, false);
     }
     return std::nullopt;
 }
@@ -401,13 +428,12 @@ int RunCommandLine(int argumentCount, char** arguments)
     if (!parsed) {
         return status;
     }
-    const bool isJson = parsed->Has("--json");
     try {
         Perform(*parsed);
     } catch (const ImportFailure& failure) {
-        return ReportFailure(failure, isJson);
+        return ReportFailure(failure, words, *parsed);
     } catch (const std::exception& exception) {
-        return ReportOther(exception, isJson);
+        return ReportOther(exception, parsed->Has("--json"), parsed->Has("--verbose"));
     }
     return kExitDone;
 }

@@ -1,9 +1,13 @@
 // The words of failures, and the arguments that put them right.
 #include "FailureWords.h"
 
+#include "ShellWords.h"
 #include "TerminalText.h"
 
 #include <algorithm>
+#include <cctype>
+#include <new>
+#include <utility>
 
 namespace OrvaneHost {
 
@@ -22,6 +26,16 @@ constexpr std::size_t kMostCharacters = 1000;
 std::string Show(const Orvane::BString& text)
 {
     return TerminalText::EscapeAndCut(text, kMostCharacters);
+}
+
+/// The texts of the exception underneath, as a line of their own.
+std::string DescribeUnderneath(const UnderlyingTexts& texts)
+{
+    std::string line = "\n  " + TerminalText::Escape(texts.className);
+    line += texts.location.IsEmpty() ? "" : " at " + Show(texts.location);
+    line += ": " + Show(texts.message);
+    line += texts.details.IsEmpty() ? "" : " " + Show(texts.details);
+    return line;
 }
 
 std::string Cell(const std::string& text)
@@ -56,36 +70,70 @@ std::string ListColumns(const std::vector<ColumnSample>& columns)
             line.erase(line.find_last_not_of(' ') + 1);
             text += line + "\n";
         };
-    addLine("INDEX", "NAME", "FIRST VALUE");
+    const bool hasValues =
+        std::any_of(columns.begin(), columns.end(), [](const ColumnSample& column) {
+            return !column.firstValue.empty();
+        });
+    addLine("INDEX", "NAME", hasValues ? "FIRST VALUE" : "");
     for (std::size_t index = 0; index < columns.size(); ++index) {
         addLine(std::to_string(index), Cell(columns[index].name), Cell(columns[index].firstValue));
     }
     return text;
 }
 
+/// The command that was given with more arguments after its name, where no other word is changed
+/// by them.
+std::string ExtendCommand(std::vector<std::string> words, const std::vector<std::string>& added)
+{
+    const auto command = std::find(words.begin(), words.end(), "import");
+    const auto place = command == words.end() ? words.begin() : command + 1;
+    words.insert(place, added.begin(), added.end());
+    return MakeCommand(words);
+}
+
 /// The question back when the columns cannot be told.
-std::string AskForColumns(const FailureFields& fields)
+std::string AskForColumns(const FailureFields& fields, const std::vector<std::string>& words)
 {
     const auto isMissing = [&](const char* axis) {
         return std::find(fields.missing.begin(), fields.missing.end(), axis) !=
                fields.missing.end();
     };
-    const std::size_t known = fields.matches.empty() ? 0 : fields.matches[0];
-    std::string text =
-        "Which columns hold X and Y? They can not be told by the column names; give ";
-    text += !isMissing("X") ? "--y" : !isMissing("Y") ? "--x" : "--x and --y";
-    text += ", a name or an index, for example:\n  orvane import '" +
-            TerminalText::Escape(fields.file) + "' --x " +
-            std::to_string(isMissing("X") ? 0 : known) + " --y " +
-            std::to_string(isMissing("Y") ? 1 : known) + "\n";
+    std::string text;
+    if (fields.columns.size() < 2) {
+        text = "The file has one column, and X and Y need two. Is the separator another one? For "
+               "example:\n  " +
+               ExtendCommand(words, {"-o", "ASCII_SEPARATOR=;"}) + "\n";
+    } else {
+        std::vector<std::string> added;
+        std::size_t next = 0;
+        for (const char* axis : {"X", "Y"}) {
+            if (isMissing(axis)) {
+                next += !fields.matches.empty() && next == fields.matches[0] ? 1U : 0U;
+                added.insert(added.end(), {ArgumentOf(axis), std::to_string(next++)});
+            }
+        }
+        text = "Which columns hold X and Y? The names of the columns do not tell; give ";
+        text += !isMissing("X") ? "--y" : !isMissing("Y") ? "--x" : "--x and --y";
+        text += ", a name or an index, for example:\n  " + ExtendCommand(words, added) + "\n";
+    }
     text += "The columns of the file, by index:\n" + ListColumns(fields.columns);
-    text += fields.hasColumnNames ? "The first line was taken for column names."
-                                  : "The first line was taken for data.";
+    text += fields.hasColumnNames ? "The first line was read as column names."
+                                  : "The first line was read as data.";
     text += fields.mayHaveSkippedHeader ? " The preview does not skip header lines." : "";
     return text;
 }
 
-std::string DescribeRequest(const ImportFailure& failure)
+/// A sentence about a column, then all columns.
+std::string WithColumns(std::string sentence, const FailureFields& fields)
+{
+    if (!fields.columns.empty()) {
+        sentence += " The columns of the file, by index:\n" + ListColumns(fields.columns);
+        sentence.pop_back();
+    }
+    return sentence;
+}
+
+std::string DescribeRequest(const ImportFailure& failure, const std::vector<std::string>& words)
 {
     const FailureFields& fields = failure.GetFields();
     const std::string column = ArgumentOf(fields.subject) + " " + Quoted(fields.value);
@@ -100,25 +148,72 @@ std::string DescribeRequest(const ImportFailure& failure)
         return text + "?";
     }
     if (failure.Is("columns-unknown")) {
-        return AskForColumns(fields);
+        return AskForColumns(fields, words);
     }
     if (failure.Is("no-such-column")) {
-        return "There is no column " + column + ".";
+        return WithColumns("There is no column " + column + ".", fields);
     }
     if (failure.Is("column-beyond")) {
-        return "There is no column " + column + "; the file has " +
-               std::to_string(fields.columns.size()) + " columns, counted from 0.";
+        return WithColumns("There is no column " + column + "; the file has " +
+                               std::to_string(fields.columns.size()) + ", counted from 0.",
+                           fields);
     }
     if (failure.Is("column-ambiguous")) {
-        return "The column " + column + " is not certain: columns " +
-               std::to_string(fields.matches.at(0)) + " and " +
-               std::to_string(fields.matches.at(1)) + " have that name; give its index.";
+        return WithColumns("The column " + column + " is not certain: columns " +
+                               std::to_string(fields.matches.at(0)) + " and " +
+                               std::to_string(fields.matches.at(1)) +
+                               " have that name; give its index.",
+                           fields);
     }
     if (failure.Is("column-given-twice")) {
         return "Give " + ArgumentOf(fields.subject) + " or the option " + fields.value +
                ", not both.";
     }
     return TerminalText::Escape(fields.what);
+}
+
+/// "FILE:LINE:COLUMN: what cause advice" without the parts that are not known, each text cut.
+std::string DescribeFields(const FailureFields& fields)
+{
+    const auto show = [](const std::string& text) {
+        return TerminalText::EscapeAndCut(std::string_view(text), kMostCharacters);
+    };
+    std::string line;
+    if (!fields.file.empty()) {
+        line = show(fields.file) + ":";
+        line += fields.line == 0 ? "" : std::to_string(fields.line) + ":";
+        line += fields.line == 0 || fields.column == 0 ? "" : std::to_string(fields.column) + ":";
+    }
+    for (const std::string* text : {&fields.what, &fields.cause, &fields.advice}) {
+        if (text->empty()) {
+            continue;
+        }
+        // Texts of the system end without a full stop.
+        const bool isOpen =
+            text != &fields.what &&
+            std::isalnum(static_cast<unsigned char>(line.empty() ? '.' : line.back())) != 0;
+        line += isOpen ? ". " : line.empty() ? "" : " ";
+        line += show(*text);
+    }
+    return line;
+}
+
+/// The arguments that put a failure right, as a sentence; empty for none.
+std::string_view AdviseArguments(const ImportFailure& failure)
+{
+    constexpr std::pair<std::string_view, std::string_view> kAdvice[] = {
+        {"no-module", "Name the module with --plugin."},
+        {"no-separator", "For example: -o 'ASCII_SEPARATOR=;'."},
+        {"preview-fields", "For example: -o 'ASCII_SEPARATOR=;', or -o ASCII_HEADER_COUNT=1."},
+        {"unknown-codec", "For example: -o CODEC=UTF-8."},
+        {"cache-folder", "Another folder: --disk-cache=DIR."},
+    };
+    for (const auto& [code, advice] : kAdvice) {
+        if (failure.Is(code)) {
+            return advice;
+        }
+    }
+    return {};
 }
 
 } // namespace
@@ -136,49 +231,64 @@ UnderlyingTexts TextsOf(const ImportFailure& failure)
         return {"BException", "orvane", "Interrupted; nothing was written.", {}};
     }
     const FailureFields& fields = failure.GetFields();
-    UnderlyingTexts texts = fields.underneath;
-    if (texts.className.empty()) {
+    if (fields.underneath.className.empty()) {
         return {"ImportFailure", {}, Orvane::BString(fields.what), Orvane::BString(fields.cause)};
     }
-    if (failure.Is("no-module") && !texts.details.IsEmpty()) {
-        texts.details =
-            texts.details.Left(texts.details.GetLength() - 1) + "; name it with --plugin.";
-    }
-    return texts;
+    return fields.underneath;
 }
 
-std::string FormatTexts(const UnderlyingTexts& texts)
+FailureFields FieldsOf(const std::exception& exception)
 {
-    if (texts.className == "std::bad_alloc") {
-        return std::string(kOutOfMemoryLine);
+    FailureFields fields;
+    fields.underneath = Orvane::Import::DescribeException(exception);
+    if (dynamic_cast<const std::bad_alloc*>(&exception) != nullptr) {
+        fields.code = "memory";
+        fields.what = "There is not enough memory.";
+        return fields;
     }
-    // Some texts of the reader are short; here a person reads them.
-    const bool isMissingFile = texts.className == "BFileNotFoundException";
+    fields.what = fields.underneath.message.ToUtf8();
+    fields.cause = fields.underneath.details.ToUtf8();
+    return fields;
+}
+
+std::string
+FormatFailure(const ImportFailure& failure, const std::vector<std::string>& words, bool isVerbose)
+{
+    constexpr std::size_t kMostRowCharacters = 200;
+    const FailureFields& fields = failure.GetFields();
     std::string line = "orvane: ";
-    line += isMissingFile ? "There is no such file: " : "";
-    line += Show(texts.message);
-    line += " (" + (texts.location.IsEmpty() ? texts.className : Show(texts.location)) + ")";
-    if (!texts.details.IsEmpty()) {
-        line += " " + Show(texts.details);
+    if (failure.GetKind() == EFailureKind::Cancelled) {
+        return line + "Interrupted; nothing was written.";
     }
-    if (texts.className == "std::out_of_range") {
-        line += " A position lies outside of a row: do COLUMN_DEFINITION and NAME_COLUMN fit the "
-                "columns of the file?";
+    if (ExitStatusOf(failure) == kExitWrongArguments) {
+        line += DescribeRequest(failure, words);
+    } else {
+        line += DescribeFields(fields);
+        if (!fields.row.empty()) {
+            line += " The row: '" +
+                    TerminalText::EscapeAndCut(std::string_view(fields.row), kMostRowCharacters) +
+                    "'.";
+        }
+        const std::string_view advice = AdviseArguments(failure);
+        line += advice.empty() ? "" : " " + std::string(advice);
+    }
+    if (isVerbose && !fields.underneath.className.empty()) {
+        line += DescribeUnderneath(fields.underneath);
     }
     return line;
 }
 
-std::string FormatFailure(const ImportFailure& failure)
+std::string FormatException(const std::exception& exception, bool isVerbose)
 {
-    if (ExitStatusOf(failure) == kExitWrongArguments) {
-        return "orvane: " + DescribeRequest(failure);
+    const FailureFields fields = FieldsOf(exception);
+    std::string line;
+    if (fields.code == "memory") {
+        line = kOutOfMemoryLine;
+    } else {
+        line = "orvane: " + Show(fields.underneath.message);
+        line += fields.cause.empty() ? "" : " " + Show(fields.underneath.details);
     }
-    // What the library finds itself is said in its own words, with the file.
-    if (failure.GetKind() != EFailureKind::Cancelled &&
-        failure.GetFields().underneath.className.empty()) {
-        return std::string("orvane: ") + failure.what();
-    }
-    return FormatTexts(TextsOf(failure));
+    return isVerbose ? line + DescribeUnderneath(fields.underneath) : line;
 }
 
 } // namespace OrvaneHost

@@ -1,10 +1,12 @@
-// How the program reports failures: one line each, and the exit status.
+// How the program reports failures: what is printed, and the exit status.
 #pragma once
 
 #include <Orvane/Import/Failure.h>
 
+#include <exception>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace OrvaneHost {
 
@@ -14,23 +16,30 @@ inline constexpr int kExitWrongArguments = 2;
 
 /// The line for standard error when there is no memory, without line ending.
 inline constexpr std::string_view kOutOfMemoryLine =
-    "orvane: There is not enough memory. (std::bad_alloc) --disk-cache keeps a layer out of "
-    "memory; "
-    "a line of the file must fit into it, six times over.";
+    "orvane: There is not enough memory. --disk-cache keeps a layer out of memory; a line of the "
+    "file must fit into it, six times over.";
 
 /// The exit status of a failure: wrong arguments when the request was refused before the file was
 /// read, else data that failed.
 [[nodiscard]] int ExitStatusOf(const Orvane::Import::ImportFailure& failure);
 
-/// The texts of a failure for its line and for --json: those of the exception underneath.
+/// The texts of the exception underneath, for --json; those of the failure when there is none.
 [[nodiscard]] Orvane::Import::UnderlyingTexts TextsOf(const Orvane::Import::ImportFailure& failure);
 
-/// The line for standard error, without line ending: "orvane: <message> (<location>) <details>",
-/// escaped so that it stays one line, each text cut to 1000 characters.
-[[nodiscard]] std::string FormatTexts(const Orvane::Import::UnderlyingTexts& texts);
+/// The fields of an exception that is none of the import library's: code "memory" or "internal".
+[[nodiscard]] Orvane::Import::FailureFields FieldsOf(const std::exception& exception);
 
-/// What is said of a failure on standard error, without the last line ending. A question about
-/// columns has lines with a list.
-[[nodiscard]] std::string FormatFailure(const Orvane::Import::ImportFailure& failure);
+/// What is said of a failure on standard error, without the last line ending: one line
+/// "orvane: FILE:LINE:COLUMN: what, why, the row, what to do", or several for a question about
+/// columns, which lists them. Texts of the file are escaped and cut.
+/// @param words of the command line, without the program's name; a question repeats them as a
+///     command that can be pasted
+/// @param isVerbose adds a line with the texts of the exception underneath
+[[nodiscard]] std::string FormatFailure(const Orvane::Import::ImportFailure& failure,
+                                        const std::vector<std::string>& words,
+                                        bool isVerbose);
+
+/// The same for an exception that is none of the import library's.
+[[nodiscard]] std::string FormatException(const std::exception& exception, bool isVerbose);
 
 } // namespace OrvaneHost

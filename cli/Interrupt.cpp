@@ -14,8 +14,8 @@ namespace {
 Orvane::Import::CancelFlag flag;
 volatile std::sig_atomic_t currentPhase = static_cast<int>(EPhase::Immediate);
 
-constexpr char kLine[] = "orvane: Interrupted; nothing was written. (orvane)\n";
-constexpr char kWrittenLine[] = "orvane: Interrupted; the output was written. (orvane)\n";
+constexpr char kLine[] = "orvane: Interrupted; nothing was written.\n";
+constexpr char kWrittenLine[] = "orvane: Interrupted; the output was written.\n";
 
 } // namespace
 

@@ -64,9 +64,8 @@ void End(std::string_view reason) noexcept
     if (IsMemoryWanting()) {
         Write(kOutOfMemoryLine);
     } else {
-        Write("orvane: The program can not go on: ");
+        Write("orvane: The program cannot go on: ");
         WriteShowable(reason);
-        Write(" (orvane)");
     }
     Write("\n");
     _exit(kExitDataFailed);

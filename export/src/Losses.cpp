@@ -26,7 +26,7 @@ void ReportLosses(const LossCounts& counts,
     add("not-finite", counts.notFinite, " numbers are not finite and are null in the file", "");
     add("no-geometry",
         counts.leftOut,
-        " rows without geometry are not in the file: its format can not hold them",
+        " rows without geometry are not in the file: its format cannot hold them",
         "");
     add("nul", counts.withNul, " NUL characters of texts are U+FFFD in the file", "");
     add("no-place",

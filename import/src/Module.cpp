@@ -101,7 +101,7 @@ void FailUnsupportedType(const std::string& file)
     fields.underneath = {
         "BException",
         "ReaderSession::Create",
-        BString::Format("The plug-in can not read data of the type <%ls>.", DataSourceTypeOf(file)),
+        BString::Format("The plug-in cannot read data of the type <%ls>.", DataSourceTypeOf(file)),
         BString()};
     fields.what = fields.underneath.message.ToUtf8();
     throw ImportFailure(std::move(fields));

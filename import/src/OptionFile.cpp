@@ -35,7 +35,7 @@ constexpr std::size_t kLargestFile = std::size_t{16} * 1024 * 1024;
 std::string ReadWhole(const std::string& path)
 {
     const auto fail = [&](const std::string& reason) {
-        FailFile(path, "can not be read: " + reason);
+        FailFile(path, "cannot be read: " + reason);
     };
     // Rule: a pipe that nobody writes to is empty; it is not waited for.
     const int descriptor = open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);

@@ -1,4 +1,4 @@
-// The line that is left when a library can not go on.
+// The line that is left when a library cannot go on.
 #include <gtest/gtest.h>
 
 #include <LastResort.h>
@@ -12,17 +12,16 @@ namespace LastResort = OrvaneHost::LastResort;
 
 TEST(LastResort, ShowsOnlyPrintableCharactersOfTheReason)
 {
-    EXPECT_EXIT(
-        LastResort::End("no \x1b[31mred\n of \xC3\xA9."),
-        testing::ExitedWithCode(1),
-        "^orvane: The program can not go on: no \\?\\[31mred\\? of \\?\\?\\. \\(orvane\\)\n$");
+    EXPECT_EXIT(LastResort::End("no \x1b[31mred\n of \xC3\xA9."),
+                testing::ExitedWithCode(1),
+                "^orvane: The program cannot go on: no \\?\\[31mred\\? of \\?\\?\\.\n$");
 }
 
 TEST(LastResort, CutsALongReason)
 {
     EXPECT_EXIT(LastResort::End(std::string(10000, 'a')),
                 testing::ExitedWithCode(1),
-                "^orvane: The program can not go on: a{500} \\(orvane\\)\n$");
+                "^orvane: The program cannot go on: a{500}\n$");
 }
 
 TEST(LastResort, TellsThatMemoryEnded)
@@ -45,7 +44,7 @@ TEST(LastResort, IsWhatTerminateDoes)
     };
     EXPECT_EXIT(end(),
                 testing::ExitedWithCode(1),
-                "^orvane: The program can not go on: a library gave up\\. \\(orvane\\)\n$");
+                "^orvane: The program cannot go on: a library gave up\\.\n$");
 }
 
 } // namespace

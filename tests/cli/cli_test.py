@@ -48,6 +48,12 @@ class Result:
         return json.loads(self.out)
 
 
+def texts_of(failure):
+    """A failure's object without the fields after the texts of the exception underneath."""
+    keys = ("ok", "exception", "location", "message", "details")
+    return {key: failure[key] for key in keys}
+
+
 class CliTest(unittest.TestCase):
     maxDiff = None
 
@@ -578,18 +584,18 @@ class OptionFilesTest(CliTest):
         self.assert_failure(
             self.run_orvane("read", "a.csv", "--options", "none.json"),
             2,
-            "orvane: The option file <none.json> can not be read: No such file or directory.",
+            "orvane: The option file <none.json> cannot be read: No such file or directory.",
         )
         self.assert_failure(
             self.run_orvane("read", "a.csv", "--options", "."),
             2,
-            "orvane: The option file <.> can not be read: Is a directory.",
+            "orvane: The option file <.> cannot be read: Is a directory.",
         )
         self.write("big.json", b" " * (16 * 1024 * 1024 + 1))
         self.assert_failure(
             self.run_orvane("read", "a.csv", "--options", "big.json"),
             2,
-            "orvane: The option file <big.json> can not be read: it is larger than 16 MiB.",
+            "orvane: The option file <big.json> cannot be read: it is larger than 16 MiB.",
         )
 
 
@@ -661,24 +667,24 @@ class ReadTest(CliTest):
 
 
 class ReadFailuresTest(CliTest):
-    def assert_both(self, name, status, failure, *arguments):
+    def assert_both(self, name, status, line, failure, *arguments):
         """The line on standard error, and the object with --json."""
-        line = "orvane: "
-        if failure["exception"] == "BFileNotFoundException":
-            line += "There is no such file: "
-        line += failure["message"] + " (" + failure["location"] + ")"
-        line += " " + failure["details"] if failure["details"] else ""
-        line = "".join("\\x%02X" % ord(c) if ord(c) < 0x20 else c for c in line)
+        line = "orvane: " + line
         self.assert_failure(self.run_orvane("read", name, *arguments), status, line)
         result = self.run_orvane("read", name, "--json", *arguments)
         self.assertEqual((result.status, result.err), (status, line + "\n"))
-        self.assertEqual(result.json, dict(ok=False, **failure))
+        self.assertEqual(texts_of(result.json), dict(ok=False, **failure))
+        self.assertEqual(result.json["file"], name)
+        self.assertIn(result.json["what"], line)
+        self.assertIn(result.json["cause"], line)
+        self.assertIn(result.json["advice"], line)
         self.assertEqual(result.out.count("\n"), 1)
 
     def test_a_missing_file(self):
         self.assert_both(
             "none.csv",
             1,
+            "none.csv: There is no such file. Check its name and its folder.",
             {
                 "exception": "BFileNotFoundException",
                 "location": "BAsciiFile::Open",
@@ -693,6 +699,7 @@ class ReadFailuresTest(CliTest):
         self.assert_both(
             "empty.csv",
             1,
+            "empty.csv: The file is empty.",
             {
                 "exception": "BException",
                 "location": "AsciiFile::Open",
@@ -706,11 +713,15 @@ class ReadFailuresTest(CliTest):
         server = socket.socket(socket.AF_UNIX)
         self.addCleanup(server.close)
         server.bind(self.path("socket.csv"))
-        for name in ("folder.csv", "socket.csv"):
+        for name, line in (
+                ("folder.csv", "This is a folder, not a file. Name a file in it."),
+                ("socket.csv", "This is a pipe, a socket or a device, not a file. "
+                               "Write its data to a file first.")):
             path = os.path.realpath(self.folder) + "/" + name
             self.assert_both(
                 name,
                 1,
+                f"{name}: {line}",
                 {
                     "exception": "BException",
                     "location": "AsciiFile::Open",
@@ -724,6 +735,8 @@ class ReadFailuresTest(CliTest):
         self.assert_both(
             "a.dat",
             1,
+            "a.dat: Neither the options nor the extension of the file say how fields are separated. "
+            "Give the separator as an option. For example: -o 'ASCII_SEPARATOR=;'.",
             {
                 "exception": "BException",
                 "location": "Separator could not be determined automatically.",
@@ -737,6 +750,9 @@ class ReadFailuresTest(CliTest):
         self.assert_both(
             "a.csv",
             1,
+            "a.csv:3:4: A row has more fields than the file has columns. It has 4 fields; 3 are "
+            "expected. Quote the field that holds a separator, or correct the row. "
+            "The row: '1,2,3,4'.",
             {
                 "exception": "BException",
                 "location": "AsciiFile::BuildLayer",
@@ -753,7 +769,7 @@ class ReadFailuresTest(CliTest):
                                  "COLUMN_DEFINITION=0,A,5,0,0")
         self.assertEqual(result.status, 1)
         self.assertEqual(
-            result.json,
+            texts_of(result.json),
             {
                 "ok": False,
                 "exception": "std::out_of_range",
@@ -764,8 +780,8 @@ class ReadFailuresTest(CliTest):
         )
         self.assertEqual(
             result.err,
-            "orvane: invalid vector subscript (std::out_of_range) A position lies outside of a "
-            "row: do COLUMN_DEFINITION and NAME_COLUMN fit the columns of the file?\n",
+            "orvane: a.csv: An option points outside of a row. Check that COLUMN_DEFINITION and "
+            "NAME_COLUMN fit the columns of the file.\n",
         )
 
     def test_a_name_that_is_no_utf8(self):
@@ -773,7 +789,7 @@ class ReadFailuresTest(CliTest):
             file.write(b"1,2\n")
         result = self.run_orvane("read", b"\xff.csv")
         self.assert_failure(
-            result, 1, "orvane: The file name <\\xFF.csv> is not valid UTF-8. (ReaderSession::Create)"
+            result, 1, "orvane: \\xFF.csv: The file name <\\xFF.csv> is not valid UTF-8."
         )
 
 
@@ -804,7 +820,7 @@ class PreviewTest(CliTest):
         result = self.run_orvane("preview", "s.csv", "--json")
         self.assertEqual(result.status, 1)
         self.assertEqual(
-            result.json,
+            texts_of(result.json),
             {
                 "ok": False,
                 "exception": "BFileContentNotValidException",
@@ -828,7 +844,7 @@ class PluginsTest(CliTest):
         self.assert_failure(
             self.run_orvane("read", "a.csv", "--plugin", "none.so"),
             1,
-            "orvane: The plug-in <none.so> was not found. (PluginModule::Load)",
+            "orvane: The plug-in <none.so> was not found. Name the module with --plugin.",
         )
 
     def test_no_plug_in_beside_the_program_and_its_libraries(self):
@@ -841,33 +857,33 @@ class PluginsTest(CliTest):
         self.assertEqual(completed.returncode, 1)
         self.assertRegex(
             completed.stderr,
-            r"^orvane: The plug-in <[^\n]*/AsciiReader.so> was not found. \(PluginModule::Load\) "
-            r"Nor is it at <[^\n]*/orvane/AsciiReader.so>; name it with --plugin.\n$")
+            r"^orvane: The plug-in <[^\n]*/AsciiReader.so> was not found. "
+            r"Nor is it at <[^\n]*/orvane/AsciiReader.so>. Name the module with --plugin.\n$")
         self.assertFalse(json.loads(completed.stdout)["ok"])
 
     def test_files_that_are_no_plug_in(self):
         self.assert_failure(
             self.run_orvane("read", "a.csv", "--plugin", NO_PLUGIN),
             1,
-            f"orvane: The library <{NO_PLUGIN}> is no plug-in. (PluginModule::Load) "
+            f"orvane: The library <{NO_PLUGIN}> is no plug-in. "
             "It has no function GetDataMgrProxy.",
         )
         self.assert_failure(
             self.run_orvane("read", "a.csv", "--plugin", FAKE_WITHOUT_PROXY),
             1,
-            f"orvane: The library <{FAKE_WITHOUT_PROXY}> is no plug-in. (PluginModule::Load) "
+            f"orvane: The library <{FAKE_WITHOUT_PROXY}> is no plug-in. "
             "Its function GetDataMgrProxy gave nothing.",
         )
         result = self.run_orvane("read", "a.csv", "--plugin", "a.csv")
         self.assertEqual(result.status, 1)
         self.assertRegex(
             result.err,
-            r"^orvane: The plug-in <[^\n]*a\.csv> could not be loaded\. \(PluginModule::Load\) [^\n]+\n$",
+            r"^orvane: The plug-in <[^\n]*a\.csv> could not be loaded\. [^\n]+\n$",
         )
         self.assert_failure(
             self.run_orvane("read", "a.csv", "--plugin", "."),
             1,
-            "orvane: The plug-in <.> could not be loaded. (PluginModule::Load) It is not a file.",
+            "orvane: The plug-in <.> could not be loaded. It is not a file.",
         )
 
     def test_a_type_that_the_plug_in_does_not_read(self):
@@ -875,7 +891,7 @@ class PluginsTest(CliTest):
         self.assert_failure(
             self.run_orvane("read", "a.SSV", "--plugin", FAKE),
             1,
-            "orvane: The plug-in can not read data of the type <DS_SSV>. (ReaderSession::Create)",
+            "orvane: a.SSV: The plug-in cannot read data of the type <DS_SSV>.",
         )
 
     def install(self, **modules):
@@ -939,7 +955,7 @@ class PluginsTest(CliTest):
         self.assertEqual(completed.returncode, 1)
         self.assertRegex(
             completed.stderr,
-            r"^orvane: The plug-in <[^\n]*/Broken\.so> could not be loaded\. \(PluginModule::Load\) [^\n]+\n$")
+            r"^orvane: The plug-in <[^\n]*/Broken\.so> could not be loaded\. [^\n]+\n$")
 
     def test_a_type_that_no_module_of_the_folder_reads(self):
         self.write("a.ssv", "1\n")
@@ -948,7 +964,7 @@ class PluginsTest(CliTest):
         self.assertEqual(completed.returncode, 1)
         self.assertEqual(
             completed.stderr,
-            "orvane: The plug-in can not read data of the type <DS_SSV>. (ReaderSession::Create)\n")
+            "orvane: a.ssv: The plug-in cannot read data of the type <DS_SSV>.\n")
 
     def test_whatever_a_plug_in_throws_is_reported(self):
         cases = (
@@ -960,23 +976,23 @@ class PluginsTest(CliTest):
                 self.write(name + ".csv", "1\n")
                 result = self.run_orvane("read", name + ".csv", "--plugin", FAKE, "--json")
                 self.assertEqual(
-                    result.json,
+                    texts_of(result.json),
                     {"ok": False, "exception": exception, "location": "", "message": message, "details": ""},
                 )
-                self.assertEqual((result.status, result.err), (1, f"orvane: {message} ({exception})\n"))
+                self.assertEqual((result.status, result.err), (1, f"orvane: {name}.csv: {message}\n"))
 
     def test_a_lack_of_memory_says_what_to_do(self):
         self.write("bad-alloc.csv", "1\n")
         result = self.run_orvane("read", "bad-alloc.csv", "--plugin", FAKE, "--json")
         self.assertEqual(
-            result.json,
+            texts_of(result.json),
             {"ok": False, "exception": "std::bad_alloc", "location": "", "message": "std::bad_alloc", "details": ""},
         )
         self.assertEqual(
             (result.status, result.err),
             (
                 1,
-                "orvane: There is not enough memory. (std::bad_alloc) --disk-cache keeps a layer out of "
+                "orvane: There is not enough memory. --disk-cache keeps a layer out of "
                 "memory; a line of the file must fit into it, six times over.\n",
             ),
         )
@@ -986,18 +1002,55 @@ class PluginsTest(CliTest):
         result = self.run_orvane("read", "long.csv", "--json", "-o", "CODEC=UTF-8")
         details = "The following line may be formatted wrong.\n\t<1," + "ä" * 5000 + ",3>."
         self.assertEqual(result.json["details"], details)
-        shown = details.replace("\n", "\\x0A").replace("\t", "\\x09")[:999] + "…"
+        shown = "1," + "ä" * 197 + "…"
         self.assertEqual(
             (result.status, result.err),
-            (1, f"orvane: Failed to parse feature # 6. (AsciiFile::BuildLayer) {shown}\n"),
+            (1, "orvane: long.csv:7:3: A row has more fields than the file has columns. It has 3 fields; 2 are "
+                "expected. Quote the field that holds a separator, or correct the row. "
+                f"The row: '{shown}'.\n"),
         )
+
+    def test_verbose_shows_the_exception_underneath(self):
+        result = self.run_orvane("read", "none.csv", "--verbose")
+        path = os.path.realpath(self.folder) + "/none.csv"
+        self.assertEqual(
+            (result.status, result.err),
+            (1, "orvane: none.csv: There is no such file. Check its name and its folder.\n"
+                f"  BFileNotFoundException at BAsciiFile::Open: {path}\n"))
+
+    def test_an_open_quote_is_named_by_its_line_and_field(self):
+        self.write("quote.csv", "lon,lat,n\n1,2,\"x\n3,4,y\n")
+        self.assert_failure(
+            self.run_orvane("import", "quote.csv"), 1,
+            "orvane: quote.csv:2:3: The file has a quote that is never closed. Close the quote, or "
+            "double it where it is part of the text. The row: '1,2,\"x'.")
+
+    def test_a_question_prints_a_command_that_works_as_printed(self):
+        for name in ("a b.csv", "it's.csv", "-dash.csv", "new\nline.csv", "ä$HOME.csv"):
+            with self.subTest(name=name):
+                self.write(name, "p,q\n1.5,2.5\n")
+                words = ["import", "-o", "MAX_RECORDS=1", "--", name, "out.gpkg"]
+                result = self.run_orvane(*words)
+                self.assertEqual((result.status, result.out), (2, ""))
+                command = result.err.split("\n")[1].strip()
+                environment = dict(os.environ, PATH=os.path.dirname(PROGRAM) + ":" + os.environ["PATH"])
+                done = subprocess.run(["bash", "-c", command], cwd=self.folder, env=environment,
+                                      capture_output=True, timeout=60)
+                self.assertEqual(done.returncode, 0, done.stderr)
+
+    def test_a_file_of_one_column_is_not_asked_for_two(self):
+        self.write("one.csv", "v\n1;2\n")
+        result = self.run_orvane("import", "one.csv")
+        self.assertEqual(result.status, 2)
+        self.assertIn("The file has one column, and X and Y need two.", result.err)
+        self.assertNotIn("--y", result.err)
 
     def test_the_line_of_a_failure_is_one_line_without_control_characters(self):
         self.write("swapped.csv", "1\n")
         self.assert_failure(
             self.run_orvane("read", "swapped.csv", "--plugin", FAKE),
             1,
-            "orvane: the message\\x0A\\x1B[0m (the location) the\\x09details",
+            "orvane: swapped.csv: the message\\x0A\\x1B[0m. the\\x09details",
         )
 
 
@@ -1032,7 +1085,7 @@ class MarksTest(CliTest):
         self.assert_failure(
             self.run_orvane("read", "a.marks", "--plugin", self.marks),
             1,
-            "orvane: Line 3 does not hold the five fields of a mark. (MarksReader::Read)")
+            "orvane: a.marks: Line 3 does not hold the five fields of a mark.")
 
     def test_an_interrupt_ends_a_read(self):
         self.write("a.marks", b"marks -\nn x y z c\n" + b"A 1 2 3 4\n" * 3000000)
@@ -1198,7 +1251,7 @@ class DiskCacheTest(CliTest):
 
     def test_a_folder_that_can_not_be_used_is_told_before_anything_is_read(self):
         self.write("file", "")
-        line = "orvane: Could not keep the disk cache in <{}>. (DiskCache) {}"
+        line = "orvane: The disk cache cannot be kept in <{}>. {} Another folder: --disk-cache=DIR."
         cases = (
             ("--disk-cache=missing", "missing", "The folder does not exist."),
             ("--disk-cache=file", "file", "It is no folder."),
@@ -1240,8 +1293,9 @@ class DiskCacheTest(CliTest):
                 self.assertEqual((result.status, result.out), (1, ""))
                 self.assertRegex(
                     result.err,
-                    r"^orvane: Could not write the disk cache file\. \(BFeatureCollection::WritePage\) "
-                    + re.escape(self.path("cache/orvane-layer.")) + r"\w{6}: File too large\n$")
+                    r"^orvane: rows\.csv: The file of the disk cache cannot be written\. "
+                    + re.escape(self.path("cache/orvane-layer.")) + r"\w{6}: File too large\. "
+                    r"Make room on its disk, or name a folder on another one\.\n$")
                 self.assert_cache_empty()
         self.assertEqual(self.content("out.csv"), b"old")
         self.assert_folder("cache", "out.csv", "rows.csv")
@@ -1252,7 +1306,7 @@ class DiskCacheTest(CliTest):
             "import", "million-loses-folder.csv", "out.csv", "--disk-cache=cache", "--plugin", FAKE)
         self.assert_failure(
             result, 1,
-            "orvane: Could not create the disk cache file. (BFeatureCollection::WritePage) "
+            "orvane: million-loses-folder.csv: The file for the disk cache cannot be made. "
             + self.path("cache/orvane-layer") + ": No such file or directory")
         self.assert_folder("million-loses-folder.csv")
 
@@ -1366,16 +1420,16 @@ class ImportColumnsTest(CliTest):
         self.assertEqual(
             (result.status, result.out, result.err),
             (2, "",
-             "orvane: Which columns hold X and Y? They can not be told by the column names; give "
+             "orvane: Which columns hold X and Y? The names of the columns do not tell; give "
              "--x and --y, a name or an index, for example:\n"
-             "  orvane import 'c.csv' --x 0 --y 1\n"
+             "  orvane import --x 0 --y 1 c.csv\n"
              "The columns of the file, by index:\n"
              "  INDEX NAME  FIRST VALUE\n"
              "  0     lon   1.5\n"
              "  1     lat   2.5\n"
              "  2     x     3.5\n"
              "  3     y     \\x1B[0m\n"
-             "The first line was taken for column names.\n"))
+             "The first line was read as column names.\n"))
         self.assert_folder("c.csv")
 
     def test_no_candidate_half_a_pair_and_two_of_one_name_ask_back(self):
@@ -1392,7 +1446,7 @@ class ImportColumnsTest(CliTest):
         self.write("c.csv", "1.5,2.5\n3.5,4.5\n")
         result = self.run_orvane("import", "c.csv")
         self.assertEqual(result.status, 2)
-        self.assertIn("  0     C1    1.5\n  1     C2    2.5\nThe first line was taken for data.\n",
+        self.assertIn("  0     C1    1.5\n  1     C2    2.5\nThe first line was read as data.\n",
                       result.err)
         out = self.succeed("import", "c.csv", "--x", "C1", "--y", "1").out
         self.assertIn("X from column 0 'C1', Y from column 1 'C2'; no column names\n", out)
@@ -1409,12 +1463,15 @@ class ImportColumnsTest(CliTest):
 
     def test_columns_that_do_not_fit(self):
         self.write("c.csv", "a,b,b\n1.5,2.5,3.5\n")
+        listed = (" The columns of the file, by index:\n"
+                  "  INDEX NAME\n  0     a\n  1     b\n  2     b")
         cases = (
-            (("--x", "zz", "--y", "1"), "There is no column --x 'zz'."),
+            (("--x", "zz", "--y", "1"), "There is no column --x 'zz'." + listed),
             (("--x", "0", "--y", "9"),
-             "There is no column --y '9'; the file has 3 columns, counted from 0."),
+             "There is no column --y '9'; the file has 3, counted from 0." + listed),
             (("--x", "a", "--y", "b"),
-             "The column --y 'b' is not certain: columns 1 and 2 have that name; give its index."),
+             "The column --y 'b' is not certain: columns 1 and 2 have that name; give its index."
+             + listed),
             (("--x", "1", "--y", "1"), "X, Y and Z must be different columns."),
             (("--x", "1", "-o", "X_COLUMN=1"), "Give --x or the option X_COLUMN, not both."),
             (("--x", "1", "-o", "Y_COLUMN=-1"), "The option Y_COLUMN counts from 0; -1 is no column."),
@@ -1462,7 +1519,7 @@ class ImportFormatsTest(CliTest):
         result = self.run_orvane("import", "s.csv", "out.fgb")
         self.assertEqual(
             (result.status, result.err),
-            (0, "orvane: note: 1 rows without geometry are not in the file: its format can not hold them\n"))
+            (0, "orvane: note: 1 rows without geometry are not in the file: its format cannot hold them\n"))
         self.assertEqual(len(self.dump("out.fgb")["features"]), 2)
         self.assert_folder("out.fgb", "s.csv")
 
@@ -1520,7 +1577,7 @@ class ImportFailuresTest(CliTest):
             self.assert_failure(
                 result,
                 1,
-                "orvane: Could not write <out.gpkg>. (Exporter) The format holds at most 1998 columns, "
+                "orvane: out.gpkg: The output cannot be written. The format holds at most 1998 columns, "
                 "and there are 1999; .fgb holds more.",
             )
 
@@ -1546,11 +1603,11 @@ class ImportFailuresTest(CliTest):
             with self.subTest(out=out):
                 self.assert_failure(
                     self.run_orvane("import", "s.csv", out), 1,
-                    f"orvane: Could not write <{out}>. (OutputTarget) {reason}")
+                    f"orvane: {out}: The output cannot be written. {reason}")
         for out in ("/proc/out.gpkg", "loop.gpkg"):
             result = self.run_orvane("import", "s.csv", out)
             self.assertEqual((result.status, result.out), (1, ""))
-            self.assertRegex(result.err, r"^orvane: Could not write <[^\n]+>\. \(OutputTarget\) [^\n]+\n$")
+            self.assertRegex(result.err, r"^orvane: [^\n]+: The output cannot be written\. [^\n]+\n$")
         self.assertEqual(sorted(os.listdir(self.folder)), before)
         self.assertEqual(self.content("busy.gpkg"), b"old")
         self.assertEqual(self.content("half.shp"), b"old")
@@ -1560,7 +1617,7 @@ class ImportFailuresTest(CliTest):
         self.write("bad.csv", "x,y,a\n1,2,3\n1,2,3,4\n")
         result = self.run_orvane("import", "bad.csv", "out.gpkg")
         self.assertEqual(result.status, 1)
-        self.assertTrue(result.err.startswith("orvane: Failed to parse feature # 1. (AsciiFile::BuildLayer)"))
+        self.assertTrue(result.err.startswith("orvane: bad.csv:3:4: A row has more fields than the file has columns."))
         self.assertEqual(self.content("out.gpkg"), b"old")
         self.assert_folder("s.csv", "bad.csv", "out.gpkg")
 
@@ -1576,7 +1633,7 @@ class ImportFailuresTest(CliTest):
                         preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_FSIZE, (limit, limit)))
                     self.assertEqual((result.status, result.out), (1, ""))
                     self.assertRegex(
-                        result.err, r"^orvane: Could not write <out\.\w+>\. \(Exporter\) [^\n]+\n$")
+                        result.err, r"^orvane: out\.\w+: The output cannot be written\. [^\n]+\n$")
                     self.assertEqual(self.content(out), b"old")
                     os.remove(self.path(out))
                     self.assert_folder("s.csv", "m.csv")
@@ -1596,7 +1653,8 @@ class OddValuesTest(CliTest):
         self.assertEqual(
             result.out,
             '{"ok":false,"exception":"BException","location":"a\\ud800b","message":"a\\ud800b",'
-            '"details":"a\\ud800b"}\n')
+            '"details":"a\\ud800b","code":"reader","what":"a\ufffdb","file":"half-pair.csv",'
+            '"line":null,"column":null,"cause":"a\ufffdb","advice":""}\n')
 
     def test_json_holds_every_type_and_the_ends_of_their_ranges(self):
         result = self.succeed("read", "odd.csv", "--plugin", FAKE, "--json")
@@ -1643,7 +1701,7 @@ class OddValuesTest(CliTest):
 
 
 class StreamsTest(CliTest):
-    LINE = "orvane: Could not write to the standard output. (TextOutput::Flush) {}\n"
+    LINE = "orvane: Could not write to the standard output. {}\n"
 
     def setUp(self):
         super().setUp()
@@ -1702,7 +1760,7 @@ class StreamsTest(CliTest):
 
 
 class SignalsTest(CliTest):
-    LINE = "orvane: Interrupted; nothing was written. (orvane)\n"
+    LINE = "orvane: Interrupted; nothing was written.\n"
 
     def start(self, name, out):
         self.write(name, "1\n")

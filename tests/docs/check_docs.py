@@ -195,6 +195,36 @@ class Errors(unittest.TestCase):
                     self.assertTrue(text in self.documented, "not in docs/errors.md")
         self.assertGreater(count, 40)
 
+    def test_the_codes_of_the_import_library_are_those_of_its_header(self):
+        documented = {
+            code(cells[0]): cells[1]
+            for heading, cells in table_rows(DOCS / "errors.md") if heading[0] == "Code"
+        }
+        kinds = {}
+        kind = None
+        header = SOURCE / "import/include/Orvane/Import/Failure.h"
+        for line in header.read_text(encoding="utf-8").splitlines():
+            if match := re.fullmatch(r"///     (\w+)", line):
+                kind = match.group(1)
+            elif kind and (match := re.match(r"///         ([a-z-]+) {2,}", line)):
+                kinds[match.group(1)] = kind
+        self.assertGreater(len(kinds), 40)
+        # The command line's own: no failure of the library is about memory.
+        self.assertEqual(set(documented), {*kinds, "memory"})
+        for name, kind in kinds.items():
+            if kind != "Request":
+                self.assertEqual(documented[name], "1", name)
+
+    def test_every_code_of_the_import_library_is_given_in_its_sources(self):
+        header = (SOURCE / "import/include/Orvane/Import/Failure.h").read_text(encoding="utf-8")
+        sources = "".join(
+            path.read_text(encoding="utf-8")
+            for folder in ("import/src", "export/src") for path in (SOURCE / folder).rglob("*.cpp"))
+        for name in re.findall(r"^///         ([a-z-]+) {2,}", header, re.MULTILINE):
+            if name != "internal":
+                with self.subTest(code=name):
+                    self.assertIn(f'"{name}"', sources)
+
     def test_every_documented_text_is_in_the_sources(self):
         present = set()
         for _, source in source_files():

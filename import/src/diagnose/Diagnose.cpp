@@ -347,6 +347,7 @@ void Diagnose(const FailedRead& read, FailureFields& fields)
     }
     if (code == "unknown-codec") {
         fields.value = read.options.GetString(AsciiReader::OptionRules::CodecKey()).ToUtf8();
+        fields.what = "There is no text encoding '" + fields.value + "'.";
         return;
     }
     if (code == "unmatched-quote") {
