@@ -1,11 +1,13 @@
-// Sorts the words of a command line by the rules of its command.
+// Has CLI11 parse a command line by the rules of its command, and words what is wrong with it.
 #include "Arguments.h"
 
 #include "NearestWord.h"
 #include "TerminalText.h"
 
+#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cstddef>
+#include <utility>
 
 namespace OrvaneHost {
 
@@ -50,6 +52,7 @@ bool IsOption(std::string_view word) noexcept
     return word.size() > 1 && word.front() == '-';
 }
 
+/// The option of that name, long or short.
 const ArgumentRule* FindArgument(const CommandRule& command, std::string_view name) noexcept
 {
     const auto found = std::find_if(
@@ -60,184 +63,189 @@ const ArgumentRule* FindArgument(const CommandRule& command, std::string_view na
     return found == command.arguments.end() ? nullptr : &*found;
 }
 
-/// An option as written, cut in its parts.
-struct OptionWord
+[[noreturn]] void
+ThrowUnknownOption(const ProgramRule& program, const CommandRule& command, std::string_view word)
 {
-    std::string_view name; ///< "--option" or "-o"
-    std::optional<std::string_view> value;
-};
-
-OptionWord CutOption(std::string_view word)
-{
-    if (word.starts_with("--")) {
-        const std::size_t at = word.find('=');
-        if (at == std::string_view::npos) {
-            return {word, std::nullopt};
+    std::vector<std::string_view> names;
+    for (const ArgumentRule& rule : command.arguments) {
+        if (rule.kind != EArgumentKind::Positional) {
+            names.push_back(rule.name);
         }
-        return {word.substr(0, at), word.substr(at + 1)};
     }
-    constexpr std::size_t kShortName = 2;
-    if (word.size() == kShortName) {
-        return {word, std::nullopt};
-    }
-    const std::size_t skipped = word[kShortName] == '=' ? kShortName + 1 : kShortName;
-    return {word.substr(0, kShortName), word.substr(skipped)};
+    const std::string_view name = word.starts_with("--") ? word.substr(0, word.find('=')) : word;
+    const std::string otherwise = "; " + HelpOf(program, command) + " lists the options.";
+    throw ArgumentError("There is no option " + Shown(name) + " of " + Called(program, command) +
+                        DidYouMean(name, names, otherwise));
 }
 
-/// One pass over the words of a command line.
-class ArgumentParser
+[[noreturn]] void ThrowWithoutValue(const ArgumentRule& rule)
 {
-public:
-    ArgumentParser(const ProgramRule& program, const std::vector<std::string>& words)
-        : m_program(program)
-        , m_words(words)
-        , m_rule(&program.program)
-    {}
+    throw ArgumentError("The option " + std::string(rule.name) + " needs a value: " + Form(rule) +
+                        ".");
+}
 
-    ParsedArguments Parse()
-    {
-        bool areOptionsOver = false;
-        while (m_next < m_words.size()) {
-            const std::string& word = m_words[m_next++];
-            if (areOptionsOver || !IsOption(word)) {
-                AddWord(word);
-            } else if (word == "--") {
-                areOptionsOver = true;
-            } else {
-                AddOption(word);
-            }
-        }
-        CheckWhole();
-        return std::move(m_result);
-    }
+[[noreturn]] void ThrowEmptyValue(const ArgumentRule& rule)
+{
+    throw ArgumentError("The value of " + std::string(rule.name) + " is an empty text; give " +
+                        Form(rule) + ", or leave the option out.");
+}
 
-private:
-    void AddWord(const std::string& word)
-    {
-        if (m_result.command == nullptr) {
-            SetCommand(word);
-            return;
-        }
-        std::size_t position = m_positionals++;
-        for (const ArgumentRule& rule : m_rule->arguments) {
-            if (rule.kind != EArgumentKind::Positional) {
-                continue;
-            }
-            if (position-- == 0) {
-                if (word.empty()) {
-                    throw ArgumentError(std::string(rule.name) +
-                                        " is an empty text; is a variable of a script not set?");
-                }
-                m_result.values[rule.name].push_back(word);
-                return;
-            }
-        }
-        throw ArgumentError("The argument " + Shown(word) + " is one too many. " +
-                            MakeUsageLine(m_program, *m_rule));
-    }
+[[noreturn]] void ThrowSurplusValue(const ArgumentRule& rule, std::string_view value)
+{
+    throw ArgumentError("The option " + std::string(rule.name) + " has no value, but " +
+                        Shown(value) + " is given.");
+}
 
-    void SetCommand(const std::string& word)
-    {
-        m_result.command = m_program.FindCommand(word);
-        if (m_result.command != nullptr) {
-            m_rule = m_result.command;
-            return;
+/// Rule: `-n=VALUE` gives VALUE, and `--name=` gives an empty text, which no option accepts. CLI11
+/// keeps the "=" of the one, and gives the next word to the other.
+std::vector<std::string> SettleEqualSigns(const CommandRule& command,
+                                          std::vector<std::string> words)
+{
+    constexpr std::size_t kShortName = 2;
+    const auto end = std::find(words.begin(), words.end(), "--");
+    for (auto word = words.begin(); word != end; ++word) {
+        const std::size_t at = word->find('=');
+        const ArgumentRule* rule = FindArgument(command, std::string_view(*word).substr(0, at));
+        if (rule == nullptr || at == std::string::npos) {
+            continue;
         }
-        ThrowUnknownCommand(m_program, word);
-    }
-
-    void AddOption(const std::string& word)
-    {
-        const OptionWord option = CutOption(word);
-        const ArgumentRule* rule = FindArgument(*m_rule, option.name);
-        if (rule == nullptr) {
-            ThrowUnknownOption(word.starts_with("--") ? option.name : std::string_view(word));
+        if (at + 1 == word->size() && rule->kind == EArgumentKind::Flag) {
+            ThrowSurplusValue(*rule, "");
         }
-        std::vector<std::string>& values = m_result.values[rule->name];
-        switch (rule->kind) {
-        case EArgumentKind::Flag:
-            if (option.value) {
-                throw ArgumentError("The option " + std::string(rule->name) +
-                                    " has no value, but " + Shown(*option.value) + " is given.");
-            }
-            values.emplace_back();
-            break;
-        case EArgumentKind::OptionalValue:
-            CheckValue(*rule, option.value.value_or("absent"), values);
-            values.emplace_back(option.value.value_or(""));
-            break;
-        default: {
-            const std::string value(option.value ? *option.value : NextWord(*rule));
-            CheckValue(*rule, value, values);
-            values.push_back(value);
+        if (at + 1 == word->size()) {
+            ThrowEmptyValue(*rule);
         }
+        if (at == kShortName) {
+            word->erase(at, 1);
         }
     }
+    return words;
+}
 
-    [[noreturn]] void ThrowUnknownOption(std::string_view name) const
-    {
-        std::vector<std::string_view> names;
-        for (const ArgumentRule& rule : m_rule->arguments) {
-            if (rule.kind != EArgumentKind::Positional) {
-                names.push_back(rule.name);
-            }
-        }
-        const std::string otherwise = "; " + HelpOf(m_program, *m_rule) + " lists the options.";
-        throw ArgumentError("There is no option " + Shown(name) + " of " +
-                            Called(m_program, *m_rule) + DidYouMean(name, names, otherwise));
+/// What a command line gives to one command, or to the program before the command.
+struct GivenWords
+{
+    std::map<std::string_view, std::vector<std::string>> values; ///< as in ParsedArguments
+    std::vector<std::string> others; ///< the words that are nothing of the command's, in order
+};
+
+/// Has CLI11 sort the words by the command's rules.
+/// @param arePrefix the words from the first that is no option on are not looked at
+GivenWords
+SortWords(const CommandRule& command, const std::vector<std::string>& words, bool arePrefix)
+{
+    CLI::App app;
+    app.set_help_flag(); // Its own would be known without a rule.
+    app.allow_extras();
+    app.prefix_command(arePrefix);
+    std::vector<std::pair<const ArgumentRule*, CLI::Option*>> options;
+    for (const ArgumentRule& rule : command.arguments) {
+        const std::string names = rule.shortName.empty()
+                                      ? std::string(rule.name)
+                                      : std::string(rule.shortName) + "," + std::string(rule.name);
+        const bool isWithNextWord =
+            rule.kind == EArgumentKind::Value || rule.kind == EArgumentKind::Positional;
+        const int expected = isWithNextWord ? 1 : 0;
+        CLI::Option* option = app.add_option(names)->expected(expected, expected);
+        options.emplace_back(&rule, option->multi_option_policy(CLI::MultiOptionPolicy::TakeAll));
     }
-
-    std::string_view NextWord(const ArgumentRule& rule)
-    {
-        const bool isThere = m_next < m_words.size() && m_words[m_next] != "--" &&
-                             !(IsOption(m_words[m_next]) &&
-                               FindArgument(*m_rule, CutOption(m_words[m_next]).name) != nullptr);
-        if (!isThere) {
-            throw ArgumentError("The option " + std::string(rule.name) +
-                                " needs a value: " + Form(rule) + ".");
+    try {
+        app.parse(std::vector<std::string>(words.rbegin(), words.rend()));
+    } catch (const CLI::ParseError& error) {
+        // With these rules only an option at the end that lacks its value is an error.
+        if (const ArgumentRule* rule =
+                words.empty() ? nullptr : FindArgument(command, words.back())) {
+            ThrowWithoutValue(*rule);
         }
-        return m_words[m_next++];
+        throw ArgumentError(TerminalText::Escape(error.what()));
     }
-
-    static void CheckValue(const ArgumentRule& rule,
-                           std::string_view value,
-                           const std::vector<std::string>& before)
-    {
-        if (value.empty()) {
-            throw ArgumentError("The value of " + std::string(rule.name) +
-                                " is an empty text; give " + Form(rule) +
-                                ", or leave the option out.");
+    GivenWords given;
+    for (const auto& [rule, option] : options) {
+        if (option->count() > 0) {
+            given.values[rule->name] = option->results();
         }
-        if (!rule.isRepeatable && !before.empty()) {
+    }
+    given.others = app.remaining();
+    return given;
+}
+
+/// @param words all of the command line
+void CheckValue(const CommandRule& command,
+                const ArgumentRule& rule,
+                const std::string& value,
+                const std::vector<std::string>& words)
+{
+    if (rule.kind == EArgumentKind::Positional && value.empty()) {
+        throw ArgumentError(std::string(rule.name) +
+                            " is an empty text; is a variable of a script not set?");
+    }
+    if (rule.kind == EArgumentKind::Flag && !value.empty()) {
+        ThrowSurplusValue(rule, value);
+    }
+    if (rule.kind != EArgumentKind::Value) {
+        return;
+    }
+    if (value.empty()) {
+        ThrowEmptyValue(rule);
+    }
+    // CLI11 gives any next word to the option before it.
+    const std::string_view name = std::string_view(value).substr(0, value.find('='));
+    const bool isOption = value == "--" || FindArgument(command, name) != nullptr;
+    if (isOption && std::find(words.begin(), words.end(), value) != words.end()) {
+        ThrowWithoutValue(rule);
+    }
+}
+
+/// Checks all values of the arguments that the command knows.
+void CheckValues(const CommandRule& command,
+                 const std::vector<std::string>& words,
+                 const ParsedArguments& arguments)
+{
+    for (const ArgumentRule& rule : command.arguments) {
+        const std::vector<std::string> values = arguments.GetAll(rule.name);
+        for (const std::string& value : values) {
+            CheckValue(command, rule, value, words);
+        }
+        const bool isForOnce =
+            rule.kind == EArgumentKind::OptionalValue || rule.kind == EArgumentKind::Value;
+        if (isForOnce && !rule.isRepeatable && values.size() > 1) {
             throw ArgumentError("The option " + std::string(rule.name) +
                                 " is given twice; leave one of them out.");
         }
     }
+}
 
-    void CheckWhole() const
-    {
-        if (m_result.command == nullptr) {
-            return;
-        }
-        for (const ArgumentRule& rule : m_rule->arguments) {
-            if (rule.isRequired && !m_result.Has(rule.name)) {
-                throw ArgumentError(std::string(rule.name) + " is missing. " +
-                                    MakeUsageLine(m_program, *m_rule));
-            }
-            if (!rule.excludes.empty() && m_result.Has(rule.name) && m_result.Has(rule.excludes)) {
-                throw ArgumentError("Give " + std::string(rule.excludes) + " or " +
-                                    std::string(rule.name) + ", not both.");
-            }
+/// @param others the words that are nothing of the command's
+void CheckOthers(const ProgramRule& program,
+                 const CommandRule& command,
+                 const std::vector<std::string>& others)
+{
+    bool areOptionsOver = false;
+    for (const std::string& word : others) {
+        if (!areOptionsOver && word == "--") {
+            areOptionsOver = true;
+        } else if (!areOptionsOver && IsOption(word)) {
+            ThrowUnknownOption(program, command, word);
+        } else {
+            throw ArgumentError("The argument " + Shown(word) + " is one too many. " +
+                                MakeUsageLine(program, command));
         }
     }
+}
 
-    const ProgramRule& m_program;
-    const std::vector<std::string>& m_words;
-    const CommandRule* m_rule;
-    std::size_t m_next = 0;
-    std::size_t m_positionals = 0;
-    ParsedArguments m_result;
-};
+void CheckWhole(const ProgramRule& program, const ParsedArguments& arguments)
+{
+    for (const ArgumentRule& rule : arguments.command->arguments) {
+        if (rule.isRequired && !arguments.Has(rule.name)) {
+            throw ArgumentError(std::string(rule.name) + " is missing. " +
+                                MakeUsageLine(program, *arguments.command));
+        }
+        if (!rule.excludes.empty() && arguments.Has(rule.name) && arguments.Has(rule.excludes)) {
+            throw ArgumentError("Give " + std::string(rule.excludes) + " or " +
+                                std::string(rule.name) + ", not both.");
+        }
+    }
+}
 
 } // namespace
 
@@ -297,7 +305,36 @@ std::string MakeUsageLine(const ProgramRule& program, const CommandRule& command
 
 ParsedArguments ParseArguments(const ProgramRule& program, const std::vector<std::string>& words)
 {
-    return ArgumentParser(program, words).Parse();
+    const CommandRule& before = program.program;
+    const std::vector<std::string> settled = SettleEqualSigns(before, words);
+    GivenWords given = SortWords(before, settled, true);
+    ParsedArguments arguments{nullptr, std::move(given.values)};
+    auto next = given.others.begin();
+    if (next != given.others.end() && *next == "--") {
+        ++next;
+    } else if (next != given.others.end() && IsOption(*next)) {
+        ThrowUnknownOption(program, before, *next);
+    }
+    std::vector<std::string> rest;
+    if (next != given.others.end()) {
+        arguments.command = program.FindCommand(*next);
+        if (arguments.command == nullptr) {
+            ThrowUnknownCommand(program, *next);
+        }
+        rest = SettleEqualSigns(*arguments.command, {next + 1, given.others.end()});
+        given = SortWords(*arguments.command, rest, false);
+        CheckOthers(program, *arguments.command, given.others);
+        for (auto& [name, values] : given.values) {
+            std::vector<std::string>& all = arguments.values[name];
+            all.insert(all.end(), values.begin(), values.end());
+        }
+    }
+    CheckValues(before, words, arguments);
+    if (arguments.command != nullptr) {
+        CheckValues(*arguments.command, words, arguments);
+        CheckWhole(program, arguments);
+    }
+    return arguments;
 }
 
 } // namespace OrvaneHost

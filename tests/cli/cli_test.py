@@ -260,6 +260,8 @@ class ArgumentsTest(CliTest):
     def test_a_value_that_is_too_much_or_given_twice_is_refused(self):
         for arguments, line in (
             (("read", "a.csv", "--json=2"), "The option --json has no value, but '2' is given."),
+            (("read", "a.csv", "--json=true"), "The option --json has no value, but 'true' is given."),
+            (("read", "a.csv", "--json="), "The option --json has no value, but '' is given."),
             (("import", "a.csv", "--x", "0", "--x=1"),
              "The option --x is given twice; leave one of them out."),
             (("--plugin", FAKE, "read", "a.csv", "--plugin", FAKE),
@@ -296,10 +298,22 @@ class ArgumentsTest(CliTest):
                 result = self.succeed("read", *option, "a.csv", "--json", "--json")
                 self.assertEqual(len(result.json["layer"]["features"]), 1)
 
+    def test_values_arrive_as_written(self):
+        self.write("a.csv", "read,[b],{}\n1,2,3\n")
+        for value, index in (("read", 0), ("[b]", 1), ("{}", 2), ("-1", None)):
+            for arguments in (("--x", value), (f"--x={value}",)):
+                with self.subTest(arguments=arguments):
+                    result = self.run_orvane("import", "a.csv", "out.csv", *arguments, "--y", str(((index or 0) + 1) % 3))
+                    if index is None:
+                        self.assertIn("'-1'", result.err)
+                    else:
+                        self.assertIn(f"X from column {index} '{value}'", result.out)
+
     def test_two_dashes_end_the_options(self):
         self.write("-n.csv", "1,2\n")
         for arguments in (("--json", "--", "-n.csv"), ("./-n.csv", "--json", "--")):
             self.assertTrue(self.succeed("read", *arguments).json["ok"])
+        self.assertEqual(self.succeed("read", "-o", "MAX_RECORDS=1", "--", "-n.csv").status, 0)
         self.assert_wrong(("read", "--", "-n.csv", "--json"),
                           "The argument '--json' is one too many. Usage: orvane read FILE [OPTION...]")
 
