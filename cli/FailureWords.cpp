@@ -1,12 +1,14 @@
 // The words of failures, and the arguments that put them right.
 #include "FailureWords.h"
 
+#include "NearestWord.h"
 #include "ShellWords.h"
 #include "TerminalText.h"
 
 #include <algorithm>
 #include <cctype>
 #include <new>
+#include <set>
 #include <utility>
 
 namespace OrvaneHost {
@@ -91,6 +93,38 @@ std::string ExtendCommand(std::vector<std::string> words, const std::vector<std:
     return MakeCommand(words);
 }
 
+constexpr std::string_view kSeparatorForm = "-o ASCII_SEPARATOR=TEXT";
+
+/// Whether a text of the file has a character that delimited text never has.
+bool HasNul(const std::vector<ColumnSample>& columns)
+{
+    return std::any_of(columns.begin(), columns.end(), [](const ColumnSample& column) {
+        return (column.name + column.firstValue).find('\0') != std::string::npos;
+    });
+}
+
+/// The separator, as an option has it, that cuts the only column of a file into several; empty when
+/// none does, or the command names one already.
+std::string FindSeparator(const std::vector<ColumnSample>& columns,
+                          const std::vector<std::string>& words)
+{
+    const bool isGiven = std::any_of(words.begin(), words.end(), [](const std::string& word) {
+        return word.find("ASCII_SEPARATOR") != std::string::npos || word.starts_with("--options");
+    });
+    if (isGiven || columns.empty()) {
+        return {};
+    }
+    constexpr std::pair<char, std::string_view> kSeparators[] = {
+        {';', ";"}, {'\t', "\\t"}, {'|', "|"}, {',', ","}};
+    const ColumnSample& column = columns.front();
+    for (const auto& [byte, option] : kSeparators) {
+        if ((column.name + column.firstValue).find(byte) != std::string::npos) {
+            return std::string(option);
+        }
+    }
+    return {};
+}
+
 /// The question back when the columns cannot be told.
 std::string AskForColumns(const FailureFields& fields, const std::vector<std::string>& words)
 {
@@ -100,9 +134,12 @@ std::string AskForColumns(const FailureFields& fields, const std::vector<std::st
     };
     std::string text;
     if (fields.columns.size() < 2) {
-        text = "The file has one column, and X and Y need two. Is the separator another one? For "
-               "example:\n  " +
-               ExtendCommand(words, {"-o", "ASCII_SEPARATOR=;"}) + "\n";
+        text = "The file has one column, and X and Y need two. Is the separator another one?";
+        const std::string separator = FindSeparator(fields.columns, words);
+        text += separator.empty()
+                    ? " " + std::string(kSeparatorForm) + " says which.\n"
+                    : " For example:\n  " +
+                          ExtendCommand(words, {"-o", "ASCII_SEPARATOR=" + separator}) + "\n";
     } else {
         std::vector<std::string> added;
         std::size_t next = 0;
@@ -120,6 +157,10 @@ std::string AskForColumns(const FailureFields& fields, const std::vector<std::st
     text += fields.hasColumnNames ? "The first line was read as column names."
                                   : "The first line was read as data.";
     text += fields.mayHaveSkippedHeader ? " The preview does not skip header lines." : "";
+    text += HasNul(fields.columns)
+                ? " It holds NUL characters: is it text of another encoding, for example "
+                  "-o CODEC=UTF-16LE, or no text at all?"
+                : "";
     return text;
 }
 
@@ -151,7 +192,17 @@ std::string DescribeRequest(const ImportFailure& failure, const std::vector<std:
         return AskForColumns(fields, words);
     }
     if (failure.Is("no-such-column")) {
-        return WithColumns("There is no column " + column + ".", fields);
+        constexpr std::size_t kLongestName = 64;
+        std::vector<std::string_view> names;
+        std::set<std::string_view> seen;
+        for (const ColumnSample& known : fields.columns) {
+            if (known.name.size() <= kLongestName && seen.insert(known.name).second) {
+                names.push_back(known.name);
+            }
+        }
+        // The names are those of a file: they are escaped before they are shown.
+        std::string nearest = DidYouMean(fields.value, names, ".");
+        return WithColumns("There is no column " + column + TerminalText::Escape(nearest), fields);
     }
     if (failure.Is("column-beyond")) {
         return WithColumns("There is no column " + column + "; the file has " +
@@ -195,22 +246,40 @@ std::string DescribeFields(const FailureFields& fields)
         line += isOpen ? ". " : line.empty() ? "" : " ";
         line += show(*text);
     }
+    line += !line.empty() && std::isalnum(static_cast<unsigned char>(line.back())) != 0 ? "." : "";
     return line;
 }
 
-/// The arguments that put a failure right, as a sentence; empty for none.
-std::string_view AdviseArguments(const ImportFailure& failure)
+/// Encodings that files have; the reader knows more.
+const std::vector<std::string_view>& GetUsualEncodings()
 {
+    static const std::vector<std::string_view> kNames = {
+        "UTF-8",        "UTF-16",       "UTF-16LE",     "UTF-16BE",     "UTF-32",
+        "ISO-8859-1",   "ISO-8859-2",   "ISO-8859-5",   "ISO-8859-7",   "ISO-8859-9",
+        "ISO-8859-15",  "windows-1250", "windows-1251", "windows-1252", "windows-1253",
+        "windows-1254", "KOI8-R",       "KOI8-U",       "IBM866",       "macintosh",
+        "Shift_JIS",    "EUC-JP",       "EUC-KR",       "GB18030",      "Big5"};
+    return kNames;
+}
+
+/// The arguments that put a failure right, as a sentence; empty for none.
+std::string AdviseArguments(const ImportFailure& failure)
+{
+    if (failure.Is("unknown-codec")) {
+        const std::vector<std::string_view> nearest =
+            FindNearestWords(failure.GetFields().value, GetUsualEncodings());
+        return "For example: -o CODEC=" +
+               std::string(nearest.empty() ? GetUsualEncodings().front() : nearest.front()) + ".";
+    }
     constexpr std::pair<std::string_view, std::string_view> kAdvice[] = {
         {"no-module", "Name the module with --plugin."},
         {"no-separator", "For example: -o 'ASCII_SEPARATOR=;'."},
         {"preview-fields", "For example: -o 'ASCII_SEPARATOR=;', or -o ASCII_HEADER_COUNT=1."},
-        {"unknown-codec", "For example: -o CODEC=UTF-8."},
         {"cache-folder", "Another folder: --disk-cache=DIR."},
     };
     for (const auto& [code, advice] : kAdvice) {
         if (failure.Is(code)) {
-            return advice;
+            return std::string(advice);
         }
     }
     return {};
@@ -269,8 +338,8 @@ FormatFailure(const ImportFailure& failure, const std::vector<std::string>& word
                     TerminalText::EscapeAndCut(std::string_view(fields.row), kMostRowCharacters) +
                     "'.";
         }
-        const std::string_view advice = AdviseArguments(failure);
-        line += advice.empty() ? "" : " " + std::string(advice);
+        const std::string advice = AdviseArguments(failure);
+        line += advice.empty() ? "" : " " + advice;
     }
     if (isVerbose && !fields.underneath.className.empty()) {
         line += DescribeUnderneath(fields.underneath);

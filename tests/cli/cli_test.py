@@ -993,7 +993,7 @@ class PluginsTest(CliTest):
                     texts_of(result.json),
                     {"ok": False, "exception": exception, "location": "", "message": message, "details": ""},
                 )
-                self.assertEqual((result.status, result.err), (1, f"orvane: {name}.csv: {message}\n"))
+                self.assertEqual((result.status, result.err), (1, f"orvane: {name}.csv: {message.rstrip('.')}.\n"))
 
     def test_a_lack_of_memory_says_what_to_do(self):
         self.write("bad-alloc.csv", "1\n")
@@ -1059,12 +1059,45 @@ class PluginsTest(CliTest):
         self.assertIn("The file has one column, and X and Y need two.", result.err)
         self.assertNotIn("--y", result.err)
 
+    def test_a_separator_is_proposed_only_where_it_cuts_the_column(self):
+        for content, option in (("v\n1\n", None), ("x;y\n1;2\n", "';'"), ("x|y\n1|2\n", "'|'"),
+                                ("x\ty\n1\t2\n", "'\\t'")):
+            with self.subTest(content=content):
+                self.write("one.csv", content)
+                result = self.run_orvane("import", "one.csv")
+                if option is None:
+                    self.assertNotIn("orvane import", result.err)
+                    self.assertIn("-o ASCII_SEPARATOR=TEXT says which.\n", result.err)
+                    continue
+                command = result.err.split("\n")[1].split()
+                self.assertEqual(command, ["orvane", "import", "-o", "'ASCII_SEPARATOR=" + option[1:], "one.csv"])
+                again = self.run_orvane(*shlex.split(" ".join(command))[1:])
+                self.assertEqual((again.status, again.err), (0, ""))
+                # Who has given a separator is not asked for the same one.
+                self.assertNotIn("orvane import", self.run_orvane(
+                    "import", "one.csv", "-o", "ASCII_SEPARATOR=#").err)
+
+    def test_a_file_with_nul_characters_is_told_from_text(self):
+        self.write("nul.csv", bytes(64))
+        self.assertIn(" It holds NUL characters:", self.run_orvane("import", "nul.csv").err)
+
+    def test_a_wrong_column_or_encoding_names_the_one_like_it(self):
+        self.write("a.csv", "lon,lat,lat,n\n1,2,3,4\n")
+        self.assertTrue(self.run_orvane("import", "a.csv", "--x", "lonn", "--y", "1").err.startswith(
+            "orvane: There is no column --x 'lonn'; did you mean lon? "))
+        self.assertTrue(self.run_orvane("import", "a.csv", "--x", "0", "--y", "latt").err.startswith(
+            "orvane: There is no column --y 'latt'; did you mean lat? "))
+        for given, near in (("windows-125", "windows-1250"), ("utf8x", "UTF-8"), ("qqqq", "UTF-8")):
+            result = self.run_orvane("read", "a.csv", "-o", "CODEC=" + given)
+            self.assertIn(f" For example: -o CODEC={near}.\n", result.err)
+            self.assertEqual(self.run_orvane("read", "a.csv", "-o", "CODEC=" + near).status, 0)
+
     def test_the_line_of_a_failure_is_one_line_without_control_characters(self):
         self.write("swapped.csv", "1\n")
         self.assert_failure(
             self.run_orvane("read", "swapped.csv", "--plugin", FAKE),
             1,
-            "orvane: swapped.csv: the message\\x0A\\x1B[0m. the\\x09details",
+            "orvane: swapped.csv: the message\\x0A\\x1B[0m. the\\x09details.",
         )
 
 
@@ -1321,7 +1354,7 @@ class DiskCacheTest(CliTest):
         self.assert_failure(
             result, 1,
             "orvane: million-loses-folder.csv: The file for the disk cache cannot be made. "
-            + self.path("cache/orvane-layer") + ": No such file or directory")
+            + self.path("cache/orvane-layer") + ": No such file or directory.")
         self.assert_folder("million-loses-folder.csv")
 
     def test_a_signal_while_reading_leaves_nothing(self):

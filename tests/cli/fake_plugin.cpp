@@ -175,6 +175,12 @@ protected:
         if (is(u"swapped")) {
             throw Orvane::BException("the message\n\x1B[0m", "the location", "the\tdetails");
         }
+        if (is(u"throws")) {
+            std::ifstream file(path.ToUtf8());
+            std::string message;
+            std::getline(file, message);
+            throw Orvane::BException(BString(message), "the location");
+        }
         if (is(u"half-pair")) {
             const BString half = std::u16string{u'a', static_cast<char16_t>(0xD800), u'b'};
             throw Orvane::BException(half, half, half);
