@@ -51,7 +51,8 @@ protected:
         m_path = m_folder.File("points.csv", "x,y,n\n1,2,a\n3,4,b\n");
     }
 
-    void TearDown() override { EXPECT_EQ(IsLoaded(), kStaysLoaded); }
+    // Where modules stay loaded for the leak checker, one that was refused was never loaded.
+    void TearDown() override { EXPECT_TRUE(kStaysLoaded || !IsLoaded()); }
 
     [[nodiscard]] BReaderHandle ReadPoints(const BPluginModule& module) const
     {
