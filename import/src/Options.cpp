@@ -304,11 +304,10 @@ void AddOptionTexts(const std::vector<std::string>& texts, Orvane::BParamList& p
         if (equals == std::string::npos) {
             if (option.kind != EOptionKind::Presence) {
                 const std::string name = option.key.ToUtf8();
-                Throw("option-value",
-                      "The option " + name + " needs a value: " + name +
-                          "=VALUE, a value of the type " + NameOfKind(option.kind) + ".",
-                      name,
-                      {});
+                std::string what = "The option " + name;
+                what.append(" needs a value: ").append(name);
+                what.append("=VALUE, a value of the type ").append(NameOfKind(option.kind));
+                Throw("option-value", what.append("."), name, {});
             }
             params.Add(option.key, true);
             continue;
