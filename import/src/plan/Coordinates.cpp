@@ -527,6 +527,7 @@ void DecideCoordinates(const CoordinateSearch& search, const PlanRequest& reques
     if (pairs.size() > 1) {
         plan.coordinates.confidence = EConfidence::Tie;
         std::vector<PlanAnswer> answers;
+        answers.reserve(pairs.size());
         for (const Pair& pair : pairs) {
             answers.push_back({pair.x, pair.y, {}, {}});
         }

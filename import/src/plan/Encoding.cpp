@@ -73,7 +73,7 @@ std::string AskStatistics(std::string_view text)
     uchardet_t detector = uchardet_new();
     uchardet_handle_data(detector, text.data(), text.size());
     uchardet_data_end(detector);
-    const std::string name = uchardet_get_charset(detector);
+    std::string name = uchardet_get_charset(detector);
     uchardet_delete(detector);
     return name;
 }

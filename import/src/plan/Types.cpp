@@ -17,6 +17,7 @@ using Values::ECell;
 std::vector<PlanPlace> PlacesOf(const std::vector<Scan::Example>& examples)
 {
     std::vector<PlanPlace> places;
+    places.reserve(examples.size());
     for (const Scan::Example& example : examples) {
         places.push_back({example.position.line, example.position.byte, example.text});
     }

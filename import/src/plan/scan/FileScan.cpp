@@ -363,7 +363,7 @@ private:
             AddRun(fields, 1, position);
             return;
         }
-        if (m_facts.counts.size() < ScanFacts::kMostCounts || m_facts.counts.count(fields) > 0) {
+        if (m_facts.counts.size() < ScanFacts::kMostCounts || m_facts.counts.contains(fields)) {
             m_facts.counts[fields].Add(position, line);
         }
         (fields < m_columns ? m_facts.shorter : m_facts.longer).Add(position, line);

@@ -229,8 +229,9 @@ std::vector<char> FindSeparators(std::string_view text)
 {
     std::array<std::size_t, 128> counts{};
     for (const char unit : text) {
-        if (static_cast<signed char>(unit) >= 0) {
-            ++counts[static_cast<std::size_t>(unit)];
+        const auto code = static_cast<unsigned char>(unit);
+        if (code < counts.size()) {
+            ++counts[code];
         }
     }
     std::vector<std::pair<std::size_t, char>> found;
@@ -249,7 +250,7 @@ std::vector<char> FindSeparators(std::string_view text)
     });
     std::vector<char> separators;
     for (const char usual : {',', ';', '\t', '|', ' '}) {
-        if (counts[static_cast<std::size_t>(usual)] > 0) {
+        if (counts[static_cast<unsigned char>(usual)] > 0) {
             separators.push_back(usual);
         }
     }
@@ -643,14 +644,14 @@ NamesVerdict JudgeNames(const HeadRecord& record, const std::vector<SampleColumn
         if (sample.isTyped) {
             verdict.forNames += isWord && kind != ECell::NullWord ? 1U : 0U;
             verdict.forData += !isWord && !IsYear(cell) ? 1U : 0U;
-            if (isWord && kind == ECell::Boolean && sample.distinct.count(cell) > 0) {
+            if (isWord && kind == ECell::Boolean && sample.distinct.contains(cell)) {
                 --verdict.forNames;
                 ++verdict.forData;
             }
             continue;
         }
         // A number over a column of text is no name, but little proof of a row.
-        isMet = isMet || sample.distinct.count(cell) > 0;
+        isMet = isMet || sample.distinct.contains(cell);
         const bool hasDigit = std::any_of(cell.begin(), cell.end(), Values::IsDigit);
         missingForm +=
             isWord && !hasDigit && sample.values >= 2 && sample.withDigits * 10 >= sample.values * 9
@@ -729,7 +730,7 @@ bool IsFurtherNames(const HeadRecord& record,
             continue;
         }
         const bool isWord = kind == ECell::Text || kind == ECell::Boolean;
-        if (!isWord || (kind == ECell::Boolean && samples[column].distinct.count(cell) > 0)) {
+        if (!isWord || (kind == ECell::Boolean && samples[column].distinct.contains(cell))) {
             return false;
         }
         ++filled;
@@ -848,6 +849,18 @@ FindTableStart(const std::vector<HeadRecord>& head, std::size_t columns, bool ha
     return 0;
 }
 
+/// What a line before the table is.
+ELineKind KindBeforeTable(const HeadRecord& record, bool isFirst)
+{
+    if (record.isBlank) {
+        return ELineKind::Blank;
+    }
+    if (isFirst && FindStatement(record.text) != 0) {
+        return ELineKind::Statement;
+    }
+    return IsComment(record.text) ? ELineKind::Comment : ELineKind::Preamble;
+}
+
 } // namespace
 
 TableHead FindTable(std::string_view text, const Candidate& candidate, const ShapeRequest& request)
@@ -873,13 +886,7 @@ TableHead FindTable(std::string_view text, const Candidate& candidate, const Sha
     }
     first = SkipSparseLines(head, first, table.columns);
     for (std::size_t index = 0; index < first; ++index) {
-        const HeadRecord& record = head[index];
-        const bool isStatement = index == 0 && FindStatement(record.text) != 0;
-        addLine(record,
-                record.isBlank           ? ELineKind::Blank
-                : isStatement            ? ELineKind::Statement
-                : IsComment(record.text) ? ELineKind::Comment
-                                         : ELineKind::Preamble);
+        addLine(head[index], KindBeforeTable(head[index], index == 0));
     }
     std::size_t row = first;
     for (std::size_t index = row; index < std::min(row + 2, head.size()); ++index) {
