@@ -121,6 +121,20 @@ std::string NameFor(const std::string& name)
     return name == "UHC" || name == "EUC-KR" ? "CP949" : name;
 }
 
+/// The name of the units with their order of bytes, or the one given.
+std::string NameOfUnits(Scan::EUnits units, const std::string& given)
+{
+    static constexpr const char* kNames[] = {"", "UTF-16LE", "UTF-16BE", "UTF-32LE", "UTF-32BE"};
+    if (units != Scan::EUnits::Bytes) {
+        return kNames[static_cast<std::size_t>(units)];
+    }
+    std::string name = given;
+    std::transform(name.begin(), name.end(), name.begin(), [](char unit) {
+        return unit >= 'a' && unit <= 'z' ? static_cast<char>(unit - 'a' + 'A') : unit;
+    });
+    return name == "UTF8" ? "UTF-8" : name == "ASCII" ? "US-ASCII" : name;
+}
+
 void DecideByStatistics(const Scan::ByteFacts& bytes, PlanDecision<std::string>& decision)
 {
     const std::string found = AskStatistics(bytes.highLines);
@@ -146,6 +160,11 @@ void DecideByStatistics(const Scan::ByteFacts& bytes, PlanDecision<std::string>&
 }
 
 } // namespace
+
+bool IsEncoding(const std::string& name)
+{
+    return Converter(name).IsOpen();
+}
 
 bool IsIn(std::string_view text, const std::string& encoding)
 {
@@ -184,14 +203,12 @@ PlanDecision<std::string> DecideEncoding(const Scan::SourceFacts& source,
 {
     PlanDecision<std::string> decision;
     if (!given.empty()) {
-        decision.value = given;
+        decision.value = NameOfUnits(source.units, given);
         decision.decider = EDecider::Given;
         return decision;
     }
     if (source.units != Scan::EUnits::Bytes) {
-        static constexpr const char* kNames[] = {
-            "", "UTF-16LE", "UTF-16BE", "UTF-32LE", "UTF-32BE"};
-        decision.value = kNames[static_cast<std::size_t>(source.units)];
+        decision.value = NameOfUnits(source.units, {});
         decision.evidence.push_back(
             {source.hasMark ? "byte order mark" : "NULs in every other byte", 1, {}});
         decision.confidence = source.hasMark ? EConfidence::Certain : EConfidence::Strong;

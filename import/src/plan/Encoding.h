@@ -21,6 +21,9 @@ namespace Orvane::Import {
 /// the copy.
 [[nodiscard]] std::string ToUtf8(std::string_view text, const std::string& encoding);
 
+/// Whether the system knows an encoding of that name.
+[[nodiscard]] bool IsEncoding(const std::string& name);
+
 /// Whether all of a text is characters of the encoding, none of them a C1 control.
 [[nodiscard]] bool IsIn(std::string_view text, const std::string& encoding);
 

@@ -45,16 +45,9 @@ Json MakeDecision(const PlanDecision<Value>& decision, Json value)
             {"rivals", rivals}};
 }
 
-std::string_view KindOf(EPlanSeparation kind)
-{
-    constexpr std::array<std::string_view, 4> kNames = {
-        "one column", "character", "blanks", "widths"};
-    return kNames.at(static_cast<std::size_t>(kind));
-}
-
 Json MakeJson(const PlanSeparator& separator)
 {
-    return {{"kind", KindOf(separator.kind)},
+    return {{"kind", NameOf(separator.kind)},
             {"character",
              separator.kind == EPlanSeparation::Character ? std::string(1, separator.character)
                                                           : std::string()},
@@ -94,13 +87,23 @@ Json MakeJson(const PlanShape& shape)
                          {"byte", item.byte},
                          {"text", item.text}});
     }
+    Json orders = Json::array();
+    for (const PlanOrder& order : shape.orders) {
+        orders.push_back({{"line", order.line}, {"columns", order.columns}});
+    }
     return {{"separator", MakeDecision(shape.separator, MakeJson(shape.separator.value))},
             {"quotes", MakeDecision(shape.quotes, MakeJson(shape.quotes.value))},
             {"columnCount", MakeDecision(shape.columnCount, shape.columnCount.value)},
             {"hasNames", MakeDecision(shape.hasNames, shape.hasNames.value)},
+            {"namesLines", shape.namesLines},
+            {"orders", orders},
+            {"commentMarks", shape.commentMarks},
+            {"shortRowsAreRows", shape.shortRowsAreRows},
+            {"mostFields", shape.mostFields},
             {"lines", lines},
             {"firstRowLine", shape.firstRowLine},
             {"firstRowByte", shape.firstRowByte},
+            {"lastRowLine", shape.lastRowLine},
             {"rows", shape.rows},
             {"continuations", shape.continuations},
             {"blankLines", shape.blankLines},
@@ -181,10 +184,12 @@ std::string ToJson(const Plan& plan)
                             {"places", places}});
     }
     const PlanCoordinates& found = plan.coordinates.value;
-    const Json coordinates = {{"x", MakeIndex(found.x)},
-                              {"y", MakeIndex(found.y)},
-                              {"z", MakeIndex(found.z)},
-                              {"notation", NameOf(found.notation)}};
+    const Json coordinates = {
+        {"x", MakeIndex(found.x)},
+        {"y", MakeIndex(found.y)},
+        {"z", MakeIndex(found.z)},
+        {"notation", NameOf(found.notation)},
+        {"letterO", found.letterO == 0 ? std::string() : std::string(1, found.letterO)}};
     const Json json = {
         {"path", plan.path},
         {"bytes", MakeJson(plan.bytes)},
@@ -192,6 +197,9 @@ std::string ToJson(const Plan& plan)
         {"columns", columns},
         {"coordinates", MakeDecision(plan.coordinates, coordinates)},
         {"coordinateSystem", MakeDecision(plan.coordinateSystem, plan.coordinateSystem.value)},
+        {"nullTexts", plan.nullTexts},
+        {"isAllText", plan.isAllText},
+        {"hasNoPoints", plan.hasNoPoints},
         {"questions", questions},
         {"findings", findings}};
     // Texts of the file need not be UTF-8 whatever the plan says of it.
@@ -210,6 +218,13 @@ std::string_view NameOf(EPlanType type)
                                                         "date and time",
                                                         "angle"};
     return kNames.at(static_cast<std::size_t>(type));
+}
+
+std::string_view NameOf(EPlanSeparation kind)
+{
+    constexpr std::array<std::string_view, 4> kNames = {
+        "one column", "character", "blanks", "widths"};
+    return kNames.at(static_cast<std::size_t>(kind));
 }
 
 std::string_view NameOf(EConfidence confidence)

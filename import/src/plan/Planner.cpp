@@ -1,9 +1,11 @@
 // MakePlan: a first look, one pass over the file, and the decisions.
 #include "Coordinates.h"
 #include "Encoding.h"
+#include "PlanDialect.h"
 #include "Types.h"
 #include "scan/FileScan.h"
 
+#include <Orvane/Import/Failure.h>
 #include <Orvane/Import/Plan.h>
 
 #include <algorithm>
@@ -251,6 +253,12 @@ void PlanHeadOf(const Scan::TableHead& head,
                                     line.byte,
                                     ToUtf8(first.substr(0, 80), encoding)});
     }
+    for (const std::vector<std::string>& cells : head.namesCells) {
+        std::vector<std::string>& line = plan.shape.namesLines.emplace_back();
+        for (const std::string& cell : cells) {
+            line.push_back(ToUtf8(cell, encoding));
+        }
+    }
     plan.shape.firstRowLine = head.firstRowLine;
     plan.shape.firstRowByte = head.firstRow;
     if (names.value && head.namesFields != head.columns) {
@@ -424,7 +432,17 @@ bool IsWithoutRows(const Scan::ScanFacts& facts)
 
 Plan MakePlan(const std::string& path, const PlanRequest& request)
 {
-    Scan::TextSource source(path);
+    if (!request.encoding.empty() && Scan::UnitsOf(request.encoding) == Scan::EUnits::Bytes &&
+        !IsEncoding(request.encoding)) {
+        FailureFields fields;
+        fields.kind = EFailureKind::Request;
+        fields.code = "unknown-codec";
+        fields.what = "There is no text encoding '" + request.encoding + "'.";
+        fields.file = path;
+        fields.value = request.encoding;
+        throw ImportFailure(std::move(fields));
+    }
+    Scan::TextSource source(path, request.encoding);
     const Probe probe = TakeProbe(source);
     Scan::ShapeRequest shapeRequest;
     shapeRequest.lineEnds = FindLineEnds(probe.Text());
@@ -436,8 +454,10 @@ Plan MakePlan(const std::string& path, const PlanRequest& request)
     shapeRequest.names = request.hasNames ? (*request.hasNames ? 1 : 0) : -1;
     if (request.separator) {
         shapeRequest.hasGivenDialect = true;
-        shapeRequest.given.separation = Scan::ESeparation::Character;
-        shapeRequest.given.separator = *request.separator;
+        const PlanSeparator given = ParseSeparator(*request.separator);
+        shapeRequest.given.separation = static_cast<Scan::ESeparation>(given.kind);
+        shapeRequest.given.separator = given.character;
+        shapeRequest.given.ends = given.ends;
         shapeRequest.given.quote = request.quote.value_or('"');
         shapeRequest.given.lineEnds = shapeRequest.lineEnds;
         shapeRequest.given.isUtf8 = shapeRequest.isUtf8;
@@ -478,6 +498,9 @@ Plan MakePlan(const std::string& path, const PlanRequest& request)
     plan.shape.blankLines = facts.blanks.count;
     plan.shape.shortRows = facts.shorter.count;
     plan.shape.longRows = facts.longer.count;
+    plan.shape.shortRowsAreRows = scan.countsShortRows;
+    plan.shape.mostFields = facts.mostFields;
+    plan.shape.lastRowLine = facts.lastRowLine;
     PlanSeparatorOf(candidates, 0, facts, request, plan.shape);
     plan.shape.columnCount.support = plan.shape.separator.support;
     plan.shape.columnCount.confidence = plan.shape.separator.confidence;

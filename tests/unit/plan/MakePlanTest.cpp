@@ -456,7 +456,7 @@ TEST(MakePlan, AsksWhereThereAreNoCoordinates)
 TEST(MakePlan, KeepsToWhatIsGiven)
 {
     PlanRequest request;
-    request.separator = ';';
+    request.separator = ";";
     request.hasNames = false;
     request.x = "2";
     request.y = "1";
@@ -624,5 +624,151 @@ INSTANTIATE_TEST_SUITE_P(,
                              name.resize(name.find('.'));
                              return name;
                          });
+
+TEST(PlanFromJson, GivesThePlanBackThatWasWritten)
+{
+    for (const std::string_view bytes :
+         {std::string_view(""),
+          std::string_view("\xFF\xFE"
+                           "a\0,\0b\0\n\0",
+                           10),
+          std::string_view("id,name,x,y\n1,a,2.5,3.5\n2,\"b\nc\",NaN,47.5\n"),
+          std::string_view("id name   x\n--------------\n1  a      1\n2  b     11\n"),
+          std::string_view("# made\nid;lat;lon\n1;47\xB0 12' N;8,5\n3;4;5;6\n\n7;8\nid;lat;lon\n"),
+          std::string_view("a;37.77939;22.42354\nb;37.77610;22.42280\nc;37.77104;22.42253\n")}) {
+        const std::string json = ToJson(PlanOf(bytes));
+        EXPECT_EQ(ToJson(PlanFromJson(json)), json);
+    }
+}
+
+std::string ReasonOf(std::string_view json)
+{
+    try {
+        static_cast<void>(PlanFromJson(json));
+    } catch (const ImportFailure& failure) {
+        EXPECT_EQ(failure.GetFields().code, "not-a-plan");
+        EXPECT_EQ(failure.GetFields().what, "This is no plan.");
+        EXPECT_EQ(failure.GetKind(), EFailureKind::Input);
+        return failure.GetFields().cause;
+    }
+    return {};
+}
+
+std::string Replaced(std::string text, std::string_view from, std::string_view to)
+{
+    const std::size_t at = text.find(from);
+    EXPECT_NE(at, std::string::npos) << from;
+    return at == std::string::npos ? text : text.replace(at, from.size(), to);
+}
+
+TEST(PlanFromJson, SaysWhichKeyIsMissingOrHoldsSomethingElse)
+{
+    const std::string json = ToJson(PlanOf("id,x,y\n1,2.5,3.5\n2,3.5,4.5\n"));
+    EXPECT_EQ(ReasonOf(json), "");
+    EXPECT_EQ(ReasonOf(""), "It is not valid JSON.");
+    EXPECT_EQ(ReasonOf("[]"), "The plan must be an object.");
+    EXPECT_EQ(ReasonOf("{}"), "The key path is missing.");
+    EXPECT_EQ(ReasonOf(Replaced(json, "\"hasMark\": false", "\"hasMark\": 0")),
+              "The key bytes.hasMark must hold true or false.");
+    EXPECT_EQ(ReasonOf(Replaced(json, "\"rows\": 2", "\"rows\": -2")),
+              "The key shape.rows must hold a whole number.");
+    EXPECT_EQ(ReasonOf(Replaced(json, "\"role\": \"X\"", "\"role\": \"V\"")),
+              "The key columns[1].role must hold a word of a plan.");
+    EXPECT_EQ(ReasonOf(Replaced(json, "\"z\": null", "\"z\": 3")),
+              "The key coordinates must hold columns of the file.");
+    EXPECT_EQ(ReasonOf(Replaced(json, "\"character\": \",\"", "\"character\": \"\"")),
+              "The key shape.separator.value.character must hold one character.");
+    EXPECT_EQ(ReasonOf(Replaced(json, "\"index\": 1", "\"index\": 2")),
+              "The key columns must hold the columns in their order.");
+}
+
+struct SeparatorCase
+{
+    const char* name;
+    const char* given;
+    const char* separator; ///< null: refused
+    std::uint64_t columns;
+};
+
+void PrintTo(const SeparatorCase& row, std::ostream* out)
+{
+    *out << row.name;
+}
+
+class MakePlanWithAGivenSeparator : public testing::TestWithParam<SeparatorCase>
+{};
+
+TEST_P(MakePlanWithAGivenSeparator, CutsByIt)
+{
+    PlanRequest request;
+    request.separator = GetParam().given;
+    const std::string_view bytes = "ab cd,e;f\tg\nhi jk,l;m\tn\nop qr,s;t\tu\n";
+    if (GetParam().separator == nullptr) {
+        try {
+            static_cast<void>(PlanOf(bytes, request));
+            ADD_FAILURE();
+        } catch (const ImportFailure& failure) {
+            EXPECT_EQ(failure.GetFields().code, "option-value");
+            EXPECT_EQ(failure.GetFields().subject, "separator");
+        }
+        return;
+    }
+    const Plan plan = PlanOf(bytes, request);
+    EXPECT_EQ(Describe(plan.shape.separator.value), GetParam().separator);
+    EXPECT_EQ(plan.shape.separator.decider, EDecider::Given);
+    EXPECT_EQ(plan.shape.columnCount.value, GetParam().columns);
+}
+
+constexpr SeparatorCase kSeparatorCases[] = {
+    {"ACharacter", ";", "semicolon", 2},
+    {"ATabByItsEscape", "\\t", "tab", 2},
+    {"ATabByItsName", "tab", "tab", 2},
+    {"Blanks", "blanks", "runs of blanks", 3},
+    {"None", "none", "one column", 1},
+    {"Widths", "widths:3,3", "widths 3, 3", 3},
+    {"NoCharacter", "", nullptr, 0},
+    {"TwoCharacters", ";;", nullptr, 0},
+    {"ALineEnd", "\n", nullptr, 0},
+    {"WidthsThatAreNone", "widths:", nullptr, 0},
+    {"AWidthOfZero", "widths:3,0", nullptr, 0},
+    {"WidthsThatGoOn", "widths:3,", nullptr, 0},
+};
+
+INSTANTIATE_TEST_SUITE_P(,
+                         MakePlanWithAGivenSeparator,
+                         testing::ValuesIn(kSeparatorCases),
+                         [](const auto& row) { return std::string(row.param.name); });
+
+TEST(MakePlan, RefusesAnUnknownEncoding)
+{
+    PlanRequest request;
+    request.encoding = "utf-9";
+    try {
+        static_cast<void>(PlanOf("a\n", request));
+        ADD_FAILURE();
+    } catch (const ImportFailure& failure) {
+        EXPECT_EQ(failure.GetFields().code, "unknown-codec");
+        EXPECT_EQ(failure.GetFields().value, "utf-9");
+    }
+}
+
+TEST(MakePlan, ReadsTheUnitsOfAGivenEncodingWithoutAMark)
+{
+    PlanRequest request;
+    request.encoding = "utf-16be";
+    const Plan plan = PlanOf(std::string_view("\0a\0,\0b\0\n\x4E\x2D\0,\x65\x87\0\n", 16), request);
+    EXPECT_EQ(plan.bytes.encoding.value, "UTF-16BE");
+    EXPECT_EQ(plan.bytes.positions, "text");
+    EXPECT_EQ(plan.bytes.lines, 2U);
+}
+
+TEST(MakePlan, FindsUtf32WithoutAMark)
+{
+    std::string bytes;
+    for (const char unit : std::string_view("id,name\n1,a\n2,b\n3,c\n")) {
+        bytes += std::string("\0\0\0", 3) + unit;
+    }
+    EXPECT_EQ(PlanOf(bytes).bytes.encoding.value, "UTF-32BE");
+}
 
 } // namespace

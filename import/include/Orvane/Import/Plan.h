@@ -150,16 +150,37 @@ struct PlanLines
     std::string text; ///< of the first line, cut
 };
 
+/// The names again among the rows, in another order.
+struct PlanOrder
+{
+    std::uint64_t line = 0;           ///< of these names
+    std::vector<std::size_t> columns; ///< from here on field i belongs to column columns[i]
+};
+
 /// The table in the file.
+///
+/// A record of the text is, by the first of these that fits: before `firstRowByte` what `lines`
+/// say; after `lastRowLine` a blank line, footer or further table; blank; a comment when it begins
+/// with one of `commentMarks` and has not the table's count of fields; the names again when its
+/// cells are those of one of `namesLines`, blanks at their ends aside; a row when it has the
+/// table's count, or more with nothing but empty cells past it, or fewer where `shortRowsAreRows`;
+/// else a row that does not fit.
 struct PlanShape
 {
     PlanDecision<PlanSeparator> separator;
     PlanDecision<PlanQuotes> quotes;
     PlanDecision<std::uint64_t> columnCount;
     PlanDecision<bool> hasNames;
+    /// The cells of each line of names as they stand, blanks at their ends aside.
+    std::vector<std::vector<std::string>> namesLines;
+    std::vector<PlanOrder> orders;
+    std::vector<std::string> commentMarks = {"#", "%", "!", "//"};
+    bool shortRowsAreRows = true; ///< cells that a row lacks are null
+    std::uint64_t mostFields = 0; ///< of a record among the rows
     std::vector<PlanLines> lines; ///< the first 1,000 pieces
     std::uint64_t firstRowLine = 1;
     std::uint64_t firstRowByte = 0;
+    std::uint64_t lastRowLine = 0;   ///< the last line of the table's last record; 0 without rows
     std::uint64_t rows = 0;          ///< records of the table's count of fields
     std::uint64_t continuations = 0; ///< physical lines inside quotes
     std::uint64_t blankLines = 0;    ///< among and after the rows
@@ -232,6 +253,9 @@ struct PlanCoordinates
     std::optional<std::size_t> y;
     std::optional<std::size_t> z;
     EPlanNotation notation = EPlanNotation::None;
+    /// What the letter `O` after an angle stands for: 'E' (German) or 'W' (Romance languages); 0
+    /// when none is there.
+    char letterO = 0;
 };
 
 /// One answer to a question: what a caller states to decide it so. Fields that are not set are not
@@ -272,27 +296,49 @@ struct Plan
     PlanDecision<PlanCoordinates> coordinates;
     /// "EPSG:4326", "undefined geographic", "undefined Cartesian", or "" without coordinates.
     PlanDecision<std::string> coordinateSystem;
+    /// Given: cells with one of these texts are null in every column, blanks at their ends aside.
+    std::vector<std::string> nullTexts;
+    bool isAllText = false;   ///< given: every cell stays the text it is
+    bool hasNoPoints = false; ///< given: the attributes alone
     std::vector<PlanQuestion> questions;
     std::vector<PlanFinding> findings;
 };
 
-/// What the caller decides; everything else is found.
+/// The type of a column that the caller states.
+struct PlanColumnType
+{
+    std::string column; ///< a column's name, or its index from 0
+    EPlanType type = EPlanType::Text;
+};
+
+/// What the caller decides; everything else is found. A name of a column goes before an index.
 struct PlanRequest
 {
-    std::optional<char> separator;
+    /// One character; "\t" or "tab"; "blanks": runs of blanks and tabs; "none": one column;
+    /// "widths:5,14": fields of so many characters, the last one up to the line's end.
+    std::optional<std::string> separator;
     std::optional<char> quote; ///< 0: none
     std::optional<bool> hasNames;
-    std::string encoding; ///< empty: found
+    /// How many lines before the table, or before its names, are none of it.
+    std::optional<std::uint64_t> skipLines;
+    std::string encoding; ///< as iconv knows it; empty: found
     std::string x;        ///< a column's name, or its index from 0; empty: found
     std::string y;
     std::string z;
+    std::string nameColumn;
+    std::string crs;                    ///< "EPSG:4326" and the like; empty: found
+    std::vector<std::string> nullTexts; ///< see Plan
+    std::vector<PlanColumnType> types;
+    bool isAllText = false;   ///< every cell stays the text it is; no type is decided
+    bool hasNoPoints = false; ///< coordinates are neither looked for nor asked for
 };
 
 /// Scans the file and decides.
 /// @param path of a regular file, as the system's calls accept it
 /// @throws ImportFailure `no-such-file`, `no-permission`, `is-folder`, `not-a-file`, `read-error`;
 ///     `compressed` when the file is packed otherwise than by gzip, `damaged` when it cannot be
-///     unpacked; `no-such-column` for a given column that does not exist
+///     unpacked; `no-such-column` for a given column that does not exist, `option-value` for a
+///     separator that is none, `unknown-codec` for an encoding that the system does not know
 /// Cost: linear; memory is bounded, about 17 MiB and some KiB per column.
 [[nodiscard]] ORVANE_IMPORT_EXPORT Plan MakePlan(const std::string& path,
                                                  const PlanRequest& request);
@@ -301,9 +347,16 @@ struct PlanRequest
 /// structs, enumerations by their names in lower case.
 [[nodiscard]] ORVANE_IMPORT_EXPORT std::string ToJson(const Plan& plan);
 
+/// The plan that ToJson wrote. Keys that this version does not know are no obstacle; what a plan
+/// needs to be followed must be there, evidence need not.
+/// @throws ImportFailure `not-a-plan` when the text is no JSON, or a key is missing or holds
+///     something else; `subject` is the key, `line` that of a mistake in the JSON
+[[nodiscard]] ORVANE_IMPORT_EXPORT Plan PlanFromJson(std::string_view json);
+
 /// Names as people read them and as the JSON has them: "integer", "long integer", "double", "text",
 /// "boolean", "date", "time", "date and time", "angle".
 [[nodiscard]] ORVANE_IMPORT_EXPORT std::string_view NameOf(EPlanType type);
+[[nodiscard]] ORVANE_IMPORT_EXPORT std::string_view NameOf(EPlanSeparation kind);
 [[nodiscard]] ORVANE_IMPORT_EXPORT std::string_view NameOf(EConfidence confidence);
 [[nodiscard]] ORVANE_IMPORT_EXPORT std::string_view NameOf(EDecider decider);
 [[nodiscard]] ORVANE_IMPORT_EXPORT std::string_view NameOf(EPlanLineEnd lineEnd);

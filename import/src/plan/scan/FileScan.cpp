@@ -209,13 +209,17 @@ private:
     {
         const std::uint32_t begin = positions[-1] + 1;
         const std::size_t size = positions[0] - begin;
-        const std::string& name =
-            m_request.head.columnNames.empty() ? m_empty : m_request.head.columnNames.front();
         if (m_columns == 1 && size < 2) {
             return true;
         }
-        return m_request.head.names == ENames::Found && !name.empty() && size == name.size() &&
-               std::memcmp(m_buffer.data() + begin, name.data(), size) == 0;
+        for (const std::vector<std::string>& names : m_request.head.namesCells) {
+            const std::string& name = names.front();
+            if (size >= name.size() &&
+                Values::Trim(Text().substr(begin, size)).substr(0, kMostNameBytes) == name) {
+                return true;
+            }
+        }
+        return false;
     }
 
     [[nodiscard]] bool HasRowsApart(const std::uint32_t* positions, std::size_t count) const
@@ -236,6 +240,7 @@ private:
         } else {
             m_facts.hasMoreRuns = true;
         }
+        m_facts.mostFields = std::max(m_facts.mostFields, fields);
         if (fields == m_columns) {
             m_facts.rows += rows;
             m_facts.afterLastRow = 0;
@@ -254,7 +259,7 @@ private:
                 {m_buffer.data(), positions + column, m_columns, rows, m_line, m_byte});
         }
         m_line += rows;
-        m_facts.lastRow = {m_line - 1, m_byte + (positions[(rows - 1) * m_columns - 1 + 0] + 1U)};
+        m_facts.lastRowLine = m_line - 1;
     }
 
     void AddIndexedRecord(const std::uint32_t* positions, std::size_t fields)
@@ -291,19 +296,21 @@ private:
 
     [[nodiscard]] bool IsNamesAgain(const Record& record) const
     {
-        const std::vector<std::string>& names = m_request.head.columnNames;
-        if (m_request.head.names != ENames::Found || record.fields.size() != names.size()) {
-            return false;
-        }
-        std::size_t same = 0;
-        for (std::size_t column = 0; column < names.size(); ++column) {
-            const std::string_view cell = Values::Trim(record.Cell(Text(), column));
-            if (cell != names[column]) {
-                return false;
+        const auto isSame = [&](const std::vector<std::string>& names) {
+            std::size_t filled = 0;
+            for (std::size_t column = 0; column < names.size(); ++column) {
+                const std::string_view cell = Values::Trim(record.Cell(Text(), column));
+                if (cell.substr(0, kMostNameBytes) != names[column]) {
+                    return false;
+                }
+                filled += cell.empty() ? 0U : 1U;
             }
-            same += cell.empty() ? 0U : 1U;
-        }
-        return same > 0;
+            return filled > 0;
+        };
+        const auto& lines = m_request.head.namesCells;
+        return std::any_of(lines.begin(), lines.end(), [&](const auto& names) {
+            return names.size() == record.fields.size() && isSame(names);
+        });
     }
 
     void AddRecord(const Record& record)
@@ -391,7 +398,7 @@ private:
     {
         const std::string_view text = Text();
         AddRun(m_columns, 1, position);
-        m_facts.lastRow = position;
+        m_facts.lastRowLine = position.line + record.lines - 1;
         std::uint64_t line = position.line;
         for (std::size_t column = 0; column < m_columns; ++column) {
             if (column >= fields) {
@@ -422,7 +429,6 @@ private:
     std::vector<ColumnProfile> m_profiles;
     Record m_record;
     ScanFacts m_facts;
-    std::string m_empty;
     decltype(AsciiReader::Kernels::Set::index) m_index = AsciiReader::Kernels::Best().index;
 };
 

@@ -58,7 +58,8 @@ struct ScanFacts
     Occurrences loneReturns; ///< records with a `\r` inside
     Occurrences tooLong;     ///< lines past kMostRecord, not looked at
     std::uint64_t openers = 0;
-    Position lastRow;               ///< of the last row of the table's count
+    std::uint64_t lastRowLine = 0;  ///< the last line of the last row; 0 without rows
+    std::size_t mostFields = 0;     ///< of a record
     std::uint64_t afterLastRow = 0; ///< records that are not blank after it
     bool endsInsideRow = false;     ///< the last line has no ending, and fewer fields
 };

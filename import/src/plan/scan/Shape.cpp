@@ -515,7 +515,7 @@ CutHead(std::string_view text, const Candidate& candidate, const ShapeRequest& r
            cutter.Cut(text, at, request.isWhole, candidate.fields, record)) {
         HeadRecord& item = head.emplace_back();
         for (const Field& field : record.fields) {
-            item.cells.emplace_back(field.In(text).substr(0, 256));
+            item.cells.emplace_back(field.In(text).substr(0, kMostNameBytes));
             item.isQuoted.push_back(field.isQuoted);
         }
         cells += item.cells.size();
@@ -788,6 +788,15 @@ void JoinNames(const HeadRecord& record, bool isInherited, std::vector<std::stri
     }
 }
 
+std::vector<std::string> TrimCells(const HeadRecord& record)
+{
+    std::vector<std::string> cells;
+    for (const std::string& cell : record.cells) {
+        cells.emplace_back(Values::Trim(cell));
+    }
+    return cells;
+}
+
 std::size_t CountFilled(const HeadRecord& record)
 {
     return static_cast<std::size_t>(
@@ -944,6 +953,7 @@ TableHead FindTable(std::string_view text, const Candidate& candidate, const Sha
                                         ? "a line of names that is one cell short"
                                         : "a line of names that is one cell long";
                 JoinNames(record, false, table.columnNames);
+                table.namesCells.push_back(TrimCells(record));
             }
         }
     } else if (verdict.names == ENames::Found) {
@@ -968,6 +978,7 @@ TableHead FindTable(std::string_view text, const Candidate& candidate, const Sha
             ++row;
         }
         for (std::size_t index = 0; index < namesRows.size(); ++index) {
+            table.namesCells.push_back(TrimCells(head[namesRows[index]]));
             JoinNames(head[namesRows[index]], index + 1 < namesRows.size(), table.columnNames);
         }
     }

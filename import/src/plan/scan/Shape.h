@@ -24,6 +24,9 @@ struct Candidate
     std::size_t openers = 0; ///< quotes that opened and closed a field
 };
 
+/// Names are looked at up to this size.
+inline constexpr std::size_t kMostNameBytes = 256;
+
 /// What a line before the rows is.
 enum class ELineKind : std::uint8_t {
     Preamble,
@@ -57,9 +60,11 @@ struct TableHead
     std::vector<HeadLine> lines; ///< all before the first row
     ENames names = ENames::None;
     std::vector<std::string> columnNames; ///< of `columns` texts when there are names
-    std::size_t namesFields = 0;          ///< fields of the names line
-    std::size_t namesVotes = 0;           ///< columns in which row 1 is a text over other values
-    std::size_t dataVotes = 0;            ///< columns in which row 1 is a value like the others
+    /// The cells of each line of names as they stand, trimmed; none of a comment line.
+    std::vector<std::vector<std::string>> namesCells;
+    std::size_t namesFields = 0; ///< fields of the names line
+    std::size_t namesVotes = 0;  ///< columns in which row 1 is a text over other values
+    std::size_t dataVotes = 0;   ///< columns in which row 1 is a value like the others
     std::string namesReason;
     std::size_t firstRow = 0;       ///< byte
     std::uint64_t firstRowLine = 1; ///< physical line from 1

@@ -68,7 +68,68 @@ std::size_t SizeOf(EUnits units) noexcept
     }
 }
 
+bool IsName(std::string_view text, std::string_view name) noexcept
+{
+    return text.size() == name.size() &&
+           std::equal(text.begin(), text.end(), name.begin(), [](char a, char b) {
+               return (a >= 'a' && a <= 'z' ? a - 'a' + 'A' : a) == b;
+           });
+}
+
+/// Units by their NULs.
+EUnits FindUnits(std::string_view text) noexcept
+{
+    // At offsets of each remainder by four.
+    std::array<std::uint64_t, 4> nuls{};
+    for (std::size_t at = 0; at < text.size(); ++at) {
+        nuls[at % 4] += text[at] == '\0' ? 1U : 0U;
+    }
+    const std::uint64_t quarter = text.size() / 4;
+    const auto isMany = [&](std::uint64_t count, std::uint64_t all) {
+        return all > 0 && count * 10 > all * 3;
+    };
+    const auto isFew = [&](std::uint64_t count, std::uint64_t all) { return count * 50 <= all; };
+    // Rule: characters of UTF-32 begin with a NUL, nearly all with two, and none ends with one.
+    const auto isNearlyAll = [&](std::uint64_t count) { return count * 10 >= quarter * 9; };
+    if (quarter > 0 && text.size() % 4 == 0) {
+        if (isNearlyAll(nuls[3]) && isNearlyAll(nuls[2]) && isFew(nuls[0], quarter)) {
+            return EUnits::Utf32LittleEndian;
+        }
+        if (isNearlyAll(nuls[0]) && isNearlyAll(nuls[1]) && isFew(nuls[3], quarter)) {
+            return EUnits::Utf32BigEndian;
+        }
+    }
+    // Rule: UTF-16 without a mark has NULs in over 30 % of one parity and hardly any in the other.
+    const std::uint64_t half = text.size() / 2;
+    const std::uint64_t even = nuls[0] + nuls[2];
+    const std::uint64_t odd = nuls[1] + nuls[3];
+    if (isMany(odd, half) && isFew(even, half)) {
+        return EUnits::Utf16LittleEndian;
+    }
+    return isMany(even, half) && isFew(odd, half) ? EUnits::Utf16BigEndian : EUnits::Bytes;
+}
+
 } // namespace
+
+EUnits UnitsOf(std::string_view encoding)
+{
+    constexpr std::pair<std::string_view, EUnits> kNames[] = {
+        {"UTF-16LE", EUnits::Utf16LittleEndian},
+        {"UTF-16BE", EUnits::Utf16BigEndian},
+        {"UTF-32LE", EUnits::Utf32LittleEndian},
+        {"UTF-32BE", EUnits::Utf32BigEndian},
+        {"UTF-16", EUnits::Utf16LittleEndian},
+        {"UTF-32", EUnits::Utf32LittleEndian},
+        {"UTF16", EUnits::Utf16LittleEndian},
+        {"UTF32", EUnits::Utf32LittleEndian},
+    };
+    for (const auto& [name, units] : kNames) {
+        if (IsName(encoding, name)) {
+            return units;
+        }
+    }
+    return EUnits::Bytes;
+}
 
 /// Unpacks gzip, several members in a row too.
 class TextSource::Unpacker
@@ -129,7 +190,7 @@ private:
     bool m_isBetween = true; ///< between two members, where the file may end
 };
 
-TextSource::TextSource(std::string path)
+TextSource::TextSource(std::string path, const std::string& encoding)
     : m_path(std::move(path))
 {
     // A pipe without a writer must not stop the program.
@@ -149,7 +210,7 @@ TextSource::TextSource(std::string path)
             Fail("not-a-file", "This is no regular file.", {}, "Copy the data to a file first.");
         }
         m_facts.size = static_cast<std::uint64_t>(status.st_size);
-        Inspect();
+        Inspect(encoding);
     } catch (...) {
         ::close(m_descriptor);
         throw;
@@ -190,7 +251,7 @@ void TextSource::FailToRead(int error) const
     Fail("read-error", "The system cannot read the file.", std::strerror(error));
 }
 
-void TextSource::Inspect()
+void TextSource::Inspect(const std::string& encoding)
 {
     std::array<char, 8> front{};
     const std::size_t size = ReadFile(front.data(), front.size());
@@ -217,19 +278,18 @@ void TextSource::Inspect()
             break;
         }
     }
-    for (std::size_t at = 0; at < text.size(); ++at) {
-        (at % 2 == 0 ? m_facts.nulsEven : m_facts.nulsOdd) += text[at] == '\0' ? 1U : 0U;
-    }
     if (!m_facts.hasMark) {
-        // Rule: UTF-16 without a mark has NULs in over 30 % of one parity and hardly any in the
-        // other.
-        const std::uint64_t half = text.size() / 2;
-        const auto isMany = [&](std::uint64_t nuls) { return half > 0 && nuls * 10 > half * 3; };
-        const auto isFew = [&](std::uint64_t nuls) { return nuls * 50 <= half; };
-        if (isMany(m_facts.nulsOdd) && isFew(m_facts.nulsEven)) {
-            m_facts.units = EUnits::Utf16LittleEndian;
-        } else if (isMany(m_facts.nulsEven) && isFew(m_facts.nulsOdd)) {
-            m_facts.units = EUnits::Utf16BigEndian;
+        m_facts.units = FindUnits(text);
+    }
+    if (!encoding.empty()) {
+        // Without an order of bytes in the name the file's own order holds.
+        const bool isOpen = IsName(encoding, "UTF-16") || IsName(encoding, "UTF-32");
+        const EUnits given = UnitsOf(encoding);
+        if (!isOpen || SizeOf(given) != SizeOf(m_facts.units)) {
+            // A mark of other units is text.
+            m_facts.hasMark = m_facts.hasMark && given == m_facts.units;
+            m_facts.markSize = m_facts.hasMark ? m_facts.markSize : 0;
+            m_facts.units = given;
         }
     }
     Rewind();

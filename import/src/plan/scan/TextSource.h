@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace Orvane::Import::Scan {
@@ -35,9 +36,11 @@ struct SourceFacts
     EUnits units = EUnits::Bytes;
     bool hasMark = false; ///< a byte order mark
     std::size_t markSize = 0;
-    std::uint64_t nulsEven = 0; ///< NULs at even offsets of the first piece
-    std::uint64_t nulsOdd = 0;
 };
+
+/// The units of an encoding: "UTF-16LE", "utf-32be" ...; Bytes for every other name. "UTF-16" and
+/// "UTF-32" alone are little-endian.
+[[nodiscard]] EUnits UnitsOf(std::string_view encoding);
 
 /// Reads a file as text, from its begin, as often as wanted.
 ///
@@ -47,9 +50,10 @@ class TextSource
 {
 public:
     /// Opens the file and looks at its first bytes.
+    /// @param encoding decides the units; empty: the first bytes decide
     /// @throws ImportFailure `no-such-file`, `no-permission`, `is-folder`, `not-a-file`,
     ///     `read-error`; `compressed` when it is packed otherwise than by gzip
-    explicit TextSource(std::string path);
+    explicit TextSource(std::string path, const std::string& encoding = {});
     ~TextSource();
     TextSource(const TextSource&) = delete;
     TextSource& operator=(const TextSource&) = delete;
@@ -75,7 +79,7 @@ private:
     std::size_t ReadFile(char* buffer, std::size_t capacity);
     std::size_t ReadUnpacked(char* buffer, std::size_t capacity);
     void Decode();
-    void Inspect();
+    void Inspect(const std::string& encoding);
 
     std::string m_path;
     int m_descriptor = -1;
