@@ -1,0 +1,408 @@
+"""Compares every cell of what `orvane import` writes with the file that it was made of.
+
+    audit.py [--report FILE] [--only TEXT] [--details]
+
+Each file is imported with no option into a GeoPackage; where the program asks, its first answer is used. The
+files are the nasty ones of nasty.py, whose content is known by construction, and, where the folder of test
+data is there, its real files, read here with Python's codecs and csv as shared_files.py says. Targets are read
+with GDAL. A row or a cell may differ only where the program lists it: as a bad row with its line, or as lines
+that it names as no rows. The exit status is 1 when anything else differs, when a file that cannot be decided
+was decided, or when the program ends in no way that it promises.
+
+The program is $ORVANE_PROGRAM, or build/release/bin/orvane; the folder $ORVANE_TEST_DATA, or ../shared/data.
+"""
+
+import argparse
+import csv
+import datetime
+import json
+import math
+import os
+import pathlib
+import re
+import shlex
+import subprocess
+import sys
+import tempfile
+from concurrent.futures import ThreadPoolExecutor
+from decimal import Decimal
+
+import nasty
+import shared_files
+import target
+from values import Cell, cell_holds, equals_moment, equals_number
+
+PROGRAM = os.environ.get("ORVANE_PROGRAM") or str(
+    pathlib.Path(__file__).resolve().parents[2] / "build/release/bin/orvane")
+TOLERANCE = 1e-9  # degrees that an angle may differ by
+
+
+class Import:
+    """How one run of the program ended."""
+
+    def __init__(self, status, said, report, out, answer):
+        self.status = status
+        self.said = said
+        self.report = report
+        self.out = out
+        self.answer = answer  # the arguments of the program's own first answer, if it asked
+
+    @property
+    def is_question(self):
+        return bool(self.answer) or bool(re.search(r"--[a-z-]+", self.said))
+
+
+def run(path, out, arguments=()):
+    command = [PROGRAM, "import", str(path), str(out), "--json", *arguments]
+    try:
+        done = subprocess.run(command, capture_output=True, timeout=300, check=False)
+    except subprocess.TimeoutExpired:
+        return None, "no end after 300 s", {}
+    said = done.stderr.decode("utf-8", "replace")
+    try:
+        report = json.loads(done.stdout) if done.stdout.strip() else {}
+    except ValueError:
+        report = {}
+        said += "\n(no JSON on standard output)"
+    return done.returncode, said, report
+
+
+def first_answer(said, path):
+    """The arguments of the first command line that a question names, without program, file and output."""
+    for line in said.splitlines():
+        match = re.match(r"\s*(?:orvane import (?P<rest>.*)|(?P<bare>--[a-z].*))$", line)
+        if not match:
+            continue
+        try:
+            words = shlex.split(match["rest"] or match["bare"])
+        except ValueError:
+            continue
+        while words and not words[0].startswith("-"):
+            words.pop(0)
+        if words and not any("<" in word or word.isupper() and len(word) > 2 for word in words):
+            return words
+    return []
+
+
+def import_file(path, out):
+    """Imports a file with no option, and with the program's first answer if it asks."""
+    status, said, report = run(path, out)
+    if status in (0, None) or out.exists():
+        return Import(status, said, report, out, [])
+    answer = first_answer(said, path)
+    if answer:
+        again, said_again, report_again = run(path, out, answer)
+        if out.exists():
+            return Import(again, said, report_again, out, answer)
+        said += "\n(with its own answer " + " ".join(answer) + ":)\n" + said_again
+    return Import(status, said, report, None, answer)
+
+
+def listed(result):
+    """Lines that the program lists as bad rows, and ranges of lines that it names as no rows."""
+    bad, others = {}, []
+    rejects = result.out.with_name(result.out.name + ".rejected.csv")
+    if rejects.exists():
+        with open(rejects, encoding="utf-8", newline="") as stream:
+            for row in csv.DictReader(stream):
+                bad[int(row["line"])] = row.get("reason", "")
+    lines = result.report.get("plan", {}).get("shape", {}).get("lines", [])
+    for part in lines:
+        others.append((part["firstLine"], part["firstLine"] + part["lineCount"] - 1, part["kind"]))
+    return bad, others
+
+
+class Row:
+    """A row as it has to be: its line, its cells (Cell or a value), its point and whether it is bad."""
+
+    def __init__(self, line, cells, point, is_bad=False, checks_point=True):
+        self.line = line
+        self.cells = cells
+        self.point = point
+        self.is_bad = is_bad
+        self.checks_point = checks_point
+
+
+class Case:
+    """A file and what it holds."""
+
+    def __init__(self, group, name, path, names, rows, xyz, outcomes=("import",), says=(), is_loose=False):
+        self.group = group
+        self.name = name
+        self.path = path
+        self.names = names
+        self.rows = rows
+        self.xyz = xyz
+        self.outcomes = outcomes
+        self.says = says
+        self.is_loose = is_loose
+
+
+def holds(expected, stored):
+    """Whether a stored value is the expected one; see nasty.py for the kinds of values."""
+    if isinstance(expected, Cell):
+        return cell_holds(expected, stored)
+    if isinstance(expected, nasty.Either):
+        return cell_holds(Cell(expected.text, thousands=""), stored)
+    if isinstance(expected, nasty.Dated):
+        if isinstance(stored, str):
+            return stored == expected.text
+        return equals_moment(expected.value, stored)
+    if expected is None:
+        return stored is None or stored == ""
+    if isinstance(expected, bool) or isinstance(stored, bool):
+        return isinstance(expected, bool) and isinstance(stored, bool) and expected == stored
+    if isinstance(expected, (int, Decimal)):
+        return equals_number(Decimal(expected), stored)
+    return stored == expected
+
+
+def text_of(expected):
+    if isinstance(expected, (Cell, nasty.Either, nasty.Dated)):
+        return expected.text
+    return "" if expected is None else str(expected)
+
+
+def same_point(expected, found):
+    if expected is None or found is None:
+        return expected is None and found is None
+    return all(abs(a - b) <= TOLERANCE * max(1.0, abs(a)) for a, b in zip(expected[:2], found[:2]))
+
+
+class Comparison:
+    """What differs between a file and a target, and how much was compared."""
+
+    def __init__(self):
+        self.cells = 0
+        self.rows = 0
+        self.points = 0
+        self.differences = []
+        self.changed_cells = 0
+        self.lost_rows = 0
+        self.listed_rows = 0
+
+    def add(self, line, column, what):
+        if len(self.differences) < 8:
+            self.differences.append(f"line {line}" + (f", {column}" if column else "") + f": {what}")
+
+
+def column_map(case, found):
+    """For each column of the file the column of the target, or "x", "y", "z" where the point holds it."""
+    width = max([len(case.names), *(len(row.cells) for row in case.rows if not row.is_bad)])
+    mapped = list(range(width))
+    missing = width - len(found.names)
+    if missing <= 0 or not case.xyz:
+        return mapped
+    axes = [axis for axis in zip("xyz", case.xyz) if axis[1] is not None]
+    chosen = [axis for axis in axes if axis[0] in "xy"] if missing == 2 else axes
+    if len(chosen) != missing:
+        return mapped
+    columns = {column: axis for axis, column in chosen}
+    mapped, next_column = [], 0
+    for column in range(width):
+        if column in columns:
+            mapped.append(columns[column])
+        else:
+            mapped.append(next_column)
+            next_column += 1
+    return mapped
+
+
+def stored_value(values, point, column):
+    if column in ("x", "y", "z"):
+        index = "xyz".index(column)
+        return point[index] if point and len(point) > index else None
+    return values[column] if column < len(values) else None
+
+
+def is_equal_row(row, values, point, mapped):
+    return all(holds(cell, stored_value(values, point, column)) for cell, column in zip(row.cells, mapped))
+
+
+def compare(case, found, bad, others, has_points=True):
+    """Compares a target with what the file holds, row by row in the file's order."""
+    result = Comparison()
+    mapped = column_map(case, found)
+    names = [case.names[i] for i, column in enumerate(mapped) if i < len(case.names) and isinstance(column, int)]
+    if case.names and len(names) == len(found.names):
+        for want, got in zip(names, found.names):
+            # Targets rename what is empty or taken; a name that stands alone is kept.
+            is_alone = [n.strip().lower() for n in case.names].count(want.strip().lower()) == 1
+            if want.strip() and is_alone and want.strip().lower() not in ("fid", "geom", "ogc_fid") \
+                    and got not in (want, want.strip()):
+                result.add(1, "", f"the name {got!r} instead of {want!r}")
+                result.changed_cells += 1
+    position = 0
+    for row in case.rows:
+        if row.line in bad:
+            result.listed_rows += 1
+            continue
+        if any(first <= row.line <= last for first, last, _ in others):
+            result.listed_rows += 1
+            continue
+        if row.is_bad:
+            result.add(row.line, "", "a bad row that is not listed")
+            result.lost_rows += 1
+            if position < len(found.rows):
+                position += 1
+            continue
+        if position >= len(found.rows):
+            result.add(row.line, "", "a row that is neither there nor listed")
+            result.lost_rows += 1
+            continue
+        values, point = found.rows[position]
+        # A row that is lost would make all later ones differ: it is found again by its cells.
+        if not is_equal_row(row, values, point, mapped):
+            ahead = next((k for k in range(1, 6) if position + k < len(found.rows)
+                          and is_equal_row(row, *found.rows[position + k], mapped)), None)
+            if ahead:
+                result.add(row.line, "", f"{ahead} row(s) before it that the file does not have")
+                result.lost_rows += ahead
+                position += ahead
+                values, point = found.rows[position]
+        position += 1
+        result.rows += 1
+        for index, (cell, column) in enumerate(zip(row.cells, mapped)):
+            result.cells += 1
+            stored = stored_value(values, point, column)
+            if not holds(cell, stored):
+                result.changed_cells += 1
+                name = case.names[index] if index < len(case.names) else index
+                result.add(row.line, f"column {name!r}", f"{stored!r:.60} instead of {text_of(cell)!r:.60}")
+        if has_points and row.checks_point:
+            result.points += point is not None
+            if not same_point(row.point, point):
+                result.changed_cells += 1
+                result.add(row.line, "", f"point {point} instead of {row.point}")
+    if position < len(found.rows):
+        extra = len(found.rows) - position
+        result.add("end", "", f"{extra} row(s) more than the file has, the first {found.rows[position][0]!r:.100}")
+        result.lost_rows += extra
+    return result
+
+
+class Verdict:
+    """How a file fared: `outcome` is import, ask, refuse or fail; `faults` is empty if all is true."""
+
+    def __init__(self, case, outcome, comparison=None, faults=(), said="", answer=()):
+        self.case = case
+        self.outcome = outcome
+        self.comparison = comparison or Comparison()
+        self.faults = list(faults)
+        self.said = said
+        self.answer = answer
+        self.gdal = None
+
+
+def judge(case, folder):
+    out = pathlib.Path(folder) / "out.gpkg"
+    result = import_file(case.path, out)
+    said = result.said.strip()
+    if result.status is None:
+        return Verdict(case, "fail", faults=[said], said=said)
+    if result.out is None:
+        outcome = "ask" if result.is_question else "refuse"
+        faults = []
+        if "--no-points" in said and outcome == "ask" and "ask" in case.outcomes:
+            faults = []
+        elif outcome not in case.outcomes and not {"ask", "refuse"} & set(case.outcomes):
+            faults = []  # a question too many is no untruth; it is counted
+        elif outcome not in case.outcomes and "import" not in case.outcomes:
+            faults.append(f"{outcome}s instead of {' or '.join(case.outcomes)}: {said.splitlines()[0] if said else ''}")
+        if result.status not in (1, 2) or not said:
+            faults.append(f"status {result.status} and no word" if not said else f"status {result.status}")
+        if case.says and outcome in case.outcomes and not any(word in said for word in case.says):
+            faults.append(f"says none of {', '.join(case.says)}: {said.splitlines()[0]}")
+        return Verdict(case, outcome, faults=faults, said=said, answer=result.answer)
+    outcome = "ask" if result.answer else "import"
+    found = target.read_written(out)
+    comparison = compare(case, found, *listed(result), has_points="--no-points" not in result.answer)
+    faults = list(comparison.differences)
+    if outcome == "import" and "import" not in case.outcomes:
+        faults.append("imports without a question what the file leaves open")
+    if result.status != 0 and not comparison.differences:
+        faults.append(f"status {result.status}: {said.splitlines()[0] if said else ''}")
+    if "Traceback" in said or "terminate called" in said:
+        faults.append(said.splitlines()[0])
+    return Verdict(case, outcome, comparison, faults, said, result.answer)
+
+
+def nasty_cases(folder):
+    for number, made in enumerate(nasty.all_files()):
+        place = pathlib.Path(folder) / str(number)
+        place.mkdir()
+        path = place / made.file
+        path.write_bytes(made.content)
+        rows = [Row(row.line, row.values, row.point, row.is_bad) for row in made.rows]
+        xyz = (*made.xy, None) if made.xy else None
+        yield Case("nasty", made.trouble, path, made.names, rows, xyz, made.outcomes, made.says)
+
+
+def real_cases():
+    if not shared_files.FOLDER.is_dir():
+        return
+    for expected in shared_files.point_files():
+        reading = expected.reading
+        rows = [Row(line, cells, point) for line, cells, point in expected.rows]
+        xyz = None if reading.x is None else (reading.x, reading.y, reading.z)
+        yield Case("real", str(expected.path.relative_to(shared_files.FOLDER)), expected.path, expected.names, rows,
+                   xyz, ("ask",) if reading.asks else ("import",), ("--no-points",) if reading.asks else ())
+    for expected in [*shared_files.suite_files(), *shared_files.survey_files()]:
+        rows = [Row(line, cells, point, checks_point=False) for line, cells, point in expected.rows]
+        yield Case("suite", str(expected.path.relative_to(shared_files.FOLDER / "suites")), expected.path,
+                   expected.names, rows,
+                   None if expected.reading.x is None else (expected.reading.x, expected.reading.y, None), ("import", "ask", "refuse"), is_loose=True)
+
+
+def gdal_comparison(case):
+    """What GDAL's own reader makes of a file, compared alike; a text where it cannot read it."""
+    found = target.read_by_gdal(case.path)
+    if isinstance(found, str):
+        return found
+    return compare(case, found, {}, [], has_points=False)
+
+
+def judged(case, with_gdal):
+    with tempfile.TemporaryDirectory() as folder:
+        verdict = judge(case, folder)
+    if with_gdal:
+        verdict.gdal = gdal_comparison(case)
+    return verdict
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
+    parser.add_argument("--report", help="write the tables as Markdown to this file")
+    parser.add_argument("--only", default="", help="files whose name or trouble holds this text")
+    parser.add_argument("--group", default="", help="nasty, real or suite")
+    parser.add_argument("--details", action="store_true", help="say what the program said")
+    parser.add_argument("--gdal", action="store_true", help="compare GDAL's own reader as well")
+    arguments = parser.parse_args()
+    with tempfile.TemporaryDirectory() as folder, ThreadPoolExecutor(2) as pool:
+        cases = [case for case in [*nasty_cases(folder), *real_cases()]
+                 if arguments.only in case.name and arguments.group in case.group]
+        verdicts = list(pool.map(lambda case: judged(case, arguments.gdal or arguments.report), cases))
+    failed = [verdict for verdict in verdicts if verdict.faults]
+    for verdict in verdicts:
+        wanted = "/".join(verdict.case.outcomes)
+        note = "" if verdict.outcome in verdict.case.outcomes else f" (expected: {wanted})"
+        if verdict.faults or note or arguments.details:
+            print(f"{'FAULT' if verdict.faults else 'ok   '} {verdict.case.group}: {verdict.case.name}: "
+                  f"{verdict.outcome}{note}")
+            for fault in verdict.faults:
+                print(f"        {fault:.300}")
+            if (note or arguments.details) and verdict.said:
+                print("        | " + "\n        | ".join(verdict.said.splitlines()[:12]))
+    print(f"{len(verdicts)} files, {sum(v.comparison.rows for v in verdicts)} rows, "
+          f"{sum(v.comparison.cells for v in verdicts)} cells compared; "
+          f"{sum(v.comparison.listed_rows for v in verdicts)} rows listed; "
+          f"{sum(v.outcome == 'ask' for v in verdicts)} ask, {sum(v.outcome == 'refuse' for v in verdicts)} refused; "
+          f"{len(failed)} with faults")
+    if arguments.report:
+        import truth_report
+        truth_report.write(arguments.report, verdicts)
+    return 1 if failed else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
