@@ -5,8 +5,9 @@
 #include "Measure.h"
 #include "SqliteDatabase.h"
 
-#include <Orvane/BDataManagerProxy.h>
+#include <Orvane/BColumnData.h>
 #include <Orvane/BException.h>
+#include <Orvane/BPluginModule.h>
 #include <Orvane/BVectorLayer.h>
 
 #include <algorithm>
@@ -14,7 +15,6 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
-#include <dlfcn.h>
 #include <filesystem>
 #include <iostream>
 #include <memory>
@@ -22,6 +22,7 @@
 #include <string>
 #include <string_view>
 #include <system_error>
+#include <type_traits>
 #include <vector>
 
 namespace {
@@ -49,46 +50,18 @@ Orvane::BVariant ParseValue(std::string_view text)
     return Orvane::BVariant(Orvane::BString::FromUtf8(text));
 }
 
-/// A layer, and the reader that it came from.
-class LoadedLayer
+/// The layer of a file; it keeps its module loaded.
+Orvane::BSharedPtr<Orvane::BVectorLayer>
+LoadLayer(const char* module, const char* file, const Orvane::BParamList& options)
 {
-public:
-    LoadedLayer(const char* module, const char* file, const Orvane::BParamList& options)
-        : m_proxy(LoadProxy(module))
-    {
-        const Orvane::BString path = Orvane::BString::FromUtf8(file);
-        m_reader = m_proxy.CreateReader(path, options, nullptr, nullptr);
-        m_reader->Open(path, options);
-        m_reader->Read();
-        m_reader->Close();
-    }
-
-    ~LoadedLayer() { m_proxy.DestroyObject(m_reader); }
-
-    LoadedLayer(const LoadedLayer&) = delete;
-    LoadedLayer& operator=(const LoadedLayer&) = delete;
-
-    [[nodiscard]] const Orvane::BVectorLayer& Get() const
-    {
-        return *m_reader->GetLayers().GetAt(0);
-    }
-
-private:
-    static Orvane::BDataManagerProxy& LoadProxy(const char* module)
-    {
-        void* handle = dlopen(module, RTLD_NOW | RTLD_LOCAL);
-        void* symbol = handle == nullptr ? nullptr : dlsym(handle, Orvane::kGetDataMgrProxyName);
-        if (symbol == nullptr) {
-            throw std::runtime_error(dlerror());
-        }
-        Orvane::GetDataMgrProxyFunction getProxy = nullptr;
-        std::memcpy(&getProxy, &symbol, sizeof getProxy);
-        return *getProxy();
-    }
-
-    Orvane::BDataManagerProxy& m_proxy;
-    Orvane::BDataReader* m_reader = nullptr;
-};
+    const Orvane::BPluginModule plugin(module);
+    const Orvane::BString path = Orvane::BString::FromUtf8(file);
+    const Orvane::BReaderHandle reader = plugin.CreateReader(path, options);
+    reader->Open(path, options);
+    reader->Read();
+    reader->Close();
+    return reader.GetLayer(0);
+}
 
 GeoPackage::LayerDefinition Define(const Orvane::BVectorLayer& layer)
 {
@@ -214,31 +187,22 @@ void BindValue(const Statement& insert,
                const Orvane::BColumnData& column,
                std::size_t row)
 {
-    switch (column.storage) {
-    case Orvane::EColumnStorage::Int32:
-        sqlite3_bind_int(insert.get(), number, column.int32s[row]);
-        return;
-    case Orvane::EColumnStorage::Int64:
-        sqlite3_bind_int64(insert.get(), number, column.int64s[row]);
-        return;
-    case Orvane::EColumnStorage::Double:
-        sqlite3_bind_double(insert.get(), number, column.doubles[row]);
-        return;
-    case Orvane::EColumnStorage::Float:
-        sqlite3_bind_double(insert.get(), number, static_cast<double>(column.floats[row]));
-        return;
-    case Orvane::EColumnStorage::Boolean:
-        sqlite3_bind_int(insert.get(), number, column.booleans[row]);
-        return;
-    case Orvane::EColumnStorage::Text:
-        break;
-    }
-    const std::string_view text = column.texts.GetBytes(row);
-    sqlite3_bind_text(insert.get(),
-                      number,
-                      text.empty() ? "" : text.data(),
-                      static_cast<int>(text.size()),
-                      SQLITE_STATIC);
+    Orvane::VisitStorage(column.storage, [&](auto kind) {
+        const auto& values = kind.ArrayOf(column);
+        using Value = typename decltype(kind)::Value;
+        if constexpr (kind.kIsText) {
+            const std::string_view text = values.GetBytes(row);
+            sqlite3_bind_text(insert.get(),
+                              number,
+                              text.empty() ? "" : text.data(),
+                              static_cast<int>(text.size()),
+                              SQLITE_STATIC);
+        } else if constexpr (std::is_floating_point_v<Value>) {
+            sqlite3_bind_double(insert.get(), number, static_cast<double>(values[row]));
+        } else {
+            sqlite3_bind_int64(insert.get(), number, values[row]);
+        }
+    });
 }
 
 /// The rows as they are, a prepared statement per table, a run of it per row. Texts must be UTF-8.
@@ -335,14 +299,14 @@ void Run(int argumentCount, char** argumentTexts)
                         ParseValue(word.substr(equals + 1)));
         }
     }
-    const LoadedLayer layer(argumentTexts[1], argumentTexts[2], options);
+    const auto layer = LoadLayer(argumentTexts[1], argumentTexts[2], options);
     const char* const out = argumentTexts[3];
     std::filesystem::remove(out);
     const std::int64_t before = OrvaneBench::MeasureMemory().resident;
     if (indexFile == nullptr) {
-        WriteByWriter(layer.Get(), out);
+        WriteByWriter(*layer, out);
     } else {
-        WriteFloor(layer.Get(), out, indexFile);
+        WriteFloor(*layer, out, indexFile);
     }
     std::printf("peak_less_layer_bytes %lld\n",
                 static_cast<long long>(OrvaneBench::PeakBytes() - before));

@@ -1,7 +1,7 @@
 // Has CLI11 parse a command line by the rules of its command, and words what is wrong with it.
 #include "Arguments.h"
 
-#include "NearestWord.h"
+#include "DidYouMean.h"
 #include "TerminalText.h"
 
 #include <CLI/CLI.hpp>

@@ -1,9 +1,11 @@
 // The words of failures, and the arguments that put them right.
 #include "FailureWords.h"
 
-#include "NearestWord.h"
+#include "DidYouMean.h"
 #include "ShellWords.h"
 #include "TerminalText.h"
+
+#include <Orvane/Import/NearestWord.h>
 
 #include <algorithm>
 #include <cctype>
@@ -18,6 +20,7 @@ namespace {
 using Orvane::Import::ColumnSample;
 using Orvane::Import::EFailureKind;
 using Orvane::Import::FailureFields;
+using Orvane::Import::FindNearestWords;
 using Orvane::Import::ImportFailure;
 using Orvane::Import::UnderlyingTexts;
 

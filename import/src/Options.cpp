@@ -3,13 +3,13 @@
 #include <Orvane/Constants.h>
 #include <Orvane/Import/DisplayText.h>
 #include <Orvane/Import/Failure.h>
+#include <Orvane/Import/NearestWord.h>
 #include <Orvane/Import/Options.h>
 
 #include <algorithm>
 #include <charconv>
 #include <cstddef>
 #include <cstdint>
-#include <numeric>
 #include <optional>
 #include <set>
 #include <string_view>
@@ -94,37 +94,15 @@ std::string FoldCase(std::string_view text)
     return folded;
 }
 
-/// Insertions, removals and replacements between two texts.
-std::size_t EditDistance(std::string_view a, std::string_view b)
-{
-    std::vector<std::size_t> row(b.size() + 1);
-    std::iota(row.begin(), row.end(), std::size_t{0});
-    for (std::size_t i = 1; i <= a.size(); ++i) {
-        std::size_t diagonal = row[0];
-        row[0] = i;
-        for (std::size_t j = 1; j <= b.size(); ++j) {
-            const std::size_t replaced = diagonal + (a[i - 1] == b[j - 1] ? 0 : 1);
-            diagonal = row[j];
-            row[j] = std::min({row[j] + 1, row[j - 1] + 1, replaced});
-        }
-    }
-    return row[b.size()];
-}
-
 /// Known keys that may be meant, in the order of the catalogue.
 std::vector<std::string> FindNearKeys(const std::string& key)
 {
-    constexpr std::size_t kLongestKey = 64;
-    const std::string folded = FoldCase(std::string_view(key).substr(0, kLongestKey));
-    std::vector<std::string> near;
+    std::vector<std::string> keys;
     for (const ReaderOption& option : GetReaderOptions()) {
-        const std::string candidate = option.key.ToUtf8();
-        const bool contains = folded.size() >= 4 && candidate.find(folded) != std::string::npos;
-        if (contains || EditDistance(folded, candidate) <= 1 + candidate.size() / 4) {
-            near.push_back(candidate);
-        }
+        keys.push_back(option.key.ToUtf8());
     }
-    return near;
+    const std::vector<std::string_view> nearest = FindNearestWords(key, {keys.begin(), keys.end()});
+    return {nearest.begin(), nearest.end()};
 }
 
 /// A value as a failure's sentence shows it.

@@ -1,7 +1,6 @@
 // Separator detection and preview: what the engine tells from the first lines.
 #include "file/AsciiFile.h"
-#include "text/Separator.h"
-#include "text/SplitPatterns.h"
+#include "text/SeparatorRule.h"
 
 #include <Orvane/BException.h>
 #include <Orvane/BStringQt.h>
@@ -19,19 +18,8 @@ void AsciiFile::AutodetectSeparator()
     GetSafeLine(first);
     GetSafeLine(second);
     m_lines.PutBack(first, second);
-
-    const auto score = [this, &first, &second](const QRegularExpression& pattern) {
-        const Separator candidate(pattern, m_columnWidths);
-        SplitRow row;
-        candidate.Split(TextView(first.View()), row);
-        const std::size_t count = row.GetCount();
-        candidate.Split(TextView(second.View()), row);
-        return count == row.GetCount() && count != 1 ? count : 0;
-    };
-    // Rule: the comma wins every tie, and the blank is never detected.
-    const bool isTab =
-        score(SplitPatterns::TabSplit()) >= 2 && score(SplitPatterns::CommaSplit()) == 0;
-    m_separator = isTab ? SplitPatterns::TabSplit() : SplitPatterns::CommaSplit();
+    m_separator = SeparatorRule::ChooseByTwoLines(
+        TextView(first.View()), TextView(second.View()), m_columnWidths);
 }
 
 /// One line of the preview, split. @param isBlank whether there is nothing but white space

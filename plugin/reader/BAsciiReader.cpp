@@ -2,13 +2,10 @@
 #include "reader/BAsciiReader.h"
 
 #include "file/AsciiFile.h"
-#include "text/SplitPatterns.h"
+#include "text/SeparatorRule.h"
 
 #include <Orvane/BException.h>
-#include <Orvane/BStringQt.h>
 #include <Orvane/Constants.h>
-
-#include <QRegularExpression>
 
 #include <utility>
 
@@ -69,33 +66,23 @@ void BAsciiReader::DoOpen(const BString& path, const BParamList& params)
 
 void BAsciiReader::ConfigureSeparator()
 {
+    using SeparatorRule::ESource;
     const BParamList& options = GetParams();
-    if (options.HasProperty(Orvane::ASCII_SEPARATOR)) {
-        const QString separator = Orvane::MakeQString(options.GetString(Orvane::ASCII_SEPARATOR));
-        m_file->SetSeparator(SplitPatterns::MakeSeparatorPattern(separator));
-        return;
-    }
-    if (options.HasProperty(Orvane::FIELD_LENGTH)) {
+    const ESource source =
+        SeparatorRule::Choose(options, [this] { return m_file->GetFileExtension(); });
+    switch (source) {
+    case ESource::Widths:
         // Rule: widths come with the empty pattern, which is valid, so that lines yield no fields.
         m_file->SetColumnWidths(options.GetIntegers(Orvane::FIELD_LENGTH));
-        return;
-    }
-    const BString extension = m_file->GetFileExtension().ToLower();
-    // Rule: only the presence of the USE_ keys counts, and an extension outranks the keys that come
-    // later in this order.
-    if (extension == u".csv" || options.HasProperty(Orvane::USE_COMMA)) {
-        m_file->SetSeparator(SplitPatterns::CommaSplit());
-    } else if (extension == u".tsv" || options.HasProperty(Orvane::USE_TAB)) {
-        m_file->SetSeparator(SplitPatterns::TabSplit());
-    } else if (extension == u".ssv" || options.HasProperty(Orvane::USE_SPACE)) {
-        m_file->SetSeparator(SplitPatterns::SpaceSplit());
-    } else if (extension == u".txt") {
+        break;
+    case ESource::TwoLines:
         m_file->AutodetectSeparator();
-    } else if (extension == u".asc") {
-        m_file->SetSeparator(SplitPatterns::CommaSplit());
-    } else {
+        break;
+    case ESource::Unknown:
         // Rule: the location stands first here, and it is that of the reading.
         throw BException("BAsciiReader::Read", "Separator could not be determined automatically.");
+    default:
+        m_file->SetSeparator(SeparatorRule::MakePattern(source, options));
     }
 }
 

@@ -5,14 +5,12 @@
 #include "diagnose/OpenQuote.h"
 
 #include <Orvane/BException.h>
-#include <Orvane/BStringQt.h>
 #include <Orvane/Constants.h>
 #include <Orvane/Import/Session.h>
 
 #include <QRegularExpression>
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
 #include <charconv>
 #include <filesystem>
@@ -24,7 +22,7 @@
 #include <text/OptionRules.h>
 #include <text/ReadOptions.h>
 #include <text/Separator.h>
-#include <text/SplitPatterns.h>
+#include <text/SeparatorRule.h>
 #include <text/ValueRules.h>
 #include <unistd.h>
 #include <utility>
@@ -86,50 +84,24 @@ std::string Shorten(const TextView& text)
 /// How the reader cuts lines into fields: by an option, else by the extension.
 Separator MakeSeparator(const FailedRead& read, const std::string& file)
 {
-    using namespace AsciiReader;
+    namespace Rule = AsciiReader::SeparatorRule;
     const BParamList& options = read.options;
-    const std::vector<std::int32_t> noWidths;
-    if (options.HasProperty(ASCII_SEPARATOR)) {
-        const QString literal = MakeQString(options.GetString(ASCII_SEPARATOR));
-        return {SplitPatterns::MakeSeparatorPattern(literal), noWidths};
-    }
-    if (options.HasProperty(FIELD_LENGTH)) {
+    const Rule::ESource source = Rule::Choose(options, [&file] {
+        return BString::FromUtf8(std::filesystem::path(file).extension().native());
+    });
+    if (source == Rule::ESource::Widths) {
         return {QRegularExpression(), options.GetIntegers(FIELD_LENGTH)};
     }
-    std::string extension = std::filesystem::path(file).extension().native();
-    std::transform(extension.begin(), extension.end(), extension.begin(), [](char byte) {
-        return byte >= 'A' && byte <= 'Z' ? static_cast<char>(byte - 'A' + 'a') : byte;
-    });
-    if (extension == ".csv" || options.HasProperty(USE_COMMA)) {
-        return {SplitPatterns::CommaSplit(), noWidths};
-    }
-    if (extension == ".tsv" || options.HasProperty(USE_TAB)) {
-        return {SplitPatterns::TabSplit(), noWidths};
-    }
-    if (extension == ".ssv" || options.HasProperty(USE_SPACE)) {
-        return {SplitPatterns::SpaceSplit(), noWidths};
-    }
-    if (extension != ".txt") {
-        return {SplitPatterns::CommaSplit(), noWidths};
+    if (source != Rule::ESource::TwoLines) {
+        return {Rule::MakePattern(source, options), {}};
     }
     FileWalk walk(file, AsciiReader::ReadOptions(options), read.blockSize);
-    std::array<std::array<std::size_t, 2>, 2> counts{}; // by line; of tabs, of commas
-    for (std::array<std::size_t, 2>& count : counts) {
-        FileWalk::Line line;
-        SplitRow row;
-        walk.Next(line);
-        Separator(SplitPatterns::TabSplit(), noWidths).Split(line.text, row);
-        count[0] = row.GetCount();
-        Separator(SplitPatterns::CommaSplit(), noWidths).Split(line.text, row);
-        count[1] = row.GetCount();
-    }
-    const auto score = [&counts](std::size_t which) {
-        const std::size_t count = counts[0][which];
-        return count == counts[1][which] && count != 1 ? count : 0;
-    };
-    return {score(0) >= 2 && score(1) == 0 ? SplitPatterns::TabSplit()
-                                           : SplitPatterns::CommaSplit(),
-            noWidths};
+    FileWalk::Line line;
+    walk.Next(line);
+    // The text of a line goes with the next one.
+    const BString first = line.text.ToString();
+    walk.Next(line);
+    return {Rule::ChooseByTwoLines(TextView(first.View()), line.text), {}};
 }
 
 /// The look at the content of a file.

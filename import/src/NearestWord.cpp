@@ -1,15 +1,18 @@
 // Distances between words.
-#include "NearestWord.h"
+#include <Orvane/Import/NearestWord.h>
 
 #include <algorithm>
 #include <cstddef>
 #include <numeric>
+#include <string>
+#include <utility>
 
-namespace OrvaneHost {
+namespace Orvane::Import {
 
 namespace {
 
 constexpr std::size_t kLongestWord = 64;
+constexpr std::size_t kShortestPart = 4;
 
 std::string Fold(std::string_view word)
 {
@@ -54,10 +57,17 @@ std::vector<std::string_view> FindNearestWords(std::string_view word,
     if (folded.empty() || folded.size() > kLongestWord) {
         return nearest;
     }
+    std::vector<std::string_view> containing;
     for (const std::string_view candidate : known) {
-        if (Fold(candidate).starts_with(folded)) {
+        const std::size_t place = Fold(candidate).find(folded);
+        if (place == 0) {
             nearest.push_back(candidate);
+        } else if (place != std::string::npos && folded.size() >= kShortestPart) {
+            containing.push_back(candidate);
         }
+    }
+    if (nearest.empty()) {
+        nearest = std::move(containing);
     }
     if (!nearest.empty()) {
         return nearest;
@@ -78,20 +88,4 @@ std::vector<std::string_view> FindNearestWords(std::string_view word,
     return nearest;
 }
 
-std::string DidYouMean(std::string_view word,
-                       const std::vector<std::string_view>& known,
-                       const std::string& otherwise)
-{
-    const std::vector<std::string_view> nearest = FindNearestWords(word, known);
-    if (nearest.empty()) {
-        return otherwise;
-    }
-    std::string text = "; did you mean ";
-    for (std::size_t index = 0; index < nearest.size(); ++index) {
-        text += index == 0 ? "" : index + 1 == nearest.size() ? " or " : ", ";
-        text += nearest[index];
-    }
-    return text + "?";
-}
-
-} // namespace OrvaneHost
+} // namespace Orvane::Import
