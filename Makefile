@@ -6,7 +6,7 @@ BENCH ?=
 SECONDS ?= 60
 SOAK ?=
 
-.PHONY: help deps build import install uninstall test asan lint fuzz soak bench bench-instructions bench-programs format clean
+.PHONY: help deps build import install uninstall test asan lint fuzz soak truth bench bench-instructions bench-programs format clean
 
 help:
 	@echo 'make import [FILE=in.csv] [OUT=out.gpkg]   install what is missing, build, import a file'
@@ -17,6 +17,7 @@ help:
 	@echo 'make lint     format check and clang-tidy'
 	@echo 'make fuzz [SECONDS=60]   every fuzz harness under libFuzzer for that time, and a table'
 	@echo 'make soak [SOAK=load]     what takes hours, or parts of it: lint differential faults load memcheck threads fuzz'
+	@echo 'make truth    compare every cell of imports with known files, report to docs/truth.md'
 	@echo 'make bench    compare whole imports with other readers, report to bench/results'
 	@echo 'make bench-instructions   instructions per row, with Callgrind'
 
@@ -54,6 +55,9 @@ fuzz: deps
 
 soak: deps
 	@scripts/soak $(SOAK)
+
+truth: build
+	@scripts/truth
 
 bench: bench-programs
 	@bench/compare.py --save $(BENCH)

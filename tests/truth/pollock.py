@@ -159,7 +159,7 @@ def folder_cases(folder):
         rows = read_csv(folder / "clean" / path.name)
         has_names = int(parameters["header_lines"]) > 0
         # A file without names may have been given some in its clean copy; the file decides.
-        if not has_names and rows and rows[0] == parameters.get("column_names"):
+        if not has_names and rows and [name.strip() for name in rows[0]] == parameters.get("column_names"):
             rows = rows[1:]
         cases.append(Case(path.name, path, split_names(rows, has_names)))
     return cases

@@ -162,6 +162,8 @@ def expected_of(path, reading):
     width = max(len(names), max((len(fields) for _, fields in found), default=0))
     rows = []
     for line, fields in found:
+        if not any(field.strip() for field in fields):
+            continue  # a line of separators alone
         fields = fields + [""] * (width - len(fields))
         cells = [Cell(field, reading.decimal, reading.is_day_first, reading.thousands, reading.is_padded)
                  for field in fields]
@@ -169,11 +171,11 @@ def expected_of(path, reading):
     return Expected(path, reading, names, rows)
 
 
-def point_files(folder=None):
-    """What each of the point files holds, in order of their names."""
-    folder = folder or FOLDER
+def point_files(only=""):
+    """What each of the point files holds, in order of their names; of those whose name holds `only`."""
     for name, reading in sorted({**POINT_FILES, **DERIVED_FILES}.items()):
-        yield expected_of(folder / name, reading)
+        if only in name:
+            yield expected_of(FOLDER / name, reading)
 
 
 # Files of the suites that are not read as commas, quotes, UTF-8 and a line of names.
@@ -202,20 +204,21 @@ SUITE_READINGS = {
 }
 
 
-def suite_files(folder=None):
+def suite_files(only=""):
     """What each file of the suites of small files holds, read as a person would read it."""
-    folder = (folder or FOLDER) / "suites"
     for suite in SUITES:
-        for path in sorted((folder / suite).iterdir()):
-            if path.suffix != ".json":
-                name = f"{suite}/{path.name}"
+        for path in sorted((FOLDER / "suites" / suite).iterdir()):
+            name = f"{suite}/{path.name}"
+            if path.suffix != ".json" and only in name:
                 yield expected_of(path, SUITE_READINGS.get(name) or Reading("utf-8"))
 
 
-def survey_files(folder=None):
+def survey_files(only=""):
     """What each real file of the benchmark of CSV loading holds, as its parameters say; names are not compared."""
-    folder = (folder or FOLDER) / "suites/pollock-survey"
+    folder = FOLDER / "suites/pollock-survey"
     for path in sorted((folder / "csv").iterdir()):
+        if only not in f"pollock-survey/csv/{path.name}":
+            continue
         said = json.loads((folder / "parameters" / f"{path.name}_parameters.json").read_text())
         reading = Reading("utf-8-sig" if said["encoding"] == "utf-8" else said["encoding"], said["delimiter"],
                           has_names=False, quote=said["quotechar"] or None)

@@ -1,5 +1,6 @@
 """Reads what an import wrote, or what GDAL makes of a file by itself, with GDAL's Python bindings."""
 
+import calendar
 import datetime
 
 from osgeo import gdal, ogr
@@ -19,6 +20,8 @@ class Target:
 def moment(feature, index, kind):
     year, month, day, hour, minute, second, _ = feature.GetFieldAsDateTime(index)
     micro = round(second % 1 * 1e6)
+    if kind != ogr.OFTTime and not (1 <= month <= 12 and 1 <= day <= calendar.monthrange(year, month)[1]):
+        return f"no date: {year}-{month}-{day}"
     if kind == ogr.OFTDate:
         return datetime.date(year, month, day)
     time = datetime.time(hour, minute, int(second), micro)
