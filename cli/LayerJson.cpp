@@ -120,6 +120,11 @@ private:
     void WriteTypeAndValue(std::size_t row, std::size_t columnIndex)
     {
         const Orvane::BColumnData& column = m_page.data[columnIndex];
+        if (column.IsNull(row)) {
+            WriteType(EVariantType::None);
+            m_json.Raw("null");
+            return;
+        }
         Orvane::VisitStorage(column.storage, [this, &column, row](auto kind) {
             // Every type that is carried as text gives a text value.
             WriteType(kind.kType);

@@ -32,12 +32,12 @@ int FieldNumber(std::size_t index)
 FeatureFiller::FeatureFiller(OGRFeature& feature,
                              const ExportFormat& format,
                              const std::vector<FileField>& fields,
-                             bool hasGeometry,
+                             EPlace place,
                              bool hasHeights)
     : m_feature(feature)
     , m_format(format)
     , m_fields(fields)
-    , m_hasGeometry(hasGeometry)
+    , m_place(place)
     , m_hasHeights(hasHeights)
 {
     m_losses.notIntegers.resize(fields.size());
@@ -89,7 +89,10 @@ void FeatureFiller::SetCoordinateTexts(double x, double y, bool hasZ, double z)
 void FeatureFiller::SetNoPoint()
 {
     m_hasPoint = false;
-    if (m_hasGeometry) {
+    if (m_place == EPlace::None) {
+        return;
+    }
+    if (m_place == EPlace::Geometry) {
         m_feature.SetGeometryDirectly(nullptr);
         return;
     }
@@ -101,6 +104,9 @@ void FeatureFiller::SetNoPoint()
 
 void FeatureFiller::SetPoint(double x, double y, bool hasZ, double z)
 {
+    if (m_place == EPlace::None) {
+        return;
+    }
     // Rule: a point whose X or Y is no finite number has no place and goes without geometry.
     if (!std::isfinite(x) || !std::isfinite(y)) {
         ++m_losses.withoutPlace;
@@ -108,7 +114,7 @@ void FeatureFiller::SetPoint(double x, double y, bool hasZ, double z)
         return;
     }
     m_hasPoint = true;
-    if (!m_hasGeometry) {
+    if (m_place == EPlace::Fields) {
         SetCoordinateTexts(x, y, hasZ, z);
         return;
     }
@@ -216,6 +222,10 @@ void FeatureFiller::SetColumnValue(std::size_t index,
                                    const Orvane::BColumnData& column,
                                    std::size_t row)
 {
+    if (column.IsNull(row)) {
+        m_feature.SetFieldNull(FieldNumber(index));
+        return;
+    }
     const EVariantType type = m_fields[index].type;
     Orvane::VisitStorage(column.storage, [this, index, type, &column, row](auto kind) {
         if constexpr (kind.kIsText) {

@@ -22,12 +22,20 @@ namespace Orvane::Import {
 class FeatureFiller
 {
 public:
-    /// @param feature has `fields`, then, without geometry, those of X, Y and, with heights, Z; not
+    /// Where a row's point goes.
+    enum class EPlace {
+        Geometry, ///< the feature's geometry
+        Fields,   ///< the fields X, Y and, with heights, Z, as texts
+        None      ///< nowhere
+    };
+
+    /// @param feature has `fields`, then, with EPlace::Fields, those of X, Y and, with heights, Z;
+    /// not
     ///     owned, like the other references
     FeatureFiller(OGRFeature& feature,
                   const ExportFormat& format,
                   const std::vector<FileField>& fields,
-                  bool hasGeometry,
+                  EPlace place,
                   bool hasHeights);
 
     [[nodiscard]] const LossCounts& GetLosses() const noexcept { return m_losses; }
@@ -63,7 +71,7 @@ private:
     OGRFeature& m_feature;
     const ExportFormat& m_format;
     const std::vector<FileField>& m_fields;
-    bool m_hasGeometry;
+    EPlace m_place;
     bool m_hasHeights;
     bool m_hasPoint = false;
     std::string m_text;

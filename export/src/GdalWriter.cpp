@@ -64,9 +64,10 @@ public:
     explicit GdalWriter(const WriteRequest& request)
         : m_request(request)
         , m_fields(NameFields(request.layer, request.counts, request.format))
-        , m_hasGeometry(!request.format.numbersAsText)
-        , m_hasHeights(request.counts.withHeight > 0)
-        , m_leavesOutRows(Is("FlatGeobuf"))
+        , m_hasGeometry(!request.format.numbersAsText && (request.hasGeometry || NeedsGeometry()))
+        , m_hasCoordinates(request.format.numbersAsText && request.hasGeometry)
+        , m_hasHeights(request.hasGeometry && request.counts.withHeight > 0)
+        , m_leavesOutRows(Is("FlatGeobuf") && request.hasGeometry)
     {}
 
     ~GdalWriter() = default;
@@ -97,6 +98,10 @@ private:
         return m_request.format.driver == driver;
     }
 
+    /// Rule: a shapefile has shapes, empty ones where rows have no place; without geometry its
+    /// driver would leave the .shp file itself out.
+    [[nodiscard]] bool NeedsGeometry() const { return Is("ESRI Shapefile"); }
+
     /// @param reason that of the files, or of what has failed
     [[noreturn]] void Fail(const char* step, std::string reason) const
     {
@@ -115,12 +120,23 @@ private:
         }
     }
 
+    [[nodiscard]] FeatureFiller::EPlace GetPlace() const
+    {
+        if (!m_request.hasGeometry) {
+            return FeatureFiller::EPlace::None;
+        }
+        return m_hasGeometry ? FeatureFiller::EPlace::Geometry : FeatureFiller::EPlace::Fields;
+    }
+
     [[nodiscard]] CPLStringList GetLayerOptions() const
     {
         CPLStringList options;
         if (Is("FlatGeobuf")) {
             options.SetNameValue("TEMPORARY_DIR",
                                  m_files.NameFor(m_request.file.parent_path().native()).c_str());
+            if (!m_request.hasGeometry) {
+                options.SetNameValue("SPATIAL_INDEX", "NO");
+            }
         } else if (Is("GeoJSON") || Is("GeoJSONSeq")) {
             options.SetNameValue("COORDINATE_PRECISION", "17");
             options.SetNameValue("SIGNIFICANT_FIGURES", "17");
@@ -152,7 +168,7 @@ private:
             const auto defn = MakeFieldDefn(field, m_request.format);
             Check(m_layer->CreateField(defn.get(), FALSE) == OGRERR_NONE, "Making the fields");
         }
-        if (!m_hasGeometry) {
+        if (m_hasCoordinates) {
             for (const char* coordinate : {"X", "Y", "Z"}) {
                 if (*coordinate != 'Z' || m_hasHeights) {
                     OGRFieldDefn defn(FindFreeName(m_fields.fields, coordinate).c_str(), OFTString);
@@ -205,8 +221,7 @@ private:
     {
         const std::unique_ptr<OGRFeature, void (*)(OGRFeature*)> feature(
             OGRFeature::CreateFeature(m_layer->GetLayerDefn()), &OGRFeature::DestroyFeature);
-        FeatureFiller filler(
-            *feature, m_request.format, m_fields.fields, m_hasGeometry, m_hasHeights);
+        FeatureFiller filler(*feature, m_request.format, m_fields.fields, GetPlace(), m_hasHeights);
         Begin();
         Orvane::VisitRows(
             m_request.layer.GetFeatures(),
@@ -294,6 +309,7 @@ private:
     const WriteRequest& m_request;
     FileFields m_fields;
     bool m_hasGeometry;
+    bool m_hasCoordinates; ///< as fields of texts
     bool m_hasHeights;
     bool m_leavesOutRows;
     bool m_hasTransactions = false;

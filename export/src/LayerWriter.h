@@ -29,6 +29,8 @@ struct WriteRequest
     std::filesystem::path file;
     std::string shownPath; ///< of the final place, as the caller gave it
     std::shared_ptr<OGRSpatialReference> coordSys;
+    bool hasGeometry;        ///< see TargetRequest
+    bool hasNames;           ///< see TargetRequest
     ProgressMeter& progress; ///< asked every few thousand rows
 };
 

@@ -38,6 +38,9 @@ public:
         return m_workFolder / m_file.filename();
     }
 
+    /// The final place. Absolute; no link.
+    [[nodiscard]] const std::filesystem::path& GetFile() const noexcept { return m_file; }
+
     [[nodiscard]] const std::filesystem::path& GetWorkFolder() const noexcept
     {
         return m_workFolder;

@@ -1,18 +1,32 @@
 // Files as targets.
 #include "CoordinateSystem.h"
+#include "CountWritten.h"
 #include "Formats.h"
 #include "LayerWriter.h"
 #include "OutputFile.h"
 #include "ProgressMeter.h"
 #include "Wrap.h"
 
+#include <Orvane/Import/Failure.h>
 #include <Orvane/Import/Targets.h>
 
+#include <stdexcept>
 #include <utility>
 
 namespace Orvane::Import {
 
 namespace {
+
+[[noreturn]] void ThrowNotRead(const std::string& shownPath, const std::string& reason)
+{
+    FailureFields fields;
+    fields.kind = EFailureKind::Output;
+    fields.code = "output-write";
+    fields.what = "The output that was written cannot be read back.";
+    fields.file = shownPath;
+    fields.cause = reason;
+    throw ImportFailure(std::move(fields));
+}
 
 /// A file that replaces the old one when it is complete.
 class FileTarget : public Target
@@ -23,6 +37,7 @@ public:
         , m_format(FindExportFormat(request.out))
         , m_formatName(m_format.driver)
         , m_coordSys(FindCoordinateSystem(request.crs))
+        , m_shape{0, request.hasGeometry, request.hasNames}
         , m_file(request.out, request.input)
     {}
 
@@ -39,8 +54,17 @@ public:
         try {
             return WrapFailures(m_name, [&] {
                 m_file.Begin();
-                const WriteRequest request{
-                    layer, counts, m_format, m_file.GetWorkFile(), m_name, m_coordSys, progress};
+                const WriteRequest request{layer,
+                                           counts,
+                                           m_format,
+                                           m_file.GetWorkFile(),
+                                           m_name,
+                                           m_coordSys,
+                                           m_shape.hasGeometry,
+                                           m_shape.hasNames,
+                                           progress};
+                m_shape.fieldCount =
+                    layer.GetSchema().GetCount() + counts.fieldsBeyondSchema.size();
                 return m_formatName == "GPKG" ? WriteGeoPackage(request) : WriteByGdal(request);
             });
         } catch (...) {
@@ -54,11 +78,23 @@ public:
         WrapFailures(m_name, [&] { m_file.Commit(); });
     }
 
+    [[nodiscard]] TargetCounts CountWritten() override
+    {
+        return WrapFailures(m_name, [&] {
+            try {
+                return CountFile(m_file.GetFile(), m_format, m_shape);
+            } catch (const std::runtime_error& error) {
+                ThrowNotRead(m_name, error.what());
+            }
+        });
+    }
+
 private:
     std::string m_name;
     const ExportFormat& m_format;
     std::string m_formatName;
     std::shared_ptr<OGRSpatialReference> m_coordSys;
+    WrittenShape m_shape;
     OutputFile m_file;
 };
 

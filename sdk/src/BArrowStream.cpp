@@ -229,6 +229,16 @@ public:
         m_node->buffers.push_back(m_node->owned.back().data());
     }
 
+    /// The first buffer where no row has a null.
+    void AddNoValidity() { AddPlace(nullptr); }
+
+    /// The first buffer: bits in the layout of Arrow that stay in their place.
+    void AddValidityInPlace(const std::uint8_t* bits, std::size_t nulls)
+    {
+        m_nulls = nulls;
+        AddPlace(bits);
+    }
+
     /// The first buffer: which rows have a value. None is needed when all have one.
     void AddValidity(BitBuffer valid)
     {
@@ -519,21 +529,8 @@ private:
                             std::size_t column) const
     {
         const std::size_t rows = page->GetRowCount();
-        BitBuffer valid(rows);
-        for (std::size_t row = 0; row < rows; ++row) {
-            const BFeature* object = ObjectAt(objects, row);
-            const std::size_t count = object != nullptr            ? object->GetAttributeCount()
-                                      : column < page->data.size() ? page->GetAttributeCount(row)
-                                                                   : 0;
-            const bool isSet =
-                column < count &&
-                (object == nullptr || !object->GetAttributes().GetValueAt(column).IsEmpty());
-            if (isSet) {
-                valid.Set(row);
-            }
-        }
         ArrayBuilder builder(rows, page);
-        builder.AddValidity(std::move(valid));
+        AddColumnValidity(builder, *page, objects, column);
         const BColumnData empty;
         const BColumnData& data = column < page->data.size() ? page->data[column] : empty;
         VisitStorage(StorageOf(m_columns[column].type), [&](auto kind) {
@@ -546,6 +543,42 @@ private:
             }
         });
         return builder.Make();
+    }
+
+    /// In place where all rows have the column and the page says for all of them whether they have
+    /// a value.
+    static void AddColumnValidity(ArrayBuilder& builder,
+                                  const BFeaturePage& page,
+                                  const std::vector<const BFeature*>& objects,
+                                  std::size_t column)
+    {
+        const std::size_t rows = page.GetRowCount();
+        if (objects.empty() && column < page.data.size() && page.attributeCounts.IsEmpty()) {
+            const BColumnData& data = page.data[column];
+            const std::size_t nulls = data.CountNulls(rows);
+            if (nulls == 0) {
+                builder.AddNoValidity();
+                return;
+            }
+            if (8 * data.validity.GetSize() >= rows) {
+                builder.AddValidityInPlace(data.validity.Data(), nulls);
+                return;
+            }
+        }
+        BitBuffer valid(rows);
+        for (std::size_t row = 0; row < rows; ++row) {
+            const BFeature* object = ObjectAt(objects, row);
+            const bool isSet = object != nullptr
+                                   ? column < object->GetAttributeCount() &&
+                                         !object->GetAttributes().GetValueAt(column).IsEmpty()
+                                   : column < page.data.size() &&
+                                         column < page.GetAttributeCount(row) &&
+                                         !page.data[column].IsNull(row);
+            if (isSet) {
+                valid.Set(row);
+            }
+        }
+        builder.AddValidity(std::move(valid));
     }
 
     /// The value of a changed feature, null when it has none in that column.

@@ -127,9 +127,12 @@ void ReserveLike(BFeaturePage& page, const BFeaturePage& like)
     for (std::size_t i = 0; i < page.data.size(); ++i) {
         BColumnData& column = page.data[i];
         ReserveColumn(column, rows);
-        if (column.storage == EColumnStorage::Text && i < like.data.size() &&
-            like.data[i].storage == EColumnStorage::Text) {
-            ReserveTexts(column.texts, like.data[i].texts);
+        if (i < like.data.size()) {
+            column.validity.Reserve(like.data[i].validity.GetSize());
+            if (column.storage == EColumnStorage::Text &&
+                like.data[i].storage == EColumnStorage::Text) {
+                ReserveTexts(column.texts, like.data[i].texts);
+            }
         }
     }
 }
@@ -424,7 +427,7 @@ void BFeatureAppender::FinishIrregularRow(std::size_t rows)
         ReserveLike(*nextPage, *m_page);
     }
     if (m_page->rowCount == 0) {
-        m_features.WriteLastPage();
+        m_features.EndLastPage();
         m_features.m_pages.emplace_back();
         m_features.m_pages.back().firstRow = m_features.m_count;
         m_features.m_pages.back().page = std::move(m_newPage);
@@ -446,6 +449,7 @@ void BFeatureAppender::AbandonRow() noexcept
     const std::size_t rows = m_page->rowCount;
     for (BColumnData& column : m_page->data) {
         VisitColumn(column, [rows](auto& array) { array.Truncate(rows); });
+        column.TruncateValidity(rows);
     }
     m_page->x.Truncate(rows);
     m_page->y.Truncate(rows);

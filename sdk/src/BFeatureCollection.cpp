@@ -36,10 +36,12 @@ bool IsStorable(EVariantType type)
     return type == EVariantType::String || StorageOf(type) != EColumnStorage::Text;
 }
 
-/// Whether a column gives a value of that type back.
+/// Whether a column gives a value of that type back; every column gives back that there is none.
 bool Fits(const BColumnInfo& column, const BString& name, EVariantType type)
 {
-    return IsStorable(type) && StorageOf(column.type) == StorageOf(type) && column.name == name;
+    const bool isFitting = type == EVariantType::None ||
+                           (IsStorable(type) && StorageOf(column.type) == StorageOf(type));
+    return isFitting && column.name == name;
 }
 
 EPointKind KindOf(bool hasPoint, const BPointGeo& point)
@@ -98,12 +100,12 @@ BFeatureCollection::BFeatureCollection(const BString& diskCacheBaseName, std::si
 BFeatureCollection::~BFeatureCollection()
 {
     try {
-        ReadHeld();
+        ReadHeld(m_count);
     } catch (...) {
         // Rule: a feature whose values cannot be read any more stands free with what was read.
     }
     m_adder.reset();
-    DetachAll();
+    Detach(m_count);
 }
 
 std::size_t BFeatureCollection::FindPage(std::size_t row) const
@@ -143,11 +145,64 @@ std::shared_ptr<const BFeaturePage> BFeatureCollection::LoadPage(std::size_t pag
     return entry.page;
 }
 
-void BFeatureCollection::WriteLastPage()
+void BFeatureCollection::CheckRow(std::size_t row) const
 {
-    if (!m_file || m_pages.empty() || m_pages.back().byteCount > 0) {
+    CheckSubscript(row < m_handedRows ? m_count : row, m_count);
+}
+
+void BFeatureCollection::SetPageConsumer(PageConsumer consumer)
+{
+    if (m_count > 0) {
+        throw BDataManagerException("BFeatureCollection::SetPageConsumer",
+                                    "The collection has features already.");
+    }
+    m_pageConsumer = std::move(consumer);
+}
+
+void BFeatureCollection::FlushPages()
+{
+    if (m_pageConsumer && !m_pages.empty()) {
+        m_adder.reset();
+        m_pages.back().page->ShrinkToFit();
+        HandOverLastPage();
+    }
+}
+
+void BFeatureCollection::EndLastPage()
+{
+    if (m_pages.empty()) {
         return;
     }
+    if (m_pageConsumer) {
+        HandOverLastPage();
+    } else if (m_file && m_pages.back().byteCount == 0) {
+        WriteLastPage();
+    }
+}
+
+void BFeatureCollection::HandOverLastPage()
+{
+    const PageEntry& entry = m_pages.back();
+    ReadHeld(m_count);
+    BMBB box = m_writtenBox;
+    IncludePage(m_pages.size() - 1, *entry.page, box);
+    for (const auto& object : m_objects) {
+        if (object.first < m_count) {
+            box.Include(object.second->GetMBB());
+        }
+    }
+    m_pageConsumer(entry.page, entry.firstRow);
+    // The page is the consumer's now: nothing below may fail.
+    m_writtenBox = box;
+    Detach(m_count);
+    m_pages.pop_back();
+    m_pageHint = 0;
+    m_handedRows = m_count;
+    ++m_generation;
+}
+
+void BFeatureCollection::WriteLastPage()
+{
     const std::size_t pageIndex = m_pages.size() - 1;
     PageEntry& entry = m_pages.back();
     MakeRoom(entry.page->GetByteSize());
@@ -192,7 +247,7 @@ std::size_t BFeatureCollection::GetFirstRow(std::size_t pageIndex) const
 
 const BFeature* BFeatureCollection::GetObjectRow(std::size_t row) const
 {
-    CheckSubscript(row, m_count);
+    CheckRow(row);
     if (m_objects.empty()) {
         return nullptr;
     }
@@ -210,7 +265,7 @@ void BFeatureCollection::Bind(const BFeature& feature) const
 
 BSharedPtr<BFeature> BFeatureCollection::GetAt(std::size_t row)
 {
-    CheckSubscript(row, m_count);
+    CheckRow(row);
     std::shared_ptr<BFeature> feature = FindHandle(row);
     return feature ? std::move(feature) : MakeHandle(row);
 }
@@ -318,10 +373,13 @@ void BFeatureCollection::Forget(BFeature& feature) noexcept
     }
 }
 
-void BFeatureCollection::ReadHeld()
+void BFeatureCollection::ReadHeld(std::size_t endRow)
 {
     std::exception_ptr failure;
-    const auto read = [&failure](BFeature& feature) {
+    const auto read = [&failure, endRow](BFeature& feature) {
+        if (feature.m_row >= endRow) {
+            return;
+        }
         try {
             feature.ReadAll();
         } catch (...) {
@@ -343,11 +401,11 @@ void BFeatureCollection::ReadHeld()
 
 void BFeatureCollection::Clear()
 {
-    ReadHeld();
+    ReadHeld(m_count);
     std::unique_ptr<BPageFile> file =
         m_file ? std::make_unique<BPageFile>(m_diskCacheBaseName) : nullptr;
     m_adder.reset();
-    DetachAll();
+    Detach(m_count);
     m_pages = {};
     m_residents.clear();
     m_residentBytes = 0;
@@ -356,11 +414,12 @@ void BFeatureCollection::Clear()
     m_file = std::move(file);
     m_pageHint = 0;
     m_count = 0;
+    m_handedRows = 0;
     m_misfits = 0;
     ++m_generation;
 }
 
-void BFeatureCollection::DetachAll() noexcept
+void BFeatureCollection::Detach(std::size_t endRow) noexcept
 {
     const auto detach = [](BFeature& feature) {
         feature.m_collection = nullptr;
@@ -370,19 +429,25 @@ void BFeatureCollection::DetachAll() noexcept
         feature.m_isHandle = false;
     };
     for (std::shared_ptr<BFeature>& ready : m_ready) {
-        if (ready) {
+        if (ready && ready->m_row < endRow) {
             detach(*ready);
             ready.reset();
         }
     }
-    for (const auto& handle : m_handles) {
-        detach(*handle.second);
-    }
-    m_handles.clear();
-    for (const auto& object : m_objects) {
-        detach(*object.second);
-    }
-    m_objects.clear();
+    std::erase_if(m_handles, [&detach, endRow](const auto& handle) {
+        const bool isBefore = handle.first < endRow;
+        if (isBefore) {
+            detach(*handle.second);
+        }
+        return isBefore;
+    });
+    std::erase_if(m_objects, [&detach, endRow](const auto& object) {
+        const bool isBefore = object.first < endRow;
+        if (isBefore) {
+            detach(*object.second);
+        }
+        return isBefore;
+    });
 }
 
 void BFeatureCollection::Add(const BSharedPtr<BFeature>& feature)
@@ -439,13 +504,18 @@ bool BFeatureCollection::PrepareColumns(const BFeature& feature)
     const std::vector<BColumnInfo>& columns = *m_adder->m_columns;
     bool isStorable = true;
     bool isPrefix = true;
+    bool hasNulls = false;
     for (std::size_t i = 0; i < count; ++i) {
         const EVariantType type = attributes.GetValueAt(i).GetType();
-        isStorable = isStorable && IsStorable(type);
+        const bool isNull = type == EVariantType::None;
+        // No value says which type a new column should have.
+        isStorable = isStorable && (isNull ? i < columns.size() : IsStorable(type));
+        hasNulls = hasNulls || isNull;
         isPrefix =
             isPrefix && (i >= columns.size() || Fits(columns[i], attributes.GetNameAt(i), type));
     }
-    if (isStorable && !isPrefix && (m_adder->m_page->rowCount == 0 || m_misfits >= kMaxMisfits)) {
+    if (isStorable && !hasNulls && !isPrefix &&
+        (m_adder->m_page->rowCount == 0 || m_misfits >= kMaxMisfits)) {
         const auto none = std::make_shared<const std::vector<BColumnInfo>>();
         m_adder.reset(new BFeatureAppender(*this, none, BFeatureAppender::ForCollection()));
         isPrefix = m_adder->m_page->rowCount == 0;
@@ -475,6 +545,10 @@ void BFeatureCollection::AppendValues(const BFeature& feature)
     BFeatureAppender& adder = *m_adder;
     for (std::size_t i = 0; i < values.attributes.GetCount(); ++i) {
         const BVariant& value = values.attributes.GetValueAt(i);
+        if (value.IsEmpty()) {
+            adder.AddNull();
+            continue;
+        }
         VisitStorage(StorageOf(value.GetType()), [this, &adder, &value](auto kind) {
             if constexpr (kind.kIsText) {
                 const BString string = value.GetString();

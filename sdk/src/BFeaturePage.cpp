@@ -33,7 +33,8 @@ std::size_t BFeaturePage::GetByteSize() const noexcept
                        attributeCounts.GetByteSize() + nameRuns.capacity() * sizeof(BNameRun) +
                        nameTexts.GetByteSize();
     for (const BColumnData& column : data) {
-        size += VisitColumn(column, [](const auto& array) { return array.GetByteSize(); });
+        size += column.validity.GetByteSize() +
+                VisitColumn(column, [](const auto& array) { return array.GetByteSize(); });
     }
     return size;
 }
@@ -42,6 +43,7 @@ void BFeaturePage::ShrinkToFit() noexcept
 {
     for (BColumnData& column : data) {
         VisitColumn(column, [](auto& array) { array.ShrinkToFit(); });
+        column.validity.ShrinkToFit();
     }
     x.ShrinkToFit();
     y.ShrinkToFit();

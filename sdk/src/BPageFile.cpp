@@ -237,6 +237,7 @@ BPagePlace BPageFile::Write(const BFeaturePage& page, std::size_t pageIndex)
     writer.Put(page.nameTexts);
     for (const BColumnData& column : page.data) {
         VisitColumn(column, [&writer](const auto& array) { writer.Put(array); });
+        writer.Put(column.validity);
     }
 
     if (!WriteAll(*m_file, m_end, m_buffer.View())) {
@@ -302,6 +303,7 @@ std::shared_ptr<BFeaturePage> BPageFile::Read(const BPagePlace& place, std::size
     for (std::size_t i = 0; i < page->data.size(); ++i) {
         page->data[i].storage = StorageOf((*page->columns)[i].type);
         VisitColumn(page->data[i], [&reader](auto& array) { reader.Get(array); });
+        reader.Get(page->data[i].validity);
     }
     if (!reader.IsAtEnd()) {
         throw damaged();

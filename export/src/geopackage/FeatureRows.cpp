@@ -102,7 +102,9 @@ void FeatureRows::SetPage(const BFeaturePage& page,
     for (std::size_t index = 0; index < std::min(page.data.size(), m_layer.fields.size());
          ++index) {
         const BColumnData& column = page.data[index];
-        m_sources.push_back({&column, ChooseWay(column, m_layer.fields[index].type)});
+        m_sources.push_back({&column,
+                             ChooseWay(column, m_layer.fields[index].type),
+                             column.CountNulls(page.GetRowCount()) > 0});
     }
 }
 
@@ -182,6 +184,9 @@ void FeatureRows::SetColumn(sqlite3_context* context, int columnIndex)
     }
     const std::size_t row = m_nextRow - 1;
     const BColumnData& column = *m_sources[fieldIndex].column;
+    if (m_sources[fieldIndex].hasNulls && column.IsNull(row)) {
+        return;
+    }
     switch (m_sources[fieldIndex].way) {
     case EWay::Int32:
         sqlite3_result_int(context, column.int32s[row]);

@@ -24,6 +24,7 @@ namespace Orvane::GeoPackage {
 ///
 /// Rules, the same for every row:
 /// - A point whose X or Y is no finite number has no place: the row has no geometry.
+/// - A null of the page is null.
 /// - NaN in a field is null, as SQLite has no NaN; infinity is kept.
 /// - A NUL inside a text is U+FFFD: texts end at a NUL for many programs.
 /// - A text in a 64-bit field is a number when all of it is one, commas between digits left out;
@@ -66,6 +67,7 @@ private:
     {
         const BColumnData* column = nullptr;
         EWay way = EWay::Convert;
+        bool hasNulls = false;
     };
 
     [[nodiscard]] static EWay ChooseWay(const BColumnData& column, EVariantType type);

@@ -75,12 +75,14 @@ namespace Orvane {
 /// Columns: "name" (utf8); "geometry", a nullable struct of the doubles x, y and, when any feature
 /// of the layer has a Z, z (nullable), marked as the extension type geoarrow.point; then the
 /// layer's stored columns by name: int32, int64, double, float, bool, and utf8 for every type that
-/// is carried as text. A row with fewer attributes has nulls after them; a lone surrogate becomes
+/// is carried as text, dates and times in their ISO 8601 spelling included. Nulls are nulls; a row
+/// with fewer attributes has nulls after them; a lone surrogate becomes
 /// U+FFFD. Features changed after they were handed out give their changed values, converted to the
 /// column's type.
 ///
-/// Numbers and coordinates of a page are handed out in place; texts get their offsets, booleans
-/// their bits, and a page with changed features its values in arrays of the batch's own.
+/// Numbers, coordinates and validity bits of a page are handed out in place; texts get their
+/// offsets, booleans their bits, and a page with changed features its values in arrays of the
+/// batch's own.
 ///
 /// The stream keeps the layer alive, a batch keeps its page. The layer must not be changed while
 /// the stream is used. Both are used by one thread at a time. When the pages have columns that do

@@ -39,6 +39,38 @@ struct BColumnData
     BPageArray<float> floats;
     BPageArray<std::uint8_t> booleans; ///< 0 or 1
     BTextArray texts;
+    /// Which rows have a value: bit `row % 8` of byte `row / 8`, lowest bit first, 1 for a value,
+    /// as Arrow has it. Rows at or beyond 8 * validity.GetSize() have values; empty: all rows have.
+    /// The value of a row without one is 0, false or empty in its array.
+    BPageArray<std::uint8_t> validity;
+
+    /// Whether the row of the page has no value (None as a variant): that is not 0 and not the
+    /// empty text.
+    [[nodiscard]] bool IsNull(std::size_t rowInPage) const noexcept
+    {
+        return rowInPage / 8 < validity.GetSize() &&
+               (validity[rowInPage / 8] >> (rowInPage % 8) & 1U) == 0;
+    }
+
+    /// Says that the row has no value. Its entry of the values' array is left to the caller: it is
+    /// there or will be appended, and must be 0, false or empty.
+    /// @throws std::bad_alloc; nothing is changed then.
+    void SetNull(std::size_t rowInPage)
+    {
+        constexpr std::uint8_t kAllSet = 0xFF;
+        const std::size_t index = rowInPage / 8;
+        if (index >= validity.GetSize()) {
+            validity.Resize(index + 1, kAllSet);
+        }
+        validity[index] = static_cast<std::uint8_t>(validity[index] & ~(1U << (rowInPage % 8)));
+    }
+
+    /// How many of the first `rows` rows have no value. Costs a step per 8 rows.
+    [[nodiscard]] ORVANE_SDK_EXPORT std::size_t CountNulls(std::size_t rows) const noexcept;
+
+    /// Forgets what was said of rows at and after `rows`: they have values until SetNull says
+    /// otherwise.
+    ORVANE_SDK_EXPORT void TruncateValidity(std::size_t rows) noexcept;
 };
 
 /// What one storage is made of, for code that treats all storages alike.
@@ -65,7 +97,8 @@ struct BColumnKind
         return column.*Array;
     }
 
-    /// One value. For a text this makes a BString: BTextArray::GetBytes costs less.
+    /// One value; of a row without one 0, false or the empty text. For a text this makes a BString:
+    /// BTextArray::GetBytes costs less.
     [[nodiscard]] static Value GetValue(const BColumnData& column, std::size_t rowInPage)
     {
         const auto& array = ArrayOf(column);

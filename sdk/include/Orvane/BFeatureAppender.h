@@ -25,6 +25,9 @@ namespace Orvane {
 /// changed otherwise while an appender is in use, and must outlive it. Features that were handed
 /// out may be used and changed meanwhile.
 ///
+/// In a collection with a page consumer ending the first row of a page hands over the page before
+/// it; what the consumer throws leaves EndRow or EndRows, and the row is not ended then.
+///
 /// In a disk-cached collection ending the first row of a page writes the page before it.
 /// @throws BException, location "BFeatureCollection::WritePage", details file and reason: "Could
 ///     not create the disk cache file." or "Could not write the disk cache file."
@@ -74,6 +77,22 @@ public:
 
     void AddBoolean(bool value) { AddValue(BBooleanKind(), value); }
 
+    /// Sets the next attribute of the row, of whatever storage, to null: the row has the attribute
+    /// and no value for it. @throws std::bad_alloc.
+    void AddNull()
+    {
+        assert(m_nextColumn < m_columnCount);
+        BColumnData& column = m_columnData[m_nextColumn];
+        column.SetNull(m_page->rowCount);
+        VisitStorage(column.storage, [this, &column](auto kind) {
+            if constexpr (kind.kIsText) {
+                AddText({}, column.texts.encoding);
+            } else {
+                AddValue(kind, {});
+            }
+        });
+    }
+
     /// @throws as AppendText.
     void AddText(std::string_view bytes, ETextEncoding encoding)
     {
@@ -120,7 +139,8 @@ public:
     ///
     /// Entry r of `x`, `y` and `z` (null without Z) and entry firstRow + r of the array that a
     /// column's storage names belong to row r; they are not initialised. Texts are appended with
-    /// TryAppendText and AppendText, one per row and column, in row order.
+    /// TryAppendText and AppendText, one per row and column, in row order. A null is said with
+    /// columns[c].SetNull(firstRow + r), and its entry is 0, false or an empty text.
     struct Rows
     {
         std::size_t count;

@@ -9,6 +9,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 #include <unordered_map>
@@ -24,12 +25,16 @@ class BPageFile;
 /// Features are stored in pages of columns (BFeaturePage). BFeature objects are made on demand:
 /// GetAt of a row twice gives the same object while the first one is in use. A feature whose values
 /// fit the page (a point or no geometry, the box of its point, attributes that are a prefix of the
-/// page's columns in name and type) is stored by value; any other, and every feature changed after
-/// it was handed out, is kept as an object beside the pages. Rows count from 0.
+/// page's columns in name and type, or None where the page has the column) is stored by value; any
+/// other, and every feature changed after it was handed out, is kept as an object beside the pages.
+/// Rows count from 0.
 ///
 /// A disk-cached collection keeps its last page, a few pages more and the rows kept as objects in
 /// memory, and all pages but the last in a file; see the constructor. Pages are written once, when
 /// the page after them begins.
+///
+/// A collection with a page consumer keeps its last page alone and hands over the others; see
+/// SetPageConsumer.
 ///
 /// Memory: the columns' own widths, 16 bytes for a position, 8 more where a page has heights; names
 /// that are consecutive numbers cost nothing. Adding allocates nothing per row.
@@ -73,6 +78,41 @@ public:
     /// Drops all features; those still in use keep their values. @throws as LoadPage when the
     /// values of one in use cannot be read; nothing is dropped then.
     void Clear();
+
+    /// Receives the pages of a collection one after the other; see SetPageConsumer.
+    /// @param page whole, and the consumer's alone from now on: it may be kept, changed or given to
+    ///     another thread
+    /// @param firstRow row of the page's first feature, counted from 0 over all rows ever added
+    using PageConsumer =
+        std::function<void(std::shared_ptr<BFeaturePage> page, std::size_t firstRow)>;
+
+    /// Hands pages over instead of keeping them, so that rows of any number pass through bounded
+    /// memory: a page goes to the consumer as soon as it is complete, that is when the first row of
+    /// the next page ends, and then leaves the collection. GetCount and GetMBB still count its
+    /// rows; GetAt and GetObjectRow treat them like rows that are not there. Nothing is written to
+    /// a disk cache.
+    ///
+    /// During its call the consumer may read the collection, in which the page is still the last
+    /// one (rows that stand as objects: GetObjectRow), but must not change it or keep features of
+    /// it. What it throws leaves the operation that has completed the page; the page stays, and is
+    /// offered again with the next row or FlushPages. Features in use of a page that was handed
+    /// over keep their values and stand free again.
+    ///
+    ///     features.SetPageConsumer([&](std::shared_ptr<BFeaturePage> page, std::size_t firstRow) {
+    ///         WriteRows(*page, firstRow);
+    ///     });
+    ///     FillWithAppender(features);
+    ///     features.FlushPages();
+    ///
+    /// @param consumer empty: pages are kept again
+    /// @throws BDataManagerException("BFeatureCollection::SetPageConsumer", "The collection has
+    ///     features already.") unless the collection is empty; Clear makes it so.
+    void SetPageConsumer(PageConsumer consumer);
+
+    /// Hands the last page over, complete or not. Does nothing without a consumer or without rows
+    /// to hand over. No appender may be in use: it goes before, another one may be made after.
+    /// @throws what the consumer throws; the page stays then.
+    void FlushPages();
 
     /// The box around all features' boxes. Computed on each call, by column; for the pages on disk
     /// it is known from when they were written, unless a row of them was changed since.
@@ -131,15 +171,21 @@ private:
     };
 
     [[nodiscard]] std::size_t FindPage(std::size_t row) const;
-    /// Writes the last page of a disk-cached collection before another begins; a page that was
-    /// written already is left alone.
+    /// The last page is complete, another begins: a consumer gets it, a disk-cached collection
+    /// writes it unless it was written already.
+    void EndLastPage();
+    void HandOverLastPage();
     void WriteLastPage();
+    /// @throws std::out_of_range "invalid vector subscript" for a row that is not there, or not any
+    /// more.
+    void CheckRow(std::size_t row) const;
     /// Drops pages from memory, the least recently used first, until one of that size fits.
     void MakeRoom(std::size_t byteCount) const;
     void KeepResident(std::size_t pageIndex, std::shared_ptr<BFeaturePage> page) const;
     void IncludePage(std::size_t pageIndex, const BFeaturePage& page, BMBB& box) const;
-    /// Reads the values of all features in use; the first failure is thrown when all were tried.
-    void ReadHeld();
+    /// Reads the values of the features in use of the rows before `endRow`; the first failure is
+    /// thrown when all were tried.
+    void ReadHeld(std::size_t endRow);
     [[nodiscard]] std::shared_ptr<BFeature> FindHandle(std::size_t row);
     [[nodiscard]] std::shared_ptr<BFeature> MakeHandle(std::size_t row);
     /// Points the handle at its row's page. @throws as LoadPage.
@@ -150,7 +196,8 @@ private:
     void KeepObject(BFeature& feature);
     /// The feature is being destroyed.
     void Forget(BFeature& feature) noexcept;
-    void DetachAll() noexcept;
+    /// Lets go of all handles and objects of the rows before `endRow`.
+    void Detach(std::size_t endRow) noexcept;
     /// Makes the last page ready for the feature's attributes. @return whether they fit it.
     [[nodiscard]] bool PrepareColumns(const BFeature& feature);
     /// Whether all but the attributes can be stored by value.
@@ -160,6 +207,8 @@ private:
 
     std::size_t m_pageRows;
     std::size_t m_count = 0;
+    PageConsumer m_pageConsumer;
+    std::size_t m_handedRows = 0; ///< rows whose pages were handed over
     mutable std::vector<PageEntry> m_pages;
     mutable std::size_t m_pageHint = 0;
     /// Changes whenever a page that a handle may point to leaves memory.
@@ -177,7 +226,8 @@ private:
     mutable std::vector<std::size_t> m_residents; ///< written pages that are in memory too
     mutable std::size_t m_residentBytes = 0;
     mutable std::uint64_t m_clock = 0;
-    mutable BMBB m_writtenBox; ///< around the rows of the written pages but for the objects
+    /// Around the rows of the written pages but for the objects, and of the pages handed over.
+    mutable BMBB m_writtenBox;
     mutable bool m_isWrittenBoxKnown = true;
 };
 

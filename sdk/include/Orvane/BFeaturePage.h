@@ -30,7 +30,8 @@ enum class EPointKind : std::uint8_t { None = 0, XY = 1, XYZ = 2 };
 /// All arrays have one entry per row unless said otherwise; while an appender is in the middle of a
 /// row they may have one more, so that `rowCount` alone says how many rows there are. Rows with
 /// fewer attributes than columns have a prefix of them; the values after the prefix are 0 or
-/// empty. A row that was changed or that fits no column has placeholders here:
+/// empty. A row without a value in one of its columns is null there: BColumnData::IsNull tells. A
+/// row that was changed or that fits no column has placeholders here:
 /// BFeatureCollection::GetObjectRow tells.
 ///
 /// The box of a row is that of its point, empty without a point.
@@ -57,7 +58,8 @@ public:
 
     [[nodiscard]] bool HasNameTexts() const noexcept { return hasNameTexts; }
 
-    /// One value as a variant; the column must be within the row's attribute count.
+    /// One value as a variant, None for a null; the column must be within the row's attribute
+    /// count. Columns that are carried as text give Strings, dates and times as well.
     [[nodiscard]] inline BVariant GetValue(std::size_t rowInPage, std::size_t columnIndex) const;
     /// Bytes of memory that the page holds, what it has reserved included.
     [[nodiscard]] std::size_t GetByteSize() const noexcept;
@@ -81,6 +83,9 @@ public:
 inline BVariant BFeaturePage::GetValue(std::size_t rowInPage, std::size_t columnIndex) const
 {
     const BColumnData& column = data[columnIndex];
+    if (column.IsNull(rowInPage)) {
+        return BVariant();
+    }
     return VisitStorage(column.storage, [&column, rowInPage](auto kind) {
         return BVariant(kind.GetValue(column, rowInPage));
     });

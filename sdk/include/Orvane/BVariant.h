@@ -16,16 +16,20 @@ namespace Orvane {
 /// stand in option lists and in files. Numbers without a name are accepted wherever a code is
 /// stored and mean "carried as text".
 enum class EVariantType : std::int32_t {
-    None = 0,     ///< no value, no type yet
-    Int32 = 5,    ///< 32-bit signed integer
-    Int64 = 7,    ///< 64-bit signed integer
-    Double = 9,   ///< 64-bit floating point
-    Float = 10,   ///< 32-bit floating point
-    String = 11,  ///< text
-    Text = 12,    ///< text of a second kind, whose width stays as defined
-    Boolean = 13, ///< true or false
-    Strings = 14, ///< list of texts
-    Integers = 15 ///< list of 32-bit signed integers
+    None = 0,      ///< no value, no type yet
+    Int32 = 5,     ///< 32-bit signed integer
+    Int64 = 7,     ///< 64-bit signed integer
+    Double = 9,    ///< 64-bit floating point
+    Float = 10,    ///< 32-bit floating point
+    String = 11,   ///< text
+    Text = 12,     ///< text of a second kind, whose width stays as defined
+    Boolean = 13,  ///< true or false
+    Strings = 14,  ///< list of texts
+    Integers = 15, ///< list of 32-bit signed integers
+    // The following are types of columns alone: a value of theirs is a String.
+    Date = 16,    ///< day as ISO 8601 text: "2018-01-28"
+    Time = 17,    ///< time of day as ISO 8601 text: "13:03:22", "13:03:22.836"
+    DateTime = 18 ///< both, with or without a zone: "2018-01-28T13:03:22", "...Z", "...+02:00"
 };
 
 /// One value of one of the types above.

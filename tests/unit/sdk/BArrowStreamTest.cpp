@@ -146,6 +146,85 @@ TEST(BArrowStreamBatches, HoldTheRowsOfAPageAndThenEnd)
     EXPECT_EQ(nullptr, batch.release);
 }
 
+/// A null in every column of every third row, from row 1 on; dates besides the types of MakeLayer.
+BSharedPtr<BVectorLayer> MakeLayerWithNulls(std::uint32_t count)
+{
+    auto layer = MakeShared<BVectorLayer>();
+    BFeatureAppender rows(layer->GetFeatures(),
+                          {{"count", EVariantType::Int32},
+                           {"flag", EVariantType::Boolean},
+                           {"day", EVariantType::Date},
+                           {"full", EVariantType::Double}});
+    for (std::uint32_t row = 0; row < count; ++row) {
+        if (row % 3 == 1) {
+            rows.AddNull();
+            rows.AddNull();
+            rows.AddNull();
+        } else {
+            rows.AddInt32(static_cast<std::int32_t>(row));
+            rows.AddBoolean(true);
+            rows.AddText("2018-01-28", ETextEncoding::Ascii);
+        }
+        rows.AddDouble(row);
+        rows.EndRow(EPointKind::XY, 1, 2, 0, row);
+    }
+    return layer;
+}
+
+TEST(BArrowStreamBatches, HaveTheNullsOfThePage)
+{
+    // 64 rows fill the last byte of bits; of 60 the bits after the last null are not there.
+    for (const std::uint32_t count : {1U, 2U, 60U, 64U, 100U}) {
+        const auto layer = MakeLayerWithNulls(count);
+        Stream stream(layer);
+        ArrowArray batch{};
+        ASSERT_EQ(0, stream.GetNext(batch)) << stream.GetError();
+        for (std::int64_t column = 2; column < 5; ++column) {
+            const ArrowArray& array = *batch.children[column];
+            EXPECT_EQ((count + 1) / 3, array.null_count);
+            for (std::size_t row = 0; row < count; ++row) {
+                EXPECT_EQ(row % 3 != 1, IsValid(array, row)) << count << ", " << row;
+            }
+        }
+        EXPECT_EQ(0, batch.children[5]->null_count);
+        EXPECT_EQ(nullptr, batch.children[5]->buffers[0]);
+        EXPECT_EQ("2018-01-28", TextAt(*batch.children[4], 0));
+        EXPECT_EQ(count > 1 ? "" : "2018-01-28", TextAt(*batch.children[4], count > 1 ? 1 : 0));
+        batch.release(&batch);
+    }
+}
+
+TEST(BArrowStreamBatches, HandOutTheBitsOfNullsInPlace)
+{
+    const auto layer = MakeLayerWithNulls(64);
+    Stream stream(layer);
+    ArrowArray batch{};
+    ASSERT_EQ(0, stream.GetNext(batch)) << stream.GetError();
+    const BFeaturePage& page = layer->GetFeatures().GetPage(0);
+    for (std::size_t column = 0; column < 3; ++column) {
+        EXPECT_EQ(page.data[column].validity.Data(), batch.children[column + 2]->buffers[0]);
+    }
+    batch.release(&batch);
+}
+
+TEST(BArrowStreamBatches, KeepNullsBesideChangedFeatures)
+{
+    const auto layer = MakeLayerWithNulls(10);
+    layer->GetFeatures().GetAt(1)->SetAttributeValue(0, BVariant(std::int32_t{11}));
+    layer->GetFeatures().GetAt(2)->SetAttributeValue(0, BVariant());
+    Stream stream(layer);
+    ArrowArray batch{};
+    ASSERT_EQ(0, stream.GetNext(batch)) << stream.GetError();
+    const ArrowArray& numbers = *batch.children[2];
+    EXPECT_EQ(3, numbers.null_count);
+    EXPECT_TRUE(IsValid(numbers, 1));
+    EXPECT_EQ(11, ValueAt<std::int32_t>(numbers, 1));
+    EXPECT_FALSE(IsValid(numbers, 2));
+    EXPECT_FALSE(IsValid(numbers, 4));
+    EXPECT_FALSE(IsValid(*batch.children[3], 1));
+    batch.release(&batch);
+}
+
 TEST(BArrowStreamBatches, StayWholeWhenStreamAndLayerAreGone)
 {
     ArrowArray batch{};

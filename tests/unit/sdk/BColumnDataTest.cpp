@@ -90,6 +90,39 @@ TEST(VisitStorage, GivesKindsThatAgreeWithTheirStorage)
     }
 }
 
+TEST(BColumnDataIsNull, KnowsRowsWithoutAValue)
+{
+    BColumnData column;
+    EXPECT_FALSE(column.IsNull(0));
+    EXPECT_FALSE(column.IsNull(1000));
+    column.SetNull(10);
+    EXPECT_EQ(column.validity.GetSize(), 2U);
+    for (std::size_t row = 0; row < 40; ++row) {
+        EXPECT_EQ(column.IsNull(row), row == 10) << row;
+    }
+    column.SetNull(3);
+    column.SetNull(10);
+    EXPECT_EQ(column.CountNulls(3), 0U);
+    EXPECT_EQ(column.CountNulls(4), 1U);
+    EXPECT_EQ(column.CountNulls(10), 1U);
+    EXPECT_EQ(column.CountNulls(11), 2U);
+    EXPECT_EQ(column.CountNulls(1000), 2U);
+}
+
+TEST(BColumnDataTruncateValidity, ForgetsTheRowsAfterIt)
+{
+    for (std::size_t rows = 0; rows <= 26; ++rows) {
+        BColumnData column;
+        for (std::size_t row = 0; row < 24; ++row) {
+            column.SetNull(row);
+        }
+        column.TruncateValidity(rows);
+        for (std::size_t row = 0; row < 40; ++row) {
+            EXPECT_EQ(column.IsNull(row), row < rows && row < 24) << rows << ", " << row;
+        }
+    }
+}
+
 TEST(TypeOf, GivesStringForTexts)
 {
     static_assert(Orvane::TypeOf(EColumnStorage::Text) == EVariantType::String);

@@ -81,6 +81,142 @@ TEST(BFeatureAppender, StoresEveryTypeInItsWidth)
     EXPECT_EQ(feature->GetMBB().maxZ, 3);
 }
 
+const std::vector<BColumnInfo> kEveryStorage = {{"a", EVariantType::Int32},
+                                                {"b", EVariantType::Int64},
+                                                {"c", EVariantType::Double},
+                                                {"d", EVariantType::Float},
+                                                {"e", EVariantType::Boolean},
+                                                {"f", EVariantType::String},
+                                                {"g", EVariantType::Date}};
+
+void AddValues(BFeatureAppender& appender)
+{
+    appender.AddInt32(1);
+    appender.AddInt64(2);
+    appender.AddDouble(3);
+    appender.AddFloat(4);
+    appender.AddBoolean(true);
+    appender.AddText("caf\xC3\xA9", ETextEncoding::Utf8);
+    appender.AddText("2018-01-28", ETextEncoding::Ascii);
+}
+
+void AddNulls(BFeatureAppender& appender)
+{
+    for (std::size_t index = 0; index < appender.GetColumnCount(); ++index) {
+        appender.AddNull();
+    }
+}
+
+TEST(BFeatureAppenderAddNull, GivesNoneAndKeepsAPlaceholderInEveryStorage)
+{
+    BFeatureCollection features(20);
+    BFeatureAppender appender(features, kEveryStorage);
+    const auto isNull = [](std::size_t row) { return row % 3 == 1 || row > 40; };
+    for (std::uint32_t row = 0; row < 50; ++row) {
+        if (isNull(row)) {
+            AddNulls(appender);
+        } else {
+            AddValues(appender);
+        }
+        appender.EndRow(EPointKind::XY, row, 0, 0, row);
+    }
+    for (std::size_t row = 0; row < 50; ++row) {
+        const auto feature = features.GetAt(row);
+        ASSERT_EQ(feature->GetAttributeCount(), 7U);
+        for (std::size_t index = 0; index < 7; ++index) {
+            EXPECT_EQ(feature->GetAttributeValue(index).IsEmpty(), isNull(row)) << row;
+            EXPECT_EQ(feature->GetAttributes().GetValueAt(index).IsEmpty(), isNull(row)) << row;
+        }
+    }
+    EXPECT_EQ(features.GetAt(0)->GetAttributeValue(6), BVariant(BString("2018-01-28")));
+    const BFeaturePage& page = features.GetPage(0);
+    EXPECT_EQ(page.data[0].int32s[1], 0);
+    EXPECT_EQ(page.data[2].doubles[1], 0.0);
+    EXPECT_EQ(page.data[4].booleans[1], 0);
+    EXPECT_EQ(page.data[5].texts.GetBytes(1), "");
+    EXPECT_EQ(page.data[0].CountNulls(20), 7U);
+    EXPECT_EQ(features.GetPage(2).data[6].CountNulls(10), 10U);
+}
+
+TEST(BFeatureAppenderAddNull, CostsNothingInColumnsWithoutNulls)
+{
+    BFeatureCollection features;
+    BFeatureAppender appender(features, kNumberAndText);
+    for (std::uint32_t row = 0; row < 100; ++row) {
+        appender.AddInt32(1);
+        if (row == 60) {
+            appender.AddNull();
+        } else {
+            appender.AddText("t", ETextEncoding::Ascii);
+        }
+        appender.EndRow(EPointKind::XY, row, 0, 0, row);
+    }
+    const BFeaturePage& page = features.GetPage(0);
+    EXPECT_EQ(page.data[0].validity.GetCapacity(), 0U);
+    EXPECT_EQ(page.data[1].validity.GetSize(), 8U);
+    EXPECT_TRUE(page.data[1].IsNull(60));
+    EXPECT_FALSE(page.data[1].IsNull(63));
+    EXPECT_FALSE(page.data[1].IsNull(64));
+    const std::size_t before = page.GetByteSize();
+    features.ShrinkToFit();
+    EXPECT_EQ(page.data[1].validity.GetCapacity(), 8U);
+    EXPECT_LT(page.GetByteSize(), before);
+}
+
+TEST(BFeatureAppenderAddNull, IsForgottenWithAnAbandonedRow)
+{
+    for (const std::uint32_t rowsBefore : {0U, 1U, 7U, 8U, 9U, 70U}) {
+        BFeatureCollection features;
+        BFeatureAppender appender(features, kEveryStorage);
+        for (std::uint32_t row = 0; row < rowsBefore; ++row) {
+            AddNulls(appender);
+            appender.EndRow(EPointKind::XY, row, 0, 0, row);
+        }
+        AddNulls(appender);
+        appender.AbandonRow();
+        AddValues(appender);
+        appender.EndRow(EPointKind::XY, 0, 0, 0, rowsBefore);
+        for (std::size_t index = 0; index < kEveryStorage.size(); ++index) {
+            const BColumnData& column = features.GetPage(0).data[index];
+            EXPECT_EQ(column.CountNulls(rowsBefore + 1), rowsBefore);
+            EXPECT_FALSE(column.IsNull(rowsBefore));
+        }
+        EXPECT_EQ(features.GetAt(rowsBefore)->GetAttributeValue(0), BVariant(std::int32_t{1}));
+    }
+}
+
+TEST(BFeatureAppenderBeginRows, StoresNullsThatTheColumnsSay)
+{
+    BFeatureCollection features(64);
+    BFeatureAppender appender(features, kNumberAndText);
+    const std::vector<std::uint8_t> kinds(32, static_cast<std::uint8_t>(EPointKind::XY));
+    std::uint32_t next = 0;
+    for (int block = 0; block < 10; ++block) {
+        const BFeatureAppender::Rows rows = appender.BeginRows(kinds.size(), false);
+        for (std::size_t row = 0; row < rows.count; ++row) {
+            rows.x[row] = rows.y[row] = 0;
+            rows.columns[0].int32s[rows.firstRow + row] = 0;
+            rows.columns[0].SetNull(rows.firstRow + row);
+            AppendText(rows.columns[1].texts, "t", ETextEncoding::Ascii);
+        }
+        // Of every block the last rows are dropped: their nulls must not stay.
+        const std::size_t ended = rows.count > 3 ? rows.count - 3 : rows.count;
+        appender.EndRows(ended, kinds.data(), next);
+        next += static_cast<std::uint32_t>(ended);
+        appender.AbandonRow();
+        appender.AddInt32(5);
+        appender.AddText("t", ETextEncoding::Ascii);
+        appender.EndRow(EPointKind::XY, 0, 0, 0, next++);
+    }
+    std::size_t nulls = 0;
+    for (std::size_t row = 0; row < features.GetCount(); ++row) {
+        const BVariant value = features.GetAt(row)->GetAttributeValue(0);
+        nulls += value.IsEmpty() ? 1U : 0U;
+        EXPECT_TRUE(value.IsEmpty() || value == BVariant(std::int32_t{5})) << row;
+    }
+    EXPECT_EQ(nulls, features.GetCount() - 10);
+}
+
 TEST(BFeatureAppender, KeepsAPrefixOfTheColumnsForAShortRow)
 {
     BFeatureCollection features;

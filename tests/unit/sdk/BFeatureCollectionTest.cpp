@@ -7,6 +7,7 @@
 
 #include <optional>
 #include <stdexcept>
+#include <utility>
 #include <vector>
 
 namespace Orvane {
@@ -145,7 +146,7 @@ TEST(BFeatureCollectionAdd, KeepsIrregularFeaturesAsObjects)
     odd.back()->SetAttributes(attributes);
     odd.push_back(MakeFeature(7));
     attributes.Clear();
-    attributes.Add("number", BVariant());
+    attributes.Add("another", BVariant());
     odd.back()->SetAttributes(attributes);
     odd.emplace_back(MakeShared<NamedFeature>());
     for (const auto& feature : odd) {
@@ -194,6 +195,57 @@ TEST(BFeatureCollectionAdd, StoresShortAndLongerFeaturesByValue)
     ASSERT_EQ(features.GetAt(3)->GetAttributeCount(), 3U);
     EXPECT_EQ(features.GetAt(3)->GetAttributeValue(2), BVariant(true));
     ExpectFeature(*features.GetAt(4), 0);
+}
+
+TEST(BFeatureCollectionAdd, StoresNoValueByValueInAColumnThatIsThere)
+{
+    BFeatureCollection features;
+    AddMany(features, 2);
+    const auto feature = MakeFeature(2);
+    feature->SetAttributeValue(0, BVariant());
+    feature->SetAttributeValue(1, BVariant());
+    features.Add(feature);
+    AddMany(features, 1);
+    EXPECT_EQ(features.GetObjectRowCount(), 0U);
+    const BFeaturePage& page = features.GetPage(0);
+    EXPECT_TRUE(page.data[0].IsNull(2));
+    EXPECT_TRUE(page.data[1].IsNull(2));
+    EXPECT_FALSE(page.data[0].IsNull(3));
+    EXPECT_TRUE(features.GetAt(2)->GetAttributeValue(0).IsEmpty());
+    EXPECT_TRUE(features.GetAt(2)->GetAttributes().GetValueAt(1).IsEmpty());
+    ExpectFeature(*features.GetAt(3), 0);
+}
+
+TEST(BFeatureCollectionAdd, KeepsTheNullsOfARowThatMovesToAnotherLayer)
+{
+    BFeatureCollection features;
+    {
+        BFeatureAppender appender(
+            features, {{"number", EVariantType::Int32}, {"text", EVariantType::String}});
+        for (std::uint32_t row = 0; row < 3; ++row) {
+            appender.AddInt32(7);
+            if (row == 1) {
+                appender.AddNull();
+            } else {
+                appender.AddText({}, ETextEncoding::Ascii);
+            }
+            appender.EndRow(EPointKind::None, 0, 0, 0, row);
+        }
+    }
+    BFeatureCollection others;
+    for (std::size_t row = 0; row < 3; ++row) {
+        const auto copy = MakeShared<BFeature>();
+        copy->SetAttributes(features.GetAt(row)->GetAttributes());
+        others.Add(copy);
+        EXPECT_EQ(others.GetAt(row)->GetAttributes(), features.GetAt(row)->GetAttributes()) << row;
+    }
+    EXPECT_EQ(others.GetObjectRowCount(), 0U);
+    EXPECT_TRUE(others.GetAt(1)->GetAttributeValue(1).IsEmpty());
+    EXPECT_EQ(others.GetAt(2)->GetAttributeValue(1), BVariant(BString()));
+    // A change of another value makes the row an object, which keeps its null.
+    features.GetAt(1)->SetAttributeValue(0, BVariant(std::int32_t{8}));
+    EXPECT_EQ(features.GetObjectRowCount(), 1U);
+    EXPECT_TRUE(features.GetAt(1)->GetAttributeValue(1).IsEmpty());
 }
 
 TEST(BFeatureCollectionAdd, BeginsAPageWhenTheColumnsChangedForGood)
@@ -364,6 +416,151 @@ TEST(BFeatureCollectionClear, DropsEverythingAndStartsAgain)
     AddMany(features, 3);
     ExpectFeature(*features.GetAt(2), 2);
     ExpectFeature(*held, 4);
+}
+
+/// Pages as a consumer gets them.
+struct HandedPage
+{
+    std::shared_ptr<BFeaturePage> page;
+    std::size_t firstRow;
+};
+
+void AppendNumbers(BFeatureAppender& appender, std::uint32_t first, std::uint32_t count)
+{
+    for (std::uint32_t row = first; row < first + count; ++row) {
+        appender.AddInt32(static_cast<std::int32_t>(row));
+        appender.EndRow(EPointKind::XY, row, -1.0 * row, 0, row);
+    }
+}
+
+const std::vector<BColumnInfo> kNumber = {{"number", EVariantType::Int32}};
+
+TEST(BFeatureCollectionPageConsumer, ReceivesEveryPageOnceInOrderAndKeepsNone)
+{
+    BFeatureCollection features(10);
+    std::vector<HandedPage> handed;
+    features.SetPageConsumer([&](std::shared_ptr<BFeaturePage> page, std::size_t firstRow) {
+        handed.push_back({std::move(page), firstRow});
+    });
+    {
+        BFeatureAppender appender(features, kNumber);
+        AppendNumbers(appender, 0, 20);
+        EXPECT_EQ(handed.size(), 1U)
+            << "a page is complete when the first row of the next one ends";
+        AppendNumbers(appender, 20, 5);
+    }
+    EXPECT_EQ(features.GetCount(), 25U);
+    EXPECT_EQ(features.GetPageCount(), 1U);
+    EXPECT_EQ(features.GetFirstRow(0), 20U);
+    EXPECT_EQ(features.GetAt(23)->GetAttributeValue(0), BVariant(std::int32_t{23}));
+    EXPECT_THROW(static_cast<void>(features.GetAt(19)), std::out_of_range);
+    EXPECT_THROW(static_cast<void>(features.GetObjectRow(0)), std::out_of_range);
+    features.FlushPages();
+    features.FlushPages();
+    EXPECT_EQ(features.GetCount(), 25U);
+    EXPECT_EQ(features.GetPageCount(), 0U);
+    EXPECT_THROW(static_cast<void>(features.GetAt(24)), std::out_of_range);
+    EXPECT_EQ(features.GetMBB().maxX, 24);
+    EXPECT_EQ(features.GetMBB().minY, -24);
+    ASSERT_EQ(handed.size(), 3U);
+    std::int32_t next = 0;
+    for (const HandedPage& one : handed) {
+        EXPECT_EQ(one.firstRow, static_cast<std::size_t>(next));
+        EXPECT_EQ(one.page.use_count(), 1);
+        for (std::size_t row = 0; row < one.page->GetRowCount(); ++row) {
+            EXPECT_EQ(one.page->data[0].int32s[row], next++);
+        }
+    }
+    EXPECT_EQ(next, 25);
+    // It goes on after a flush.
+    BFeatureAppender appender(features, kNumber);
+    AppendNumbers(appender, 25, 11);
+    ASSERT_EQ(handed.size(), 4U);
+    EXPECT_EQ(handed[3].firstRow, 25U);
+}
+
+TEST(BFeatureCollectionPageConsumer, GivesAPageAgainAfterItHasThrown)
+{
+    BFeatureCollection features(4);
+    bool isFull = true;
+    std::vector<std::size_t> firstRows;
+    features.SetPageConsumer([&](const std::shared_ptr<BFeaturePage>&, std::size_t firstRow) {
+        if (isFull) {
+            throw std::domain_error("full");
+        }
+        firstRows.push_back(firstRow);
+    });
+    BFeatureAppender appender(features, kNumber);
+    AppendNumbers(appender, 0, 4);
+    EXPECT_THROW(AppendNumbers(appender, 4, 1), std::domain_error);
+    EXPECT_EQ(features.GetCount(), 4U);
+    appender.AbandonRow();
+    EXPECT_EQ(features.GetAt(3)->GetAttributeValue(0), BVariant(std::int32_t{3}));
+    isFull = false;
+    AppendNumbers(appender, 4, 5);
+    EXPECT_EQ(firstRows, (std::vector<std::size_t>{0, 4}));
+    EXPECT_EQ(features.GetAt(8)->GetAttributeValue(0), BVariant(std::int32_t{8}));
+}
+
+TEST(BFeatureCollectionPageConsumer, SeesObjectsAndLeavesFeaturesInUseTheirValues)
+{
+    BFeatureCollection features(4);
+    std::vector<BString> objects;
+    features.SetPageConsumer([&](const std::shared_ptr<BFeaturePage>& page, std::size_t firstRow) {
+        for (std::size_t row = 0; row < page->GetRowCount(); ++row) {
+            if (const BFeature* object = features.GetObjectRow(firstRow + row)) {
+                objects.push_back(object->GetName());
+            }
+        }
+    });
+    AddMany(features, 4);
+    std::vector<BSharedPtr<BFeature>> held;
+    for (std::size_t row = 0; row < 4; ++row) {
+        held.push_back(features.GetAt(row));
+    }
+    held[2]->SetName("changed");
+    const auto next = MakeFeature(4);
+    features.Add(next);
+    EXPECT_EQ(objects, (std::vector<BString>{"changed"}));
+    EXPECT_EQ(features.GetObjectRowCount(), 0U);
+    for (std::int32_t number : {0, 1, 3}) {
+        EXPECT_FALSE(held[static_cast<std::size_t>(number)]->IsAttached());
+        ExpectFeature(*held[static_cast<std::size_t>(number)], number);
+    }
+    EXPECT_EQ(held[2]->GetName(), BString("changed"));
+    EXPECT_TRUE(next->IsAttached());
+    EXPECT_EQ(features.GetAt(4).Get(), next.Get());
+    features.FlushPages();
+    ExpectFeature(*next, 4);
+    AddMany(features, 3);
+    EXPECT_EQ(features.GetCount(), 8U);
+    ExpectFeature(*features.GetAt(7), 2);
+}
+
+TEST(BFeatureCollectionPageConsumer, IsSetWhileTheCollectionIsEmpty)
+{
+    BFeatureCollection features(4);
+    AddMany(features, 1);
+    try {
+        features.SetPageConsumer({});
+        FAIL() << "nothing was thrown";
+    } catch (const BDataManagerException& exception) {
+        EXPECT_EQ(exception.GetLocation(), BString("BFeatureCollection::SetPageConsumer"));
+        EXPECT_EQ(exception.GetMessage(), BString("The collection has features already."));
+    }
+    features.FlushPages();
+    EXPECT_EQ(features.GetPageCount(), 1U) << "without a consumer nothing is handed over";
+    features.Clear();
+    std::size_t pages = 0;
+    features.SetPageConsumer(
+        [&pages](const std::shared_ptr<BFeaturePage>&, std::size_t) { ++pages; });
+    AddMany(features, 9);
+    features.Clear();
+    EXPECT_EQ(pages, 2U);
+    AddMany(features, 4);
+    EXPECT_EQ(features.GetAt(0)->GetName(), BString("0"));
+    features.FlushPages();
+    EXPECT_EQ(pages, 3U);
 }
 
 TEST(BFeatureCollectionGetMBB, CountsEveryRowOnceWithItsOwnBox)

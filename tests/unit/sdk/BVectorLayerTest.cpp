@@ -66,19 +66,27 @@ const std::vector<BColumnInfo> kColumns = {{"int", EVariantType::Int32},
                                            {"text", EVariantType::String},
                                            {"more", EVariantType::Text}};
 
-/// Rows of every kind: short ones, missing points, heights, texts of all encodings.
+/// Rows of every kind: short ones, missing points, nulls of every type, heights, texts of all
+/// encodings.
 void AppendRows(BFeatureCollection& features, std::uint32_t count)
 {
     BFeatureAppender appender(features, kColumns);
     constexpr std::u16string_view kLone = u"lone \xD800";
     for (std::uint32_t i = 0; i < count; ++i) {
-        appender.AddInt32(static_cast<std::int32_t>(i));
-        appender.AddInt64(std::int64_t{i} << 33);
-        appender.AddDouble(i * 0.5);
-        appender.AddFloat(static_cast<float>(i) * 0.25F);
-        appender.AddBoolean(i % 3 == 0);
+        const auto add = [&](std::uint32_t every, const auto& addValue) {
+            if (i % every == 5) {
+                appender.AddNull();
+            } else {
+                addValue();
+            }
+        };
+        add(7, [&] { appender.AddInt32(static_cast<std::int32_t>(i)); });
+        add(11, [&] { appender.AddInt64(std::int64_t{i} << 33); });
+        add(13, [&] { appender.AddDouble(i * 0.5); });
+        add(17, [&] { appender.AddFloat(static_cast<float>(i) * 0.25F); });
+        add(600, [&] { appender.AddBoolean(i % 3 == 0); });
         if (i % 50 != 7) {
-            appender.AddText("text " + std::to_string(i), ETextEncoding::Ascii);
+            add(6, [&] { appender.AddText("text " + std::to_string(i), ETextEncoding::Ascii); });
             if (i % 400 == 11) {
                 appender.AddText({reinterpret_cast<const char*>(kLone.data()), kLone.size() * 2},
                                  ETextEncoding::Utf16);
@@ -397,6 +405,34 @@ TEST_F(BVectorLayerDiskCache, ReportsADamagedPageAndReadsTheOthers)
             ExpectNumber(features, row);
         }
     }
+}
+
+TEST_F(BVectorLayerDiskCache, ReportsDamageOfTheBitsThatSayWhichValuesAreNull)
+{
+    BVectorLayer layer(BaseName(), kSmallPage);
+    BFeatureCollection& features = layer.GetFeatures();
+    {
+        BFeatureAppender appender(features, {{"n", EVariantType::Double}});
+        for (std::uint32_t row = 0; row < kManyRows; ++row) {
+            appender.AddNull();
+            appender.EndRow(EPointKind::XY, row, row, 0, row);
+        }
+    }
+    // The first page's bits are its last two bytes; the second page begins with the same bytes as
+    // the first.
+    const fs::path file = FindOpenFile();
+    std::ifstream stream(file, std::ios::binary);
+    std::string bytes(4096, '\0');
+    stream.read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+    const std::size_t second = bytes.find(bytes.substr(0, 8), 8);
+    ASSERT_NE(second, std::string::npos);
+    EXPECT_EQ(bytes[second - 2], '\0');
+    FlipByte(file, static_cast<std::streamoff>(second - 2));
+    ExpectLoadFailure([&features] { static_cast<void>(features.GetPage(0)); },
+                      "The disk cache file is damaged.",
+                      BaseName().ToUtf8());
+    FlipByte(file, static_cast<std::streamoff>(second - 2));
+    EXPECT_TRUE(features.GetAt(3)->GetAttributeValue(0).IsEmpty());
 }
 
 TEST_F(BVectorLayerDiskCache, ReportsACutFile)

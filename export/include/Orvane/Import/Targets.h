@@ -26,6 +26,12 @@ struct TargetRequest
     std::string out; ///< the file, UTF-8; its extension is the format (case ignored, but for .shp)
     std::string crs; ///< the coordinate system as "AUTHORITY:CODE", X before Y; empty for none
     std::string input; ///< the file that is read, which must be another one; empty for none
+    /// Whether rows have a place. False: the attributes alone are written, as a table without
+    /// geometry (GeoPackage: data type "attributes"; CSV: no X, Y, Z columns; GeoJSON: null), and
+    /// points that rows have all the same are left out.
+    bool hasGeometry = true;
+    /// Whether a CSV file begins with a line of the columns' names; the others always have names.
+    bool hasNames = true;
 };
 
 /// Makes the target of a file. Looks at the place and changes nothing; the file is replaced by

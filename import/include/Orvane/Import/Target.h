@@ -30,11 +30,18 @@ struct WriteReport
     std::vector<Note> notes; ///< one for each loss and each changed name
 };
 
+/// What is in a target that was written, counted from it.
+struct TargetCounts
+{
+    std::uint64_t rows = 0;
+    std::uint64_t points = 0; ///< of these, rows with a point
+};
+
 /// A place that layers are written to, whole or not at all.
 ///
-/// Order of calls: Write, once per layer, then Commit. Without Commit the destructor removes
-/// everything that was written, and the place is as it was. One thread at a time.
-/// OpenTarget (Targets.h) makes those that this library has.
+/// Order of calls: Write, once per layer, then Commit, then CountWritten if wanted. Without Commit
+/// the destructor removes everything that was written, and the place is as it was. One thread at a
+/// time. OpenTarget (Targets.h) makes those that this library has.
 class ORVANE_IMPORT_EXPORT Target
 {
 public:
@@ -60,6 +67,11 @@ public:
     /// Puts what was written in its place, at once or not at all. @throws ImportFailure as Write,
     /// and `output-not-a-file`
     virtual void Commit() = 0;
+
+    /// Reads the target back from its place and counts what is there, by code that has no part in
+    /// writing it. After Commit. Costs reading all of it.
+    /// @throws ImportFailure `output-write` when it cannot be read
+    [[nodiscard]] virtual TargetCounts CountWritten() = 0;
 };
 
 } // namespace Orvane::Import

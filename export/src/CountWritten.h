@@ -1,0 +1,28 @@
+// Counts the rows and points of a file that was written, from the file alone.
+#pragma once
+
+#include "Formats.h"
+
+#include <Orvane/Import/Target.h>
+
+#include <cstddef>
+#include <filesystem>
+
+namespace Orvane::Import {
+
+/// What tells rows with a point from rows without in a file that names no geometry.
+struct WrittenShape
+{
+    std::size_t fieldCount = 0; ///< attributes; in CSV the columns X and Y come after them
+    bool hasGeometry = true;
+    bool hasNames = true;
+};
+
+/// Reads the whole file and counts: GeoPackages by SQL over their tables, CSV by its records,
+/// GeoJSON and its sequences by their tokens, other formats by GDAL. Shares no code with the
+/// writers, so that a row that one of them has lost, doubled or cut in two shows.
+/// @throws std::runtime_error, reason as what(), when the file cannot be read or is not whole
+[[nodiscard]] TargetCounts
+CountFile(const std::filesystem::path& file, const ExportFormat& format, const WrittenShape& shape);
+
+} // namespace Orvane::Import
