@@ -99,10 +99,6 @@ const char* TypeName(EVariantType type)
         return "FLOAT";
     case EVariantType::Boolean:
         return "BOOLEAN";
-    case EVariantType::Date:
-        return "DATE";
-    case EVariantType::DateTime:
-        return "DATETIME";
     default:
         return "TEXT";
     }
@@ -229,25 +225,6 @@ void CreateCountTriggers(SqliteDatabase& database, const LayerDefinition& layer)
     create("DELETE", "trigger_delete_feature_count_", "-");
 }
 
-void RegisterGeometry(SqliteDatabase& database, const LayerDefinition& layer)
-{
-    SqliteStatement geometry(
-        database, "INSERT INTO gpkg_geometry_columns VALUES(?1, ?2, 'POINT', ?3, ?4, 0)");
-    geometry.BindText(1, layer.name);
-    geometry.BindText(2, layer.geometryName);
-    geometry.BindInteger(3, layer.spatialReference.id);
-    geometry.BindInteger(4, layer.hasHeights ? 1 : 0);
-    geometry.Run();
-
-    AddExtension(database,
-                 layer.name,
-                 layer.geometryName,
-                 "gpkg_rtree_index",
-                 kIndexDefinition,
-                 "write-only");
-    CreateIndexTriggers(database, layer);
-}
-
 } // namespace
 
 SpatialReference UndefinedSpatialReference()
@@ -328,12 +305,9 @@ void AddSpatialReference(SqliteDatabase& database, const SpatialReference& refer
 
 void CreateLayerTable(SqliteDatabase& database, const LayerDefinition& layer)
 {
-    std::string sql = "CREATE TABLE " + QuoteName(layer.name) + " ( " +
-                      QuoteName(layer.rowNumberName) +
-                      " INTEGER PRIMARY KEY AUTOINCREMENT NOT NULL";
-    if (layer.hasGeometry) {
-        sql += ", " + QuoteName(layer.geometryName) + " POINT";
-    }
+    std::string sql =
+        "CREATE TABLE " + QuoteName(layer.name) + " ( " + QuoteName(layer.rowNumberName) +
+        " INTEGER PRIMARY KEY AUTOINCREMENT NOT NULL, " + QuoteName(layer.geometryName) + " POINT";
     for (const Field& field : layer.fields) {
         sql += ", " + QuoteName(field.name) + " " + TypeName(field.type);
     }
@@ -342,11 +316,11 @@ void CreateLayerTable(SqliteDatabase& database, const LayerDefinition& layer)
 
 std::string MakeInsert(const LayerDefinition& layer)
 {
-    std::string columns = layer.hasGeometry ? QuoteName(layer.geometryName) : std::string();
+    std::string sql = "INSERT INTO " + QuoteName(layer.name) + "(" + QuoteName(layer.geometryName);
     for (const Field& field : layer.fields) {
-        columns += (columns.empty() ? "" : ",") + QuoteName(field.name);
+        sql += "," + QuoteName(field.name);
     }
-    return "INSERT INTO " + QuoteName(layer.name) + "(" + columns + ")";
+    return sql + ")";
 }
 
 std::string GetIndexName(const LayerDefinition& layer)
@@ -361,9 +335,8 @@ void RegisterLayer(SqliteDatabase& database,
     SqliteStatement contents(
         database,
         "INSERT INTO gpkg_contents(table_name, data_type, identifier, min_x, min_y, max_x, max_y, "
-        "srs_id) VALUES(?1, ?7, ?1, ?2, ?3, ?4, ?5, ?6)");
+        "srs_id) VALUES(?1, 'features', ?1, ?2, ?3, ?4, ?5, ?6)");
     contents.BindText(1, layer.name);
-    contents.BindText(7, layer.hasGeometry ? "features" : "attributes");
     if (counts.extent) {
         contents.BindReal(2, counts.extent->minX);
         contents.BindReal(3, counts.extent->minY);
@@ -372,9 +345,22 @@ void RegisterLayer(SqliteDatabase& database,
     }
     contents.BindInteger(6, layer.spatialReference.id);
     contents.Run();
-    if (layer.hasGeometry) {
-        RegisterGeometry(database, layer);
-    }
+
+    SqliteStatement geometry(
+        database, "INSERT INTO gpkg_geometry_columns VALUES(?1, ?2, 'POINT', ?3, ?4, 0)");
+    geometry.BindText(1, layer.name);
+    geometry.BindText(2, layer.geometryName);
+    geometry.BindInteger(3, layer.spatialReference.id);
+    geometry.BindInteger(4, layer.hasHeights ? 1 : 0);
+    geometry.Run();
+
+    AddExtension(database,
+                 layer.name,
+                 layer.geometryName,
+                 "gpkg_rtree_index",
+                 kIndexDefinition,
+                 "write-only");
+    CreateIndexTriggers(database, layer);
 
     SqliteStatement rowCount(database, "INSERT INTO gpkg_ogr_contents VALUES(?1, ?2)");
     rowCount.BindText(1, layer.name);

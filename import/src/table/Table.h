@@ -99,6 +99,8 @@ struct TableRequest
     std::vector<std::string> nullTexts;
     /// Reading ends after so many rows; 0: all. Bad rows do not count.
     std::uint64_t mostRows = 0;
+    /// Converts every row on its own. Slower, and the same result: for comparing both ways.
+    bool isOneByOne = false;
 };
 
 /// Physical lines by what they are. Their sum is the number of lines of the file.
@@ -135,8 +137,7 @@ struct TableLines
 ///         }
 ///     }
 ///
-/// A walk finds all reasons but Value where a cell does not fit its column's type, which only the
-/// conversion of cells finds: FindMisfit.
+/// A walk finds all reasons but Value: see FindMisfit.
 class TableWalk
 {
 public:
@@ -152,6 +153,11 @@ public:
     /// @throws ImportFailure `read-error`, `damaged`
     bool Next(TableRecord& record);
 
+    /// The first cell of a row that is no value of its column's type, from 1; 0 when all are. The
+    /// walk does not ask this of rows by itself, as it costs about as much as the walk; ReadTable
+    /// makes such a row Bad with the reason Value.
+    [[nodiscard]] std::size_t FindMisfit(const TableRecord& row) const noexcept;
+
     /// The lines of the records that Next has given so far, by class.
     [[nodiscard]] const TableLines& Lines() const noexcept;
 
@@ -163,11 +169,6 @@ private:
     class State;
     std::unique_ptr<State> m_state; ///< never null
 };
-
-/// The first cell of a row that is no value of its column's type, from 1; 0 when all are. A walker
-/// that wants every bad row asks this of each Row.
-[[nodiscard]] std::size_t
-FindMisfit(const Plan& plan, const TableRequest& request, const TableRecord& row);
 
 /// What a layer of the table looks like.
 struct TableLayout
@@ -199,8 +200,8 @@ class BadRowSink
 {
 public:
     virtual ~BadRowSink();
-    /// @param record of kind Bad; valid during the call. May throw: reading stops, and the
-    /// exception leaves ReadTable unchanged.
+    /// @param record of kind Bad; valid during the call
+    /// @throws an ImportFailure stops the reading and leaves ReadTable unchanged
     virtual void Add(const TableRecord& record) = 0;
 };
 
@@ -242,7 +243,7 @@ struct TableCounts
 /// of `nullTexts`, the first two of these not in a column of texts. A number is the double nearest
 /// to its spelling. No value is changed to fit: a row with a cell that does not fit goes to the
 /// sink. A row has a point when its X and Y are finite numbers, for degrees at most 360 and 90 in
-/// size, and its Z, where one is read, is a finite number; otherwise it is a row without a point.
+/// size; otherwise it is a row without a point. A point has a Z where the row has one.
 ///
 /// @param layer empty; gets the schema and the rows. Name and coordinate system are the caller's,
 ///     as is a consumer of its pages. After a throw it holds the rows before.

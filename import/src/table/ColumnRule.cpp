@@ -1,0 +1,309 @@
+// The usual spelling first, then the rules of Values, then nulls.
+#include "ColumnRule.h"
+
+#include "../plan/values/FoldedCell.h"
+#include "../plan/values/Times.h"
+#include "../plan/values/Words.h"
+
+#include <Orvane/BNumbers.h>
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <cmath>
+#include <system_error>
+
+namespace Orvane::Import::Table {
+
+namespace {
+
+constexpr std::uint32_t kDayFirst =
+    Values::DateDayMonthYearSlash | Values::DateDayMonthYearDash | Values::DateDayMonthYearPoint;
+constexpr std::uint32_t kMonthFirst =
+    Values::DateMonthDayYearSlash | Values::DateMonthDayYearDash | Values::DateMonthDayYearPoint;
+
+/// The forms of dates that a plan's spelling stands for.
+std::uint32_t DateFormsOf(const PlanColumn& column)
+{
+    const std::string& spelling = column.spelling;
+    if (spelling == "day first") {
+        return kDayFirst;
+    }
+    if (spelling == "month first") {
+        return kMonthFirst;
+    }
+    if (spelling == "month by name") {
+        return Values::DateDayNameYear | Values::DateNameDayYear;
+    }
+    if (spelling == "year first") {
+        return Values::DateYearMonthDaySlash | Values::DateYearMonthDayPoint;
+    }
+    if (spelling == "YYYYMMDD") {
+        return Values::DateCompact;
+    }
+    return Values::DateYearMonthDay | Values::DateCompact;
+}
+
+/// Blanks of every kind that numbers may have around them.
+bool IsAllBlank(std::string_view cell) noexcept
+{
+    const Values::FoldedCell folded(cell);
+    return folded.Text().empty() && !folded.IsTooLong();
+}
+
+/// Whether from_chars can read all of the cell by the rule of plain numbers: digits, at most one
+/// point, a minus, no zero before another digit; so few bytes that the number is exact.
+bool IsShortNumber(std::string_view cell) noexcept
+{
+    constexpr std::size_t kMostBytes = 16;
+    if (cell.empty() || cell.size() > kMostBytes) {
+        return false;
+    }
+    std::size_t at = cell[0] == '-' ? 1 : 0;
+    if (at + 1 < cell.size() && cell[at] == '0' && Values::IsDigit(cell[at + 1])) {
+        return false;
+    }
+    std::size_t points = 0;
+    std::size_t digits = 0;
+    for (; at < cell.size(); ++at) {
+        points += cell[at] == '.' ? 1U : 0U;
+        digits += Values::IsDigit(cell[at]) ? 1U : 0U;
+    }
+    return points <= 1 && digits > 0 && digits + points + (cell[0] == '-' ? 1U : 0U) == cell.size();
+}
+
+} // namespace
+
+std::vector<std::string> NullTextsOf(const Plan& plan, const TableRequest& request)
+{
+    std::vector<std::string> texts = plan.nullTexts;
+    texts.insert(texts.end(), request.nullTexts.begin(), request.nullTexts.end());
+    for (std::string& text : texts) {
+        text = std::string(Values::Trim(text));
+    }
+    return texts;
+}
+
+Values::Notation NotationOf(const PlanColumn& column)
+{
+    struct Word
+    {
+        std::string_view spelling;
+        Values::Notation notation;
+    };
+
+    static constexpr Word kWords[] = {
+        {"decimal comma", Values::NotationComma},
+        {"decimal comma, thousands .", Values::NotationPointGroups},
+        {"decimal comma, thousands blank", Values::NotationBlankComma},
+        {"decimal comma, thousands '", Values::NotationApostropheComma},
+        {"thousands ,", Values::NotationCommaGroups},
+        {"thousands '", Values::NotationApostrophePoint},
+        {"thousands blank", Values::NotationBlankPoint},
+    };
+    const auto* const word =
+        std::find_if(std::begin(kWords), std::end(kWords), [&](const Word& candidate) {
+            return candidate.spelling == column.spelling;
+        });
+    return word == std::end(kWords) ? Values::NotationPlain : word->notation;
+}
+
+ColumnRule::ColumnRule(const PlanColumn& column,
+                       const std::vector<std::string>& nullTexts,
+                       bool isAllText)
+    : m_type(isAllText ? EPlanType::Text : column.type.value)
+    , m_isGiven(column.type.decider == EDecider::Given)
+    , m_hasNullTexts(!isAllText && !nullTexts.empty())
+    , m_notation(NotationOf(column))
+    , m_dateForms(DateFormsOf(column))
+    , m_nullTexts(&nullTexts)
+{
+    const bool isNumber = m_type == EPlanType::Integer32 || m_type == EPlanType::Double;
+    m_isPlainNumber = isNumber && m_notation == Values::NotationPlain && !m_hasNullTexts;
+    m_isoKind = m_type == EPlanType::Date   ? EIsoKind::Date
+                : m_type == EPlanType::Time ? EIsoKind::Time
+                                            : EIsoKind::DateTime;
+}
+
+bool ColumnRule::IsNullText(std::string_view cell) const noexcept
+{
+    if (!m_hasNullTexts) {
+        return false;
+    }
+    const std::string_view text = Values::Trim(cell);
+    return std::any_of(m_nullTexts->begin(), m_nullTexts->end(), [&](const std::string& other) {
+        return text == other;
+    });
+}
+
+ECellState ColumnRule::ReadNull(std::string_view cell) const noexcept
+{
+    if (IsAllBlank(cell)) {
+        return ECellState::Empty;
+    }
+    return Values::IsNullWord(cell) ? ECellState::NullWord : ECellState::Misfit;
+}
+
+ECellState ColumnRule::ReadInt64(std::string_view cell, std::int64_t& value) const noexcept
+{
+    if (cell.empty()) {
+        return ECellState::Empty;
+    }
+    if (IsNullText(cell)) {
+        return ECellState::NullWord;
+    }
+    if (IsShortNumber(cell)) {
+        const char* const end = cell.data() + cell.size();
+        const std::from_chars_result result = std::from_chars(cell.data(), end, value);
+        if (result.ec == std::errc() && result.ptr == end) {
+            return ECellState::Value;
+        }
+    }
+    const Values::NumberReading reading = Values::ReadNumber(cell);
+    if ((reading.notations & m_notation) == 0) {
+        return ReadNull(cell);
+    }
+    std::array<char, Values::FoldedCell::kCapacity> plain{};
+    const std::size_t size = Values::WritePlain(cell, m_notation, plain.data());
+    const std::from_chars_result result = std::from_chars(plain.data(), plain.data() + size, value);
+    const bool isWhole = result.ec == std::errc() && result.ptr == plain.data() + size;
+    return isWhole && (m_isGiven || !reading.hasLeadingZero) ? ECellState::Value
+                                                             : ECellState::Misfit;
+}
+
+ECellState ColumnRule::ReadInt32(std::string_view cell, std::int32_t& value) const noexcept
+{
+    std::int64_t wide = 0;
+    const ECellState state = ReadInt64(cell, wide);
+    value = static_cast<std::int32_t>(wide);
+    return state == ECellState::Value && value != wide ? ECellState::Misfit : state;
+}
+
+ECellState ColumnRule::ReadDouble(std::string_view cell, double& value) const noexcept
+{
+    if (cell.empty()) {
+        return ECellState::Empty;
+    }
+    if (IsNullText(cell)) {
+        return ECellState::NullWord;
+    }
+    if (m_notation == Values::NotationPlain && IsShortNumber(cell)) {
+        std::from_chars(cell.data(), cell.data() + cell.size(), value);
+        return ECellState::Value;
+    }
+    const Values::NumberReading reading = Values::ReadNumber(cell);
+    if ((reading.notations & m_notation) == 0) {
+        return ReadNull(cell);
+    }
+    value = Values::ToDouble(cell, m_notation);
+    if (m_isGiven) {
+        return std::isfinite(value) ? ECellState::Value : ECellState::Misfit;
+    }
+    // Rule: a whole number that no double holds is no value of a column of doubles.
+    const bool isChanged = reading.isInteger && std::abs(value) >= 0x1p53 && [&] {
+        std::array<char, Values::FoldedCell::kCapacity> plain{};
+        const std::size_t size = Values::WritePlain(cell, m_notation, plain.data());
+        std::int64_t whole = 0;
+        const std::from_chars_result result =
+            std::from_chars(plain.data(), plain.data() + size, whole);
+        return result.ec == std::errc()
+                   ? static_cast<double>(whole) >= 0x1p63 ||
+                         static_cast<std::int64_t>(static_cast<double>(whole)) != whole
+                   : !reading.isExact;
+    }();
+    return isChanged || reading.hasLeadingZero || !std::isfinite(value) ? ECellState::Misfit
+                                                                        : ECellState::Value;
+}
+
+ECellState ColumnRule::ReadBoolean(std::string_view cell, bool& value) const noexcept
+{
+    if (cell.empty()) {
+        return ECellState::Empty;
+    }
+    if (IsNullText(cell)) {
+        return ECellState::NullWord;
+    }
+    const unsigned word = Values::ReadBooleanWord(cell);
+    if (word != 0) {
+        constexpr unsigned kTrueWords =
+            Values::WordTrue | Values::WordYes | Values::LetterT | Values::LetterY;
+        value = (word & kTrueWords) != 0;
+        return ECellState::Value;
+    }
+    const std::string_view text = Values::Trim(cell);
+    // Rule: 0 and 1 are numbers, and truth values only where the caller says so.
+    if (m_isGiven && (text == "0" || text == "1")) {
+        value = text == "1";
+        return ECellState::Value;
+    }
+    return ReadNull(cell);
+}
+
+ECellState ColumnRule::ReadTime(std::string_view cell,
+                                IsoBuffer& buffer,
+                                std::string_view& text) const noexcept
+{
+    if (cell.empty()) {
+        return ECellState::Empty;
+    }
+    if (IsNullText(cell)) {
+        return ECellState::NullWord;
+    }
+    const std::size_t size = WriteIso(cell, m_isoKind, m_dateForms, buffer);
+    if (size == 0) {
+        return ReadNull(cell);
+    }
+    text = {buffer.data(), size};
+    return ECellState::Value;
+}
+
+ECellState ColumnRule::ReadText(std::string_view cell) const noexcept
+{
+    if (cell.empty()) {
+        return ECellState::Empty;
+    }
+    if (IsNullText(cell)) {
+        return ECellState::NullWord;
+    }
+    // Rule: a word is null only among numbers and dates, and blanks are a text among texts.
+    if (m_type == EPlanType::Angle) {
+        const ECellState state = ReadNull(cell);
+        return state == ECellState::Misfit ? ECellState::Value : state;
+    }
+    return ECellState::Value;
+}
+
+ECellState ColumnRule::Read(std::string_view cell) const noexcept
+{
+    switch (m_type) {
+    case EPlanType::Integer32: {
+        std::int32_t value = 0;
+        return ReadInt32(cell, value);
+    }
+    case EPlanType::Integer64: {
+        std::int64_t value = 0;
+        return ReadInt64(cell, value);
+    }
+    case EPlanType::Double: {
+        double value = 0;
+        return ReadDouble(cell, value);
+    }
+    case EPlanType::Boolean: {
+        bool value = false;
+        return ReadBoolean(cell, value);
+    }
+    case EPlanType::Date:
+    case EPlanType::Time:
+    case EPlanType::DateTime: {
+        IsoBuffer buffer{};
+        std::string_view text;
+        return ReadTime(cell, buffer, text);
+    }
+    case EPlanType::Text:
+    case EPlanType::Angle:
+        break;
+    }
+    return ReadText(cell);
+}
+
+} // namespace Orvane::Import::Table

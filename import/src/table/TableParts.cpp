@@ -1,0 +1,863 @@
+// One buffer; an index where pieces are clean, the plan's own cutter everywhere else.
+#include "TableParts.h"
+
+#include "../plan/PlanDialect.h"
+#include "../plan/scan/Shape.h"
+#include "../plan/values/FoldedCell.h"
+
+#include <algorithm>
+#include <bit>
+#include <cstring>
+#include <limits>
+#include <utility>
+
+namespace Orvane::Import::Table {
+
+namespace {
+
+constexpr std::size_t kPiece = std::size_t{128} * 1024;
+constexpr std::size_t kSpace = AsciiReader::Kernels::kPadding;
+constexpr std::size_t kMostRawBytes = std::size_t{64} * 1024;
+constexpr std::size_t kMostExtraColumns = 1000;
+constexpr std::string_view kReplacement = "\xEF\xBF\xBD";
+
+/// How often a byte occurs; eight bytes per step.
+std::size_t CountByte(std::string_view text, char unit) noexcept
+{
+    constexpr std::uint64_t kOnes = 0x0101010101010101U;
+    constexpr std::uint64_t kLow = 0x7F7F7F7F7F7F7F7FU;
+    const std::uint64_t wanted = kOnes * static_cast<unsigned char>(unit);
+    std::size_t count = 0;
+    const char* at = text.data();
+    std::size_t left = text.size();
+    for (; left >= sizeof wanted; left -= sizeof wanted, at += sizeof wanted) {
+        std::uint64_t word = 0;
+        std::memcpy(&word, at, sizeof word);
+        word ^= wanted;
+        // The high bit of each byte that is 0 now.
+        const std::uint64_t zeros = ~(((word & kLow) + kLow) | word | kLow);
+        count += static_cast<std::size_t>(std::popcount(zeros));
+    }
+    for (; left > 0; --left, ++at) {
+        count += *at == unit ? 1U : 0U;
+    }
+    return count;
+}
+
+/// Line breaks of every kind, in a text that comes in pieces.
+class BreakCounter
+{
+public:
+    void Add(std::string_view text) noexcept
+    {
+        for (const char unit : text) {
+            m_count += unit == '\r' || (unit == '\n' && !m_isAfterReturn) ? 1U : 0U;
+            m_isAfterReturn = unit == '\r';
+        }
+    }
+
+    [[nodiscard]] std::uint64_t Count() const noexcept { return m_count; }
+
+private:
+    std::uint64_t m_count = 0;
+    bool m_isAfterReturn = false;
+};
+
+std::uint64_t CountBreaks(std::string_view text) noexcept
+{
+    if (std::memchr(text.data(), '\n', text.size()) == nullptr &&
+        std::memchr(text.data(), '\r', text.size()) == nullptr) {
+        return 0;
+    }
+    BreakCounter counter;
+    counter.Add(text);
+    return counter.Count();
+}
+
+bool IsEmptyCell(std::string_view cell) noexcept
+{
+    return Values::Trim(cell).empty();
+}
+
+std::size_t CountKeptFields(const Plan& plan, bool isAllText)
+{
+    const auto columns = static_cast<std::size_t>(plan.shape.columnCount.value);
+    const auto most = static_cast<std::size_t>(plan.shape.mostFields);
+    return isAllText ? std::clamp(most, columns, columns + kMostExtraColumns) : columns;
+}
+
+} // namespace
+
+TableRules::TableRules(const Plan& givenPlan, const TableRequest& request)
+    : plan(givenPlan)
+    , isAllText(request.isAllText || givenPlan.isAllText)
+    , columnCount(givenPlan.columns.size())
+    , mostFields(CountKeptFields(givenPlan, isAllText))
+    , nullTexts(NullTextsOf(givenPlan, request))
+{
+    columns.reserve(columnCount);
+    for (const PlanColumn& column : plan.columns) {
+        columns.emplace_back(column, nullTexts, isAllText);
+    }
+}
+
+std::size_t TableRules::FindMisfit(const TableRecord& record) const noexcept
+{
+    const std::size_t count = std::min(record.cells.size(), columnCount);
+    for (std::size_t column = 0; column < count; ++column) {
+        if (columns[column].Read(record.cells[column]) == ECellState::Misfit) {
+            return column + 1;
+        }
+    }
+    return 0;
+}
+
+TableParts::TableParts(const TableRules& rules, bool wantsRuns)
+    : m_rules(rules)
+    , m_source(OpenText(rules.plan))
+    , m_cutter(DialectOf(rules.plan))
+    , m_decoder(TextEncodingOf(rules.plan), rules.plan.path)
+    , m_wantsRuns(wantsRuns)
+    , m_buffer(kPiece + kSpace)
+{
+    IsInFurtherTable(0);
+    m_fieldOfColumn.resize(rules.columnCount);
+    for (std::size_t column = 0; column < rules.columnCount; ++column) {
+        m_fieldOfColumn[column] = column;
+    }
+    // A row is compared with the names when it begins to look like them.
+    for (const std::vector<std::string>& names : rules.plan.shape.namesLines) {
+        const auto filled = std::find_if(
+            names.begin(), names.end(), [](const std::string& name) { return !name.empty(); });
+        if (filled != names.end()) {
+            m_keyColumn = static_cast<std::size_t>(filled - names.begin());
+        }
+    }
+}
+
+/// Moves what is left to the front and reads on; a record that fills the buffer makes it larger.
+/// @return false when there is no more text, or the buffer is full
+bool TableParts::Refill()
+{
+    std::memmove(m_buffer.data(), m_buffer.data() + m_at, m_size - m_at);
+    m_size -= m_at;
+    m_byte += m_at;
+    m_at = 0;
+    m_positionCount = 0;
+    m_nextPosition = 0;
+    m_cutter.StartPiece();
+    m_mayIndex = true;
+    const std::size_t capacity = m_buffer.size() - kSpace;
+    if (m_isAtEnd || (m_size == capacity && capacity >= kMostRecordBytes)) {
+        return false;
+    }
+    if (m_size * 2 > capacity && capacity < kMostRecordBytes) {
+        m_buffer.resize(capacity * 2 + kSpace);
+    }
+    const std::size_t wanted = m_buffer.size() - kSpace - m_size;
+    const std::size_t got = m_source->Read(m_buffer.data() + m_size, wanted);
+    m_isAtEnd = got < wanted;
+    m_size += got;
+    std::memset(m_buffer.data() + m_size, 0, kSpace);
+    return got > 0;
+}
+
+TableParts::EPart TableParts::Next(TableRecord& record)
+{
+    if (m_isInHead) {
+        if (ReadHead(record)) {
+            return EPart::Record;
+        }
+        FinishHead();
+    }
+    for (;;) {
+        if (m_at == m_size && !Refill()) {
+            return EPart::End;
+        }
+        if (m_mayIndex && m_wantsRuns) {
+            m_mayIndex = false;
+            if (CanIndex()) {
+                MakeIndex();
+            }
+        }
+        if (m_nextPosition < m_positionCount && FindRun()) {
+            m_lines.rows += m_run.rows;
+            return EPart::Run;
+        }
+        if (!m_cutter.Cut(Text(), m_at, m_isAtEnd, m_rules.columnCount, m_cut)) {
+            const bool wasAtEnd = m_isAtEnd;
+            if (Refill() || m_isAtEnd != wasAtEnd) {
+                continue;
+            }
+            return SkipLongLine(record);
+        }
+        MakeRecord(m_cut, record);
+        Classify(m_cut, record);
+        Count(record);
+        m_line += m_cut.lines;
+        m_at = m_cut.next;
+        if (m_nextPosition < m_positionCount) {
+            // The index goes on where the record ends, unless the two disagree.
+            m_nextPosition += CountFields(m_nextPosition);
+            const std::uint32_t end = m_positions[m_nextPosition];
+            if (std::size_t{end} + 1 != m_at) {
+                m_positionCount = 0;
+                m_nextPosition = 0;
+            }
+        }
+        return EPart::Record;
+    }
+}
+
+/// Gives the lines before the first row, piece by piece as the plan lists them.
+bool TableParts::ReadHead(TableRecord& record)
+{
+    const PlanShape& shape = m_rules.plan.shape;
+    const std::vector<PlanLines>& lines = shape.lines;
+    const std::uint64_t begin = m_byte + m_at;
+    if (begin >= shape.firstRowByte) {
+        return false;
+    }
+    EPlanLines kind = EPlanLines::Preamble;
+    std::uint64_t end = shape.firstRowByte;
+    for (std::size_t index = m_nextHead; index < lines.size(); ++index) {
+        if (lines[index].byte >= shape.firstRowByte) {
+            break;
+        }
+        if (lines[index].byte <= begin) {
+            kind = lines[index].kind;
+            m_nextHead = index + 1;
+        } else {
+            end = lines[index].byte;
+            break;
+        }
+    }
+    while (m_at + (end - begin) > m_size && Refill()) {
+    }
+    const auto size = static_cast<std::size_t>(std::min<std::uint64_t>(end - begin, m_size - m_at));
+    if (size == 0) {
+        return false;
+    }
+    std::string_view text = Text().substr(m_at, size);
+    record = TableRecord();
+    record.kind = ERecord::Head;
+    record.headKind = kind;
+    record.line = m_line;
+    record.byte = begin;
+    const bool isEnded = text.back() == '\n' || text.back() == '\r';
+    record.lines = CountBreaks(text) + (isEnded ? 0U : 1U);
+    text.remove_suffix(text.back() == '\n' ? 1U : 0U);
+    text.remove_suffix(!text.empty() && text.back() == '\r' ? 1U : 0U);
+    m_rawText.clear();
+    m_decoder.Append(text, m_rawText);
+    record.raw = m_rawText;
+    m_line += record.lines;
+    m_at += size;
+    Count(record);
+    return true;
+}
+
+void TableParts::FinishHead()
+{
+    m_isInHead = false;
+    m_line = m_rules.plan.shape.firstRowLine;
+}
+
+/// Consumes a line that is too long, up to its end.
+TableParts::EPart TableParts::SkipLongLine(TableRecord& record)
+{
+    record = TableRecord();
+    record.kind = ERecord::Bad;
+    record.why = EBadRow::TooLong;
+    record.line = m_line;
+    record.byte = m_byte + m_at;
+    m_rawText.clear();
+    m_decoder.Append(Text().substr(m_at, kMostRawBytes), m_rawText);
+    record.raw = m_rawText;
+    const char end = m_cutter.Rules().lineEnds == Scan::ELineEnds::Returns ? '\r' : '\n';
+    BreakCounter breaks;
+    bool isEnded = false;
+    do {
+        const std::string_view rest = Text().substr(m_at);
+        const std::size_t at = rest.find(end);
+        isEnded = at != std::string_view::npos;
+        const std::size_t size = isEnded ? at + 1 : rest.size();
+        breaks.Add(rest.substr(0, size));
+        m_at += size;
+    } while (!isEnded && Refill());
+    record.lines = breaks.Count() + (isEnded ? 0U : 1U);
+    ++m_line;
+    Count(record);
+    return EPart::Record;
+}
+
+bool TableParts::CanIndex() const
+{
+    const Scan::Dialect& dialect = m_cutter.Rules();
+    const bool isPlain = (dialect.separation == Scan::ESeparation::Character &&
+                          !dialect.skipsBlanks && dialect.separator != '-') ||
+                         dialect.separation == Scan::ESeparation::OneColumn;
+    const char* text = m_buffer.data() + m_at;
+    const std::size_t size = m_size - m_at;
+    return isPlain && m_rules.columnCount > 0 && m_line <= LastLineOfRuns() &&
+           dialect.lineEnds != Scan::ELineEnds::Any &&
+           (dialect.quote == 0 || dialect.quote == '"' ||
+            std::memchr(text, dialect.quote, size) == nullptr) &&
+           (!dialect.hasBackslashes || std::memchr(text, '\\', size) == nullptr) &&
+           m_source->CountInvalidUnits() == 0 && m_size < std::numeric_limits<std::uint32_t>::max();
+}
+
+/// Runs end before a line of names in another order, and at the last line of the table.
+std::uint64_t TableParts::LastLineOfRuns() const noexcept
+{
+    const PlanShape& shape = m_rules.plan.shape;
+    std::uint64_t last = std::numeric_limits<std::uint64_t>::max();
+    if (shape.lastRowLine > 0) {
+        last = shape.lastRowLine;
+    }
+    if (m_nextOrder < shape.orders.size()) {
+        last = std::min(last, shape.orders[m_nextOrder].line - 1);
+    }
+    if (m_nextFurther < shape.lines.size()) {
+        last = std::min(last, shape.lines[m_nextFurther].firstLine - 1);
+    }
+    return last;
+}
+
+bool TableParts::AreBytesFine(std::string_view text, bool hasHighBytes)
+{
+    switch (m_decoder.Kind()) {
+    case CellDecoder::EKind::Utf8:
+        return !hasHighBytes || AsciiReader::Kernels::Best().isUtf8(text.data(), text.size());
+    case CellDecoder::EKind::OneByte:
+        return !hasHighBytes || m_decoder.IsValid(text);
+    case CellDecoder::EKind::ManyBytes:
+        break;
+    }
+    return m_decoder.IsPlain(text);
+}
+
+/// Looks at the returns: those before line ends are cut off, all others are breaks inside rows.
+/// @return whether all line ends have one, or none has
+bool TableParts::FindReturns(std::string_view text, char lineEnd)
+{
+    m_run.trim = 0;
+    if (lineEnd == '\r') {
+        m_hasBreaks = m_hasBreaks || text.find('\n') != std::string_view::npos;
+        return true;
+    }
+    std::size_t lines = 0;
+    std::size_t withReturn = 0;
+    for (std::size_t index = 1; index <= m_positionCount; ++index) {
+        const std::uint32_t position = m_positions[index];
+        if (m_buffer[position] == lineEnd) {
+            ++lines;
+            withReturn += position > m_at && m_buffer[position - 1] == '\r' ? 1U : 0U;
+        }
+    }
+    m_run.trim = withReturn > 0 ? 1 : 0;
+    m_hasBreaks = m_hasBreaks || CountByte(text, '\r') != withReturn;
+    return withReturn == 0 || withReturn == lines;
+}
+
+/// Quotes of fields that begin and end with one and have doubled ones inside; the others are not
+/// counted.
+std::size_t TableParts::CountCleanQuotes() const
+{
+    std::size_t quotes = 0;
+    const char* text = m_buffer.data();
+    for (std::size_t index = 1; index <= m_positionCount; ++index) {
+        // The first position wraps.
+        const std::size_t begin = m_positions[index - 1] + 1U;
+        std::size_t end = m_positions[index];
+        if (text[begin] != '"') {
+            continue;
+        }
+        end -= m_run.trim != 0 && text[end] == '\n' ? 1U : 0U;
+        if (end - begin < 2 || text[end - 1] != '"') {
+            continue;
+        }
+        std::size_t at = begin + 1;
+        const std::size_t last = end - 1;
+        std::size_t inside = 0;
+        while (const void* found = std::memchr(text + at, '"', last - at)) {
+            at = static_cast<std::size_t>(static_cast<const char*>(found) - text);
+            if (at + 1 == last || text[at + 1] != '"') {
+                return 0;
+            }
+            at += 2;
+            inside += 2;
+        }
+        quotes += 2 + inside;
+    }
+    return quotes;
+}
+
+/// Indexes the whole lines of the piece. Without an index records are cut one by one.
+void TableParts::MakeIndex()
+{
+    const Scan::Dialect& dialect = m_cutter.Rules();
+    const char lineEnd = dialect.lineEnds == Scan::ELineEnds::Returns ? '\r' : '\n';
+    const void* last = memrchr(m_buffer.data() + m_at, lineEnd, m_size - m_at);
+    if (last == nullptr) {
+        return;
+    }
+    const std::size_t from = m_at;
+    std::size_t to = static_cast<std::size_t>(static_cast<const char*>(last) - m_buffer.data()) + 1;
+    AsciiReader::Kernels::Survey survey;
+    AsciiReader::Kernels::Best().survey(m_buffer.data() + from, to - from, survey);
+    AsciiReader::Kernels::Structure structure;
+    structure.separator =
+        dialect.separation == Scan::ESeparation::OneColumn ? lineEnd : dialect.separator;
+    structure.lineEnd = lineEnd;
+    structure.hasQuotes = dialect.quote == '"' && survey.quotes > 0;
+    if (m_positions.size() < to - from + kSpace + 2) {
+        m_positions.resize(to - from + kSpace + 2);
+    }
+    AsciiReader::Kernels::IndexState state;
+    m_positions[0] = static_cast<std::uint32_t>(from) - 1;
+    m_positionCount = m_index(m_buffer.data(), from, to, structure, state, m_positions.data() + 1);
+    m_nextPosition = 0;
+    // What comes after the last line end outside quotes is left for the next piece.
+    while (m_positionCount > 0 && m_buffer[m_positions[m_positionCount]] != lineEnd) {
+        --m_positionCount;
+    }
+    if (m_positionCount == 0) {
+        return;
+    }
+    const std::size_t end = m_positions[m_positionCount] + std::size_t{1};
+    const std::size_t tailQuotes =
+        structure.hasQuotes ? CountByte(Text().substr(end, to - end), '"') : 0;
+    to = end;
+    const std::string_view text = Text().substr(from, to - from);
+    m_run.trim = 0;
+    m_hasBreaks = structure.hasQuotes && CountByte(text, lineEnd) != state.lineEnds;
+    const bool isFine = AreBytesFine(text, survey.highBytes != 0) &&
+                        (survey.returns == 0 || FindReturns(text, lineEnd)) &&
+                        (!structure.hasQuotes || CountCleanQuotes() == survey.quotes - tailQuotes);
+    if (!isFine) {
+        m_positionCount = 0;
+        return;
+    }
+    m_isRegular = m_positionCount == state.lineEnds * m_rules.columnCount;
+    for (std::size_t index = m_rules.columnCount; m_isRegular && index <= m_positionCount;
+         index += m_rules.columnCount) {
+        m_isRegular = m_buffer[m_positions[index]] == lineEnd;
+    }
+    m_run.hasQuotes = structure.hasQuotes;
+    m_run.isAscii = survey.highBytes == 0;
+    m_run.fields = m_rules.columnCount;
+}
+
+bool TableParts::EndsLine(std::size_t index) const noexcept
+{
+    const char unit = m_buffer[m_positions[index]];
+    return m_cutter.Rules().separation == Scan::ESeparation::OneColumn ||
+           unit == (m_cutter.Rules().lineEnds == Scan::ELineEnds::Returns ? '\r' : '\n');
+}
+
+/// Fields of the line after a position.
+std::size_t TableParts::CountFields(std::size_t index) const noexcept
+{
+    std::size_t fields = 1;
+    while (!EndsLine(index + fields)) {
+        ++fields;
+    }
+    return fields;
+}
+
+/// Whether a row of the table's count needs a look of its own: blank, the names again, or with
+/// line breaks inside.
+bool TableParts::IsApart(std::size_t index) const noexcept
+{
+    const std::size_t key = index + m_keyColumn;
+    const std::size_t begin = m_positions[index] + 1U;
+    const std::size_t end = m_positions[index + m_run.fields];
+    if (m_run.fields == 1 && end - begin < 2U + m_run.trim) {
+        return true;
+    }
+    if (m_hasBreaks && CountBreaks(Text().substr(begin, end - m_run.trim - begin)) > 0) {
+        return true;
+    }
+    for (const std::vector<std::string>& names : m_rules.plan.shape.namesLines) {
+        if (m_keyColumn >= names.size()) {
+            continue;
+        }
+        const std::size_t keyBegin = m_positions[key] + 1U;
+        const std::size_t keySize = m_positions[key + 1] - keyBegin;
+        const std::string& name = names[m_keyColumn];
+        // Most rows differ in their first byte.
+        const char first = m_buffer[keyBegin];
+        const bool isFirstOther =
+            static_cast<signed char>(first) > ' ' && first != '"' && first != name.front();
+        if (isFirstOther || keySize < name.size()) {
+            continue;
+        }
+        std::string_view cell = Values::Trim(Text().substr(keyBegin, keySize));
+        cell.remove_prefix(m_run.hasQuotes && !cell.empty() && cell.front() == '"' ? 1U : 0U);
+        cell = Values::Trim(cell);
+        if (cell.starts_with(name) || (!IsAscii(name) && !m_decoder.IsPlain(cell))) {
+            return true;
+        }
+    }
+    return false;
+}
+
+/// Finds the regular rows that come next. @return false when a single record comes
+bool TableParts::FindRun()
+{
+    const std::uint64_t lastLine = LastLineOfRuns();
+    std::size_t index = m_nextPosition;
+    std::uint64_t line = m_line;
+    while (index < m_positionCount && line <= lastLine &&
+           (m_isRegular || CountFields(index) == m_run.fields) && !IsApart(index)) {
+        index += m_run.fields;
+        ++line;
+    }
+    if (index == m_nextPosition) {
+        return false;
+    }
+    m_run.text = m_buffer.data();
+    m_run.ends = m_positions.data() + m_nextPosition + 1;
+    m_run.rows = (index - m_nextPosition) / m_run.fields;
+    m_run.line = m_line;
+    m_run.byte = m_byte;
+    m_nextPosition = index;
+    m_line = line;
+    m_at = m_positions[index] + std::size_t{1};
+    return true;
+}
+
+void TableParts::ReadRow(std::size_t row, TableRecord& record)
+{
+    const std::uint32_t* ends = m_run.ends + row * m_run.fields;
+    m_cut.fields.clear();
+    m_cut.begin = ends[-1] + 1U;
+    m_cut.lines = 1;
+    m_cut.strays = 0;
+    m_cut.unclosed = 0;
+    m_cut.isEnded = true;
+    m_cut.isBlank = false;
+    m_cut.next = ends[m_run.fields - 1] + std::size_t{1};
+    std::size_t begin = m_cut.begin;
+    for (std::size_t field = 0; field < m_run.fields; ++field) {
+        const std::size_t position = ends[field];
+        const std::size_t end = position - (field + 1 == m_run.fields ? m_run.trim : 0U);
+        const bool isQuoted = m_run.hasQuotes && end > begin && m_run.text[begin] == '"';
+        m_cut.fields.push_back(
+            {begin + (isQuoted ? 1U : 0U), end - begin - (isQuoted ? 2U : 0U), isQuoted});
+        begin = position + 1;
+    }
+    MakeRecord(m_cut, record);
+    record.line = m_run.line + row;
+    Reorder(record);
+}
+
+std::string_view TableParts::RawOf(const Scan::Record& cut) const
+{
+    std::string_view raw = Text().substr(cut.begin, cut.next - cut.begin);
+    if (cut.isEnded) {
+        const bool isFeed = raw.back() == '\n';
+        raw.remove_suffix(1);
+        raw.remove_suffix(isFeed && !raw.empty() && raw.back() == '\r' ? 1U : 0U);
+    } else if (!raw.empty() && raw.back() == '\r') {
+        raw.remove_suffix(1);
+    }
+    return raw;
+}
+
+void TableParts::MakeRecord(const Scan::Record& cut, TableRecord& record)
+{
+    record.kind = ERecord::Row;
+    record.why = EBadRow::None;
+    record.headKind = EPlanLines::Preamble;
+    record.line = m_line;
+    record.byte = m_byte + cut.begin;
+    record.column = 0;
+    record.isTrailing = false;
+    record.isShort = false;
+    record.isRepaired = cut.strays > 0 || cut.unclosed > 0;
+    record.raw = RawOf(cut);
+    record.lines = 1 + CountBreaks(record.raw);
+    MakeCells(cut, record);
+    if (!m_decoder.IsPlain(record.raw)) {
+        m_rawText.clear();
+        if (!m_decoder.Append(record.raw, m_rawText)) {
+            record.why = EBadRow::Encoding;
+        }
+        record.raw = m_rawText;
+    } else if (m_source->CountInvalidUnits() > 0 &&
+               record.raw.find(kReplacement) != std::string_view::npos) {
+        record.why = EBadRow::Encoding;
+    }
+    if (record.why == EBadRow::Encoding) {
+        const auto isBroken = [this](std::string_view cell) {
+            return cell.find(kReplacement) != std::string_view::npos;
+        };
+        const auto cell = std::find_if(record.cells.begin(), record.cells.end(), isBroken);
+        record.column = cell == record.cells.end()
+                            ? 0
+                            : static_cast<std::size_t>(cell - record.cells.begin()) + 1;
+    }
+}
+
+/// Removes the escapes of a quoted cell that stands at the end of the cells' text.
+void TableParts::Unescape(std::size_t from)
+{
+    const char quote = m_cutter.Rules().quote;
+    const bool hasBackslashes = m_cutter.Rules().hasBackslashes;
+    std::size_t to = from;
+    for (std::size_t at = from; at < m_cellText.size(); ++at) {
+        const bool isEscape =
+            (m_cellText[at] == quote || (hasBackslashes && m_cellText[at] == '\\')) &&
+            at + 1 < m_cellText.size() && m_cellText[at + 1] == quote;
+        at += isEscape ? 1U : 0U;
+        m_cellText[to++] = m_cellText[at];
+    }
+    m_cellText.resize(to);
+}
+
+void TableParts::MakeCells(const Scan::Record& cut, TableRecord& record)
+{
+    const char quote = m_cutter.Rules().quote;
+    record.cells.clear();
+    m_cellText.clear();
+    m_cellSpans.clear();
+    for (const Scan::Field& field : cut.fields) {
+        const std::string_view cell = field.In(Text());
+        const bool hasEscapes =
+            field.isQuoted && std::memchr(cell.data(), quote, cell.size()) != nullptr;
+        if (!hasEscapes && m_decoder.IsPlain(cell)) {
+            record.cells.push_back(cell);
+            continue;
+        }
+        const std::size_t begin = m_cellText.size();
+        m_decoder.Append(cell, m_cellText);
+        if (hasEscapes) {
+            Unescape(begin);
+        }
+        m_cellSpans.emplace_back(record.cells.size(), begin);
+        record.cells.emplace_back();
+    }
+    std::size_t end = m_cellText.size();
+    for (auto span = m_cellSpans.rbegin(); span != m_cellSpans.rend(); ++span) {
+        record.cells[span->first] =
+            std::string_view(m_cellText).substr(span->second, end - span->second);
+        end = span->second;
+    }
+}
+
+bool TableParts::IsNamesAgain(const TableRecord& record) const
+{
+    const auto isSame = [&](const std::vector<std::string>& names) {
+        if (names.size() != record.cells.size()) {
+            return false;
+        }
+        std::size_t filled = 0;
+        for (std::size_t index = 0; index < names.size(); ++index) {
+            const std::string_view cell = Values::Trim(record.cells[index]);
+            const std::string& name = names[index];
+            // A plan keeps no more of a name.
+            const bool isCut = name.size() + 4 > Scan::kMostNameBytes && cell.size() > name.size();
+            if ((isCut ? cell.substr(0, name.size()) : cell) != name) {
+                return false;
+            }
+            filled += cell.empty() ? 0U : 1U;
+        }
+        return filled > 0;
+    };
+    const auto& lines = m_rules.plan.shape.namesLines;
+    return std::any_of(lines.begin(), lines.end(), isSame);
+}
+
+void TableParts::ClassifyAfterTable(const Scan::Record& cut, TableRecord& record)
+{
+    const PlanShape& shape = m_rules.plan.shape;
+    if (cut.isBlank) {
+        record.kind = ERecord::Blank;
+        return;
+    }
+    const std::size_t fields = record.cells.size();
+    const bool isNext = record.line == shape.lastRowLine + 1;
+    if (isNext && !cut.isEnded && fields > 1 && fields < m_rules.columnCount) {
+        // The last row, cut short.
+        ClassifyShort(cut, record);
+        return;
+    }
+    record.kind = IsInFurtherTable(record.line) ? ERecord::FurtherTable : ERecord::Footer;
+}
+
+/// Whether the plan lists the line as one of a further table. Lines are asked for in order.
+bool TableParts::IsInFurtherTable(std::uint64_t line)
+{
+    const std::vector<PlanLines>& lines = m_rules.plan.shape.lines;
+    const auto isPast = [line](const PlanLines& piece) {
+        return piece.kind != EPlanLines::FurtherTable || piece.firstLine + piece.lineCount <= line;
+    };
+    while (m_nextFurther < lines.size() && isPast(lines[m_nextFurther])) {
+        ++m_nextFurther;
+    }
+    return m_nextFurther < lines.size() && lines[m_nextFurther].firstLine <= line;
+}
+
+void TableParts::ClassifyShort(const Scan::Record& cut, TableRecord& record)
+{
+    const auto makeBad = [&](EBadRow why, std::size_t column) {
+        record.kind = ERecord::Bad;
+        record.why = why;
+        record.column = column;
+    };
+    record.isShort = true;
+    if (m_rules.isAllText) {
+        return;
+    }
+    if (cut.unclosed > 0) {
+        makeBad(EBadRow::OpenQuote, 0);
+    } else if (!cut.isEnded) {
+        makeBad(EBadRow::CutShort, record.cells.size());
+    } else if (record.cells.size() < 2 || m_isReordered || !m_rules.plan.shape.shortRowsAreRows) {
+        makeBad(EBadRow::ShortRow, record.cells.size());
+    } else if (const std::size_t unfit = m_rules.FindMisfit(record); unfit != 0) {
+        makeBad(EBadRow::ShortRow, unfit);
+    }
+}
+
+void TableParts::ClassifyLong(const Scan::Record& cut, TableRecord& record)
+{
+    const auto firstSurplus =
+        record.cells.begin() + static_cast<std::ptrdiff_t>(m_rules.columnCount);
+    const bool isTrailing = std::all_of(firstSurplus, record.cells.end(), IsEmptyCell);
+    if (isTrailing && (m_rules.isAllText || m_rules.FindMisfit(record) == 0)) {
+        record.isTrailing = true;
+        return;
+    }
+    if (m_rules.isAllText && record.cells.size() <= m_rules.mostFields) {
+        return;
+    }
+    record.kind = ERecord::Bad;
+    record.why = cut.unclosed > 0 ? EBadRow::OpenQuote : EBadRow::LongRow;
+    record.column = m_rules.columnCount + 1;
+}
+
+/// Cells of the records from here on belong to other columns.
+void TableParts::BeginOrder(std::uint64_t line)
+{
+    const std::vector<PlanOrder>& orders = m_rules.plan.shape.orders;
+    while (m_nextOrder < orders.size() && orders[m_nextOrder].line <= line) {
+        const std::vector<std::size_t>& columns = orders[m_nextOrder].columns;
+        m_isReordered = true;
+        for (std::size_t field = 0; field < columns.size(); ++field) {
+            if (columns[field] < m_fieldOfColumn.size()) {
+                m_fieldOfColumn[columns[field]] = field;
+            }
+        }
+        ++m_nextOrder;
+    }
+}
+
+/// Puts the cells in the order of the table's columns.
+void TableParts::Reorder(TableRecord& record)
+{
+    if (!m_isReordered || record.cells.size() < m_rules.columnCount) {
+        return;
+    }
+    m_ordered.assign(record.cells.begin(), record.cells.end());
+    for (std::size_t column = 0; column < m_rules.columnCount; ++column) {
+        record.cells[column] = m_ordered[m_fieldOfColumn[column]];
+    }
+}
+
+/// Says what a record is, by the rules that PlanShape states.
+void TableParts::Classify(const Scan::Record& cut, TableRecord& record)
+{
+    const PlanShape& shape = m_rules.plan.shape;
+    const bool isBroken = record.why == EBadRow::Encoding;
+    if (shape.lastRowLine > 0 && record.line > shape.lastRowLine) {
+        record.why = EBadRow::None;
+        ClassifyAfterTable(cut, record);
+        return;
+    }
+    if (cut.isBlank) {
+        record.kind = ERecord::Blank;
+        record.why = EBadRow::None;
+        return;
+    }
+    if (IsInFurtherTable(record.line)) {
+        record.kind = ERecord::FurtherTable;
+        record.why = EBadRow::None;
+        return;
+    }
+    const std::size_t fields = record.cells.size();
+    const auto begins = [&](const std::string& mark) { return record.raw.starts_with(mark); };
+    if (fields != m_rules.columnCount &&
+        std::any_of(shape.commentMarks.begin(), shape.commentMarks.end(), begins)) {
+        record.kind = ERecord::Comment;
+        record.why = EBadRow::None;
+        return;
+    }
+    const bool isNewOrder =
+        m_nextOrder < shape.orders.size() && shape.orders[m_nextOrder].line <= record.line;
+    if (isNewOrder || IsNamesAgain(record)) {
+        record.kind = ERecord::RepeatedNames;
+        record.why = EBadRow::None;
+        BeginOrder(record.line);
+        return;
+    }
+    if (isBroken) {
+        record.kind = ERecord::Bad;
+        return;
+    }
+    Reorder(record);
+    if (fields < m_rules.columnCount) {
+        ClassifyShort(cut, record);
+    } else if (fields > m_rules.columnCount) {
+        ClassifyLong(cut, record);
+    }
+}
+
+void TableParts::Count(const TableRecord& record)
+{
+    switch (record.kind) {
+    case ERecord::Head:
+        switch (record.headKind) {
+        case EPlanLines::Names:
+        case EPlanLines::Units:
+        case EPlanLines::Rule:
+            m_lines.names += record.lines;
+            return;
+        case EPlanLines::Comment:
+            m_lines.comments += record.lines;
+            return;
+        case EPlanLines::Blank:
+            m_lines.blanks += record.lines;
+            return;
+        default:
+            m_lines.preamble += record.lines;
+            return;
+        }
+    case ERecord::Row:
+        ++m_lines.rows;
+        m_lines.continuations += record.lines - 1;
+        return;
+    case ERecord::Blank:
+        m_lines.blanks += record.lines;
+        return;
+    case ERecord::Comment:
+        m_lines.comments += record.lines;
+        return;
+    case ERecord::RepeatedNames:
+        m_lines.repeatedNames += record.lines;
+        return;
+    case ERecord::Footer:
+        m_lines.footers += record.lines;
+        return;
+    case ERecord::FurtherTable:
+        m_lines.furtherTables += record.lines;
+        return;
+    case ERecord::Bad:
+        m_lines.bad += record.lines;
+        return;
+    }
+}
+
+} // namespace Orvane::Import::Table
