@@ -1,6 +1,7 @@
 // Values and points of rows as GDAL's features have them.
 #include "FeatureFiller.h"
 
+#include "DateText.h"
 #include "IntegerText.h"
 
 #include <Orvane/BNumbers.h>
@@ -40,7 +41,8 @@ FeatureFiller::FeatureFiller(OGRFeature& feature,
     , m_place(place)
     , m_hasHeights(hasHeights)
 {
-    m_losses.notIntegers.resize(fields.size());
+    m_losses.notOfType.resize(fields.size());
+    m_losses.cutFractions.resize(fields.size());
 }
 
 void FeatureFiller::FillPageRow(const Orvane::BFeaturePage& page, std::size_t row)
@@ -194,9 +196,16 @@ void FeatureFiller::SetText(std::size_t index, std::string& text)
         if (const std::optional<std::int64_t> value = ParseInt64(text)) {
             SetValue(index, *value);
         } else {
-            m_losses.notIntegers[index] += text.empty() ? 0U : 1U;
+            m_losses.notOfType[index] += text.empty() ? 0U : 1U;
             m_feature.SetFieldNull(FieldNumber(index));
         }
+        return;
+    }
+    const bool isDate = m_fields[index].type == EVariantType::Date && m_format.holdsDates;
+    const bool isDateTime =
+        m_fields[index].type == EVariantType::DateTime && m_format.holdsDateTimes;
+    if (isDate || isDateTime) {
+        SetDate(index, text);
         return;
     }
     // Texts of files end at a NUL; the character that stands for what cannot be shown replaces
@@ -206,6 +215,31 @@ void FeatureFiller::SetText(std::size_t index, std::string& text)
         ++m_losses.withNul;
     }
     m_feature.SetField(FieldNumber(index), text.c_str());
+}
+
+void FeatureFiller::SetDate(std::size_t index, const std::string& text)
+{
+    const std::optional<DateParts> parts = ParseDateText(m_fields[index].type, text);
+    // GDAL's zones: 0 unknown, 100 UTC, and a step for every 15 minutes from there.
+    constexpr int kUtc = 100;
+    constexpr int kMinutesOfAStep = 15;
+    if (!parts || (parts->offset && *parts->offset % kMinutesOfAStep != 0)) {
+        m_losses.notOfType[index] += text.empty() ? 0U : 1U;
+        m_feature.SetFieldNull(FieldNumber(index));
+        return;
+    }
+    constexpr int kMilliseconds = 3;
+    const int zone = parts->offset ? kUtc + *parts->offset / kMinutesOfAStep : 0;
+    const auto second = static_cast<float>(parts->second + parts->nanoseconds / 1e9);
+    m_losses.cutFractions[index] += parts->fractionDigits > kMilliseconds ? 1U : 0U;
+    m_feature.SetField(FieldNumber(index),
+                       parts->year,
+                       parts->month,
+                       parts->day,
+                       parts->hour,
+                       parts->minute,
+                       second,
+                       zone);
 }
 
 void FeatureFiller::SetValue(std::size_t index, std::int32_t value)

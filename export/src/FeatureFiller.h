@@ -62,6 +62,8 @@ private:
     void SetValue(std::size_t index, std::int64_t value);
     /// @param text UTF-8
     void SetText(std::size_t index, std::string& text);
+    /// A text of a date field.
+    void SetDate(std::size_t index, const std::string& text);
     void SetColumnValue(std::size_t index, const Orvane::BColumnData& column, std::size_t row);
     /// m_text as a value of the field's type.
     void SetTextAs(std::size_t index, EVariantType type);

@@ -23,14 +23,16 @@ constexpr ExportFormat kFormats[] = {
      false,
      true,
      false,
+     true,
+     true,
      kMostGeoPackageFields},
-    {".fgb", "FlatGeobuf", ExportFormat::ENames::Unique, true, true, false},
-    {".geojson", "GeoJSON", ExportFormat::ENames::Unique, false, false, false},
-    {".json", "GeoJSON", ExportFormat::ENames::Unique, false, false, false},
-    {".geojsonl", "GeoJSONSeq", ExportFormat::ENames::Unique, false, false, false},
-    {".geojsons", "GeoJSONSeq", ExportFormat::ENames::Unique, false, false, false},
-    {".shp", "ESRI Shapefile", ExportFormat::ENames::Dbase, false, false, false},
-    {".csv", "CSV", ExportFormat::ENames::UniqueIgnoreCase, true, true, true},
+    {".fgb", "FlatGeobuf", ExportFormat::ENames::Unique, true, true, false, false, true},
+    {".geojson", "GeoJSON", ExportFormat::ENames::Unique, false, false, false, false, false},
+    {".json", "GeoJSON", ExportFormat::ENames::Unique, false, false, false, false, false},
+    {".geojsonl", "GeoJSONSeq", ExportFormat::ENames::Unique, false, false, false, false, false},
+    {".geojsons", "GeoJSONSeq", ExportFormat::ENames::Unique, false, false, false, false, false},
+    {".shp", "ESRI Shapefile", ExportFormat::ENames::Dbase, false, false, false, true, false},
+    {".csv", "CSV", ExportFormat::ENames::UniqueIgnoreCase, true, true, true, false, false},
 };
 
 std::string FoldedExtension(const std::string& path)

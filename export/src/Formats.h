@@ -20,6 +20,8 @@ struct ExportFormat
     bool holdsNaN;
     bool holdsInfinity;
     bool numbersAsText;         ///< the driver would cut digits off numbers
+    bool holdsDates;            ///< days; a format that does not hold them has their texts
+    bool holdsDateTimes;        ///< days with times, to the millisecond; else their texts
     std::size_t mostFields = 0; ///< 0: the driver tells
 };
 

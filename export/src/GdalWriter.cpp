@@ -51,6 +51,12 @@ std::unique_ptr<OGRFieldDefn> MakeFieldDefn(const FileField& field, const Export
         defn->SetType(OFTInteger);
         defn->SetSubType(OFSTBoolean);
         break;
+    case EVariantType::Date:
+        defn->SetType(format.holdsDates ? OFTDate : OFTString);
+        break;
+    case EVariantType::DateTime:
+        defn->SetType(format.holdsDateTimes ? OFTDateTime : OFTString);
+        break;
     default:
         break;
     }

@@ -16,11 +16,27 @@ void ReportLosses(const LossCounts& counts,
                 report.notes.push_back({code, std::to_string(count) + words});
             }
         };
-    for (std::size_t index = 0; index < counts.notIntegers.size(); ++index) {
-        add("not-an-integer",
-            counts.notIntegers[index],
-            " values of the 64-bit column '" + fields[index].name +
-                "' are no 64-bit integers and are null in the file",
+    for (std::size_t index = 0; index < counts.notOfType.size(); ++index) {
+        const std::string& name = fields[index].name;
+        if (fields[index].type == EVariantType::Int64) {
+            add("not-an-integer",
+                counts.notOfType[index],
+                " values of the 64-bit column '" + name +
+                    "' are no 64-bit integers and are null in the file",
+                name.c_str());
+        } else {
+            add("not-a-date",
+                counts.notOfType[index],
+                " values of the column '" + name +
+                    "' are no dates or times of its type and are null in the file",
+                name.c_str());
+        }
+    }
+    for (std::size_t index = 0; index < counts.cutFractions.size(); ++index) {
+        add("fraction",
+            counts.cutFractions[index],
+            " times of the column '" + fields[index].name +
+                "' have less digits after their seconds in the file",
             fields[index].name.c_str());
     }
     add("not-finite", counts.notFinite, " numbers are not finite and are null in the file", "");

@@ -13,11 +13,13 @@ namespace Orvane::Import {
 /// Values and rows that did not go into the file as they are.
 struct LossCounts
 {
-    std::vector<std::size_t> notIntegers; ///< by field: texts of 64-bit columns that are no integer
-    std::size_t notFinite = 0;            ///< numbers
-    std::size_t withNul = 0;              ///< characters
-    std::size_t withoutPlace = 0;         ///< points
-    std::size_t leftOut = 0;              ///< rows
+    /// By field: texts of a 64-bit, date or time column that are none.
+    std::vector<std::size_t> notOfType;
+    std::vector<std::size_t> cutFractions; ///< by field: times cut to what the format holds
+    std::size_t notFinite = 0;             ///< numbers
+    std::size_t withNul = 0;               ///< characters
+    std::size_t withoutPlace = 0;          ///< points
+    std::size_t leftOut = 0;               ///< rows
 };
 
 /// Adds a loss and a note for every count that is not 0. @param fields those of the file

@@ -26,8 +26,12 @@ GeoPackage::LayerDefinition MakeDefinition(const WriteRequest& request, FileFiel
     for (const FileField& field : names.fields) {
         definition.fields.push_back({field.name, field.type});
     }
-    definition.hasHeights = request.counts.withHeight > 0;
-    definition.spatialReference = GeoPackage::MakeSpatialReference(request.coordSys.get());
+    // A table needs a column: a layer without attributes keeps that of its geometry.
+    definition.hasGeometry = request.hasGeometry || names.fields.empty();
+    definition.hasHeights = request.hasGeometry && request.counts.withHeight > 0;
+    definition.spatialReference = request.hasGeometry
+                                      ? GeoPackage::MakeSpatialReference(request.coordSys.get())
+                                      : GeoPackage::UndefinedSpatialReference();
     return definition;
 }
 
@@ -38,7 +42,7 @@ WriteReport MakeReport(const GeoPackage::LayerCounts& counts, const FileFields& 
     report.points = counts.points;
     report.notes = names.notes;
     LossCounts losses;
-    losses.notIntegers.assign(counts.notIntegersByField.begin(), counts.notIntegersByField.end());
+    losses.notOfType.assign(counts.notOfTypeByField.begin(), counts.notOfTypeByField.end());
     losses.notFinite = counts.notNumbers;
     losses.withNul = counts.nulCharacters;
     losses.withoutPlace = counts.withoutPlace;

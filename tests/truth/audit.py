@@ -124,13 +124,14 @@ class Row:
 class Case:
     """A file and what it holds."""
 
-    def __init__(self, group, name, path, names, rows, xyz, outcomes=("import",), says=()):
+    def __init__(self, group, name, path, names, rows, xyz, lines=None, outcomes=("import",), says=()):
         self.group = group
         self.name = name
         self.path = path
         self.names = names
         self.rows = rows
         self.xyz = xyz
+        self.lines = lines  # physical lines of the file, if they were counted
         self.outcomes = outcomes
         self.says = says
 
@@ -302,6 +303,22 @@ def compare(case, found, bad, others, has_points=True, is_lenient=False):
     return result
 
 
+def ledger_faults(case, ledger, found, bad):
+    """Where the ledger says something else than the file, the target or the list of rejected rows."""
+    if not ledger:
+        return ["no ledger in the report"]
+    faults = [f"imbalance: {text}" for text in ledger["imbalances"]]
+    lines = sum(ledger["lines"].values())
+    points = sum(point is not None for _, point in found.rows)
+    for what, said, counted in (
+            ("lines", lines, case.lines), ("lines scanned", ledger["linesScanned"], case.lines),
+            ("rows written", ledger["rowsWritten"], len(found.rows)), ("points written", ledger["pointsWritten"], points),
+            ("bad rows", ledger["badRows"], len(bad))):
+        if counted is not None and said != counted:
+            faults.append(f"the ledger's {what}: {said:,} instead of {counted:,}")
+    return faults
+
+
 class Verdict:
     """How a file fared: `outcome` is import, ask, refuse or fail; `faults` is empty if all is true."""
 
@@ -334,8 +351,11 @@ def judge(case, folder):
         return Verdict(case, outcome, faults=faults, said=said, answer=result.answer)
     outcome = "ask" if result.answer else "import"
     found = target.read_written(out)
-    comparison = compare(case, found, *listed(result), has_points="--no-points" not in result.answer)
-    faults = list(comparison.differences)
+    if case.xyz and case.xyz[2] is None and result.report.get("z") is not None:
+        case.xyz = (*case.xyz[:2], result.report["z"])
+    bad, others = listed(result)
+    comparison = compare(case, found, bad, others, has_points="--no-points" not in result.answer)
+    faults = list(comparison.differences) + ledger_faults(case, result.report.get("ledger"), found, bad)
     if outcome == "import" and "import" not in case.outcomes:
         faults.append("imports without a question what the file leaves open")
     if result.status != 0 and not comparison.differences:
@@ -355,7 +375,7 @@ def nasty_cases(folder, only=""):
         path.write_bytes(made.content)
         rows = [Row(row.line, row.values, row.point, row.is_bad) for row in made.rows]
         xyz = (*made.xy, None) if made.xy else None
-        yield Case("nasty", made.trouble, path, made.names, rows, xyz, made.outcomes, made.says)
+        yield Case("nasty", made.trouble, path, made.names, rows, xyz, made.lines, made.outcomes, made.says)
 
 
 def file_case(group, expected, **how):
@@ -364,7 +384,7 @@ def file_case(group, expected, **how):
     rows = [Row(line, cells, point, checks_point=group == "real") for line, cells, point in expected.rows]
     name = str(expected.path.relative_to(shared_files.FOLDER)).removeprefix("suites/")
     xyz = None if reading.x is None else (reading.x, reading.y, reading.z)
-    return Case(group, name, expected.path, expected.names, rows, xyz, **how)
+    return Case(group, name, expected.path, expected.names, rows, xyz, expected.lines, **how)
 
 
 def real_cases(only=""):

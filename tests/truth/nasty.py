@@ -14,6 +14,7 @@ that line; lines that are neither names nor rows (footers, further tables) must 
 
 import datetime
 import gzip
+import io
 import struct
 from decimal import Decimal
 
@@ -76,6 +77,11 @@ class Nasty:
                 point = tuple(float(values[c]) for c in self.xy)
         self.rows.append(Row(self.physical, values, point, is_bad))
         return self.line(text, end)
+
+    @property
+    def lines(self):
+        """Physical lines; a last one without an end counts. None where the bytes are changed afterwards."""
+        return None if self.change else len(list(io.StringIO("".join(self.parts), newline="")))
 
     @property
     def content(self):

@@ -57,7 +57,7 @@ def letters_beside_point(row):
 
 DWD = (5, 9, 9, 15, 12, 10, 42, 98)
 POINT_FILES = {
-    "addresses_ward5.csv": Reading(x=7, y=8, is_metres=True),
+    "addresses_ward5.csv": Reading(x=6, y=5),
     "airports_noheader.txt": Reading(has_names=False, x=4, y=5, z=6),
     "ais_norway.csv": Reading(separator=";", x=4, y=5),
     "argo_profiles.txt": Reading(comments="#", x=3, y=2),
@@ -96,13 +96,14 @@ DERIVED_FILES = {
 
 
 class Expected:
-    """What a file holds: names (empty if it has none), rows of (line, cells, point), and its reading."""
+    """What a file holds: names (empty if it has none), rows of (line, cells, point), its reading and physical lines."""
 
-    def __init__(self, path, reading, names, rows):
+    def __init__(self, path, reading, names, rows, lines):
         self.path = path
         self.reading = reading
         self.names = names
         self.rows = rows
+        self.lines = lines
 
 
 def lines_with_numbers(text):
@@ -158,7 +159,9 @@ def expected_of(path, reading):
     elif reading.has_names and found:
         names = found.pop(0)[1]
         if reading.widths:
-            found.pop(0)  # the line of dashes
+            # Names stand over their columns by blanks, and over a line of dashes.
+            names = "".join(names).split()
+            found.pop(0)
     width = max(len(names), max((len(fields) for _, fields in found), default=0))
     rows = []
     for line, fields in found:
@@ -168,7 +171,7 @@ def expected_of(path, reading):
         cells = [Cell(field, reading.decimal, reading.is_day_first, reading.thousands, reading.is_padded)
                  for field in fields]
         rows.append((line, cells, point_of(cells, reading)))
-    return Expected(path, reading, names, rows)
+    return Expected(path, reading, names, rows, len(lines_with_numbers(text)))
 
 
 def point_files(only=""):

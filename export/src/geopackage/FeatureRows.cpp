@@ -1,6 +1,7 @@
 // Turns values of pages and of objects into SQLite's values.
 #include "FeatureRows.h"
 
+#include "../DateText.h"
 #include "../IntegerText.h"
 
 #include <Orvane/BPointGeo.h>
@@ -46,6 +47,30 @@ std::string MakeGeometry(const LayerDefinition& layer)
     return bytes;
 }
 
+/// The text as the standard has it, "2018-01-28T13:03:22.000" with its zone, if any: seconds have
+/// three digits after the point, or more where the text has more.
+/// @param text of those parts
+void SpellDateTime(std::string_view text, const DateParts& parts, std::string& out)
+{
+    constexpr std::size_t kDateLength = 10;
+    constexpr std::size_t kMinutesEnd = 16;
+    constexpr std::size_t kSecondsEnd = 19;
+    constexpr std::size_t kFractionDigits = 3;
+    const bool hasSeconds = text.size() >= kSecondsEnd && text[kMinutesEnd] == ':';
+    const auto digits = static_cast<std::size_t>(parts.fractionDigits);
+    const std::size_t zone =
+        !hasSeconds ? kMinutesEnd : kSecondsEnd + (digits > 0 ? 1 + digits : 0);
+    out.assign(text.substr(0, kDateLength));
+    out += 'T';
+    out += text.substr(kDateLength + 1, kMinutesEnd - kDateLength - 1);
+    out += hasSeconds ? text.substr(kMinutesEnd, zone - kMinutesEnd) : ":00";
+    if (digits < kFractionDigits) {
+        out += digits == 0 ? "." : "";
+        out.append(kFractionDigits - digits, '0');
+    }
+    out += text.substr(zone);
+}
+
 bool HasNul(const BTextArray& texts)
 {
     const std::size_t size = texts.bytes.GetSize();
@@ -58,9 +83,10 @@ FeatureRows::FeatureRows(const LayerDefinition& layer, PointSorter& points, Prog
     : m_layer(layer)
     , m_points(points)
     , m_progress(std::move(progress))
+    , m_firstField(layer.hasGeometry ? 1 : 0)
     , m_geometry(MakeGeometry(layer))
 {
-    m_counts.notIntegersByField.resize(layer.fields.size());
+    m_counts.notOfTypeByField.resize(layer.fields.size());
 }
 
 FeatureRows::EWay FeatureRows::ChooseWay(const BColumnData& column, EVariantType type)
@@ -87,6 +113,9 @@ FeatureRows::EWay FeatureRows::ChooseWay(const BColumnData& column, EVariantType
     }
     const ETextEncoding encoding = column.texts.encoding;
     const bool isUtf8 = encoding == ETextEncoding::Ascii || encoding == ETextEncoding::Utf8;
+    if (IsDateType(type)) {
+        return isUtf8 ? EWay::Date : EWay::Convert;
+    }
     return isUtf8 && !HasNul(column.texts) ? EWay::Text : EWay::ConvertText;
 }
 
@@ -139,6 +168,9 @@ bool FeatureRows::Next()
 
 void FeatureRows::SetPoint(double x, double y, double z)
 {
+    if (!m_layer.hasGeometry) {
+        return;
+    }
     // Rule: a point whose X or Y is no finite number has no place and goes without geometry.
     if (!std::isfinite(x) || !std::isfinite(y)) {
         ++m_counts.withoutPlace;
@@ -166,14 +198,14 @@ void FeatureRows::SetPoint(double x, double y, double z)
 
 void FeatureRows::SetColumn(sqlite3_context* context, int columnIndex)
 {
-    if (columnIndex == 0) {
+    if (static_cast<std::size_t>(columnIndex) < m_firstField) {
         if (m_hasPoint) {
             sqlite3_result_blob(
                 context, m_geometry.data(), static_cast<int>(m_geometry.size()), SQLITE_STATIC);
         }
         return;
     }
-    const auto fieldIndex = static_cast<std::size_t>(columnIndex - 1);
+    const std::size_t fieldIndex = static_cast<std::size_t>(columnIndex) - m_firstField;
     // What is not set is null.
     if (fieldIndex >= m_attributeCount) {
         return;
@@ -210,6 +242,9 @@ void FeatureRows::SetColumn(sqlite3_context* context, int columnIndex)
             context, text.empty() ? "" : text.data(), text.size(), SQLITE_STATIC, SQLITE_UTF8);
         return;
     }
+    case EWay::Date:
+        SetDateText(context, fieldIndex, column.texts.GetBytes(row));
+        return;
     case EWay::ConvertText:
         m_text.clear();
         AppendTextAsUtf8(column.texts.GetBytes(row), column.texts.encoding, m_text);
@@ -235,7 +270,28 @@ void FeatureRows::SetInt64Text(sqlite3_context* context, std::size_t fieldIndex)
     if (const std::optional<std::int64_t> value = ParseInt64(m_text)) {
         sqlite3_result_int64(context, *value);
     } else if (!m_text.empty()) {
-        ++m_counts.notIntegersByField[fieldIndex];
+        ++m_counts.notOfTypeByField[fieldIndex];
+    }
+}
+
+void FeatureRows::SetDateText(sqlite3_context* context,
+                              std::size_t fieldIndex,
+                              std::string_view text)
+{
+    const EVariantType type = m_layer.fields[fieldIndex].type;
+    const std::optional<DateParts> parts = ParseDateText(type, text);
+    if (!parts) {
+        m_counts.notOfTypeByField[fieldIndex] += text.empty() ? 0U : 1U;
+        return;
+    }
+    const auto set = [context](std::string_view value) {
+        sqlite3_result_text64(context, value.data(), value.size(), SQLITE_TRANSIENT, SQLITE_UTF8);
+    };
+    if (type == EVariantType::DateTime) {
+        SpellDateTime(text, *parts, m_dateText);
+        set(m_dateText);
+    } else {
+        set(text);
     }
 }
 
@@ -283,6 +339,12 @@ void FeatureRows::SetVariant(sqlite3_context* context,
         return;
     case EVariantType::Boolean:
         sqlite3_result_int(context, value.GetBoolean() ? 1 : 0);
+        return;
+    case EVariantType::Date:
+    case EVariantType::Time:
+    case EVariantType::DateTime:
+        m_text = value.GetString().ToUtf8();
+        SetDateText(context, fieldIndex, m_text);
         return;
     default:
         m_text = value.GetString().ToUtf8();

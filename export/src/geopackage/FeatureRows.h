@@ -12,11 +12,13 @@
 #include <functional>
 #include <sqlite3.h>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace Orvane::GeoPackage {
 
-/// The RowProducer of a layer's table: column 0 is the geometry, the fields follow.
+/// The RowProducer of a layer's table: column 0 is the geometry if the layer has one; the fields
+/// follow.
 ///
 /// Values go from a page's arrays to SQLite as they are: texts that are UTF-8 already are not
 /// copied before they reach the record, and a geometry is built in place. Attributes belong to
@@ -28,7 +30,9 @@ namespace Orvane::GeoPackage {
 /// - NaN in a field is null, as SQLite has no NaN; infinity is kept.
 /// - A NUL inside a text is U+FFFD: texts end at a NUL for many programs.
 /// - A text in a 64-bit field is a number when all of it is one, commas between digits left out;
-///   otherwise it is null. The empty text is null, too, and not counted.
+///   otherwise it is null. The empty text is null, too, and not counted. The same holds for a text
+///   in a date or time field that is none. Days and times go into the file as they stand, both
+///   together with milliseconds at least.
 /// - Values of other types than the field's are converted as BVariant does.
 class FeatureRows
 {
@@ -59,6 +63,7 @@ private:
         Float,
         Boolean,
         Text,        ///< UTF-8 without NUL
+        Date,        ///< texts of a date or time field
         ConvertText, ///< other texts to a text field
         Convert      ///< by way of a variant
     };
@@ -74,6 +79,7 @@ private:
     void SetPoint(double x, double y, double z);
     void SetReal(sqlite3_context* context, double value);
     void SetInt64Text(sqlite3_context* context, std::size_t fieldIndex);
+    void SetDateText(sqlite3_context* context, std::size_t fieldIndex, std::string_view text);
     /// m_text as a text without NUL.
     void SetText(sqlite3_context* context);
     void SetVariant(sqlite3_context* context, std::size_t fieldIndex, const BVariant& value);
@@ -92,8 +98,10 @@ private:
     const BFeature* m_object = nullptr; ///< the row at hand, when it stands as an object
     std::size_t m_attributeCount = 0;   ///< of the row at hand, at most the fields
     bool m_hasPoint = false;
-    std::string m_geometry; ///< the geometry of the row at hand
+    std::size_t m_firstField = 0; ///< number of the first field's column
+    std::string m_geometry;       ///< the geometry of the row at hand
     std::string m_text;
+    std::string m_dateText;
 };
 
 } // namespace Orvane::GeoPackage

@@ -31,12 +31,12 @@ struct SpatialReference
 struct Field
 {
     std::string name; ///< UTF-8 without NUL, not empty
-    /// Int32, Int64, Double, Float and Boolean have their own types in the file, all others are
-    /// text.
+    /// Int32, Int64, Double, Float, Boolean, Date and DateTime have their own types in the file,
+    /// all others are text.
     EVariantType type = EVariantType::String;
 };
 
-/// A layer to write: one table of points.
+/// A layer to write: one table of points, or of attributes alone.
 ///
 /// The names of the row number, the geometry and the fields must differ from each other, ASCII case
 /// ignored.
@@ -45,8 +45,11 @@ struct LayerDefinition
     std::string name; ///< UTF-8 without NUL, not empty; must not begin with "gpkg" or "sqlite_"
     std::string rowNumberName = "fid";
     std::string geometryName = "geom";
-    std::vector<Field> fields; ///< at most kMostFields
-    bool hasHeights = false;   ///< points have Z; those without one have NaN
+    std::vector<Field> fields; ///< at most kMostFields; at least 1 without geometry
+    /// False: a table of data type "attributes", without the geometry column and its index; points
+    /// of its rows are left out.
+    bool hasGeometry = true;
+    bool hasHeights = false; ///< points have Z; those without one have NaN
     SpatialReference spatialReference;
 };
 
@@ -70,7 +73,8 @@ struct LayerCounts
     std::uint64_t withoutPlace = 0;  ///< points whose X or Y is no finite number: rows without one
     std::uint64_t notNumbers = 0;    ///< NaN in fields: null in the file
     std::uint64_t nulCharacters = 0; ///< NUL in texts: U+FFFD in the file
-    std::vector<std::uint64_t> notIntegersByField; ///< texts of 64-bit fields: null in the file
+    /// By field: texts of a 64-bit, date or time field that are none: null in the file.
+    std::vector<std::uint64_t> notOfTypeByField;
     std::optional<Extent> extent;
 };
 

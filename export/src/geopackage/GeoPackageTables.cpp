@@ -99,6 +99,10 @@ const char* TypeName(EVariantType type)
         return "FLOAT";
     case EVariantType::Boolean:
         return "BOOLEAN";
+    case EVariantType::Date:
+        return "DATE";
+    case EVariantType::DateTime:
+        return "DATETIME";
     default:
         return "TEXT";
     }
@@ -225,6 +229,25 @@ void CreateCountTriggers(SqliteDatabase& database, const LayerDefinition& layer)
     create("DELETE", "trigger_delete_feature_count_", "-");
 }
 
+void RegisterGeometry(SqliteDatabase& database, const LayerDefinition& layer)
+{
+    SqliteStatement geometry(
+        database, "INSERT INTO gpkg_geometry_columns VALUES(?1, ?2, 'POINT', ?3, ?4, 0)");
+    geometry.BindText(1, layer.name);
+    geometry.BindText(2, layer.geometryName);
+    geometry.BindInteger(3, layer.spatialReference.id);
+    geometry.BindInteger(4, layer.hasHeights ? 1 : 0);
+    geometry.Run();
+
+    AddExtension(database,
+                 layer.name,
+                 layer.geometryName,
+                 "gpkg_rtree_index",
+                 kIndexDefinition,
+                 "write-only");
+    CreateIndexTriggers(database, layer);
+}
+
 } // namespace
 
 SpatialReference UndefinedSpatialReference()
@@ -305,9 +328,12 @@ void AddSpatialReference(SqliteDatabase& database, const SpatialReference& refer
 
 void CreateLayerTable(SqliteDatabase& database, const LayerDefinition& layer)
 {
-    std::string sql =
-        "CREATE TABLE " + QuoteName(layer.name) + " ( " + QuoteName(layer.rowNumberName) +
-        " INTEGER PRIMARY KEY AUTOINCREMENT NOT NULL, " + QuoteName(layer.geometryName) + " POINT";
+    std::string sql = "CREATE TABLE " + QuoteName(layer.name) + " ( " +
+                      QuoteName(layer.rowNumberName) +
+                      " INTEGER PRIMARY KEY AUTOINCREMENT NOT NULL";
+    if (layer.hasGeometry) {
+        sql += ", " + QuoteName(layer.geometryName) + " POINT";
+    }
     for (const Field& field : layer.fields) {
         sql += ", " + QuoteName(field.name) + " " + TypeName(field.type);
     }
@@ -316,11 +342,11 @@ void CreateLayerTable(SqliteDatabase& database, const LayerDefinition& layer)
 
 std::string MakeInsert(const LayerDefinition& layer)
 {
-    std::string sql = "INSERT INTO " + QuoteName(layer.name) + "(" + QuoteName(layer.geometryName);
+    std::string columns = layer.hasGeometry ? QuoteName(layer.geometryName) : std::string();
     for (const Field& field : layer.fields) {
-        sql += "," + QuoteName(field.name);
+        columns += (columns.empty() ? "" : ",") + QuoteName(field.name);
     }
-    return sql + ")";
+    return "INSERT INTO " + QuoteName(layer.name) + "(" + columns + ")";
 }
 
 std::string GetIndexName(const LayerDefinition& layer)
@@ -335,8 +361,9 @@ void RegisterLayer(SqliteDatabase& database,
     SqliteStatement contents(
         database,
         "INSERT INTO gpkg_contents(table_name, data_type, identifier, min_x, min_y, max_x, max_y, "
-        "srs_id) VALUES(?1, 'features', ?1, ?2, ?3, ?4, ?5, ?6)");
+        "srs_id) VALUES(?1, ?7, ?1, ?2, ?3, ?4, ?5, ?6)");
     contents.BindText(1, layer.name);
+    contents.BindText(7, layer.hasGeometry ? "features" : "attributes");
     if (counts.extent) {
         contents.BindReal(2, counts.extent->minX);
         contents.BindReal(3, counts.extent->minY);
@@ -345,22 +372,9 @@ void RegisterLayer(SqliteDatabase& database,
     }
     contents.BindInteger(6, layer.spatialReference.id);
     contents.Run();
-
-    SqliteStatement geometry(
-        database, "INSERT INTO gpkg_geometry_columns VALUES(?1, ?2, 'POINT', ?3, ?4, 0)");
-    geometry.BindText(1, layer.name);
-    geometry.BindText(2, layer.geometryName);
-    geometry.BindInteger(3, layer.spatialReference.id);
-    geometry.BindInteger(4, layer.hasHeights ? 1 : 0);
-    geometry.Run();
-
-    AddExtension(database,
-                 layer.name,
-                 layer.geometryName,
-                 "gpkg_rtree_index",
-                 kIndexDefinition,
-                 "write-only");
-    CreateIndexTriggers(database, layer);
+    if (layer.hasGeometry) {
+        RegisterGeometry(database, layer);
+    }
 
     SqliteStatement rowCount(database, "INSERT INTO gpkg_ogr_contents VALUES(?1, ?2)");
     rowCount.BindText(1, layer.name);

@@ -23,7 +23,8 @@ void AddSpatialReference(SqliteDatabase& database, const SpatialReference& refer
 /// Makes the layer's own table, without rows.
 void CreateLayerTable(SqliteDatabase& database, const LayerDefinition& layer);
 
-/// "INSERT INTO table(columns)" for the geometry and all fields, the row number left to SQLite.
+/// "INSERT INTO table(columns)" for the geometry, if there is one, and all fields, the row number
+/// left to SQLite.
 [[nodiscard]] std::string MakeInsert(const LayerDefinition& layer);
 
 /// The name of the layer's spatial index.

@@ -68,7 +68,7 @@ public:
               m_definition, m_points, [this](std::uint64_t rows) { Report(EPhase::Rows, rows, 0); })
         , m_feed(database,
                  "orvane_features",
-                 m_definition.fields.size() + 1,
+                 m_definition.fields.size() + (m_definition.hasGeometry ? 1 : 0),
                  MakeInsert(m_definition),
                  m_rows)
     {}
@@ -83,6 +83,16 @@ public:
     LayerCounts End()
     {
         const LayerCounts& counts = m_rows.GetCounts();
+        if (m_definition.hasGeometry) {
+            MakeIndex(counts);
+        }
+        RegisterLayer(m_database, m_definition, counts);
+        return counts;
+    }
+
+private:
+    void MakeIndex(const LayerCounts& counts)
+    {
         const auto report = [this](std::uint64_t done, std::uint64_t total) {
             Report(EPhase::Index, done, total);
         };
@@ -90,12 +100,9 @@ public:
         m_points.Sort([&] { report(0, counts.points); });
         PackedTree tree(m_database, GetIndexName(m_definition));
         tree.Fill(m_points, {m_folder, m_options.indexMemory}, report);
-        RegisterLayer(m_database, m_definition, counts);
         report(counts.points, counts.points);
-        return counts;
     }
 
-private:
     void Report(EPhase phase, std::uint64_t done, std::uint64_t total) const
     {
         if (m_options.progress) {

@@ -287,7 +287,7 @@ struct ConversionCase
     EVariantType field;
     const char* text;
     const char* expected;
-    std::uint64_t notIntegers;
+    std::uint64_t notOfType;
 };
 
 void PrintTo(const ConversionCase& row, std::ostream* out)
@@ -306,6 +306,26 @@ constexpr ConversionCase kConversions[] = {
     {"ATextInANumberFieldIsItsBeginning", EVariantType::Int32, "12abc", "12", 0},
     {"ATextInAFieldOfDoubles", EVariantType::Double, "2.5 m", "2.5", 0},
     {"ATextInABooleanField", EVariantType::Boolean, "3", "1", 0},
+    {"ADay", EVariantType::Date, "2018-02-28", "2018/02/28", 0},
+    {"ADayThatNoCalendarHas", EVariantType::Date, "2018-02-29", "null", 1},
+    {"ALeapDay", EVariantType::Date, "2000-02-29", "2000/02/29", 0},
+    {"ADayWithMoreAfterIt", EVariantType::Date, "2018-01-28 ", "null", 1},
+    {"NoDay", EVariantType::Date, "", "null", 0},
+    {"ATimeStaysAText", EVariantType::Time, "13:03:22.836", "13:03:22.836", 0},
+    {"AnHourThatNoClockHas", EVariantType::Time, "24:03:22", "null", 1},
+    {"ADayAndATime", EVariantType::DateTime, "2018-01-28T13:03:22", "2018/01/28 13:03:22", 0},
+    {"ADayAndATimeWithAZone",
+     EVariantType::DateTime,
+     "2018-01-28T13:03:22.836+02:00",
+     "2018/01/28 13:03:22.836+02",
+     0},
+    {"ADayAndATimeOfUtc",
+     EVariantType::DateTime,
+     "2018-01-28T13:03:22Z",
+     "2018/01/28 13:03:22+00",
+     0},
+    {"MinutesAlone", EVariantType::DateTime, "2018-01-28 13:03Z", "2018/01/28 13:03:00+00", 0},
+    {"ADayWithoutItsTime", EVariantType::DateTime, "2018-01-28", "null", 1},
 };
 
 class GeoPackageConversion : public testing::TestWithParam<ConversionCase>
@@ -330,13 +350,107 @@ TEST_P(GeoPackageConversion, IsTheSameForPagesAndForObjects)
     EXPECT_EQ(Describe(file),
               (std::vector<std::string>{std::string("1 (1 2) value=") + row.expected,
                                         std::string("2 (1 2) value=") + row.expected}));
-    EXPECT_EQ(counts.notIntegersByField, (std::vector<std::uint64_t>{2 * row.notIntegers}));
+    EXPECT_EQ(counts.notOfTypeByField, (std::vector<std::uint64_t>{2 * row.notOfType}));
 }
 
 INSTANTIATE_TEST_SUITE_P(,
                          GeoPackageConversion,
                          testing::ValuesIn(kConversions),
                          TestSupport::CaseName());
+
+TEST(GeoPackageWriter, WritesNullsOfEveryType)
+{
+    const TemporaryFolder folder;
+    const std::vector<BColumnInfo> columns = {{"a", EVariantType::Int32},
+                                              {"b", EVariantType::Int64},
+                                              {"c", EVariantType::Double},
+                                              {"d", EVariantType::Float},
+                                              {"e", EVariantType::Boolean},
+                                              {"f", EVariantType::String},
+                                              {"g", EVariantType::Date}};
+    BFeatureCollection features;
+    {
+        BFeatureAppender appender(features, columns);
+        for (std::size_t index = 0; index < columns.size(); ++index) {
+            appender.AddNull();
+        }
+        appender.EndRow(EPointKind::XY, 1, 2, 0, 1);
+        appender.AddInt32(0);
+        appender.AddInt64(0);
+        appender.AddDouble(0);
+        appender.AddFloat(0);
+        appender.AddBoolean(false);
+        appender.AddText("", ETextEncoding::Ascii);
+        appender.AddText("2018-01-28", ETextEncoding::Ascii);
+        appender.EndRow(EPointKind::XY, 1, 2, 0, 2);
+    }
+    std::vector<Orvane::GeoPackage::Field> fields;
+    for (const BColumnInfo& column : columns) {
+        fields.push_back({column.name.ToUtf8(), column.type});
+    }
+    const std::filesystem::path file = folder.Path() / "nulls.gpkg";
+    const LayerCounts counts = Write(file, Define(fields), features);
+    EXPECT_EQ(Describe(file),
+              (std::vector<std::string>{"1 (1 2) a=null b=null c=null d=null e=null f=null g=null",
+                                        "2 (1 2) a=0 b=0 c=0 d=0 e=0 f= g=2018/01/28"}));
+    EXPECT_EQ(counts.notNumbers, 0U);
+    EXPECT_EQ(counts.notOfTypeByField, std::vector<std::uint64_t>(columns.size()));
+    EXPECT_EQ(Ask(file, "SELECT avg(a) FROM points"), "0.0");
+    EXPECT_EQ(Open(file)->GetLayer(0)->GetLayerDefn()->GetFieldDefn(6)->GetType(), OFTDate);
+}
+
+TEST(GeoPackageWriter, SpellsDaysAndTimesTogetherWithMilliseconds)
+{
+    const TemporaryFolder folder;
+    for (const auto& [text, expected] :
+         {std::pair("2018-01-28T13:03:22", "2018-01-28T13:03:22.000"),
+          std::pair("2018-01-28 13:03:22.5Z", "2018-01-28T13:03:22.500Z"),
+          std::pair("2018-01-28T13:03:22.123456+02:00", "2018-01-28T13:03:22.123456+02:00"),
+          std::pair("2018-01-28T13:03-01:30", "2018-01-28T13:03:00.000-01:30")}) {
+        BFeatureCollection features;
+        BFeatureAppender appender(features, {{"when", EVariantType::DateTime}});
+        appender.AddText(text, ETextEncoding::Ascii);
+        appender.EndRow(EPointKind::XY, 1, 2, 0, 1);
+        const std::filesystem::path file = folder.Path() / "times.gpkg";
+        std::filesystem::remove(file);
+        Write(file, Define({{"when", EVariantType::DateTime}}), features);
+        EXPECT_EQ(Ask(file, "SELECT \"when\" FROM points"), expected);
+    }
+}
+
+TEST(GeoPackageWriter, WritesAttributesWithoutGeometryAsATableThatCanBeEdited)
+{
+    const TemporaryFolder folder;
+    BFeatureCollection features;
+    AddRandomRows(features, 3);
+    LayerDefinition layer = Define(kNumberField);
+    layer.hasGeometry = false;
+    const std::filesystem::path file = folder.Path() / "attributes.gpkg";
+    const LayerCounts counts = Write(file, layer, features);
+    EXPECT_EQ(counts.rows, 3U);
+    EXPECT_EQ(counts.points, 0U);
+    EXPECT_EQ(counts.withoutPlace, 0U);
+    EXPECT_EQ(Describe(file),
+              (std::vector<std::string>{"1 (-) number=0", "2 (-) number=1", "3 (-) number=2"}));
+    EXPECT_EQ(Ask(file, "SELECT data_type FROM gpkg_contents"), "attributes");
+    EXPECT_EQ(Ask(file, "SELECT min_x FROM gpkg_contents"), "null");
+    EXPECT_EQ(Ask(file, "SELECT count(*) FROM gpkg_geometry_columns"), "0");
+    EXPECT_EQ(Ask(file, "SELECT count(*) FROM gpkg_extensions"), "0");
+    EXPECT_EQ(Ask(file, "SELECT count(*) FROM sqlite_master WHERE name LIKE 'rtree%'"), "0");
+    EXPECT_EQ(Ask(file, "PRAGMA integrity_check"), "ok");
+    EXPECT_EQ(Ask(file, "PRAGMA foreign_key_check"), "no row");
+    {
+        const Dataset dataset = Open(file, GDAL_OF_UPDATE);
+        OGRLayer& rows = *dataset->GetLayer(0);
+        EXPECT_EQ(rows.GetGeomType(), wkbNone);
+        OGRFeature feature(rows.GetLayerDefn());
+        feature.SetField("number", 7);
+        EXPECT_EQ(rows.CreateFeature(&feature), OGRERR_NONE);
+        EXPECT_EQ(rows.DeleteFeature(1), OGRERR_NONE);
+    }
+    EXPECT_EQ(Ask(file, "SELECT feature_count FROM gpkg_ogr_contents"), "3");
+    EXPECT_EQ(Ask(file, "SELECT sum(number) FROM points"), "10");
+}
 
 TEST(GeoPackageWriter, WritesObjectsBesideThePages)
 {
