@@ -68,6 +68,7 @@ Scan::Dialect DialectOf(const Plan& plan)
     case EPlanLineEnd::Feed:
     case EPlanLineEnd::ReturnAndFeed:
         dialect.lineEnds = Scan::ELineEnds::Feeds;
+        dialect.joinsFeeds = plan.bytes.lineEnd.value == EPlanLineEnd::ReturnAndFeed;
         break;
     case EPlanLineEnd::Return:
         dialect.lineEnds = Scan::ELineEnds::Returns;
@@ -77,6 +78,17 @@ Scan::Dialect DialectOf(const Plan& plan)
         break;
     }
     return dialect;
+}
+
+Scan::RecordCutter CutterOf(const Plan& plan)
+{
+    std::vector<Scan::CellForm> forms;
+    for (const PlanColumn& column : plan.columns) {
+        const PlanForm& form = column.form;
+        forms.push_back(
+            {form.cells, form.empties, form.readings, form.inAll, form.inSome, form.longest});
+    }
+    return Scan::RecordCutter(DialectOf(plan), std::move(forms));
 }
 
 std::unique_ptr<Scan::TextSource> OpenText(const Plan& plan)

@@ -14,6 +14,11 @@ namespace Orvane::Import {
 /// The rules of the plan's separator, quotes and line ends.
 [[nodiscard]] Scan::Dialect DialectOf(const Plan& plan);
 
+/// A cutter by these rules that also knows what the cells of the plan's columns look like: every
+/// further pass over the file cuts the same records as the plan's own did, given the plan's count
+/// of columns as the expected one, from the first row on.
+[[nodiscard]] Scan::RecordCutter CutterOf(const Plan& plan);
+
 /// The plan's file as the text that its lines and bytes count in, at its begin.
 /// @throws ImportFailure as TextSource
 [[nodiscard]] std::unique_ptr<Scan::TextSource> OpenText(const Plan& plan);

@@ -336,6 +336,9 @@ void ReadShape(const Node& node, PlanShape& shape)
     node.Get("blankLines", shape.blankLines);
     node.Get("shortRows", shape.shortRows);
     node.Get("longRows", shape.longRows);
+    node.Get("misfits", shape.misfits);
+    node.Get("repairedRows", shape.repairedRows);
+    node.Get("isCutShort", shape.isCutShort);
 }
 
 void ReadColumn(const Node& node, PlanColumn& column)
@@ -352,6 +355,13 @@ void ReadColumn(const Node& node, PlanColumn& column)
     node.Get("nullWords", column.nullWords);
     node.Get("nullSpellings", column.nullSpellings);
     node.Get("longest", column.longest);
+    const Node form = node.Object("form");
+    form.Get("cells", column.form.cells);
+    form.Get("empties", column.form.empties);
+    form.Get("readings", column.form.readings);
+    form.Get("inAll", column.form.inAll);
+    form.Get("inSome", column.form.inSome);
+    form.Get("longest", column.form.longest);
     column.hasRange = node.Has("least") && node.Has("most");
     if (column.hasRange) {
         node.Get("least", column.least);

@@ -108,7 +108,10 @@ Json MakeJson(const PlanShape& shape)
             {"continuations", shape.continuations},
             {"blankLines", shape.blankLines},
             {"shortRows", shape.shortRows},
-            {"longRows", shape.longRows}};
+            {"longRows", shape.longRows},
+            {"misfits", shape.misfits},
+            {"repairedRows", shape.repairedRows},
+            {"isCutShort", shape.isCutShort}};
 }
 
 Json MakeJson(const PlanColumn& column)
@@ -122,7 +125,14 @@ Json MakeJson(const PlanColumn& column)
                  {"empties", column.empties},
                  {"nullWords", column.nullWords},
                  {"nullSpellings", column.nullSpellings},
-                 {"longest", column.longest}};
+                 {"longest", column.longest},
+                 {"form",
+                  {{"cells", column.form.cells},
+                   {"empties", column.form.empties},
+                   {"readings", column.form.readings},
+                   {"inAll", column.form.inAll},
+                   {"inSome", column.form.inSome},
+                   {"longest", column.form.longest}}}};
     if (column.hasRange) {
         json["least"] = column.least;
         json["most"] = column.most;

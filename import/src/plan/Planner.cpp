@@ -9,6 +9,7 @@
 #include <Orvane/Import/Plan.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <utility>
 
@@ -38,7 +39,7 @@ struct LineEndCounts
 };
 
 /// How lines end in the probe: what a line is must be known before anything else.
-Scan::ELineEnds FindLineEnds(std::string_view probe)
+void FindLineEnds(std::string_view probe, Scan::ShapeRequest& request)
 {
     LineEndCounts counts;
     for (std::size_t at = 0; at < probe.size(); ++at) {
@@ -48,15 +49,13 @@ Scan::ELineEnds FindLineEnds(std::string_view probe)
             ++counts.returns;
         }
     }
-    if (counts.returns == 0) {
-        return Scan::ELineEnds::Feeds;
-    }
     const std::uint64_t others = counts.feeds + counts.returnsAndFeeds;
-    if (others == 0) {
-        return Scan::ELineEnds::Returns;
-    }
-    // Rule: few of a kind are no line ends but part of cells.
-    return counts.returns * 5 > others ? Scan::ELineEnds::Any : Scan::ELineEnds::Feeds;
+    // Rule: few of a kind end no lines, unless the counts of fields say so.
+    request.lineEnds = counts.returns == 0 || counts.returns * 5 <= others ? Scan::ELineEnds::Feeds
+                       : others == 0 ? Scan::ELineEnds::Returns
+                                     : Scan::ELineEnds::Any;
+    request.joinsFeeds =
+        request.lineEnds == Scan::ELineEnds::Feeds && counts.returnsAndFeeds > counts.feeds;
 }
 
 /// A copy of the text's first piece with readable bytes after it.
@@ -93,15 +92,14 @@ SampleRows
 TakeRows(const Probe& probe, const Scan::ScanRequest& request, const std::string& encoding)
 {
     SampleRows rows;
-    Scan::RecordCutter cutter(request.dialect);
+    Scan::RecordCutter cutter(request.dialect, request.head.forms);
     Scan::Record record;
     std::size_t at = std::min<std::size_t>(request.head.firstRow, probe.size);
     std::size_t cells = 0;
     while (at < probe.size && rows.size() < kSampleRows && cells < 400000 &&
            cutter.Cut(probe.Text(), at, probe.isWhole, request.head.columns, record)) {
         at = record.next;
-        if (record.isBlank || (record.fields.size() < request.head.columns &&
-                               !(request.countsShortRows && record.fields.size() > 1))) {
+        if (record.isBlank || record.fields.size() < request.head.columns / 2) {
             continue;
         }
         std::vector<std::string>& row = rows.emplace_back();
@@ -139,8 +137,7 @@ void PlanBytesOf(const Scan::TextSource& source,
     } else if (dialect.lineEnds == Scan::ELineEnds::Returns) {
         lineEnd.value = EPlanLineEnd::Return;
     } else {
-        lineEnd.value =
-            bytes.returnsAndFeeds > bytes.feeds ? EPlanLineEnd::ReturnAndFeed : EPlanLineEnd::Feed;
+        lineEnd.value = dialect.joinsFeeds ? EPlanLineEnd::ReturnAndFeed : EPlanLineEnd::Feed;
     }
     lineEnd.evidence = {{"\\n", bytes.feeds, {}},
                         {"\\r\\n", bytes.returnsAndFeeds, {}},
@@ -271,38 +268,25 @@ void PlanHeadOf(const Scan::TableHead& head,
     }
 }
 
-/// Further tables and the footer, from the runs of rows.
-void PlanRunsOf(const Scan::ScanFacts& facts, Plan& plan)
+/// What stands among and after the rows.
+void PlanPiecesOf(const Scan::ScanFacts& facts, const std::string& encoding, PlanShape& shape)
 {
-    PlanShape& shape = plan.shape;
-    const std::uint64_t columns = shape.columnCount.value;
-    const auto add = [&](EPlanLines kind, const Scan::RowRun& run) {
-        if (shape.lines.size() < kMostLines) {
-            shape.lines.push_back({kind, run.position.line, run.rows, run.position.byte, {}});
+    using EKind = Scan::Piece::EKind;
+    for (const Scan::Piece& piece : facts.pieces) {
+        if (shape.lines.size() >= kMostLines) {
+            break;
         }
-    };
-    std::size_t last = facts.runs.size();
-    while (last > 0 && facts.runs[last - 1].fields != columns) {
-        --last;
+        const EPlanLines kind = piece.kind == EKind::RepeatedNames  ? EPlanLines::RepeatedNames
+                                : piece.kind == EKind::FurtherTable ? EPlanLines::FurtherTable
+                                                                    : EPlanLines::Footer;
+        shape.lines.push_back({kind,
+                               piece.position.line,
+                               piece.lines,
+                               piece.position.byte,
+                               ToUtf8(piece.text, encoding)});
     }
-    for (std::size_t index = 0; index < facts.runs.size() && !facts.hasMoreRuns; ++index) {
-        const Scan::RowRun& run = facts.runs[index];
-        if (run.fields == 0 || run.fields == columns) {
-            continue;
-        }
-        const bool isAfterBlank = index == 0 || facts.runs[index - 1].fields == 0 || index >= last;
-        if (run.rows >= 3 && run.fields >= 2 && isAfterBlank) {
-            add(EPlanLines::FurtherTable, run);
-        } else if (index >= last && last > 0) {
-            add(EPlanLines::Footer, run);
-        }
-    }
-    for (const Scan::Example& example : facts.repeatedNames.first) {
-        shape.lines.push_back({EPlanLines::RepeatedNames,
-                               example.position.line,
-                               1,
-                               example.position.byte,
-                               ToUtf8(example.text, plan.bytes.encoding.value)});
+    for (const Scan::NamesOrder& order : facts.orders) {
+        shape.orders.push_back({order.line, order.columns});
     }
 }
 
@@ -317,13 +301,43 @@ void AddFinding(
 
 void AddFindings(const Scan::TextSource& source, const Scan::ScanFacts& facts, Plan& plan)
 {
-    AddFinding(plan, "short-row", false, "Rows with fewer fields than the table.", facts.shorter);
+    AddFinding(plan,
+               "short-row",
+               false,
+               "Rows with fewer fields than the table: the cells that they lack are null.",
+               facts.shorter);
+    AddFinding(plan,
+               "misfit-row",
+               true,
+               "Rows with fewer fields whose cells do not fit their columns from the left.",
+               facts.misfits);
     AddFinding(plan, "long-row", true, "Rows with more fields than the table.", facts.longer);
     AddFinding(
         plan, "trailing-separator", false, "Rows with surplus empty fields.", facts.trailing);
     AddFinding(plan, "comment-line", false, "Comment lines among the rows.", facts.comments);
     AddFinding(
         plan, "repeated-names", false, "The names again among the rows.", facts.repeatedNames);
+    AddFinding(plan,
+               "further-table",
+               true,
+               "Another table begins, which is no part of this one.",
+               facts.furtherTables);
+    AddFinding(plan, "footer", false, "Lines after the last row.", facts.footers);
+    static constexpr std::array<std::pair<const char*, const char*>, 5> kRepairs = {
+        {{"", ""},
+         {"repaired-quote",
+          "Rows with a stray or missing quote, read in the one way that gives "
+          "their count of fields."},
+         {"repaired-separator", "Rows with another separator than the others."},
+         {"repaired-shift", "Rows with surplus empty cells that shifted the others."},
+         {"repaired-line-end", "Rows that a line end of another kind divides or joins."}}};
+    for (std::size_t index = 1; index < kRepairs.size(); ++index) {
+        AddFinding(plan,
+                   kRepairs.at(index).first,
+                   false,
+                   kRepairs.at(index).second,
+                   facts.repairs.at(index));
+    }
     AddFinding(plan, "stray-quote", false, "Quotes inside fields, read as text.", facts.strays);
     AddFinding(
         plan, "unclosed-quote", false, "Quotes that nothing closes, read as text.", facts.unclosed);
@@ -364,7 +378,7 @@ void AddFindings(const Scan::TextSource& source, const Scan::ScanFacts& facts, P
             {"control-z", false, "The file ends with Ctrl-Z.", 1, {{0, facts.bytes.size - 1, {}}}});
     }
     if (facts.endsInsideRow) {
-        plan.findings.push_back({"cut-file",
+        plan.findings.push_back({"cut-row",
                                  true,
                                  "The last line has no ending and fewer fields: the file is cut.",
                                  1,
@@ -405,6 +419,9 @@ void PlanColumnsOf(const Scan::ScanFacts& facts, const Scan::TableHead& head, Pl
         if (head.names == Scan::ENames::Found && index < head.columnNames.size()) {
             column.name = ToUtf8(head.columnNames[index], plan.bytes.encoding.value);
         }
+        const Scan::CellForm& form = head.forms[index];
+        column.form = {
+            form.cells, form.empties, form.readings, form.inAll, form.inSome, form.longest};
         DecideType(facts.columns[index], signs, column);
         for (PlanEvidence& evidence : column.type.evidence) {
             for (PlanPlace& place : evidence.places) {
@@ -445,7 +462,7 @@ Plan MakePlan(const std::string& path, const PlanRequest& request)
     Scan::TextSource source(path, request.encoding);
     const Probe probe = TakeProbe(source);
     Scan::ShapeRequest shapeRequest;
-    shapeRequest.lineEnds = FindLineEnds(probe.Text());
+    FindLineEnds(probe.Text(), shapeRequest);
     shapeRequest.isWhole = probe.isWhole;
     Scan::ByteFacts probeFacts;
     probeFacts.Add(probe.Text());
@@ -460,6 +477,7 @@ Plan MakePlan(const std::string& path, const PlanRequest& request)
         shapeRequest.given.ends = given.ends;
         shapeRequest.given.quote = request.quote.value_or('"');
         shapeRequest.given.lineEnds = shapeRequest.lineEnds;
+        shapeRequest.given.joinsFeeds = shapeRequest.joinsFeeds;
         shapeRequest.given.isUtf8 = shapeRequest.isUtf8;
     }
     std::vector<Scan::Candidate> candidates = Scan::FindDialects(probe.Text(), shapeRequest);
@@ -470,7 +488,6 @@ Plan MakePlan(const std::string& path, const PlanRequest& request)
     const auto look = [&](const Scan::Candidate& candidate) {
         scan.dialect = candidate.dialect;
         scan.head = Scan::FindTable(probe.Text(), candidate, shapeRequest);
-        scan.countsShortRows = candidate.hasShortRows;
         return Scan::ScanFile(source, scan);
     };
     Scan::ScanFacts facts = look(candidates.front());
@@ -498,7 +515,12 @@ Plan MakePlan(const std::string& path, const PlanRequest& request)
     plan.shape.blankLines = facts.blanks.count;
     plan.shape.shortRows = facts.shorter.count;
     plan.shape.longRows = facts.longer.count;
-    plan.shape.shortRowsAreRows = scan.countsShortRows;
+    plan.shape.misfits = facts.misfits.count;
+    for (std::size_t index = 1; index < facts.repairs.size(); ++index) {
+        plan.shape.repairedRows += facts.repairs.at(index).count;
+    }
+    plan.shape.isCutShort = facts.endsInsideRow;
+    plan.shape.commentMarks = scan.head.commentMarks;
     plan.shape.mostFields = facts.mostFields;
     plan.shape.lastRowLine = facts.lastRowLine;
     PlanSeparatorOf(candidates, 0, facts, request, plan.shape);
@@ -515,7 +537,7 @@ Plan MakePlan(const std::string& path, const PlanRequest& request)
              {{{}, {}, {}, encoding}, {{}, {}, {}, plan.bytes.encoding.rivals.front().value}}});
     }
     PlanHeadOf(scan.head, probe.Text(), request, textEncoding, plan);
-    PlanRunsOf(facts, plan);
+    PlanPiecesOf(facts, textEncoding, plan.shape);
     PlanColumnsOf(facts, scan.head, plan);
     AddFindings(source, facts, plan);
     if (!IsWithoutRows(facts)) {

@@ -316,8 +316,11 @@ TEST(MakePlan, NamesRaggedRowsAndWhatFollowsTheTable)
     }
     bytes += "2,3.5\n3,4.5,5.5,6\n4,5.5,6.5,\n\n5,6.5,7.5\nTotal\n";
     const Plan plan = PlanOf(bytes);
-    EXPECT_EQ(plan.shape.rows, 12U);
+    EXPECT_EQ(plan.shape.rows, 13U);
+    EXPECT_EQ(plan.shape.shortRows, 1U);
+    EXPECT_EQ(plan.shape.longRows, 1U);
     EXPECT_EQ(plan.shape.blankLines, 1U);
+    EXPECT_EQ(plan.shape.lastRowLine, 16U);
     EXPECT_TRUE(HasFinding(plan, "short-row"));
     EXPECT_TRUE(HasFinding(plan, "long-row"));
     EXPECT_TRUE(HasFinding(plan, "trailing-separator"));
@@ -326,7 +329,7 @@ TEST(MakePlan, NamesRaggedRowsAndWhatFollowsTheTable)
     EXPECT_EQ(plan.shape.lines.back().firstLine, 17U);
 }
 
-TEST(MakePlan, CallsARowOfSurplusCellsThatFitsOnlyShiftedALongRow)
+TEST(MakePlan, ReadsARowWithoutTheEmptyCellThatShiftsIt)
 {
     std::string bytes = "id,name,x,note\n";
     for (int i = 0; i < 20; ++i) {
@@ -334,7 +337,9 @@ TEST(MakePlan, CallsARowOfSurplusCellsThatFitsOnlyShiftedALongRow)
     }
     const Plan plan = PlanOf(bytes);
     EXPECT_EQ(TypesOf(plan), "integer, text, double, text");
-    EXPECT_EQ(plan.shape.longRows, 1U);
+    EXPECT_EQ(plan.shape.rows, 20U);
+    EXPECT_EQ(plan.shape.repairedRows, 1U);
+    EXPECT_TRUE(HasFinding(plan, "repaired-shift"));
 }
 
 TEST(MakePlan, ReadsAStrayQuoteAsText)

@@ -163,8 +163,9 @@ struct PlanOrder
 /// say; after `lastRowLine` a blank line, footer or further table; blank; a comment when it begins
 /// with one of `commentMarks` and has not the table's count of fields; the names again when its
 /// cells are those of one of `namesLines`, blanks at their ends aside; a row when it has the
-/// table's count, or more with nothing but empty cells past it, or fewer where `shortRowsAreRows`;
-/// else a row that does not fit.
+/// table's count, or more with nothing but empty cells past it, or fewer where `shortRowsAreRows`
+/// and each cell fits the type of its column; else a row that does not fit. A record that lies in
+/// a piece of `lines` of kind FurtherTable is that, wherever it stands.
 struct PlanShape
 {
     PlanDecision<PlanSeparator> separator;
@@ -184,8 +185,13 @@ struct PlanShape
     std::uint64_t rows = 0;          ///< records of the table's count of fields
     std::uint64_t continuations = 0; ///< physical lines inside quotes
     std::uint64_t blankLines = 0;    ///< among and after the rows
-    std::uint64_t shortRows = 0;
-    std::uint64_t longRows = 0;
+    std::uint64_t shortRows = 0;     ///< rows with fewer fields, counted in `rows` too
+    std::uint64_t longRows = 0;      ///< more fields: no rows
+    std::uint64_t misfits = 0;       ///< fewer fields that do not fit from the left: no rows
+    /// Rows that were read in another way than by the plain rules, because these give another
+    /// count of fields: a stray quote, another separator, a line end of another kind.
+    std::uint64_t repairedRows = 0;
+    bool isCutShort = false; ///< the last line has no ending and fewer fields: no row
 };
 
 /// The type of a column.
@@ -217,6 +223,18 @@ enum class EPlanRole : std::uint8_t {
     TrailingSeparator, ///< no name and no value: the lines end in a separator
 };
 
+/// What the cells of a column look like in the table's first rows, as bits that the cutter of
+/// records knows: rows of another count of fields are read by it.
+struct PlanForm
+{
+    std::uint32_t cells = 0;    ///< that were looked at
+    std::uint32_t empties = 0;  ///< of these
+    std::uint32_t readings = 0; ///< allowed by all cells
+    std::uint32_t inAll = 0;    ///< classes of characters that every cell has
+    std::uint32_t inSome = 0;   ///< classes of characters that occur
+    std::uint32_t longest = 0;  ///< bytes
+};
+
 /// A column.
 struct PlanColumn
 {
@@ -235,6 +253,7 @@ struct PlanColumn
     double least = 0;
     double most = 0;
     std::size_t longest = 0; ///< bytes
+    PlanForm form;
 };
 
 /// How coordinates are written.

@@ -1,7 +1,7 @@
 // Pieces of whole records: by the index where there are no quotes, record by record otherwise.
 #include "FileScan.h"
 
-#include "../values/FoldedCell.h"
+#include "Rows.h"
 
 #include <algorithm>
 #include <cstring>
@@ -29,14 +29,11 @@ public:
     Scanner(TextSource& source, const ScanRequest& request)
         : m_source(source)
         , m_request(request)
-        , m_cutter(request.dialect)
+        , m_cutter(request.dialect, request.head.forms)
         , m_columns(request.head.columns)
+        , m_rows(request, m_facts)
         , m_buffer(kPiece + kSpace)
-    {
-        // Many columns share the memory.
-        const std::size_t slots = m_columns <= 1024 ? 64 : (m_columns <= 16384 ? 8 : 2);
-        m_profiles.assign(m_columns, ColumnProfile(slots));
-    }
+    {}
 
     ScanFacts Run()
     {
@@ -47,12 +44,9 @@ public:
             std::memmove(m_buffer.data(), m_buffer.data() + used, m_size - used);
             m_size -= used;
             m_byte += used;
+            m_cutter.StartPiece(used);
         }
-        m_facts.columns.reserve(m_columns);
-        for (ColumnProfile& profile : m_profiles) {
-            m_facts.columns.push_back(profile.Finish());
-            profile = ColumnProfile(2);
-        }
+        m_rows.Finish();
         return std::move(m_facts);
     }
 
@@ -65,7 +59,7 @@ private:
         const std::size_t capacity = m_buffer.size() - kSpace;
         if (m_size == capacity && !m_isSkipping) {
             if (capacity >= kMostRecord) {
-                m_facts.tooLong.Add({m_line, m_byte}, Text());
+                m_facts.tooLong.Add({m_rows.Line(), m_byte}, Text());
                 m_isSkipping = true;
                 return true;
             }
@@ -91,7 +85,7 @@ private:
             return m_size;
         }
         m_isSkipping = false;
-        ++m_line;
+        m_rows.SetLine(m_rows.Line() + 1);
         return at + 1;
     }
 
@@ -99,20 +93,19 @@ private:
     std::size_t Consume()
     {
         std::size_t at = 0;
-        m_cutter.StartPiece();
         // Up to the first row everything is told by the head.
         if (m_byte < m_request.head.firstRow) {
             at = std::min<std::size_t>(m_size, m_request.head.firstRow - m_byte);
             if (m_byte + at < m_request.head.firstRow) {
                 return at;
             }
-            m_line = m_request.head.firstRowLine;
+            m_rows.SetLine(m_request.head.firstRowLine);
         }
         if (CanIndex()) {
             return ConsumeIndexed(at);
         }
         while (at < m_size && m_cutter.Cut(Text(), at, m_isAtEnd, m_columns, m_record)) {
-            AddRecord(m_record);
+            m_rows.AddRecord(Text(), m_byte + m_record.begin, m_record);
             at = m_record.next;
         }
         return at;
@@ -157,278 +150,84 @@ private:
             // The text's last line has no ending.
             positions[count++] = static_cast<std::uint32_t>(to);
             ++state.lineEnds;
-            m_endsWithoutLineEnd = true;
         }
-        AddIndexed(positions, count, state.lineEnds, lineEnd);
-        return to;
+        return AddIndexed(positions, count, state.lineEnds, lineEnd);
     }
 
-    /// Adds the records of an index; the last position is a line's end.
-    void
+    /// Adds the records of an index; the last position is a line's end. @return where the first
+    /// record begins that is not complete
+    std::size_t
     AddIndexed(const std::uint32_t* positions, std::size_t count, std::size_t lines, char lineEnd)
     {
         const char* text = m_buffer.data();
         const auto endsLine = [&](std::size_t index) {
             return positions[index] >= m_size || text[positions[index]] == lineEnd;
         };
-        bool isRegular = count == lines * m_columns;
+        bool isRegular = count == lines * m_columns && !m_rows.IsOver();
         for (std::size_t at = m_columns - 1; isRegular && at < count; at += m_columns) {
             isRegular = endsLine(at);
         }
-        if (isRegular && !HasRowsApart(positions, count)) {
-            AddRows(positions, lines);
-            return;
+        for (std::size_t at = 0; isRegular && at < count; at += m_columns) {
+            isRegular = !IsApart(positions + at);
+        }
+        const auto begins = [&](std::size_t at) { return std::size_t{positions[at - 1]} + 1; };
+        if (isRegular) {
+            m_rows.AddRows(text, positions, lines, m_byte);
+            return std::min(std::size_t{positions[count - 1]} + 1, m_size);
         }
         for (std::size_t at = 0; at < count;) {
             std::size_t end = at;
             while (!endsLine(end)) {
                 ++end;
             }
-            const std::size_t fields = end - at + 1;
-            if (fields == m_columns && !IsApart(positions + at)) {
-                AddRows(positions + at, 1);
-            } else {
-                AddIndexedRecord(positions + at, fields);
+            if (end - at + 1 == m_columns && !m_rows.IsOver() && !IsApart(positions + at)) {
+                m_rows.AddRows(text, positions + at, 1, m_byte);
+                at = end + 1;
+                continue;
             }
-            at = end + 1;
+            // Positions wrap before the text's first byte.
+            const std::size_t begin = at == 0 ? positions[-1] + 1U : begins(at);
+            if (!m_cutter.Cut(Text(), begin, m_isAtEnd, m_columns, m_record)) {
+                return begin;
+            }
+            m_rows.AddRecord(Text(), m_byte + begin, m_record);
+            if (m_record.next <= begins(end + 1) && m_record.next > positions[end] &&
+                positions[end] < m_size) {
+                at = end + 1;
+                continue;
+            }
+            // The record ends elsewhere: what is left is cut without the index.
+            std::size_t next = m_record.next;
+            while (next < m_size && m_cutter.Cut(Text(), next, m_isAtEnd, m_columns, m_record)) {
+                m_rows.AddRecord(Text(), m_byte + next, m_record);
+                next = m_record.next;
+            }
+            return next;
         }
+        return std::min(std::size_t{positions[count - 1]} + 1, m_size);
     }
 
-    [[nodiscard]] std::string_view LineOf(const std::uint32_t* positions, std::size_t fields) const
-    {
-        const std::uint32_t begin = positions[-1] + 1;
-        std::uint32_t end = positions[fields - 1];
-        if (end > begin && m_buffer[end - 1] == '\r') {
-            --end;
-        }
-        return Text().substr(begin, end - begin);
-    }
-
-    /// Whether a row needs a look of its own: blank, or names again.
     [[nodiscard]] bool IsApart(const std::uint32_t* positions) const
     {
         const std::uint32_t begin = positions[-1] + 1;
-        const std::size_t size = positions[0] - begin;
-        if (m_columns == 1 && size < 2) {
-            return true;
-        }
-        for (const std::vector<std::string>& names : m_request.head.namesCells) {
-            const std::string& name = names.front();
-            if (size >= name.size() &&
-                Values::Trim(Text().substr(begin, size)).substr(0, kMostNameBytes) == name) {
-                return true;
-            }
-        }
-        return false;
-    }
-
-    [[nodiscard]] bool HasRowsApart(const std::uint32_t* positions, std::size_t count) const
-    {
-        bool isAny = false;
-        for (std::size_t at = 0; at < count && !isAny; at += m_columns) {
-            isAny = IsApart(positions + at);
-        }
-        return isAny;
-    }
-
-    void AddRun(std::size_t fields, std::uint64_t rows, const Position& position)
-    {
-        if (!m_facts.runs.empty() && m_facts.runs.back().fields == fields) {
-            m_facts.runs.back().rows += rows;
-        } else if (m_facts.runs.size() < ScanFacts::kMostRuns) {
-            m_facts.runs.push_back({position, fields, rows});
-        } else {
-            m_facts.hasMoreRuns = true;
-        }
-        m_facts.mostFields = std::max(m_facts.mostFields, fields);
-        if (fields == m_columns) {
-            m_facts.rows += rows;
-            m_facts.afterLastRow = 0;
-        } else if (fields > 0) {
-            m_facts.afterLastRow += rows;
-        }
-    }
-
-    /// Adds rows of the table's count without quotes and line breaks.
-    void AddRows(const std::uint32_t* positions, std::size_t rows)
-    {
-        const std::uint64_t begin = m_byte + (positions[-1] + 1U);
-        AddRun(m_columns, rows, {m_line, begin});
-        for (std::size_t column = 0; column < m_columns; ++column) {
-            m_profiles[column].AddRun(
-                {m_buffer.data(), positions + column, m_columns, rows, m_line, m_byte});
-        }
-        m_line += rows;
-        m_facts.lastRowLine = m_line - 1;
-    }
-
-    void AddIndexedRecord(const std::uint32_t* positions, std::size_t fields)
-    {
-        m_record.fields.clear();
-        m_record.begin = positions[-1] + 1U;
-        m_record.lines = 1;
-        m_record.openers = 0;
-        m_record.strays = 0;
-        m_record.unclosed = 0;
-        std::size_t begin = m_record.begin;
-        const std::size_t kept = std::min(fields, Record::kMostFields);
-        for (std::size_t index = 0; index < kept; ++index) {
-            const std::uint32_t end = positions[index];
-            const bool hasReturn = index + 1 == fields && end > begin && m_buffer[end - 1] == '\r';
-            m_record.fields.push_back({begin, end - begin - (hasReturn ? 1U : 0U), false});
-            begin = end + 1U;
-        }
-        m_record.next = begin;
-        m_record.isEnded = positions[fields - 1] < m_size;
-        const std::string_view line = LineOf(positions, fields);
-        m_record.isBlank = fields == 1 && std::all_of(line.begin(), line.end(), [](char unit) {
-                               return unit == ' ' || unit == '\t' || unit == '\x1A';
-                           });
-        AddRecord(m_record);
-    }
-
-    [[nodiscard]] std::string_view FirstLine(const Record& record) const
-    {
-        std::string_view text = Text().substr(record.begin, record.next - record.begin);
-        text = text.substr(0, std::min(text.find('\n'), text.size()));
-        return text.substr(0, std::min(text.find('\r'), text.size()));
-    }
-
-    [[nodiscard]] bool IsNamesAgain(const Record& record) const
-    {
-        const auto isSame = [&](const std::vector<std::string>& names) {
-            std::size_t filled = 0;
-            for (std::size_t column = 0; column < names.size(); ++column) {
-                const std::string_view cell = Values::Trim(record.Cell(Text(), column));
-                if (cell.substr(0, kMostNameBytes) != names[column]) {
-                    return false;
-                }
-                filled += cell.empty() ? 0U : 1U;
-            }
-            return filled > 0;
-        };
-        const auto& lines = m_request.head.namesCells;
-        return std::any_of(lines.begin(), lines.end(), [&](const auto& names) {
-            return names.size() == record.fields.size() && isSame(names);
-        });
-    }
-
-    void AddRecord(const Record& record)
-    {
-        const Position position{m_line, m_byte + record.begin};
-        m_line += record.lines;
-        m_facts.continuations += record.lines - 1;
-        m_facts.openers += record.openers;
-        if (record.isBlank && m_columns > 0) {
-            AddRun(0, 1, position);
-            m_facts.blanks.Add(position, {});
-            return;
-        }
-        if (record.strays > 0) {
-            m_facts.strays.Add(position, FirstLine(record));
-        }
-        if (record.unclosed > 0) {
-            m_facts.unclosed.Add(position, FirstLine(record));
-        }
-        const std::size_t fields = record.fields.size();
-        if (fields == m_columns) {
-            if (IsNamesAgain(record)) {
-                m_facts.repeatedNames.Add(position, FirstLine(record));
-                return;
-            }
-            AddCells(record, fields, position);
-            return;
-        }
-        AddUneven(record, fields, position, FirstLine(record));
-    }
-
-    void AddUneven(const Record& record,
-                   std::size_t fields,
-                   const Position& position,
-                   std::string_view line)
-    {
-        const std::string_view text = Text();
-        const auto isEmpty = [&](std::size_t index) {
-            return Values::Trim(record.Cell(text, index)).empty();
-        };
-        if (fields > m_columns) {
-            std::size_t index = m_columns;
-            while (index < fields && isEmpty(index)) {
-                ++index;
-            }
-            // Rule: surplus empty cells are trailing separators, unless the others fit only
-            // shifted.
-            if (index == fields && !IsMisfit(record, m_columns)) {
-                m_facts.trailing.Add(position, line);
-                AddCells(record, m_columns, position);
-                return;
-            }
-        }
-        if (!line.empty() && (line.front() == '#' || line.front() == '%' || line.front() == '!' ||
-                              line.substr(0, 2) == "//")) {
-            m_facts.comments.Add(position, line);
-            AddRun(fields, 1, position);
-            return;
-        }
-        if (m_facts.counts.size() < ScanFacts::kMostCounts || m_facts.counts.contains(fields)) {
-            m_facts.counts[fields].Add(position, line);
-        }
-        (fields < m_columns ? m_facts.shorter : m_facts.longer).Add(position, line);
-        m_facts.endsInsideRow = !record.isEnded && fields < m_columns;
-        if (fields < m_columns && m_request.countsShortRows && fields > 1 &&
-            !IsMisfit(record, fields)) {
-            AddCells(record, fields, position);
-            return;
-        }
-        AddRun(fields, 1, position);
-    }
-
-    [[nodiscard]] bool IsMisfit(const Record& record, std::size_t fields) const
-    {
-        for (std::size_t column = 0; column < fields; ++column) {
-            if (m_profiles[column].IsMisfit(record.Cell(Text(), column))) {
-                return true;
-            }
-        }
-        return false;
-    }
-
-    /// @param fields how many cells belong to the table; the others are null
-    void AddCells(const Record& record, std::size_t fields, const Position& position)
-    {
-        const std::string_view text = Text();
-        AddRun(m_columns, 1, position);
-        m_facts.lastRowLine = position.line + record.lines - 1;
-        std::uint64_t line = position.line;
-        for (std::size_t column = 0; column < m_columns; ++column) {
-            if (column >= fields) {
-                m_profiles[column].Add({}, position, false);
-                continue;
-            }
-            const Field& field = record.fields[column];
-            m_profiles[column].Add(field.In(text), {line, m_byte + field.begin}, field.isQuoted);
-            if (record.lines > 1 && field.isQuoted) {
-                const std::string_view cell = field.In(text);
-                line += static_cast<std::uint64_t>(std::count(cell.begin(), cell.end(), '\n'));
-            }
-        }
+        std::size_t line = positions[m_columns - 1] - begin;
+        line -= line > 0 && m_buffer[begin + line - 1] == '\r' ? 1U : 0U;
+        return m_rows.IsApart(Text().substr(begin, positions[0] - begin), line);
     }
 
     TextSource& m_source;
     const ScanRequest& m_request;
     RecordCutter m_cutter;
     std::size_t m_columns;
+    ScanFacts m_facts;
+    Rows m_rows;
     std::vector<char> m_buffer;
     std::size_t m_size = 0;
     std::uint64_t m_byte = 0; ///< where the buffer's first byte stands in the text
-    std::uint64_t m_line = 1;
     bool m_isAtEnd = false;
     bool m_isSkipping = false;
-    bool m_endsWithoutLineEnd = false;
     std::vector<std::uint32_t> m_positions;
-    std::vector<ColumnProfile> m_profiles;
     Record m_record;
-    ScanFacts m_facts;
     decltype(AsciiReader::Kernels::Set::index) m_index = AsciiReader::Kernels::Best().index;
 };
 

@@ -7,6 +7,7 @@
 #include "Shape.h"
 #include "TextSource.h"
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <map>
@@ -34,34 +35,61 @@ struct Occurrences
     void Add(const Position& position, std::string_view text);
 };
 
+/// A piece of the text that is no row of the table.
+struct Piece
+{
+    enum class EKind : std::uint8_t {
+        RepeatedNames,
+        Footer,
+        FurtherTable,
+    };
+
+    EKind kind = EKind::Footer;
+    Position position;
+    std::uint64_t lines = 1;
+    std::string text; ///< of its first line
+};
+
+/// The names again, in another order.
+struct NamesOrder
+{
+    std::uint64_t line = 0;
+    std::vector<std::size_t> columns; ///< from here on field i belongs to column columns[i]
+};
+
 /// What the pass found. Memory is bounded whatever the file holds.
 struct ScanFacts
 {
     static constexpr std::size_t kMostRuns = 65536;
     static constexpr std::size_t kMostCounts = 1024;
+    static constexpr std::size_t kMostPieces = 1000;
 
     ByteFacts bytes;
     std::vector<ColumnFacts> columns;
     std::vector<RowRun> runs; ///< the first kMostRuns
     bool hasMoreRuns = false;
     std::map<std::size_t, Occurrences> counts; ///< records by their number of fields
-    std::uint64_t rows = 0;          ///< of the table's count, those with surplus empty cells too
+    std::vector<Piece> pieces;                 ///< the first kMostPieces
+    std::vector<NamesOrder> orders;
+    std::uint64_t rows = 0;          ///< those with surplus or without some cells too
     std::uint64_t continuations = 0; ///< physical lines inside quotes
     Occurrences blanks;              ///< blank lines after the names
     Occurrences trailing;            ///< rows with surplus cells that are all empty
-    Occurrences shorter;
-    Occurrences longer;
-    Occurrences comments; ///< lines of another count that begin as a comment
+    Occurrences shorter;             ///< rows that lack cells
+    Occurrences misfits;             ///< records that lack cells and fit no rows
+    Occurrences longer;              ///< records with more cells
+    Occurrences comments;            ///< lines of another count that begin as a comment
     Occurrences repeatedNames;
-    Occurrences strays;      ///< quotes inside fields
-    Occurrences unclosed;    ///< openers that nothing closes
-    Occurrences loneReturns; ///< records with a `\r` inside
-    Occurrences tooLong;     ///< lines past kMostRecord, not looked at
+    Occurrences furtherTables;          ///< where each begins
+    Occurrences footers;                ///< records after the table
+    Occurrences strays;                 ///< quotes inside fields
+    Occurrences unclosed;               ///< openers that nothing closes
+    Occurrences tooLong;                ///< lines past kMostRecord, not looked at
+    std::array<Occurrences, 5> repairs; ///< by ERepair; that of None is empty
     std::uint64_t openers = 0;
-    std::uint64_t lastRowLine = 0;  ///< the last line of the last row; 0 without rows
-    std::size_t mostFields = 0;     ///< of a record
-    std::uint64_t afterLastRow = 0; ///< records that are not blank after it
-    bool endsInsideRow = false;     ///< the last line has no ending, and fewer fields
+    std::uint64_t lastRowLine = 0; ///< the last line of the last row; 0 without rows
+    std::size_t mostFields = 0;    ///< of a record of the table
+    bool endsInsideRow = false;    ///< the last line has no ending, and fewer fields
 };
 
 /// How the pass reads.
@@ -69,7 +97,6 @@ struct ScanRequest
 {
     Dialect dialect;
     TableHead head;
-    bool countsShortRows = false; ///< short rows are rows with nulls: their cells are profiled
 };
 
 /// Longer records are counted, not cut.

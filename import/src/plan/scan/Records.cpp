@@ -1,6 +1,8 @@
 // A walk over the fields of a record.
 #include "Records.h"
 
+#include "RowReading.h"
+
 #include <algorithm>
 #include <cstring>
 #include <utility>
@@ -8,6 +10,9 @@
 namespace Orvane::Import::Scan {
 
 namespace {
+
+/// Lines that belong together are looked for so far.
+constexpr std::size_t kMostJoined = std::size_t{64} * 1024;
 
 bool IsBlank(char unit) noexcept
 {
@@ -36,13 +41,15 @@ std::string_view TrimRight(std::string_view text) noexcept
 
 } // namespace
 
-RecordCutter::RecordCutter(Dialect dialect)
+RecordCutter::RecordCutter(Dialect dialect, std::vector<CellForm> forms)
     : m_dialect(std::move(dialect))
+    , m_forms(std::move(forms))
+    , m_ends(m_dialect.lineEnds)
 {}
 
 std::size_t RecordCutter::FindLineEnd(std::string_view text, std::size_t from) const
 {
-    switch (m_dialect.lineEnds) {
+    switch (m_ends) {
     case ELineEnds::Feeds:
         return std::min(text.find('\n', from), text.size());
     case ELineEnds::Returns:
@@ -68,7 +75,7 @@ bool RecordCutter::EndLine(std::string_view text,
     }
     record.isEnded = true;
     record.next = end + 1;
-    if (m_dialect.lineEnds == ELineEnds::Any && text[end] == '\r') {
+    if (m_ends == ELineEnds::Any && text[end] == '\r') {
         if (record.next == text.size() && !isWhole) {
             return false;
         }
@@ -82,7 +89,7 @@ bool RecordCutter::EndLine(std::string_view text,
 std::size_t RecordCutter::SkipQuoted(
     std::string_view text, std::size_t from, bool isWhole, Record& record, Field& field)
 {
-    if (from < m_noCloserBefore || from < m_textUntil) {
+    if (from < m_noCloserBefore) {
         ++record.unclosed;
         return from;
     }
@@ -120,7 +127,7 @@ std::size_t RecordCutter::SkipQuoted(
             return kIncomplete;
         }
         const bool isClosed =
-            after == text.size() || IsLineEnd(text[after]) || text[after] == '\r' ||
+            after == text.size() || IsLineEnd(text, after) || text[after] == '\r' ||
             (m_dialect.separation == ESeparation::Blanks ? IsBlank(text[after])
                                                          : text[after] == m_dialect.separator);
         if (isClosed) {
@@ -181,26 +188,26 @@ bool RecordCutter::CutSeparated(std::string_view text, bool isWhole, Record& rec
             }
         }
         if (!field.isQuoted) {
-            while (end < text.size() && !isSeparator(text[end]) && !IsLineEnd(text[end])) {
+            while (end < text.size() && !isSeparator(text[end]) && !IsLineEnd(text, end)) {
                 const bool isStray =
                     m_dialect.quote != 0 && end > front && text[end] == m_dialect.quote;
                 record.strays += isStray ? 1U : 0U;
                 ++end;
             }
-            const bool isLast = end == text.size() || IsLineEnd(text[end]);
+            const bool isLast = end == text.size() || IsLineEnd(text, end);
             std::size_t stop = end;
             if (isLast && stop > field.begin && text[stop - 1] == '\r') {
                 --stop;
             }
             field.size = stop - field.begin;
-        } else if (end < text.size() && text[end] == '\r' && !IsLineEnd('\r')) {
+        } else if (end < text.size() && text[end] == '\r' && m_ends == ELineEnds::Feeds) {
             ++end;
             if (end < text.size() && text[end] != '\n') {
                 // A return that ends nothing is part of the field.
                 field = {front, end - front, false};
             }
         }
-        const bool isLineOver = end >= text.size() || IsLineEnd(text[end]);
+        const bool isLineOver = end >= text.size() || IsLineEnd(text, end);
         // Blanks at a line's end separate nothing.
         if (record.fields.size() < Record::kMostFields &&
             !(isBlanks && isLineOver && field.size == 0 && !field.isQuoted)) {
@@ -267,6 +274,7 @@ bool RecordCutter::CutFields(std::string_view text, std::size_t from, bool isWho
     record.openers = 0;
     record.strays = 0;
     record.unclosed = 0;
+    record.repair = ERepair::None;
     bool isComplete = false;
     if (m_dialect.separation == ESeparation::Character ||
         m_dialect.separation == ESeparation::Blanks) {
@@ -276,39 +284,230 @@ bool RecordCutter::CutFields(std::string_view text, std::size_t from, bool isWho
         CutLine(text, end, record);
         isComplete = EndLine(text, end, isWhole, record);
     }
-    record.isBlank = record.openers == 0 && record.fields.size() <= 1 &&
-                     (record.fields.empty() || IsAllBlank(record.fields[0].In(text)));
-    if (m_dialect.separation == ESeparation::Widths) {
-        record.isBlank = std::all_of(record.fields.begin(),
-                                     record.fields.end(),
-                                     [](const Field& field) { return field.size == 0; });
-    }
+    // Rule: a line of nothing but empty fields is blank.
+    record.isBlank =
+        record.openers == 0 &&
+        (record.fields.size() <= 1
+             ? record.fields.empty() || IsAllBlank(record.fields[0].In(text))
+             : std::all_of(record.fields.begin(), record.fields.end(), [](const Field& field) {
+                   return field.size == 0;
+               }));
     return isComplete;
 }
+
+namespace {
+
+/// Whether a record ends in `\n` without a `\r` before it.
+bool IsLoneFeed(std::string_view text, const Record& record) noexcept
+{
+    return record.isEnded && record.next > record.begin && text[record.next - 1] == '\n' &&
+           (record.next < record.begin + 2 || text[record.next - 2] != '\r');
+}
+
+} // namespace
 
 bool RecordCutter::Cut(
     std::string_view text, std::size_t from, bool isWhole, std::size_t expected, Record& record)
 {
-    m_textUntil = 0;
     if (!CutFields(text, from, isWhole, record)) {
         return false;
     }
-    if (expected == 0 || record.lines == 1 || record.fields.size() == expected) {
+    const bool isOdd = record.fields.size() != expected || (record.lines > 1 && expected > 2);
+    if (expected < 2 || !isOdd || record.isBlank ||
+        m_dialect.separation != ESeparation::Character) {
         return true;
     }
-    // Rule: an opener that swallows line ends is text when that gives the row its count.
-    Record other;
-    for (const Field& field : record.fields) {
-        if (field.isQuoted && HasLineBreak(field.In(text))) {
-            m_textUntil = field.begin;
-            if (CutFields(text, from, isWhole, other) && other.fields.size() == expected) {
-                m_textUntil = 0;
-                record = std::move(other);
-            }
-            m_textUntil = 0;
-            break;
+    // A row that may go on after its line end is complete when the text holds enough of it.
+    if (m_dialect.joinsFeeds && !isWhole && record.fields.size() < expected &&
+        IsLoneFeed(text, record) && text.size() - from < kMostJoined &&
+        text.find("\r\n", record.next) == text.npos) {
+        return false;
+    }
+    Repair(text, isWhole, expected, record);
+    return true;
+}
+
+namespace {
+
+std::string_view LineAt(std::string_view text, std::size_t from) noexcept
+{
+    text.remove_prefix(std::min(from, text.size()));
+    return text.substr(0, std::min(text.find_first_of("\r\n"), text.size()));
+}
+
+std::size_t AfterLine(std::string_view text, std::size_t end) noexcept
+{
+    if (end < text.size() && text[end] == '\r') {
+        ++end;
+    }
+    return end < text.size() && text[end] == '\n' ? end + 1 : end;
+}
+
+} // namespace
+
+void RecordCutter::Repair(std::string_view text, bool isWhole, std::size_t expected, Record& record)
+{
+    const std::size_t fields = record.fields.size();
+    if (record.lines > 1) {
+        ReadFirstLine(text, expected, record);
+        return;
+    }
+    const std::string_view line = LineAt(text, record.begin);
+    m_budget += line.size() * 256;
+    const std::size_t end = record.begin + line.size();
+    // A `\r` inside the line is another matter.
+    const bool isLine = AfterLine(text, end) >= record.next;
+    if (isLine && m_dialect.quote != 0 && record.strays + record.unclosed > 0 &&
+        m_compared < m_budget) {
+        std::vector<Field> found;
+        if (ReadQuotes(line, record.begin, m_dialect, expected, m_forms, found, m_compared)) {
+            record.fields = std::move(found);
+            record.repair = ERepair::Quotes;
+            return;
         }
     }
+    if (isLine && ReadOtherSeparator(text, expected, record)) {
+        return;
+    }
+    if (fields > expected && !HasTrailingCells(text, expected, record.fields) &&
+        DropEmptyCells(text, expected, m_forms, record.fields)) {
+        record.repair = ERepair::EmptyCells;
+        return;
+    }
+    if (fields < expected && m_dialect.joinsFeeds) {
+        JoinLines(text, isWhole, expected, record);
+    } else if (fields > expected && m_ends == ELineEnds::Feeds && !isLine) {
+        SplitAtReturn(text, expected, record);
+    }
+}
+
+bool RecordCutter::HasTrailingCells(std::string_view text,
+                                    std::size_t expected,
+                                    const std::vector<Field>& fields) const
+{
+    const auto tail = fields.begin() + static_cast<std::ptrdiff_t>(expected);
+    return std::all_of(tail, fields.end(), [](const Field& field) { return field.size == 0; }) &&
+           DoCellsFit(text, {fields.begin(), tail}, m_forms);
+}
+
+std::size_t RecordCutter::CountFields(std::string_view line) const
+{
+    RecordCutter plain(m_dialect);
+    Record record;
+    plain.CutFields(line, 0, true, record);
+    return record.strays + record.unclosed > 0 || record.lines > 1 ? 0 : record.fields.size();
+}
+
+bool RecordCutter::ReadFirstLine(std::string_view text, std::size_t expected, Record& record)
+{
+    // Rule: an opener that swallows whole rows is text.
+    const std::string_view line = LineAt(text, record.begin);
+    const std::size_t end = record.begin + line.size();
+    const std::size_t after = AfterLine(text, end);
+    const std::string_view next = LineAt(text, after);
+    m_budget += (line.size() + next.size()) * 256;
+    const auto canBeRow = [&](std::string_view row) {
+        return static_cast<std::size_t>(std::count(row.begin(), row.end(), m_dialect.separator)) +
+                   1 >=
+               expected;
+    };
+    if (after >= record.next || m_compared >= m_budget || !canBeRow(line) || !canBeRow(next)) {
+        return false;
+    }
+    std::vector<Field> found;
+    if (!ReadQuotes(line, record.begin, m_dialect, expected, m_forms, found, m_compared)) {
+        return false;
+    }
+    if (CountFields(next) != expected) {
+        std::vector<Field> ofNext;
+        if (!ReadQuotes(next, after, m_dialect, expected, m_forms, ofNext, m_compared)) {
+            return false;
+        }
+    }
+    record.fields = std::move(found);
+    record.lines = 1;
+    record.next = after;
+    record.isEnded = true;
+    record.repair = ERepair::Quotes;
+    return true;
+}
+
+bool RecordCutter::ReadOtherSeparator(std::string_view text,
+                                      std::size_t expected,
+                                      Record& record) const
+{
+    if (m_forms.size() != expected || expected < 3) {
+        return false;
+    }
+    const std::string_view line = LineAt(text, record.begin);
+    std::vector<Field> found;
+    for (const char separator : {',', ';', '\t', '|', ' '}) {
+        if (separator == m_dialect.separator || line.find(separator) == line.npos) {
+            continue;
+        }
+        Dialect dialect = m_dialect;
+        dialect.separator = separator;
+        dialect.skipsBlanks = false;
+        RecordCutter other(dialect);
+        Record cut;
+        other.CutFields(line, 0, true, cut);
+        if (cut.fields.size() != expected || cut.strays + cut.unclosed > 0 ||
+            !DoCellsFit(line, cut.fields, m_forms)) {
+            continue;
+        }
+        if (!found.empty()) {
+            return false;
+        }
+        found = std::move(cut.fields);
+    }
+    if (found.empty()) {
+        return false;
+    }
+    for (Field& field : found) {
+        field.begin += record.begin;
+    }
+    record.fields = std::move(found);
+    record.repair = ERepair::Separator;
+    return true;
+}
+
+bool RecordCutter::JoinLines(std::string_view text,
+                             bool isWhole,
+                             std::size_t expected,
+                             Record& record)
+{
+    if (!IsLoneFeed(text, record)) {
+        return false;
+    }
+    m_keepsFeeds = true;
+    Record joined;
+    const std::string_view piece =
+        text.substr(0, std::min(text.size(), record.begin + kMostJoined));
+    const bool isComplete =
+        CutFields(piece, record.begin, isWhole && piece.size() == text.size(), joined);
+    m_keepsFeeds = false;
+    if (!isComplete || joined.fields.size() != expected) {
+        return false;
+    }
+    const std::string_view all = text.substr(joined.begin, joined.next - joined.begin);
+    joined.lines = static_cast<std::uint64_t>(std::count(all.begin(), all.end(), '\n')) +
+                   (joined.isEnded ? 0U : 1U);
+    joined.repair = ERepair::LineEnd;
+    record = std::move(joined);
+    return true;
+}
+
+bool RecordCutter::SplitAtReturn(std::string_view text, std::size_t expected, Record& record)
+{
+    m_ends = ELineEnds::Any;
+    Record split;
+    const bool isComplete = CutFields(text.substr(0, record.next), record.begin, true, split);
+    m_ends = m_dialect.lineEnds;
+    if (!isComplete || split.fields.size() != expected || split.next >= record.next) {
+        return false;
+    }
+    split.repair = ERepair::LineEnd;
+    record = std::move(split);
     return true;
 }
 

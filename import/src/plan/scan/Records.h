@@ -1,6 +1,9 @@
 // How a text is cut into records and fields.
 #pragma once
 
+#include "CellForm.h"
+
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <string_view>
@@ -30,6 +33,8 @@ struct Dialect
     char quote = '"';            ///< 0: none
     bool hasBackslashes = false; ///< `\"` stands for a quote inside quotes, beside `""`
     ELineEnds lineEnds = ELineEnds::Feeds;
+    /// Most lines end in `\r\n`: a row that a lone `\n` leaves short may go on after it.
+    bool joinsFeeds = false;
     /// For Widths: where each field but the last ends, in characters (bytes unless isUtf8).
     std::vector<std::uint32_t> ends;
     bool isUtf8 = true;
@@ -48,6 +53,15 @@ struct Field
     }
 };
 
+/// How a row was read that the plain rules cut into another count of fields.
+enum class ERepair : std::uint8_t {
+    None,
+    Quotes,     ///< a stray or missing quote
+    Separator,  ///< by a separator that the other rows do not have
+    EmptyCells, ///< without empty cells that shifted the others
+    LineEnd,    ///< a line end of another kind is part of a field, or ends the row
+};
+
 /// A record as it was cut.
 struct Record
 {
@@ -63,6 +77,7 @@ struct Record
     std::size_t unclosed = 0; ///< openers that nothing closes, read as text
     bool isEnded = true;      ///< by a line end; false only for the text's last record
     bool isBlank = false;     ///< nothing but blanks
+    ERepair repair = ERepair::None;
 
     [[nodiscard]] std::string_view Cell(std::string_view text, std::size_t index) const
     {
@@ -74,19 +89,24 @@ struct Record
 ///
 /// A quote opens a field only at its front, and closes it only before a separator or a line's end;
 /// doubled quotes inside are text, as are quotes elsewhere. An opener that nothing closes within
-/// kMostQuoted bytes is text. The cost is linear in the text.
+/// kMostQuoted bytes is text.
+///
+/// A record of another count than expected is looked at again: a quote may be stray or missing, an
+/// opener may swallow whole rows, the line may have another separator or a doubled one, or a line
+/// end of a kind that the others do not have. Where exactly one reading gives the count, that is
+/// it (Record::repair). The cost is linear in the text; past a budget records stay as they are.
 class RecordCutter
 {
 public:
     static constexpr std::size_t kMostQuoted = std::size_t{1} << 20U;
     static constexpr std::size_t kIncomplete = static_cast<std::size_t>(-1);
 
-    explicit RecordCutter(Dialect dialect);
+    /// @param forms of the table's columns, by which readings are told apart; may be empty
+    explicit RecordCutter(Dialect dialect, std::vector<CellForm> forms = {});
 
     /// Cuts the record at `from`.
     /// @param isWhole the text ends with `text`; otherwise a record without its end is incomplete
-    /// @param expected how many fields a row has, 0 when that is not known: a quoted field with
-    ///     line breaks in a record of another count is read as text when that gives the count
+    /// @param expected how many fields a row has, 0 when that is not known
     /// @return false when the record is incomplete
     bool Cut(std::string_view text,
              std::size_t from,
@@ -95,7 +115,11 @@ public:
              Record& record);
 
     /// To be called when positions begin anew, as for another piece of text.
-    void StartPiece() noexcept { m_noCloserBefore = 0; }
+    /// @param gone how many bytes of the piece before are no part of this one
+    void StartPiece(std::size_t gone = static_cast<std::size_t>(-1)) noexcept
+    {
+        m_noCloserBefore -= std::min(gone, m_noCloserBefore);
+    }
 
     [[nodiscard]] const Dialect& Rules() const noexcept { return m_dialect; }
 
@@ -108,17 +132,36 @@ private:
     SkipQuoted(std::string_view text, std::size_t from, bool isWhole, Record& record, Field& field);
     [[nodiscard]] std::size_t FindLineEnd(std::string_view text, std::size_t from) const;
 
-    [[nodiscard]] bool IsLineEnd(char unit) const noexcept
+    [[nodiscard]] bool IsLineEnd(std::string_view text, std::size_t at) const noexcept
     {
-        return unit == '\n' ? m_dialect.lineEnds != ELineEnds::Returns
-                            : unit == '\r' && m_dialect.lineEnds != ELineEnds::Feeds;
+        const char unit = text[at];
+        return unit == '\n' ? m_ends != ELineEnds::Returns &&
+                                  (!m_keepsFeeds || (at > 0 && text[at - 1] == '\r'))
+                            : unit == '\r' && m_ends != ELineEnds::Feeds;
     }
+
+    /// Looks for the one reading that gives a record its count.
+    void Repair(std::string_view text, bool isWhole, std::size_t expected, Record& record);
+    bool ReadFirstLine(std::string_view text, std::size_t expected, Record& record);
+    bool ReadOtherSeparator(std::string_view text, std::size_t expected, Record& record) const;
+    bool JoinLines(std::string_view text, bool isWhole, std::size_t expected, Record& record);
+    bool SplitAtReturn(std::string_view text, std::size_t expected, Record& record);
+    /// Whether the surplus cells are empty, and the others look like those of their columns.
+    [[nodiscard]] bool HasTrailingCells(std::string_view text,
+                                        std::size_t expected,
+                                        const std::vector<Field>& fields) const;
+    /// The count of a line's fields by the plain rules, 0 when it has stray quotes.
+    [[nodiscard]] std::size_t CountFields(std::string_view line) const;
 
     bool EndLine(std::string_view text, std::size_t end, bool isWhole, Record& record) const;
 
     Dialect m_dialect;
+    std::vector<CellForm> m_forms;
     std::size_t m_noCloserBefore = 0; ///< no opener before this position is closed
-    std::size_t m_textUntil = 0;      ///< openers before this position are text
+    ELineEnds m_ends;                 ///< which line ends hold now
+    bool m_keepsFeeds = false;        ///< a `\n` without a `\r` before it ends nothing now
+    std::uint64_t m_compared = 0;     ///< of the budget of readings
+    std::uint64_t m_budget = std::uint64_t{1} << 24U;
 };
 
 } // namespace Orvane::Import::Scan

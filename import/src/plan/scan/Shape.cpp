@@ -296,6 +296,7 @@ Dialect Base(const ShapeRequest& request)
 {
     Dialect dialect;
     dialect.lineEnds = request.lineEnds;
+    dialect.joinsFeeds = request.joinsFeeds;
     dialect.isUtf8 = request.isUtf8;
     return dialect;
 }
@@ -499,6 +500,7 @@ struct HeadRecord
     std::uint64_t line = 1;
     std::uint64_t lines = 1;
     bool isBlank = false;
+    bool isRepaired = false;
     std::string_view text; ///< the record's first line
 };
 
@@ -524,6 +526,7 @@ CutHead(std::string_view text, const Candidate& candidate, const ShapeRequest& r
         item.line = line;
         item.lines = record.lines;
         item.isBlank = record.isBlank;
+        item.isRepaired = record.repair != ERepair::None || record.strays > 0;
         item.text = FirstLine(text.substr(record.begin, record.next - record.begin));
         line += record.lines;
         at = record.next;
@@ -870,7 +873,41 @@ ELineKind KindBeforeTable(const HeadRecord& record, bool isFirst)
     return IsComment(record.text) ? ELineKind::Comment : ELineKind::Preamble;
 }
 
+/// The forms of the rows' cells, and which marks begin none of them.
+void LookAtRows(const std::vector<HeadRecord>& head, std::size_t from, TableHead& table)
+{
+    table.forms.assign(table.columns, {});
+    table.commentMarks = {"#", "%", "!", "//"};
+    for (std::size_t row = from; row < head.size(); ++row) {
+        const HeadRecord& record = head[row];
+        if (record.cells.size() != table.columns || record.isBlank || record.isRepaired) {
+            continue;
+        }
+        const std::string_view mark = FindMark(record.text, table.commentMarks);
+        table.commentMarks.erase(
+            std::remove(table.commentMarks.begin(), table.commentMarks.end(), mark),
+            table.commentMarks.end());
+        const bool isNames =
+            std::find(table.namesCells.begin(), table.namesCells.end(), TrimCells(record)) !=
+            table.namesCells.end();
+        for (std::size_t column = 0; column < table.columns && !isNames; ++column) {
+            table.forms[column].Add(record.cells[column]);
+        }
+    }
+}
+
 } // namespace
+
+std::string_view FindMark(std::string_view line, const std::vector<std::string>& marks) noexcept
+{
+    line = Values::Trim(line);
+    for (const std::string& mark : marks) {
+        if (line.substr(0, mark.size()) == mark) {
+            return mark;
+        }
+    }
+    return {};
+}
 
 TableHead FindTable(std::string_view text, const Candidate& candidate, const ShapeRequest& request)
 {
@@ -878,6 +915,7 @@ TableHead FindTable(std::string_view text, const Candidate& candidate, const Sha
     table.columns = candidate.fields;
     std::vector<HeadRecord> head = CutHead(text, candidate, request);
     if (head.empty()) {
+        LookAtRows(head, 0, table);
         return table;
     }
     const auto addLine = [&](const HeadRecord& record, ELineKind kind) {
@@ -982,6 +1020,7 @@ TableHead FindTable(std::string_view text, const Candidate& candidate, const Sha
             JoinNames(head[namesRows[index]], index + 1 < namesRows.size(), table.columnNames);
         }
     }
+    LookAtRows(head, row, table);
     if (row < head.size()) {
         table.firstRow = head[row].byte;
         table.firstRowLine = head[row].line;

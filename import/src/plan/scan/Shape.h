@@ -62,6 +62,10 @@ struct TableHead
     std::vector<std::string> columnNames; ///< of `columns` texts when there are names
     /// The cells of each line of names as they stand, trimmed; none of a comment line.
     std::vector<std::vector<std::string>> namesCells;
+    /// What the columns' cells look like in the rows of the head.
+    std::vector<CellForm> forms;
+    /// Marks of comments that no row of the head begins with.
+    std::vector<std::string> commentMarks;
     std::size_t namesFields = 0; ///< fields of the names line
     std::size_t namesVotes = 0;  ///< columns in which row 1 is a text over other values
     std::size_t dataVotes = 0;   ///< columns in which row 1 is a value like the others
@@ -74,12 +78,17 @@ struct TableHead
 struct ShapeRequest
 {
     ELineEnds lineEnds = ELineEnds::Feeds;
+    bool joinsFeeds = false; ///< see Dialect
     bool isUtf8 = true;
     bool isWhole = true; ///< the text is the whole file
     bool hasGivenDialect = false;
     Dialect given;
     int names = -1; ///< given: 0 no names, 1 names; -1 not given
 };
+
+/// The mark that a line begins with, out of the list; empty for none.
+[[nodiscard]] std::string_view FindMark(std::string_view line,
+                                        const std::vector<std::string>& marks) noexcept;
 
 /// Dialects in the order of their scores, the best first; never empty. Cost: a few passes over the
 /// first 64 KiB.

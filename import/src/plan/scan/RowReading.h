@@ -1,0 +1,45 @@
+// Rows that the plain rules cut into another count of fields, read in the cheapest way that gives
+// the table's count.
+#pragma once
+
+#include "CellForm.h"
+#include "Records.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+#include <vector>
+
+namespace Orvane::Import::Scan {
+
+/// Reads one line that has stray or missing quotes.
+///
+/// Each quote may open, close, stand for itself or be one of a pair; a quote may be missing. Of all
+/// readings with the count of fields the one with the fewest oddities is chosen, where it is the
+/// only one, or the only one of two whose cells look like those of their columns.
+/// @param line without its line end
+/// @param offset where it begins, for the positions of fields
+/// @param forms of the columns; may be empty
+/// @param cost how much was compared, for a caller's budget
+/// @return whether there is such a reading; then `fields` holds it
+[[nodiscard]] bool ReadQuotes(std::string_view line,
+                              std::size_t offset,
+                              const Dialect& dialect,
+                              std::size_t count,
+                              const std::vector<CellForm>& forms,
+                              std::vector<Field>& fields,
+                              std::uint64_t& cost);
+
+/// Removes empty cells from a row that has more than `count` fields: those after which all cells
+/// look like those of their columns, where that is one place only. @return whether it was done
+[[nodiscard]] bool DropEmptyCells(std::string_view text,
+                                  std::size_t count,
+                                  const std::vector<CellForm>& forms,
+                                  std::vector<Field>& fields);
+
+/// Whether the cells look like those of their columns, and at least two columns tell.
+[[nodiscard]] bool DoCellsFit(std::string_view text,
+                              const std::vector<Field>& fields,
+                              const std::vector<CellForm>& forms);
+
+} // namespace Orvane::Import::Scan

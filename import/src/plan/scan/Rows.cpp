@@ -1,0 +1,444 @@
+// Each record is looked at once; what only the end tells is told at the end.
+#include "Rows.h"
+
+#include "../values/FoldedCell.h"
+
+#include <algorithm>
+#include <set>
+#include <utility>
+
+namespace Orvane::Import::Scan {
+
+namespace {
+
+using Values::ECell;
+
+constexpr std::size_t kMostShort = 4096;
+constexpr std::size_t kMostShortBytes = std::size_t{4} << 20U;
+/// Fewer rows of another count make no table.
+constexpr std::uint64_t kFewestRows = 3;
+
+std::string_view FirstLineOf(std::string_view text, const Record& record)
+{
+    text = text.substr(record.begin, record.next - record.begin);
+    return text.substr(0, std::min(text.find_first_of("\r\n"), text.size()));
+}
+
+std::uint64_t SizeBit(std::size_t size)
+{
+    return std::uint64_t{1} << std::min<std::size_t>(size, 63);
+}
+
+std::string_view TrimName(std::string_view cell)
+{
+    return Values::Trim(cell).substr(0, kMostNameBytes);
+}
+
+} // namespace
+
+Rows::Rows(const ScanRequest& request, ScanFacts& facts)
+    : m_request(request)
+    , m_facts(facts)
+    , m_columns(request.head.columns)
+{
+    // Many columns share the memory.
+    const std::size_t slots = m_columns <= 1024 ? 64 : (m_columns <= 16384 ? 8 : 2);
+    m_profiles.assign(m_columns, ColumnProfile(slots));
+    for (const std::vector<std::string>& names : request.head.namesCells) {
+        m_names.insert(names.begin(), names.end());
+    }
+    m_names.erase(std::string());
+    for (const std::string& name : m_names) {
+        m_nameSizes.at(static_cast<unsigned char>(name.front())) |= SizeBit(name.size());
+    }
+}
+
+std::size_t Rows::ColumnOf(std::size_t field) const
+{
+    return m_order.empty() ? field : m_order[field];
+}
+
+bool Rows::IsApart(std::string_view firstCell, std::size_t line) const
+{
+    // A blank line, or one of nothing but separators.
+    if (line <= m_columns) {
+        return true;
+    }
+    return IsName(TrimName(firstCell));
+}
+
+bool Rows::IsName(std::string_view cell) const
+{
+    return !cell.empty() &&
+           (m_nameSizes.at(static_cast<unsigned char>(cell.front())) & SizeBit(cell.size())) != 0 &&
+           m_names.contains(std::string(cell));
+}
+
+void Rows::AddRun(std::size_t fields, std::uint64_t rows, const Position& position)
+{
+    std::vector<RowRun>& runs = m_facts.runs;
+    if (fields == 0 && (runs.empty() || runs.back().fields != 0)) {
+        ++m_blankRuns;
+    }
+    if (!runs.empty() && runs.back().fields == fields) {
+        runs.back().rows += rows;
+    } else if (runs.size() < ScanFacts::kMostRuns) {
+        runs.push_back({position, fields, rows});
+    } else {
+        m_facts.hasMoreRuns = true;
+    }
+    m_facts.mostFields = std::max(m_facts.mostFields, fields);
+    m_isAfterBlank = fields == 0;
+    m_facts.endsInsideRow = false;
+    if (fields == m_columns) {
+        m_facts.rows += rows;
+        m_lastRun = runs.size();
+        m_judged = m_short.size();
+        m_blankRunsAtRow = m_blankRuns;
+    }
+}
+
+void Rows::AddPiece(Piece::EKind kind,
+                    const Position& position,
+                    std::uint64_t lines,
+                    std::string_view line)
+{
+    if (m_facts.pieces.size() < ScanFacts::kMostPieces) {
+        m_facts.pieces.push_back(
+            {kind, position, lines, std::string(line.substr(0, kExampleBytes * 2))});
+    }
+}
+
+void Rows::AddRows(const char* text,
+                   const std::uint32_t* ends,
+                   std::size_t rows,
+                   std::uint64_t byte)
+{
+    AddRun(m_columns, rows, {m_line, byte + (ends[-1] + 1U)});
+    for (std::size_t field = 0; field < m_columns; ++field) {
+        m_profiles[ColumnOf(field)].AddRun({text, ends + field, m_columns, rows, m_line, byte});
+    }
+    m_line += rows;
+    m_facts.lastRowLine = m_line - 1;
+}
+
+bool Rows::AddNamesAgain(const std::vector<std::string_view>& cells,
+                         const Position& position,
+                         std::string_view line)
+{
+    const auto isSame = [&](const std::vector<std::string>& names) {
+        return std::equal(cells.begin(), cells.end(), names.begin(), names.end());
+    };
+    const auto& lines = m_request.head.namesCells;
+    const bool isAgain = std::any_of(lines.begin(), lines.end(), isSame);
+    if (isAgain) {
+        if (!m_order.empty()) {
+            m_order.clear();
+            std::vector<std::size_t> columns(m_columns);
+            for (std::size_t column = 0; column < m_columns; ++column) {
+                columns[column] = column;
+            }
+            m_facts.orders.push_back({position.line, std::move(columns)});
+        }
+    } else {
+        // Rule: the same names in another order: from here on columns follow the names.
+        if (lines.size() != 1 || cells.size() != m_columns ||
+            m_facts.orders.size() >= ScanFacts::kMostPieces) {
+            return false;
+        }
+        const std::vector<std::string>& names = lines.front();
+        if (std::set<std::string_view>(cells.begin(), cells.end()).size() != names.size() ||
+            std::set<std::string_view>(names.begin(), names.end()).size() != names.size()) {
+            return false;
+        }
+        std::vector<std::size_t> columns;
+        for (const std::string_view cell : cells) {
+            const auto found = std::find(names.begin(), names.end(), cell);
+            if (found == names.end()) {
+                return false;
+            }
+            columns.push_back(static_cast<std::size_t>(found - names.begin()));
+        }
+        m_order = columns;
+        m_facts.orders.push_back({position.line, std::move(columns)});
+    }
+    m_facts.repeatedNames.Add(position, line);
+    AddPiece(Piece::EKind::RepeatedNames, position, 1, line);
+    return true;
+}
+
+bool Rows::AreOtherNames(const std::vector<std::string_view>& cells) const
+{
+    std::size_t typed = 0;
+    std::set<std::string_view> seen;
+    for (std::size_t index = 0; index < cells.size(); ++index) {
+        const std::string_view cell = Values::Trim(cells[index]);
+        if (cell.empty()) {
+            continue;
+        }
+        const ECell kind = Values::ReadCell(cell).cell;
+        if (kind != ECell::Text || !seen.insert(cell).second) {
+            return false;
+        }
+        typed += index < m_columns && m_profiles[ColumnOf(index)].IsMisfit(cell) ? 1U : 0U;
+    }
+    return typed > 0 && seen.size() >= 2 && seen.size() * 2 > cells.size();
+}
+
+void Rows::AddRecord(std::string_view text, std::uint64_t byte, const Record& record)
+{
+    const Position position{m_line, byte};
+    m_line += record.lines;
+    m_facts.continuations += record.lines - 1;
+    m_facts.openers += record.openers;
+    if (m_isOver) {
+        return;
+    }
+    const std::string_view line = FirstLineOf(text, record);
+    if (record.isBlank) {
+        AddRun(0, 1, position);
+        m_facts.blanks.Add(position, {});
+        return;
+    }
+    if (record.strays > 0) {
+        m_facts.strays.Add(position, line);
+    }
+    if (record.unclosed > 0) {
+        m_facts.unclosed.Add(position, line);
+    }
+    m_facts.repairs.at(static_cast<std::size_t>(record.repair)).Add(position, line);
+    const std::size_t fields = record.fields.size();
+    m_cells.clear();
+    for (std::size_t index = 0; index < fields; ++index) {
+        m_cells.push_back(TrimName(record.Cell(text, index)));
+    }
+    const bool isNamed = m_request.head.names == ENames::Found;
+    if (isNamed && IsName(m_cells.front()) && AddNamesAgain(m_cells, position, line)) {
+        return;
+    }
+    // Rule: names of another table begin it, after a blank line or with more columns.
+    if (isNamed && m_facts.rows > 0 && (m_isAfterBlank || fields > m_columns) &&
+        fields >= m_columns && AreOtherNames(m_cells)) {
+        m_isOver = true;
+        m_facts.furtherTables.Add(position, line);
+        AddPiece(Piece::EKind::FurtherTable, position, 0, line);
+        return;
+    }
+    if (fields == m_columns) {
+        AddCells(text, record, position);
+        return;
+    }
+    AddUneven(text, record, position, line);
+}
+
+void Rows::AddUneven(std::string_view text,
+                     const Record& record,
+                     const Position& position,
+                     std::string_view line)
+{
+    const std::size_t fields = record.fields.size();
+    if (fields > m_columns) {
+        std::size_t index = m_columns;
+        while (index < fields && Values::Trim(record.Cell(text, index)).empty()) {
+            ++index;
+        }
+        // Rule: surplus empty cells are trailing separators, unless the others fit only shifted.
+        const std::vector<std::string> cells(
+            m_cells.begin(), m_cells.begin() + static_cast<std::ptrdiff_t>(m_columns));
+        if (index == fields && !IsMisfit(cells)) {
+            m_facts.trailing.Add(position, line);
+            AddCells(text, record, position);
+            return;
+        }
+    }
+    if (!FindMark(line, m_request.head.commentMarks).empty()) {
+        m_facts.comments.Add(position, line);
+        return;
+    }
+    if (m_facts.counts.size() < ScanFacts::kMostCounts || m_facts.counts.contains(fields)) {
+        m_facts.counts[fields].Add(position, line);
+    }
+    if (fields > m_columns) {
+        m_facts.longer.Add(position, line);
+        AddRun(fields, 1, position);
+        return;
+    }
+    AddRun(fields, 1, position);
+    AddShort(text, record, position, line);
+}
+
+void Rows::AddShort(std::string_view text,
+                    const Record& record,
+                    const Position& position,
+                    std::string_view line)
+{
+    m_facts.endsInsideRow = !record.isEnded;
+    ShortRecord kept{
+        position, position.line + record.lines - 1, {}, {}, m_facts.runs.size(), m_blankRuns};
+    for (std::size_t index = 0; index < record.fields.size(); ++index) {
+        kept.cells.emplace_back(record.Cell(text, index));
+        m_shortBytes += kept.cells.back().size() + sizeof(std::string);
+    }
+    kept.line = std::string(line.substr(0, kExampleBytes * 2));
+    if (m_short.size() < kMostShort && m_shortBytes < kMostShortBytes) {
+        m_short.push_back(std::move(kept));
+    } else if (IsMisfit(kept.cells)) {
+        m_facts.misfits.Add(position, line);
+    } else {
+        AddShortRow(kept);
+    }
+}
+
+bool Rows::IsMisfit(const std::vector<std::string>& cells) const
+{
+    for (std::size_t index = 0; index < cells.size(); ++index) {
+        if (m_profiles[ColumnOf(index)].IsMisfit(cells[index])) {
+            return true;
+        }
+    }
+    return false;
+}
+
+void Rows::AddCells(std::string_view text, const Record& record, const Position& position)
+{
+    AddRun(m_columns, 1, position);
+    m_facts.lastRowLine = position.line + record.lines - 1;
+    std::uint64_t line = position.line;
+    for (std::size_t index = 0; index < m_columns; ++index) {
+        const Field& field = record.fields[index];
+        const std::string_view cell = field.In(text);
+        m_profiles[ColumnOf(index)].Add(
+            cell, {line, position.byte + (field.begin - record.begin)}, field.isQuoted);
+        if (record.lines > 1 && field.isQuoted) {
+            line += static_cast<std::uint64_t>(std::count(cell.begin(), cell.end(), '\n'));
+        }
+    }
+}
+
+void Rows::AddShortRow(const ShortRecord& record)
+{
+    m_facts.shorter.Add(record.position, record.line);
+    ++m_facts.rows;
+    m_facts.lastRowLine = std::max(m_facts.lastRowLine, record.lastLine);
+    std::string padded;
+    for (std::size_t index = 0; index < m_columns; ++index) {
+        const bool isThere = index < record.cells.size();
+        // Profiles read some bytes past a cell.
+        padded = isThere ? record.cells[index] : std::string();
+        const std::size_t size = padded.size();
+        padded.resize(size + 64);
+        m_profiles[ColumnOf(index)].Add(
+            std::string_view(padded).substr(0, size), record.position, false);
+    }
+}
+
+bool Rows::IsInFurtherTable(const Position& position) const
+{
+    return std::any_of(m_facts.pieces.begin(), m_facts.pieces.end(), [&](const Piece& piece) {
+        return piece.kind == Piece::EKind::FurtherTable && position.line >= piece.position.line &&
+               position.line < piece.position.line + piece.lines;
+    });
+}
+
+void Rows::FindFurtherTables()
+{
+    const std::vector<RowRun>& runs = m_facts.runs;
+    for (std::size_t index = 0; index < runs.size() && !m_facts.hasMoreRuns; ++index) {
+        const RowRun& run = runs[index];
+        const bool isOther = run.fields >= 2 && run.fields != m_columns && run.rows >= kFewestRows;
+        if (!isOther || m_facts.rows == 0) {
+            continue;
+        }
+        const bool isAfterBlank = index == 0 || runs[index - 1].fields == 0;
+        const bool isBeforeBlank = index + 1 == runs.size() || runs[index + 1].fields == 0;
+        const bool isAfterTable = index >= m_lastRun;
+        // Without a blank line other names tell a table from rows that lack cells.
+        const auto first = std::find_if(m_short.begin(), m_short.end(), [&](const auto& record) {
+            return record.position.byte == run.position.byte;
+        });
+        const bool hasNames =
+            first != m_short.end() && AreOtherNames({first->cells.begin(), first->cells.end()});
+        if ((isAfterBlank && (isAfterTable || isBeforeBlank)) || (isAfterTable && hasNames)) {
+            // After the table's last row everything is of further tables.
+            const std::uint64_t end =
+                index + 1 < runs.size() && !isAfterTable ? runs[index + 1].position.line : m_line;
+            m_facts.furtherTables.Add(run.position, first != m_short.end() ? first->line : "");
+            AddPiece(Piece::EKind::FurtherTable,
+                     run.position,
+                     end - run.position.line,
+                     first != m_short.end() ? std::string_view(first->line) : std::string_view());
+            if (isAfterTable) {
+                return;
+            }
+        }
+    }
+}
+
+void Rows::JudgeShortRecords()
+{
+    // Rule: a short last line without an ending was cut, unless many rows are as short.
+    const bool isRagged = m_short.size() * 20 > m_facts.rows;
+    bool isCut = false;
+    if (m_facts.endsInsideRow && !m_isOver && !m_short.empty()) {
+        const ShortRecord& last = m_short.back();
+        const auto alike = std::count_if(m_short.begin(), m_short.end(), [&](const auto& record) {
+            return record.cells.size() == last.cells.size();
+        });
+        const bool isAfterBlank = last.blanks != m_blankRunsAtRow;
+        isCut = !(isRagged && alike > 1) && !isAfterBlank && m_facts.rows > 0;
+    }
+    m_facts.endsInsideRow = isCut;
+    bool isFooter = false;
+    for (std::size_t index = 0; index < m_short.size(); ++index) {
+        const ShortRecord& record = m_short[index];
+        if (IsInFurtherTable(record.position)) {
+            isFooter = isFooter || index >= m_judged;
+            continue;
+        }
+        if (isCut && index + 1 == m_short.size()) {
+            break;
+        }
+        const bool isMisfit = IsMisfit(record.cells);
+        if (index >= m_judged && m_facts.rows > 0) {
+            // Rule: what stands after the last whole row is a footer once a blank line, a lone
+            // cell or a cell that fits no row has come.
+            const bool isLone = record.cells.size() == 1 && m_columns > 2;
+            isFooter = isFooter || record.blanks != m_blankRunsAtRow || isLone || isMisfit;
+            if (isFooter) {
+                m_facts.footers.Add(record.position, record.line);
+                AddPiece(Piece::EKind::Footer,
+                         record.position,
+                         record.lastLine - record.position.line + 1,
+                         record.line);
+                continue;
+            }
+        }
+        if (isMisfit) {
+            m_facts.misfits.Add(record.position, record.line);
+        } else {
+            AddShortRow(record);
+        }
+    }
+}
+
+void Rows::Finish()
+{
+    if (m_isOver) {
+        Piece& last = m_facts.pieces.back();
+        last.lines = m_line - last.position.line;
+    }
+    FindFurtherTables();
+    JudgeShortRecords();
+    m_facts.repairs[0] = {};
+    std::stable_sort(
+        m_facts.pieces.begin(), m_facts.pieces.end(), [](const Piece& a, const Piece& b) {
+            return a.position.line < b.position.line;
+        });
+    m_facts.columns.reserve(m_columns);
+    for (ColumnProfile& profile : m_profiles) {
+        m_facts.columns.push_back(profile.Finish());
+        profile = ColumnProfile(2);
+    }
+}
+
+} // namespace Orvane::Import::Scan

@@ -1,0 +1,106 @@
+// The records of a table as they come: rows, and what stands among and after them.
+#pragma once
+
+#include "FileScan.h"
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <unordered_set>
+#include <vector>
+
+namespace Orvane::Import::Scan {
+
+/// Tells rows from other records, and adds their cells to the profiles of the columns.
+///
+/// Records with fewer fields than the table are kept until the end, when it is known what the
+/// columns hold and which was the last whole row: their number is bounded, and past the bound they
+/// are judged by what is known then.
+/// Use: AddRows and AddRecord in the order of the text, then Finish once.
+class Rows
+{
+public:
+    Rows(const ScanRequest& request, ScanFacts& facts);
+
+    [[nodiscard]] std::uint64_t Line() const noexcept { return m_line; }
+
+    void SetLine(std::uint64_t line) noexcept { m_line = line; }
+
+    /// Whether rows are no longer those of the table.
+    [[nodiscard]] bool IsOver() const noexcept { return m_isOver; }
+
+    /// Whether a row of the table's count needs a look of its own by its first cell and its size.
+    /// @param line bytes from the row's begin to its last field's end
+    [[nodiscard]] bool IsApart(std::string_view firstCell, std::size_t line) const;
+
+    /// Adds rows of the table's count without quotes, one per line.
+    /// @param ends where fields end, `rows` times the table's count; one position stands before
+    /// @param byte where the text begins
+    void AddRows(const char* text, const std::uint32_t* ends, std::size_t rows, std::uint64_t byte);
+
+    /// @param text that the record's positions count in, at `byte` of the whole
+    void AddRecord(std::string_view text, std::uint64_t byte, const Record& record);
+
+    /// Judges what was kept, and hands the columns over to the facts.
+    void Finish();
+
+private:
+    /// A record with fewer fields that waits for its verdict.
+    struct ShortRecord
+    {
+        Position position;
+        std::uint64_t lastLine = 0;
+        std::vector<std::string> cells;
+        std::string line;
+        std::size_t run = 0;    ///< of the facts' runs
+        std::size_t blanks = 0; ///< runs of blank lines before it
+    };
+
+    void AddRun(std::size_t fields, std::uint64_t rows, const Position& position);
+    void AddPiece(Piece::EKind kind,
+                  const Position& position,
+                  std::uint64_t lines,
+                  std::string_view line);
+    bool AddNamesAgain(const std::vector<std::string_view>& cells,
+                       const Position& position,
+                       std::string_view line);
+    void AddUneven(std::string_view text,
+                   const Record& record,
+                   const Position& position,
+                   std::string_view line);
+    void AddShort(std::string_view text,
+                  const Record& record,
+                  const Position& position,
+                  std::string_view line);
+    void AddCells(std::string_view text, const Record& record, const Position& position);
+    void AddShortRow(const ShortRecord& record);
+    void JudgeShortRecords();
+    void FindFurtherTables();
+    [[nodiscard]] bool IsName(std::string_view cell) const;
+    [[nodiscard]] bool IsInFurtherTable(const Position& position) const;
+    [[nodiscard]] bool AreOtherNames(const std::vector<std::string_view>& cells) const;
+    [[nodiscard]] bool IsMisfit(const std::vector<std::string>& cells) const;
+    [[nodiscard]] std::size_t ColumnOf(std::size_t field) const;
+
+    const ScanRequest& m_request;
+    ScanFacts& m_facts;
+    std::size_t m_columns;
+    std::vector<ColumnProfile> m_profiles;
+    std::unordered_set<std::string> m_names;      ///< all cells of the names
+    std::array<std::uint64_t, 256> m_nameSizes{}; ///< by first byte, a bit for each size
+    std::vector<std::size_t> m_order;             ///< empty: as the names stand
+    std::vector<ShortRecord> m_short;
+    std::size_t m_shortBytes = 0;
+    std::size_t m_judged = 0;  ///< of m_short: those before the last whole row
+    std::uint64_t m_line = 1;  ///< of the next record
+    std::size_t m_lastRun = 0; ///< the last run of whole rows, plus one
+    std::size_t m_blankRuns = 0;
+    std::size_t m_blankRunsAtRow = 0; ///< m_blankRuns when the last whole row came
+    std::vector<std::string_view> m_cells;
+    bool m_isAfterBlank = false;
+    bool m_isOver = false; ///< another table of the same count has begun
+};
+
+} // namespace Orvane::Import::Scan
