@@ -5,7 +5,7 @@
 Each file is imported with no option into a GeoPackage; where the program asks, its first answer is used. The
 files are the nasty ones of nasty.py, whose content is known by construction, and, where the folder of test
 data is there, its real files, read here with Python's codecs and csv as shared_files.py says. Targets are read
-with GDAL. A row or a cell may differ only where the program lists it: as a bad row with its line, or as lines
+with GDAL. The files of the folder are also imported as texts without points, to CSV. A row or a cell may differ only where the program lists it: as a bad row with its line, or as lines
 that it names as no rows. The exit status is 1 when anything else differs, when a file that cannot be decided
 was decided, or when the program ends in no way that it promises.
 
@@ -332,7 +332,37 @@ class Verdict:
         self.gdal = None
 
 
+def read_text(path, has_names):
+    """A written CSV file, every cell a text."""
+    with open(path, encoding="utf-8", newline="") as stream:
+        rows = list(csv.reader(stream))
+    names = rows.pop(0) if has_names and rows else []
+    width = max(map(len, rows), default=len(names))
+    # A line without any separator that is empty is a row of one empty cell.
+    return target.Target(names, [((row or [""]) + [""] * (width - len(row)), None) for row in rows])
+
+
+def judge_text(case, folder):
+    """Judges the import of attributes alone, every cell as the text it is, to CSV."""
+    out = pathlib.Path(folder) / "out.csv"
+    status, said, report = run(case.path, out, ["--no-points", "--all-text"])
+    result = Import(status, said, report, out, [])
+    if not out.exists():
+        return Verdict(case, "refuse", faults=[] if status == 1 and said.strip() else [f"status {status}: {said}"],
+                       said=said.strip())
+    bad, others = listed(result)
+    found = read_text(out, bool(case.names))
+    case.xyz = None
+    comparison = compare(case, found, bad, others, has_points=False)
+    faults = list(comparison.differences)
+    if status != 0 and not faults:
+        faults.append(f"status {status}: {said.splitlines()[0] if said else ''}")
+    return Verdict(case, "import", comparison, faults, said.strip())
+
+
 def judge(case, folder):
+    if case.group == "text":
+        return judge_text(case, folder)
     out = pathlib.Path(folder) / "out.gpkg"
     result = import_file(case.path, out)
     said = result.said.strip()
@@ -398,6 +428,12 @@ def suite_cases(only=""):
         yield file_case("suite", expected, outcomes=("import", "ask", "refuse"))
 
 
+def text_cases(only=""):
+    """The files of the folder of test data once more, to be imported as texts."""
+    for expected in [*shared_files.point_files(only), *shared_files.suite_files(only), *shared_files.survey_files(only)]:
+        yield file_case("text", expected, outcomes=("import", "refuse"))
+
+
 def gdal_comparison(case):
     """What GDAL's own reader makes of a file, compared alike; a text where it cannot read it."""
     found = target.read_by_gdal(case.path)
@@ -409,7 +445,7 @@ def gdal_comparison(case):
 def judged(case, with_gdal):
     with tempfile.TemporaryDirectory() as folder:
         verdict = judge(case, folder)
-    if with_gdal:
+    if with_gdal and case.group != "text":
         verdict.gdal = gdal_comparison(case)
     return verdict
 
@@ -418,14 +454,14 @@ def main():
     parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
     parser.add_argument("--report", help="write the tables as Markdown to this file")
     parser.add_argument("--only", default="", help="files whose name or trouble holds this text")
-    parser.add_argument("--group", default="", help="nasty, real or suite")
+    parser.add_argument("--group", default="", help="nasty, real, suite or text")
     parser.add_argument("--details", action="store_true", help="say what the program said")
     parser.add_argument("--gdal", action="store_true", help="compare GDAL's own reader as well")
     arguments = parser.parse_args()
     with tempfile.TemporaryDirectory() as folder, ThreadPoolExecutor(2) as pool:
         only = arguments.only
         groups = {"nasty": lambda: nasty_cases(folder, only), "real": lambda: real_cases(only),
-                  "suite": lambda: suite_cases(only)}
+                  "suite": lambda: suite_cases(only), "text": lambda: text_cases(only)}
         if not shared_files.FOLDER.is_dir():
             groups = {"nasty": groups["nasty"]}
         cases = [case for group, make in groups.items() if arguments.group in group for case in make()]

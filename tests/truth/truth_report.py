@@ -74,21 +74,23 @@ def first_words(verdict):
 def summary(verdicts):
     lines = ["| Files | | Rows | Cells | Differ, not listed | Listed rows | Import | Ask | Refused | GDAL: not read | GDAL: differ |",
              "|---|---|---|---|---|---|---|---|---|---|---|"]
-    titles = {"real": "real point files", "nasty": "made files, a trouble each", "suite": "files of public suites"}
-    for group in ("real", "nasty", "suite"):
+    titles = {"real": "real point files", "nasty": "made files, a trouble each", "suite": "files of public suites",
+              "text": "real files and suites, every cell as text, to CSV"}
+    for group in ("real", "nasty", "suite", "text"):
         some = [verdict for verdict in verdicts if verdict.case.group == group]
         if not some:
             continue
         differ = sum(v.comparison.changed_cells + v.comparison.lost_rows for v in some)
         faults = sum(bool(v.faults) for v in some)
         gdal_texts = sum(isinstance(v.gdal, str) for v in some)
-        gdal_differ = sum(not isinstance(v.gdal, str) and bool(v.gdal.changed_cells or v.gdal.lost_rows) for v in some)
+        gdal_differ = sum(isinstance(v.gdal, audit.Comparison) and bool(v.gdal.changed_cells or v.gdal.lost_rows)
+                          for v in some)
         lines.append(
             f"| {titles[group]} | {len(some)} | {sum(v.comparison.rows for v in some):,} | "
             f"{sum(v.comparison.cells for v in some):,} | {differ:,} in {faults} files | "
             f"{sum(v.comparison.listed_rows for v in some):,} | "
             + " | ".join(str(sum(v.outcome == outcome for v in some)) for outcome in ("import", "ask", "refuse"))
-            + f" | {gdal_texts} | {gdal_differ} |")
+            + (f" | {gdal_texts} | {gdal_differ} |" if group != "text" else " | | |"))
     return lines
 
 
@@ -155,7 +157,7 @@ def write(path, verdicts):
     """Writes the page."""
     real = [verdict for verdict in verdicts if verdict.case.group == "real"]
     made = [verdict for verdict in verdicts if verdict.case.group == "nasty"]
-    suite = [verdict for verdict in verdicts if verdict.case.group == "suite"
+    suite = [verdict for verdict in verdicts if verdict.case.group in ("suite", "text")
              and (verdict.faults or verdict.outcome == "refuse")]
     lines = [INTRODUCTION.format(gdal=gdal.__version__), *summary(verdicts)]
     if real:
