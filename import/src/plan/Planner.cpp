@@ -491,7 +491,8 @@ Plan MakePlan(const std::string& path, const PlanRequest& request)
         return Scan::ScanFile(source, scan);
     };
     Scan::ScanFacts facts = look(candidates.front());
-    std::uint64_t most = facts.rows;
+    // Another table may be as long as the first.
+    std::uint64_t most = facts.rows * 2;
     std::size_t fields = 0;
     for (const auto& [count, found] : facts.counts) {
         if (count >= 2 && found.count > most) {

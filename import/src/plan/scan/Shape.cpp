@@ -76,6 +76,23 @@ double FindSteady(const std::vector<std::size_t>& counts)
     return counts.empty() ? 0 : static_cast<double>(steady) / static_cast<double>(counts.size());
 }
 
+/// The count of the first run of ten or more records with two or more fields; 0 without one.
+std::size_t FindFirstSteady(const std::vector<std::size_t>& counts)
+{
+    constexpr std::size_t kFewest = 10;
+    for (std::size_t at = 0; at < counts.size();) {
+        std::size_t end = at;
+        while (end < counts.size() && counts[end] == counts[at]) {
+            ++end;
+        }
+        if (end - at >= kFewest && counts[at] >= 2) {
+            return counts[at];
+        }
+        at = end;
+    }
+    return 0;
+}
+
 /// @param canBeShort whether rows may lack cells; blanks in texts make records of any count
 Mode FindMode(const std::vector<std::size_t>& counts, bool canBeShort)
 {
@@ -85,9 +102,13 @@ Mode FindMode(const std::vector<std::size_t>& counts, bool canBeShort)
     }
     Mode mode;
     std::size_t most = 0;
+    const std::size_t first = FindFirstSteady(counts);
     for (const auto& [fields, frequency] : frequencies) {
-        // Of equal frequencies the larger count: short lines are titles.
-        if (frequency >= most) {
+        // Of equal frequencies the larger count: short lines are titles. Of tables one after the
+        // other that are about as long the first.
+        const bool isFirst = fields == first && frequency * 10 >= most * 9;
+        const bool isAfterFirst = mode.fields == first && frequency * 9 <= most * 10 && most > 0;
+        if ((frequency >= most && !isAfterFirst) || isFirst) {
             most = frequency;
             mode.fields = fields;
         }
@@ -125,6 +146,7 @@ Candidate Try(std::string_view text, const Dialect& dialect, bool isWhole)
     RecordCutter cutter(dialect);
     Record record;
     std::vector<std::size_t> counts;
+    std::vector<std::size_t> cleanCounts;
     Candidate candidate;
     candidate.dialect = dialect;
     double typed = 0;
@@ -138,6 +160,10 @@ Candidate Try(std::string_view text, const Dialect& dialect, bool isWhole)
             continue;
         }
         counts.push_back(record.fields.size());
+        if (record.strays + record.unclosed == 0) {
+            cleanCounts.push_back(record.fields.size());
+        }
+        candidate.strays += record.strays;
         candidate.openers += record.openers;
         const std::size_t looked = std::min<std::size_t>(record.fields.size(), 64);
         for (std::size_t index = 0; index < looked; ++index) {
@@ -148,7 +174,15 @@ Candidate Try(std::string_view text, const Dialect& dialect, bool isWhole)
     }
     const bool canBeShort =
         dialect.separation == ESeparation::Character && dialect.separator != ' ';
-    const Mode mode = FindMode(counts, canBeShort);
+    // Rule: stray quotes make counts of their own, which say nothing of the table's.
+    const bool areMostClean =
+        cleanCounts.size() < counts.size() && cleanCounts.size() * 2 >= counts.size();
+    Mode mode = FindMode(areMostClean ? cleanCounts : counts, canBeShort);
+    if (areMostClean) {
+        const auto same = std::count(counts.begin(), counts.end(), mode.fields);
+        mode.support =
+            (mode.support + static_cast<double>(same) / static_cast<double>(counts.size())) / 2;
+    }
     candidate.fields = mode.fields;
     candidate.support = mode.support;
     candidate.steady = mode.steady;
@@ -314,7 +348,8 @@ void TryQuotes(std::string_view text,
         dialect.hasBackslashes = true;
         Candidate escaped = Try(text, dialect, isWhole);
         dialect.hasBackslashes = false;
-        if (escaped.support > plain.support) {
+        if (escaped.support > plain.support ||
+            (escaped.support >= plain.support * 0.99 && escaped.strays < plain.strays)) {
             plain = escaped;
         }
     }
@@ -540,6 +575,7 @@ struct SampleColumn
     std::size_t values = 0;
     std::size_t texts = 0;
     std::size_t withDigits = 0;
+    std::size_t booleans = 0;
     std::size_t quoted = 0;
     bool isTyped = false;
     std::set<std::string> distinct;
@@ -564,6 +600,7 @@ SampleColumns(const std::vector<HeadRecord>& head, std::size_t from, std::size_t
             SampleColumn& sample = samples[column];
             ++sample.values;
             sample.texts += kind == ECell::Text ? 1U : 0U;
+            sample.booleans += kind == ECell::Boolean ? 1U : 0U;
             sample.quoted += head[row].isQuoted[column] ? 1U : 0U;
             sample.withDigits += std::any_of(cell.begin(), cell.end(), Values::IsDigit) ? 1U : 0U;
             if (sample.distinct.size() < 256) {
@@ -732,8 +769,9 @@ bool IsFurtherNames(const HeadRecord& record,
         if (kind == ECell::Empty || kind == ECell::NullWord) {
             continue;
         }
-        const bool isWord = kind == ECell::Text || kind == ECell::Boolean;
-        if (!isWord || (kind == ECell::Boolean && samples[column].distinct.contains(cell))) {
+        const bool isWord =
+            kind == ECell::Text || (kind == ECell::Boolean && samples[column].booleans == 0);
+        if (!isWord || samples[column].distinct.contains(cell)) {
             return false;
         }
         ++filled;
@@ -791,6 +829,49 @@ void JoinNames(const HeadRecord& record, bool isInherited, std::vector<std::stri
     }
 }
 
+/// A text of one record that holds words alone, each of them once.
+bool IsLineOfWords(const std::vector<HeadRecord>& head, std::size_t row)
+{
+    for (std::size_t index = row + 1; index < head.size(); ++index) {
+        if (!head[index].isBlank) {
+            return false;
+        }
+    }
+    const std::vector<std::string>& cells = head[row].cells;
+    return cells.size() > 1 &&
+           std::set<std::string>(cells.begin(), cells.end()).size() == cells.size() &&
+           std::all_of(cells.begin(), cells.end(), [](const std::string& cell) {
+               return Values::ReadCell(cell).cell == ECell::Text;
+           });
+}
+
+/// Cuts a line anew by the separator that gives it the table's count of fields, where there is one.
+bool CutByOtherSeparator(const Dialect& dialect, std::size_t columns, HeadRecord& record)
+{
+    if (dialect.separation != ESeparation::Character || columns < 3) {
+        return false;
+    }
+    for (const char separator : {',', ';', '\t', '|', ' '}) {
+        Dialect other = dialect;
+        other.separator = separator;
+        other.skipsBlanks = false;
+        RecordCutter cutter(other);
+        Record cut;
+        if (separator == dialect.separator || !cutter.Cut(record.text, 0, true, 0, cut) ||
+            cut.fields.size() != columns || cut.strays + cut.unclosed > 0) {
+            continue;
+        }
+        record.cells.clear();
+        record.isQuoted.clear();
+        for (const Field& field : cut.fields) {
+            record.cells.emplace_back(field.In(record.text).substr(0, kMostNameBytes));
+            record.isQuoted.push_back(field.isQuoted);
+        }
+        return true;
+    }
+    return false;
+}
+
 std::vector<std::string> TrimCells(const HeadRecord& record)
 {
     std::vector<std::string> cells;
@@ -830,6 +911,7 @@ SkipSparseLines(const std::vector<HeadRecord>& head, std::size_t first, std::siz
         }
         const NamesVerdict verdict =
             JudgeNames(head[index], SampleColumns(head, index + 1, columns));
+        // Under titles a line of words alone holds names.
         return verdict.names == ENames::None ? first : index;
     }
     return first;
@@ -945,6 +1027,19 @@ TableHead FindTable(std::string_view text, const Candidate& candidate, const Sha
     if (request.names >= 0) {
         verdict.names = request.names == 1 ? ENames::Found : ENames::None;
         verdict.reason = "given";
+    }
+    if (verdict.names != ENames::Found && request.names < 0) {
+        if (IsLineOfWords(head, row)) {
+            verdict.names = ENames::Found;
+            verdict.reason = "a single line of words";
+        } else if (first > 0 && table.lines.back().kind == ELineKind::Preamble &&
+                   CutByOtherSeparator(candidate.dialect, table.columns, head[first - 1]) &&
+                   JudgeNames(head[first - 1], SampleColumns(head, row, table.columns)).names ==
+                       ENames::Found) {
+            table.lines.pop_back();
+            row = first - 1;
+            verdict = JudgeNames(head[row], SampleColumns(head, row + 1, table.columns));
+        }
     }
     table.names = verdict.names;
     table.namesVotes = verdict.forNames;

@@ -21,6 +21,7 @@ struct Candidate
     bool hasShortRows = false; ///< many records have fewer fields, one here and one there
     double typed = 0;          ///< share of cells with a form, 0 to 1
     double score = 0;
+    std::size_t strays = 0;  ///< quotes inside fields
     std::size_t openers = 0; ///< quotes that opened and closed a field
 };
 
