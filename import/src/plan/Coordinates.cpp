@@ -1,6 +1,7 @@
 // Pairs of columns are scored; what is left after names and values is a question.
 #include "Coordinates.h"
 
+#include "AxisEvidence.h"
 #include "Names.h"
 #include "values/FoldedCell.h"
 
@@ -14,6 +15,8 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <limits>
+#include <optional>
 #include <set>
 
 namespace Orvane::Import {
@@ -391,7 +394,8 @@ std::string ReadProjectionFile(const std::string& path, std::string& file)
     return std::string(authority) + ":" + code;
 }
 
-void DecideSystem(const std::vector<Column>& columns, Plan& plan)
+/// @param isPlaced whether the rows themselves say where the degrees lie
+void DecideSystem(const std::vector<Column>& columns, bool isPlaced, Plan& plan)
 {
     PlanDecision<std::string>& system = plan.coordinateSystem;
     const PlanCoordinates& found = plan.coordinates.value;
@@ -417,12 +421,13 @@ void DecideSystem(const std::vector<Column>& columns, Plan& plan)
     const bool isNamed = columns[*found.y].axis == EAxis::Latitude;
     const bool hasLetters = x.letters > 0;
     const bool isPast = x.most > 90 || x.least < -90;
-    if (isNamed || hasLetters || isPast) {
+    if (isNamed || hasLetters || isPast || isPlaced) {
         system.value = "EPSG:4326";
         system.confidence = EConfidence::Strong;
         system.evidence.push_back({isNamed      ? "names of latitude and longitude"
                                    : hasLetters ? "letters of hemispheres"
-                                                : "X goes past 90 while Y does not",
+                                   : isPast     ? "X goes past 90 while Y does not"
+                                                : "the rows tell the order of degrees",
                                    1,
                                    {}});
         return;
@@ -461,6 +466,53 @@ void AskForCoordinates(Plan& plan)
     plan.questions.push_back({"coordinates", "No columns of coordinates were found.", {}});
 }
 
+/// One value per sample row, NaN for a cell that is none.
+std::vector<double> ValuesByRow(const SampleRows& rows, const PlanColumn& column)
+{
+    const Values::Notation notation = NotationOf(column);
+    std::vector<double> values;
+    values.reserve(rows.size());
+    for (const std::vector<std::string>& row : rows) {
+        double value = std::numeric_limits<double>::quiet_NaN();
+        if (column.index < row.size()) {
+            const Values::CellReading reading = Values::ReadCell(row[column.index]);
+            if ((reading.number.notations & notation) != 0) {
+                value = Values::ToDouble(row[column.index], notation);
+            } else if (reading.angle.isAngle) {
+                value = reading.angle.degrees;
+            }
+        }
+        values.push_back(value);
+    }
+    return values;
+}
+
+/// Of two pairs of the same columns the one that places in the rows, or their order, speak for.
+std::optional<Pair>
+ChooseOrder(const CoordinateSearch& search, const std::vector<Pair>& pairs, Plan& plan)
+{
+    if (pairs.size() != 2 || pairs[0].x != pairs[1].y || pairs[0].y != pairs[1].x) {
+        return std::nullopt;
+    }
+    const Pair& pair = pairs[0];
+    const std::optional<AxisEvidence> found =
+        FindAxisEvidence({pair.x,
+                          pair.y,
+                          ValuesByRow(search.rows, plan.columns[pair.x]),
+                          ValuesByRow(search.rows, plan.columns[pair.y])},
+                         search.rows,
+                         plan.columns,
+                         search.hasNames);
+    if (!found) {
+        return std::nullopt;
+    }
+    plan.coordinates.evidence.push_back({found->what, found->count, {}});
+    const Pair& other = pairs[found->isFirstX ? 1 : 0];
+    plan.coordinates.rivals.push_back(
+        {DescribePair(plan, other.x, other.y), 0, found->what + " contradict it"});
+    return pairs[found->isFirstX ? 0 : 1];
+}
+
 bool UseGiven(const CoordinateSearch& search,
               const std::vector<Column>& columns,
               const PlanRequest& request,
@@ -484,7 +536,7 @@ void DecideCoordinates(const CoordinateSearch& search, const PlanRequest& reques
 {
     std::vector<Column> columns = TakeColumns(search, plan);
     if (UseGiven(search, columns, request, plan)) {
-        DecideSystem(columns, plan);
+        DecideSystem(columns, false, plan);
         return;
     }
     std::vector<Pair> pairs = search.hasNames ? FindNamedPairs(columns) : std::vector<Pair>{};
@@ -511,13 +563,17 @@ void DecideCoordinates(const CoordinateSearch& search, const PlanRequest& reques
                  "Several pairs of columns can be the coordinates.",
                  {{best.x, best.y, {}, {}}, {pairs[1].x, pairs[1].y, {}, {}}}});
         }
-        DecideSystem(columns, plan);
+        DecideSystem(columns, false, plan);
         return;
     }
     pairs = FindPairsByValue(columns);
     if (pairs.empty()) {
         AskForCoordinates(plan);
         return;
+    }
+    const std::optional<Pair> ordered = ChooseOrder(search, pairs, plan);
+    if (ordered) {
+        pairs = {*ordered};
     }
     const Pair& best = pairs.front();
     plan.coordinates.evidence.push_back({"neighbours with many decimals, values within degrees",
@@ -536,7 +592,7 @@ void DecideCoordinates(const CoordinateSearch& search, const PlanRequest& reques
         return;
     }
     Settle(search, columns, best, plan);
-    DecideSystem(columns, plan);
+    DecideSystem(columns, ordered.has_value(), plan);
 }
 
 } // namespace Orvane::Import

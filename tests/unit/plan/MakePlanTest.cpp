@@ -453,6 +453,62 @@ TEST(MakePlan, AsksForTheAxesThatValuesCannotTell)
     EXPECT_EQ(plan.questions[0].answers[1].y, std::size_t{2});
 }
 
+/// The columns of X and Y; both -1 where the plan asks.
+std::pair<std::ptrdiff_t, std::ptrdiff_t> AxesOf(const Plan& plan)
+{
+    const PlanCoordinates& found = plan.coordinates.value;
+    return {found.x ? static_cast<std::ptrdiff_t>(*found.x) : -1,
+            found.y ? static_cast<std::ptrdiff_t>(*found.y) : -1};
+}
+
+TEST(MakePlan, TellsTheAxesByPlacesThatTheRowsName)
+{
+    using Axes = std::pair<std::ptrdiff_t, std::ptrdiff_t>;
+    const Plan cities = PlanOf("4.89222,52.37306,Amsterdam\n23.71667,37.96667,Athens\n"
+                               "49.88222,40.39528,Baku\n12.48333,41.9,Rome\n");
+    EXPECT_EQ(AxesOf(cities), Axes(0, 1));
+    EXPECT_EQ(cities.coordinateSystem.value, "EPSG:4326");
+    EXPECT_EQ(cities.coordinates.confidence, EConfidence::Strong);
+    const Plan zones = PlanOf("a\t52.18935\t-2.22001\tEurope/London\n"
+                              "b\t52.58547\t-2.12296\tEurope/London\n"
+                              "c\t51.30073\t-0.00014\tEurope/London\n");
+    EXPECT_EQ(AxesOf(zones), Axes(2, 1));
+    const Plan countries = PlanOf("48.2082;16.3738;AT\n47.0707;15.4395;AT\n48.3069;14.2858;AT\n");
+    EXPECT_EQ(AxesOf(countries), Axes(1, 0));
+}
+
+TEST(MakePlan, AsksForTheAxesWherePlacesDoNotAgree)
+{
+    // Two rows are too few, places far away are none, and Libreville is near under both orders.
+    EXPECT_TRUE(HasQuestion(PlanOf("4.89222,52.37306,Amsterdam\n23.71667,37.96667,Athens\n"
+                                   "49.88222,40.39528,Nowhere\n"),
+                            "axes"));
+    EXPECT_TRUE(HasQuestion(PlanOf("4.89222,52.37306,Tokyo\n23.71667,37.96667,Tokyo\n"
+                                   "49.88222,40.39528,Tokyo\n"),
+                            "axes"));
+    EXPECT_TRUE(HasQuestion(PlanOf("0.38333,9.45123,Libreville\n1.38333,9.35123,Libreville\n"
+                                   "0.48333,8.75123,Libreville\n8.1234,1.123,Libreville\n"),
+                            "axes"));
+}
+
+TEST(MakePlan, ReceiversWriteTheLatitudeFirst)
+{
+    using Axes = std::pair<std::ptrdiff_t, std::ptrdiff_t>;
+    const Plan parts = PlanOf("2010\t1\t15\t8\t38\t18\t-37.04596\t-73.50876\t-2.7\n"
+                              "2010\t1\t15\t8\t38\t28\t-37.04595\t-73.50875\t-0.3\n"
+                              "2010\t1\t15\t8\t38\t38\t-37.04597\t-73.50874\t2.1\n");
+    EXPECT_EQ(AxesOf(parts), Axes(7, 6));
+    const Plan both = PlanOf("2010-01-15,08:38:18,-37.04596,-73.50876\n"
+                             "2010-01-15,08:38:28,-37.04595,-73.50875\n"
+                             "2010-01-15,08:38:38,-37.04597,-73.50874\n");
+    EXPECT_EQ(AxesOf(both), Axes(3, 2));
+    // Six whole numbers that are no time of day.
+    EXPECT_TRUE(HasQuestion(PlanOf("2010\t13\t15\t8\t38\t18\t-37.04596\t-73.50876\n"
+                                   "2010\t14\t15\t8\t38\t28\t-37.04595\t-73.50875\n"
+                                   "2010\t15\t15\t8\t38\t38\t-37.04597\t-73.50874\n"),
+                            "axes"));
+}
+
 TEST(MakePlan, AsksWhereThereAreNoCoordinates)
 {
     EXPECT_TRUE(HasQuestion(PlanOf("id,name\n1,a\n2,b\n"), "coordinates"));
@@ -580,10 +636,10 @@ std::vector<RealCase> RealCases()
         {"street_lights_cp949.csv", "CP949", "comma", true, 19316, 2, 1, ""},
         {"wells_colorado.csv", "US-ASCII", "comma", true, 183, 35, 34, ""},
         {"glacier_boreholes.csv", "UTF-8", "comma", true, 835, 6, 5, ""},
-        // Nothing tells which of two columns within 90 is the longitude.
-        {"soundings_garmin.txt", "US-ASCII", "tab", false, 947, -1, -1, "axes"},
+        // Year, month, day, hour, minute and second before the latitude.
+        {"soundings_garmin.txt", "US-ASCII", "tab", false, 947, 7, 6, ""},
         {"world_cities.csv", "UTF-8", "comma", true, 20000, 6, 5, ""},
-        {"geonames_gb.txt", "UTF-8", "tab", false, 47, -1, -1, "axes"},
+        {"geonames_gb.txt", "UTF-8", "tab", false, 47, 5, 4, ""},
         {"postal_codes_th.tsv", "US-ASCII", "tab", false, 903, 10, 9, ""},
         // Runs of blanks, with the names in a comment.
         {"lvis_lidar_spaces.txt", "US-ASCII", "runs", true, 998, 3, 4, ""},
@@ -595,7 +651,7 @@ std::vector<RealCase> RealCases()
         {"tapir_occurrences_wide.txt", "UTF-8", "tab", true, 61, 79, 78, ""},
         {"ports_bom.csv", "UTF-8", "comma", true, 8016, 2, 3, ""},
         {"depths_one_column.txt", "US-ASCII", "one", false, 7926, -1, -1, "coordinates"},
-        {"capitals_ragged.csv", "UTF-8", "comma", false, 55, -1, -1, "axes"},
+        {"capitals_ragged.csv", "UTF-8", "comma", false, 55, 0, 1, ""},
         {"health_utf16le.csv", "UTF-16LE", "comma", true, 327, -1, -1, "coordinates"},
         {"stadiums_thousands.csv", "UTF-8", "comma", true, 325, -1, -1, "coordinates"},
     };
