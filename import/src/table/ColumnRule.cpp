@@ -11,6 +11,7 @@
 #include <array>
 #include <charconv>
 #include <cmath>
+#include <cstring>
 #include <system_error>
 
 namespace Orvane::Import::Table {
@@ -51,25 +52,80 @@ bool IsAllBlank(std::string_view cell) noexcept
     return folded.Text().empty() && !folded.IsTooLong();
 }
 
-/// Whether from_chars can read all of the cell by the rule of plain numbers: digits, at most one
-/// point, a minus, no zero before another digit; so few bytes that the number is exact.
-bool IsShortNumber(std::string_view cell) noexcept
+/// A plain number in its parts.
+struct ShortNumber
+{
+    std::int64_t mantissa = 0; ///< the digits as a number, the point left out
+    unsigned decimals = 0;
+    bool isNumber = false;
+    bool isNegative = false;
+    bool hasPoint = false;
+};
+
+/// Reads the most usual numbers: digits, at most one point, a minus, no zero before another digit;
+/// so few digits that they and the power of ten are exact doubles.
+ShortNumber ReadShortNumber(std::string_view cell) noexcept
 {
     constexpr std::size_t kMostBytes = 16;
-    if (cell.empty() || cell.size() > kMostBytes) {
-        return false;
+    constexpr unsigned kMostDigits = 15;
+    ShortNumber number;
+    if (cell.size() > kMostBytes) {
+        return number;
     }
-    std::size_t at = cell[0] == '-' ? 1 : 0;
-    if (at + 1 < cell.size() && cell[at] == '0' && Values::IsDigit(cell[at + 1])) {
-        return false;
+    number.isNegative = !cell.empty() && cell.front() == '-';
+    cell.remove_prefix(number.isNegative ? 1U : 0U);
+    if (cell.size() > 1 && cell[0] == '0' && Values::IsDigit(cell[1])) {
+        return number;
     }
-    std::size_t points = 0;
-    std::size_t digits = 0;
-    for (; at < cell.size(); ++at) {
-        points += cell[at] == '.' ? 1U : 0U;
-        digits += Values::IsDigit(cell[at]) ? 1U : 0U;
+    unsigned digits = 0;
+    for (const char unit : cell) {
+        if (unit == '.' && !number.hasPoint) {
+            number.hasPoint = true;
+            continue;
+        }
+        if (!Values::IsDigit(unit)) {
+            return number;
+        }
+        number.mantissa = number.mantissa * 10 + (unit - '0');
+        number.decimals += number.hasPoint ? 1U : 0U;
+        ++digits;
     }
-    return points <= 1 && digits > 0 && digits + points + (cell[0] == '-' ? 1U : 0U) == cell.size();
+    number.isNumber = digits > 0 && digits <= kMostDigits;
+    return number;
+}
+
+/// Both parts are exact, so that the one division rounds correctly.
+double ToDouble(const ShortNumber& number) noexcept
+{
+    static constexpr double kPowersOfTen[] = {
+        1e0, 1e1, 1e2, 1e3, 1e4, 1e5, 1e6, 1e7, 1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15};
+    const double size = static_cast<double>(number.mantissa) / kPowersOfTen[number.decimals];
+    return number.isNegative ? -size : size;
+}
+
+/// The words `true`, `false`, `yes` and `no` in any case: 1, 0, or -1 for all else.
+int ReadPlainWord(std::string_view cell) noexcept
+{
+    constexpr std::uint32_t kLowerCase = 0x20202020U;
+    const auto isWord = [&](const char* word, std::size_t size) {
+        std::uint32_t units = 0;
+        std::uint32_t wanted = 0;
+        std::memcpy(&units, cell.data(), size);
+        std::memcpy(&wanted, word, size);
+        return ((units | kLowerCase) ^ (wanted | kLowerCase)) == 0;
+    };
+    switch (cell.size()) {
+    case 2:
+        return isWord("no", 2) ? 0 : -1;
+    case 3:
+        return isWord("yes", 3) ? 1 : -1;
+    case 4:
+        return isWord("true", 4) ? 1 : -1;
+    case 5:
+        return isWord("fals", 4) && (cell[4] == 'e' || cell[4] == 'E') ? 0 : -1;
+    default:
+        return -1;
+    }
 }
 
 } // namespace
@@ -152,12 +208,10 @@ ECellState ColumnRule::ReadInt64(std::string_view cell, std::int64_t& value) con
     if (IsNullText(cell)) {
         return ECellState::NullWord;
     }
-    if (IsShortNumber(cell)) {
-        const char* const end = cell.data() + cell.size();
-        const std::from_chars_result result = std::from_chars(cell.data(), end, value);
-        if (result.ec == std::errc() && result.ptr == end) {
-            return ECellState::Value;
-        }
+    const ShortNumber number = ReadShortNumber(cell);
+    if (number.isNumber && !number.hasPoint) {
+        value = number.isNegative ? -number.mantissa : number.mantissa;
+        return ECellState::Value;
     }
     const Values::NumberReading reading = Values::ReadNumber(cell);
     if ((reading.notations & m_notation) == 0) {
@@ -187,8 +241,10 @@ ECellState ColumnRule::ReadDouble(std::string_view cell, double& value) const no
     if (IsNullText(cell)) {
         return ECellState::NullWord;
     }
-    if (m_notation == Values::NotationPlain && IsShortNumber(cell)) {
-        std::from_chars(cell.data(), cell.data() + cell.size(), value);
+    const ShortNumber number = ReadShortNumber(cell);
+    // Without a point digits are the same number in every notation.
+    if (number.isNumber && (!number.hasPoint || m_notation == Values::NotationPlain)) {
+        value = ToDouble(number);
         return ECellState::Value;
     }
     const Values::NumberReading reading = Values::ReadNumber(cell);
@@ -222,6 +278,10 @@ ECellState ColumnRule::ReadBoolean(std::string_view cell, bool& value) const noe
     }
     if (IsNullText(cell)) {
         return ECellState::NullWord;
+    }
+    if (const int plain = ReadPlainWord(cell); plain >= 0) {
+        value = plain == 1;
+        return ECellState::Value;
     }
     const unsigned word = Values::ReadBooleanWord(cell);
     if (word != 0) {

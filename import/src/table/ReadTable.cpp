@@ -46,6 +46,14 @@ struct Nulls
     std::uint64_t nullWords = 0;
 };
 
+/// A corner of a box.
+struct Corner
+{
+    double x = 0;
+    double y = 0;
+    double z = 0;
+};
+
 /// One reading of a table.
 class TableReader
 {
@@ -63,6 +71,7 @@ public:
         , m_meter(callbacks, EPhase::Reading, plan.bytes.lines)
         , m_appender(layer.GetFeatures(), m_layout.columns)
         , m_attributeOf(m_rules.columnCount, TableLayout::kNoSource)
+        , m_numbers(m_rules.columnCount)
         , m_decimals(m_rules.columnCount)
         , m_nulls(m_rules.columnCount)
     {
@@ -185,7 +194,10 @@ private:
         m_states.assign(m_rules.columnCount, ECellState::Empty);
         for (std::size_t column = 0; column < m_rules.columnCount; ++column) {
             if (m_attributeOf[column] == TableLayout::kNoSource && column < record.cells.size()) {
-                m_states[column] = m_rules.columns[column].Read(record.cells[column]);
+                const ColumnRule& rule = m_rules.columns[column];
+                const std::string_view cell = record.cells[column];
+                m_states[column] = IsCoordinate(column) ? rule.ReadDouble(cell, m_numbers[column])
+                                                        : rule.Read(cell);
                 if (m_states[column] == ECellState::Misfit) {
                     return column + 1;
                 }
@@ -198,7 +210,8 @@ private:
             } else if (source >= record.cells.size()) {
                 m_appender.AddNull();
             } else {
-                m_states[source] = AppendCell(m_rules.columns[source], record.cells[source]);
+                m_states[source] =
+                    AppendCell(m_rules.columns[source], record.cells[source], m_numbers[source]);
                 if (m_states[source] == ECellState::Misfit) {
                     return source + 1;
                 }
@@ -216,7 +229,8 @@ private:
         }
     }
 
-    ECellState AppendCell(const ColumnRule& rule, std::string_view cell)
+    /// @param number gets the value of a number
+    ECellState AppendCell(const ColumnRule& rule, std::string_view cell, double& number)
     {
         ECellState state = ECellState::Value;
         switch (rule.Type()) {
@@ -225,6 +239,7 @@ private:
             state = rule.ReadInt32(cell, value);
             if (state == ECellState::Value) {
                 m_appender.AddInt32(value);
+                number = value;
             }
             break;
         }
@@ -233,6 +248,7 @@ private:
             state = rule.ReadInt64(cell, value);
             if (state == ECellState::Value) {
                 m_appender.AddInt64(value);
+                number = static_cast<double>(value);
             }
             break;
         }
@@ -241,6 +257,7 @@ private:
             state = rule.ReadDouble(cell, value);
             if (state == ECellState::Value) {
                 m_appender.AddDouble(value);
+                number = value;
             }
             break;
         }
@@ -292,7 +309,13 @@ private:
         if (m_points) {
             const bool hasBoth = m_states[m_points->X().column] == ECellState::Value &&
                                  m_states[m_points->Y().column] == ECellState::Value;
-            place = hasBoth ? m_points->Read(cellOf, x, y) : PointRule::EPlace::None;
+            if (hasBoth && m_points->IsPlain()) {
+                x = m_numbers[m_points->X().column];
+                y = m_numbers[m_points->Y().column];
+                place = m_points->Check(x, y);
+            } else if (hasBoth) {
+                place = m_points->Read(cellOf, x, y);
+            }
             if (place == PointRule::EPlace::Point) {
                 kind = EPointKind::XY;
                 if (m_height && m_rules.columns[*m_height].ReadDouble(cellOf(*m_height), z) ==
@@ -377,7 +400,9 @@ private:
     void ReadRowOfRun(std::size_t row)
     {
         m_parts.ReadRow(row, m_rowRecord);
-        ReadRow(m_rowRecord);
+        if (m_rowRecord.kind == ERecord::Row) {
+            ReadRow(m_rowRecord);
+        }
     }
 
     /// Reads the first rows of the run. @return how many that were
@@ -452,7 +477,11 @@ private:
         m_counts.rowsByColumn += rows.count;
         m_counts.points += m_newPoints;
         m_counts.outOfRange += m_newOutOfRange;
-        m_counts.extent.Include(m_newExtent);
+        if (m_newPoints > 0) {
+            const bool hasZ = m_least.z <= m_most.z;
+            m_counts.extent.Include(m_least.x, m_least.y, hasZ ? m_least.z : kNaN);
+            m_counts.extent.Include(m_most.x, m_most.y, hasZ ? m_most.z : kNaN);
+        }
         for (std::size_t column = 0; column < m_rules.columnCount; ++column) {
             m_counts.columns[column].empties += m_nulls[column].empties;
             m_counts.columns[column].nullWords += m_nulls[column].nullWords;
@@ -619,7 +648,7 @@ private:
         for (std::size_t at = 0; at < count; ++at) {
             convert(m_fallbacks[at], CellAt(fields, m_fallbacks[at]));
         }
-        if (!rule.AllowsLeadingZeros()) {
+        if (m_parts.Run().mayHaveZeros && !rule.AllowsLeadingZeros()) {
             CheckLeadingZeros(fields, column);
         }
     }
@@ -721,7 +750,9 @@ private:
     {
         m_newPoints = 0;
         m_newOutOfRange = 0;
-        m_newExtent = BMBB();
+        constexpr double kInfinity = std::numeric_limits<double>::infinity();
+        m_least = {kInfinity, kInfinity, kInfinity};
+        m_most = {-kInfinity, -kInfinity, -kInfinity};
         m_kinds.assign(rows.count, static_cast<std::uint8_t>(EPointKind::None));
         if (!m_points) {
             std::fill_n(rows.x, rows.count, kNaN);
@@ -756,10 +787,16 @@ private:
             }
             return;
         }
+        ++m_newPoints;
         const double z = m_height ? rows.z[row] : kNaN;
         m_kinds[row] = static_cast<std::uint8_t>(std::isnan(z) ? EPointKind::XY : EPointKind::XYZ);
-        ++m_newPoints;
-        m_newExtent.Include(rows.x[row], rows.y[row], z);
+        m_least.x = std::min(m_least.x, rows.x[row]);
+        m_least.y = std::min(m_least.y, rows.y[row]);
+        m_most.x = std::max(m_most.x, rows.x[row]);
+        m_most.y = std::max(m_most.y, rows.y[row]);
+        // A NaN changes nothing.
+        m_least.z = z < m_least.z ? z : m_least.z;
+        m_most.z = z > m_most.z ? z : m_most.z;
     }
 
     /// See FindLostCoordinate.
@@ -844,6 +881,7 @@ private:
     TableCounts m_counts;
     std::uint64_t m_recordsRead = 0;
     std::vector<ECellState> m_states; ///< of the current row's cells
+    std::vector<double> m_numbers;    ///< their values, where they are numbers
     TableRecord m_rowRecord;
 
     const AsciiReader::Kernels::Set& m_kernels = AsciiReader::Kernels::Best();
@@ -857,7 +895,8 @@ private:
     std::vector<Misfit> m_bad;
     std::uint64_t m_newPoints = 0;
     std::uint64_t m_newOutOfRange = 0;
-    BMBB m_newExtent;
+    Corner m_least; ///< of the points converted last
+    Corner m_most;
     std::string m_unquoted;
     std::string m_decoded;
 };

@@ -6,10 +6,12 @@
 #include "../plan/values/FoldedCell.h"
 
 #include <algorithm>
-#include <bit>
 #include <cstring>
 #include <limits>
 #include <utility>
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
 
 namespace Orvane::Import::Table {
 
@@ -34,14 +36,52 @@ std::size_t CountByte(std::string_view text, char unit) noexcept
         std::uint64_t word = 0;
         std::memcpy(&word, at, sizeof word);
         word ^= wanted;
-        // The high bit of each byte that is 0 now.
+        // The high bit of each byte that is 0 now; the product adds them up in the highest byte.
         const std::uint64_t zeros = ~(((word & kLow) + kLow) | word | kLow);
-        count += static_cast<std::size_t>(std::popcount(zeros));
+        count += static_cast<std::size_t>(((zeros >> 7U) * kOnes) >> 56U);
     }
     for (; left > 0; --left, ++at) {
         count += *at == unit ? 1U : 0U;
     }
     return count;
+}
+
+/// Whether a field of the text may begin with a zero before another digit, a quote and a minus
+/// aside. Looks at bytes alone: sixteen at a time, or else says that there may be one.
+bool MayHaveZeros([[maybe_unused]] std::string_view text, [[maybe_unused]] char separator) noexcept
+{
+#if defined(__SSE2__)
+    const auto load = [](const char* at) {
+        return _mm_loadu_si128(reinterpret_cast<const __m128i*>(at));
+    };
+    const auto is = [](__m128i units, char unit) {
+        return _mm_cmpeq_epi8(units, _mm_set1_epi8(unit));
+    };
+    const auto isDigit = [](__m128i units) {
+        return _mm_and_si128(_mm_cmpgt_epi8(units, _mm_set1_epi8('0' - 1)),
+                             _mm_cmplt_epi8(units, _mm_set1_epi8('9' + 1)));
+    };
+    // The first field has no separator before it.
+    __m128i hits = is(load(text.data()), '0');
+    hits = _mm_and_si128(hits, _mm_cvtsi32_si128(0xFF));
+    for (const char* at = text.data(); at < text.data() + text.size(); at += sizeof(__m128i)) {
+        const __m128i before = load(at);
+        const __m128i first = load(at + 1);
+        const __m128i second = load(at + 2);
+        const __m128i third = load(at + 3);
+        const __m128i begins =
+            _mm_or_si128(is(before, separator), _mm_or_si128(is(before, '\n'), is(before, '\r')));
+        const __m128i isPlain = _mm_and_si128(is(first, '0'), isDigit(second));
+        const __m128i isSigned =
+            _mm_and_si128(_mm_or_si128(is(first, '-'), is(first, '"')),
+                          _mm_or_si128(_mm_and_si128(is(second, '0'), isDigit(third)),
+                                       _mm_and_si128(is(second, '-'), is(third, '0'))));
+        hits = _mm_or_si128(hits, _mm_and_si128(begins, _mm_or_si128(isPlain, isSigned)));
+    }
+    return _mm_movemask_epi8(hits) != 0;
+#else
+    return true;
+#endif
 }
 
 /// Line breaks of every kind, in a text that comes in pieces.
@@ -115,12 +155,12 @@ std::size_t TableRules::FindMisfit(const TableRecord& record) const noexcept
 TableParts::TableParts(const TableRules& rules, bool wantsRuns)
     : m_rules(rules)
     , m_source(OpenText(rules.plan))
-    , m_cutter(DialectOf(rules.plan))
+    , m_cutter(CutterOf(rules.plan))
     , m_decoder(TextEncodingOf(rules.plan), rules.plan.path)
     , m_wantsRuns(wantsRuns)
     , m_buffer(kPiece + kSpace)
 {
-    IsInFurtherTable(0);
+    static_cast<void>(FindPiece(0));
     m_fieldOfColumn.resize(rules.columnCount);
     for (std::size_t column = 0; column < rules.columnCount; ++column) {
         m_fieldOfColumn[column] = column;
@@ -132,7 +172,19 @@ TableParts::TableParts(const TableRules& rules, bool wantsRuns)
         if (filled != names.end()) {
             m_keyColumn = static_cast<std::size_t>(filled - names.begin());
         }
+        m_comparesNames = m_comparesNames || !IsFoundByType(names);
     }
+}
+
+/// Whether a row of these names is found by its cells: they do not fit the columns' types.
+bool TableParts::IsFoundByType(const std::vector<std::string>& names) const
+{
+    for (std::size_t column = 0; column < std::min(names.size(), m_rules.columnCount); ++column) {
+        if (m_rules.columns[column].Read(names[column]) == ECellState::Misfit) {
+            return true;
+        }
+    }
+    return false;
 }
 
 /// Moves what is left to the front and reads on; a record that fills the buffer makes it larger.
@@ -140,12 +192,12 @@ TableParts::TableParts(const TableRules& rules, bool wantsRuns)
 bool TableParts::Refill()
 {
     std::memmove(m_buffer.data(), m_buffer.data() + m_at, m_size - m_at);
+    m_cutter.StartPiece(m_at);
     m_size -= m_at;
     m_byte += m_at;
     m_at = 0;
     m_positionCount = 0;
     m_nextPosition = 0;
-    m_cutter.StartPiece();
     m_mayIndex = true;
     const std::size_t capacity = m_buffer.size() - kSpace;
     if (m_isAtEnd || (m_size == capacity && capacity >= kMostRecordBytes)) {
@@ -318,8 +370,8 @@ std::uint64_t TableParts::LastLineOfRuns() const noexcept
     if (m_nextOrder < shape.orders.size()) {
         last = std::min(last, shape.orders[m_nextOrder].line - 1);
     }
-    if (m_nextFurther < shape.lines.size()) {
-        last = std::min(last, shape.lines[m_nextFurther].firstLine - 1);
+    if (m_nextPiece < shape.lines.size()) {
+        last = std::min(last, shape.lines[m_nextPiece].firstLine - 1);
     }
     return last;
 }
@@ -444,6 +496,7 @@ void TableParts::MakeIndex()
          index += m_rules.columnCount) {
         m_isRegular = m_buffer[m_positions[index]] == lineEnd;
     }
+    m_run.mayHaveZeros = MayHaveZeros(text, structure.separator);
     m_run.hasQuotes = structure.hasQuotes;
     m_run.isAscii = survey.highBytes == 0;
     m_run.fields = m_rules.columnCount;
@@ -466,20 +519,30 @@ std::size_t TableParts::CountFields(std::size_t index) const noexcept
     return fields;
 }
 
+/// Whether a row of the table's count may be a blank line: nothing, or nothing but separators.
+bool TableParts::IsShortLine(std::size_t index) const noexcept
+{
+    const std::size_t begin = m_positions[index] + 1U;
+    const std::size_t size = m_positions[index + m_run.fields] - m_run.trim - begin;
+    return size < std::max<std::size_t>(m_run.fields, 2);
+}
+
 /// Whether a row of the table's count needs a look of its own: blank, the names again, or with
 /// line breaks inside.
 bool TableParts::IsApart(std::size_t index) const noexcept
 {
+    const auto& namesLines = m_rules.plan.shape.namesLines;
     const std::size_t key = index + m_keyColumn;
     const std::size_t begin = m_positions[index] + 1U;
     const std::size_t end = m_positions[index + m_run.fields];
-    if (m_run.fields == 1 && end - begin < 2U + m_run.trim) {
+    if (IsShortLine(index)) {
         return true;
     }
     if (m_hasBreaks && CountBreaks(Text().substr(begin, end - m_run.trim - begin)) > 0) {
         return true;
     }
-    for (const std::vector<std::string>& names : m_rules.plan.shape.namesLines) {
+    for (std::size_t line = 0; m_comparesNames && line < namesLines.size(); ++line) {
+        const std::vector<std::string>& names = namesLines[line];
         if (m_keyColumn >= names.size()) {
             continue;
         }
@@ -509,8 +572,10 @@ bool TableParts::FindRun()
     const std::uint64_t lastLine = LastLineOfRuns();
     std::size_t index = m_nextPosition;
     std::uint64_t line = m_line;
+    const bool hasOnlyRows = m_isRegular && !m_hasBreaks && !m_comparesNames;
     while (index < m_positionCount && line <= lastLine &&
-           (m_isRegular || CountFields(index) == m_run.fields) && !IsApart(index)) {
+           (hasOnlyRows ? !IsShortLine(index)
+                        : (m_isRegular || CountFields(index) == m_run.fields) && !IsApart(index))) {
         index += m_run.fields;
         ++line;
     }
@@ -538,6 +603,7 @@ void TableParts::ReadRow(std::size_t row, TableRecord& record)
     m_cut.unclosed = 0;
     m_cut.isEnded = true;
     m_cut.isBlank = false;
+    m_cut.repair = Scan::ERepair::None;
     m_cut.next = ends[m_run.fields - 1] + std::size_t{1};
     std::size_t begin = m_cut.begin;
     for (std::size_t field = 0; field < m_run.fields; ++field) {
@@ -550,6 +616,12 @@ void TableParts::ReadRow(std::size_t row, TableRecord& record)
     }
     MakeRecord(m_cut, record);
     record.line = m_run.line + row;
+    if (!m_comparesNames && IsNamesAgain(record)) {
+        record.kind = ERecord::RepeatedNames;
+        --m_lines.rows;
+        Count(record);
+        return;
+    }
     Reorder(record);
 }
 
@@ -576,11 +648,12 @@ void TableParts::MakeRecord(const Scan::Record& cut, TableRecord& record)
     record.column = 0;
     record.isTrailing = false;
     record.isShort = false;
-    record.isRepaired = cut.strays > 0 || cut.unclosed > 0;
+    record.isRepaired = cut.strays > 0 || cut.unclosed > 0 || cut.repair != Scan::ERepair::None;
     record.raw = RawOf(cut);
     record.lines = 1 + CountBreaks(record.raw);
-    MakeCells(cut, record);
-    if (!m_decoder.IsPlain(record.raw)) {
+    const bool isPlain = m_decoder.IsPlain(record.raw);
+    MakeCells(cut, isPlain, record);
+    if (!isPlain) {
         m_rawText.clear();
         if (!m_decoder.Append(record.raw, m_rawText)) {
             record.why = EBadRow::Encoding;
@@ -617,7 +690,7 @@ void TableParts::Unescape(std::size_t from)
     m_cellText.resize(to);
 }
 
-void TableParts::MakeCells(const Scan::Record& cut, TableRecord& record)
+void TableParts::MakeCells(const Scan::Record& cut, bool isPlain, TableRecord& record)
 {
     const char quote = m_cutter.Rules().quote;
     record.cells.clear();
@@ -627,7 +700,7 @@ void TableParts::MakeCells(const Scan::Record& cut, TableRecord& record)
         const std::string_view cell = field.In(Text());
         const bool hasEscapes =
             field.isQuoted && std::memchr(cell.data(), quote, cell.size()) != nullptr;
-        if (!hasEscapes && m_decoder.IsPlain(cell)) {
+        if (!hasEscapes && (isPlain || m_decoder.IsPlain(cell))) {
             record.cells.push_back(cell);
             continue;
         }
@@ -670,34 +743,21 @@ bool TableParts::IsNamesAgain(const TableRecord& record) const
     return std::any_of(lines.begin(), lines.end(), isSame);
 }
 
-void TableParts::ClassifyAfterTable(const Scan::Record& cut, TableRecord& record)
-{
-    const PlanShape& shape = m_rules.plan.shape;
-    if (cut.isBlank) {
-        record.kind = ERecord::Blank;
-        return;
-    }
-    const std::size_t fields = record.cells.size();
-    const bool isNext = record.line == shape.lastRowLine + 1;
-    if (isNext && !cut.isEnded && fields > 1 && fields < m_rules.columnCount) {
-        // The last row, cut short.
-        ClassifyShort(cut, record);
-        return;
-    }
-    record.kind = IsInFurtherTable(record.line) ? ERecord::FurtherTable : ERecord::Footer;
-}
-
-/// Whether the plan lists the line as one of a further table. Lines are asked for in order.
-bool TableParts::IsInFurtherTable(std::uint64_t line)
+/// The piece of the plan's lines that a line after the head lies in; null for none. Lines are asked
+/// for in order.
+const PlanLines* TableParts::FindPiece(std::uint64_t line)
 {
     const std::vector<PlanLines>& lines = m_rules.plan.shape.lines;
     const auto isPast = [line](const PlanLines& piece) {
-        return piece.kind != EPlanLines::FurtherTable || piece.firstLine + piece.lineCount <= line;
+        const bool isApart =
+            piece.kind == EPlanLines::FurtherTable || piece.kind == EPlanLines::Footer;
+        return !isApart || piece.firstLine + piece.lineCount <= line;
     };
-    while (m_nextFurther < lines.size() && isPast(lines[m_nextFurther])) {
-        ++m_nextFurther;
+    while (m_nextPiece < lines.size() && isPast(lines[m_nextPiece])) {
+        ++m_nextPiece;
     }
-    return m_nextFurther < lines.size() && lines[m_nextFurther].firstLine <= line;
+    const bool isInside = m_nextPiece < lines.size() && lines[m_nextPiece].firstLine <= line;
+    return isInside ? &lines[m_nextPiece] : nullptr;
 }
 
 void TableParts::ClassifyShort(const Scan::Record& cut, TableRecord& record)
@@ -771,39 +831,33 @@ void TableParts::Reorder(TableRecord& record)
 void TableParts::Classify(const Scan::Record& cut, TableRecord& record)
 {
     const PlanShape& shape = m_rules.plan.shape;
-    const bool isBroken = record.why == EBadRow::Encoding;
-    if (shape.lastRowLine > 0 && record.line > shape.lastRowLine) {
+    const auto make = [&record](ERecord kind) {
+        record.kind = kind;
         record.why = EBadRow::None;
-        ClassifyAfterTable(cut, record);
-        return;
-    }
+    };
     if (cut.isBlank) {
-        record.kind = ERecord::Blank;
-        record.why = EBadRow::None;
+        make(ERecord::Blank);
         return;
     }
-    if (IsInFurtherTable(record.line)) {
-        record.kind = ERecord::FurtherTable;
-        record.why = EBadRow::None;
+    if (const PlanLines* const piece = FindPiece(record.line)) {
+        make(piece->kind == EPlanLines::Footer ? ERecord::Footer : ERecord::FurtherTable);
         return;
     }
     const std::size_t fields = record.cells.size();
     const auto begins = [&](const std::string& mark) { return record.raw.starts_with(mark); };
     if (fields != m_rules.columnCount &&
         std::any_of(shape.commentMarks.begin(), shape.commentMarks.end(), begins)) {
-        record.kind = ERecord::Comment;
-        record.why = EBadRow::None;
+        make(ERecord::Comment);
         return;
     }
     const bool isNewOrder =
         m_nextOrder < shape.orders.size() && shape.orders[m_nextOrder].line <= record.line;
     if (isNewOrder || IsNamesAgain(record)) {
-        record.kind = ERecord::RepeatedNames;
-        record.why = EBadRow::None;
+        make(ERecord::RepeatedNames);
         BeginOrder(record.line);
         return;
     }
-    if (isBroken) {
+    if (record.why == EBadRow::Encoding) {
         record.kind = ERecord::Bad;
         return;
     }
@@ -812,6 +866,11 @@ void TableParts::Classify(const Scan::Record& cut, TableRecord& record)
         ClassifyShort(cut, record);
     } else if (fields > m_rules.columnCount) {
         ClassifyLong(cut, record);
+    }
+    // Rule: what could be a row after the last row is none of the table.
+    if (record.kind == ERecord::Row && !m_rules.isAllText && shape.lastRowLine > 0 &&
+        record.line > shape.lastRowLine) {
+        make(ERecord::Footer);
     }
 }
 

@@ -52,8 +52,9 @@ struct RowRun
     std::uint32_t trim = 0;
     bool hasQuotes = false; ///< fields that begin with a quote end with one; inside all are doubled
     bool isAscii = true;    ///< otherwise bytes are valid in the plan's encoding
-    std::uint64_t line = 0; ///< of the first row
-    std::uint64_t byte = 0; ///< where the text begins
+    bool mayHaveZeros = true; ///< fields may begin with a zero and another digit
+    std::uint64_t line = 0;   ///< of the first row
+    std::uint64_t byte = 0;   ///< where the text begins
 };
 
 /// Reads a plan's file once. One thread at a time.
@@ -72,7 +73,8 @@ public:
 
     [[nodiscard]] const RowRun& Run() const noexcept { return m_run; }
 
-    /// A row of the current run as a record, valid until the next call.
+    /// A row of the current run as a record, valid until the next call: a Row, or RepeatedNames
+    /// where cells tell these from rows, so that a row with a cell that does not fit must be asked.
     void ReadRow(std::size_t row, TableRecord& record);
 
     /// The field that holds each column's cells in the current run.
@@ -105,17 +107,18 @@ private:
     [[nodiscard]] std::size_t CountCleanQuotes() const;
     [[nodiscard]] bool EndsLine(std::size_t index) const noexcept;
     [[nodiscard]] std::size_t CountFields(std::size_t index) const noexcept;
+    [[nodiscard]] bool IsFoundByType(const std::vector<std::string>& names) const;
+    [[nodiscard]] bool IsShortLine(std::size_t index) const noexcept;
     [[nodiscard]] bool IsApart(std::size_t index) const noexcept;
     bool FindRun();
     [[nodiscard]] std::uint64_t LastLineOfRuns() const noexcept;
 
     [[nodiscard]] std::string_view RawOf(const Scan::Record& cut) const;
     void MakeRecord(const Scan::Record& cut, TableRecord& record);
-    void MakeCells(const Scan::Record& cut, TableRecord& record);
+    void MakeCells(const Scan::Record& cut, bool isPlain, TableRecord& record);
     void Unescape(std::size_t from);
     void Classify(const Scan::Record& cut, TableRecord& record);
-    void ClassifyAfterTable(const Scan::Record& cut, TableRecord& record);
-    bool IsInFurtherTable(std::uint64_t line);
+    [[nodiscard]] const PlanLines* FindPiece(std::uint64_t line);
     void ClassifyShort(const Scan::Record& cut, TableRecord& record);
     void ClassifyLong(const Scan::Record& cut, TableRecord& record);
     [[nodiscard]] bool IsNamesAgain(const TableRecord& record) const;
@@ -142,7 +145,7 @@ private:
     std::vector<std::size_t> m_fieldOfColumn;
     bool m_isReordered = false;
     std::vector<std::string_view> m_ordered;
-    std::size_t m_nextFurther = 0; ///< of the plan's lines, for further tables
+    std::size_t m_nextPiece = 0; ///< of the plan's lines, for footers and further tables
 
     // The index of a piece: entry 0 is the position before the next row.
     decltype(AsciiReader::Kernels::Set::index) m_index = AsciiReader::Kernels::Best().index;
@@ -152,6 +155,7 @@ private:
     bool m_isRegular = false; ///< all lines of the index have the table's count
     bool m_hasBreaks = false; ///< some rows have line breaks inside
     std::size_t m_keyColumn = 0;
+    bool m_comparesNames = false; ///< runs hold no names; otherwise ReadRow finds them
     RowRun m_run;
 
     Scan::Record m_cut;
