@@ -52,6 +52,13 @@ bool DecideNumber(const ColumnFacts& facts, const DecimalSigns& signs, PlanColum
 {
     if (facts.Count(ECell::Spelled) == 0) {
         if (facts.Count(ECell::Decimal) > 0) {
+            // Rule: a number type holds every cell's digits, or the column is text.
+            constexpr double kMostExact = 9007199254740992.0;
+            if (facts.Count(ECell::Integer) > 0 &&
+                (facts.least < -kMostExact || facts.most > kMostExact)) {
+                SetText(column, EConfidence::Strong, "whole numbers past 53 bits among decimals");
+                return true;
+            }
             column.type.value = EPlanType::Double;
         } else {
             const bool isSmall = facts.least >= INT32_MIN && facts.most <= INT32_MAX;
@@ -81,6 +88,16 @@ bool DecideNumber(const ColumnFacts& facts, const DecimalSigns& signs, PlanColum
         column.spelling = (points & Values::NotationCommaGroups) != 0       ? "thousands ,"
                           : (points & Values::NotationApostrophePoint) != 0 ? "thousands '"
                                                                             : "thousands blank";
+        return true;
+    }
+    // Without decimals the sign that would stand before them does not matter.
+    if ((points & Values::NotationBlankPoint) != 0 && (commas & Values::NotationBlankComma) != 0) {
+        column.spelling = "thousands blank";
+        return true;
+    }
+    if ((points & Values::NotationApostrophePoint) != 0 &&
+        (commas & Values::NotationApostropheComma) != 0) {
+        column.spelling = "thousands '";
         return true;
     }
     // Rule: `1,234` alone is a thousand or a fraction; without proof it stays text.
@@ -169,7 +186,12 @@ void DecideValue(const ColumnFacts& facts, const DecimalSigns& signs, PlanColumn
     if (DecideTime(facts, column)) {
         return;
     }
-    if ((readings & Values::ReadingAngle) != 0 && facts.Count(ECell::Code) == 0) {
+    // Rule: a letter before or after a whole number makes an angle only under an axis's name:
+    // `n5` is a code.
+    std::string rest;
+    const bool areAngles =
+        facts.plainAngles > 0 || Names::FindAxis(column.name, rest) != Names::EAxis::None;
+    if ((readings & Values::ReadingAngle) != 0 && facts.Count(ECell::Code) == 0 && areAngles) {
         column.type.value = EPlanType::Angle;
         column.type.confidence = EConfidence::Strong;
         column.spelling = facts.angleParts == 1   ? "degrees with a letter or sign"

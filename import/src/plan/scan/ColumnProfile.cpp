@@ -184,6 +184,8 @@ void ColumnProfile::Merge(const Values::CellReading& reading,
     facts.withOffset += reading.time.hasOffset ? 1U : 0U;
     if (reading.angle.isAngle) {
         facts.angleParts = std::max(facts.angleParts, reading.angle.parts);
+        facts.plainAngles +=
+            reading.angle.hasMarks || reading.angle.parts > 1 || reading.angle.isDecimal ? 1U : 0U;
         facts.markedAngles += reading.angle.hasMarks || reading.angle.letter != 0 ? 1U : 0U;
         facts.contradictions +=
             reading.angle.isContradiction && reading.cell == ECell::Angle ? 1U : 0U;

@@ -56,6 +56,7 @@ struct ColumnFacts
     std::uint64_t withOffset = 0;                    ///< times with `Z` or an offset
     std::uint64_t contradictions = 0;                ///< angles such as `-47 S`
     std::uint64_t markedAngles = 0;                  ///< with signs or letters
+    std::uint64_t plainAngles = 0;                   ///< with signs, parts or decimals
     std::uint8_t angleParts = 0;                     ///< most parts of an angle
     std::uint8_t mostDecimals = 0;                   ///< after the point, of plain numbers
     bool hasNumbers = false;                         ///< then what follows holds

@@ -210,9 +210,10 @@ private:
     [[nodiscard]] bool IsApart(const std::uint32_t* positions) const
     {
         const std::uint32_t begin = positions[-1] + 1;
-        std::size_t line = positions[m_columns - 1] - begin;
-        line -= line > 0 && m_buffer[begin + line - 1] == '\r' ? 1U : 0U;
-        return m_rows.IsApart(Text().substr(begin, positions[0] - begin), line);
+        std::size_t end = positions[m_columns - 1];
+        end -= end > begin && m_buffer[end - 1] == '\r' ? 1U : 0U;
+        const std::size_t first = std::min<std::size_t>(positions[0], end);
+        return m_rows.IsApart(Text().substr(begin, first - begin), end - first);
     }
 
     TextSource& m_source;

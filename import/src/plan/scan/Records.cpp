@@ -275,6 +275,7 @@ bool RecordCutter::CutFields(std::string_view text, std::size_t from, bool isWho
     record.strays = 0;
     record.unclosed = 0;
     record.repair = ERepair::None;
+    record.isShifted = false;
     bool isComplete = false;
     if (m_dialect.separation == ESeparation::Character ||
         m_dialect.separation == ESeparation::Blanks) {
@@ -374,8 +375,10 @@ void RecordCutter::Repair(std::string_view text, bool isWhole, std::size_t expec
         record.repair = ERepair::EmptyCells;
         return;
     }
-    if (fields < expected && m_dialect.joinsFeeds) {
-        JoinLines(text, isWhole, expected, record);
+    if (fields < expected) {
+        if (!m_dialect.joinsFeeds || !JoinLines(text, isWhole, expected, record)) {
+            record.isShifted = AreCellsShifted(text, record.fields, m_forms);
+        }
     } else if (fields > expected && m_ends == ELineEnds::Feeds && !isLine) {
         SplitAtReturn(text, expected, record);
     }

@@ -77,6 +77,7 @@ struct Record
     std::size_t unclosed = 0; ///< openers that nothing closes, read as text
     bool isEnded = true;      ///< by a line end; false only for the text's last record
     bool isBlank = false;     ///< nothing but blanks
+    bool isShifted = false;   ///< cells are missing, and not the last ones
     ERepair repair = ERepair::None;
 
     [[nodiscard]] std::string_view Cell(std::string_view text, std::size_t index) const

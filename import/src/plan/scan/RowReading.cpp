@@ -385,4 +385,30 @@ bool DropEmptyCells(std::string_view text,
     return true;
 }
 
+bool AreCellsShifted(std::string_view text,
+                     const std::vector<Field>& fields,
+                     const std::vector<CellForm>& forms)
+{
+    constexpr std::size_t kMostFields = 512;
+    constexpr std::size_t kMostMisfits = 1;
+    if (fields.size() >= forms.size() || fields.size() < 2 || forms.size() > kMostFields) {
+        return false;
+    }
+    const std::size_t missing = forms.size() - fields.size();
+    std::size_t misfits = 0;
+    std::size_t front = fields.size(); ///< cells before it fit from the left
+    std::size_t back = 0;              ///< cells from here on fit when moved to the right
+    for (std::size_t index = 0; index < fields.size(); ++index) {
+        const std::string_view cell = fields[index].In(text);
+        if (!forms[index].Fits(cell)) {
+            ++misfits;
+            front = std::min(front, index);
+        }
+        if (!forms[index + missing].Fits(cell)) {
+            back = index + 1;
+        }
+    }
+    return misfits > kMostMisfits || (misfits > 0 && back <= front);
+}
+
 } // namespace Orvane::Import::Scan

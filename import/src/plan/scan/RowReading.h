@@ -37,6 +37,12 @@ namespace Orvane::Import::Scan {
                                   const std::vector<CellForm>& forms,
                                   std::vector<Field>& fields);
 
+/// Whether the cells of a row that lacks some look like those of other columns than those that they
+/// stand in from the left.
+[[nodiscard]] bool AreCellsShifted(std::string_view text,
+                                   const std::vector<Field>& fields,
+                                   const std::vector<CellForm>& forms);
+
 /// Whether the cells look like those of their columns, and at least two columns tell.
 [[nodiscard]] bool DoCellsFit(std::string_view text,
                               const std::vector<Field>& fields,

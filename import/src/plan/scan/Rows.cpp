@@ -58,13 +58,11 @@ std::size_t Rows::ColumnOf(std::size_t field) const
     return m_order.empty() ? field : m_order[field];
 }
 
-bool Rows::IsApart(std::string_view firstCell, std::size_t line) const
+bool Rows::IsApart(std::string_view firstCell, std::size_t rest) const
 {
-    // A blank line, or one of nothing but separators.
-    if (line <= m_columns) {
-        return true;
-    }
-    return IsName(TrimName(firstCell));
+    // Blank, or nothing but separators after the first cell.
+    return (rest + 1 <= m_columns && (m_columns > 1 || firstCell.size() < 2)) ||
+           IsName(TrimName(firstCell));
 }
 
 bool Rows::IsName(std::string_view cell) const
@@ -224,11 +222,33 @@ void Rows::AddRecord(std::string_view text, std::uint64_t byte, const Record& re
         AddPiece(Piece::EKind::FurtherTable, position, 0, line);
         return;
     }
+    if (fields == m_columns && IsSparse()) {
+        // Rule: a lone first cell that is padded with separators is a short record.
+        AddRun(1, 1, position);
+        AddShort(text, record, 1, position, line);
+        return;
+    }
     if (fields == m_columns) {
         AddCells(text, record, position);
         return;
     }
     AddUneven(text, record, position, line);
+}
+
+bool Rows::IsSparse() const
+{
+    if (m_columns < 3 || m_cells.front().empty()) {
+        return false;
+    }
+    bool isOdd = m_profiles[ColumnOf(0)].IsMisfit(m_cells.front());
+    for (std::size_t index = 1; index < m_columns; ++index) {
+        if (!m_cells[index].empty()) {
+            return false;
+        }
+        const CellForm& form = m_request.head.forms[ColumnOf(index)];
+        isOdd = isOdd || !form.Fits({});
+    }
+    return isOdd;
 }
 
 void Rows::AddUneven(std::string_view text,
@@ -264,29 +284,35 @@ void Rows::AddUneven(std::string_view text,
         return;
     }
     AddRun(fields, 1, position);
-    AddShort(text, record, position, line);
+    AddShort(text, record, fields, position, line);
 }
 
 void Rows::AddShort(std::string_view text,
                     const Record& record,
+                    std::size_t fields,
                     const Position& position,
                     std::string_view line)
 {
-    m_facts.endsInsideRow = !record.isEnded;
+    m_facts.endsInsideRow = !record.isEnded && record.fields.size() == fields;
     ShortRecord kept{
         position, position.line + record.lines - 1, {}, {}, m_facts.runs.size(), m_blankRuns};
-    for (std::size_t index = 0; index < record.fields.size(); ++index) {
+    for (std::size_t index = 0; index < fields; ++index) {
         kept.cells.emplace_back(record.Cell(text, index));
         m_shortBytes += kept.cells.back().size() + sizeof(std::string);
     }
     kept.line = std::string(line.substr(0, kExampleBytes * 2));
     if (m_short.size() < kMostShort && m_shortBytes < kMostShortBytes) {
         m_short.push_back(std::move(kept));
-    } else if (IsMisfit(kept.cells)) {
+    } else if (IsNoRow(kept)) {
         m_facts.misfits.Add(position, line);
     } else {
         AddShortRow(kept);
     }
+}
+
+bool Rows::IsNoRow(const ShortRecord& record) const
+{
+    return record.isShifted || IsMisfit(record.cells);
 }
 
 bool Rows::IsMisfit(const std::vector<std::string>& cells) const
@@ -398,7 +424,7 @@ void Rows::JudgeShortRecords()
         if (isCut && index + 1 == m_short.size()) {
             break;
         }
-        const bool isMisfit = IsMisfit(record.cells);
+        const bool isMisfit = IsNoRow(record);
         if (index >= m_judged && m_facts.rows > 0) {
             // Rule: what stands after the last whole row is a footer once a blank line, a lone
             // cell or a cell that fits no row has come.

@@ -32,8 +32,8 @@ public:
     [[nodiscard]] bool IsOver() const noexcept { return m_isOver; }
 
     /// Whether a row of the table's count needs a look of its own by its first cell and its size.
-    /// @param line bytes from the row's begin to its last field's end
-    [[nodiscard]] bool IsApart(std::string_view firstCell, std::size_t line) const;
+    /// @param rest bytes after the first cell up to the line's end
+    [[nodiscard]] bool IsApart(std::string_view firstCell, std::size_t rest) const;
 
     /// Adds rows of the table's count without quotes, one per line.
     /// @param ends where fields end, `rows` times the table's count; one position stands before
@@ -56,6 +56,7 @@ private:
         std::string line;
         std::size_t run = 0;    ///< of the facts' runs
         std::size_t blanks = 0; ///< runs of blank lines before it
+        bool isShifted = false; ///< not the last cells are missing
     };
 
     void AddRun(std::size_t fields, std::uint64_t rows, const Position& position);
@@ -72,16 +73,19 @@ private:
                    std::string_view line);
     void AddShort(std::string_view text,
                   const Record& record,
+                  std::size_t fields,
                   const Position& position,
                   std::string_view line);
     void AddCells(std::string_view text, const Record& record, const Position& position);
     void AddShortRow(const ShortRecord& record);
     void JudgeShortRecords();
     void FindFurtherTables();
+    [[nodiscard]] bool IsSparse() const;
     [[nodiscard]] bool IsName(std::string_view cell) const;
     [[nodiscard]] bool IsInFurtherTable(const Position& position) const;
     [[nodiscard]] bool AreOtherNames(const std::vector<std::string_view>& cells) const;
     [[nodiscard]] bool IsMisfit(const std::vector<std::string>& cells) const;
+    [[nodiscard]] bool IsNoRow(const ShortRecord& record) const;
     [[nodiscard]] std::size_t ColumnOf(std::size_t field) const;
 
     const ScanRequest& m_request;

@@ -114,7 +114,12 @@ private:
                 return false;
             }
         }
-        if (IsLetter(Peek(word.size()))) {
+        // A hemisphere's letter may follow at once: `15sN`.
+        const bool isLast = m_at + word.size() + 1 == m_text.size();
+        const char after = ToLower(Peek(word.size()));
+        const bool isHemisphere = isLast && (after == 'n' || after == 's' || after == 'e' ||
+                                             after == 'w' || after == 'o');
+        if (IsLetter(after) && !isHemisphere) {
             return false;
         }
         m_at += word.size();
