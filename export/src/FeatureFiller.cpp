@@ -4,7 +4,6 @@
 #include "DateText.h"
 #include "IntegerText.h"
 
-#include <Orvane/BNumbers.h>
 #include <Orvane/BPointGeo.h>
 
 #include <ogr_feature.h>
@@ -33,12 +32,12 @@ int FieldNumber(std::size_t index)
 FeatureFiller::FeatureFiller(OGRFeature& feature,
                              const ExportFormat& format,
                              const std::vector<FileField>& fields,
-                             EPlace place,
+                             bool hasGeometry,
                              bool hasHeights)
     : m_feature(feature)
     , m_format(format)
     , m_fields(fields)
-    , m_place(place)
+    , m_hasGeometry(hasGeometry)
     , m_hasHeights(hasHeights)
 {
     m_losses.notOfType.resize(fields.size());
@@ -75,38 +74,15 @@ void FeatureFiller::FillObject(const Orvane::BFeature& object)
     SetNulls(count);
 }
 
-void FeatureFiller::SetCoordinateTexts(double x, double y, bool hasZ, double z)
-{
-    SetNumberText(m_fields.size(), x);
-    SetNumberText(m_fields.size() + 1, y);
-    if (m_hasHeights) {
-        if (hasZ) {
-            SetNumberText(m_fields.size() + 2, z);
-        } else {
-            m_feature.SetFieldNull(FieldNumber(m_fields.size() + 2));
-        }
-    }
-}
-
 void FeatureFiller::SetNoPoint()
 {
     m_hasPoint = false;
-    if (m_place == EPlace::None) {
-        return;
-    }
-    if (m_place == EPlace::Geometry) {
-        m_feature.SetGeometryDirectly(nullptr);
-        return;
-    }
-    const std::size_t count = m_hasHeights ? 3 : 2;
-    for (std::size_t index = 0; index < count; ++index) {
-        m_feature.SetFieldNull(FieldNumber(m_fields.size() + index));
-    }
+    m_feature.SetGeometryDirectly(nullptr);
 }
 
 void FeatureFiller::SetPoint(double x, double y, bool hasZ, double z)
 {
-    if (m_place == EPlace::None) {
+    if (!m_hasGeometry) {
         return;
     }
     // Rule: a point whose X or Y is no finite number has no place and goes without geometry.
@@ -116,10 +92,6 @@ void FeatureFiller::SetPoint(double x, double y, bool hasZ, double z)
         return;
     }
     m_hasPoint = true;
-    if (m_place == EPlace::Fields) {
-        SetCoordinateTexts(x, y, hasZ, z);
-        return;
-    }
     OGRGeometry* geometry = m_feature.GetGeometryRef();
     if (geometry == nullptr) {
         m_feature.SetGeometryDirectly(new OGRPoint());
@@ -148,20 +120,6 @@ void FeatureFiller::SetNulls(std::size_t from)
     }
 }
 
-void FeatureFiller::SetNumberText(std::size_t index, double value)
-{
-    char buffer[40];
-    buffer[Orvane::BNumbers::FormatShortest(value, buffer)] = '\0';
-    m_feature.SetField(FieldNumber(index), buffer);
-}
-
-void FeatureFiller::SetFloatText(std::size_t index, float value)
-{
-    char buffer[40];
-    buffer[Orvane::BNumbers::FormatShortest(value, buffer)] = '\0';
-    m_feature.SetField(FieldNumber(index), buffer);
-}
-
 void FeatureFiller::SetValue(std::size_t index, double value)
 {
     const bool isHeld =
@@ -169,8 +127,6 @@ void FeatureFiller::SetValue(std::size_t index, double value)
     if (!isHeld) {
         ++m_losses.notFinite;
         m_feature.SetFieldNull(FieldNumber(index));
-    } else if (m_format.numbersAsText) {
-        SetNumberText(index, value);
     } else {
         m_feature.SetField(FieldNumber(index), value);
     }
@@ -178,11 +134,7 @@ void FeatureFiller::SetValue(std::size_t index, double value)
 
 void FeatureFiller::SetValue(std::size_t index, float value)
 {
-    if (m_format.numbersAsText) {
-        SetFloatText(index, value);
-    } else {
-        SetValue(index, static_cast<double>(value));
-    }
+    SetValue(index, static_cast<double>(value));
 }
 
 void FeatureFiller::SetValue(std::size_t index, std::int64_t value)

@@ -22,20 +22,12 @@ namespace Orvane::Import {
 class FeatureFiller
 {
 public:
-    /// Where a row's point goes.
-    enum class EPlace {
-        Geometry, ///< the feature's geometry
-        Fields,   ///< the fields X, Y and, with heights, Z, as texts
-        None      ///< nowhere
-    };
-
-    /// @param feature has `fields`, then, with EPlace::Fields, those of X, Y and, with heights, Z;
-    /// not
-    ///     owned, like the other references
+    /// @param feature has `fields`; not owned, like the other references
+    /// @param hasGeometry points go into the feature; else they go nowhere
     FeatureFiller(OGRFeature& feature,
                   const ExportFormat& format,
                   const std::vector<FileField>& fields,
-                  EPlace place,
+                  bool hasGeometry,
                   bool hasHeights);
 
     [[nodiscard]] const LossCounts& GetLosses() const noexcept { return m_losses; }
@@ -47,14 +39,10 @@ public:
     void FillObject(const Orvane::BFeature& object);
 
 private:
-    /// The fields after the attributes hold the coordinates when the format has no geometry.
-    void SetCoordinateTexts(double x, double y, bool hasZ, double z);
     void SetNoPoint();
     void SetPoint(double x, double y, bool hasZ, double z);
     [[nodiscard]] bool IsBinaryGeometry() const;
     void SetNulls(std::size_t from);
-    void SetNumberText(std::size_t index, double value);
-    void SetFloatText(std::size_t index, float value);
     void SetValue(std::size_t index, std::int32_t value);
     void SetValue(std::size_t index, bool value);
     void SetValue(std::size_t index, double value);
@@ -73,7 +61,7 @@ private:
     OGRFeature& m_feature;
     const ExportFormat& m_format;
     const std::vector<FileField>& m_fields;
-    EPlace m_place;
+    bool m_hasGeometry;
     bool m_hasHeights;
     bool m_hasPoint = false;
     std::string m_text;

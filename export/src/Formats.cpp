@@ -1,6 +1,8 @@
 // The table of formats.
 #include "Formats.h"
 
+#include "LayerWriter.h"
+
 #include <Orvane/Import/DisplayText.h>
 #include <Orvane/Import/Failure.h>
 #include <Orvane/Import/Targets.h>
@@ -19,20 +21,48 @@ constexpr std::size_t kMostGeoPackageFields = 1998;
 constexpr ExportFormat kFormats[] = {
     {".gpkg",
      "GPKG",
+     &WriteGeoPackage,
      ExportFormat::ENames::UniqueIgnoreCase,
      false,
      true,
-     false,
      true,
      true,
      kMostGeoPackageFields},
-    {".fgb", "FlatGeobuf", ExportFormat::ENames::Unique, true, true, false, false, true},
-    {".geojson", "GeoJSON", ExportFormat::ENames::Unique, false, false, false, false, false},
-    {".json", "GeoJSON", ExportFormat::ENames::Unique, false, false, false, false, false},
-    {".geojsonl", "GeoJSONSeq", ExportFormat::ENames::Unique, false, false, false, false, false},
-    {".geojsons", "GeoJSONSeq", ExportFormat::ENames::Unique, false, false, false, false, false},
-    {".shp", "ESRI Shapefile", ExportFormat::ENames::Dbase, false, false, false, true, false},
-    {".csv", "CSV", ExportFormat::ENames::UniqueIgnoreCase, true, true, true, false, false},
+    {".fgb", "FlatGeobuf", &WriteByGdal, ExportFormat::ENames::Unique, true, true, false, true},
+    {".geojson",
+     "GeoJSON",
+     &WriteGeoJson,
+     ExportFormat::ENames::Unique,
+     false,
+     false,
+     false,
+     false},
+    {".json", "GeoJSON", &WriteGeoJson, ExportFormat::ENames::Unique, false, false, false, false},
+    {".geojsonl",
+     "GeoJSONSeq",
+     &WriteGeoJson,
+     ExportFormat::ENames::Unique,
+     false,
+     false,
+     false,
+     false},
+    {".geojsons",
+     "GeoJSONSeq",
+     &WriteGeoJson,
+     ExportFormat::ENames::Unique,
+     false,
+     false,
+     false,
+     false},
+    {".shp",
+     "ESRI Shapefile",
+     &WriteByGdal,
+     ExportFormat::ENames::Dbase,
+     false,
+     false,
+     true,
+     false},
+    {".csv", "CSV", &WriteCsv, ExportFormat::ENames::UniqueIgnoreCase, true, true, false, false},
 };
 
 std::string FoldedExtension(const std::string& path)

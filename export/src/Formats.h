@@ -6,11 +6,15 @@
 
 namespace Orvane::Import {
 
+struct WriteReport;
+struct WriteRequest;
+
 /// One of the formats that an import can write.
 struct ExportFormat
 {
     const char* extension; ///< lower case, "." included
     const char* driver;    ///< GDAL's name
+    WriteReport (*write)(const WriteRequest&);
     /// How fields must be named.
     enum class ENames {
         Unique,           ///< each name once
@@ -19,7 +23,6 @@ struct ExportFormat
     } names;
     bool holdsNaN;
     bool holdsInfinity;
-    bool numbersAsText;         ///< the driver would cut digits off numbers
     bool holdsDates;            ///< days; a format that does not hold them has their texts
     bool holdsDateTimes;        ///< days with times, to the millisecond; else their texts
     std::size_t mostFields = 0; ///< 0: the driver tells

@@ -44,10 +44,7 @@ void RegisterDrivers()
 {
     static const bool isDone = [] {
         RegisterOGRFlatGeobuf();
-        RegisterOGRGeoJSON();
-        RegisterOGRGeoJSONSeq();
         RegisterOGRShape();
-        RegisterOGRCSV();
         return true;
     }();
     static_cast<void>(isDone);

@@ -39,13 +39,11 @@ std::unique_ptr<OGRFieldDefn> MakeFieldDefn(const FileField& field, const Export
         defn->SetType(OFTInteger64);
         break;
     case EVariantType::Double:
-        defn->SetType(format.numbersAsText ? OFTString : OFTReal);
+        defn->SetType(OFTReal);
         break;
     case EVariantType::Float:
-        if (!format.numbersAsText) {
-            defn->SetType(OFTReal);
-            defn->SetSubType(OFSTFloat32);
-        }
+        defn->SetType(OFTReal);
+        defn->SetSubType(OFSTFloat32);
         break;
     case EVariantType::Boolean:
         defn->SetType(OFTInteger);
@@ -70,8 +68,7 @@ public:
     explicit GdalWriter(const WriteRequest& request)
         : m_request(request)
         , m_fields(NameFields(request.layer, request.counts, request.format))
-        , m_hasGeometry(!request.format.numbersAsText && (request.hasGeometry || NeedsGeometry()))
-        , m_hasCoordinates(request.format.numbersAsText && request.hasGeometry)
+        , m_hasGeometry(request.hasGeometry || NeedsGeometry())
         , m_hasHeights(request.hasGeometry && request.counts.withHeight > 0)
         , m_leavesOutRows(Is("FlatGeobuf") && request.hasGeometry)
     {}
@@ -126,14 +123,6 @@ private:
         }
     }
 
-    [[nodiscard]] FeatureFiller::EPlace GetPlace() const
-    {
-        if (!m_request.hasGeometry) {
-            return FeatureFiller::EPlace::None;
-        }
-        return m_hasGeometry ? FeatureFiller::EPlace::Geometry : FeatureFiller::EPlace::Fields;
-    }
-
     [[nodiscard]] CPLStringList GetLayerOptions() const
     {
         CPLStringList options;
@@ -143,13 +132,8 @@ private:
             if (!m_request.hasGeometry) {
                 options.SetNameValue("SPATIAL_INDEX", "NO");
             }
-        } else if (Is("GeoJSON") || Is("GeoJSONSeq")) {
-            options.SetNameValue("COORDINATE_PRECISION", "17");
-            options.SetNameValue("SIGNIFICANT_FIGURES", "17");
         } else if (Is("ESRI Shapefile")) {
             options.SetNameValue("ENCODING", "UTF-8");
-        } else if (Is("CSV")) {
-            options.SetNameValue("STRING_QUOTING", "IF_NEEDED");
         }
         return options;
     }
@@ -173,14 +157,6 @@ private:
         for (const FileField& field : m_fields.fields) {
             const auto defn = MakeFieldDefn(field, m_request.format);
             Check(m_layer->CreateField(defn.get(), FALSE) == OGRERR_NONE, "Making the fields");
-        }
-        if (m_hasCoordinates) {
-            for (const char* coordinate : {"X", "Y", "Z"}) {
-                if (*coordinate != 'Z' || m_hasHeights) {
-                    OGRFieldDefn defn(FindFreeName(m_fields.fields, coordinate).c_str(), OFTString);
-                    Check(m_layer->CreateField(&defn, FALSE) == OGRERR_NONE, "Making the fields");
-                }
-            }
         }
         m_hasTransactions = m_dataset->TestCapability(ODsCTransactions) != 0;
     }
@@ -227,7 +203,8 @@ private:
     {
         const std::unique_ptr<OGRFeature, void (*)(OGRFeature*)> feature(
             OGRFeature::CreateFeature(m_layer->GetLayerDefn()), &OGRFeature::DestroyFeature);
-        FeatureFiller filler(*feature, m_request.format, m_fields.fields, GetPlace(), m_hasHeights);
+        FeatureFiller filler(
+            *feature, m_request.format, m_fields.fields, m_request.hasGeometry, m_hasHeights);
         Begin();
         Orvane::VisitRows(
             m_request.layer.GetFeatures(),
@@ -315,7 +292,6 @@ private:
     const WriteRequest& m_request;
     FileFields m_fields;
     bool m_hasGeometry;
-    bool m_hasCoordinates; ///< as fields of texts
     bool m_hasHeights;
     bool m_leavesOutRows;
     bool m_hasTransactions = false;

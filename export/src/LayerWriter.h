@@ -49,6 +49,11 @@ void RequireFewFields(const WriteRequest& request, std::size_t fieldCount);
 /// @throws as WriteByGdal
 [[nodiscard]] WriteReport WriteGeoPackage(const WriteRequest& request);
 
+/// Writes the layer as CSV, or as GeoJSON or a sequence of its features: straight from its pages.
+/// @throws as WriteByGdal
+[[nodiscard]] WriteReport WriteCsv(const WriteRequest& request);
+[[nodiscard]] WriteReport WriteGeoJson(const WriteRequest& request);
+
 /// Writes the layer by GDAL. Field by field as the schema has them; names are changed where the
 /// format needs it. FlatGeobuf leaves rows without geometry out.
 /// @throws ImportFailure `output-write` for every error that GDAL or the disk reports,

@@ -65,7 +65,7 @@ public:
                                            progress};
                 m_shape.fieldCount =
                     layer.GetSchema().GetCount() + counts.fieldsBeyondSchema.size();
-                return m_formatName == "GPKG" ? WriteGeoPackage(request) : WriteByGdal(request);
+                return m_format.write(request);
             });
         } catch (...) {
             progress.RethrowIfThrown();

@@ -6,6 +6,7 @@
 #include <Orvane/Import/Api.h>
 
 #include <cstddef>
+#include <cstdint>
 #include <vector>
 
 namespace Orvane::Import {
@@ -27,6 +28,9 @@ struct LayerCounts
     /// Attributes that rows have after those of the schema. A layer need not agree with its
     /// schema: a layer without one has all of its columns here.
     std::vector<LayerField> fieldsBeyondSchema;
+    /// Rows without a value, by attribute: those of the schema, then those after them. A row with
+    /// fewer attributes has no value for the rest.
+    std::vector<std::uint64_t> nulls;
 
     [[nodiscard]] std::size_t GetWithoutGeometry() const noexcept { return rows - points; }
 };

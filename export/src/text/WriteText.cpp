@@ -1,0 +1,150 @@
+// Hands a layer's pages to the writers of text formats.
+#include "../FieldNames.h"
+#include "../GdalScope.h"
+#include "../LayerWriter.h"
+#include "../Losses.h"
+#include "CsvFormat.h"
+#include "GeoJsonFormat.h"
+#include "OutputBuffer.h"
+#include "PointTransform.h"
+#include "TextRows.h"
+
+#include <ogr_spatialref.h>
+
+#include <memory>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <system_error>
+#include <utility>
+
+namespace Orvane::Import {
+
+namespace {
+
+/// Writes all rows of the request. @return what was written, without the fields' notes
+template <typename Format>
+WriteReport WriteRows(const WriteRequest& request,
+                      FileFields& names,
+                      Format& format,
+                      const PointTransform* transform,
+                      LossCounts& losses)
+{
+    TextRows<Format> rows(names.fields, request.hasGeometry, format, transform);
+    const auto check = [&request](std::uint64_t rowsDone) {
+        if (request.progress.IsDue(rowsDone) && !request.progress.Report(rowsDone)) {
+            ThrowCancelled();
+        }
+    };
+    const BFeatureCollection& features = request.layer.GetFeatures();
+    for (std::size_t index = 0; index < features.GetPageCount(); ++index) {
+        const std::shared_ptr<const BFeaturePage> page = features.LoadPage(index);
+        rows.WritePage(*page, &features, features.GetFirstRow(index), check);
+    }
+    WriteReport report;
+    report.rows = rows.GetRowCount();
+    report.points = rows.GetPointCount();
+    losses = rows.GetLosses();
+    if (!request.progress.Report(report.rows)) {
+        ThrowCancelled();
+    }
+    return report;
+}
+
+/// Makes the file and calls `write` with it; names what has failed.
+template <typename Write>
+void WriteFile(const WriteRequest& request, const Write& write)
+{
+    try {
+        OutputBuffer out(request.file);
+        write(out);
+        out.Close();
+    } catch (const std::system_error& error) {
+        ThrowNotWritten(request, "output-write", "Writing the file: " + error.code().message());
+    }
+}
+
+/// The URN by which GeoJSON texts name a system; empty for WGS 84, which needs no name.
+std::string NameSystem(const OGRSpatialReference* system)
+{
+    if (system == nullptr || IsWgs84(*system)) {
+        return {};
+    }
+    const char* const authority = system->GetAuthorityName(nullptr);
+    const char* const code = system->GetAuthorityCode(nullptr);
+    if (authority == nullptr || code == nullptr) {
+        return {};
+    }
+    return std::string("urn:ogc:def:crs:") + authority + "::" + code;
+}
+
+GeoJsonFormat::EKind KindOf(const ExportFormat& format)
+{
+    if (std::string_view(format.driver) == "GeoJSON") {
+        return GeoJsonFormat::EKind::Collection;
+    }
+    return std::string_view(format.extension) == ".geojsons" ? GeoJsonFormat::EKind::MarkedSequence
+                                                             : GeoJsonFormat::EKind::Sequence;
+}
+
+} // namespace
+
+WriteReport WriteCsv(const WriteRequest& request)
+{
+    FileFields names = NameFields(request.layer, request.counts, request.format);
+    LossCounts losses;
+    WriteReport report;
+    WriteFile(request, [&](OutputBuffer& out) {
+        std::vector<bool> hasNulls;
+        for (const std::uint64_t nulls : request.counts.nulls) {
+            hasNulls.push_back(nulls > 0);
+        }
+        hasNulls.resize(names.fields.size());
+        CsvFormat format(out,
+                         std::move(hasNulls),
+                         request.hasGeometry,
+                         request.hasGeometry && request.counts.withHeight > 0);
+        if (request.hasNames) {
+            format.WriteNames(names.fields);
+        }
+        report = WriteRows(request, names, format, nullptr, losses);
+    });
+    report.notes = names.notes;
+    ReportLosses(losses, names.fields, report);
+    return report;
+}
+
+WriteReport WriteGeoJson(const WriteRequest& request)
+{
+    FileFields names = NameFields(request.layer, request.counts, request.format);
+    const std::string layerName = NameLayer(request, names.notes);
+    const GeoJsonFormat::EKind kind = KindOf(request.format);
+    const GdalMessages messages;
+    std::optional<PointTransform> transform;
+    const OGRSpatialReference* const system = request.coordSys.get();
+    // Rule: a sequence of features has no place for the name of a system: its points are in WGS 84.
+    if (kind != GeoJsonFormat::EKind::Collection && request.hasGeometry && system != nullptr &&
+        !IsWgs84(*system)) {
+        try {
+            transform.emplace(*system);
+        } catch (const std::runtime_error& error) {
+            ThrowNotWritten(
+                request, "output-write", std::string("Transforming to WGS 84: ") + error.what());
+        }
+    }
+    LossCounts losses;
+    WriteReport report;
+    WriteFile(request, [&](OutputBuffer& out) {
+        GeoJsonFormat format(out, kind, names.fields);
+        format.Begin(layerName, request.hasGeometry ? NameSystem(system) : std::string());
+        report = WriteRows(request, names, format, transform ? &*transform : nullptr, losses);
+        format.End();
+        losses.notFinite = format.GetNotFiniteCount();
+    });
+    report.notes = names.notes;
+    ReportLosses(losses, names.fields, report);
+    return report;
+}
+
+} // namespace Orvane::Import
