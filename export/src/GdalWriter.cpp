@@ -70,7 +70,7 @@ public:
         , m_fields(NameFields(request.layer, request.counts, request.format))
         , m_hasGeometry(request.hasGeometry || NeedsGeometry())
         , m_hasHeights(request.hasGeometry && request.counts.withHeight > 0)
-        , m_leavesOutRows(Is("FlatGeobuf") && request.hasGeometry)
+        , m_leavesOutRows(Is("FlatGeobuf"))
     {}
 
     ~GdalWriter() = default;
@@ -129,9 +129,6 @@ private:
         if (Is("FlatGeobuf")) {
             options.SetNameValue("TEMPORARY_DIR",
                                  m_files.NameFor(m_request.file.parent_path().native()).c_str());
-            if (!m_request.hasGeometry) {
-                options.SetNameValue("SPATIAL_INDEX", "NO");
-            }
         } else if (Is("ESRI Shapefile")) {
             options.SetNameValue("ENCODING", "UTF-8");
         }

@@ -17,6 +17,17 @@ namespace Orvane::Import {
 
 namespace {
 
+[[noreturn]] void ThrowNotHeld(const std::string& shownPath)
+{
+    FailureFields fields;
+    fields.kind = EFailureKind::Output;
+    fields.code = "output-write";
+    fields.what = "The output cannot be written.";
+    fields.file = shownPath;
+    fields.cause = "FlatGeobuf files hold no rows without geometry; .gpkg and .csv files do.";
+    throw ImportFailure(std::move(fields));
+}
+
 [[noreturn]] void ThrowNotRead(const std::string& shownPath, const std::string& reason)
 {
     FailureFields fields;
@@ -39,7 +50,12 @@ public:
         , m_coordSys(FindCoordinateSystem(request.crs))
         , m_shape{0, request.hasGeometry, request.hasNames}
         , m_file(request.out, request.input)
-    {}
+    {
+        // Rule: what the format cannot hold at all is refused before anything is read.
+        if (!request.hasGeometry && m_formatName == "FlatGeobuf") {
+            ThrowNotHeld(request.out);
+        }
+    }
 
     ~FileTarget() override = default;
 

@@ -28,7 +28,7 @@ struct TargetRequest
     std::string input; ///< the file that is read, which must be another one; empty for none
     /// Whether rows have a place. False: the attributes alone are written, as a table without
     /// geometry (GeoPackage: data type "attributes"; CSV: no X, Y, Z columns; GeoJSON: null), and
-    /// points that rows have all the same are left out.
+    /// points that rows have all the same are left out. FlatGeobuf cannot hold such rows.
     bool hasGeometry = true;
     /// Whether a CSV file begins with a line of the columns' names; the others always have names.
     bool hasNames = true;
@@ -45,7 +45,8 @@ struct TargetRequest
 ///     target->Commit();
 ///
 /// @throws ImportFailure `unknown-format`, `extension-case`, `crs-form`, `unknown-crs`,
-///     `output-is-input`, `output-folder`, `output-not-a-file`, `output-in-use`
+///     `output-is-input`, `output-folder`, `output-not-a-file`, `output-in-use`, `output-write`
+///     without geometry in a format that needs it
 [[nodiscard]] ORVANE_IMPORT_EXPORT std::unique_ptr<Target> OpenTarget(const TargetRequest& request);
 
 } // namespace Orvane::Import
