@@ -2,8 +2,8 @@
 #include "schema/AsciiSchema.h"
 
 #include "schema/RowReader.h"
-#include "schema/TypeWidening.h"
 #include "text/OptionRules.h"
+#include "text/TypeWidening.h"
 
 #include <Orvane/BException.h>
 #include <Orvane/BNumbers.h>

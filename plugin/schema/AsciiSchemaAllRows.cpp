@@ -2,7 +2,7 @@
 #include "lines/BlockRows.h"
 #include "schema/AsciiSchema.h"
 #include "schema/RowReader.h"
-#include "schema/TypeWidening.h"
+#include "text/TypeWidening.h"
 
 #include <numeric>
 #include <string>
