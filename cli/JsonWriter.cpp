@@ -202,6 +202,9 @@ void JsonWriter::Value(const Orvane::BVariant& value)
         break;
     case EVariantType::String:
     case EVariantType::Text:
+    case EVariantType::Date:
+    case EVariantType::Time:
+    case EVariantType::DateTime:
         Text(value.GetString());
         break;
     case EVariantType::Strings: {
