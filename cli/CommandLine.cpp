@@ -134,6 +134,32 @@ CommandRule MakePlanRule()
         .examples = {"orvane plan stations.csv", "orvane plan stations.csv --json"}};
 }
 
+CommandRule MakeLintRule()
+{
+    return {.name = "lint",
+            .summary = "Say what in a file is out of the ordinary, place by place",
+            .arguments = {kFile,
+                          {.kind = EArgumentKind::Flag,
+                           .name = "--all",
+                           .meaning = "Show every finding, not the first 20 of each kind"},
+                          MakeJson("Print the findings as one JSON object"),
+                          {.kind = EArgumentKind::Flag,
+                           .name = "--sarif",
+                           .meaning = "Print the findings as a log of SARIF 2.1.0",
+                           .excludes = "--json"},
+                          kVerbose,
+                          kHelp},
+            .text =
+                "Scans the whole file and shows rows, cells and bytes that need care, each with "
+                "its place, what the bare reader would make of it, and a command that imports it "
+                "whole. Nothing is written.\n\n"
+                "Exit status: 0 nothing but notes, 1 warnings or errors, 2 wrong arguments or a "
+                "file that cannot be read.",
+            .examples = {"orvane lint stations.csv",
+                         "orvane lint stations.csv --all --json",
+                         "orvane lint stations.csv --sarif"}};
+}
+
 CommandRule MakeReadRule()
 {
     return {.name = "read",
@@ -187,6 +213,7 @@ const ProgramRule& GetProgramRule()
                                  "orvane help import"}},
         .commands = {MakeImportRule(),
                      MakePlanRule(),
+                     MakeLintRule(),
                      MakeReadRule(),
                      MakePreviewRule(),
                      {.name = "options",
@@ -275,16 +302,25 @@ std::string MakeHelpFor(const ParsedArguments& arguments)
     ThrowUnknownCommand(program, *name);
 }
 
-void Perform(const ParsedArguments& arguments)
+/// @return the exit status
+int Perform(const ParsedArguments& arguments)
 {
     const std::string_view command = arguments.command->name;
     if (command == "options") {
         RunOptions();
-        return;
+        return kExitDone;
     }
     if (command == "plan") {
         RunPlan({arguments.Get("FILE"), arguments.Has("--json")});
-        return;
+        return kExitDone;
+    }
+    if (command == "lint") {
+        const LintArguments lint{arguments.Get("FILE"),
+                                 arguments.Has("--json"),
+                                 arguments.Has("--sarif"),
+                                 arguments.Has("--all"),
+                                 {}};
+        return RunLint(lint) ? kExitDone : kExitDataFailed;
     }
     const Orvane::BParamList params = MakeParams(arguments);
     const std::string file = arguments.Get("FILE");
@@ -299,7 +335,7 @@ void Perform(const ParsedArguments& arguments)
                            arguments.Has("--no-disk-cache") ? DiskCacheRequest::EMode::Never
                                                             : DiskCacheRequest::EMode::Automatic),
              arguments.Get("--plugin")});
-        return;
+        return kExitDone;
     }
     ReadArguments readArguments{
         file, arguments.Get("--plugin"), params, arguments.Has("--json"), {}};
@@ -309,6 +345,7 @@ void Perform(const ParsedArguments& arguments)
         readArguments.diskCache = MakeDiskCache(arguments, DiskCacheRequest::EMode::Never);
         RunRead(readArguments);
     }
+    return kExitDone;
 }
 
 void PrintLine(const std::string& line)
@@ -357,7 +394,9 @@ int ReportFailure(const ImportFailure& failure,
                   const std::vector<std::string>& words,
                   const ParsedArguments& arguments)
 {
-    const int status = ExitStatusOf(failure);
+    // Rule: a file that lint cannot read is no finding.
+    const bool isLint = arguments.command->name == "lint";
+    const int status = isLint ? kExitWrongArguments : ExitStatusOf(failure);
     if (arguments.Has("--json") && status == kExitDataFailed) {
         PrintFailureJson(TextsOf(failure), failure.GetFields());
     }
@@ -429,13 +468,15 @@ int RunCommandLine(int argumentCount, char** arguments)
         return status;
     }
     try {
-        Perform(*parsed);
+        return Perform(*parsed);
     } catch (const ImportFailure& failure) {
         return ReportFailure(failure, words, *parsed);
     } catch (const std::exception& exception) {
-        return ReportOther(exception, parsed->Has("--json"), parsed->Has("--verbose"));
+        const bool isLint = parsed->command->name == "lint";
+        const int reported =
+            ReportOther(exception, parsed->Has("--json") && !isLint, parsed->Has("--verbose"));
+        return isLint ? kExitWrongArguments : reported;
     }
-    return kExitDone;
 }
 
 } // namespace OrvaneHost

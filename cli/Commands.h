@@ -4,6 +4,7 @@
 #include <Orvane/BKeyValuePairs.h>
 #include <Orvane/Import/DiskCache.h>
 #include <Orvane/Import/ImportFile.h>
+#include <Orvane/Import/Plan.h>
 
 #include <string>
 
@@ -34,6 +35,21 @@ struct PlanArguments
 
 /// Scans the file and prints what was decided. @throws as RunRead
 void RunPlan(const PlanArguments& arguments);
+
+/// Arguments of `orvane lint`.
+struct LintArguments
+{
+    std::string file; ///< as given, bytes
+    bool isJson = false;
+    bool isSarif = false;
+    bool showsAll = false;               ///< every finding, not the first ones of each kind
+    Orvane::Import::PlanRequest request; ///< what the caller decides
+};
+
+/// Looks for what is out of the ordinary in the file and prints it.
+/// @return whether nothing but notes was found
+/// @throws as RunRead; with JSON and SARIF the failure is said in the document, too
+[[nodiscard]] bool RunLint(const LintArguments& arguments);
 
 /// Prints the table of reader options. @throws what the output throws
 void RunOptions();
