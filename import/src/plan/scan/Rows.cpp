@@ -60,8 +60,8 @@ std::size_t Rows::ColumnOf(std::size_t field) const
 
 bool Rows::IsApart(std::string_view firstCell, std::size_t rest) const
 {
-    // Blank, or nothing but separators after the first cell.
-    return (rest + 1 <= m_columns && (m_columns > 1 || firstCell.size() < 2)) ||
+    // After a blank line, blank, or nothing but separators after the first cell.
+    return m_isAfterBlank || (rest + 1 <= m_columns && (m_columns > 1 || firstCell.size() < 2)) ||
            IsName(TrimName(firstCell));
 }
 
@@ -294,13 +294,17 @@ void Rows::AddShort(std::string_view text,
                     std::string_view line)
 {
     m_facts.endsInsideRow = !record.isEnded && record.fields.size() == fields;
-    ShortRecord kept{
-        position, position.line + record.lines - 1, {}, {}, m_facts.runs.size(), m_blankRuns};
+    ShortRecord kept{position,
+                     position.line + record.lines - 1,
+                     {},
+                     std::string(line.substr(0, kExampleBytes * 2)),
+                     m_facts.runs.size(),
+                     m_blankRuns,
+                     record.isShifted};
     for (std::size_t index = 0; index < fields; ++index) {
         kept.cells.emplace_back(record.Cell(text, index));
         m_shortBytes += kept.cells.back().size() + sizeof(std::string);
     }
-    kept.line = std::string(line.substr(0, kExampleBytes * 2));
     if (m_short.size() < kMostShort && m_shortBytes < kMostShortBytes) {
         m_short.push_back(std::move(kept));
     } else if (IsNoRow(kept)) {

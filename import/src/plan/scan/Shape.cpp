@@ -829,6 +829,25 @@ void JoinNames(const HeadRecord& record, bool isInherited, std::vector<std::stri
     }
 }
 
+/// Whether the first column names the rows: its cells are all there and all different, and the last
+/// column is not empty.
+bool AreRowNames(const std::vector<HeadRecord>& head, std::size_t from, std::size_t columns)
+{
+    std::set<std::string_view> seen;
+    bool isLastUsed = false;
+    for (std::size_t row = from; row < head.size(); ++row) {
+        const std::vector<std::string>& cells = head[row].cells;
+        if (cells.size() != columns) {
+            continue;
+        }
+        if (cells.front().empty() || !seen.insert(cells.front()).second) {
+            return false;
+        }
+        isLastUsed = isLastUsed || !Values::Trim(cells.back()).empty();
+    }
+    return isLastUsed && seen.size() > 1;
+}
+
 /// A text of one record that holds words alone, each of them once.
 bool IsLineOfWords(const std::vector<HeadRecord>& head, std::size_t row)
 {
@@ -1087,6 +1106,11 @@ TableHead FindTable(std::string_view text, const Candidate& candidate, const Sha
                                         : "a line of names that is one cell long";
                 JoinNames(record, false, table.columnNames);
                 table.namesCells.push_back(TrimCells(record));
+                if (record.cells.size() < table.columns && AreRowNames(head, row, table.columns)) {
+                    table.columnNames.pop_back();
+                    table.columnNames.insert(table.columnNames.begin(), std::string());
+                    table.namesReason = "a line of names without one for the names of rows";
+                }
             }
         }
     } else if (verdict.names == ENames::Found) {
