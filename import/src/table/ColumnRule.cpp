@@ -11,7 +11,6 @@
 #include <array>
 #include <charconv>
 #include <cmath>
-#include <cstring>
 #include <system_error>
 
 namespace Orvane::Import::Table {
@@ -101,31 +100,6 @@ double ToDouble(const ShortNumber& number) noexcept
         1e0, 1e1, 1e2, 1e3, 1e4, 1e5, 1e6, 1e7, 1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15};
     const double size = static_cast<double>(number.mantissa) / kPowersOfTen[number.decimals];
     return number.isNegative ? -size : size;
-}
-
-/// The words `true`, `false`, `yes` and `no` in any case: 1, 0, or -1 for all else.
-int ReadPlainWord(std::string_view cell) noexcept
-{
-    constexpr std::uint32_t kLowerCase = 0x20202020U;
-    const auto isWord = [&](const char* word, std::size_t size) {
-        std::uint32_t units = 0;
-        std::uint32_t wanted = 0;
-        std::memcpy(&units, cell.data(), size);
-        std::memcpy(&wanted, word, size);
-        return ((units | kLowerCase) ^ (wanted | kLowerCase)) == 0;
-    };
-    switch (cell.size()) {
-    case 2:
-        return isWord("no", 2) ? 0 : -1;
-    case 3:
-        return isWord("yes", 3) ? 1 : -1;
-    case 4:
-        return isWord("true", 4) ? 1 : -1;
-    case 5:
-        return isWord("fals", 4) && (cell[4] == 'e' || cell[4] == 'E') ? 0 : -1;
-    default:
-        return -1;
-    }
 }
 
 } // namespace

@@ -6,6 +6,7 @@
 #include "Table.h"
 
 #include <cstdint>
+#include <cstring>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -25,6 +26,31 @@ enum class ECellState : std::uint8_t {
 
 /// The notation that the numbers of a column are written in.
 [[nodiscard]] Values::Notation NotationOf(const PlanColumn& column);
+
+/// The words `true`, `false`, `yes` and `no` in any case: 1 or 0; -1 for all else.
+[[nodiscard]] inline int ReadPlainWord(std::string_view cell) noexcept
+{
+    constexpr std::uint32_t kLowerCase = 0x20202020U;
+    const auto isWord = [&](const char* word, std::size_t size) {
+        std::uint32_t units = 0;
+        std::uint32_t wanted = 0;
+        std::memcpy(&units, cell.data(), size);
+        std::memcpy(&wanted, word, size);
+        return ((units | kLowerCase) ^ (wanted | kLowerCase)) == 0;
+    };
+    switch (cell.size()) {
+    case 2:
+        return isWord("no", 2) ? 0 : -1;
+    case 3:
+        return isWord("yes", 3) ? 1 : -1;
+    case 4:
+        return isWord("true", 4) ? 1 : -1;
+    case 5:
+        return isWord("fals", 4) && (cell[4] == 'e' || cell[4] == 'E') ? 0 : -1;
+    default:
+        return -1;
+    }
+}
 
 /// Converts the cells of one column by the type and the spelling that the plan says. Cells are
 /// UTF-8 without quotes. Values are set for ECellState::Value alone. No locale, no allocation.

@@ -143,6 +143,15 @@ private:
                    : static_cast<std::size_t>(m_request.mostRows - m_counts.rows);
     }
 
+    /// About how many rows will be appended, at least those wanted.
+    [[nodiscard]] std::size_t RowsToCome(std::size_t wanted) const
+    {
+        const std::uint64_t planned = m_rules.plan.shape.rows;
+        const std::uint64_t toCome = planned > m_counts.rows ? planned - m_counts.rows : 0;
+        return std::max(wanted,
+                        static_cast<std::size_t>(std::min<std::uint64_t>(toCome, RowsLeft())));
+    }
+
     // Rows one by one.
 
     /// @return whether reading goes on
@@ -440,6 +449,8 @@ private:
         m_misfits.clear();
         m_first = first;
         std::fill(m_nulls.begin(), m_nulls.end(), Nulls());
+        // Arrays of a page grow once.
+        m_appender.ReserveRows(RowsToCome(wanted), m_layout.hasZ);
         const BFeatureAppender::Rows rows = m_appender.BeginRows(wanted, m_layout.hasZ);
         m_fallbacks.resize(rows.count);
         for (std::size_t column = 0; column < m_rules.columnCount; ++column) {
@@ -593,15 +604,9 @@ private:
             }
             break;
         }
-        case EPlanType::Boolean: {
-            std::uint8_t* const out = data.booleans.Data() + rows.firstRow;
-            for (std::size_t row = 0; row < rows.count; ++row) {
-                bool value = false;
-                AddNull(rule.ReadBoolean(CellAt(fields, row), value), column, row, rows, data);
-                out[row] = value ? 1 : 0;
-            }
+        case EPlanType::Boolean:
+            ConvertBooleans(fields, column, data, rows);
             break;
-        }
         case EPlanType::Date:
         case EPlanType::Time:
         case EPlanType::DateTime:
@@ -616,6 +621,28 @@ private:
         case EPlanType::Angle:
             ConvertTexts(fields, column, data, rows);
             break;
+        }
+    }
+
+    void ConvertBooleans(const FieldRun& fields,
+                         std::size_t column,
+                         BColumnData& data,
+                         const BFeatureAppender::Rows& rows)
+    {
+        const ColumnRule& rule = m_rules.columns[column];
+        std::uint8_t* const out = data.booleans.Data() + rows.firstRow;
+        const bool isPlain = !rule.HasNullTexts();
+        const std::uint32_t* ends = fields.ends;
+        for (std::size_t row = 0; row < fields.rows; ++row, ends += fields.stride) {
+            const std::uint32_t begin = ends[-1] + 1;
+            const std::string_view part(fields.text + begin, ends[0] - fields.trim - begin);
+            int plain = isPlain ? Table::ReadPlainWord(part) : -1;
+            if (plain < 0) {
+                bool value = false;
+                AddNull(rule.ReadBoolean(CellAt(fields, row), value), column, row, rows, data);
+                plain = value ? 1 : 0;
+            }
+            out[row] = static_cast<std::uint8_t>(plain);
         }
     }
 
@@ -648,7 +675,7 @@ private:
         for (std::size_t at = 0; at < count; ++at) {
             convert(m_fallbacks[at], CellAt(fields, m_fallbacks[at]));
         }
-        if (m_parts.Run().mayHaveZeros && !rule.AllowsLeadingZeros()) {
+        if (!rule.AllowsLeadingZeros()) {
             CheckLeadingZeros(fields, column);
         }
     }
@@ -656,13 +683,28 @@ private:
     /// Rule: digits after a zero in front are a code, and no value of a column of numbers.
     void CheckLeadingZeros(const FieldRun& fields, std::size_t column)
     {
+        const auto isCode = [](const char* cell) {
+            return cell[0] == '0' && Values::IsDigit(cell[1]);
+        };
+        unsigned hits = 0;
         const std::uint32_t* ends = fields.ends;
         for (std::size_t row = 0; row < fields.rows; ++row, ends += fields.stride) {
+            const char* const cell = fields.text + (ends[-1] + 1U);
+            // Below a digit are signs and quotes, which come before a number.
+            const bool isOther = cell[0] < '0';
+            hits |= static_cast<unsigned>(isOther) & static_cast<unsigned>(isCode(cell + 1));
+            hits |= static_cast<unsigned>(isCode(cell)) |
+                    (static_cast<unsigned>(cell[0] == '"') & static_cast<unsigned>(cell[1] == '-'));
+        }
+        if (hits == 0) {
+            return;
+        }
+        ends = fields.ends;
+        for (std::size_t row = 0; row < fields.rows; ++row, ends += fields.stride) {
             const char* cell = fields.text + (ends[-1] + 1U);
-            // Signs and quotes come before a number.
             cell += *cell == '"' ? 1 : 0;
             cell += *cell == '-' ? 1 : 0;
-            if (*cell == '0' && Values::IsDigit(cell[1])) {
+            if (isCode(cell)) {
                 AddMisfit(row, column);
             }
         }
@@ -766,9 +808,51 @@ private:
                 ConvertAxis(*m_height, rows, rows.z);
             }
         }
+        if (m_points->IsPlain() && AreAllPoints(rows)) {
+            m_kinds.assign(rows.count,
+                           static_cast<std::uint8_t>(m_height ? EPointKind::XYZ : EPointKind::XY));
+            m_newPoints = rows.count;
+            return;
+        }
         for (std::size_t row = 0; row < rows.count; ++row) {
             EndPoint(row, rows);
         }
+    }
+
+    /// Includes all values of an axis. @return whether all are numbers
+    static bool IncludeAll(const double* values, std::size_t count, double& least, double& most)
+    {
+        bool areNumbers = true;
+        double low = least;
+        double high = most;
+        for (std::size_t row = 0; row < count; ++row) {
+            const double value = values[row];
+            low = value < low ? value : low;
+            high = value > high ? value : high;
+            areNumbers = areNumbers && value == value; // NOLINT(misc-redundant-expression)
+        }
+        least = low;
+        most = high;
+        return areNumbers;
+    }
+
+    /// Whether every row has a point with all coordinates; the corners are set then.
+    bool AreAllPoints(const BFeatureAppender::Rows& rows)
+    {
+        const Corner least = m_least;
+        const Corner most = m_most;
+        const bool areNumbers = IncludeAll(rows.x, rows.count, m_least.x, m_most.x) &&
+                                IncludeAll(rows.y, rows.count, m_least.y, m_most.y) &&
+                                (!m_height || IncludeAll(rows.z, rows.count, m_least.z, m_most.z));
+        // The box is within the degrees when its corners are.
+        const bool isAll = areNumbers &&
+                           m_points->Check(m_least.x, m_least.y) == PointRule::EPlace::Point &&
+                           m_points->Check(m_most.x, m_most.y) == PointRule::EPlace::Point;
+        if (!isAll) {
+            m_least = least;
+            m_most = most;
+        }
+        return isAll;
     }
 
     /// Settles the point of a row, whose coordinates are known where they are plain.

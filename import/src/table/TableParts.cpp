@@ -9,9 +9,6 @@
 #include <cstring>
 #include <limits>
 #include <utility>
-#if defined(__SSE2__)
-#include <emmintrin.h>
-#endif
 
 namespace Orvane::Import::Table {
 
@@ -44,44 +41,6 @@ std::size_t CountByte(std::string_view text, char unit) noexcept
         count += *at == unit ? 1U : 0U;
     }
     return count;
-}
-
-/// Whether a field of the text may begin with a zero before another digit, a quote and a minus
-/// aside. Looks at bytes alone: sixteen at a time, or else says that there may be one.
-bool MayHaveZeros([[maybe_unused]] std::string_view text, [[maybe_unused]] char separator) noexcept
-{
-#if defined(__SSE2__)
-    const auto load = [](const char* at) {
-        return _mm_loadu_si128(reinterpret_cast<const __m128i*>(at));
-    };
-    const auto is = [](__m128i units, char unit) {
-        return _mm_cmpeq_epi8(units, _mm_set1_epi8(unit));
-    };
-    const auto isDigit = [](__m128i units) {
-        return _mm_and_si128(_mm_cmpgt_epi8(units, _mm_set1_epi8('0' - 1)),
-                             _mm_cmplt_epi8(units, _mm_set1_epi8('9' + 1)));
-    };
-    // The first field has no separator before it.
-    __m128i hits = is(load(text.data()), '0');
-    hits = _mm_and_si128(hits, _mm_cvtsi32_si128(0xFF));
-    for (const char* at = text.data(); at < text.data() + text.size(); at += sizeof(__m128i)) {
-        const __m128i before = load(at);
-        const __m128i first = load(at + 1);
-        const __m128i second = load(at + 2);
-        const __m128i third = load(at + 3);
-        const __m128i begins =
-            _mm_or_si128(is(before, separator), _mm_or_si128(is(before, '\n'), is(before, '\r')));
-        const __m128i isPlain = _mm_and_si128(is(first, '0'), isDigit(second));
-        const __m128i isSigned =
-            _mm_and_si128(_mm_or_si128(is(first, '-'), is(first, '"')),
-                          _mm_or_si128(_mm_and_si128(is(second, '0'), isDigit(third)),
-                                       _mm_and_si128(is(second, '-'), is(third, '0'))));
-        hits = _mm_or_si128(hits, _mm_and_si128(begins, _mm_or_si128(isPlain, isSigned)));
-    }
-    return _mm_movemask_epi8(hits) != 0;
-#else
-    return true;
-#endif
 }
 
 /// Line breaks of every kind, in a text that comes in pieces.
@@ -496,7 +455,6 @@ void TableParts::MakeIndex()
          index += m_rules.columnCount) {
         m_isRegular = m_buffer[m_positions[index]] == lineEnd;
     }
-    m_run.mayHaveZeros = MayHaveZeros(text, structure.separator);
     m_run.hasQuotes = structure.hasQuotes;
     m_run.isAscii = survey.highBytes == 0;
     m_run.fields = m_rules.columnCount;

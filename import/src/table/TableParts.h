@@ -52,9 +52,8 @@ struct RowRun
     std::uint32_t trim = 0;
     bool hasQuotes = false; ///< fields that begin with a quote end with one; inside all are doubled
     bool isAscii = true;    ///< otherwise bytes are valid in the plan's encoding
-    bool mayHaveZeros = true; ///< fields may begin with a zero and another digit
-    std::uint64_t line = 0;   ///< of the first row
-    std::uint64_t byte = 0;   ///< where the text begins
+    std::uint64_t line = 0; ///< of the first row
+    std::uint64_t byte = 0; ///< where the text begins
 };
 
 /// Reads a plan's file once. One thread at a time.
