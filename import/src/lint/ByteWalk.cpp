@@ -54,7 +54,6 @@ ByteWalk::ByteWalk(const Plan& plan, Add add)
     , m_usual(UsualLineEnd(plan.bytes))
     , m_rule(plan.bytes.lineEnd.value)
     , m_buffer(kPiece)
-    , m_byte(plan.bytes.positions == "file" ? m_source->Facts().markSize : 0)
 {}
 
 bool ByteWalk::Fill()

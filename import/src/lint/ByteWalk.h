@@ -66,7 +66,7 @@ private:
     std::vector<char> m_buffer;
     std::size_t m_size = 0;
     std::size_t m_at = 0;
-    std::uint64_t m_byte; ///< where the buffer begins in the file
+    std::uint64_t m_byte = 0; ///< where the buffer begins in the text, after a mark
     bool m_isAtEnd = false;
     std::uint64_t m_line = 1;
     std::uint64_t m_character = 1;

@@ -10,6 +10,8 @@ namespace Orvane::Import {
 namespace {
 
 constexpr std::size_t kMostText = 80;
+/// The bytes of the mark of UTF-8.
+constexpr std::uint64_t kMark = 3;
 
 /// The options that a request stands for, so that a command says the same.
 void AddOptions(const PlanRequest& request, Words& words)
@@ -168,6 +170,10 @@ LintFinding Findings::Begin(ELint lint, ELintSeverity severity) const
 void Findings::Hand(LintFinding& finding) const
 {
     finding.isByteOfFile = m_plan.bytes.positions == "file";
+    if (finding.line > 0 && finding.isByteOfFile && m_plan.bytes.hasMark) {
+        // The places of a plan and of its records count from the mark's end.
+        finding.byte += kMark;
+    }
     if (finding.fixes.empty()) {
         finding.fixes = {m_fix};
     }

@@ -45,9 +45,7 @@ void PlanLint::FindInBytes()
         });
     }
     if (bytes.hasMark) {
-        m_findings.Add(ELint::ByteOrderMark, [&](LintFinding& finding) {
-            Findings::Put({1, 1, 0}, finding);
-        });
+        m_findings.Add(ELint::ByteOrderMark, [](LintFinding& /*finding*/) {});
     }
 }
 

@@ -448,7 +448,7 @@ void RowLint::LookAtCell(const TableRecord& record, const ColumnWatch& watch)
     m_findings.Add(*lint, severity, [&](LintFinding& finding) {
         PutRow(record, column.index + 1, finding);
         finding.text = CutText(cell);
-        finding.message = DescribeCell(*lint, column, cell);
+        finding.message = DescribeCell(*lint, watch, cell);
         finding.bareReader = watch.DescribeBare(cell);
         const bool isOdd = *lint == ELint::OddCell || *lint == ELint::Sentinel;
         if (isOdd && cell.size() <= kMostNull) {
@@ -457,9 +457,10 @@ void RowLint::LookAtCell(const TableRecord& record, const ColumnWatch& watch)
     });
 }
 
-std::string RowLint::DescribeCell(ELint lint, const PlanColumn& column, std::string_view cell)
+std::string RowLint::DescribeCell(ELint lint, const ColumnWatch& watch, std::string_view cell)
 {
-    const std::string where = " in the " + Called(column);
+    const std::string where = " in the " + Called(watch.Column());
+    const bool isBoolean = watch.Bare().Type() == EVariantType::Boolean;
     switch (lint) {
     case ELint::Gap:
         return "An empty cell" + where + ".";
@@ -468,7 +469,8 @@ std::string RowLint::DescribeCell(ELint lint, const PlanColumn& column, std::str
     case ELint::LateDecimal:
         return Quoted(cell) + where + ", which begins with whole numbers.";
     case ELint::LateText:
-        return Quoted(cell) + where + ", which begins with numbers.";
+        return Quoted(cell) + where + ", which begins with " +
+               (isBoolean ? "truth values." : "numbers.");
     case ELint::OddCell:
         return Quoted(cell) + where + " makes text of a column of numbers or dates.";
     case ELint::BigInteger:

@@ -111,7 +111,7 @@ private:
 
     void LookAtCell(const TableRecord& record, const ColumnWatch& watch);
 
-    static std::string DescribeCell(ELint lint, const PlanColumn& column, std::string_view cell);
+    static std::string DescribeCell(ELint lint, const ColumnWatch& watch, std::string_view cell);
 
     /// @return whether something was found, so that the cells need no further look
     bool LookAtPoint(const TableRecord& record);

@@ -66,8 +66,7 @@ public:
         : m_rules(plan, request)
         , m_request(request)
         , m_layout(LayOutTable(plan, request))
-        // Where rows have cells past the columns, others have fewer attributes than they.
-        , m_parts(m_rules, !request.isOneByOne && m_rules.mostFields == m_rules.columnCount)
+        , m_parts(m_rules, !request.isOneByOne)
         , m_sink(sink)
         , m_meter(callbacks, EPhase::Reading, plan.bytes.lines)
         , m_appender(layer.GetFeatures(), m_layout.columns)
@@ -213,45 +212,29 @@ private:
                 }
             }
         }
-        if (m_rules.isAllText) {
-            AppendTexts(record);
-            return EndRow(record);
-        }
+        std::size_t extra = m_rules.columnCount;
         for (const std::size_t source : m_layout.sources) {
-            if (source >= record.cells.size()) {
+            if (source == TableLayout::kNoSource) {
+                AppendExtra(record, extra++);
+            } else if (source >= record.cells.size()) {
                 m_appender.AddNull();
-                continue;
-            }
-            m_states[source] =
-                AppendCell(m_rules.columns[source], record.cells[source], m_numbers[source]);
-            if (m_states[source] == ECellState::Misfit) {
-                return source + 1;
+            } else {
+                m_states[source] =
+                    AppendCell(m_rules.columns[source], record.cells[source], m_numbers[source]);
+                if (m_states[source] == ECellState::Misfit) {
+                    return source + 1;
+                }
             }
         }
         return EndRow(record);
     }
 
-    /// Appends the cells that a row has, as they are: a short row has fewer attributes.
-    void AppendTexts(const TableRecord& record)
+    void AppendExtra(const TableRecord& record, std::size_t index)
     {
-        const std::size_t most =
-            record.isTrailing ? m_rules.columnCount : std::numeric_limits<std::size_t>::max();
-        const std::size_t cells = std::min(record.cells.size(), most);
-        m_indices.clear();
-        std::size_t extra = m_rules.columnCount;
-        for (const std::size_t source : m_layout.sources) {
-            const std::size_t index = source == TableLayout::kNoSource ? extra++ : source;
-            if (index < cells) {
-                m_indices.push_back(index);
-            }
-        }
-        m_appender.BeginRow(m_indices.size());
-        for (const std::size_t index : m_indices) {
-            const std::string_view cell = record.cells[index];
-            m_appender.AddText(cell, ETextEncoding::Utf8);
-            if (index < m_rules.columnCount && !cell.empty()) {
-                m_states[index] = ECellState::Value;
-            }
+        if (index < record.cells.size() && !record.isTrailing) {
+            m_appender.AddText(record.cells[index], ETextEncoding::Utf8);
+        } else {
+            m_appender.AddNull();
         }
     }
 
@@ -309,8 +292,9 @@ private:
         case EPlanType::Text:
         case EPlanType::Angle:
             state = rule.ReadText(cell);
-            if (state == ECellState::Value) {
+            if (state == ECellState::Value || m_rules.isAllText) {
                 m_appender.AddText(cell, ETextEncoding::Utf8);
+                return state;
             }
             break;
         }
@@ -475,6 +459,16 @@ private:
                 ConvertColumn(column, rows.columns[attribute], rows);
             } else if (!IsCoordinate(column)) {
                 CheckColumn(column, rows.count);
+            }
+        }
+        // A row of a run has no surplus cells.
+        for (std::size_t index = m_layout.sources.size();
+             index > 0 && m_layout.sources[index - 1] == TableLayout::kNoSource;
+             --index) {
+            BColumnData& extra = rows.columns[index - 1];
+            for (std::size_t row = 0; row < rows.count; ++row) {
+                AppendText(extra.texts, {}, ETextEncoding::Ascii);
+                extra.SetNull(rows.firstRow + row);
             }
         }
         ConvertPoints(rows);
@@ -970,9 +964,8 @@ private:
     std::vector<std::size_t> m_attributeOf; ///< of each column of the plan
     TableCounts m_counts;
     std::uint64_t m_recordsRead = 0;
-    std::vector<ECellState> m_states;   ///< of the current row's cells
-    std::vector<std::size_t> m_indices; ///< of cells that are appended
-    std::vector<double> m_numbers;      ///< their values, where they are numbers
+    std::vector<ECellState> m_states; ///< of the current row's cells
+    std::vector<double> m_numbers;    ///< their values, where they are numbers
     TableRecord m_rowRecord;
 
     const AsciiReader::Kernels::Set& m_kernels = AsciiReader::Kernels::Best();

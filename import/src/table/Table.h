@@ -85,18 +85,14 @@ struct TableRecord
     bool isRepaired = false; ///< a row with stray quotes that were read as text
 };
 
-/// Columns for surplus cells; rows with more of them are bad.
-inline constexpr std::size_t kMostExtraColumns = 1000;
-
 /// How the table is to be read, beside what the plan decides.
 struct TableRequest
 {
     /// Make points of the plan's X and Y. Without effect on a plan without coordinates, and with
     /// isAllText.
     bool makesPoints = true;
-    /// Every cell stays the text that it is; empty ones are empty texts, not nulls. A short row has
-    /// fewer attributes; surplus cells of long rows get columns of their own, "extra_1" and so on,
-    /// at most kMostExtraColumns, which the other rows lack. There are no points.
+    /// Every cell stays the text that it is; empty ones are empty texts, not nulls. Surplus cells
+    /// of long rows get columns of their own, "extra_1" and so on; there are no points.
     bool isAllText = false;
     /// Cells that are null in every column, beside empty ones, spelled exactly so; with isAllText
     /// without effect.
