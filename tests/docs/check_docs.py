@@ -283,6 +283,75 @@ class Plans(unittest.TestCase):
         self.assertEqual(list(plan), documented)
 
 
+class Lint(unittest.TestCase):
+    def rows(self):
+        for heading, cells in table_rows(DOCS / "lint.md"):
+            if heading[0] == "Code":
+                self.assertEqual(
+                    heading, ["Code", "Severity", "What it is", "Sample", "Finding", "Fix"])
+                yield cells
+
+    def lint(self, sample):
+        with tempfile.TemporaryDirectory() as folder:
+            pathlib.Path(folder, "sample.csv").write_bytes(sample)
+            done = subprocess.run([PROGRAM, "lint", "sample.csv", "--json"], cwd=folder,
+                                  capture_output=True, timeout=60, check=False)
+            self.assertIn(done.returncode, (0, 1), done.stderr)
+            return json.loads(done.stdout)
+
+    def test_the_codes_are_those_of_the_program(self):
+        data = SOURCE / "examples/data/earthquakes.csv"
+        rules = json.loads(run("lint", str(data), "--sarif").stdout)["runs"][0]["tool"]["driver"]["rules"]
+        expected = [[rule["id"], rule["defaultConfiguration"]["level"], rule["shortDescription"]["text"]]
+                    for rule in rules]
+        documented = [[code(cells[0]), cells[1], cells[2].replace(r"\|", "|")] for cells in self.rows()]
+        self.assertEqual(documented, expected)
+
+    def test_every_code_of_a_plan_is_documented(self):
+        documented = {code(cells[0]) for cells in self.rows()}
+        # What lint finds under another name, row by row.
+        documented |= {"axes-swapped", "zero-coordinates", "latitude-out-of-range",
+                       "longitude-out-of-range", "misfit-row"}
+        found = set()
+        for path in (SOURCE / "import/src/plan").glob("*.cpp"):
+            text = path.read_text(encoding="utf-8")
+            found.update(re.findall(r'(?:AddFinding\(\s*plan|addCount\(|findings\.push_back\(\s*\{)[,\s]*"([a-z0-9-]+)"', text))
+        self.assertGreater(len(found), 10)
+        self.assertEqual(found - documented, set())
+
+    def test_every_sample_gives_its_finding(self):
+        checked = 0
+        for name, _, _, sample, expected, fixes in self.rows():
+            if not sample:
+                continue
+            with self.subTest(code=name):
+                found = self.lint(sample_bytes(code(sample)))
+                hits = [finding for finding in found["findings"] if finding["code"] == code(name)]
+                self.assertTrue(hits, found)
+                first = hits[0]
+                place = ":".join(str(first[key]) for key in ("line", "character") if first[key])
+                text = f"{place} {first['message']} The bare reader {first['bareReader']}."
+                self.assertEqual(expected.replace(r"\|", "|"), text.strip())
+                self.assertEqual(codes(fixes), first["fixes"])
+            checked += 1
+        self.assertGreater(checked, 45)
+
+    def test_the_tour_is_what_the_program_prints(self):
+        text = (DOCS / "lint.md").read_text(encoding="utf-8")
+        content, command, expected = re.search(
+            r"\$ cat stations\.csv\n((?:.*\n)*?)\$ orvane (.*)\n((?:.*\n)*?)```", text).groups()
+        with tempfile.TemporaryDirectory() as folder:
+            pathlib.Path(folder, "stations.csv").write_text(content, encoding="utf-8")
+            done = subprocess.run([PROGRAM, *command.split()], cwd=folder, capture_output=True,
+                                  timeout=60, check=False)
+        self.assertEqual((done.returncode, done.stdout.decode("utf-8")), (1, expected))
+
+    def test_the_keys_are_documented(self):
+        documented = [code(cells[0]) for heading, cells in table_rows(DOCS / "lint.md")
+                      if heading[0] == "Key"]
+        self.assertEqual(list(self.lint(b"x,y\n1.5,2.5\n")), documented)
+
+
 class Samples(unittest.TestCase):
     """The code of a page stands, line by line, in a source that is compiled and run."""
 

@@ -381,11 +381,11 @@ TEST(ReadTable, CellsOfAllTextStayAsTheyAre)
     const ReadFile file = ReadBothWays(
         "id,lon,lat\n007,7.5, 47\n2,,\n3,4\n5,6,7,8,\"9\"\n6,7,8\n", planRequest, request);
     EXPECT_EQ(Rows(*file.layer),
-              (Texts{"'007', '7.5', ' 47', none, none",
-                     "'2', '', '', none, none",
-                     "'3', '4', none, none, none",
+              (Texts{"'007', '7.5', ' 47', null, null",
+                     "'2', '', '', null, null",
+                     "'3', '4', null, null, null",
                      "'5', '6', '7', '8', '9'",
-                     "'6', '7', '8', none, none"}));
+                     "'6', '7', '8', null, null"}));
     EXPECT_EQ(file.layer->GetSchema().GetAt(4).GetName(), Orvane::BString("extra_2"));
     EXPECT_TRUE(file.bad.empty());
 }
