@@ -2,6 +2,7 @@
 #include "Coordinates.h"
 
 #include "AxisEvidence.h"
+#include "Given.h"
 #include "Names.h"
 #include "values/FoldedCell.h"
 
@@ -171,8 +172,13 @@ std::vector<Pair> FindNamedPairs(const std::vector<Column>& columns)
             }
             Pair pair{x, y, 1, false, true, false};
             const bool isNamed = second.axis == EAxis::Latitude;
-            pair.isDegrees = second.sample.IsWithin(90) && first.sample.IsWithin(360) &&
-                             (isNamed || first.sample.decimals * 2 > first.sample.values.size());
+            // Rule: under names of degrees one value in ten may be out of range.
+            const bool isNearly =
+                isNamed && second.sample.CountWithin(90) * 10 >= second.sample.values.size() * 9 &&
+                first.sample.CountWithin(360) * 10 >= first.sample.values.size() * 9;
+            pair.isDegrees =
+                isNearly || (second.sample.IsWithin(90) && first.sample.IsWithin(360) &&
+                             first.sample.decimals * 2 > first.sample.values.size());
             pair.isPacked = isNamed && !second.sample.IsWithin(90) &&
                             CanPackedBe(second.sample, 90) && CanPackedBe(first.sample, 180);
             // Names of degrees over values that are none: swapped columns, or no coordinates.
@@ -227,28 +233,6 @@ std::string QuoteName(const PlanColumn& column)
 std::string DescribePair(const Plan& plan, std::size_t x, std::size_t y)
 {
     return "X " + QuoteName(plan.columns[x]) + ", Y " + QuoteName(plan.columns[y]);
-}
-
-std::size_t FindGiven(const Plan& plan, const std::string& given)
-{
-    for (const PlanColumn& column : plan.columns) {
-        if (column.name == given) {
-            return column.index;
-        }
-    }
-    std::size_t index = 0;
-    const auto result = std::from_chars(given.data(), given.data() + given.size(), index);
-    if (result.ec == std::errc() && result.ptr == given.data() + given.size() &&
-        index < plan.columns.size()) {
-        return index;
-    }
-    FailureFields fields;
-    fields.kind = EFailureKind::Request;
-    fields.code = "no-such-column";
-    fields.what = "The file has no such column.";
-    fields.file = plan.path;
-    fields.value = given;
-    throw ImportFailure(std::move(fields));
 }
 
 /// Columns of letters N and S, E and W beside the coordinates.
@@ -513,6 +497,57 @@ ChooseOrder(const CoordinateSearch& search, const std::vector<Pair>& pairs, Plan
     return pairs[found->isFirstX ? 0 : 1];
 }
 
+[[noreturn]] void FailAsEqual(const Plan& plan)
+{
+    FailureFields fields;
+    fields.kind = EFailureKind::Request;
+    fields.code = "columns-equal";
+    fields.what = "X, Y and Z must be different columns.";
+    fields.file = plan.path;
+    throw ImportFailure(std::move(fields));
+}
+
+/// Leaves the pairs that have the one column that is given.
+void KeepGiven(const PlanRequest& request, const Plan& plan, std::vector<Pair>& pairs)
+{
+    const auto keep = [&](const std::string& given, const char* axis, std::size_t Pair::*column) {
+        if (given.empty()) {
+            return;
+        }
+        const std::size_t wanted = FindGivenColumn(plan, given, axis);
+        pairs.erase(std::remove_if(pairs.begin(),
+                                   pairs.end(),
+                                   [&](const Pair& pair) { return pair.*column != wanted; }),
+                    pairs.end());
+    };
+    keep(request.x, "X", &Pair::x);
+    keep(request.y, "Y", &Pair::y);
+}
+
+/// Height and coordinate system as the caller gives them.
+void UseGivenRest(const PlanRequest& request, Plan& plan)
+{
+    PlanCoordinates& found = plan.coordinates.value;
+    if (!request.z.empty()) {
+        const std::size_t z = FindGivenColumn(plan, request.z, "Z");
+        if (z == found.x || z == found.y) {
+            FailAsEqual(plan);
+        }
+        if (found.z) {
+            plan.columns[*found.z].role = EPlanRole::Attribute;
+        }
+        if (found.x) {
+            found.z = z;
+            plan.columns[z].role = EPlanRole::Z;
+        }
+    }
+    if (!request.crs.empty()) {
+        plan.coordinateSystem = {};
+        plan.coordinateSystem.value = request.crs;
+        plan.coordinateSystem.decider = EDecider::Given;
+    }
+}
+
 bool UseGiven(const CoordinateSearch& search,
               const std::vector<Column>& columns,
               const PlanRequest& request,
@@ -522,8 +557,11 @@ bool UseGiven(const CoordinateSearch& search,
         return false;
     }
     Pair pair;
-    pair.x = FindGiven(plan, request.x);
-    pair.y = FindGiven(plan, request.y);
+    pair.x = FindGivenColumn(plan, request.x, "X");
+    pair.y = FindGivenColumn(plan, request.y, "Y");
+    if (pair.x == pair.y) {
+        FailAsEqual(plan);
+    }
     pair.isDegrees = columns[pair.y].sample.IsWithin(90) && columns[pair.x].sample.IsWithin(360);
     plan.coordinates.decider = EDecider::Given;
     Settle(search, columns, pair, plan);
@@ -532,7 +570,9 @@ bool UseGiven(const CoordinateSearch& search,
 
 } // namespace
 
-void DecideCoordinates(const CoordinateSearch& search, const PlanRequest& request, Plan& plan)
+namespace {
+
+void Decide(const CoordinateSearch& search, const PlanRequest& request, Plan& plan)
 {
     std::vector<Column> columns = TakeColumns(search, plan);
     if (UseGiven(search, columns, request, plan)) {
@@ -540,6 +580,7 @@ void DecideCoordinates(const CoordinateSearch& search, const PlanRequest& reques
         return;
     }
     std::vector<Pair> pairs = search.hasNames ? FindNamedPairs(columns) : std::vector<Pair>{};
+    KeepGiven(request, plan, pairs);
     if (!pairs.empty()) {
         const Pair best = pairs.front();
         plan.coordinates.confidence = EConfidence::Strong;
@@ -567,6 +608,7 @@ void DecideCoordinates(const CoordinateSearch& search, const PlanRequest& reques
         return;
     }
     pairs = FindPairsByValue(columns);
+    KeepGiven(request, plan, pairs);
     if (pairs.empty()) {
         AskForCoordinates(plan);
         return;
@@ -593,6 +635,14 @@ void DecideCoordinates(const CoordinateSearch& search, const PlanRequest& reques
     }
     Settle(search, columns, best, plan);
     DecideSystem(columns, ordered.has_value(), plan);
+}
+
+} // namespace
+
+void DecideCoordinates(const CoordinateSearch& search, const PlanRequest& request, Plan& plan)
+{
+    Decide(search, request, plan);
+    UseGivenRest(request, plan);
 }
 
 } // namespace Orvane::Import

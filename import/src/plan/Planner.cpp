@@ -1,6 +1,7 @@
 // MakePlan: a first look, one pass over the file, and the decisions.
 #include "Coordinates.h"
 #include "Encoding.h"
+#include "Given.h"
 #include "PlanDialect.h"
 #include "Types.h"
 #include "scan/FileScan.h"
@@ -88,9 +89,12 @@ Probe TakeProbe(Scan::TextSource& source)
     return probe;
 }
 
-SampleRows
-TakeRows(const Probe& probe, const Scan::ScanRequest& request, const std::string& encoding)
+SampleRows TakeRows(const Probe& probe,
+                    const Scan::ScanRequest& request,
+                    std::uint64_t lastLine,
+                    const std::string& encoding)
 {
+    std::uint64_t line = request.head.firstRowLine;
     SampleRows rows;
     Scan::RecordCutter cutter(request.dialect, request.head.forms);
     Scan::Record record;
@@ -99,7 +103,16 @@ TakeRows(const Probe& probe, const Scan::ScanRequest& request, const std::string
     while (at < probe.size && rows.size() < kSampleRows && cells < 400000 &&
            cutter.Cut(probe.Text(), at, probe.isWhole, request.head.columns, record)) {
         at = record.next;
-        if (record.isBlank || record.fields.size() < request.head.columns / 2) {
+        line += record.lines;
+        if (line - record.lines > lastLine) {
+            break;
+        }
+        const std::string_view mark =
+            Scan::FindMark(probe.Text().substr(record.begin, record.next - record.begin),
+                           request.head.commentMarks);
+        const std::size_t count = record.fields.size();
+        if (record.isBlank || record.isShifted || count * 2 < request.head.columns ||
+            (count != request.head.columns && !mark.empty())) {
             continue;
         }
         std::vector<std::string>& row = rows.emplace_back();
@@ -468,6 +481,8 @@ Plan MakePlan(const std::string& path, const PlanRequest& request)
     probeFacts.Add(probe.Text());
     // A sequence may be cut at the probe's end.
     shapeRequest.isUtf8 = probeFacts.invalidBytes <= 3;
+    shapeRequest.hasSkippedLines = request.skipLines.has_value();
+    shapeRequest.skippedLines = request.skipLines.value_or(0);
     shapeRequest.names = request.hasNames ? (*request.hasNames ? 1 : 0) : -1;
     if (request.separator) {
         shapeRequest.hasGivenDialect = true;
@@ -488,6 +503,7 @@ Plan MakePlan(const std::string& path, const PlanRequest& request)
     const auto look = [&](const Scan::Candidate& candidate) {
         scan.dialect = candidate.dialect;
         scan.head = Scan::FindTable(probe.Text(), candidate, shapeRequest);
+        scan.nullTexts = request.nullTexts;
         return Scan::ScanFile(source, scan);
     };
     Scan::ScanFacts facts = look(candidates.front());
@@ -509,6 +525,9 @@ Plan MakePlan(const std::string& path, const PlanRequest& request)
 
     Plan plan;
     plan.path = path;
+    plan.nullTexts = request.nullTexts;
+    plan.isAllText = request.isAllText;
+    plan.hasNoPoints = request.hasNoPoints;
     PlanBytesOf(source, facts, request, scan.dialect, plan.bytes);
     plan.shape.columnCount.value = scan.head.columns;
     plan.shape.rows = facts.rows;
@@ -541,10 +560,17 @@ Plan MakePlan(const std::string& path, const PlanRequest& request)
     PlanPiecesOf(facts, textEncoding, plan.shape);
     PlanColumnsOf(facts, scan.head, plan);
     AddFindings(source, facts, plan);
-    if (!IsWithoutRows(facts)) {
-        const SampleRows rows = TakeRows(probe, scan, textEncoding);
+    if (!request.nameColumn.empty()) {
+        const std::size_t named = FindGivenColumn(plan, request.nameColumn, "name");
+        plan.columns[named].role = EPlanRole::Name;
+    }
+    if (request.hasNoPoints) {
+        plan.coordinates.decider = EDecider::Given;
+    } else if (!IsWithoutRows(facts)) {
+        const SampleRows rows = TakeRows(probe, scan, facts.lastRowLine, textEncoding);
         DecideCoordinates({facts.columns, rows, plan.shape.hasNames.value}, request, plan);
     }
+    UseGivenTypes(facts.columns, request, plan);
     return plan;
 }
 

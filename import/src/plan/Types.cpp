@@ -14,6 +14,11 @@ namespace {
 using Scan::ColumnFacts;
 using Values::ECell;
 
+constexpr std::uint32_t kDayFirst =
+    Values::DateDayMonthYearSlash | Values::DateDayMonthYearDash | Values::DateDayMonthYearPoint;
+constexpr std::uint32_t kMonthFirst =
+    Values::DateMonthDayYearSlash | Values::DateMonthDayYearDash | Values::DateMonthDayYearPoint;
+
 std::vector<PlanPlace> PlacesOf(const std::vector<Scan::Example>& examples)
 {
     std::vector<PlanPlace> places;
@@ -122,12 +127,6 @@ bool DecideTime(const ColumnFacts& facts, PlanColumn& column)
         return true;
     }
     const std::uint32_t forms = facts.dateForms;
-    constexpr std::uint32_t kDayFirst = Values::DateDayMonthYearSlash |
-                                        Values::DateDayMonthYearDash |
-                                        Values::DateDayMonthYearPoint;
-    constexpr std::uint32_t kMonthFirst = Values::DateMonthDayYearSlash |
-                                          Values::DateMonthDayYearDash |
-                                          Values::DateMonthDayYearPoint;
     if (forms == 0) {
         SetText(column, EConfidence::Strong, "dates in orders that exclude each other");
         return true;
@@ -260,6 +259,35 @@ void DecideType(const ColumnFacts& facts, const DecimalSigns& signs, PlanColumn&
         // A word is null only among numbers and dates.
         column.values += column.nullWords;
         column.nullWords = 0;
+    }
+}
+
+std::string FindSpelling(const ColumnFacts& facts, const DecimalSigns& signs, EPlanType type)
+{
+    PlanColumn column;
+    switch (type) {
+    case EPlanType::Integer32:
+    case EPlanType::Integer64:
+    case EPlanType::Double:
+        static_cast<void>(DecideNumber(facts, signs, column));
+        if (column.spelling.empty() && facts.Count(ECell::Spelled) > 0 && facts.notations != 0) {
+            const bool isComma = (facts.notations & Values::NotationComma) != 0;
+            return isComma ? "decimal comma" : "thousands ,";
+        }
+        return column.spelling;
+    case EPlanType::Date:
+    case EPlanType::DateTime: {
+        const std::uint32_t forms = facts.dateForms;
+        if ((forms & kDayFirst) != 0) {
+            return "day first";
+        }
+        if ((forms & kMonthFirst) != 0) {
+            return "month first";
+        }
+        return forms == Values::DateCompact ? "YYYYMMDD" : "";
+    }
+    default:
+        return {};
     }
 }
 

@@ -25,4 +25,10 @@ struct DecimalSigns
 /// and is shown.
 void DecideType(const Scan::ColumnFacts& facts, const DecimalSigns& signs, PlanColumn& column);
 
+/// How the cells are spelled that fit a type which the column as a whole does not have: by the
+/// first reading of those that are left; of an order of day and month that the cells leave open,
+/// the day first.
+[[nodiscard]] std::string
+FindSpelling(const Scan::ColumnFacts& facts, const DecimalSigns& signs, EPlanType type);
+
 } // namespace Orvane::Import

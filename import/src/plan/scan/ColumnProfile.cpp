@@ -377,6 +377,18 @@ void ColumnProfile::Add(std::string_view cell, const Position& position, bool is
     }
 }
 
+void ColumnProfile::AddNull(std::string_view cell, const Position& position)
+{
+    ClassFacts& nulls = m_facts.classes[static_cast<std::size_t>(ECell::NullWord)];
+    ++nulls.count;
+    if (nulls.examples.size() < kMostExamples &&
+        std::none_of(nulls.examples.begin(), nulls.examples.end(), [&](const Example& example) {
+            return example.text == CutExample(cell);
+        })) {
+        nulls.examples.push_back({position, CutExample(cell)});
+    }
+}
+
 void ColumnProfile::AddRun(const CellRun& run)
 {
     ClassFacts& empty = m_facts.classes[static_cast<std::size_t>(ECell::Empty)];

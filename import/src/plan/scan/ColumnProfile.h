@@ -112,6 +112,9 @@ public:
     /// Adds one cell, without its quotes. kPadding bytes after it must be readable.
     void Add(std::string_view cell, const Position& position, bool isQuoted);
 
+    /// Adds a cell that the caller calls null, whatever it holds.
+    void AddNull(std::string_view cell, const Position& position);
+
     /// Adds the cells of a run without quotes; a `\r` at a cell's end is no part of it.
     void AddRun(const CellRun& run);
 

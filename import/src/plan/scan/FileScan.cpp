@@ -117,7 +117,7 @@ private:
         const bool isPlain =
             (dialect.separation == ESeparation::Character && !dialect.skipsBlanks) ||
             dialect.separation == ESeparation::OneColumn;
-        return isPlain && dialect.lineEnds != ELineEnds::Any &&
+        return isPlain && m_request.nullTexts.empty() && dialect.lineEnds != ELineEnds::Any &&
                m_size < std::numeric_limits<std::uint32_t>::max() &&
                (dialect.quote == 0 ||
                 std::memchr(m_buffer.data(), dialect.quote, m_size) == nullptr);

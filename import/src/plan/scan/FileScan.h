@@ -97,6 +97,7 @@ struct ScanRequest
 {
     Dialect dialect;
     TableHead head;
+    std::vector<std::string> nullTexts; ///< given: cells with one of these texts are null
 };
 
 /// Longer records are counted, not cut.

@@ -235,6 +235,25 @@ void Rows::AddRecord(std::string_view text, std::uint64_t byte, const Record& re
     AddUneven(text, record, position, line);
 }
 
+bool Rows::IsNull(std::string_view cell) const
+{
+    const std::vector<std::string>& texts = m_request.nullTexts;
+    return !texts.empty() &&
+           std::find(texts.begin(), texts.end(), Values::Trim(cell)) != texts.end();
+}
+
+void Rows::AddCell(std::size_t column,
+                   std::string_view cell,
+                   const Position& position,
+                   bool isQuoted)
+{
+    if (IsNull(cell)) {
+        m_profiles[column].AddNull(cell, position);
+    } else {
+        m_profiles[column].Add(cell, position, isQuoted);
+    }
+}
+
 bool Rows::IsSparse() const
 {
     if (m_columns < 3 || m_cells.front().empty()) {
@@ -322,7 +341,7 @@ bool Rows::IsNoRow(const ShortRecord& record) const
 bool Rows::IsMisfit(const std::vector<std::string>& cells) const
 {
     for (std::size_t index = 0; index < cells.size(); ++index) {
-        if (m_profiles[ColumnOf(index)].IsMisfit(cells[index])) {
+        if (!IsNull(cells[index]) && m_profiles[ColumnOf(index)].IsMisfit(cells[index])) {
             return true;
         }
     }
@@ -337,8 +356,10 @@ void Rows::AddCells(std::string_view text, const Record& record, const Position&
     for (std::size_t index = 0; index < m_columns; ++index) {
         const Field& field = record.fields[index];
         const std::string_view cell = field.In(text);
-        m_profiles[ColumnOf(index)].Add(
-            cell, {line, position.byte + (field.begin - record.begin)}, field.isQuoted);
+        AddCell(ColumnOf(index),
+                cell,
+                {line, position.byte + (field.begin - record.begin)},
+                field.isQuoted);
         if (record.lines > 1 && field.isQuoted) {
             line += static_cast<std::uint64_t>(std::count(cell.begin(), cell.end(), '\n'));
         }
@@ -357,8 +378,7 @@ void Rows::AddShortRow(const ShortRecord& record)
         padded = isThere ? record.cells[index] : std::string();
         const std::size_t size = padded.size();
         padded.resize(size + 64);
-        m_profiles[ColumnOf(index)].Add(
-            std::string_view(padded).substr(0, size), record.position, false);
+        AddCell(ColumnOf(index), std::string_view(padded).substr(0, size), record.position, false);
     }
 }
 

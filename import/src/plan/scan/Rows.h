@@ -80,6 +80,9 @@ private:
     void AddShortRow(const ShortRecord& record);
     void JudgeShortRecords();
     void FindFurtherTables();
+    void
+    AddCell(std::size_t column, std::string_view cell, const Position& position, bool isQuoted);
+    [[nodiscard]] bool IsNull(std::string_view cell) const;
     [[nodiscard]] bool IsSparse() const;
     [[nodiscard]] bool IsName(std::string_view cell) const;
     [[nodiscard]] bool IsInFurtherTable(const Position& position) const;

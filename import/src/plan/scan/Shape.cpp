@@ -437,6 +437,11 @@ std::size_t FindTrialSize(std::string_view text) noexcept
 
 std::vector<Candidate> FindDialects(std::string_view text, const ShapeRequest& request)
 {
+    for (std::uint64_t line = 0; line < request.skippedLines && !text.empty(); ++line) {
+        const std::size_t end = std::min(text.find_first_of("\r\n"), text.size() - 1);
+        const bool isPair = text.substr(end, 2) == "\r\n";
+        text.remove_prefix(end + (isPair ? 2 : 1));
+    }
     const std::size_t size = FindTrialSize(text);
     const bool isCut = text.size() > size;
     const std::string_view trial = text.substr(0, size);
@@ -1026,13 +1031,19 @@ TableHead FindTable(std::string_view text, const Candidate& candidate, const Sha
     if (first > kMostHeadLines) {
         first = 0;
     }
+    if (request.hasSkippedLines) {
+        first = 0;
+        while (first + 1 < head.size() && head[first].line <= request.skippedLines) {
+            ++first;
+        }
+    }
     // Comments may stand at the begin of the table's own count.
-    while (first < head.size() && head[first].cells.size() == table.columns &&
-           IsComment(head[first].text) && first + 1 < head.size() && !IsComment(head.back().text) &&
-           first < kMostHeadLines) {
+    while (!request.hasSkippedLines && first < head.size() &&
+           head[first].cells.size() == table.columns && IsComment(head[first].text) &&
+           first + 1 < head.size() && !IsComment(head.back().text) && first < kMostHeadLines) {
         ++first;
     }
-    first = SkipSparseLines(head, first, table.columns);
+    first = request.hasSkippedLines ? first : SkipSparseLines(head, first, table.columns);
     for (std::size_t index = 0; index < first; ++index) {
         addLine(head[index], KindBeforeTable(head[index], index == 0));
     }

@@ -84,6 +84,8 @@ struct ShapeRequest
     bool isWhole = true; ///< the text is the whole file
     bool hasGivenDialect = false;
     Dialect given;
+    std::uint64_t skippedLines = 0; ///< given: lines before the table
+    bool hasSkippedLines = false;
     int names = -1; ///< given: 0 no names, 1 names; -1 not given
 };
 
