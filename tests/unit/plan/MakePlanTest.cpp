@@ -1,4 +1,5 @@
 // Plans of small files, kind by kind, and of real ones where the folder of test data is there.
+#include "MadeFile.h"
 #include "support/DataFolder.h"
 
 #include <Orvane/Import/Failure.h>
@@ -18,33 +19,6 @@
 namespace {
 
 using namespace Orvane::Import;
-
-/// A file that goes with the object.
-class MadeFile
-{
-public:
-    explicit MadeFile(std::string_view bytes, const std::string& extension = ".csv")
-        : m_path(std::filesystem::temp_directory_path() /
-                 ("orvane_plan_" + std::to_string(::getpid()) + extension))
-    {
-        std::ofstream stream(m_path, std::ios::binary);
-        stream.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-    }
-
-    ~MadeFile()
-    {
-        std::error_code error;
-        std::filesystem::remove(m_path, error);
-    }
-
-    MadeFile(const MadeFile&) = delete;
-    MadeFile& operator=(const MadeFile&) = delete;
-
-    [[nodiscard]] std::string Path() const { return m_path.string(); }
-
-private:
-    std::filesystem::path m_path;
-};
 
 Plan PlanOf(std::string_view bytes, const PlanRequest& request = {})
 {

@@ -82,7 +82,10 @@ void CellForm::Add(std::string_view cell)
     if (reading.cell == Values::ECell::NullWord) {
         return;
     }
-    readings &= reading.readings;
+    // A letter beside a whole number is more often a code than an angle.
+    const bool isCode = reading.cell == Values::ECell::Angle && !reading.angle.hasMarks &&
+                        reading.angle.parts == 1 && !reading.angle.isDecimal;
+    readings &= isCode ? 0U : reading.readings;
     const std::uint32_t classes = ClassesOf(cell);
     inAll &= classes;
     inSome |= classes;

@@ -428,6 +428,10 @@ void ColumnProfile::AddRun(const CellRun& run)
 bool ColumnProfile::IsMisfit(std::string_view cell) const
 {
     constexpr std::uint8_t kNothingYet = Values::kAllReadings;
+    // A letter beside a whole number is more often a code than an angle.
+    if (m_facts.readings == Values::ReadingAngle && m_facts.plainAngles == 0) {
+        return false;
+    }
     return m_facts.readings != 0 && m_facts.readings != kNothingYet &&
            (m_facts.readings & Values::ReadCell(cell).readings) == 0;
 }
