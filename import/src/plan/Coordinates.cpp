@@ -124,7 +124,9 @@ std::vector<Column> TakeColumns(const CoordinateSearch& search, const Plan& plan
         column.isNumber = planned.type.value == EPlanType::Double ||
                           planned.type.value == EPlanType::Integer32 ||
                           planned.type.value == EPlanType::Integer64;
-        column.isAngle = planned.type.value == EPlanType::Angle;
+        // Degrees with colons look like times of day.
+        column.isAngle = planned.type.value == EPlanType::Angle ||
+                         (planned.type.value == EPlanType::Time && column.axis != EAxis::None);
         const bool isCandidate = column.isNumber || column.isAngle || column.axis != EAxis::None;
         if (isCandidate) {
             column.sample = TakeValues(search.rows, planned);
@@ -179,7 +181,9 @@ std::vector<Pair> FindNamedPairs(const std::vector<Column>& columns)
             pair.isDegrees =
                 isNearly || (second.sample.IsWithin(90) && first.sample.IsWithin(360) &&
                              first.sample.decimals * 2 > first.sample.values.size());
-            pair.isPacked = isNamed && !second.sample.IsWithin(90) &&
+            // Rule: packed degrees go far past 360, where no longitude is.
+            pair.isPacked = isNamed && !pair.isDegrees &&
+                            std::max(second.sample.most, -second.sample.least) > 360 &&
                             CanPackedBe(second.sample, 90) && CanPackedBe(first.sample, 180);
             // Names of degrees over values that are none: swapped columns, or no coordinates.
             pair.score += isNamed && !pair.isDegrees && !pair.isPacked ? -0.5 : 0;
@@ -429,6 +433,14 @@ void Settle(const CoordinateSearch& search,
     PlanCoordinates& found = plan.coordinates.value;
     found.x = pair.x;
     found.y = pair.y;
+    for (const std::size_t index : {pair.x, pair.y}) {
+        PlanColumn& column = plan.columns[index];
+        if (column.type.value == EPlanType::Time) {
+            column.type.rivals.insert(column.type.rivals.begin(), {"time", 1, "its name"});
+            column.type.value = EPlanType::Angle;
+            column.spelling = "degrees minutes seconds";
+        }
+    }
     const bool isAngle = plan.columns[pair.x].type.value == EPlanType::Angle ||
                          plan.columns[pair.y].type.value == EPlanType::Angle ||
                          columns[pair.x].sample.letters > 0;

@@ -219,8 +219,11 @@ void PlanQuotesOf(const Scan::Candidate& candidate,
                   PlanShape& shape)
 {
     PlanDecision<PlanQuotes>& decision = shape.quotes;
-    // A quote that opened no field is none.
-    const bool isUsed = facts.openers > 0 || request.quote.has_value();
+    // Without a quote in the text there is none.
+    const std::uint64_t odd =
+        facts.strays.count + facts.unclosed.count +
+        facts.repairs.at(static_cast<std::size_t>(Scan::ERepair::Quotes)).count;
+    const bool isUsed = facts.openers + odd > 0 || request.quote.has_value();
     decision.value = {isUsed ? candidate.dialect.quote : '\0', candidate.dialect.hasBackslashes};
     decision.decider = request.quote ? EDecider::Given : EDecider::Found;
     decision.evidence.push_back({"quoted fields", facts.openers, {}});
@@ -436,6 +439,13 @@ void PlanColumnsOf(const Scan::ScanFacts& facts, const Scan::TableHead& head, Pl
         column.form = {
             form.cells, form.empties, form.readings, form.inAll, form.inSome, form.longest};
         DecideType(facts.columns[index], signs, column);
+        // Rule: in a file of one column a comma is no proof of a decimal sign.
+        if (facts.columns.size() == 1 && column.spelling.starts_with("decimal comma")) {
+            column.type.value = EPlanType::Text;
+            column.type.confidence = EConfidence::Tie;
+            column.type.rivals.push_back({"double", 1, "a comma that may separate columns"});
+            column.spelling.clear();
+        }
         for (PlanEvidence& evidence : column.type.evidence) {
             for (PlanPlace& place : evidence.places) {
                 place.text = ToUtf8(place.text, plan.bytes.encoding.value);

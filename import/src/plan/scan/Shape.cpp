@@ -159,6 +159,8 @@ Candidate Try(std::string_view text, const Dialect& dialect, bool isWhole)
         if (record.isBlank || (counts.empty() && IsComment(FirstLine(text.substr(record.begin))))) {
             continue;
         }
+        candidate.fewest = counts.empty() ? record.fields.size()
+                                          : std::min(candidate.fewest, record.fields.size());
         counts.push_back(record.fields.size());
         if (record.strays + record.unclosed == 0) {
             cleanCounts.push_back(record.fields.size());
@@ -234,6 +236,11 @@ double PriorOf(const Dialect& dialect) noexcept
     }
 }
 
+bool IsUsual(char separator) noexcept
+{
+    return separator == ',' || separator == ';' || separator == '\t' || separator == '|';
+}
+
 double ScoreOf(const Candidate& candidate, std::size_t records) noexcept
 {
     const bool isOne =
@@ -245,7 +252,11 @@ double ScoreOf(const Candidate& candidate, std::size_t records) noexcept
     // One line is no support for a separator; many fields in it are.
     const double few = records == 1 && candidate.fields < 3 ? 0.5 : 1;
     const double many = 1 + 0.05 * std::min(std::log2(static_cast<double>(candidate.fields)), 5.0);
-    const double even = std::max(candidate.support, 0.8 * candidate.steady);
+    // A usual separator that stands in every line cuts it, however ragged the rows are.
+    const bool isEverywhere = candidate.fewest >= 2 && IsUsual(candidate.dialect.separator) &&
+                              candidate.dialect.separation == ESeparation::Character;
+    const double even =
+        std::max({candidate.support, 0.8 * candidate.steady, isEverywhere ? 0.7 : 0.0});
     return even * even * typed * many * few * PriorOf(candidate.dialect);
 }
 
