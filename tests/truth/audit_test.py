@@ -99,11 +99,11 @@ class Compare(unittest.TestCase):
 
 
 class Answers(unittest.TestCase):
-    def test_the_first_command_line_of_a_question_is_its_answer(self):
-        said = "orvane: which?\n  orvane import 'a b.csv' out.gpkg --x 1 --y 2\n  orvane import a.csv --no-points\n"
-        self.assertEqual(audit.first_answer(said, None), ["--x", "1", "--y", "2"])
-        self.assertEqual(audit.first_answer("orvane: none\n  --no-points\n", None), ["--no-points"])
-        self.assertEqual(audit.first_answer("orvane: broken\n", None), [])
+    def test_command_lines_of_a_question_are_its_answers(self):
+        said = "orvane: which?\n  orvane import --x 1 --y 2 'a b.csv' out.gpkg\n  orvane import --no-points a.csv\n"
+        self.assertEqual(list(audit.answers(said)), [["import", "--x", "1", "--y", "2", "a b.csv", "out.gpkg"],
+                                                     ["import", "--no-points", "a.csv"]])
+        self.assertEqual(list(audit.answers("orvane: broken; see 'orvane import --help'\n")), [])
 
 
 class NastyFiles(unittest.TestCase):

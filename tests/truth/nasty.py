@@ -350,10 +350,10 @@ def bytes_and_lines():
     yield nasty
     nasty = table("two line ends after the last row").line("")
     yield nasty
-    nasty = table("a last line cut short")
+    nasty = table("a last line cut short", outcomes=(IMPORT, ASK))
     nasty.row("31,Aa", [31, "Aa", None, None], is_bad=True, end="")
     yield nasty
-    nasty = table("a last line cut within a number")
+    nasty = table("a last line cut within a number", outcomes=(IMPORT, ASK))
     nasty.row("31,Aare,7.9", [31, "Aare", None, None], is_bad=True, end="")
     yield nasty
     for trouble, content, words in (

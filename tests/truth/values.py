@@ -11,7 +11,7 @@ FALSE_WORDS = {"false", "no", "n", "f"}
 PLAIN = re.compile(r"[+-]?(\d+\.?\d*|\.\d+)([eE][+-]?\d+)?\Z", re.ASCII)
 ZEROS = re.compile(r"[+-]?0\d", re.ASCII)
 DAY_FORMATS = ("%Y-%m-%d", "%Y/%m/%d", "%d %b %Y", "%d.%m.%Y", "%Y%m%d")
-TIME_FORMATS = ("%H:%M:%S", "%H:%M:%S.%f", "%H:%M")
+TIME_FORMATS = ("%H:%M:%S", "%H:%M:%S.%f", "%H:%M", "%I:%M:%S %p", "%I:%M %p")
 BOTH_FORMATS = tuple(
     f"{day}{between}{time}" for day in ("%Y-%m-%d", "%Y/%m/%d") for between in ("T", " ") for time in TIME_FORMATS)
 
@@ -54,8 +54,12 @@ def equals_number(decimal, stored):
 def moments(text, stored, is_day_first):
     """The dates or times that a text may spell, of the kind of the stored one."""
     formats = {datetime.datetime: BOTH_FORMATS, datetime.date: DAY_FORMATS, datetime.time: TIME_FORMATS}[type(stored)]
-    if type(stored) is datetime.date and is_day_first is not None:
-        formats = (*formats, "%d/%m/%Y" if is_day_first else "%m/%d/%Y")
+    if is_day_first is not None:
+        day = "%d/%m/%Y" if is_day_first else "%m/%d/%Y"
+        if type(stored) is datetime.date:
+            formats = (*formats, day)
+        elif type(stored) is datetime.datetime:
+            formats = (*formats, *(f"{day} {time}" for time in TIME_FORMATS))
     plain = re.sub(r"(?<=\d)(Z|\+00:?00)\Z", "", text.strip())
     for form in formats:
         try:
@@ -75,13 +79,21 @@ def equals_moment(first, second):
     return type(first) is type(second) and first == second
 
 
+def is_time_of(stored, text):
+    """Whether a text is the time that a cell spells, as formats without times keep it: 01:30:00 for 1:30:00."""
+    if not re.fullmatch(r"\d\d:\d\d:\d\d(\.\d+)?", stored, re.ASCII):
+        return False
+    time = datetime.time.fromisoformat(stored.ljust(15, "0") if "." in stored else stored)
+    return any(equals_moment(moment, time) for moment in moments(text, time, None))
+
+
 def cell_holds(cell, stored):
     """Whether `stored` keeps the value of a cell, whatever its type."""
     text = cell.text
     if stored is None:
         return not text.strip() or text.strip().lower() in NULL_WORDS
     if isinstance(stored, str):
-        return stored == text or (cell.is_padded and stored == text.strip())
+        return stored == text or (cell.is_padded and stored == text.strip()) or is_time_of(stored, text)
     if isinstance(stored, bool):
         return text.strip().lower() in (TRUE_WORDS if stored else FALSE_WORDS)
     if isinstance(stored, (int, float)):
