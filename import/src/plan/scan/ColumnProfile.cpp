@@ -398,13 +398,19 @@ void ColumnProfile::AddRun(const CellRun& run)
     const unsigned shift = m_shift;
     const std::uint32_t* end = run.ends;
     for (std::size_t row = 0; row < run.rows; ++row, end += run.stride) {
-        const std::uint32_t begin = *(end - 1) + 1;
+        std::uint32_t begin = *(end - 1) + 1;
         std::size_t length = *end - begin;
         const char* text = run.text + begin;
-        const auto locate = [&] { return Position{run.line + row, run.byte + begin}; };
         if (length > 0 && text[length - 1] == '\r') {
             --length;
         }
+        if (run.hasQuotes && length >= 2 && *text == '"') {
+            ++m_facts.quoted;
+            ++begin;
+            ++text;
+            length -= 2;
+        }
+        const auto locate = [&] { return Position{run.line + row, run.byte + begin}; };
         if (length == 0) {
             if (empty.count++ == 0) {
                 empty.examples.push_back({locate(), {}});

@@ -94,6 +94,7 @@ struct CellRun
     std::size_t rows = 0;
     std::uint64_t line = 1; ///< of the first row; one row per line
     std::uint64_t byte = 0;
+    bool hasQuotes = false; ///< a cell that begins with a quote ends with one: both are no part
 };
 
 /// Collects the facts of a column.
@@ -115,7 +116,7 @@ public:
     /// Adds a cell that the caller calls null, whatever it holds.
     void AddNull(std::string_view cell, const Position& position);
 
-    /// Adds the cells of a run without quotes; a `\r` at a cell's end is no part of it.
+    /// Adds the cells of a run; a `\r` at a cell's end is no part of it.
     void AddRun(const CellRun& run);
 
     /// Whether a cell would contradict a column whose cells agree so far.

@@ -102,7 +102,10 @@ private:
             m_rows.SetLine(m_request.head.firstRowLine);
         }
         if (CanIndex()) {
-            return ConsumeIndexed(at);
+            const std::size_t next = ConsumeIndexed(at);
+            if (next > at) {
+                return next;
+            }
         }
         while (at < m_size && m_cutter.Cut(Text(), at, m_isAtEnd, m_columns, m_record)) {
             m_rows.AddRecord(Text(), m_byte + m_record.begin, m_record);
@@ -117,12 +120,18 @@ private:
         const bool isPlain =
             (dialect.separation == ESeparation::Character && !dialect.skipsBlanks) ||
             dialect.separation == ESeparation::OneColumn;
+        // Quotes are indexed only as the reader knows them.
+        const auto has = [&](char unit) {
+            return std::memchr(m_buffer.data(), unit, m_size) != nullptr;
+        };
         return isPlain && m_request.nullTexts.empty() && dialect.lineEnds != ELineEnds::Any &&
-               m_size < std::numeric_limits<std::uint32_t>::max() &&
-               (dialect.quote == 0 ||
-                std::memchr(m_buffer.data(), dialect.quote, m_size) == nullptr);
+               m_size < std::numeric_limits<std::uint32_t>::max() && !m_rows.IsOver() &&
+               (dialect.quote == 0 || dialect.quote == '"' || !has(dialect.quote)) &&
+               (!dialect.hasBackslashes || !has('\\'));
     }
 
+    /// Consumes the whole lines of the buffer by an index of their fields. @return where the first
+    /// byte stands that was not consumed; `from` when the lines have to be cut one by one
     std::size_t ConsumeIndexed(std::size_t from)
     {
         const Dialect& dialect = m_request.dialect;
@@ -142,22 +151,82 @@ private:
         structure.separator =
             dialect.separation == ESeparation::OneColumn ? lineEnd : dialect.separator;
         structure.lineEnd = lineEnd;
+        structure.hasQuotes = dialect.quote == '"' &&
+                              dialect.separation == ESeparation::Character &&
+                              std::memchr(m_buffer.data() + from, '"', to - from) != nullptr;
         AsciiReader::Kernels::IndexState state;
         std::uint32_t* positions = m_positions.data() + 1;
         positions[-1] = static_cast<std::uint32_t>(from) - 1;
         std::size_t count = m_index(m_buffer.data(), from, to, structure, state, positions);
-        if (to > from && m_buffer[to - 1] != lineEnd) {
+        if (to > from && m_buffer[to - 1] != lineEnd && state.inQuotes == 0) {
             // The text's last line has no ending.
             positions[count++] = static_cast<std::uint32_t>(to);
             ++state.lineEnds;
         }
-        return AddIndexed(positions, count, state.lineEnds, lineEnd);
+        std::size_t openers = 0;
+        if (structure.hasQuotes) {
+            // Lines that do not end outside quotes wait for the next piece.
+            while (count > 0 && positions[count - 1] < m_size &&
+                   m_buffer[positions[count - 1]] != lineEnd) {
+                --count;
+            }
+            if (count == 0 || !AreQuotesClean(positions, count, lineEnd, state.lineEnds, openers)) {
+                return from;
+            }
+        }
+        m_rows.AddOpeners(openers);
+        return AddIndexed(positions, count, state.lineEnds, lineEnd, structure.hasQuotes);
+    }
+
+    /// Whether every quote opens or closes a field or is one of a pair inside, and no line ends
+    /// inside quotes.
+    bool AreQuotesClean(const std::uint32_t* positions,
+                        std::size_t count,
+                        char lineEnd,
+                        std::size_t lines,
+                        std::size_t& openers) const
+    {
+        const char* text = m_buffer.data();
+        const std::size_t from = positions[-1] + 1U;
+        const std::size_t to = std::min<std::size_t>(positions[count - 1] + std::size_t{1}, m_size);
+        std::size_t clean = 0;
+        for (std::size_t index = 0; index < count; ++index) {
+            // The first position wraps.
+            const std::uint32_t begin = positions[static_cast<std::ptrdiff_t>(index) - 1] + 1U;
+            std::uint32_t end = positions[index];
+            if (text[begin] != '"' || begin == end) {
+                continue;
+            }
+            end -= text[end - 1] == '\r' ? 1U : 0U;
+            if (end - begin < 2 || text[end - 1] != '"') {
+                return false;
+            }
+            ++openers;
+            clean += 2;
+            std::size_t at = begin + 1U;
+            const std::size_t last = end - 1U;
+            while (const void* found = std::memchr(text + at, '"', last - at)) {
+                at = static_cast<std::size_t>(static_cast<const char*>(found) - text);
+                if (at + 1 == last || text[at + 1] != '"') {
+                    return false;
+                }
+                at += 2;
+                clean += 2;
+            }
+        }
+        AsciiReader::Kernels::Survey survey;
+        AsciiReader::Kernels::Best().survey(text + from, to - from, survey);
+        const auto ends = static_cast<std::size_t>(std::count(text + from, text + to, lineEnd));
+        return clean == survey.quotes && ends + (to == m_size && text[to - 1] != lineEnd) == lines;
     }
 
     /// Adds the records of an index; the last position is a line's end. @return where the first
     /// record begins that is not complete
-    std::size_t
-    AddIndexed(const std::uint32_t* positions, std::size_t count, std::size_t lines, char lineEnd)
+    std::size_t AddIndexed(const std::uint32_t* positions,
+                           std::size_t count,
+                           std::size_t lines,
+                           char lineEnd,
+                           bool hasQuotes)
     {
         const char* text = m_buffer.data();
         const auto endsLine = [&](std::size_t index) {
@@ -172,7 +241,7 @@ private:
         }
         const auto begins = [&](std::size_t at) { return std::size_t{positions[at - 1]} + 1; };
         if (isRegular) {
-            m_rows.AddRows(text, positions, lines, m_byte);
+            m_rows.AddRows(text, positions, lines, m_byte, hasQuotes);
             return std::min(std::size_t{positions[count - 1]} + 1, m_size);
         }
         for (std::size_t at = 0; at < count;) {
@@ -181,7 +250,7 @@ private:
                 ++end;
             }
             if (end - at + 1 == m_columns && !m_rows.IsOver() && !IsApart(positions + at)) {
-                m_rows.AddRows(text, positions + at, 1, m_byte);
+                m_rows.AddRows(text, positions + at, 1, m_byte, hasQuotes);
                 at = end + 1;
                 continue;
             }

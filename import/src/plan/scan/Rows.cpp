@@ -61,8 +61,20 @@ std::size_t Rows::ColumnOf(std::size_t field) const
 bool Rows::IsApart(std::string_view firstCell, std::size_t rest) const
 {
     // After a blank line, blank, or nothing but separators after the first cell.
-    return m_isAfterBlank || (rest + 1 <= m_columns && (m_columns > 1 || firstCell.size() < 2)) ||
-           IsName(TrimName(firstCell));
+    if (m_isAfterBlank || (rest + 1 <= m_columns && (m_columns > 1 || firstCell.size() < 2))) {
+        return true;
+    }
+    if (firstCell.empty() || m_names.empty()) {
+        return false;
+    }
+    const auto first = static_cast<unsigned char>(firstCell.front());
+    if (m_nameSizes.at(first) == 0 && first > ' ' && first != '"') {
+        return false;
+    }
+    if (firstCell.size() >= 2 && first == '"') {
+        firstCell = firstCell.substr(1, firstCell.size() - 2);
+    }
+    return IsName(TrimName(firstCell));
 }
 
 bool Rows::IsName(std::string_view cell) const
@@ -110,11 +122,13 @@ void Rows::AddPiece(Piece::EKind kind,
 void Rows::AddRows(const char* text,
                    const std::uint32_t* ends,
                    std::size_t rows,
-                   std::uint64_t byte)
+                   std::uint64_t byte,
+                   bool hasQuotes)
 {
     AddRun(m_columns, rows, {m_line, byte + (ends[-1] + 1U)});
     for (std::size_t field = 0; field < m_columns; ++field) {
-        m_profiles[ColumnOf(field)].AddRun({text, ends + field, m_columns, rows, m_line, byte});
+        m_profiles[ColumnOf(field)].AddRun(
+            {text, ends + field, m_columns, rows, m_line, byte, hasQuotes});
     }
     m_line += rows;
     m_facts.lastRowLine = m_line - 1;
@@ -206,12 +220,15 @@ void Rows::AddRecord(std::string_view text, std::uint64_t byte, const Record& re
     }
     m_facts.repairs.at(static_cast<std::size_t>(record.repair)).Add(position, line);
     const std::size_t fields = record.fields.size();
-    m_cells.clear();
-    for (std::size_t index = 0; index < fields; ++index) {
-        m_cells.push_back(TrimName(record.Cell(text, index)));
-    }
     const bool isNamed = m_request.head.names == ENames::Found;
-    if (isNamed && IsName(m_cells.front()) && AddNamesAgain(m_cells, position, line)) {
+    const bool isFirstName = isNamed && IsName(TrimName(record.Cell(text, 0)));
+    const bool isOdd = fields != m_columns || m_isAfterBlank || isFirstName;
+    if (!isOdd && !IsSparse(text, record)) {
+        AddCells(text, record, position);
+        return;
+    }
+    CutCells(text, record);
+    if (isFirstName && AddNamesAgain(m_cells, position, line)) {
         return;
     }
     // Rule: names of another table begin it, after a blank line or with more columns.
@@ -222,7 +239,7 @@ void Rows::AddRecord(std::string_view text, std::uint64_t byte, const Record& re
         AddPiece(Piece::EKind::FurtherTable, position, 0, line);
         return;
     }
-    if (fields == m_columns && IsSparse()) {
+    if (fields == m_columns && IsSparse(text, record)) {
         // Rule: a lone first cell that is padded with separators is a short record.
         AddRun(1, 1, position);
         AddShort(text, record, 1, position, line);
@@ -254,18 +271,28 @@ void Rows::AddCell(std::size_t column,
     }
 }
 
-bool Rows::IsSparse() const
+void Rows::CutCells(std::string_view text, const Record& record)
 {
-    if (m_columns < 3 || m_cells.front().empty()) {
+    m_cells.clear();
+    for (std::size_t index = 0; index < record.fields.size(); ++index) {
+        m_cells.push_back(TrimName(record.Cell(text, index)));
+    }
+}
+
+bool Rows::IsSparse(std::string_view text, const Record& record) const
+{
+    const auto& fields = record.fields;
+    const bool isLone = m_columns >= 3 && fields.front().size > 0 &&
+                        std::all_of(fields.begin() + 1, fields.end(), [](const Field& field) {
+                            return field.size == 0;
+                        });
+    if (!isLone) {
         return false;
     }
-    bool isOdd = m_profiles[ColumnOf(0)].IsMisfit(m_cells.front());
-    for (std::size_t index = 1; index < m_columns; ++index) {
-        if (!m_cells[index].empty()) {
-            return false;
-        }
-        const CellForm& form = m_request.head.forms[ColumnOf(index)];
-        isOdd = isOdd || !form.Fits({});
+    const CellForm* forms = m_request.head.forms.data();
+    bool isOdd = m_profiles[ColumnOf(0)].IsMisfit(record.Cell(text, 0));
+    for (std::size_t index = 1; index < m_columns && !isOdd; ++index) {
+        isOdd = !forms[ColumnOf(index)].Fits({});
     }
     return isOdd;
 }

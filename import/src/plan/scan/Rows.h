@@ -35,10 +35,18 @@ public:
     /// @param rest bytes after the first cell up to the line's end
     [[nodiscard]] bool IsApart(std::string_view firstCell, std::size_t rest) const;
 
-    /// Adds rows of the table's count without quotes, one per line.
+    /// Adds rows of the table's count, one per line.
     /// @param ends where fields end, `rows` times the table's count; one position stands before
     /// @param byte where the text begins
-    void AddRows(const char* text, const std::uint32_t* ends, std::size_t rows, std::uint64_t byte);
+    /// @param hasQuotes fields may have quotes around them
+    void AddRows(const char* text,
+                 const std::uint32_t* ends,
+                 std::size_t rows,
+                 std::uint64_t byte,
+                 bool hasQuotes);
+
+    /// Counts quoted fields of rows that AddRows adds.
+    void AddOpeners(std::size_t openers) { m_facts.openers += openers; }
 
     /// @param text that the record's positions count in, at `byte` of the whole
     void AddRecord(std::string_view text, std::uint64_t byte, const Record& record);
@@ -83,7 +91,8 @@ private:
     void
     AddCell(std::size_t column, std::string_view cell, const Position& position, bool isQuoted);
     [[nodiscard]] bool IsNull(std::string_view cell) const;
-    [[nodiscard]] bool IsSparse() const;
+    [[nodiscard]] bool IsSparse(std::string_view text, const Record& record) const;
+    void CutCells(std::string_view text, const Record& record);
     [[nodiscard]] bool IsName(std::string_view cell) const;
     [[nodiscard]] bool IsInFurtherTable(const Position& position) const;
     [[nodiscard]] bool AreOtherNames(const std::vector<std::string_view>& cells) const;
