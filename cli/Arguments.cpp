@@ -233,6 +233,17 @@ void CheckOthers(const ProgramRule& program,
     }
 }
 
+std::vector<std::string_view> SplitNames(std::string_view names)
+{
+    std::vector<std::string_view> list;
+    while (!names.empty()) {
+        const std::size_t end = std::min(names.find(' '), names.size());
+        list.push_back(names.substr(0, end));
+        names.remove_prefix(std::min(end + 1, names.size()));
+    }
+    return list;
+}
+
 void CheckWhole(const ProgramRule& program, const ParsedArguments& arguments)
 {
     for (const ArgumentRule& rule : arguments.command->arguments) {
@@ -240,9 +251,11 @@ void CheckWhole(const ProgramRule& program, const ParsedArguments& arguments)
             throw ArgumentError(std::string(rule.name) + " is missing. " +
                                 MakeUsageLine(program, *arguments.command));
         }
-        if (!rule.excludes.empty() && arguments.Has(rule.name) && arguments.Has(rule.excludes)) {
-            throw ArgumentError("Give " + std::string(rule.excludes) + " or " +
-                                std::string(rule.name) + ", not both.");
+        for (const std::string_view other : SplitNames(rule.excludes)) {
+            if (arguments.Has(rule.name) && arguments.Has(other)) {
+                throw ArgumentError("Give " + std::string(other) + " or " + std::string(rule.name) +
+                                    ", not both.");
+            }
         }
     }
 }

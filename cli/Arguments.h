@@ -28,8 +28,7 @@ struct ArgumentRule
     std::string_view shortName{}; ///< "-o"; empty for none
     bool isRequired = false;      ///< positional arguments only; required ones come first
     bool isRepeatable = false;    ///< values only; flags may always be repeated
-    std::string_view
-        excludes{}; ///< the name of an option that contradicts this one; empty for none
+    std::string_view excludes{}; ///< names of options that contradict this one, a blank between two
 };
 
 /// One command, or the program itself for what stands before the command.

@@ -6,6 +6,7 @@
 #include "FailureWords.h"
 #include "HelpText.h"
 #include "JsonWriter.h"
+#include "PlanArguments.h"
 #include "TextOutput.h"
 
 #include <Orvane/Import/Options.h>
@@ -76,62 +77,91 @@ ArgumentRule MakeColumn(std::string_view name, std::string_view meaning)
         .kind = EArgumentKind::Value, .name = name, .valueName = "NAME|INDEX", .meaning = meaning};
 }
 
+constexpr ArgumentRule kCrs{
+    .kind = EArgumentKind::Value,
+    .name = "--crs",
+    .valueName = "AUTHORITY:CODE",
+    .meaning = "The coordinate system, for example EPSG:4326; a bare number is a code of EPSG. "
+               "Nothing is reprojected"};
+
+std::vector<ArgumentRule> MakeColumns()
+{
+    return {MakeColumn("--x", "Column of X (longitude, easting): its name, or its index from 0"),
+            MakeColumn("--y", "Column of Y (latitude, northing)"),
+            MakeColumn("--z", "Column of Z (height)")};
+}
+
+/// All rules of the parts, in order.
+std::vector<ArgumentRule> Join(const std::vector<std::vector<ArgumentRule>>& parts)
+{
+    std::vector<ArgumentRule> rules;
+    for (const std::vector<ArgumentRule>& part : parts) {
+        rules.insert(rules.end(), part.begin(), part.end());
+    }
+    return rules;
+}
+
 CommandRule MakeImportRule()
 {
     return {
         .name = "import",
         .summary = "Write a file's points to a GeoPackage or another format",
-        .arguments =
-            {kFile,
-             {.kind = EArgumentKind::Positional,
-              .name = "OUT",
-              .meaning = "The file to write, its format by its extension: .gpkg, .fgb, .geojson, "
-                         ".json, .geojsonl, .geojsons, .shp, .csv. Without it the output is "
-                         "FILE with the extension .gpkg"},
-             MakeColumn("--x", "Column of X (longitude, easting): its name, or its index from 0"),
-             MakeColumn("--y", "Column of Y (latitude, northing)"),
-             MakeColumn("--z", "Column of Z (height); without it points have no height"),
-             {.kind = EArgumentKind::Value,
-              .name = "--crs",
-              .valueName = "AUTHORITY:CODE",
-              .meaning = "The coordinate system, for example EPSG:4326; a bare number is a code of "
-                         "EPSG. Nothing is reprojected"},
-             kOption,
-             kOptionFile,
-             kDiskCache,
-             {.kind = EArgumentKind::Flag,
-              .name = "--no-disk-cache",
-              .meaning = "Keep the layer in memory, also when it needs more than half of what is "
-                         "free",
-              .excludes = "--disk-cache"},
-             kPlugin,
-             kVerbose,
-             kHelp},
-        .text = "A preview of the file decides what is not given: whether the first line holds "
-                "column names, and which columns are the coordinates. The preview does not skip "
-                "header lines (ASCII_HEADER_...). Columns are found by their names: lon/lat, "
-                "longitude/latitude, x/y, easting/northing and the like. When no pair of names is "
-                "certain, the columns are listed and nothing is written.\n\n"
-                "OUT is replaced only when all of it has been written.\n\n"
+        .arguments = Join(
+            {{kFile,
+              {.kind = EArgumentKind::Positional,
+               .name = "OUT",
+               .meaning = "The file to write, its format by its extension: .gpkg, .fgb, .geojson, "
+                          ".json, .geojsonl, .geojsons, .shp, .csv. Without it the output is "
+                          "FILE with the extension .gpkg"}},
+             MakeColumns(),
+             {kCrs},
+             MakePlanArguments(true),
+             MakeImportArguments(),
+             {MakeJson("Print what was decided, written and left out as one JSON object"),
+              kDiskCache,
+              {.kind = EArgumentKind::Flag,
+               .name = "--no-disk-cache",
+               .meaning = "Keep the layer in memory, also when it needs more than half of what is "
+                          "free",
+               .excludes = "--disk-cache"},
+              kOption,
+              kOptionFile,
+              kPlugin,
+              kVerbose,
+              kHelp}}),
+        .text = "A plan of the whole file decides what is not given: encoding, separator, names, "
+                "types, nulls, coordinates and their system ('orvane plan FILE' shows it). Every "
+                "cell stands in OUT with its value, and every row is a row of OUT or is listed. "
+                "What the file does not tell is a question with the commands that answer it.\n\n"
+                "OUT is replaced only when all of it has been written; then its rows and points "
+                "are counted in it. When they are not those of FILE, or something was lost, the "
+                "exit status is 1.\n\n"
+                "With --option or --options the file is read by the rules of the reader alone, "
+                "which may change cells.\n\n"
                 "A layer that needs more than half of the free memory is kept on disk unless "
                 "--no-disk-cache is given; a note says so.",
         .examples = {"orvane import stations.csv",
                      "orvane import stations.csv stations.fgb --crs EPSG:4326",
                      "orvane import survey.csv survey.fgb --disk-cache=/data/tmp",
-                     "orvane import soundings.txt --x 7 --y 6 --z 9 -o USE_TAB"}};
+                     "orvane import soundings.txt --x 7 --y 6 --z 9 --null -9999",
+                     "orvane import table.csv table.gpkg --no-points"}};
 }
 
 CommandRule MakePlanRule()
 {
-    return {
-        .name = "plan",
-        .summary = "Say how a file is to be read, by all of its bytes",
-        .arguments = {kFile, MakeJson("Print the whole plan as one JSON object"), kVerbose, kHelp},
-        .text = "Scans the whole file and decides encoding, separator, quotes, names, types "
-                "of columns and coordinates, each with its evidence. What the file does not "
-                "tell is shown as a question with the options that answer it. Nothing is "
-                "written.",
-        .examples = {"orvane plan stations.csv", "orvane plan stations.csv --json"}};
+    return {.name = "plan",
+            .summary = "Say how a file is to be read, by all of its bytes",
+            .arguments =
+                Join({{kFile},
+                      MakeColumns(),
+                      {kCrs},
+                      MakePlanArguments(false),
+                      {MakeJson("Print the whole plan as one JSON object"), kVerbose, kHelp}}),
+            .text = "Scans the whole file and decides encoding, separator, quotes, names, types "
+                    "of columns and coordinates, each with its evidence. What the file does not "
+                    "tell is shown as a question with the options that answer it. Nothing is "
+                    "written. The JSON object can be followed by 'orvane import --plan'.",
+            .examples = {"orvane plan stations.csv", "orvane plan stations.csv --json"}};
 }
 
 CommandRule MakeLintRule()
@@ -302,6 +332,29 @@ std::string MakeHelpFor(const ParsedArguments& arguments)
     ThrowUnknownCommand(program, *name);
 }
 
+ImportArguments MakeImportArguments(const ParsedArguments& arguments)
+{
+    ImportArguments import;
+    import.isJson = arguments.Has("--json");
+    Orvane::Import::ImportRequest& request = import.request;
+    request.file = arguments.Get("FILE");
+    request.out = arguments.Get("OUT");
+    request.plan = MakePlanRequest(arguments);
+    request.badRows = MakeBadRowRequest(arguments);
+    request.options = MakeParams(arguments);
+    request.columns = {arguments.Find("--x"), arguments.Find("--y"), arguments.Find("--z")};
+    request.crs = MakeCrs(arguments.Get("--crs"));
+    request.diskCache =
+        MakeDiskCache(arguments,
+                      arguments.Has("--no-disk-cache") ? DiskCacheRequest::EMode::Never
+                                                       : DiskCacheRequest::EMode::Automatic);
+    request.module = arguments.Get("--plugin");
+    if (const std::optional<std::string> plan = arguments.Find("--plan")) {
+        request.replay = Orvane::Import::LoadPlan(*plan);
+    }
+    return import;
+}
+
 /// @return the exit status
 int Perform(const ParsedArguments& arguments)
 {
@@ -311,7 +364,10 @@ int Perform(const ParsedArguments& arguments)
         return kExitDone;
     }
     if (command == "plan") {
-        RunPlan({arguments.Get("FILE"), arguments.Has("--json")});
+        PlanArguments plan{arguments.Get("FILE"), arguments.Has("--json"), {}};
+        plan.request = MakePlanRequest(arguments);
+        plan.request.crs = MakeCrs(arguments.Get("--crs"));
+        RunPlan(plan);
         return kExitDone;
     }
     if (command == "lint") {
@@ -322,21 +378,11 @@ int Perform(const ParsedArguments& arguments)
                                  {}};
         return RunLint(lint) ? kExitDone : kExitDataFailed;
     }
+    if (command == "import") {
+        return RunImport(MakeImportArguments(arguments)) ? kExitDone : kExitDataFailed;
+    }
     const Orvane::BParamList params = MakeParams(arguments);
     const std::string file = arguments.Get("FILE");
-    if (command == "import") {
-        RunImport(
-            {file,
-             arguments.Get("OUT"),
-             params,
-             {arguments.Find("--x"), arguments.Find("--y"), arguments.Find("--z")},
-             MakeCrs(arguments.Get("--crs")),
-             MakeDiskCache(arguments,
-                           arguments.Has("--no-disk-cache") ? DiskCacheRequest::EMode::Never
-                                                            : DiskCacheRequest::EMode::Automatic),
-             arguments.Get("--plugin")});
-        return kExitDone;
-    }
     ReadArguments readArguments{
         file, arguments.Get("--plugin"), params, arguments.Has("--json"), {}};
     if (command == "preview") {
@@ -471,6 +517,9 @@ int RunCommandLine(int argumentCount, char** arguments)
         return Perform(*parsed);
     } catch (const ImportFailure& failure) {
         return ReportFailure(failure, words, *parsed);
+    } catch (const ArgumentError& error) {
+        PrintLine(std::string("orvane: ") + error.what());
+        return kExitWrongArguments;
     } catch (const std::exception& exception) {
         const bool isLint = parsed->command->name == "lint";
         const int reported =

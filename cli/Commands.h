@@ -31,6 +31,7 @@ struct PlanArguments
 {
     std::string file; ///< as given, bytes
     bool isJson = false;
+    Orvane::Import::PlanRequest request; ///< what the caller decides
 };
 
 /// Scans the file and prints what was decided. @throws as RunRead
@@ -54,8 +55,17 @@ struct LintArguments
 /// Prints the table of reader options. @throws what the output throws
 void RunOptions();
 
+/// Arguments of `orvane import`.
+struct ImportArguments
+{
+    Orvane::Import::ImportRequest request;
+    bool isJson = false;
+};
+
 /// Reads the file and writes its layer to a file of another format; prints what was done.
+/// @return whether the output holds all of the file, so far as the import has announced nothing
+///     else; what it lacks is printed on standard error
 /// @throws as RunRead. Nothing is left of a file that could not be written whole.
-void RunImport(const Orvane::Import::ImportRequest& request);
+[[nodiscard]] bool RunImport(const ImportArguments& arguments);
 
 } // namespace OrvaneHost

@@ -2,6 +2,7 @@
 #include "FailureWords.h"
 
 #include "DidYouMean.h"
+#include "PlanArguments.h"
 #include "ShellWords.h"
 #include "TerminalText.h"
 
@@ -96,6 +97,35 @@ std::string ExtendCommand(std::vector<std::string> words, const std::vector<std:
     return MakeCommand(words);
 }
 
+/// The words without an option and its value.
+std::vector<std::string> WithoutOption(const std::vector<std::string>& words,
+                                       const std::string& option)
+{
+    std::vector<std::string> kept;
+    bool isOver = false;
+    for (std::size_t index = 0; index < words.size(); ++index) {
+        isOver = isOver || words[index] == "--";
+        if (isOver || (words[index] != option && !words[index].starts_with(option + "="))) {
+            kept.push_back(words[index]);
+        } else if (words[index] == option) {
+            ++index;
+        }
+    }
+    return kept;
+}
+
+/// A line with the command that was given and other values of these options.
+std::string CommandLineWith(std::vector<std::string> words, const std::vector<std::string>& added)
+{
+    for (const std::string& word : added) {
+        // A flag has no value that would go with it.
+        if (word.starts_with("--") && word != "--no-points") {
+            words = WithoutOption(words, word);
+        }
+    }
+    return "  " + ExtendCommand(std::move(words), added) + "\n";
+}
+
 constexpr std::string_view kSeparatorForm = "-o ASCII_SEPARATOR=TEXT";
 
 /// Whether a text of the file has a character that delimited text never has.
@@ -126,6 +156,51 @@ std::string FindSeparator(const std::vector<ColumnSample>& columns,
         }
     }
     return {};
+}
+
+/// "FILE: "
+std::string Begin(const FailureFields& fields)
+{
+    return fields.file.empty()
+               ? std::string()
+               : TerminalText::EscapeAndCut(std::string_view(fields.file), kMostCharacters) + ": ";
+}
+
+/// The columns of the file, and how its first line was read.
+std::string DescribeColumns(const FailureFields& fields)
+{
+    return "The columns of the file, by index:\n" + ListColumns(fields.columns) +
+           (fields.hasColumnNames ? "The first line was read as column names."
+                                  : "The first line was read as data.");
+}
+
+/// A question of a plan, with whole commands that answer it.
+std::string AskByPlan(const ImportFailure& failure, const std::vector<std::string>& words)
+{
+    const FailureFields& fields = failure.GetFields();
+    std::string text = Begin(fields) + TerminalText::Escape(fields.what);
+    const bool isOfColumns = failure.Is("columns-unknown");
+    if (fields.answers.empty()) {
+        text += isOfColumns && fields.columns.size() > 1
+                    ? " --x and --y name them. To import the table without points:\n"
+                    : " To import the table without points:\n";
+    } else {
+        text += fields.missing.empty()
+                    ? " These commands answer it:\n"
+                    : " No columns of coordinates were found either: --x and --y name them. These "
+                      "commands answer it, without points:\n";
+        for (const Orvane::Import::PlanAnswer& answer : fields.answers) {
+            std::vector<std::string> added = ArgumentsOf(answer);
+            if (!fields.missing.empty()) {
+                added.emplace_back("--no-points");
+            }
+            text += CommandLineWith(words, added);
+        }
+    }
+    if (isOfColumns) {
+        text += CommandLineWith(WithoutOption(WithoutOption(words, "--x"), "--y"), {"--no-points"});
+    }
+    return text + DescribeColumns(fields);
 }
 
 /// The question back when the columns cannot be told.
@@ -190,6 +265,14 @@ std::string DescribeRequest(const ImportFailure& failure, const std::vector<std:
             text += (&near == &fields.nearest.front() ? "; did you mean " : ", ") + near;
         }
         return text + "?";
+    }
+    if (failure.Is("crs-unknown")) {
+        return Begin(fields) + TerminalText::Escape(fields.what) +
+               " Give it by --crs AUTHORITY:CODE, or write a GeoPackage, which can do without.";
+    }
+    if (fields.isPlanned && (!fields.answers.empty() || failure.Is("columns-unknown") ||
+                             failure.Is("names-unknown") || failure.Is("encoding-unknown"))) {
+        return AskByPlan(failure, words);
     }
     if (failure.Is("columns-unknown")) {
         return AskForColumns(fields, words);
@@ -265,9 +348,21 @@ const std::vector<std::string_view>& GetUsualEncodings()
     return kNames;
 }
 
-/// The arguments that put a failure right, as a sentence; empty for none.
-std::string AdviseArguments(const ImportFailure& failure)
+/// The arguments that put a failure right, as a sentence or as commands; empty for none.
+std::string AdviseArguments(const ImportFailure& failure, const std::vector<std::string>& words)
 {
+    if (failure.Is("bad-rows")) {
+        std::string command =
+            CommandLineWith(WithoutOption(words, "--max-bad"), {"--on-bad", "quarantine"});
+        command.pop_back();
+        return "To put them aside, and import the others:\n" + command;
+    }
+    if (failure.Is("no-point")) {
+        const std::vector<std::string> others =
+            WithoutOption(WithoutOption(WithoutOption(words, "--x"), "--y"), "--z");
+        return "--x and --y name other columns. To import the table without points:\n" +
+               CommandLineWith(others, {"--no-points"}) + DescribeColumns(failure.GetFields());
+    }
     if (failure.Is("unknown-codec")) {
         const std::vector<std::string_view> nearest =
             FindNearestWords(failure.GetFields().value, GetUsualEncodings());
@@ -341,7 +436,7 @@ FormatFailure(const ImportFailure& failure, const std::vector<std::string>& word
                     TerminalText::EscapeAndCut(std::string_view(fields.row), kMostRowCharacters) +
                     "'.";
         }
-        const std::string advice = AdviseArguments(failure);
+        const std::string advice = AdviseArguments(failure, words);
         line += advice.empty() ? "" : " " + advice;
     }
     if (isVerbose && !fields.underneath.className.empty()) {

@@ -2,14 +2,14 @@
 #include "Commands.h"
 #include "Interrupt.h"
 #include "LayerWords.h"
+#include "LedgerWords.h"
 #include "NoteLine.h"
 #include "ProgressLine.h"
 #include "TerminalText.h"
 #include "TextOutput.h"
 
-#include <filesystem>
+#include <cstdio>
 #include <optional>
-#include <system_error>
 
 namespace OrvaneHost {
 
@@ -21,13 +21,6 @@ using Orvane::Import::EPhase;
 using Orvane::Import::ImportReport;
 using Orvane::Import::ImportRequest;
 using Orvane::Import::ProgressState;
-
-std::string FormatFixed(double value, int digits)
-{
-    char buffer[64];
-    std::snprintf(buffer, sizeof buffer, "%.*f", digits, value);
-    return buffer;
-}
 
 std::string DescribeColumn(const char* axis,
                            const std::optional<std::size_t>& column,
@@ -43,18 +36,8 @@ std::string DescribeColumn(const char* axis,
     return text;
 }
 
-/// @param bytes of the file, 0 when not known
-std::string DescribeTimes(const ImportReport& report, double bytes)
-{
-    const double megabytes = bytes / 1e6;
-    const double seconds = report.readSeconds + report.writeSeconds;
-    const auto rate = [&](double time) { return FormatFixed(time > 0 ? megabytes / time : 0, 1); };
-    return FormatFixed(seconds, 3) + " s, " + rate(seconds) + " MB/s (reading " +
-           FormatFixed(report.readSeconds, 3) + " s, " + rate(report.readSeconds) +
-           " MB/s; writing " + FormatFixed(report.writeSeconds, 3) + " s)";
-}
-
-void PrintSummary(const ImportRequest& request, const ImportReport& report)
+/// The summary of an import by the rules of the reader alone.
+void PrintBareSummary(const ImportRequest& request, const ImportReport& report)
 {
     const ColumnChoice& choice = report.columns;
     TextOutput output;
@@ -76,10 +59,7 @@ void PrintSummary(const ImportRequest& request, const ImportReport& report)
     output.Write("Extent:   " + DescribeExtent(report.extent) + "\n");
     output.Write("Schema:   " + std::to_string(report.schema.GetCount()) + " columns\n");
     output.Write(DescribeSchema(report.schema));
-    std::error_code error;
-    const std::uintmax_t bytes = std::filesystem::file_size(request.file, error);
-    output.Write("Time:     " + DescribeTimes(report, error ? 0 : static_cast<double>(bytes)) +
-                 "\n");
+    output.Write("Time:     " + DescribeTimes(report, request.file) + "\n");
     output.Write("Written:  " + TerminalText::Escape(report.out) + " (" + report.format + ")\n");
     output.Flush();
 }
@@ -121,7 +101,7 @@ void Follow(const ProgressState& state, ProgressLine& line)
 
 } // namespace
 
-void RunImport(const ImportRequest& request)
+bool RunImport(const ImportArguments& arguments)
 {
     const Interrupt::PhaseScope scope(Interrupt::EPhase::Immediate);
     ProgressLine line;
@@ -132,8 +112,23 @@ void RunImport(const ImportRequest& request)
         return true;
     };
     callbacks.note = PrintNote;
-    const ImportReport report = ImportFile(request, callbacks);
-    PrintSummary(request, report);
+    const ImportReport report = ImportFile(arguments.request, callbacks);
+    const std::string imbalances = DescribeImbalances(report);
+    if (!imbalances.empty()) {
+        std::fprintf(stderr, "%s\n", imbalances.c_str());
+    }
+    if (arguments.isJson) {
+        TextOutput output;
+        output.Write(ToJson(report));
+        output.Flush();
+    } else if (report.ledger) {
+        TextOutput output;
+        output.Write(DescribeImport(report));
+        output.Flush();
+    } else {
+        PrintBareSummary(arguments.request, report);
+    }
+    return imbalances.empty();
 }
 
 } // namespace OrvaneHost

@@ -1,5 +1,6 @@
 // `orvane plan`: what a scan of the whole file decides, in a few lines or as JSON.
 #include "Commands.h"
+#include "PlanArguments.h"
 #include "TextOutput.h"
 
 #include <Orvane/Import/DisplayText.h>
@@ -267,24 +268,12 @@ void ShowFindings(const Plan& plan, TextOutput& output)
     }
 }
 
-/// The arguments of `orvane import` that give an answer.
+/// The arguments of `orvane import` that give an answer, as one text.
 std::string DescribeAnswer(const Orvane::Import::PlanAnswer& answer)
 {
     std::string text;
-    const auto add = [&text](const std::string& argument) {
-        text += (text.empty() ? "" : " ") + argument;
-    };
-    if (answer.x) {
-        add("--x " + std::to_string(*answer.x));
-    }
-    if (answer.y) {
-        add("--y " + std::to_string(*answer.y));
-    }
-    if (answer.hasNames) {
-        add(std::string("-o FIRST_LINE_COLUMN_NAMES=") + (*answer.hasNames ? "true" : "false"));
-    }
-    if (!answer.encoding.empty()) {
-        add("-o CODEC=" + DisplayText::Escape(answer.encoding));
+    for (const std::string& word : ArgumentsOf(answer)) {
+        text += (text.empty() ? "" : " ") + DisplayText::Escape(word);
     }
     return text;
 }
@@ -306,7 +295,7 @@ void ShowQuestions(const Plan& plan, TextOutput& output)
 
 void RunPlan(const PlanArguments& arguments)
 {
-    const Plan plan = Orvane::Import::MakePlan(arguments.file, {});
+    const Plan plan = Orvane::Import::MakePlan(arguments.file, arguments.request);
     TextOutput output;
     if (arguments.isJson) {
         output.Write(ToJson(plan));

@@ -263,14 +263,16 @@ public:
         Check(code);
     }
 
-    TargetCounts Run()
+    TargetCounts Run(const std::string& furtherTable)
     {
         std::vector<std::pair<std::string, std::string>> tables;
         const Statement list = Prepare(
             "SELECT table_name, column_name FROM gpkg_contents LEFT JOIN gpkg_geometry_columns "
             "USING(table_name) WHERE data_type IN ('features', 'attributes')");
         while (Step(list)) {
-            tables.emplace_back(TextOf(list, 0), TextOf(list, 1));
+            if (TextOf(list, 0) != furtherTable) {
+                tables.emplace_back(TextOf(list, 0), TextOf(list, 1));
+            }
         }
         TargetCounts counts;
         for (const auto& [table, geometry] : tables) {
@@ -383,7 +385,7 @@ CountFile(const std::filesystem::path& file, const ExportFormat& format, const W
 {
     const std::string_view driver = format.driver;
     if (driver == "GPKG") {
-        return SqlCounter(file).Run();
+        return SqlCounter(file).Run(shape.furtherTable);
     }
     if (driver == "CSV") {
         return CsvCounter(shape).Run(ByteReader(file));

@@ -7,6 +7,7 @@
 
 #include <cstddef>
 #include <filesystem>
+#include <string>
 
 namespace Orvane::Import {
 
@@ -16,6 +17,7 @@ struct WrittenShape
     std::size_t fieldCount = 0; ///< attributes; in CSV the columns X and Y come after them
     bool hasGeometry = true;
     bool hasNames = true;
+    std::string furtherTable; ///< of a GeoPackage: not counted; empty for none
 };
 
 /// Reads the whole file and counts: GeoPackages by SQL over their tables, CSV by its records,

@@ -29,9 +29,11 @@ struct WriteRequest
     std::filesystem::path file;
     std::string shownPath; ///< of the final place, as the caller gave it
     std::shared_ptr<OGRSpatialReference> coordSys;
-    bool hasGeometry;        ///< see TargetRequest
-    bool hasNames;           ///< see TargetRequest
-    ProgressMeter& progress; ///< asked every few thousand rows
+    bool hasGeometry;          ///< see TargetRequest
+    bool hasNames;             ///< see TargetRequest
+    bool isCartesian;          ///< see TargetRequest
+    const BVectorLayer* table; ///< without points, for formats with several tables; or null
+    ProgressMeter& progress;   ///< asked every few thousand rows
 };
 
 /// The layer's name in the file, with a note when it is another one.

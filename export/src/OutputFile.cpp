@@ -235,6 +235,9 @@ void OutputFile::Fail(const char* code, const std::string& reason) const
 
 void OutputFile::Begin()
 {
+    if (!m_workFolder.empty()) {
+        return;
+    }
     RemoveAbandoned(m_file.parent_path());
     // Between making and locking another program may consider the folder abandoned; then
     // another is made. File systems without locks do without: nothing is removed there, either.
@@ -282,13 +285,17 @@ void OutputFile::Commit()
                      file.filename().native() + ".");
         }
     }
-    Replacement replacement(m_workFolder);
+    std::vector<fs::path> stale = m_stale;
     if (m_file.extension() == ".shp") {
         for (const char* extension : {".prj", ".cpg", ".qix", ".sbn", ".sbx"}) {
-            replacement.Remove(fs::path(m_file).replace_extension(extension), error);
-            if (error) {
-                Fail("output-write", error.message());
-            }
+            stale.push_back(fs::path(m_file).replace_extension(extension));
+        }
+    }
+    Replacement replacement(m_workFolder);
+    for (const fs::path& file : stale) {
+        replacement.Remove(file, error);
+        if (error) {
+            Fail("output-write", error.message());
         }
     }
     for (const fs::path& file : files) {

@@ -3,6 +3,7 @@
 
 #include <filesystem>
 #include <string>
+#include <vector>
 
 namespace Orvane::Import {
 
@@ -29,7 +30,8 @@ public:
     OutputFile(const OutputFile&) = delete;
     OutputFile& operator=(const OutputFile&) = delete;
 
-    /// Makes the hidden folder, and removes those that nobody uses any more.
+    /// Makes the hidden folder, unless there is one already, and removes those that nobody uses any
+    /// more.
     void Begin();
 
     /// The file to write: the final name in the hidden folder. Absolute.
@@ -46,6 +48,10 @@ public:
         return m_workFolder;
     }
 
+    /// Has Commit remove a file beside the output, one that only an earlier output had, unless a
+    /// new one of its name stands in the hidden folder. @param file in the output's folder
+    void RemoveWithCommit(const std::filesystem::path& file) { m_stale.push_back(file); }
+
     /// Puts all files of the hidden folder on the disk and moves them to the final place, the main
     /// file last; side files that only an earlier main file had are removed. When one of them
     /// cannot be moved, those before it go back. @throws ImportFailure `output-not-a-file`,
@@ -58,6 +64,7 @@ private:
     std::string m_shownPath;
     std::filesystem::path m_file; ///< the final file, absolute
     std::filesystem::path m_workFolder;
+    std::vector<std::filesystem::path> m_stale;
     int m_lock = -1; ///< the hidden folder, open and locked
 };
 

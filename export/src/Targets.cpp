@@ -5,6 +5,7 @@
 #include "LayerWriter.h"
 #include "OutputFile.h"
 #include "ProgressMeter.h"
+#include "RejectedRows.h"
 #include "Wrap.h"
 
 #include <Orvane/Import/Failure.h>
@@ -48,7 +49,8 @@ public:
         , m_format(FindExportFormat(request.out))
         , m_formatName(m_format.driver)
         , m_coordSys(FindCoordinateSystem(request.crs))
-        , m_shape{0, request.hasGeometry, request.hasNames}
+        , m_isCartesian(request.isCartesian)
+        , m_shape{0, request.hasGeometry, request.hasNames, {}}
         , m_file(request.out, request.input)
     {
         // Rule: what the format cannot hold at all is refused before anything is read.
@@ -78,6 +80,8 @@ public:
                                            m_coordSys,
                                            m_shape.hasGeometry,
                                            m_shape.hasNames,
+                                           m_isCartesian,
+                                           m_table,
                                            progress};
                 m_shape.fieldCount =
                     layer.GetSchema().GetCount() + counts.fieldsBeyondSchema.size();
@@ -89,9 +93,38 @@ public:
         }
     }
 
+    [[nodiscard]] SideFile AddSideFile(const std::string& ending) override
+    {
+        return WrapFailures(m_name, [&] {
+            m_file.Begin();
+            const std::filesystem::path& file = m_file.GetFile();
+            const bool isLink = std::filesystem::path(m_name).filename() != file.filename();
+            return SideFile{m_file.GetWorkFile().native() + ending,
+                            file.native() + ending,
+                            (isLink ? file.native() : m_name) + ending};
+        });
+    }
+
+    std::string AddTable(const BVectorLayer& table) override
+    {
+        if (m_formatName != "GPKG") {
+            return {};
+        }
+        m_table = &table;
+        m_shape.furtherTable = table.GetName().ToUtf8();
+        return m_shape.furtherTable;
+    }
+
     void Commit() override
     {
-        WrapFailures(m_name, [&] { m_file.Commit(); });
+        WrapFailures(m_name, [&] {
+            const std::filesystem::path rejected =
+                m_file.GetFile().native() + std::string(kRejectedEnding);
+            if (IsRejectedFile(rejected)) {
+                m_file.RemoveWithCommit(rejected);
+            }
+            m_file.Commit();
+        });
     }
 
     [[nodiscard]] TargetCounts CountWritten() override
@@ -110,6 +143,8 @@ private:
     const ExportFormat& m_format;
     std::string m_formatName;
     std::shared_ptr<OGRSpatialReference> m_coordSys;
+    bool m_isCartesian;
+    const BVectorLayer* m_table = nullptr; ///< not owned
     WrittenShape m_shape;
     OutputFile m_file;
 };

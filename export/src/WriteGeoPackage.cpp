@@ -29,9 +29,10 @@ GeoPackage::LayerDefinition MakeDefinition(const WriteRequest& request, FileFiel
     // A table needs a column: a layer without attributes keeps that of its geometry.
     definition.hasGeometry = request.hasGeometry || names.fields.empty();
     definition.hasHeights = request.hasGeometry && request.counts.withHeight > 0;
-    definition.spatialReference = request.hasGeometry
-                                      ? GeoPackage::MakeSpatialReference(request.coordSys.get())
-                                      : GeoPackage::UndefinedSpatialReference();
+    definition.spatialReference = !request.hasGeometry ? GeoPackage::UndefinedSpatialReference()
+                                  : request.coordSys == nullptr && request.isCartesian
+                                      ? GeoPackage::UndefinedCartesianReference()
+                                      : GeoPackage::MakeSpatialReference(request.coordSys.get());
     return definition;
 }
 
@@ -48,6 +49,31 @@ WriteReport MakeReport(const GeoPackage::LayerCounts& counts, const FileFields& 
     losses.withoutPlace = counts.withoutPlace;
     ReportLosses(losses, names.fields, report);
     return report;
+}
+
+void WriteRows(const BFeatureCollection& features, GeoPackageWriter& writer)
+{
+    for (std::size_t index = 0; index < features.GetPageCount(); ++index) {
+        const std::shared_ptr<const BFeaturePage> page = features.LoadPage(index);
+        writer.WritePage(*page, &features, features.GetFirstRow(index));
+    }
+}
+
+/// A layer without points, whose names are none of a file's.
+void WriteTable(const BVectorLayer& layer, GeoPackageWriter& writer)
+{
+    GeoPackage::LayerDefinition definition;
+    definition.name = layer.GetName().ToUtf8();
+    definition.hasGeometry = false;
+    definition.spatialReference = GeoPackage::UndefinedSpatialReference();
+    const BAttributeDefs& schema = layer.GetSchema();
+    for (std::size_t index = 0; index < schema.GetCount(); ++index) {
+        const BAttributeDef& def = schema.GetAt(index);
+        definition.fields.push_back({def.GetName().ToUtf8(), def.GetType()});
+    }
+    writer.BeginLayer(definition);
+    WriteRows(layer.GetFeatures(), writer);
+    writer.EndLayer();
 }
 
 /// Passes progress on, and cancels by an exception.
@@ -85,12 +111,11 @@ WriteReport WriteGeoPackage(const WriteRequest& request)
         options.progress = ProgressBridge(request.progress);
         GeoPackageWriter writer(request.file, std::move(options));
         writer.BeginLayer(definition);
-        const BFeatureCollection& features = request.layer.GetFeatures();
-        for (std::size_t index = 0; index < features.GetPageCount(); ++index) {
-            const std::shared_ptr<const BFeaturePage> page = features.LoadPage(index);
-            writer.WritePage(*page, &features, features.GetFirstRow(index));
-        }
+        WriteRows(request.layer.GetFeatures(), writer);
         const GeoPackage::LayerCounts counts = writer.EndLayer();
+        if (request.table != nullptr) {
+            WriteTable(*request.table, writer);
+        }
         writer.Finish();
         return MakeReport(counts, names);
     } catch (const GeoPackage::WriteFailure& failure) {

@@ -242,6 +242,19 @@ DiskCache::DiskCache(DiskCacheRequest request)
 
 namespace {
 
+/// With the folder that nobody has named.
+DiskCacheChoice ChooseByMemory(std::uint64_t layerBytes, std::uint64_t freeMemory)
+{
+    std::string folder;
+    try {
+        folder = FindCacheFolder({});
+    } catch (const ImportFailure&) {
+        // Rule: a folder that nobody asked for may be missing.
+        folder.clear();
+    }
+    return ChooseByMemory(layerBytes, freeMemory, folder);
+}
+
 DiskCacheChoice ChooseByItself(const BPluginModule& module,
                                const std::string& file,
                                const Orvane::BParamList& options)
@@ -258,14 +271,7 @@ DiskCacheChoice ChooseByItself(const BPluginModule& module,
         // Rule: what is wrong with a file is told by reading it, not by estimating its layer.
         return {};
     }
-    std::string folder;
-    try {
-        folder = FindCacheFolder({});
-    } catch (const ImportFailure&) {
-        // Rule: a folder that nobody asked for may be missing.
-        folder.clear();
-    }
-    return ChooseByMemory(layerBytes, *freeMemory, folder);
+    return ChooseByMemory(layerBytes, *freeMemory);
 }
 
 } // namespace
@@ -284,6 +290,22 @@ DiskCacheChoice DiskCache::Choose(const BPluginModule& module,
             break;
         }
         return {};
+    });
+}
+
+DiskCacheChoice DiskCache::Choose(std::uint64_t layerBytes) const
+{
+    return WrapFailures({}, [&]() -> DiskCacheChoice {
+        if (m_request.mode == DiskCacheRequest::EMode::Always) {
+            return {true, CacheBaseName(m_folder), {}};
+        }
+        const std::optional<std::uint64_t> freeMemory =
+            MeasureFreeMemory("/", ProcessLimits::Get());
+        if (m_request.mode == DiskCacheRequest::EMode::Never || !freeMemory ||
+            ChoosePlace(layerBytes, *freeMemory, 0) == EPagePlace::Memory) {
+            return {};
+        }
+        return ChooseByMemory(layerBytes, *freeMemory);
     });
 }
 

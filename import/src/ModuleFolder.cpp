@@ -3,6 +3,7 @@
 
 #include <Orvane/BString.h>
 #include <Orvane/Import/Failure.h>
+#include <Orvane/Import/Module.h>
 
 #include <array>
 #include <dlfcn.h>
@@ -102,6 +103,11 @@ std::vector<std::filesystem::path> FindModules()
         files.push_back(module.second);
     }
     return files;
+}
+
+bool IsBundledModule(const BPluginModule& module)
+{
+    return module.GetFile().filename() == kBundledName;
 }
 
 } // namespace Orvane::Import

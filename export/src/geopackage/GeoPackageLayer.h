@@ -27,6 +27,10 @@ struct SpatialReference
 /// The system of layers that have none: "undefined geographic".
 [[nodiscard]] SpatialReference UndefinedSpatialReference();
 
+/// The system of layers that have none and whose coordinates are no degrees: "undefined
+/// Cartesian".
+[[nodiscard]] SpatialReference UndefinedCartesianReference();
+
 /// An attribute column.
 struct Field
 {

@@ -261,6 +261,17 @@ SpatialReference UndefinedSpatialReference()
             {}};
 }
 
+SpatialReference UndefinedCartesianReference()
+{
+    return {"Undefined Cartesian SRS",
+            -1,
+            "NONE",
+            -1,
+            "undefined",
+            "undefined Cartesian coordinate reference system",
+            {}};
+}
+
 void PrepareNewFile(SqliteDatabase& database)
 {
     database.Execute(kConnection);
@@ -273,14 +284,7 @@ void CreateCoreTables(SqliteDatabase& database)
     for (const char* sql : {kContents, kGeometryColumns, kExtensions, kRowCounts}) {
         database.Execute(sql);
     }
-    AddSpatialReference(database,
-                        {"Undefined Cartesian SRS",
-                         -1,
-                         "NONE",
-                         -1,
-                         "undefined",
-                         "undefined Cartesian coordinate reference system",
-                         {}});
+    AddSpatialReference(database, UndefinedCartesianReference());
     AddSpatialReference(database, UndefinedSpatialReference());
     AddSpatialReference(database,
                         {"WGS 84 geodetic",

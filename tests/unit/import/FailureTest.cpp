@@ -1,5 +1,6 @@
 // Every failure of an import with its fields.
 #include <Orvane/BKeyValuePairs.h>
+#include <Orvane/Constants.h>
 #include <Orvane/Import/Failure.h>
 #include <Orvane/Import/ImportFile.h>
 #include <Orvane/Import/Options.h>
@@ -140,6 +141,8 @@ TEST_P(FailsAtTheLine, AndLeavesNoOutput)
     request.file = folder.File("a.csv", row.text).ToUtf8();
     request.out = folder.Name("out.csv").ToUtf8();
     AddOptionTexts(row.options, request.options);
+    // The rules of the reader alone: a plan reads these rows, or puts them aside.
+    request.options.Add(Orvane::MAX_RECORDS, 1000);
     const FailureFields fields = FieldsOf([&] { ImportFile(request); });
     EXPECT_EQ(fields.kind, row.kind);
     EXPECT_EQ(fields.code, row.code);
@@ -278,6 +281,7 @@ const RequestCase kRequestCases[] = {
     {"ForAFileWithoutKnownSeparator",
      [](auto& request, const auto& folder) {
          request.file = folder.File("a.dat", "1,2\n").ToUtf8();
+         AddOptionTexts({"MAX_RECORDS=9"}, request.options);
      },
      EFailureKind::Input,
      "no-separator",

@@ -11,25 +11,52 @@
 #include <Orvane/Import/DiskCache.h>
 #include <Orvane/Import/Failure.h>
 #include <Orvane/Import/LayerCounts.h>
+#include <Orvane/Import/Ledger.h>
+#include <Orvane/Import/Plan.h>
 #include <Orvane/Import/Progress.h>
 #include <Orvane/Import/Target.h>
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
 namespace Orvane::Import {
 
+/// What becomes of rows that cannot be rows of the table: too many fields, a cell that is no value
+/// of its column's type, and so on. They never change the plan.
+struct BadRowRequest
+{
+    enum class EAction : std::uint8_t {
+        Quarantine, ///< they are written beside the output, as they stand
+        Skip,       ///< they are counted, and the first of them are in the ledger
+        Stop        ///< one of them is a failure
+    };
+
+    EAction action = EAction::Quarantine;
+    /// More bad rows are a failure. Without both: a share of 0.01.
+    std::optional<std::uint64_t> most;
+    std::optional<double> mostShare; ///< of all rows, bad ones counted; 0 to 1
+};
+
 /// What to import. All texts are UTF-8.
+///
+/// With reader options, or a plug-in other than AsciiReader, the file is read by the rules of the
+/// reader alone, which may change cells (docs/input-rules.md); `plan`, `replay` and `badRows` are
+/// not used then. Otherwise a plan of the whole file decides how it is read, and every cell stands
+/// in the output with its value, or is listed in the ledger.
 struct ImportRequest
 {
     std::string file;      ///< the delimited text file
     std::string out;       ///< see TargetRequest; empty: `file` with the extension .gpkg
     BParamList options;    ///< reader options (Options.h)
-    ColumnRequest columns; ///< what is not given is found by the names of the columns
-    std::string crs;       ///< see TargetRequest
+    ColumnRequest columns; ///< what is not given is found
+    std::string crs;       ///< see TargetRequest; empty: the plan's, when it is beyond doubt
     DiskCacheRequest diskCache{DiskCacheRequest::EMode::Automatic, {}};
-    std::string module; ///< the plug-in's file; empty: LoadModuleFor (Module.h) chooses it
+    std::string module{}; ///< the plug-in's file; empty: LoadModuleFor (Module.h) chooses it
+    PlanRequest plan{};   ///< what the caller decides; `columns` and `crs` count, too
+    std::optional<Plan> replay{}; ///< a plan to follow; `plan` is not used then
+    BadRowRequest badRows{};
 };
 
 /// What an import has done.
@@ -40,19 +67,37 @@ struct ImportReport
     BString layerName;
     BAttributeDefs schema; ///< of the layer read
     BMBB extent;           ///< of the layer read
+    /// The columns of X, Y and Z; without `x` where there are no points.
     ColumnChoice columns;
     LayerCounts read;              ///< the layer read
     WriteReport written;           ///< the file written
     std::uint64_t recordsRead = 0; ///< lines of the file
     bool stoppedAtLimit = false;   ///< reading has stopped at MAX_RECORDS
+    double planSeconds = 0;        ///< wall time of the plan's scan; 0 without one
     double readSeconds = 0;        ///< wall time of opening and reading
     double writeSeconds = 0;       ///< wall time of counting, writing and replacing
     std::vector<Note> notes;       ///< all notes, in the order of their calls
+    std::string crs;               ///< the coordinate system of the output; empty for none
+    std::optional<Plan> plan;      ///< that was followed; none when the reader's rules were
+    std::optional<Ledger> ledger;  ///< there with the plan
 };
 
-/// Imports a file: looks at it, reads it and replaces the output by it, or fails and leaves the
-/// output as it was. Nothing of this process is changed: signals, standard streams and the locale
-/// are left alone, and several imports may run at once on threads of their own.
+/// The report as one JSON object, with ledger and plan. "ok" is false when the ledger has
+/// imbalances.
+[[nodiscard]] ORVANE_IMPORT_EXPORT std::string ToJson(const ImportReport& report);
+
+/// The plan in a file that holds what ToJson(Plan) gave.
+/// @param path as the system knows it
+/// @throws ImportFailure `not-a-plan` when the file cannot be read, is larger than 256 MiB, or as
+///     PlanFromJson
+[[nodiscard]] ORVANE_IMPORT_EXPORT Plan LoadPlan(const std::string& path);
+
+/// Imports a file: plans it, reads it and replaces the output by it, or fails and leaves the output
+/// as it was. What the file does not tell is a failure that asks: `columns-unknown`,
+/// `names-unknown`, `encoding-unknown`, `crs-unknown`. The ledger says what became of every line;
+/// whoever calls looks at its `imbalances`. Nothing of this process is changed: signals, standard
+/// streams and the locale are left alone, and several imports may run at once on threads of their
+/// own.
 ///
 ///     ImportRequest request;
 ///     request.file = "stations.csv";

@@ -32,6 +32,8 @@ struct TargetRequest
     bool hasGeometry = true;
     /// Whether a CSV file begins with a line of the columns' names; the others always have names.
     bool hasNames = true;
+    /// Without `crs`: the coordinates are metres or the like, and no degrees. A GeoPackage says so.
+    bool isCartesian = false;
 };
 
 /// Makes the target of a file. Looks at the place and changes nothing; the file is replaced by

@@ -49,8 +49,9 @@ struct ColumnRequest
 
 /// Who has made a decision.
 enum class EDecidedBy {
-    Request, ///< the caller, by ColumnRequest or by a reader option
-    Preview  ///< the look at the file's first two rows
+    Request, ///< the caller, by ColumnRequest, PlanRequest or a reader option
+    Preview, ///< the look at the file's first two rows
+    Plan     ///< the scan of the whole file
 };
 
 /// The columns of an import.

@@ -6,6 +6,7 @@
 #include <Orvane/Import/Api.h>
 #include <Orvane/Import/Progress.h>
 
+#include <cstdint>
 #include <optional>
 #include <string>
 
@@ -52,6 +53,9 @@ public:
     /// @param options the options that it will be read with
     [[nodiscard]] DiskCacheChoice
     Choose(const BPluginModule& module, const std::string& file, const BParamList& options) const;
+
+    /// Decides for a layer that needs about `layerBytes` of memory.
+    [[nodiscard]] DiskCacheChoice Choose(std::uint64_t layerBytes) const;
 
 private:
     DiskCacheRequest m_request;

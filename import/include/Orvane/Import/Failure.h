@@ -3,6 +3,7 @@
 
 #include <Orvane/BString.h>
 #include <Orvane/Import/Api.h>
+#include <Orvane/Import/Plan.h>
 
 #include <cstdint>
 #include <exception>
@@ -60,7 +61,10 @@ struct UnderlyingTexts
 ///         unknown-crs          there is no coordinate system `value`
 ///         output-is-input      both are the same file
 ///         columns-unknown      the columns of X and Y are not certain; `columns`, `missing`; `matches`
-///                              holds the one of the two that is known
+///                              holds the one of the two that is known. Of a plan: `answers`
+///         names-unknown        whether the first line holds names is not certain; `columns`, `answers`
+///         encoding-unknown     the encoding is not certain; `columns`, `answers`
+///         crs-unknown          the format needs the coordinate system of numbers that are no degrees
 ///         no-such-column       no column has the name `value`; `subject` is X, Y or Z; `columns`
 ///         column-beyond        the index `value` is beyond the last column; `subject`, `columns`
 ///         column-ambiguous     several columns have the name `value`; `subject`, `columns`, `matches`
@@ -79,6 +83,7 @@ struct UnderlyingTexts
 ///         read-error           the system fails to read the file
 ///         compressed           the file is packed otherwise than by gzip
 ///         damaged              a packed file cannot be unpacked
+///         not-a-plan           the file is no plan; `subject` is the key, `line` of a mistake in the JSON
 ///         no-separator         neither options nor extension say how fields are separated
 ///     Content
 ///         unmatched-quote      a quote is never closed; `line`, `column`, `row`
@@ -90,6 +95,11 @@ struct UnderlyingTexts
 ///                              `fieldsFound`, `fieldsExpected`, `row`
 ///         no-data              there is no row of data
 ///         line-too-long        a line is longer than the reader reads
+///         bad-rows             more rows are bad than the request allows; `line`, `column`, `row` of the
+///                              first, `subject` its reason, `fieldsFound` how many there are,
+///                              `fieldsExpected` how many are allowed
+///         no-point             no row has a point; `columns`
+///         plan-unfit           the file does not fit the plan that is to be followed; `line`
 ///         reader               the reader fails for another reason; `underneath`
 ///     Output
 ///         output-folder        the folder of the output is missing, or cannot be written
@@ -129,6 +139,9 @@ struct FailureFields
     std::vector<std::string> missing;  ///< "X", "Y": what is not known
     std::vector<std::size_t> matches;  ///< indices into `columns`
     std::vector<ColumnSample> columns; ///< all columns of the file, by index
+    /// Of a plan's question: each answer alone is enough for an import. Empty: any columns.
+    std::vector<PlanAnswer> answers;
+    bool isPlanned = false;            ///< a plan asks
     bool hasColumnNames = false;       ///< the names of `columns` are the first line's
     bool mayHaveSkippedHeader = false; ///< header options are set, which a preview does not follow
     UnderlyingTexts underneath;

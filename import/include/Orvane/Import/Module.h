@@ -31,6 +31,10 @@ CanReadFile(const BPluginModule& module, const std::string& file, const BParamLi
 /// @throws ImportFailure `no-module`, `module-load`
 [[nodiscard]] ORVANE_IMPORT_EXPORT BPluginModule LoadModule(const std::string& path = {});
 
+/// Whether the module is AsciiReader, by the name of its file: the reader of delimited text, whose
+/// files a plan (Plan.h) can describe.
+[[nodiscard]] ORVANE_IMPORT_EXPORT bool IsBundledModule(const BPluginModule& module);
+
 /// Loads the plug-in that reads a file.
 ///
 /// The modules to choose from are the files of the plug-in folder, which is "orvane" beside this

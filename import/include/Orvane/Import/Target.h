@@ -7,6 +7,7 @@
 #include <Orvane/Import/Progress.h>
 
 #include <cstdint>
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -37,11 +38,19 @@ struct TargetCounts
     std::uint64_t points = 0; ///< of these, rows with a point
 };
 
+/// A file that belongs to a target and stands beside it.
+struct SideFile
+{
+    std::filesystem::path workFile; ///< to write; it goes into its place by Commit
+    std::filesystem::path file;     ///< its place
+    std::string name;               ///< of its place, as the caller would name it
+};
+
 /// A place that layers are written to, whole or not at all.
 ///
-/// Order of calls: Write, once per layer, then Commit, then CountWritten if wanted. Without Commit
-/// the destructor removes everything that was written, and the place is as it was. One thread at a
-/// time. OpenTarget (Targets.h) makes those that this library has.
+/// Order of calls: AddSideFile and AddTable if need be, Write, then Commit, then CountWritten if
+/// wanted. Without Commit the destructor removes everything that was written, and the place is as
+/// it was. One thread at a time. OpenTarget (Targets.h) makes those that this library has.
 class ORVANE_IMPORT_EXPORT Target
 {
 public:
@@ -63,6 +72,16 @@ public:
     /// @throws ImportFailure `output-write`, `too-many-columns`, `cancelled`, `cache-file`
     [[nodiscard]] virtual WriteReport
     Write(const BVectorLayer& layer, const LayerCounts& counts, const Callbacks& callbacks) = 0;
+
+    /// Has a further file go into its place together with the output, whole or not at all.
+    /// @param ending of its name, after the whole name of the output
+    /// @throws ImportFailure as Write
+    [[nodiscard]] virtual SideFile AddSideFile(const std::string& ending) = 0;
+
+    /// Has Write write a layer without points as a further table, where the format holds several.
+    /// @param table must stay as it is until Write has returned
+    /// @return the table's name in the output; empty when the format has no tables
+    virtual std::string AddTable(const BVectorLayer& table) = 0;
 
     /// Puts what was written in its place, at once or not at all. @throws ImportFailure as Write,
     /// and `output-not-a-file`

@@ -1,0 +1,480 @@
+// A whole import by a plan: plan, layer, target, ledger.
+#include "PlannedImport.h"
+
+#include "DiskCacheEstimate.h"
+#include "ImportPhases.h"
+#include "RejectedRows.h"
+#include "ledger/Balance.h"
+#include "ledger/Questions.h"
+#include "ledger/Replay.h"
+#include "table/Table.h"
+
+#include <Orvane/Import/Columns.h>
+#include <Orvane/Import/DiskCache.h>
+#include <Orvane/Import/DisplayText.h>
+#include <Orvane/Import/LayerCounts.h>
+#include <Orvane/Import/Targets.h>
+
+#include <algorithm>
+#include <exception>
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace Orvane::Import {
+
+namespace {
+
+constexpr const char* kUndefinedCartesian = "undefined Cartesian";
+
+/// What the caller decides, in one request.
+PlanRequest MakePlanRequest(const ImportRequest& request)
+{
+    PlanRequest plan = request.plan;
+    const auto complete = [](std::string& text, const std::optional<std::string>& given) {
+        if (text.empty() && given) {
+            text = *given;
+        }
+    };
+    complete(plan.x, request.columns.x);
+    complete(plan.y, request.columns.y);
+    complete(plan.z, request.columns.z);
+    if (plan.crs.empty()) {
+        plan.crs = request.crs;
+    }
+    return plan;
+}
+
+std::vector<BString> NamesOf(const Plan& plan)
+{
+    std::vector<BString> names;
+    for (const PlanColumn& column : plan.columns) {
+        names.push_back(column.name.empty() ? BString("C" + std::to_string(column.index + 1))
+                                            : BString::FromUtf8(column.name));
+    }
+    return names;
+}
+
+/// The request with the columns of X, Y and Z as indices: those that are given by their names as a
+/// person writes them, the others by the plan of the file, or by the names of a pair.
+/// @param plan without columns that are given
+/// @throws ImportFailure as FindColumn; `columns-unknown`, `columns-equal`
+PlanRequest CompleteColumns(const Plan& plan, PlanRequest request)
+{
+    const std::vector<BString> names = NamesOf(plan);
+    const auto find = [&](const std::string& given, const char* axis) {
+        return given.empty() ? std::nullopt
+                             : std::optional<std::size_t>(FindColumn(names, given, axis));
+    };
+    CoordinatePair pair{find(request.x, "X"), find(request.y, "Y")};
+    const std::optional<std::size_t> z = find(request.z, "Z");
+    const PlanCoordinates& found = plan.coordinates.value;
+    if (pair.x.has_value() != pair.y.has_value()) {
+        pair = GuessCoordinateColumns(names, pair);
+    } else if (!pair.x) {
+        pair = {found.x, found.y};
+    }
+    if (!pair.x || !pair.y) {
+        FailureFields fields;
+        fields.kind = EFailureKind::Request;
+        fields.code = "columns-unknown";
+        fields.what = std::string("The column of ") +
+                      (pair.x   ? "Y"
+                       : pair.y ? "X"
+                                : "X and Y") +
+                      " is not known.";
+        fields.file = plan.path;
+        fields.columns = SampleColumns(plan);
+        fields.hasColumnNames = plan.shape.hasNames.value;
+        fields.isPlanned = true;
+        for (const auto& [axis, column] : {std::pair("X", pair.x), std::pair("Y", pair.y)}) {
+            if (column) {
+                fields.matches.push_back(*column);
+            } else {
+                fields.missing.emplace_back(axis);
+            }
+        }
+        throw ImportFailure(std::move(fields));
+    }
+    if (pair.x == pair.y || z == pair.x || z == pair.y) {
+        FailureFields fields;
+        fields.kind = EFailureKind::Request;
+        fields.code = "columns-equal";
+        fields.what = "X, Y and Z must be different columns.";
+        throw ImportFailure(std::move(fields));
+    }
+    request.x = std::to_string(*pair.x);
+    request.y = std::to_string(*pair.y);
+    request.z = z ? std::to_string(*z) : std::string();
+    return request;
+}
+
+/// The plan with the column of heights that is given. @param request completed
+Plan WithHeights(Plan plan, const PlanRequest& request)
+{
+    if (request.z.empty()) {
+        return plan;
+    }
+    const std::size_t z = std::stoul(request.z);
+    for (PlanColumn& column : plan.columns) {
+        if (column.index == z) {
+            column.role = EPlanRole::Z;
+        } else if (column.role == EPlanRole::Z) {
+            column.role = EPlanRole::Attribute;
+        }
+    }
+    plan.coordinates.value.z = z;
+    return plan;
+}
+
+/// The plan, with the columns that are given. Where these are only a part of what a plan needs, or
+/// none of the plan's, the file is scanned without them first.
+Plan PlanWithColumns(const std::string& file, const PlanRequest& request)
+{
+    const bool isGiven = !request.x.empty() || !request.y.empty() || !request.z.empty();
+    const bool isWhole = !request.x.empty() && !request.y.empty();
+    if (!isGiven || request.hasNoPoints || request.isAllText) {
+        return MakePlan(file, request);
+    }
+    if (isWhole) {
+        try {
+            Plan plan = MakePlan(file, request);
+            const PlanRequest completed = CompleteColumns(plan, request);
+            return WithHeights(std::move(plan), completed);
+        } catch (const ImportFailure& failure) {
+            if (!failure.Is("no-such-column")) {
+                throw;
+            }
+        }
+    }
+    PlanRequest others = request;
+    others.x.clear();
+    others.y.clear();
+    others.z.clear();
+    const PlanRequest completed = CompleteColumns(MakePlan(file, others), request);
+    return WithHeights(MakePlan(file, completed), completed);
+}
+
+/// The name of the layer: that of the file without extension, and without that of its packing.
+std::string NameOfLayer(const Plan& plan)
+{
+    std::filesystem::path path = std::filesystem::path(plan.path).filename();
+    if (plan.bytes.compression.value != "none" && path.extension() == ".gz") {
+        path = path.stem();
+    }
+    return path.stem().native();
+}
+
+/// Bytes of memory that the layer will need, about.
+std::uint64_t EstimateLayer(const Plan& plan, const TableLayout& layout)
+{
+    constexpr std::uint64_t kTextEntry = 4;
+    // Packed text is about so many times as long.
+    constexpr std::uint64_t kUnpacked = 8;
+    std::uint64_t width = 2 * sizeof(double) + (layout.hasZ ? sizeof(double) : 0);
+    bool hasTexts = false;
+    for (const BColumnInfo& column : layout.columns) {
+        switch (StorageOf(column.type)) {
+        case EColumnStorage::Text:
+            width += kTextEntry;
+            hasTexts = true;
+            break;
+        case EColumnStorage::Boolean:
+            width += 1;
+            break;
+        case EColumnStorage::Int32:
+        case EColumnStorage::Float:
+            width += sizeof(std::int32_t);
+            break;
+        default:
+            width += sizeof(double);
+        }
+    }
+    // A bit per value says whether it is null.
+    width += layout.columns.size() / 8 + 1;
+    const std::uint64_t rows = plan.shape.rows + plan.shape.shortRows;
+    const std::uint64_t texts =
+        plan.bytes.size * (plan.bytes.compression.value == "none" ? 1 : kUnpacked);
+    return rows * width + (hasTexts ? texts : 0);
+}
+
+FailureFields MakeFailure(EFailureKind kind, const char* code, std::string what, std::string file)
+{
+    FailureFields fields;
+    fields.kind = kind;
+    fields.code = code;
+    fields.what = std::move(what);
+    fields.file = std::move(file);
+    return fields;
+}
+
+/// One import, step by step.
+class PlannedImporter
+{
+public:
+    PlannedImporter(const ImportRequest& request, const Callbacks& callbacks)
+        : m_request(request)
+        , m_phases(callbacks, m_report)
+        , m_callbacks(callbacks)
+    {}
+
+    ImportReport Run()
+    {
+        m_phases.Begin(EPhase::Preparing);
+        {
+            // Wrong arguments are told before the file is looked at.
+            const std::unique_ptr<Target> target = OpenTarget(MakeTargetRequest());
+            m_report.out = target->GetName();
+            m_report.format = target->GetFormat();
+        }
+        const DiskCache diskCache(m_request.diskCache);
+        if (!DisplayText::IsUtf8(m_request.file)) {
+            throw ImportFailure(MakeFailure(
+                EFailureKind::Input,
+                "name-encoding",
+                "The file name <" + DisplayText::Escape(m_request.file) + "> is not valid UTF-8.",
+                m_request.file));
+        }
+        const Stopwatch planning;
+        MakeThePlan();
+        m_report.planSeconds = planning.GetSeconds();
+        const std::unique_ptr<Target> target = OpenTarget(MakeTargetRequest());
+
+        const Stopwatch reading;
+        DiskCacheChoice cache =
+            diskCache.Choose(EstimateLayer(m_plan, LayOutTable(m_plan, m_tableRequest)));
+        if (cache.note) {
+            m_phases.Tell(*cache.note);
+        }
+        const std::optional<std::string> cacheName =
+            cache.isUsed ? std::optional<std::string>(cache.baseName) : std::nullopt;
+        const auto layer = cacheName ? std::make_unique<BVectorLayer>(BString::FromUtf8(*cacheName),
+                                                                      kDiskCachePageSize)
+                                     : std::make_unique<BVectorLayer>();
+        layer->SetName(BString::FromUtf8(NameOfLayer(m_plan)));
+        RejectedRows rejected(m_request.badRows, m_plan.bytes.lines, cacheName, layer->GetName());
+        Read(*layer, rejected);
+        m_report.readSeconds = reading.GetSeconds();
+
+        const Stopwatch writing;
+        Write(*layer, rejected, *target);
+        m_report.writeSeconds = writing.GetSeconds();
+        for (const Note& note : m_report.written.notes) {
+            m_phases.Tell(note);
+        }
+        m_report.plan = std::move(m_plan);
+        return std::move(m_report);
+    }
+
+private:
+    [[nodiscard]] bool HasPoints() const
+    {
+        return m_tableRequest.makesPoints && !m_tableRequest.isAllText;
+    }
+
+    void MakeThePlan()
+    {
+        const PlanRequest request = MakePlanRequest(m_request);
+        if (m_request.replay) {
+            m_plan = FollowPlan(*m_request.replay, m_request.file);
+        } else {
+            m_plan = PlanWithColumns(m_request.file, request);
+            m_plan.nullTexts = request.nullTexts;
+            m_plan.isAllText = request.isAllText;
+            m_plan.hasNoPoints = request.hasNoPoints;
+        }
+        if (m_plan.bytes.size == 0 && !(m_plan.hasNoPoints && m_plan.isAllText)) {
+            throw ImportFailure(MakeFailure(
+                EFailureKind::Input, "empty-file", "The file is empty.", m_request.file));
+        }
+        m_tableRequest.makesPoints = !m_plan.hasNoPoints;
+        m_tableRequest.isAllText = m_plan.isAllText;
+        m_tableRequest.nullTexts = m_plan.nullTexts;
+        DropAnswered();
+        if (!m_plan.questions.empty()) {
+            throw ImportFailure(MakeQuestion(m_plan, SampleColumns(m_plan)));
+        }
+        DescribeColumns();
+        ChooseSystem();
+    }
+
+    /// Rule: without points nobody asks for coordinates. With all cells as texts nothing is lost by
+    /// a first line that may be names, so that it is, as usual, names.
+    void DropAnswered()
+    {
+        const auto isAnswered = [&](const PlanQuestion& question) {
+            const bool isOfPoints = question.code == "coordinates" || question.code == "axes";
+            return (isOfPoints && !HasPoints()) || (question.code == "names" && m_plan.isAllText);
+        };
+        auto& questions = m_plan.questions;
+        questions.erase(std::remove_if(questions.begin(), questions.end(), isAnswered),
+                        questions.end());
+    }
+
+    void DescribeColumns()
+    {
+        ColumnChoice& choice = m_report.columns;
+        choice.hasColumnNames = m_plan.shape.hasNames.value;
+        const auto decidedBy = [](EDecider decider) {
+            return decider == EDecider::Given ? EDecidedBy::Request : EDecidedBy::Plan;
+        };
+        choice.namesBy = decidedBy(m_plan.shape.hasNames.decider);
+        choice.names = NamesOf(m_plan);
+        if (HasPoints()) {
+            choice.x = m_plan.coordinates.value.x;
+            choice.y = m_plan.coordinates.value.y;
+            choice.z = m_plan.coordinates.value.z;
+            choice.xBy = decidedBy(m_plan.coordinates.decider);
+            choice.yBy = choice.xBy;
+        }
+    }
+
+    /// Rule: the system that the caller gives holds; without one that of the plan, when nothing
+    /// speaks against it.
+    void ChooseSystem()
+    {
+        const PlanDecision<std::string>& system = m_plan.coordinateSystem;
+        m_report.crs = HasPoints() ? m_request.crs : std::string();
+        if (HasPoints() && m_report.crs.empty() && system.value.find(':') != std::string::npos &&
+            system.confidence != EConfidence::Tie) {
+            m_report.crs = system.value;
+        }
+        const bool holdsDegrees = m_report.format.starts_with("GeoJSON");
+        if (HasPoints() && m_report.crs.empty() && holdsDegrees &&
+            system.value == kUndefinedCartesian) {
+            FailureFields fields = MakeFailure(
+                EFailureKind::Request,
+                "crs-unknown",
+                "The coordinates are no degrees, and their coordinate system is not known; " +
+                    m_report.format + " needs it.",
+                m_request.file);
+            fields.isPlanned = true;
+            throw ImportFailure(std::move(fields));
+        }
+    }
+
+    [[nodiscard]] TargetRequest MakeTargetRequest() const
+    {
+        TargetRequest request;
+        request.out = OutputOf(m_request);
+        request.crs = m_report.crs.empty() ? m_request.crs : m_report.crs;
+        request.input = m_request.file;
+        request.isCartesian =
+            m_report.crs.empty() && m_plan.coordinateSystem.value == kUndefinedCartesian;
+        request.hasGeometry = HasPoints();
+        // Rule: a table without points has a line of names in CSV only when the file has one.
+        request.hasNames = HasPoints() || m_plan.shape.hasNames.value;
+        return request;
+    }
+
+    /// Rule: what the caller's function throws leaves unchanged, not as a failure of the file.
+    TableCounts ReadRows(BVectorLayer& layer, RejectedRows& rejected)
+    {
+        std::exception_ptr thrown;
+        Callbacks callbacks = m_callbacks;
+        if (m_callbacks.progress) {
+            callbacks.progress = [&](const ProgressState& state) {
+                try {
+                    return m_callbacks.progress(state);
+                } catch (...) {
+                    thrown = std::current_exception();
+                    return false;
+                }
+            };
+        }
+        try {
+            return ReadTable(m_plan, m_tableRequest, layer, rejected, callbacks);
+        } catch (...) {
+            if (thrown) {
+                std::rethrow_exception(thrown);
+            }
+            throw;
+        }
+    }
+
+    void Read(BVectorLayer& layer, RejectedRows& rejected)
+    {
+        const TableCounts counts = ReadRows(layer, rejected);
+        m_report.ledger = MakeLedger(m_plan, counts);
+        m_report.ledger->firstBadRows = rejected.GetFirst();
+        m_report.recordsRead = m_report.ledger->lines.Sum();
+        m_report.layerName = layer.GetName();
+        m_report.schema = layer.GetSchema();
+        m_report.extent = counts.extent;
+        const std::uint64_t most =
+            RejectedRows::MostOf(m_request.badRows, counts.rows + counts.badRows);
+        if (counts.badRows > most) {
+            throw ImportFailure(rejected.MakeFailure(m_request.file, *m_report.ledger, most));
+        }
+        if (HasPoints() && counts.rows == 0) {
+            throw ImportFailure(MakeFailure(
+                EFailureKind::Content, "no-data", "The file has no row of data.", m_request.file));
+        }
+        if (HasPoints() && counts.points == 0) {
+            FailToFindPoints();
+        }
+    }
+
+    /// Rule: an import of points without a single point is a failure.
+    [[noreturn]] void FailToFindPoints() const
+    {
+        FailureFields fields =
+            MakeFailure(EFailureKind::Content, "no-point", "No row has a point.", m_request.file);
+        const auto name = [&](const std::optional<std::size_t>& index) {
+            if (!index || *index >= m_plan.columns.size()) {
+                return std::string("none");
+            }
+            const std::string& text = m_plan.columns[*index].name;
+            return "column " + std::to_string(*index) + (text.empty() ? "" : " '" + text + "'");
+        };
+        fields.cause = "X is " + name(m_plan.coordinates.value.x) + ", Y is " +
+                       name(m_plan.coordinates.value.y) + ".";
+        fields.columns = SampleColumns(m_plan);
+        fields.hasColumnNames = m_plan.shape.hasNames.value;
+        fields.isPlanned = true;
+        throw ImportFailure(std::move(fields));
+    }
+
+    void Write(BVectorLayer& layer, const RejectedRows& rejected, Target& target)
+    {
+        Ledger& ledger = *m_report.ledger;
+        m_phases.Begin(EPhase::Counting);
+        m_report.read = CountLayer(layer);
+        std::optional<SideFile> side;
+        if (rejected.AreKept()) {
+            side = target.AddSideFile(std::string(kRejectedEnding));
+            rejected.WriteFile(side->workFile, side->name);
+            ledger.rejectedFile = side->name;
+            ledger.rejectedTable = target.AddTable(rejected.GetLayer());
+        }
+        m_report.written = target.Write(layer, m_report.read, m_callbacks);
+        target.Commit();
+        m_phases.Begin(EPhase::Written);
+        const TargetCounts counts = target.CountWritten();
+        CloseLedger({m_report.read.rows,
+                     m_report.read.points,
+                     counts.rows,
+                     counts.points,
+                     side ? RejectedRows::CountFile(side->file, side->name) : ledger.badRows},
+                    m_report.written,
+                    ledger);
+    }
+
+    const ImportRequest& m_request;
+    ImportReport m_report;
+    ImportPhases m_phases;
+    const Callbacks& m_callbacks;
+    Plan m_plan;
+    TableRequest m_tableRequest;
+};
+
+} // namespace
+
+ImportReport ImportByPlan(const ImportRequest& request, const Callbacks& callbacks)
+{
+    return PlannedImporter(request, callbacks).Run();
+}
+
+} // namespace Orvane::Import

@@ -1,0 +1,371 @@
+"""Imports by a plan: what stands in the output, what is asked, what is put aside, and the account of it."""
+
+import csv
+import gzip
+import json
+import os
+import shlex
+import sqlite3
+import subprocess
+import sys
+import unittest
+
+import cli_test
+
+# Every kind of cell that the rules of the reader alone would change.
+HARSH = (
+    "id,lat,lon,whole,late,gap,code,flag,big,word\n"
+    "1,47.5,8.5,1,1,1,007,0,1,a\n"
+    "2,47.6,8.6,2,2,,010,1,2,b\n"
+    "3,47.7,8.7,3,3,3,0800,0,3,c\n"
+    "4,47.8,8.8,4,4,4,042,1,4,d\n"
+    "5,47.9,8.9,5,5,,1,0,5,e\n"
+    "6,48.0,9.0,6,9.75,6,2,2,99999999999,\"f, g\"\n"
+    "7,48.1,9.1,7,-3.5,7,3,3,7,\"h\ni\"\n"
+)
+DEPTHS = "station;lat;lon;depth\nA;47,5;8,5;12,45\nB;47,25;8,75;3,5\n"
+
+
+class ByPlanTest(cli_test.CliTest):
+    def rows(self, name):
+        return self.dump(name)["features"]
+
+    def report(self, *arguments, status=0):
+        result = self.run_orvane("import", *arguments, "--json")
+        self.assertEqual(result.status, status, result.err)
+        report = json.loads(result.out)
+        ledger = report["ledger"]
+        self.assertEqual(sum(ledger["lines"].values()), ledger["linesScanned"], ledger)
+        for column in ledger["columns"]:
+            self.assertEqual(column["values"] + column["empties"] + column["nullWords"], ledger["rows"])
+        return report
+
+    def run_shell(self, command):
+        environment = dict(os.environ, PATH=os.path.dirname(cli_test.PROGRAM) + ":" + os.environ["PATH"])
+        return subprocess.run(["bash", "-c", command], cwd=self.folder, env=environment, capture_output=True,
+                              text=True, timeout=60)
+
+    def commands_in(self, text):
+        return [line.strip() for line in text.split("\n") if line.startswith("  orvane ")]
+
+
+class TrueImportTest(ByPlanTest):
+    def test_every_cell_stands_with_its_value(self):
+        self.write("harsh.csv", HARSH)
+        self.succeed("import", "harsh.csv")
+        dump = self.dump("harsh.gpkg")
+        self.assertEqual(dump["crs"], "EPSG:4326")
+        names = [field[0] for field in dump["fields"]]
+        self.assertEqual(names, ["id", "whole", "late", "gap", "code", "flag", "big", "word"])
+        first, last = dump["features"][0], dump["features"][6]
+        self.assertEqual(first, [[8.5, 47.5], [1, 1, 1, 1, "007", 0, 1, "a"]])
+        self.assertEqual(last, [[9.1, 48.1], [7, 7, -3.5, 7, "3", 3, 7, "h\ni"]])
+        self.assertEqual([values[3] for _, values in dump["features"]], [1, None, 3, 4, None, 6, 7])
+        self.assertEqual(dump["features"][5][1][6], 99999999999)
+
+    def test_a_decimal_comma_is_no_separator_and_is_not_dropped(self):
+        self.write("a.csv", DEPTHS)
+        self.succeed("import", "a.csv")
+        dump = self.dump("a.gpkg")
+        depth = [field[0] for field in dump["fields"]].index("depth")
+        self.assertEqual([[point[:2], values[depth]] for point, values in dump["features"]],
+                         [[[8.5, 47.5], 12.45], [[8.75, 47.25], 3.5]])
+
+    def test_the_encoding_is_found_and_a_mark_is_no_part_of_a_name(self):
+        for name, data in (("utf8.csv", "\ufeffname,lat,lon\nZürich,47.4,8.5\nGenève,46.2,6.1\nSão,1.5,2.5\n".encode()),
+                           ("utf16.csv", "name,lat,lon\nZürich,47.4,8.5\nGenève,46.2,6.1\nSão,1.5,2.5\n".encode("utf-16"))):
+            with self.subTest(name=name):
+                self.write(name, data)
+                self.succeed("import", name, "out.gpkg")
+                dump = self.dump("out.gpkg")
+                self.assertEqual(dump["fields"][0][0], "name")
+                self.assertEqual([values[0] for _, values in dump["features"]], ["Zürich", "Genève", "São"])
+
+    def test_a_packed_file_is_read_under_any_name(self):
+        self.write("a.csv.gz", gzip.compress(HARSH.encode()))
+        self.succeed("import", "a.csv.gz", "a.gpkg")
+        dump = self.dump("a.gpkg")
+        self.assertEqual((dump["layer"], len(dump["features"])), ("a", 7))
+
+    def test_rows_without_a_point_keep_all_of_their_cells(self):
+        self.write("a.csv", "id,lat,lon\n1,47.5,8.5\n2,,8.25\n3,46.5,\n4,47.25,8.75\n")
+        report = self.report("a.csv")
+        self.assertEqual((report["ledger"]["points"], report["ledger"]["lines"]["rowsWithoutPoint"]), (2, 2))
+        self.assertEqual(self.rows("a.gpkg"), [[[8.5, 47.5], [1, 47.5, 8.5]], [None, [2, None, 8.25]],
+                                               [None, [3, 46.5, None]], [[8.75, 47.25], [4, 47.25, 8.75]]])
+
+    def test_null_words_are_null_among_numbers_and_sentinels_only_when_asked(self):
+        self.write("a.csv", "lat,lon,n,s\n1.5,2.5,NA,-9999\n3.5,4.5,2,1\n5.5,6.5,3,-9999\n")
+        self.succeed("import", "a.csv")
+        self.assertEqual([values for _, values in self.rows("a.gpkg")], [[None, -9999], [2, 1], [3, -9999]])
+        self.succeed("import", "a.csv", "--null", "-9999")
+        self.assertEqual([values for _, values in self.rows("a.gpkg")], [[None, None], [2, 1], [3, None]])
+
+    def test_decisions_are_overridden_by_name_or_index(self):
+        self.write("a.csv", "lat,lon,code,n\n1.5,2.5,1,7\n3.5,4.5,2,8\n")
+        self.succeed("import", "a.csv", "--x", "lat", "--y", "lon")
+        self.assertEqual(self.rows("a.gpkg")[0][0], [1.5, 2.5])
+        self.succeed("import", "a.csv", "--names", "no", "--no-points", "--all-text", "b.csv")
+        self.assertEqual(self.content("b.csv").decode(), "lat,lon,code,n\n1.5,2.5,1,7\n3.5,4.5,2,8\n")
+
+    def test_a_separator_and_a_quote_may_be_given(self):
+        self.write("a.txt", "lat:lon:'n\n1.5:2.5:'x\n3.5:4.5:y\n")
+        self.succeed("import", "a.txt", "--separator", ":", "--quote", "none", "--names", "yes")
+        self.assertEqual([values for _, values in self.rows("a.gpkg")], [["'x"], ["y"]])
+
+    def test_metres_without_a_system_are_undefined_cartesian(self):
+        self.write("a.csv", "easting,northing,n\n465120.5,5247300.25,1\n465220.5,5247310.25,2\n465250.5,5247410.5,3\n")
+        self.succeed("import", "a.csv")
+        with sqlite3.connect(self.path("a.gpkg")) as database:
+            self.assertEqual(database.execute("SELECT srs_id FROM gpkg_geometry_columns").fetchone()[0], -1)
+        result = self.run_orvane("import", "a.csv", "a.geojson")
+        self.assertEqual((result.status, result.out), (2, ""))
+        self.assertIn("--crs", result.err)
+        self.succeed("import", "a.csv", "a.geojson", "--crs", "EPSG:32632")
+
+    def test_an_import_of_points_without_a_point_is_a_failure(self):
+        self.write("a.csv", "lat,lon,name\n1.5,2.5,a\n5.5,4.5,b\n")
+        self.write("out.gpkg", "old")
+        result = self.run_orvane("import", "a.csv", "out.gpkg", "--x", "lon", "--y", "name")
+        self.assertEqual((result.status, result.out), (1, ""))
+        self.assertIn("No row has a point.", result.err)
+        self.assertEqual(self.content("out.gpkg"), b"old")
+        command, = self.commands_in(result.err)
+        self.assertEqual(self.run_shell(command).returncode, 0)
+
+    def test_reader_options_give_the_rules_of_the_reader_and_say_so(self):
+        self.write("harsh.csv", HARSH)
+        result = self.run_orvane("import", "harsh.csv", "-o", "CODEC=UTF-8")
+        self.assertEqual(result.status, 0)
+        self.assertEqual(result.err, "orvane: note: with reader options the file is read by the rules of the reader "
+                                     "alone, which may change cells\n")
+        self.assertEqual(self.rows("harsh.gpkg")[5][1][2], 9)
+        for argument in (["--no-points"], ["--null", "x"], ["--on-bad", "skip"], ["--names", "yes"]):
+            self.assert_failure(
+                self.run_orvane("import", "harsh.csv", *argument, "-o", "CODEC=UTF-8"), 2,
+                f"orvane: Give --option or {argument[0]}, not both.")
+
+
+class WithoutPointsTest(ByPlanTest):
+    TABLE = "name,count,when\na,1,2018-01-28\nb,,2018-01-29\n\"c, d\",3,\n"
+
+    def test_the_columns_alone_are_typed_rows_of_a_table(self):
+        self.write("t.csv", self.TABLE)
+        self.succeed("import", "t.csv", "t.gpkg", "--no-points")
+        with sqlite3.connect(self.path("t.gpkg")) as database:
+            self.assertEqual(database.execute("SELECT data_type FROM gpkg_contents").fetchall(), [("attributes",)])
+            self.assertEqual(database.execute("SELECT name, count, \"when\" FROM t").fetchall(),
+                             [("a", 1, "2018-01-28"), ("b", None, "2018-01-29"), ("c, d", 3, None)])
+
+    def test_all_text_keeps_every_cell_as_it_is(self):
+        self.write("t.csv", "n,v\n007,1e3\n,\"\"\n 1 ,x\n")
+        self.succeed("import", "t.csv", "out.csv", "--all-text")
+        with open(self.path("out.csv"), newline="", encoding="utf-8") as file:
+            self.assertEqual(list(csv.reader(file)), [["n", "v"], ["007", "1e3"], ["", ""], [" 1 ", "x"]])
+
+    def test_a_file_without_names_has_none_in_csv(self):
+        self.write("t.csv", "1,2.5,a\n2,3.5,b\n3,4.5,c\n")
+        self.succeed("import", "t.csv", "out.csv", "--no-points")
+        self.assertEqual(self.content("out.csv").decode(), "1,2.5,a\n2,3.5,b\n3,4.5,c\n")
+
+    def test_an_empty_file_is_an_empty_table_and_no_layer_of_points(self):
+        self.write("e.csv", "")
+        self.succeed("import", "e.csv", "out.csv", "--no-points", "--all-text")
+        self.assertEqual(self.content("out.csv"), b"")
+        self.assert_failure(self.run_orvane("import", "e.csv"), 1, "orvane: e.csv: The file is empty.")
+
+
+class QuestionsTest(ByPlanTest):
+    def test_every_command_of_a_question_works_as_printed(self):
+        cases = {
+            "a b.csv": "id,name\n1,a\n2,b\n",
+            "it's.csv": "v\n1\n2\n",
+            "-dash.csv": "a;37.77939;22.42354\nb;37.77610;22.42280\nc;37.77104;22.42253\n",
+            "ä$HOME.csv": "one,two\nthree,four\nfive,six\n",
+        }
+        for name, content in cases.items():
+            with self.subTest(name=name):
+                self.write(name, content)
+                result = self.run_orvane("import", "--", name, "out.gpkg")
+                self.assertEqual((result.status, result.out), (2, ""))
+                commands = self.commands_in(result.err)
+                self.assertTrue(commands, result.err)
+                for command in commands:
+                    done = self.run_shell(command)
+                    self.assertEqual(done.returncode, 0, (command, done.stderr))
+
+    def test_a_file_of_one_column_is_offered_without_points(self):
+        self.write("one.csv", "v\n1\n2\n")
+        result = self.run_orvane("import", "one.csv")
+        self.assertEqual(self.commands_in(result.err), ["orvane import --no-points one.csv"])
+        self.assertNotIn("--y", result.err)
+
+    def test_a_tie_of_axes_is_asked(self):
+        self.write("a.txt", "a;37.77939;22.42354\nb;37.77610;22.42280\nc;37.77104;22.42253\n")
+        result = self.run_orvane("import", "a.txt")
+        self.assertEqual(result.status, 2)
+        self.assertEqual([shlex.split(command)[2:] for command in self.commands_in(result.err)],
+                         [["--x", "2", "--y", "1", "a.txt"], ["--x", "1", "--y", "2", "a.txt"],
+                          ["--no-points", "a.txt"]])
+
+    def test_an_unknown_type_names_the_known_ones(self):
+        self.write("a.csv", "lat,lon\n1.5,2.5\n")
+        self.assert_failure(self.run_orvane("import", "a.csv", "--type", "lat=doubl"), 2,
+                            "orvane: There is no type 'doubl' of columns; did you mean double?")
+        for argument, text in ((("--names", "maybe"), "--names must be yes or no, not 'maybe'"),
+                               (("--max-bad", "x"), "--max-bad must be a number of rows, or a share such as 2%, not 'x'"),
+                               (("--on-bad", "x"), "--on-bad must be quarantine, skip or stop, not 'x'"),
+                               (("--skip-lines", "-1"), "--skip-lines must be a number of lines, not '-1'"),
+                               (("--separator", "ab"), "--separator must be one character, tab, blanks, none or "
+                                                       "widths:5,14, not 'ab'"),
+                               (("--quote", "ab"), "--quote must be one character, or none, not 'ab'")):
+            with self.subTest(argument=argument):
+                self.assert_failure(self.run_orvane("import", "a.csv", *argument), 2,
+                                    f"orvane: The value of {text}.")
+
+
+class BadRowsTest(ByPlanTest):
+    NAMES = "lat,lon,n\n"
+
+    def write_bad(self, rows, bad):
+        lines = [f"{index % 80}.5,{index % 170}.25,{index}\n" for index in range(rows)]
+        for at, text in bad.items():
+            lines.insert(at, text)
+        self.write("a.csv", self.NAMES + "".join(lines))
+
+    def rejected(self, name):
+        with open(self.path(name), newline="", encoding="utf-8") as file:
+            return list(csv.DictReader(file))
+
+    def test_few_are_put_aside_as_they_stand(self):
+        self.write_bad(300, {10: "1.5,2.5,3,4\n", 20: "1.5,2.5,3,\"four, 4\"\n"})
+        report = self.report("a.csv")
+        self.assertEqual(report["ledger"]["badRowsByReason"], {"long-row": 2})
+        self.assertEqual(report["ledger"]["rowsWritten"], 300)
+        rows = self.rejected("a.gpkg.rejected.csv")
+        self.assertEqual([(row["line"], row["reason"], row["row"]) for row in rows],
+                         [("12", "long-row", "1.5,2.5,3,4"), ("22", "long-row", '1.5,2.5,3,"four, 4"')])
+        data = self.content("a.csv")
+        for row in rows:
+            self.assertTrue(data[int(row["byte"]):].startswith(row["row"].encode()))
+        self.assertEqual(report["ledger"]["rejectedFile"], "a.gpkg.rejected.csv")
+
+    def test_a_geopackage_has_them_in_a_table_as_well(self):
+        self.write_bad(300, {10: "1.5,2.5,3,4\n"})
+        self.succeed("import", "a.csv")
+        with sqlite3.connect(self.path("a.gpkg")) as database:
+            self.assertEqual(
+                database.execute("SELECT line, byte, \"column\", reason, row FROM rejected_rows").fetchall(),
+                [(12, self.content("a.csv").index(b"1.5,2.5,3,4"), 4, "long-row", "1.5,2.5,3,4")])
+            self.assertEqual(database.execute("SELECT data_type FROM gpkg_contents ORDER BY 1").fetchall(),
+                             [("attributes",), ("features",)])
+
+    def test_more_than_one_of_a_hundred_stop_the_import(self):
+        self.write_bad(100, {5: "1.5,2.5,3,4\n", 9: "1.5,2.5,3,4\n"})
+        self.write("a.gpkg", "old")
+        result = self.run_orvane("import", "a.csv")
+        self.assertEqual((result.status, result.out), (1, ""))
+        self.assertTrue(result.err.startswith(
+            "orvane: a.csv:7:4: 2 of 102 rows do not fit the table: 2 long-row. They begin in the lines 7, 11."), result.err)
+        self.assertEqual(self.content("a.gpkg"), b"old")
+        self.assert_folder("a.csv", "a.gpkg")
+        command, = self.commands_in(result.err)
+        self.assertEqual(self.run_shell(command).returncode, 0)
+        self.assertEqual(len(self.rejected("a.gpkg.rejected.csv")), 2)
+
+    def test_the_limit_is_a_number_or_a_share(self):
+        self.write_bad(50, {5: "1.5,2.5,3,4\n"})
+        for most, status in (("0", 1), ("1", 0), ("1%", 1), ("2%", 0), ("100%", 0)):
+            with self.subTest(most=most):
+                self.assertEqual(self.run_orvane("import", "a.csv", "--max-bad", most).status, status)
+
+    def test_skipped_ones_are_counted_and_stop_refuses_the_first(self):
+        self.write_bad(300, {10: "1.5,2.5,3,4\n"})
+        report = self.report("a.csv", "--on-bad", "skip")
+        self.assertEqual((report["ledger"]["badRows"], report["ledger"]["rejectedFile"]), (1, ""))
+        self.assert_folder("a.csv", "a.gpkg")
+        self.assertEqual(self.run_orvane("import", "a.csv", "--on-bad", "stop").status, 1)
+
+    def test_an_older_file_of_bad_rows_goes_with_its_output(self):
+        self.write_bad(300, {10: "1.5,2.5,3,4\n"})
+        self.succeed("import", "a.csv", "out.csv")
+        self.assert_folder("a.csv", "out.csv", "out.csv.rejected.csv")
+        self.write_bad(300, {})
+        self.succeed("import", "a.csv", "out.csv")
+        self.assert_folder("a.csv", "out.csv")
+        # What is none of ours stays.
+        self.write("out.csv.rejected.csv", "mine\n")
+        self.succeed("import", "a.csv", "out.csv")
+        self.assertEqual(self.content("out.csv.rejected.csv"), b"mine\n")
+
+    def test_a_failure_keeps_the_older_file_of_bad_rows(self):
+        self.write_bad(300, {10: "1.5,2.5,3,4\n"})
+        self.succeed("import", "a.csv", "out.csv")
+        before = self.content("out.csv.rejected.csv")
+        self.assertEqual(self.run_orvane("import", "a.csv", "out.csv", "--on-bad", "stop").status, 1)
+        self.assertEqual(self.content("out.csv.rejected.csv"), before)
+
+
+class LedgerTest(ByPlanTest):
+    def test_every_line_is_in_one_class(self):
+        self.write("a.csv", "survey of 1998\n\nlat,lon,n,t\n[deg],[deg],[m],\n# comment\n" + "".join(
+            f"{index % 80}.5,{index % 170}.25,{index},\"a\nb\"\n" for index in range(200)) +
+            "\nlat,lon,n,t\n1.5,2.5,7,x\n1.5,2.5,7,x,y\n")
+        report = self.report("a.csv")
+        lines = report["ledger"]["lines"]
+        self.assertEqual((lines["continuations"], lines["repeatedNames"], lines["badRows"]), (200, 1, 1))
+        self.assertEqual(report["ledger"]["rows"], 201)
+        self.assertEqual(report["ledger"]["imbalances"], [])
+
+    def test_counts_are_those_of_the_file_written(self):
+        self.write("a.csv", "lat,lon,n\n1.5,2.5,1\nNaN,3.5,2\n4.5,5.5,3\n")
+        out = self.succeed("import", "a.csv").out
+        self.assertIn("Written:  a.gpkg (GPKG), 3 rows, 2 points\n", out)
+
+    def test_a_loss_that_the_format_makes_is_status_1_and_the_output_stays(self):
+        self.write("a.csv", "lat,lon,n\n1.5,2.5,1\n,3.5,2\n4.5,5.5,3\n")
+        result = self.run_orvane("import", "a.csv", "a.fgb")
+        self.assertEqual(result.status, 1)
+        self.assertIn("orvane: a.fgb is written, but it is not all of the file:\n"
+                      "  1 rows without geometry are not in the file: its format cannot hold them.\n", result.err)
+        self.assertEqual(len(self.rows("a.fgb")), 2)
+        self.assertFalse(self.report("a.csv", "a.fgb", status=1)["ok"])
+
+
+class ReplayTest(ByPlanTest):
+    def save(self, *arguments):
+        self.write("plan.json", self.succeed("plan", *arguments, "--json").out)
+
+    def test_a_saved_plan_gives_the_same_output(self):
+        self.write("harsh.csv", HARSH)
+        self.save("harsh.csv")
+        self.succeed("import", "harsh.csv", "one.gpkg")
+        self.succeed("import", "harsh.csv", "two.gpkg", "--plan", "plan.json")
+        one, two = self.dump("one.gpkg"), self.dump("two.gpkg")
+        self.assertEqual(one, two)
+
+    def test_a_file_that_no_longer_fits_is_told_by_line(self):
+        self.write("a.csv", "lat,lon,n\n" + "1.5,2.5,1\n" * 300)
+        self.save("a.csv")
+        self.write("a.csv", "lat;lon;n\n" + "1.5;2.5;1\n" * 300)
+        self.assert_failure(
+            self.run_orvane("import", "a.csv", "--plan", "plan.json"), 1,
+            "orvane: a.csv:1: The file does not fit the plan. The plan has 'lat,lon,n' in this line, and the file has "
+            "'lat;lon;n'. Make a plan of this file.")
+        self.write("a.csv", "lat,lon,n\n" + "1.5,2.5,1\n" * 300 + "1.5,2.5,eleven\n")
+        report = self.report("a.csv", "--plan", "plan.json")
+        self.assertEqual(report["ledger"]["badRowsByReason"], {"value": 1})
+        self.assertEqual(report["ledger"]["firstBadRows"][0]["line"], 302)
+
+    def test_what_is_no_plan_is_refused(self):
+        self.write("a.csv", "lat,lon\n1.5,2.5\n")
+        self.write("p.json", "{}")
+        for name in ("p.json", "none.json", "a.csv"):
+            with self.subTest(name=name):
+                result = self.run_orvane("import", "a.csv", "--plan", name)
+                self.assertEqual((result.status, result.out), (1, ""))
+        self.assertEqual(self.run_orvane("import", "a.csv", "--plan", "p.json", "--names", "yes").status, 2)
+
+
+if __name__ == "__main__":
+    unittest.main(verbosity=2, argv=[sys.argv[0], *sys.argv[1:]])
