@@ -106,6 +106,17 @@ class LintTest(LintRunTest):
         (finding,) = [f for f in self.findings(data) if f["code"] == "invalid-utf-8"]
         self.assertEqual(finding["message"], "3 bytes that are no UTF-8.")
 
+    def test_letters_that_iso_8859_1_has_are_no_finding(self):
+        words = ("évêque été forêt château hôtel rivière frère père mère fête tête près très après "
+                 "île âge où déjà là garçon leçon français façade reçu créé musée lycée école élève "
+                 "étage étoile").split()
+        rows = "lon,lat,n\n" + "".join(f"8.5,47.4,{word} {n}\n" for n, word in enumerate(words))
+        self.lint(rows.encode("cp1252"), status=0)
+        data = (rows + "7.4,46.9,„Bern“\n").encode("cp1252")
+        self.assertEqual([place[:3] for place in self.places(data, "encoding")],
+                         [(len(words) + 2, 10, len(data) - 7),
+                          (len(words) + 2, 15, len(data) - 2)])
+
     def test_of_each_kind_twenty_are_shown(self):
         rows = 1000
         content = TABLE + "7.7,46.6,9.75\n" * rows + "7.7,46.6,\n" * 7

@@ -38,11 +38,17 @@ bool HasInvalidUtf8(const Plan& plan)
            });
 }
 
+bool MayDifferFromLatin1(const Plan& plan)
+{
+    return plan.bytes.encoding.value == "WINDOWS-1252" && plan.bytes.positions == "file";
+}
+
 } // namespace
 
 bool ByteWalk::IsNeeded(const Plan& plan)
 {
-    return CountKinds(plan.bytes) > 1 || plan.bytes.nuls > 0 || HasInvalidUtf8(plan);
+    return CountKinds(plan.bytes) > 1 || plan.bytes.nuls > 0 || HasInvalidUtf8(plan) ||
+           MayDifferFromLatin1(plan);
 }
 
 ByteWalk::ByteWalk(const Plan& plan, Add add)
@@ -50,6 +56,7 @@ ByteWalk::ByteWalk(const Plan& plan, Add add)
     , m_add(std::move(add))
     , m_findsLineEnds(CountKinds(plan.bytes) > 1)
     , m_findsInvalid(HasInvalidUtf8(plan))
+    , m_findsNotLatin1(MayDifferFromLatin1(plan))
     , m_isUtf8(plan.bytes.positions == "text" || plan.bytes.encoding.value == "UTF-8")
     , m_usual(UsualLineEnd(plan.bytes))
     , m_rule(plan.bytes.lineEnd.value)
@@ -130,8 +137,11 @@ void ByteWalk::Walk(std::uint64_t end)
     while (m_at < seen && m_byte + m_at < end) {
         const auto unit = static_cast<unsigned char>(m_buffer[m_at]);
         const bool isInvalid = m_findsInvalid && unit >= 0x80 && MeasureCharacter() == 0;
-        if (unit == 0 || isInvalid) {
-            const EOddByte kind = unit == 0 ? EOddByte::Nul : EOddByte::InvalidUtf8;
+        const bool isNotLatin1 = m_findsNotLatin1 && unit >= 0x80 && unit < 0xA0;
+        if (unit == 0 || isInvalid || isNotLatin1) {
+            const EOddByte kind = unit == 0   ? EOddByte::Nul
+                                  : isInvalid ? EOddByte::InvalidUtf8
+                                              : EOddByte::NotLatin1;
             if (m_hasRun && m_run.kind == kind) {
                 ++m_run.count;
             } else {

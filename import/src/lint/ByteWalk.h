@@ -18,6 +18,7 @@ enum class EOddByte : std::uint8_t {
     LineEnd, ///< of another kind than most of the file's
     Nul,
     InvalidUtf8,
+    NotLatin1, ///< 0x80 to 0x9F in windows-1252, which are controls in ISO-8859-1
 };
 
 /// Some bytes of one kind in a row.
@@ -60,6 +61,7 @@ private:
     Add m_add;
     bool m_findsLineEnds;
     bool m_findsInvalid;
+    bool m_findsNotLatin1;
     bool m_isUtf8;
     EPlanLineEnd m_usual; ///< the kind of most lines
     EPlanLineEnd m_rule;  ///< what ends a line

@@ -37,7 +37,9 @@ void PlanLint::FindInBytes()
         });
     }
     const std::string& encoding = bytes.encoding.value;
+    // The letters of windows-1252 that ISO-8859-1 does not have are found one by one.
     const bool isBareEncoding = encoding == "US-ASCII" || encoding == "ISO-8859-1" ||
+                                (encoding == "WINDOWS-1252" && bytes.positions == "file") ||
                                 bytes.encoding.confidence == EConfidence::Tie;
     if (!isBareEncoding) {
         m_findings.Add(ELint::Encoding, [&](LintFinding& finding) {

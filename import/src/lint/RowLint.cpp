@@ -147,16 +147,15 @@ void RowLint::WatchPoints()
     const auto goesPast = [](const PlanColumn& column, double most) {
         return column.hasRange && (column.least < -most || column.most > most);
     };
-    const auto hasZero = [](const PlanColumn& column) {
-        return column.hasRange && column.least <= 0 && column.most >= 0;
-    };
+    m_point.isKnown = true;
     m_point.x = *found.x;
     m_point.y = *found.y;
     m_point.isDegrees = found.notation == EPlanNotation::Decimal;
     m_point.isPlain = m_point.isDegrees || found.notation == EPlanNotation::Cartesian;
     const bool isPastRange = m_point.isDegrees && (goesPast(x, 360) || goesPast(y, 90));
-    m_point.isNeeded = hasNone(x) || hasNone(y) || isPastRange || m_hasBlankCoordinates ||
-                       (m_point.isPlain && hasZero(x) && hasZero(y));
+    // Rule: points at 0, 0 are looked for where the plan has met one, or a walk is made anyway.
+    const bool hasZeros = HasFinding(m_plan, {"zero-coordinates", "zero-point"});
+    m_point.isNeeded = hasNone(x) || hasNone(y) || isPastRange || m_hasBlankCoordinates || hasZeros;
 }
 
 [[nodiscard]] bool RowLint::IsWalkNeeded() const
@@ -205,14 +204,18 @@ void RowLint::Walk()
 
 void RowLint::AddBytes(const OddBytes& odd)
 {
-    const ELint lint = odd.kind == EOddByte::LineEnd ? ELint::MixedLineEnds
-                       : odd.kind == EOddByte::Nul   ? ELint::Nul
-                                                     : ELint::InvalidUtf8;
+    const ELint lint = odd.kind == EOddByte::LineEnd     ? ELint::MixedLineEnds
+                       : odd.kind == EOddByte::NotLatin1 ? ELint::Encoding
+                       : odd.kind == EOddByte::Nul       ? ELint::Nul
+                                                         : ELint::InvalidUtf8;
     m_findings.Add(lint, [&](LintFinding& finding) {
         Findings::Put(odd.place, finding);
         if (odd.kind == EOddByte::LineEnd) {
             finding.text = NameOf(odd.lineEnd);
             finding.message = "A line ends in " + finding.text + ", most end otherwise.";
+        } else if (odd.kind == EOddByte::NotLatin1) {
+            finding.message = "A letter of windows-1252 that ISO-8859-1 does not have.";
+            finding.bareReader = "reads a control character";
         } else {
             const std::string count =
                 odd.count == 1 ? "One byte" : std::to_string(odd.count) + " bytes";
@@ -373,7 +376,7 @@ void RowLint::LookAtRow(const TableRecord& record, const TableWalk& walk)
             return;
         }
     }
-    const bool isPointTold = m_point.isNeeded && LookAtPoint(record);
+    const bool isPointTold = m_point.isKnown && LookAtPoint(record);
     for (const ColumnWatch& watch : m_watches) {
         const std::size_t index = watch.Column().index;
         if (index < record.cells.size() && !(isPointTold && m_point.Covers(index))) {

@@ -22,7 +22,8 @@ namespace Orvane::Import {
 /// The coordinates of a row under watch.
 struct PointWatch
 {
-    bool isNeeded = false;
+    bool isKnown = false;  ///< there are coordinates
+    bool isNeeded = false; ///< so that a walk must be made
     std::size_t x = 0;
     std::size_t y = 0;
     bool isPlain = false;   ///< plain numbers, so that values can be read
@@ -30,7 +31,7 @@ struct PointWatch
 
     [[nodiscard]] bool Covers(std::size_t columnIndex) const
     {
-        return isNeeded && (columnIndex == x || columnIndex == y);
+        return isKnown && (columnIndex == x || columnIndex == y);
     }
 };
 
