@@ -13,7 +13,6 @@ namespace OrvaneHost {
 
 namespace {
 
-using Orvane::Import::ELintSeverity;
 using Orvane::Import::GetLintRules;
 using Orvane::Import::ImportFailure;
 using Orvane::Import::LintCount;
