@@ -25,6 +25,10 @@
 ///     const TableLayout layout = LayOutTable(plan, request); // what the layer will look like
 ///     const TableCounts counts = ReadTable(plan, request, *layer, sink, callbacks);
 ///
+/// A plan may be followed on another file than its own, of another size. The head is as many lines
+/// then, and what the plan says of places after it (the last row, footers, further tables) does not
+/// count; names in another order are followed where they stand.
+///
 /// All texts are UTF-8. Lines and columns count from 1, bytes and indices from 0. Lines and bytes
 /// are those of the file as it stands; where the plan's `positions` is "text", bytes are those of
 /// the text as UTF-8, unpacked.

@@ -119,6 +119,7 @@ TableParts::TableParts(const TableRules& rules, bool wantsRuns)
     , m_wantsRuns(wantsRuns)
     , m_buffer(kPiece + kSpace)
 {
+    m_isPlanned = m_source->Facts().size == rules.plan.bytes.size;
     static_cast<void>(FindPiece(0));
     m_fieldOfColumn.resize(rules.columnCount);
     for (std::size_t column = 0; column < rules.columnCount; ++column) {
@@ -131,8 +132,9 @@ TableParts::TableParts(const TableRules& rules, bool wantsRuns)
         if (filled != names.end()) {
             m_keyColumn = static_cast<std::size_t>(filled - names.begin());
         }
-        m_comparesNames = m_comparesNames || !IsFoundByType(names);
+        m_comparesNames = m_comparesNames || !m_isPlanned || !IsFoundByType(names);
     }
+    FindHead();
 }
 
 /// Whether a row of these names is found by its cells: they do not fit the columns' types.
@@ -220,41 +222,94 @@ TableParts::EPart TableParts::Next(TableRecord& record)
     }
 }
 
-/// Gives the lines before the first row, piece by piece as the plan lists them.
-bool TableParts::ReadHead(TableRecord& record)
+/// Finds where the first row begins: where the plan says, if lines begin there; otherwise after as
+/// many lines as the plan says, as in another file than the planned one.
+void TableParts::FindHead()
 {
     const PlanShape& shape = m_rules.plan.shape;
-    const std::vector<PlanLines>& lines = shape.lines;
+    const std::uint64_t lines = shape.firstRowLine - std::min<std::uint64_t>(shape.firstRowLine, 1);
+    m_headEnd = shape.firstRowByte;
+    m_isInHead = m_headEnd > 0 || lines > 0;
+    while (m_size < m_headEnd && Refill()) {
+    }
+    const char lineEnd = m_cutter.Rules().lineEnds == Scan::ELineEnds::Returns ? '\r' : '\n';
+    if (m_headEnd <= m_size) {
+        const std::string_view head = Text().substr(0, static_cast<std::size_t>(m_headEnd));
+        const auto beginsLine = [head](std::uint64_t byte) {
+            const auto at = static_cast<std::size_t>(byte);
+            return at == 0 || head[at - 1] == '\n' || head[at - 1] == '\r';
+        };
+        m_isHeadPlanned =
+            beginsLine(m_headEnd) &&
+            (CountBreaks(head) == lines || CountByte(head, lineEnd) == lines) &&
+            std::all_of(shape.lines.begin(), shape.lines.end(), [&](const PlanLines& piece) {
+                return piece.byte >= m_headEnd || beginsLine(piece.byte);
+            });
+    }
+    if (m_isHeadPlanned) {
+        return;
+    }
+    std::size_t end = 0;
+    for (std::uint64_t line = 0; line < lines; ++line) {
+        std::size_t at = FindLineEnd(end);
+        while (at == std::string_view::npos && Refill()) {
+            at = FindLineEnd(end);
+        }
+        end = at == std::string_view::npos ? m_size : at + 1;
+    }
+    m_headEnd = end;
+}
+
+/// Where the line ends that a position lies in; npos when that is not in the buffer.
+std::size_t TableParts::FindLineEnd(std::size_t from) const
+{
+    switch (m_cutter.Rules().lineEnds) {
+    case Scan::ELineEnds::Feeds:
+        return Text().find('\n', from);
+    case Scan::ELineEnds::Returns:
+        return Text().find('\r', from);
+    case Scan::ELineEnds::Any:
+        break;
+    }
+    const std::size_t at = Text().find_first_of("\r\n", from);
+    const bool isPair = at + 1 < m_size && m_buffer[at] == '\r' && m_buffer[at + 1] == '\n';
+    return isPair ? at + 1 : at;
+}
+
+/// Gives the lines before the first row: piece by piece as the plan lists them, or line by line.
+bool TableParts::ReadHead(TableRecord& record)
+{
+    const std::vector<PlanLines>& lines = m_rules.plan.shape.lines;
     const std::uint64_t begin = m_byte + m_at;
-    if (begin >= shape.firstRowByte) {
-        return false;
-    }
-    EPlanLines kind = EPlanLines::Preamble;
-    std::uint64_t end = shape.firstRowByte;
-    for (std::size_t index = m_nextHead; index < lines.size(); ++index) {
-        if (lines[index].byte >= shape.firstRowByte) {
-            break;
-        }
-        if (lines[index].byte <= begin) {
-            kind = lines[index].kind;
-            m_nextHead = index + 1;
-        } else {
-            end = lines[index].byte;
-            break;
-        }
-    }
-    while (m_at + (end - begin) > m_size && Refill()) {
-    }
-    const auto size = static_cast<std::size_t>(std::min<std::uint64_t>(end - begin, m_size - m_at));
+    const auto size = static_cast<std::size_t>(std::min<std::uint64_t>(m_headEnd, m_size) - m_at);
     if (size == 0) {
         return false;
     }
     std::string_view text = Text().substr(m_at, size);
+    EPlanLines kind = EPlanLines::Preamble;
+    for (const PlanLines& piece : lines) {
+        if (piece.firstLine >= m_rules.plan.shape.firstRowLine) {
+            break;
+        }
+        if (m_isHeadPlanned && piece.byte > begin) {
+            text = text.substr(0, static_cast<std::size_t>(piece.byte - begin));
+            break;
+        }
+        const bool isIn = m_isHeadPlanned ? piece.byte <= begin : piece.firstLine <= m_line;
+        kind = isIn ? piece.kind : kind;
+        // Lines are numbered as the plan numbers them.
+        m_line = m_isHeadPlanned && piece.byte == begin ? piece.firstLine : m_line;
+    }
+    if (!m_isHeadPlanned) {
+        const std::size_t end = FindLineEnd(m_at);
+        text = text.substr(0, end == std::string_view::npos ? size : end + 1 - m_at);
+    }
     record = TableRecord();
     record.kind = ERecord::Head;
     record.headKind = kind;
     record.line = m_line;
     record.byte = begin;
+    m_at += text.size();
     const bool isEnded = text.back() == '\n' || text.back() == '\r';
     record.lines = CountBreaks(text) + (isEnded ? 0U : 1U);
     text.remove_suffix(text.back() == '\n' ? 1U : 0U);
@@ -262,8 +317,7 @@ bool TableParts::ReadHead(TableRecord& record)
     m_rawText.clear();
     m_decoder.Append(text, m_rawText);
     record.raw = m_rawText;
-    m_line += record.lines;
-    m_at += size;
+    m_line += m_isHeadPlanned ? record.lines : 1;
     Count(record);
     return true;
 }
@@ -271,7 +325,7 @@ bool TableParts::ReadHead(TableRecord& record)
 void TableParts::FinishHead()
 {
     m_isInHead = false;
-    m_line = m_rules.plan.shape.firstRowLine;
+    m_line = std::max<std::uint64_t>(m_rules.plan.shape.firstRowLine, 1);
 }
 
 /// Consumes a line that is too long, up to its end.
@@ -323,6 +377,9 @@ std::uint64_t TableParts::LastLineOfRuns() const noexcept
 {
     const PlanShape& shape = m_rules.plan.shape;
     std::uint64_t last = std::numeric_limits<std::uint64_t>::max();
+    if (!m_isPlanned) {
+        return last;
+    }
     if (shape.lastRowLine > 0) {
         last = shape.lastRowLine;
     }
@@ -502,6 +559,19 @@ bool TableParts::IsApart(std::size_t index) const noexcept
     for (std::size_t line = 0; m_comparesNames && line < namesLines.size(); ++line) {
         const std::vector<std::string>& names = namesLines[line];
         if (m_keyColumn >= names.size()) {
+            continue;
+        }
+        // In another file than the planned one they may come in another order.
+        if (!m_isPlanned) {
+            const std::size_t first = m_positions[key] + 1U;
+            std::string_view cell =
+                Values::Trim(Text().substr(first, m_positions[key + 1] - first));
+            cell.remove_prefix(m_run.hasQuotes && cell.starts_with('"') ? 1U : 0U);
+            if (std::any_of(names.begin(), names.end(), [&](const std::string& name) {
+                    return !name.empty() && cell.starts_with(name);
+                })) {
+                return true;
+            }
             continue;
         }
         const std::size_t keyBegin = m_positions[key] + 1U;
@@ -705,6 +775,9 @@ bool TableParts::IsNamesAgain(const TableRecord& record) const
 /// for in order.
 const PlanLines* TableParts::FindPiece(std::uint64_t line)
 {
+    if (!m_isPlanned) {
+        return nullptr;
+    }
     const std::vector<PlanLines>& lines = m_rules.plan.shape.lines;
     const auto isPast = [line](const PlanLines& piece) {
         const bool isApart =
@@ -757,11 +830,34 @@ void TableParts::ClassifyLong(const Scan::Record& cut, TableRecord& record)
     record.column = m_rules.columnCount + 1;
 }
 
-/// Cells of the records from here on belong to other columns.
+/// Whether a record holds the names in whatever order; then cells follow them from here on.
+bool TableParts::FindOrder(const TableRecord& record)
+{
+    const auto& lines = m_rules.plan.shape.namesLines;
+    const std::size_t count = m_rules.columnCount;
+    if (lines.size() != 1 || lines.front().size() != count || record.cells.size() != count) {
+        return false;
+    }
+    const std::vector<std::string>& names = lines.front();
+    std::vector<std::size_t> fieldOfColumn(count, count);
+    for (std::size_t field = 0; field < count; ++field) {
+        const auto name = std::find(names.begin(), names.end(), Values::Trim(record.cells[field]));
+        const auto column = static_cast<std::size_t>(name - names.begin());
+        if (column == count || names[column].empty() || fieldOfColumn[column] != count) {
+            return false;
+        }
+        fieldOfColumn[column] = field;
+    }
+    m_fieldOfColumn = std::move(fieldOfColumn);
+    m_isReordered = true;
+    return true;
+}
+
+/// Cells of the records from here on belong to the columns that the plan says.
 void TableParts::BeginOrder(std::uint64_t line)
 {
     const std::vector<PlanOrder>& orders = m_rules.plan.shape.orders;
-    while (m_nextOrder < orders.size() && orders[m_nextOrder].line <= line) {
+    while (m_isPlanned && m_nextOrder < orders.size() && orders[m_nextOrder].line <= line) {
         const std::vector<std::size_t>& columns = orders[m_nextOrder].columns;
         m_isReordered = true;
         for (std::size_t field = 0; field < columns.size(); ++field) {
@@ -808,8 +904,9 @@ void TableParts::Classify(const Scan::Record& cut, TableRecord& record)
         make(ERecord::Comment);
         return;
     }
-    const bool isNewOrder =
-        m_nextOrder < shape.orders.size() && shape.orders[m_nextOrder].line <= record.line;
+    const bool isNewOrder = m_isPlanned ? m_nextOrder < shape.orders.size() &&
+                                              shape.orders[m_nextOrder].line <= record.line
+                                        : FindOrder(record);
     if (isNewOrder || IsNamesAgain(record)) {
         make(ERecord::RepeatedNames);
         BeginOrder(record.line);
@@ -826,7 +923,7 @@ void TableParts::Classify(const Scan::Record& cut, TableRecord& record)
         ClassifyLong(cut, record);
     }
     // Rule: what could be a row after the last row is none of the table.
-    if (record.kind == ERecord::Row && !m_rules.isAllText && shape.lastRowLine > 0 &&
+    if (m_isPlanned && record.kind == ERecord::Row && !m_rules.isAllText && shape.lastRowLine > 0 &&
         record.line > shape.lastRowLine) {
         make(ERecord::Footer);
     }

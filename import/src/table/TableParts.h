@@ -96,6 +96,8 @@ private:
     [[nodiscard]] std::string_view Text() const { return {m_buffer.data(), m_size}; }
 
     bool Refill();
+    void FindHead();
+    [[nodiscard]] std::size_t FindLineEnd(std::size_t from) const;
     bool ReadHead(TableRecord& record);
     void FinishHead();
     EPart SkipLongLine(TableRecord& record);
@@ -121,6 +123,7 @@ private:
     void ClassifyShort(const Scan::Record& cut, TableRecord& record);
     void ClassifyLong(const Scan::Record& cut, TableRecord& record);
     [[nodiscard]] bool IsNamesAgain(const TableRecord& record) const;
+    bool FindOrder(const TableRecord& record);
     void BeginOrder(std::uint64_t line);
     void Reorder(TableRecord& record);
     void Count(const TableRecord& record);
@@ -138,7 +141,9 @@ private:
     bool m_isAtEnd = false;
     bool m_mayIndex = false; ///< the piece has not been indexed yet
 
-    std::size_t m_nextHead = 0; ///< of the plan's lines
+    bool m_isPlanned = true;      ///< otherwise the file is another one: no places hold
+    bool m_isHeadPlanned = false; ///< the first row begins where the plan says
+    std::uint64_t m_headEnd = 0;
     bool m_isInHead = true;
     std::size_t m_nextOrder = 0;
     std::vector<std::size_t> m_fieldOfColumn;
