@@ -168,17 +168,19 @@ CommandRule MakeLintRule()
 {
     return {.name = "lint",
             .summary = "Say what in a file is out of the ordinary, place by place",
-            .arguments = {kFile,
-                          {.kind = EArgumentKind::Flag,
-                           .name = "--all",
-                           .meaning = "Show every finding, not the first 20 of each kind"},
-                          MakeJson("Print the findings as one JSON object"),
-                          {.kind = EArgumentKind::Flag,
-                           .name = "--sarif",
-                           .meaning = "Print the findings as a log of SARIF 2.1.0",
-                           .excludes = "--json"},
-                          kVerbose,
-                          kHelp},
+            .arguments = Join({{kFile,
+                                {.kind = EArgumentKind::Flag,
+                                 .name = "--all",
+                                 .meaning = "Show every finding, not the first 20 of each kind"},
+                                MakeJson("Print the findings as one JSON object"),
+                                {.kind = EArgumentKind::Flag,
+                                 .name = "--sarif",
+                                 .meaning = "Print the findings as a log of SARIF 2.1.0",
+                                 .excludes = "--json"}},
+                               MakeColumns(),
+                               {kCrs},
+                               MakePlanArguments(false),
+                               {kVerbose, kHelp}}),
             .text =
                 "Scans the whole file and shows rows, cells and bytes that need care, each with "
                 "its place, what the bare reader would make of it, and a command that imports it "
@@ -371,11 +373,12 @@ int Perform(const ParsedArguments& arguments)
         return kExitDone;
     }
     if (command == "lint") {
-        const LintArguments lint{arguments.Get("FILE"),
-                                 arguments.Has("--json"),
-                                 arguments.Has("--sarif"),
-                                 arguments.Has("--all"),
-                                 {}};
+        LintArguments lint{arguments.Get("FILE"),
+                           arguments.Has("--json"),
+                           arguments.Has("--sarif"),
+                           arguments.Has("--all"),
+                           MakePlanRequest(arguments)};
+        lint.request.crs = MakeCrs(arguments.Get("--crs"));
         return RunLint(lint) ? kExitDone : kExitDataFailed;
     }
     if (command == "import") {

@@ -13,9 +13,32 @@ constexpr std::size_t kMostText = 80;
 /// The bytes of the mark of UTF-8.
 constexpr std::uint64_t kMark = 3;
 
-/// The options that a request stands for, so that a command says the same.
-void AddOptions(const PlanRequest& request, Words& words)
+} // namespace
+
+std::string CutText(std::string_view text)
 {
+    std::size_t size = std::min(text.size(), kMostText);
+    while (size > 0 && size < text.size() &&
+           (static_cast<unsigned char>(text[size]) & 0xC0U) == 0x80U) {
+        --size;
+    }
+    return std::string(text.substr(0, size));
+}
+
+std::string Quoted(std::string_view text)
+{
+    return "'" + CutText(text) + "'";
+}
+
+std::string Called(const PlanColumn& column)
+{
+    return column.name.empty() ? "column " + std::to_string(column.index + 1)
+                               : "column " + Quoted(column.name);
+}
+
+Words OptionsOf(const PlanRequest& request)
+{
+    Words words;
     const auto add = [&](const char* option, const std::string& value) {
         if (!value.empty()) {
             words.insert(words.end(), {option, value});
@@ -49,29 +72,7 @@ void AddOptions(const PlanRequest& request, Words& words)
     if (request.hasNoPoints) {
         words.emplace_back("--no-points");
     }
-}
-
-} // namespace
-
-std::string CutText(std::string_view text)
-{
-    std::size_t size = std::min(text.size(), kMostText);
-    while (size > 0 && size < text.size() &&
-           (static_cast<unsigned char>(text[size]) & 0xC0U) == 0x80U) {
-        --size;
-    }
-    return std::string(text.substr(0, size));
-}
-
-std::string Quoted(std::string_view text)
-{
-    return "'" + CutText(text) + "'";
-}
-
-std::string Called(const PlanColumn& column)
-{
-    return column.name.empty() ? "column " + std::to_string(column.index + 1)
-                               : "column " + Quoted(column.name);
+    return words;
 }
 
 Words OptionsOf(const PlanAnswer& answer)
@@ -138,8 +139,8 @@ Findings::Findings(const Plan& plan, const LintRequest& request, const Receiver&
     , m_receive(receive)
 {
     // A name that begins with a dash would be an option.
-    m_command = {"import", plan.path.starts_with('-') ? "./" + plan.path : plan.path};
-    AddOptions(request.plan, m_command);
+    m_command = Join({"import", plan.path.starts_with('-') ? "./" + plan.path : plan.path},
+                     OptionsOf(request.plan));
     m_fix = m_command;
     for (const PlanQuestion& question : plan.questions) {
         m_fix = Join(m_fix,

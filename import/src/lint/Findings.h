@@ -21,7 +21,10 @@ using Words = std::vector<std::string>;
 
 [[nodiscard]] Words Join(Words words, const Words& more);
 
-/// The options of an import that give an answer.
+/// The options of an import that say what a request says.
+[[nodiscard]] Words OptionsOf(const PlanRequest& request);
+
+/// Those that give an answer.
 [[nodiscard]] Words OptionsOf(const PlanAnswer& answer);
 
 /// A text in single quotes, cut to 80 bytes.

@@ -33,7 +33,7 @@ const std::vector<LintRule>& GetLintRules()
          kWarning,
          "A line ends otherwise than most.",
          "cuts lines by one kind of ending; the others stay inside cells"},
-        {"nul", kWarning, "NUL bytes.", "keeps them as characters of the cell"},
+        {"nul", kError, "NUL bytes.", "keeps them as characters of the cell"},
         {"invalid-utf-8",
          kError,
          "Bytes that are no UTF-8.",
@@ -216,7 +216,7 @@ const std::vector<LintRule>& GetLintRules()
         {"bad-value",
          kError,
          "A cell that is no value of its column's type.",
-         "reads what the cell begins with, else 0"},
+         "makes the column text, or reads what the cell begins with, else 0"},
         // Coordinates.
         {"no-coordinates",
          kWarning,

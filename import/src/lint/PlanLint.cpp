@@ -271,6 +271,8 @@ void PlanLint::FindOthers()
                 PutFinding(finding, made);
                 if (known->second == ELint::SwappedAxes) {
                     made.fixes = {SwapFix()};
+                } else if (known->second == ELint::InvalidUtf16) {
+                    made.fixes = {Join(m_findings.Fix(), {"--on-bad", "quarantine"})};
                 }
             });
         } else {
@@ -282,7 +284,8 @@ void PlanLint::FindOthers()
 Words PlanLint::SwapFix() const
 {
     const PlanCoordinates& found = m_plan.coordinates.value;
-    if (!found.x) {
+    const bool isGiven = m_plan.coordinates.decider == EDecider::Given;
+    if (!found.x || isGiven) {
         return m_findings.Fix();
     }
     return Join(m_findings.Fix(),

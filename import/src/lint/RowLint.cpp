@@ -49,6 +49,10 @@ bool RowLint::Run()
     // Quotes that are text for the plan are quotes for the bare reader.
     const PlanDecision<PlanQuotes>& quotes = m_plan.shape.quotes;
     m_hasForeignQuotes = quotes.value.character != '"' && quotes.decider != EDecider::Default;
+    // Of other encodings no plan says whether all bytes are characters.
+    const std::string& encoding = m_plan.bytes.encoding.value;
+    m_mayHaveInvalid = m_plan.bytes.positions == "file" && encoding != "UTF-8" &&
+                       encoding != "US-ASCII" && encoding != "ISO-8859-1";
     const bool isNeeded = IsWalkNeeded();
     if (isNeeded) {
         Walk();
@@ -172,8 +176,9 @@ void RowLint::WatchPoints()
         std::any_of(plan.findings.begin(), plan.findings.end(), [](const PlanFinding& finding) {
             return IsFoundByWalk(finding.code) && finding.code != "sentinel";
         });
-    return hasLines || m_hasForeignQuotes || hasUneven || hasPlaces || m_point.isNeeded ||
-           !m_watches.empty() || !m_request.plan.types.empty() || ByteWalk::IsNeeded(plan);
+    return hasLines || m_hasForeignQuotes || m_mayHaveInvalid || hasUneven || hasPlaces ||
+           m_point.isNeeded || !m_watches.empty() || !m_request.plan.types.empty() ||
+           ByteWalk::IsNeeded(plan);
 }
 
 void RowLint::Walk()
@@ -223,6 +228,9 @@ void RowLint::AddBytes(const OddBytes& odd)
                 odd.kind == EOddByte::Nul
                     ? count + " of NUL."
                     : count + " that " + (odd.count == 1 ? "is" : "are") + " no UTF-8.";
+            if (odd.kind == EOddByte::InvalidUtf8) {
+                finding.fixes = {Join(m_findings.Fix(), {"--on-bad", "quarantine"})};
+            }
         }
     });
 }
@@ -293,13 +301,15 @@ void RowLint::FlushGroup()
 /// The command that imports the further table alone, to a file of its own.
 [[nodiscard]] Words RowLint::TableFix() const
 {
-    const std::string line = std::to_string(m_group.place.line);
-    return {"import",
-            m_findings.Command().at(1),
-            m_findings.Command().at(1) + ".line-" + line + ".gpkg",
-            "--skip-lines",
-            std::to_string(m_group.place.line - 1),
-            "--no-points"};
+    PlanRequest request;
+    request.separator = m_request.plan.separator;
+    request.quote = m_request.plan.quote;
+    request.encoding = m_request.plan.encoding;
+    request.skipLines = m_group.place.line - 1;
+    request.hasNoPoints = true;
+    const std::string& path = m_findings.Command().at(1);
+    return Join({"import", path, path + ".line-" + std::to_string(m_group.place.line) + ".gpkg"},
+                OptionsOf(request));
 }
 
 void RowLint::LookAtBad(const TableRecord& record)
@@ -417,6 +427,9 @@ void RowLint::AddMisfit(const TableRecord& record, std::size_t columnNumber)
         finding.text = CutText(record.cells.at(columnNumber - 1));
         finding.message = Quoted(finding.text) + " in the " + Called(column) + " is no " +
                           std::string(NameOf(column.type.value)) + ".";
+        const BareColumn& bare = m_bare.at(column.index);
+        finding.bareReader =
+            bare.Converts() ? "reads " + bare.Convert(finding.text) : "makes the column text";
         finding.fixes = {Join(m_findings.Fix(), {"--on-bad", "quarantine"})};
     });
 }

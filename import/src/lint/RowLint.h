@@ -126,6 +126,7 @@ private:
     std::vector<BareColumn> m_bare; ///< of each column
     bool m_hasBlankCoordinates = false;
     bool m_hasForeignQuotes = false; ///< `"` may occur, and is no quote of the plan
+    bool m_mayHaveInvalid = false;   ///< bytes may be no characters of the encoding
     std::vector<ColumnWatch> m_watches;
     PointWatch m_point;
     LineGroup m_group;
