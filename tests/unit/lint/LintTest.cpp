@@ -190,6 +190,15 @@ TEST(Lint, KeepsWhatTheCallerHasDecidedInItsCommands)
                                                       "quarantine"}}));
 }
 
+TEST(Lint, FindsCellsThatDoNotFitAGivenType)
+{
+    LintRequest request;
+    request.plan.types = {{"n", Orvane::Import::EPlanType::Integer32}};
+    const Found found = LintText("lon,lat,n\n8.5,47.4,5\n7.4,46.9,x\n", request);
+    EXPECT_EQ(Show(found, "bad-value"), Lines{"3:10 [x] makes the column text"});
+    EXPECT_EQ(found.report.errors, 1U);
+}
+
 TEST(Lint, LetsAnExceptionOfTheCallerPass)
 {
     const ScratchFile file(std::string(kWhole) + "7.7,46.6,\n");
