@@ -1,6 +1,7 @@
 // `orvane import`: a whole import, its progress on the terminal and its report in words.
 #include "Commands.h"
 #include "Interrupt.h"
+#include "JsonWriter.h"
 #include "LayerWords.h"
 #include "LedgerWords.h"
 #include "NoteLine.h"
@@ -119,7 +120,7 @@ bool RunImport(const ImportArguments& arguments)
     }
     if (arguments.isJson) {
         TextOutput output;
-        output.Write(ToJson(report));
+        output.Write(EscapeControls(ToJson(report)));
         output.Flush();
     } else if (report.ledger) {
         TextOutput output;

@@ -232,4 +232,30 @@ void JsonWriter::Value(const Orvane::BVariant& value)
     }
 }
 
+std::string EscapeControls(std::string_view json)
+{
+    constexpr char kDelete = '\x7F';
+    constexpr auto kLead = static_cast<char>(0xC2);
+    const auto isC1 = [](char byte) {
+        return static_cast<unsigned char>(byte) >= 0x80U &&
+               static_cast<unsigned char>(byte) < 0xA0U;
+    };
+    std::string text;
+    text.reserve(json.size());
+    for (std::size_t at = 0; at < json.size(); ++at) {
+        if (json[at] == kDelete) {
+            text += "\\u007f";
+        } else if (json[at] == kLead && at + 1 < json.size() && isC1(json[at + 1])) {
+            constexpr std::string_view kDigits = "0123456789abcdef";
+            const auto byte = static_cast<unsigned char>(json[++at]);
+            text += "\\u00";
+            text += kDigits[byte >> 4U];
+            text += kDigits[byte & 15U];
+        } else {
+            text += json[at];
+        }
+    }
+    return text;
+}
+
 } // namespace OrvaneHost

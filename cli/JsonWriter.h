@@ -8,9 +8,14 @@
 #include <Orvane/BVariant.h>
 
 #include <cstdint>
+#include <string>
 #include <string_view>
 
 namespace OrvaneHost {
+
+/// A JSON text with DEL and the C1 controls as `\uXXXX`, so that no terminal reads data as a
+/// command.
+[[nodiscard]] std::string EscapeControls(std::string_view json);
 
 /// Writes values one by one; punctuation is the caller's, by Raw. Nothing is kept in memory.
 ///

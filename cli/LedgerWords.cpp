@@ -110,7 +110,7 @@ std::string DescribeShape(const Plan& plan, const Ledger& ledger)
     if (plan.bytes.compression.value != "none") {
         text += plan.bytes.compression.value + ", ";
     }
-    text += Describe(plan.shape.separator.value) + ", " +
+    text += TerminalText::Escape(Describe(plan.shape.separator.value)) + ", " +
             Count(ledger.columns.size(), "column", "columns");
     std::vector<std::pair<std::string, std::size_t>> types;
     for (const LedgerColumn& column : ledger.columns) {
@@ -168,7 +168,10 @@ std::string DescribePoints(const ImportReport& report)
     text += "; " + (report.crs.empty() ? plan.coordinateSystem.value : report.crs);
     const bool isFound = report.crs == plan.coordinateSystem.value &&
                          !plan.coordinateSystem.evidence.empty() && !report.crs.empty();
-    return isFound ? text + " (" + plan.coordinateSystem.evidence.front().what + ")" : text;
+    if (isFound) {
+        text += " (" + plan.coordinateSystem.evidence.front().what + ")";
+    }
+    return TerminalText::Escape(text);
 }
 
 /// Lines after the rows, and tables that are not imported, with their places.

@@ -1,5 +1,6 @@
 // `orvane plan`: what a scan of the whole file decides, in a few lines or as JSON.
 #include "Commands.h"
+#include "JsonWriter.h"
 #include "PlanArguments.h"
 #include "TextOutput.h"
 
@@ -298,7 +299,7 @@ void RunPlan(const PlanArguments& arguments)
     const Plan plan = Orvane::Import::MakePlan(arguments.file, arguments.request);
     TextOutput output;
     if (arguments.isJson) {
-        output.Write(ToJson(plan));
+        output.Write(EscapeControls(ToJson(plan)));
     } else {
         ShowBytes(plan, output);
         ShowShape(plan, output);

@@ -209,12 +209,19 @@ OutputFile::OutputFile(const std::string& out, const std::string& input)
 
 OutputFile::~OutputFile()
 {
+    RemoveWorkFolder();
+}
+
+void OutputFile::RemoveWorkFolder() noexcept
+{
     if (!m_workFolder.empty()) {
         std::error_code error;
         fs::remove_all(m_workFolder, error);
+        m_workFolder.clear();
     }
     if (m_lock != -1) {
         close(m_lock);
+        m_lock = -1;
     }
 }
 
@@ -306,6 +313,7 @@ void OutputFile::Commit()
     }
     replacement.Keep();
     Synchronise(m_file.parent_path());
+    RemoveWorkFolder();
 }
 
 } // namespace Orvane::Import

@@ -54,11 +54,12 @@ public:
 
     /// Puts all files of the hidden folder on the disk and moves them to the final place, the main
     /// file last; side files that only an earlier main file had are removed. When one of them
-    /// cannot be moved, those before it go back. @throws ImportFailure `output-not-a-file`,
-    /// `output-write`
+    /// cannot be moved, those before it go back. The hidden folder is gone then. @throws
+    /// ImportFailure `output-not-a-file`, `output-write`
     void Commit();
 
 private:
+    void RemoveWorkFolder() noexcept;
     [[noreturn]] void Fail(const char* code, const std::string& reason) const;
 
     std::string m_shownPath;

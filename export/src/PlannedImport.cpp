@@ -444,6 +444,7 @@ private:
         m_report.read = CountLayer(layer);
         std::optional<SideFile> side;
         if (rejected.AreKept()) {
+            m_phases.Begin(EPhase::Writing);
             side = target.AddSideFile(std::string(kRejectedEnding));
             rejected.WriteFile(side->workFile, side->name);
             ledger.rejectedFile = side->name;

@@ -20,6 +20,7 @@ namespace Orvane::Import {
 namespace {
 
 constexpr double kUsualShare = 0.01;
+constexpr double kRounding = 1e-9; ///< 0.07 of 100 is 7
 constexpr std::size_t kMostText = 200;
 
 enum EColumn : std::size_t { Line, Byte, Field, Reason, Row, ColumnCount };
@@ -138,7 +139,10 @@ std::uint64_t RejectedRows::MostOf(const BadRowRequest& request, std::uint64_t r
         return *request.most;
     }
     const double share = std::clamp(request.mostShare.value_or(kUsualShare), 0.0, 1.0);
-    return static_cast<std::uint64_t>(std::floor(share * static_cast<double>(rows) + 1e-9));
+    const auto most =
+        static_cast<std::uint64_t>(std::floor(share * static_cast<double>(rows) + kRounding));
+    // Rule: without a limit that is given one bad row is allowed in a file of any size.
+    return request.mostShare ? most : std::max<std::uint64_t>(most, 1);
 }
 
 void RejectedRows::Add(const TableRecord& record)

@@ -1673,10 +1673,10 @@ class ImportFailuresTest(CliTest):
 
     def test_data_that_fails_leaves_the_old_output(self):
         self.write("out.gpkg", "old")
-        self.write("bad.csv", "x,y,a\n1,2,3\n1,2,3,4\n")
+        self.write("bad.csv", "x,y,a\n" + "1,2,3\n" * 30 + "1,2,3,4\n1,2,3,4\n")
         result = self.run_orvane("import", "bad.csv", "out.gpkg")
         self.assertEqual(result.status, 1)
-        self.assertTrue(result.err.startswith("orvane: bad.csv:3:4: 1 of 2 rows does not fit the table: 1 long-row."))
+        self.assertTrue(result.err.startswith("orvane: bad.csv:32:4: 2 of 32 rows do not fit the table: 2 long-row."))
         self.assertEqual(self.content("out.gpkg"), b"old")
         self.assert_folder("s.csv", "bad.csv", "out.gpkg")
 

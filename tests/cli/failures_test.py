@@ -255,9 +255,9 @@ CASES = {
         "p.json: ...",
         1),
     "bad-rows": (
-        {"a.csv": "lat,lon,n\n" + "1.5,2.5,3\n" * 20 + "1.5,2.5,3,4\n"},
+        {"a.csv": "lat,lon,n\n" + "1.5,2.5,3\n" * 20 + "1.5,2.5,3,4\n" * 2},
         ["import", "a.csv"],
-        "a.csv:22:4: 1 of 21 rows does not fit the table: 1 long-row. It begins in line 22. The row: '1.5,2.5,3,4'. "
+        "a.csv:22:4: 2 of 22 rows do not fit the table: 2 long-row. They begin in the lines 22, 23. The row: '1.5,2.5,3,4'. "
         "To put them aside, and import the others:\n  orvane import --on-bad quarantine a.csv",
         1),
     "no-point": (

@@ -123,7 +123,7 @@ class FullDiskTest(FaultsTest):
                     completed = subprocess.run(
                         ["unshare", "-rm", "sh", "-c",
                          'mount -t tmpfs -o size="$1k" none disk || exit 99\n'
-                         '"$2" import m.csv disk/out."$3" --disk-cache=disk >/dev/null 2>err; status=$?\n'
+                         '"$2" import m.csv disk/out."$3" --crs 25832 --disk-cache=disk >/dev/null 2>err; status=$?\n'
                          'ls -A disk; exit $status', "sh", str(size), PROGRAM, extension],
                         cwd=self.folder, stdout=subprocess.PIPE, text=True, timeout=120)
                     self.assertIn(completed.returncode, (0, 1))
@@ -539,7 +539,7 @@ class RandomArgumentsTest(FaultsTest):
                 elif result.status != 0:
                     self.assertRegex(result.err, r"^orvane: ")
                     # The list of columns to choose from follows its line.
-                    if "Which columns hold X and Y?" not in result.err:
+                    if "The columns of the file, by index:" not in result.err:
                         self.assertEqual(result.err.count("\n"), 1)
                     self.assert_folder(*inputs)
         self.assertEqual(ends, {0, 1, 2})
@@ -650,7 +650,10 @@ class TerminalTest(FaultsTest):
             (1, ("read", "s.csv", "-o", "CODEC=" + nasty)), (1, ("read", "s.csv", "--plugin", nasty)),
             (2, ("read", "s.csv", "--options", nasty)), (2, ("import", "s.csv", nasty)),
             (2, ("import", "s.csv", "o.csv", "--crs", nasty)),
-            (2, ("import", "s.csv", "o.csv", "--x", nasty)),
+            (1, ("import", "s.csv", "o.csv", "--x", nasty)), (0, ("import", "s.csv", "out.gpkg")),
+            (0, ("import", "bad.csv", "out.gpkg")), (0, ("import", "bad.csv", "out.gpkg", "--json")),
+            (1, ("import", "bad.csv", "out.gpkg", "--on-bad", "stop")),
+            (2, ("import", "ask.csv")), (0, ("import", "ask.csv", "--no-points", "--names", "yes")),
             (1, ("import", "s.csv", nasty + "/o.csv")),
             (1, ("import", "s.csv", "o.csv", "--disk-cache=" + nasty)),
             (2, (nasty,)), (2, ("read", "s.csv", "--" + nasty)),

@@ -34,7 +34,7 @@ struct BadRowRequest
     };
 
     EAction action = EAction::Quarantine;
-    /// More bad rows are a failure. Without both: a share of 0.01.
+    /// More bad rows are a failure. Without both: a share of 0.01, and one row in any file.
     std::optional<std::uint64_t> most;
     std::optional<double> mostShare; ///< of all rows, bad ones counted; 0 to 1
 };
