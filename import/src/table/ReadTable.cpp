@@ -66,7 +66,9 @@ public:
         : m_rules(plan, request)
         , m_request(request)
         , m_layout(LayOutTable(plan, request))
-        , m_parts(m_rules, !request.isOneByOne)
+        // Where rows have cells past the columns, others have fewer attributes than they.
+        , m_parts(m_rules, !request.isOneByOne && m_rules.mostFields == m_rules.columnCount)
+        , m_layer(layer)
         , m_sink(sink)
         , m_meter(callbacks, EPhase::Reading, plan.bytes.lines)
         , m_appender(layer.GetFeatures(), m_layout.columns)
@@ -212,30 +214,65 @@ private:
                 }
             }
         }
-        std::size_t extra = m_rules.columnCount;
+        if (m_rules.isAllText) {
+            AppendTexts(record);
+            return EndRow(record);
+        }
         for (const std::size_t source : m_layout.sources) {
-            if (source == TableLayout::kNoSource) {
-                AppendExtra(record, extra++);
-            } else if (source >= record.cells.size()) {
+            if (source >= record.cells.size()) {
                 m_appender.AddNull();
-            } else {
-                m_states[source] =
-                    AppendCell(m_rules.columns[source], record.cells[source], m_numbers[source]);
-                if (m_states[source] == ECellState::Misfit) {
-                    return source + 1;
-                }
+                continue;
+            }
+            m_states[source] =
+                AppendCell(m_rules.columns[source], record.cells[source], m_numbers[source]);
+            if (m_states[source] == ECellState::Misfit) {
+                return source + 1;
             }
         }
         return EndRow(record);
     }
 
-    void AppendExtra(const TableRecord& record, std::size_t index)
+    /// Appends the cells that a row has, as they are: a short row has fewer attributes.
+    void AppendTexts(const TableRecord& record)
     {
-        if (index < record.cells.size() && !record.isTrailing) {
-            m_appender.AddText(record.cells[index], ETextEncoding::Utf8);
-        } else {
-            m_appender.AddNull();
+        const std::size_t most =
+            record.isTrailing ? m_rules.columnCount : std::numeric_limits<std::size_t>::max();
+        const std::size_t cells = std::min(record.cells.size(), most);
+        m_indices.clear();
+        std::size_t extra = m_rules.columnCount;
+        for (const std::size_t source : m_layout.sources) {
+            const std::size_t index = source == TableLayout::kNoSource ? extra++ : source;
+            if (index < cells) {
+                m_indices.push_back(index);
+            }
         }
+        if (extra < cells) {
+            AddExtraColumns(extra, cells);
+        }
+        m_appender.BeginRow(m_indices.size());
+        for (const std::size_t index : m_indices) {
+            const std::string_view cell = record.cells[index];
+            m_appender.AddText(cell, ETextEncoding::Utf8);
+            if (index < m_rules.columnCount && !cell.empty()) {
+                m_states[index] = ECellState::Value;
+            }
+        }
+    }
+
+    /// Adds columns for cells that the plan has not seen, and the cells' indices.
+    void AddExtraColumns(std::size_t first, std::size_t end)
+    {
+        // Rows that come in runs would have to fill them.
+        m_parts.EndRuns();
+        std::vector<BColumnInfo> added;
+        for (std::size_t index = first; index < end; ++index) {
+            added.push_back(Table::MakeExtraColumn(index - m_rules.columnCount));
+            m_layout.columns.push_back(added.back());
+            m_layout.sources.push_back(TableLayout::kNoSource);
+            m_indices.push_back(index);
+        }
+        m_appender.AddColumns(added);
+        m_layer.SetSchema(MakeSchema());
     }
 
     /// @param number gets the value of a number
@@ -292,9 +329,8 @@ private:
         case EPlanType::Text:
         case EPlanType::Angle:
             state = rule.ReadText(cell);
-            if (state == ECellState::Value || m_rules.isAllText) {
+            if (state == ECellState::Value) {
                 m_appender.AddText(cell, ETextEncoding::Utf8);
-                return state;
             }
             break;
         }
@@ -459,16 +495,6 @@ private:
                 ConvertColumn(column, rows.columns[attribute], rows);
             } else if (!IsCoordinate(column)) {
                 CheckColumn(column, rows.count);
-            }
-        }
-        // A row of a run has no surplus cells.
-        for (std::size_t index = m_layout.sources.size();
-             index > 0 && m_layout.sources[index - 1] == TableLayout::kNoSource;
-             --index) {
-            BColumnData& extra = rows.columns[index - 1];
-            for (std::size_t row = 0; row < rows.count; ++row) {
-                AppendText(extra.texts, {}, ETextEncoding::Ascii);
-                extra.SetNull(rows.firstRow + row);
             }
         }
         ConvertPoints(rows);
@@ -956,6 +982,7 @@ private:
     const TableRequest& m_request;
     TableLayout m_layout;
     TableParts m_parts;
+    BVectorLayer& m_layer;
     BadRowSink& m_sink;
     ProgressMeter m_meter;
     BFeatureAppender m_appender;
@@ -964,8 +991,9 @@ private:
     std::vector<std::size_t> m_attributeOf; ///< of each column of the plan
     TableCounts m_counts;
     std::uint64_t m_recordsRead = 0;
-    std::vector<ECellState> m_states; ///< of the current row's cells
-    std::vector<double> m_numbers;    ///< their values, where they are numbers
+    std::vector<ECellState> m_states;   ///< of the current row's cells
+    std::vector<std::size_t> m_indices; ///< of cells that are appended
+    std::vector<double> m_numbers;      ///< their values, where they are numbers
     TableRecord m_rowRecord;
 
     const AsciiReader::Kernels::Set& m_kernels = AsciiReader::Kernels::Best();

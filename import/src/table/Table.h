@@ -89,14 +89,18 @@ struct TableRecord
     bool isRepaired = false; ///< a row with stray quotes that were read as text
 };
 
+/// Columns for surplus cells; rows with more of them are bad.
+inline constexpr std::size_t kMostExtraColumns = 1000;
+
 /// How the table is to be read, beside what the plan decides.
 struct TableRequest
 {
     /// Make points of the plan's X and Y. Without effect on a plan without coordinates, and with
     /// isAllText.
     bool makesPoints = true;
-    /// Every cell stays the text that it is; empty ones are empty texts, not nulls. Surplus cells
-    /// of long rows get columns of their own, "extra_1" and so on; there are no points.
+    /// Every cell stays the text that it is; empty ones are empty texts, not nulls. A short row has
+    /// fewer attributes; surplus cells of long rows get columns of their own, "extra_1" and so on,
+    /// at most kMostExtraColumns, which the other rows lack. There are no points.
     bool isAllText = false;
     /// Cells that are null in every column, beside empty ones, spelled exactly so; with isAllText
     /// without effect.
@@ -181,7 +185,8 @@ struct TableLayout
 
     /// The attributes, in the order of the file's columns, under their names as they are; names may
     /// occur twice. A column without a name is "C" and its number in the file, from 1, as the
-    /// reader names it. The column that a trailing separator makes is no attribute.
+    /// reader names it, or with isAllText nameless as in the file. The column that a trailing
+    /// separator makes is an attribute with isAllText alone.
     std::vector<BColumnInfo> columns;
     /// The plan's column that each attribute is from; kNoSource for a column of surplus cells.
     std::vector<std::size_t> sources;

@@ -34,9 +34,11 @@ EVariantType TypeOf(EPlanType type)
     return EVariantType::String;
 }
 
-std::string NameOf(const PlanColumn& column)
+/// Rule: where every cell stays as it is, names do too.
+std::string NameOf(const PlanColumn& column, bool staysAsItIs)
 {
-    return column.name.empty() ? "C" + std::to_string(column.index + 1) : column.name;
+    return column.name.empty() && !staysAsItIs ? "C" + std::to_string(column.index + 1)
+                                               : column.name;
 }
 
 /// Whether the points say all that the cells of a coordinate say.
@@ -77,6 +79,11 @@ std::string_view NameOf(EBadRow why) noexcept
     return "";
 }
 
+BColumnInfo Table::MakeExtraColumn(std::size_t extraIndex)
+{
+    return {BString::FromUtf8("extra_" + std::to_string(extraIndex + 1)), EVariantType::String};
+}
+
 TableLayout LayOutTable(const Plan& plan, const TableRequest& request)
 {
     const Table::TableRules rules(plan, request);
@@ -90,7 +97,7 @@ TableLayout LayOutTable(const Plan& plan, const TableRequest& request)
                                  IsInPoints(plan.columns[*coordinates.x], plan, Table::kMostX) &&
                                  IsInPoints(plan.columns[*coordinates.y], plan, Table::kMostY);
     for (const PlanColumn& column : plan.columns) {
-        if (column.role == EPlanRole::TrailingSeparator) {
+        if (column.role == EPlanRole::TrailingSeparator && !rules.isAllText) {
             continue;
         }
         if (column.role == EPlanRole::Name && layout.nameSource == TableLayout::kNoSource) {
@@ -104,13 +111,12 @@ TableLayout LayOutTable(const Plan& plan, const TableRequest& request)
             continue;
         }
         layout.columns.push_back(
-            {BString::FromUtf8(NameOf(column)), TypeOf(rules.columns[column.index].Type())});
+            {BString::FromUtf8(NameOf(column, rules.isAllText && plan.shape.hasNames.value)),
+             TypeOf(rules.columns[column.index].Type())});
         layout.sources.push_back(column.index);
     }
     for (std::size_t extra = rules.columnCount; extra < rules.mostFields; ++extra) {
-        const std::size_t number = extra - rules.columnCount + 1;
-        layout.columns.push_back(
-            {BString::FromUtf8("extra_" + std::to_string(number)), EVariantType::String});
+        layout.columns.push_back(Table::MakeExtraColumn(extra - rules.columnCount));
         layout.sources.push_back(TableLayout::kNoSource);
     }
     return layout;

@@ -17,7 +17,6 @@ namespace {
 constexpr std::size_t kPiece = std::size_t{128} * 1024;
 constexpr std::size_t kSpace = AsciiReader::Kernels::kPadding;
 constexpr std::size_t kMostRawBytes = std::size_t{64} * 1024;
-constexpr std::size_t kMostExtraColumns = 1000;
 constexpr std::string_view kReplacement = "\xEF\xBF\xBD";
 
 /// How often a byte occurs; eight bytes per step.
@@ -632,6 +631,7 @@ void TableParts::ReadRow(std::size_t row, TableRecord& record)
     m_cut.isEnded = true;
     m_cut.isBlank = false;
     m_cut.repair = Scan::ERepair::None;
+    m_cut.isShifted = false;
     m_cut.next = ends[m_run.fields - 1] + std::size_t{1};
     std::size_t begin = m_cut.begin;
     for (std::size_t field = 0; field < m_run.fields; ++field) {
@@ -806,10 +806,11 @@ void TableParts::ClassifyShort(const Scan::Record& cut, TableRecord& record)
         makeBad(EBadRow::OpenQuote, 0);
     } else if (!cut.isEnded) {
         makeBad(EBadRow::CutShort, record.cells.size());
-    } else if (record.cells.size() < 2 || m_isReordered || !m_rules.plan.shape.shortRowsAreRows) {
+    } else if (const std::size_t misfit = m_rules.FindMisfit(record); misfit != 0) {
+        makeBad(EBadRow::ShortRow, misfit);
+    } else if (record.cells.size() < 2 || m_isReordered || cut.isShifted ||
+               !m_rules.plan.shape.shortRowsAreRows) {
         makeBad(EBadRow::ShortRow, record.cells.size());
-    } else if (const std::size_t unfit = m_rules.FindMisfit(record); unfit != 0) {
-        makeBad(EBadRow::ShortRow, unfit);
     }
 }
 
@@ -822,7 +823,7 @@ void TableParts::ClassifyLong(const Scan::Record& cut, TableRecord& record)
         record.isTrailing = true;
         return;
     }
-    if (m_rules.isAllText && record.cells.size() <= m_rules.mostFields) {
+    if (m_rules.isAllText && record.cells.size() <= m_rules.columnCount + kMostExtraColumns) {
         return;
     }
     record.kind = ERecord::Bad;

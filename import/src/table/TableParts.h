@@ -31,11 +31,14 @@ struct TableRules
     const Plan& plan;
     bool isAllText;
     std::size_t columnCount;
-    /// Fields of a row that are kept with isAllText; columnCount otherwise.
+    /// Fields of the longest row that the plan has seen, with isAllText; columnCount otherwise.
     std::size_t mostFields;
     std::vector<std::string> nullTexts;
     std::vector<ColumnRule> columns; ///< of the plan's columns
 };
+
+/// The column of the surplus cells at an index from 0.
+[[nodiscard]] BColumnInfo MakeExtraColumn(std::size_t extraIndex);
 
 /// Rows that have a field for each column and one line each.
 ///
@@ -75,6 +78,14 @@ public:
     /// A row of the current run as a record, valid until the next call: a Row, or RepeatedNames
     /// where cells tell these from rows, so that a row with a cell that does not fit must be asked.
     void ReadRow(std::size_t row, TableRecord& record);
+
+    /// From the next part on every record comes on its own.
+    void EndRuns() noexcept
+    {
+        m_wantsRuns = false;
+        m_positionCount = 0;
+        m_nextPosition = 0;
+    }
 
     /// The field that holds each column's cells in the current run.
     [[nodiscard]] const std::vector<std::size_t>& FieldOfColumn() const noexcept

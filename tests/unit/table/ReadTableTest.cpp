@@ -381,13 +381,44 @@ TEST(ReadTable, CellsOfAllTextStayAsTheyAre)
     const ReadFile file = ReadBothWays(
         "id,lon,lat\n007,7.5, 47\n2,,\n3,4\n5,6,7,8,\"9\"\n6,7,8\n", planRequest, request);
     EXPECT_EQ(Rows(*file.layer),
-              (Texts{"'007', '7.5', ' 47', null, null",
-                     "'2', '', '', null, null",
-                     "'3', '4', null, null, null",
+              (Texts{"'007', '7.5', ' 47', none, none",
+                     "'2', '', '', none, none",
+                     "'3', '4', none, none, none",
                      "'5', '6', '7', '8', '9'",
-                     "'6', '7', '8', null, null"}));
+                     "'6', '7', '8', none, none"}));
     EXPECT_EQ(file.layer->GetSchema().GetAt(4).GetName(), Orvane::BString("extra_2"));
     EXPECT_TRUE(file.bad.empty());
+}
+
+TEST(ReadTable, CellsThatThePlanHasNotSeenGetColumnsToo)
+{
+    PlanRequest planRequest = WithNames();
+    planRequest.isAllText = true;
+    const TemporaryFolder folder;
+    const std::string path = folder.File("table.csv", "id,word\n1,a\n2,b\n3,c\n").ToUtf8();
+    const Plan plan = MakePlan(path, planRequest);
+    static_cast<void>(folder.File("table.csv", "id,word\n1,a\n2,b\n3,c,d\n4,e\n5,f,g,h\n6,i\n"));
+    const ReadFile file = ReadPlanned(plan, {});
+    EXPECT_EQ(Rows(*file.layer),
+              (Texts{"'1', 'a', none, none",
+                     "'2', 'b', none, none",
+                     "'3', 'c', 'd', none",
+                     "'4', 'e', none, none",
+                     "'5', 'f', 'g', 'h'",
+                     "'6', 'i', none, none"}));
+    EXPECT_EQ(file.layer->GetSchema().GetCount(), 4U);
+    EXPECT_TRUE(file.bad.empty());
+}
+
+TEST(ReadTable, NamesOfAllTextStayAsTheyAre)
+{
+    PlanRequest planRequest = WithNames();
+    planRequest.isAllText = true;
+    const ReadFile file = ReadBothWays("id,,id\n1,2,3\n4,5,6\n", planRequest);
+    const Orvane::BAttributeDefs& schema = file.layer->GetSchema();
+    EXPECT_EQ(schema.GetAt(0).GetName(), Orvane::BString("id"));
+    EXPECT_EQ(schema.GetAt(1).GetName(), Orvane::BString(""));
+    EXPECT_EQ(schema.GetAt(2).GetName(), Orvane::BString("id"));
 }
 
 TEST(ReadTable, GivenNullTextsAreNullInEveryColumn)
