@@ -453,8 +453,9 @@ void PlanColumnsOf(const Scan::ScanFacts& facts, const Scan::TableHead& head, Pl
         }
         FindSentinels(facts.columns[index], column, plan);
     }
-    // Rule: a last column without name and value is the trailing separator of every line.
-    if (plan.columns.size() > 1 && head.names == Scan::ENames::Found) {
+    // Rule: a last column without name and value is the trailing separator of every line. Where
+    // every cell stays the text it is it stays as well.
+    if (!plan.isAllText && plan.columns.size() > 1 && head.names == Scan::ENames::Found) {
         PlanColumn& last = plan.columns.back();
         if (last.name.empty() && last.values == 0 && last.nullWords == 0) {
             last.role = EPlanRole::TrailingSeparator;

@@ -172,6 +172,12 @@ constexpr RowsCase kRowsCases[] = {
      0,
      0,
      0},
+    {"ALineBreakAndSeparatorsInsideQuotes",
+     "2018-02-01,02:15,2,BH-9827,\"Table, long, wide\nor, not, at all, so\",\"Made.\"",
+     "2018-02-01|02:15|2|BH-9827|Table, long, wide\nor, not, at all, so|Made.",
+     0,
+     0,
+     0},
     {"AnOpenerThatSwallowsTheNextRow",
      "2018-02-01,02:15,2,BH-9827,\"Table, long\",\"",
      "2018-02-01|02:15|2|BH-9827|Table, long|\"",
@@ -246,6 +252,15 @@ TEST(PlanRows, KeepToTheFirstOfTwoTablesOfTheSameLength)
     const Plan plan = PlanOf(bytes);
     EXPECT_EQ(plan.shape.columnCount.value, 3U);
     EXPECT_EQ(LinesOf(plan), "names 1+1, further table 14+13");
+}
+
+TEST(PlanRows, KeepAQuotedFieldWholeWhoseHalvesHaveTheCount)
+{
+    const std::string bytes = "a,b,c\n1,\"x,y\nz,w\",2\n3,q,4\n5,r,6\n7,s,8\n9,t,10\n";
+    const Plan plan = PlanOf(bytes);
+    EXPECT_EQ(plan.shape.rows, 5U);
+    EXPECT_EQ(plan.shape.repairedRows, 0U);
+    EXPECT_EQ(CutAgain(plan, bytes, 3), "1|x,y\nz,w|2/3|q|4/5|r|6/7|s|8/9|t|10");
 }
 
 TEST(PlanRows, EndBeforeAFooter)

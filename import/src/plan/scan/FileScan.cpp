@@ -163,6 +163,9 @@ private:
             positions[count++] = static_cast<std::uint32_t>(to);
             ++state.lineEnds;
         }
+        if (count == 0) {
+            return from;
+        }
         std::size_t openers = 0;
         if (structure.hasQuotes) {
             // Lines that do not end outside quotes wait for the next piece.
@@ -174,8 +177,7 @@ private:
                 return from;
             }
         }
-        m_rows.AddOpeners(openers);
-        return AddIndexed(positions, count, state.lineEnds, lineEnd, structure.hasQuotes);
+        return AddIndexed(positions, count, state.lineEnds, lineEnd, openers);
     }
 
     /// Whether every quote opens or closes a field or is one of a pair inside, and no line ends
@@ -190,14 +192,18 @@ private:
         const std::size_t from = positions[-1] + 1U;
         const std::size_t to = std::min<std::size_t>(positions[count - 1] + std::size_t{1}, m_size);
         std::size_t clean = 0;
+        std::size_t returns = 0; ///< before line ends
         for (std::size_t index = 0; index < count; ++index) {
             // The first position wraps.
             const std::uint32_t begin = positions[static_cast<std::ptrdiff_t>(index) - 1] + 1U;
             std::uint32_t end = positions[index];
+            if (end > begin && text[end - 1] == '\r') {
+                --end;
+                ++returns;
+            }
             if (text[begin] != '"' || begin == end) {
                 continue;
             }
-            end -= text[end - 1] == '\r' ? 1U : 0U;
             if (end - begin < 2 || text[end - 1] != '"') {
                 return false;
             }
@@ -217,17 +223,25 @@ private:
         AsciiReader::Kernels::Survey survey;
         AsciiReader::Kernels::Best().survey(text + from, to - from, survey);
         const auto ends = static_cast<std::size_t>(std::count(text + from, text + to, lineEnd));
-        return clean == survey.quotes && ends + (to == m_size && text[to - 1] != lineEnd) == lines;
+        const bool hasBreaks =
+            lineEnd == '\r'
+                ? std::memchr(text + from, '\n', to - from) != nullptr
+                : survey.returns != 0 &&
+                      static_cast<std::size_t>(std::count(text + from, text + to, '\r')) != returns;
+        return clean == survey.quotes && !hasBreaks &&
+               ends + (to == m_size && text[to - 1] != lineEnd) == lines;
     }
 
-    /// Adds the records of an index; the last position is a line's end. @return where the first
-    /// record begins that is not complete
+    /// Adds the records of an index; the last position is a line's end.
+    /// @param openers quoted fields among them
+    /// @return where the first record begins that is not complete
     std::size_t AddIndexed(const std::uint32_t* positions,
                            std::size_t count,
                            std::size_t lines,
                            char lineEnd,
-                           bool hasQuotes)
+                           std::size_t openers)
     {
+        const bool hasQuotes = openers > 0;
         const char* text = m_buffer.data();
         const auto endsLine = [&](std::size_t index) {
             return positions[index] >= m_size || text[positions[index]] == lineEnd;
@@ -242,6 +256,7 @@ private:
         const auto begins = [&](std::size_t at) { return std::size_t{positions[at - 1]} + 1; };
         if (isRegular) {
             m_rows.AddRows(text, positions, lines, m_byte, hasQuotes);
+            m_rows.AddOpeners(openers);
             return std::min(std::size_t{positions[count - 1]} + 1, m_size);
         }
         for (std::size_t at = 0; at < count;) {
@@ -251,6 +266,10 @@ private:
             }
             if (end - at + 1 == m_columns && !m_rows.IsOver() && !IsApart(positions + at)) {
                 m_rows.AddRows(text, positions + at, 1, m_byte, hasQuotes);
+                for (std::size_t field = at; hasQuotes && field <= end; ++field) {
+                    const std::size_t begin = field == 0 ? positions[-1] + 1U : begins(field);
+                    m_rows.AddOpeners(begin < positions[field] && text[begin] == '"' ? 1 : 0);
+                }
                 at = end + 1;
                 continue;
             }

@@ -12,7 +12,7 @@ namespace Orvane::Import::Scan {
 namespace {
 
 /// Lines that belong together are looked for so far.
-constexpr std::size_t kMostJoined = std::size_t{64} * 1024;
+constexpr std::size_t kMostJoined = 4096;
 
 bool IsBlank(char unit) noexcept
 {
@@ -318,13 +318,14 @@ bool RecordCutter::Cut(
         m_dialect.separation != ESeparation::Character) {
         return true;
     }
-    // A row that may go on after its line end is complete when the text holds enough of it.
-    if (m_dialect.joinsFeeds && !isWhole && record.fields.size() < expected &&
-        IsLoneFeed(text, record) && text.size() - from < kMostJoined &&
-        text.find("\r\n", record.next) == text.npos) {
-        return false;
+    if (m_dialect.joinsFeeds && record.fields.size() < expected && IsLoneFeed(text, record) &&
+        m_compared < m_budget) {
+        const EJoin join = JoinLines(text, isWhole, expected, record);
+        if (join != EJoin::None) {
+            return join == EJoin::Joined;
+        }
     }
-    Repair(text, isWhole, expected, record);
+    Repair(text, expected, record);
     return true;
 }
 
@@ -346,7 +347,7 @@ std::size_t AfterLine(std::string_view text, std::size_t end) noexcept
 
 } // namespace
 
-void RecordCutter::Repair(std::string_view text, bool isWhole, std::size_t expected, Record& record)
+void RecordCutter::Repair(std::string_view text, std::size_t expected, Record& record)
 {
     const std::size_t fields = record.fields.size();
     if (record.lines > 1) {
@@ -376,9 +377,7 @@ void RecordCutter::Repair(std::string_view text, bool isWhole, std::size_t expec
         return;
     }
     if (fields < expected) {
-        if (!m_dialect.joinsFeeds || !JoinLines(text, isWhole, expected, record)) {
-            record.isShifted = AreCellsShifted(text, record.fields, m_forms);
-        }
+        record.isShifted = AreCellsShifted(text, record.fields, m_forms);
     } else if (fields > expected && m_ends == ELineEnds::Feeds && !isLine) {
         SplitAtReturn(text, expected, record);
     }
@@ -418,14 +417,17 @@ bool RecordCutter::ReadFirstLine(std::string_view text, std::size_t expected, Re
         return false;
     }
     std::vector<Field> found;
-    if (!ReadQuotes(line, record.begin, m_dialect, expected, m_forms, found, m_compared)) {
+    std::vector<Field> ofNext;
+    if (!ReadQuotes(line, record.begin, m_dialect, expected, m_forms, found, m_compared) ||
+        !ReadQuotes(next, after, m_dialect, expected, m_forms, ofNext, m_compared)) {
         return false;
     }
-    if (CountFields(next) != expected) {
-        std::vector<Field> ofNext;
-        if (!ReadQuotes(next, after, m_dialect, expected, m_forms, ofNext, m_compared)) {
-            return false;
-        }
+    // Rule: a quoted field without stray quotes stays whole, unless it looks like no cell of its
+    // column, and the lines that it would be cut into look like rows.
+    const bool isClean = record.strays + record.unclosed == 0;
+    if (isClean && (!DoCellsFit(text, found, m_forms, 1) || !DoCellsFit(text, ofNext, m_forms, 1) ||
+                    DoCellsFit(text, record.fields, m_forms))) {
+        return false;
     }
     record.fields = std::move(found);
     record.lines = 1;
@@ -474,30 +476,32 @@ bool RecordCutter::ReadOtherSeparator(std::string_view text,
     return true;
 }
 
-bool RecordCutter::JoinLines(std::string_view text,
-                             bool isWhole,
-                             std::size_t expected,
-                             Record& record)
+RecordCutter::EJoin
+RecordCutter::JoinLines(std::string_view text, bool isWhole, std::size_t expected, Record& record)
 {
-    if (!IsLoneFeed(text, record)) {
-        return false;
-    }
     m_keepsFeeds = true;
     Record joined;
     const std::string_view piece =
         text.substr(0, std::min(text.size(), record.begin + kMostJoined));
-    const bool isComplete =
-        CutFields(piece, record.begin, isWhole && piece.size() == text.size(), joined);
+    const bool isCut = piece.size() < text.size();
+    m_compared += piece.size() - record.begin;
+    m_budget += (record.next - record.begin) * 256;
+    const bool isComplete = CutFields(piece, record.begin, isWhole && !isCut, joined);
     m_keepsFeeds = false;
-    if (!isComplete || joined.fields.size() != expected) {
-        return false;
+    if (!isComplete) {
+        // A row that may go on is complete when the text holds enough of it.
+        const bool hasEnough = isWhole || text.size() - record.begin >= kMostJoined;
+        return hasEnough ? EJoin::None : EJoin::Incomplete;
+    }
+    if (joined.fields.size() != expected || !DoCellsFit(text, joined.fields, m_forms, 1)) {
+        return EJoin::None;
     }
     const std::string_view all = text.substr(joined.begin, joined.next - joined.begin);
     joined.lines = static_cast<std::uint64_t>(std::count(all.begin(), all.end(), '\n')) +
                    (joined.isEnded ? 0U : 1U);
     joined.repair = ERepair::LineEnd;
     record = std::move(joined);
-    return true;
+    return EJoin::Joined;
 }
 
 bool RecordCutter::SplitAtReturn(std::string_view text, std::size_t expected, Record& record)

@@ -141,11 +141,17 @@ private:
                             : unit == '\r' && m_ends != ELineEnds::Feeds;
     }
 
+    enum class EJoin : std::uint8_t {
+        None,
+        Joined,
+        Incomplete, ///< more of the text may tell
+    };
+
     /// Looks for the one reading that gives a record its count.
-    void Repair(std::string_view text, bool isWhole, std::size_t expected, Record& record);
+    void Repair(std::string_view text, std::size_t expected, Record& record);
     bool ReadFirstLine(std::string_view text, std::size_t expected, Record& record);
     bool ReadOtherSeparator(std::string_view text, std::size_t expected, Record& record) const;
-    bool JoinLines(std::string_view text, bool isWhole, std::size_t expected, Record& record);
+    EJoin JoinLines(std::string_view text, bool isWhole, std::size_t expected, Record& record);
     bool SplitAtReturn(std::string_view text, std::size_t expected, Record& record);
     /// Whether the surplus cells are empty, and the others look like those of their columns.
     [[nodiscard]] bool HasTrailingCells(std::string_view text,

@@ -44,8 +44,10 @@ namespace Orvane::Import::Scan {
                                    const std::vector<CellForm>& forms);
 
 /// Whether the cells look like those of their columns, and at least two columns tell.
+/// @param mostMisfits so many cells may look otherwise
 [[nodiscard]] bool DoCellsFit(std::string_view text,
                               const std::vector<Field>& fields,
-                              const std::vector<CellForm>& forms);
+                              const std::vector<CellForm>& forms,
+                              std::size_t mostMisfits = 0);
 
 } // namespace Orvane::Import::Scan

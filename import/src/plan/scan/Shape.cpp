@@ -924,6 +924,21 @@ std::size_t CountFilled(const HeadRecord& record)
         }));
 }
 
+/// Whether the cells that are filled, three or more, are words, each of them once.
+bool AreWords(const std::vector<std::string>& cells)
+{
+    std::set<std::string_view> seen;
+    for (const std::string& cell : cells) {
+        if (Values::Trim(cell).empty()) {
+            continue;
+        }
+        if (Values::ReadCell(cell).cell != ECell::Text || !seen.insert(cell).second) {
+            return false;
+        }
+    }
+    return seen.size() >= 3;
+}
+
 /// Titles may be filled up with separators to the table's count: the names are the first line
 /// after them that is full.
 std::size_t
@@ -946,8 +961,7 @@ SkipSparseLines(const std::vector<HeadRecord>& head, std::size_t first, std::siz
         }
         const NamesVerdict verdict =
             JudgeNames(head[index], SampleColumns(head, index + 1, columns));
-        // Under titles a line of words alone holds names.
-        return verdict.names == ENames::None ? first : index;
+        return verdict.names == ENames::None && !AreWords(head[index].cells) ? first : index;
     }
     return first;
 }
@@ -1054,6 +1068,7 @@ TableHead FindTable(std::string_view text, const Candidate& candidate, const Sha
            first + 1 < head.size() && !IsComment(head.back().text) && first < kMostHeadLines) {
         ++first;
     }
+    const std::size_t top = first;
     first = request.hasSkippedLines ? first : SkipSparseLines(head, first, table.columns);
     for (std::size_t index = 0; index < first; ++index) {
         addLine(head[index], KindBeforeTable(head[index], index == 0));
@@ -1073,6 +1088,9 @@ TableHead FindTable(std::string_view text, const Candidate& candidate, const Sha
         if (IsLineOfWords(head, row)) {
             verdict.names = ENames::Found;
             verdict.reason = "a single line of words";
+        } else if (first > top && AreWords(head[row].cells)) {
+            verdict.names = ENames::Found;
+            verdict.reason = "a line of words under a title";
         } else if (first > 0 && table.lines.back().kind == ELineKind::Preamble &&
                    CutByOtherSeparator(candidate.dialect, table.columns, head[first - 1]) &&
                    JudgeNames(head[first - 1], SampleColumns(head, row, table.columns)).names ==
