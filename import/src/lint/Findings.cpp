@@ -1,6 +1,8 @@
 // Findings as they are counted and completed.
 #include "Findings.h"
 
+#include <Orvane/Import/DisplayText.h>
+
 #include <algorithm>
 #include <set>
 #include <utility>
@@ -12,6 +14,25 @@ namespace {
 constexpr std::size_t kMostText = 80;
 /// The bytes of the mark of UTF-8.
 constexpr std::uint64_t kMark = 3;
+
+/// Makes what is no UTF-8 U+FFFD: a plan keeps texts of its file as they are.
+void MakeUtf8(std::string& text)
+{
+    if (DisplayText::IsUtf8(text)) {
+        return;
+    }
+    constexpr std::size_t kLongest = 4;
+    std::string valid;
+    for (std::size_t at = 0; at < text.size();) {
+        std::size_t size = std::min(kLongest, text.size() - at);
+        while (size > 0 && !DisplayText::IsUtf8(std::string_view(text).substr(at, size))) {
+            --size;
+        }
+        valid += size > 0 ? text.substr(at, size) : "\xEF\xBF\xBD";
+        at += std::max<std::size_t>(size, 1);
+    }
+    text = valid;
+}
 
 } // namespace
 
@@ -177,6 +198,9 @@ void Findings::Hand(LintFinding& finding) const
     }
     if (finding.fixes.empty()) {
         finding.fixes = {m_fix};
+    }
+    for (std::string* text : {&finding.text, &finding.message, &finding.columnName}) {
+        MakeUtf8(*text);
     }
     m_receive(finding);
 }
