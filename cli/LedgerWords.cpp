@@ -256,7 +256,7 @@ std::string DescribeImport(const ImportReport& report)
     std::vector<std::string> kept;
     for (std::size_t index = 0; index < ledger.columns.size(); ++index) {
         const LedgerColumn& column = ledger.columns[index];
-        if (!column.keptAsText.empty()) {
+        if (!column.keptAsText.empty() && !plan.isAllText) {
             kept.push_back(NameOf(column, index) + " is text: " +
                            TerminalText::EscapeAndCut(std::string_view(column.keptAsText), 120));
         }
@@ -270,7 +270,7 @@ std::string DescribeImport(const ImportReport& report)
     const auto addIfAny = [&text](const char* label, const std::string& words) {
         text += words.empty() ? "" : Line(label, words);
     };
-    addIfAny("Nulls:", DescribeNulls(ledger));
+    addIfAny(plan.isAllText ? "Empty:" : "Nulls:", DescribeNulls(ledger));
     if (hasPoints) {
         text += Line("Points:", DescribePoints(report));
         text += Line("Extent:", DescribeExtent(ledger.extent));

@@ -33,7 +33,8 @@ struct WriteRequest
     bool hasNames;             ///< see TargetRequest
     bool isCartesian;          ///< see TargetRequest
     const BVectorLayer* table; ///< without points, for formats with several tables; or null
-    ProgressMeter& progress;   ///< asked every few thousand rows
+    const std::vector<std::string>* copiedNames; ///< see TargetRequest; or null
+    ProgressMeter& progress;                     ///< asked every few thousand rows
 };
 
 /// The layer's name in the file, with a note when it is another one.

@@ -29,6 +29,22 @@ namespace {
 
 constexpr const char* kUndefinedCartesian = "undefined Cartesian";
 
+/// The names of the columns as the file has them: as many as its lines of names have cells.
+std::vector<std::string> CopyNames(const Plan& plan)
+{
+    std::size_t count = 0;
+    for (const std::vector<std::string>& cells : plan.shape.namesLines) {
+        count = std::max(count, cells.size());
+    }
+    std::vector<std::string> names;
+    for (const PlanColumn& column : plan.columns) {
+        if (count == 0 || names.size() < count) {
+            names.push_back(column.name);
+        }
+    }
+    return names;
+}
+
 /// What the caller decides, in one request.
 PlanRequest MakePlanRequest(const ImportRequest& request)
 {
@@ -366,6 +382,9 @@ private:
         request.hasGeometry = HasPoints();
         // Rule: a table without points has a line of names in CSV only when the file has one.
         request.hasNames = HasPoints() || m_plan.shape.hasNames.value;
+        if (m_plan.isAllText && m_report.format == "CSV") {
+            request.copiedNames = CopyNames(m_plan);
+        }
         return request;
     }
 

@@ -11,6 +11,7 @@
 #include <Orvane/Import/Failure.h>
 #include <Orvane/Import/Targets.h>
 
+#include <optional>
 #include <stdexcept>
 #include <utility>
 
@@ -50,6 +51,7 @@ public:
         , m_formatName(m_format.driver)
         , m_coordSys(FindCoordinateSystem(request.crs))
         , m_isCartesian(request.isCartesian)
+        , m_copiedNames(request.copiedNames)
         , m_shape{0, request.hasGeometry, request.hasNames, {}}
         , m_file(request.out, request.input)
     {
@@ -82,6 +84,7 @@ public:
                                            m_shape.hasNames,
                                            m_isCartesian,
                                            m_table,
+                                           m_copiedNames ? &*m_copiedNames : nullptr,
                                            progress};
                 m_shape.fieldCount =
                     layer.GetSchema().GetCount() + counts.fieldsBeyondSchema.size();
@@ -144,6 +147,7 @@ private:
     std::string m_formatName;
     std::shared_ptr<OGRSpatialReference> m_coordSys;
     bool m_isCartesian;
+    std::optional<std::vector<std::string>> m_copiedNames;
     const BVectorLayer* m_table = nullptr; ///< not owned
     WrittenShape m_shape;
     OutputFile m_file;

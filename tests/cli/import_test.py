@@ -163,6 +163,13 @@ class WithoutPointsTest(ByPlanTest):
         with open(self.path("out.csv"), newline="", encoding="utf-8") as file:
             self.assertEqual(list(csv.reader(file)), [["n", "v"], ["007", "1e3"], ["", ""], [" 1 ", "x"]])
 
+    def test_a_copy_as_texts_has_names_twice_and_rows_of_their_own_lengths(self):
+        self.write("t.csv", "x,x,,n\n1,a,2,b\n3,c\n5,d,6,e,f\n7,,8,g\n")
+        self.succeed("import", "t.csv", "out.csv", "--all-text", "--names", "yes")
+        with open(self.path("out.csv"), newline="", encoding="utf-8") as file:
+            self.assertEqual(list(csv.reader(file)), [["x", "x", "", "n"], ["1", "a", "2", "b"], ["3", "c"],
+                                                      ["5", "d", "6", "e", "f"], ["7", "", "8", "g"]])
+
     def test_a_file_without_names_has_none_in_csv(self):
         self.write("t.csv", "1,2.5,a\n2,3.5,b\n3,4.5,c\n")
         self.succeed("import", "t.csv", "out.csv", "--no-points")

@@ -35,6 +35,19 @@ void CsvFormat::WriteNames(const std::vector<FileField>& fields)
     m_out.Append('\n');
 }
 
+void CsvFormat::CopyNames(const std::vector<std::string>& names)
+{
+    std::size_t column = 0;
+    for (const std::string& name : names) {
+        Separate(column++);
+        WriteCell(name);
+    }
+    if (names.size() < 2 && (names.empty() || names.front().empty())) {
+        m_out.Append(R"("")");
+    }
+    m_out.Append('\n');
+}
+
 void CsvFormat::EndRow(const RowPoint& point)
 {
     if (m_hasGeometry) {

@@ -34,6 +34,8 @@ public:
 
     /// The line of the columns' names. Before the first row.
     void WriteNames(const std::vector<FileField>& fields);
+    /// A line of names as they are, without those of coordinates.
+    void CopyNames(const std::vector<std::string>& names);
 
     void BeginRow() noexcept {}
 

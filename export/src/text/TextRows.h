@@ -59,6 +59,9 @@ public:
         m_losses.cutFractions.resize(fields.size());
     }
 
+    /// Ends each row with its last cell that is not null, instead of with that of the last field.
+    void LeaveMissingCellsOut() noexcept { m_hasAllCells = false; }
+
     [[nodiscard]] LossCounts& GetLosses() noexcept { return m_losses; }
 
     [[nodiscard]] std::uint64_t GetRowCount() const noexcept { return m_rows; }
@@ -179,7 +182,11 @@ private:
     void WritePageRow(const BFeaturePage& page, std::size_t row)
     {
         m_format.BeginRow();
-        const std::size_t count = std::min(page.GetAttributeCount(row), m_sources.size());
+        std::size_t count = std::min(page.GetAttributeCount(row), m_sources.size());
+        while (!m_hasAllCells && count > 1 && m_sources[count - 1].hasNulls &&
+               m_sources[count - 1].column->IsNull(row)) {
+            --count;
+        }
         for (std::size_t index = 0; index < count; ++index) {
             const Source& source = m_sources[index];
             if (source.hasNulls && source.column->IsNull(row)) {
@@ -254,7 +261,7 @@ private:
 
     void WriteNulls(std::size_t from)
     {
-        for (std::size_t index = from; index < m_fields.size(); ++index) {
+        for (std::size_t index = from; m_hasAllCells && index < m_fields.size(); ++index) {
             m_format.Null(index);
         }
     }
@@ -331,6 +338,7 @@ private:
 
     const std::vector<FileField>& m_fields;
     bool m_hasGeometry;
+    bool m_hasAllCells = true;
     Format& m_format;
     const PointTransform* m_transform;
     const double* m_x = nullptr; ///< of the page at hand, transformed if they must be

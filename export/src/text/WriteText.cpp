@@ -32,6 +32,9 @@ WriteReport WriteRows(const WriteRequest& request,
                       LossCounts& losses)
 {
     TextRows<Format> rows(names.fields, request.hasGeometry, format, transform);
+    if (request.copiedNames != nullptr) {
+        rows.LeaveMissingCellsOut();
+    }
     const auto check = [&request](std::uint64_t rowsDone) {
         if (request.progress.IsDue(rowsDone) && !request.progress.Report(rowsDone)) {
             ThrowCancelled();
@@ -93,6 +96,10 @@ GeoJsonFormat::EKind KindOf(const ExportFormat& format)
 WriteReport WriteCsv(const WriteRequest& request)
 {
     FileFields names = NameFields(request.layer, request.counts, request.format);
+    if (request.copiedNames != nullptr) {
+        // The names given to the columns are not those of the file.
+        names.notes.clear();
+    }
     LossCounts losses;
     WriteReport report;
     WriteFile(request, [&](OutputBuffer& out) {
@@ -105,7 +112,9 @@ WriteReport WriteCsv(const WriteRequest& request)
                          std::move(hasNulls),
                          request.hasGeometry,
                          request.hasGeometry && request.counts.withHeight > 0);
-        if (request.hasNames) {
+        if (request.hasNames && request.copiedNames != nullptr) {
+            format.CopyNames(*request.copiedNames);
+        } else if (request.hasNames) {
             format.WriteNames(names.fields);
         }
         report = WriteRows(request, names, format, nullptr, losses);

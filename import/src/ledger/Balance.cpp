@@ -71,7 +71,7 @@ Ledger MakeLedger(const Plan& plan, const TableCounts& counts)
     for (std::size_t index = 0; index < plan.columns.size() && index < counts.columns.size();
          ++index) {
         const PlanColumn& column = plan.columns[index];
-        if (column.role == EPlanRole::TrailingSeparator) {
+        if (column.role == EPlanRole::TrailingSeparator && !plan.isAllText) {
             continue;
         }
         const ColumnCounts& cells = counts.columns[index];

@@ -5,6 +5,7 @@
 #include <Orvane/Import/Target.h>
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -32,6 +33,10 @@ struct TargetRequest
     bool hasGeometry = true;
     /// Whether a CSV file begins with a line of the columns' names; the others always have names.
     bool hasNames = true;
+    /// CSV alone, for a copy of a table: the line of names is this, which may have names twice,
+    /// empty ones, and more or fewer of them than there are columns; a row ends with its last cell
+    /// that is not null. None: each column has a name of its own, and each row all cells.
+    std::optional<std::vector<std::string>> copiedNames{};
     /// Without `crs`: the coordinates are metres or the like, and no degrees. A GeoPackage says so.
     bool isCartesian = false;
 };
