@@ -19,8 +19,11 @@ namespace {
 
 constexpr std::string_view kReplacement = "\xEF\xBF\xBD";
 
-// iconv's own value for no handle is a number in a pointer's place.
-const iconv_t kNoHandle = reinterpret_cast<iconv_t>(-1); // NOLINT(performance-no-int-to-ptr)
+/// Whether iconv_open has given its value for no handle, a number in a pointer's place.
+bool IsNoHandle(iconv_t handle)
+{
+    return handle == reinterpret_cast<iconv_t>(-1); // NOLINT(performance-no-int-to-ptr)
+}
 
 bool IsSameName(const std::string& name, const char* other)
 {
@@ -56,7 +59,7 @@ CellDecoder::CellDecoder(const std::string& encoding, const std::string& file)
         return;
     }
     m_iconv = iconv_open("UTF-8", encoding.c_str());
-    if (m_iconv == kNoHandle) {
+    if (IsNoHandle(m_iconv)) {
         m_iconv = nullptr;
         FailureFields fields;
         fields.kind = EFailureKind::Request;

@@ -29,9 +29,9 @@
 /// then, and what the plan says of places after it (the last row, footers, further tables) does not
 /// count; names in another order are followed where they stand.
 ///
-/// All texts are UTF-8. Lines and columns count from 1, bytes and indices from 0. Lines and bytes
-/// are those of the file as it stands; where the plan's `positions` is "text", bytes are those of
-/// the text as UTF-8, unpacked.
+/// All texts are UTF-8. Lines and columns count from 1, bytes and indices from 0. Bytes are those
+/// of the file after its byte order mark, as the plan counts them; where the plan's `positions` is
+/// "text", those of the text as UTF-8, unpacked. Lines are numbered as the plan numbers them.
 namespace Orvane::Import {
 
 /// What a record of the file is; each is of exactly one kind.
