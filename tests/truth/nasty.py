@@ -85,7 +85,7 @@ class Nasty:
 
     @property
     def content(self):
-        content = "".join(self.parts).encode(self.encoding)
+        content = "".join(self.parts).encode(self.encoding, "surrogatepass")
         return self.change(content) if self.change else content
 
 
@@ -280,20 +280,20 @@ def encodings():
     yield letters("UTF-16BE without a mark", "utf-16-be")
     yield letters("UTF-32LE with a mark", "utf-32-le", b"\xff\xfe\0\0")
     yield letters("UTF-16LE with CRLF", "utf-16-le", b"\xff\xfe", end="\r\n")
-    nasty = table("one byte that is no UTF-8", 400)
-    nasty.rows[200].is_bad = True
-    nasty.parts[201] = nasty.parts[201].replace(nasty.rows[200].values[1], "Z\udcfcrich")
-    nasty.parts[10] = nasty.parts[10].replace(nasty.rows[9].values[1], "Zürich")
-    nasty.rows[9].values[1] = "Zürich"
-    nasty.parts[12] = nasty.parts[12].replace(nasty.rows[11].values[1], "Genève")
-    nasty.rows[11].values[1] = "Genève"
-    nasty.parts[13] = nasty.parts[13].replace(nasty.rows[12].values[1], "Łódź日本")
-    nasty.rows[12].values[1] = "Łódź日本"
-    content = "".join(nasty.parts).encode("utf-8", "surrogateescape")
-    nasty.parts = ["x"]
-    nasty.change = lambda _: content
-    nasty.outcomes = (IMPORT, ASK)
-    yield nasty
+    for trouble, every, outcomes in (
+            ("one byte that is no UTF-8 among many letters", 2, (IMPORT,)),
+            ("one byte that is no UTF-8 beside few letters", 100, (ASK,))):
+        nasty = Nasty(trouble, NAMES, outcomes=outcomes).line(",".join(NAMES))
+        for i in range(400):
+            name = ["Zürich", "Łódź", "日本"][i % 3] if i % every == 0 else values(i)[1]
+            if i == 201:
+                nasty.row(",".join([cells(i)[0], "Z\udcfcrich", *cells(i)[2:]]), [], is_bad=True)
+            else:
+                nasty.row(",".join([cells(i)[0], name, *cells(i)[2:]]), [i + 1, name, *values(i)[2:]])
+        content = "".join(nasty.parts).encode("utf-8", "surrogateescape")
+        nasty.change = lambda _, content=content: content
+        nasty.says = ("--encoding",)
+        yield nasty
 
 
 def bytes_and_lines():
@@ -636,11 +636,10 @@ def positions():
     for i in range(30):
         nasty.row(",".join([cells(i)[0], *cells(i)[2:]]), [i + 1, *values(i)[2:]])
     yield nasty
-    nasty = Nasty("swapped axes: latitudes beyond 90", ["id", "lat", "lon"], xy=None, outcomes=(IMPORT, ASK, REFUSE))
-    nasty.line("id,lat,lon")
+    # Pointed out, never repaired: X and Y are what their names say.
+    nasty = Nasty("swapped axes: latitudes beyond 90", ["id", "lat", "lon"], xy=(2, 1)).line("id,lat,lon")
     for i in range(30):
-        nasty.row(f"{i + 1},{100 + i}.25,{40 + i % 9}.5", [i + 1, Decimal(f"{100 + i}.25"), Decimal(f"{40 + i % 9}.5")],
-                  point=None)
+        nasty.row(f"{i + 1},{100 + i}.25,{40 + i % 9}.5", [i + 1, Decimal(f"{100 + i}.25"), Decimal(f"{40 + i % 9}.5")])
     yield nasty
     nasty = table("points at (0, 0)", 30)
     nasty.row("31,Null,0,0", [31, "Null", Decimal(0), Decimal(0)])

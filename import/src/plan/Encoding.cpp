@@ -14,6 +14,10 @@ namespace {
 
 /// Statistics need so many distinct words to speak against the usual encoding.
 constexpr std::size_t kWordsThatSpeak = 20;
+/// Distinct characters in valid UTF-8: fewer are there by chance.
+constexpr std::size_t kSequencesThatSpeak = 3;
+/// Texts of other encodings are UTF-8 by chance in less than this share of their letters.
+constexpr std::uint64_t kHighPerInvalid = 10;
 
 constexpr const char* kUsual = "WINDOWS-1252";
 
@@ -231,13 +235,22 @@ PlanDecision<std::string> DecideEncoding(const Scan::SourceFacts& source,
             decision.evidence.push_back(
                 {"bytes that are no UTF-8", bytes.invalidBytes, {{0, bytes.firstInvalid, {}}}});
         }
-        const bool isProved = bytes.isUtf8 && (source.hasMark || bytes.sequences.size() >= 3);
+        const bool isProved =
+            bytes.isUtf8 && (source.hasMark || bytes.sequences.size() >= kSequencesThatSpeak);
         decision.confidence = isProved ? EConfidence::Certain : EConfidence::Strong;
         return decision;
     }
     decision.evidence.push_back(
         {"bytes that are no UTF-8", bytes.invalidBytes, {{0, bytes.firstInvalid, {}}}});
     DecideByStatistics(bytes, decision);
+    // Rule: letters of UTF-8 beside few bytes that are none make a question: either reading spoils
+    // some of the texts.
+    if (bytes.sequences.size() >= kSequencesThatSpeak &&
+        bytes.invalidBytes * kHighPerInvalid <= bytes.highBytes) {
+        decision.rivals.insert(decision.rivals.begin(), {decision.value, 0, "letters in UTF-8"});
+        decision.value = "UTF-8";
+        decision.confidence = EConfidence::Tie;
+    }
     return decision;
 }
 

@@ -238,6 +238,25 @@ TEST(MakePlan, ShowsTheCellThatMakesTextOfNumbersWithItsPlace)
     EXPECT_TRUE(isShown);
 }
 
+TEST(MakePlan, AsksForTheEncodingWhereFewBytesAreNoUtf8)
+{
+    // Rule: letters of UTF-8 beside few bytes that are none make a question.
+    const std::string_view table = "x,y,name\n7.5,46.9,Z\xC3\xBCrich\n7.6,46.8,Gen\xC3\xA8ve\n"
+                                   "7.7,46.7,\xC5\x81\xC3\xB3\xC4\x87 \xE2\x82\xAC\n";
+    const Plan valid = PlanOf(table);
+    EXPECT_EQ(valid.bytes.encoding.value, "UTF-8");
+    EXPECT_EQ(valid.bytes.encoding.confidence, EConfidence::Certain);
+    const Plan doubtful = PlanOf(std::string(table) + "7.8,46.6,Z\xFCrich\n");
+    EXPECT_EQ(doubtful.bytes.encoding.confidence, EConfidence::Tie);
+    EXPECT_TRUE(HasQuestion(doubtful, "encoding"));
+    ASSERT_FALSE(doubtful.bytes.encoding.rivals.empty());
+    EXPECT_EQ(doubtful.bytes.encoding.value, "UTF-8");
+    EXPECT_EQ(doubtful.bytes.encoding.rivals.front().value, "WINDOWS-1252");
+    // More of them than one in ten: an encoding of single bytes that looks like UTF-8 by chance.
+    const Plan single = PlanOf(std::string(table) + "7.8,46.6,Z\xFCrich\n7.9,46.5,\xE9\xE8\n");
+    EXPECT_EQ(single.bytes.encoding.confidence, EConfidence::Strong);
+}
+
 TEST(MakePlan, FindsEncodings)
 {
     EXPECT_EQ(PlanOf("a,b\n1,x\n").bytes.encoding.value, "US-ASCII");

@@ -880,10 +880,11 @@ bool IsLineOfWords(const std::vector<HeadRecord>& head, std::size_t row)
            });
 }
 
-/// Cuts a line anew by the separator that gives it the table's count of fields, where there is one.
+/// Cuts a line of one field anew by the separator that gives it the table's count of fields, where
+/// there is one.
 bool CutByOtherSeparator(const Dialect& dialect, std::size_t columns, HeadRecord& record)
 {
-    if (dialect.separation != ESeparation::Character || columns < 3) {
+    if (dialect.separation != ESeparation::Character || columns < 3 || record.cells.size() != 1) {
         return false;
     }
     for (const char separator : {',', ';', '\t', '|', ' '}) {
