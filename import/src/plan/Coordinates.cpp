@@ -174,9 +174,10 @@ std::vector<Pair> FindNamedPairs(const std::vector<Column>& columns)
             }
             Pair pair{x, y, 1, false, true, false};
             const bool isNamed = second.axis == EAxis::Latitude;
-            // Rule: under names of degrees one value in ten may be out of range.
+            // Rule: under names of degrees values are degrees, also where one in ten is out of
+            // range, or where latitudes are: that is pointed out.
             const bool isNearly =
-                isNamed && second.sample.CountWithin(90) * 10 >= second.sample.values.size() * 9 &&
+                isNamed && second.sample.CountWithin(360) * 10 >= second.sample.values.size() * 9 &&
                 first.sample.CountWithin(360) * 10 >= first.sample.values.size() * 9;
             pair.isDegrees =
                 isNearly || (second.sample.IsWithin(90) && first.sample.IsWithin(360) &&

@@ -114,11 +114,11 @@ Mode FindMode(const std::vector<std::size_t>& counts, bool canBeShort)
         }
     }
     mode.steady = FindSteady(counts);
-    // Rule: when a fifth of the rows has more cells, one here and one there, the others are short.
+    // Rule: when a third of the rows has more cells, one here and one there, the others are short.
     const std::size_t usual = mode.fields;
     for (const auto& [fields, frequency] : frequencies) {
         if (canBeShort && usual > 1 && fields > mode.fields && fields < usual * 2 &&
-            frequency >= 5 && frequency * 5 >= counts.size() && mode.steady < 0.8) {
+            frequency >= 5 && frequency * 3 >= counts.size() && mode.steady < 0.8) {
             most = mode.fields == usual ? frequency + frequencies[usual] : frequency + most;
             mode.fields = fields;
             mode.hasShortRows = true;
@@ -1100,6 +1100,12 @@ TableHead FindTable(std::string_view text, const Candidate& candidate, const Sha
             row = first - 1;
             verdict = JudgeNames(head[row], SampleColumns(head, row + 1, table.columns));
         }
+    }
+    if (verdict.names == ENames::Unsure && request.canGuessNames) {
+        verdict.names = AreWords(head[row].cells) || IsKnownName(head[row].cells.front())
+                            ? ENames::Found
+                            : ENames::None;
+        verdict.reason += "; words are held to be names where every cell is kept as text";
     }
     table.names = verdict.names;
     table.namesVotes = verdict.forNames;

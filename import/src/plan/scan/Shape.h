@@ -87,7 +87,8 @@ struct ShapeRequest
     Dialect given;
     std::uint64_t skippedLines = 0; ///< given: lines before the table
     bool hasSkippedLines = false;
-    int names = -1; ///< given: 0 no names, 1 names; -1 not given
+    bool canGuessNames = false; ///< nothing is lost either way
+    int names = -1;             ///< given: 0 no names, 1 names; -1 not given
 };
 
 /// The mark that a line begins with, out of the list; empty for none.
