@@ -138,8 +138,9 @@ CommandRule MakeImportRule()
                 "exit status is 1.\n\n"
                 "With --option or --options the file is read by the rules of the reader alone, "
                 "which may change cells.\n\n"
-                "A layer that needs more than half of the free memory is kept on disk unless "
-                "--no-disk-cache is given; a note says so.",
+                "With --threads 1, and with reader options, the whole layer is read before it is "
+                "written. When it needs more than half of the free memory it is kept on disk "
+                "unless --no-disk-cache is given; a note says so.",
         .examples = {"orvane import stations.csv",
                      "orvane import stations.csv stations.fgb --crs EPSG:4326",
                      "orvane import survey.csv survey.fgb --disk-cache=/data/tmp",
@@ -343,6 +344,7 @@ ImportArguments MakeImportArguments(const ParsedArguments& arguments)
     request.out = arguments.Get("OUT");
     request.plan = MakePlanRequest(arguments);
     request.badRows = MakeBadRowRequest(arguments);
+    request.threads = ParseThreads(arguments);
     request.options = MakeParams(arguments);
     request.columns = {arguments.Find("--x"), arguments.Find("--y"), arguments.Find("--z")};
     request.crs = MakeCrs(arguments.Get("--crs"));

@@ -186,7 +186,11 @@ std::vector<ArgumentRule> MakeImportArguments()
                   "of 100 rows at most"),
         MakeValue("--max-bad",
                   "NUMBER|PERCENT%",
-                  "How many rows may be bad, as a number or as a share of all rows")};
+                  "How many rows may be bad, as a number or as a share of all rows"),
+        MakeValue("--threads",
+                  "1|2",
+                  "2, as without it: one thread reads while another writes, and memory does not "
+                  "grow with the file. 1: the whole layer is read, then written")};
     for (ArgumentRule& rule : rules) {
         rule.excludes = kReaderOptions;
     }
@@ -252,6 +256,15 @@ BadRowRequest MakeBadRowRequest(const ParsedArguments& arguments)
         }
     }
     return request;
+}
+
+unsigned ParseThreads(const ParsedArguments& arguments)
+{
+    const std::optional<std::string> text = arguments.Find("--threads");
+    if (text && *text != "1" && *text != "2") {
+        ThrowValue("--threads", *text, "1 or 2");
+    }
+    return text == "1" ? 1 : 2;
 }
 
 std::vector<std::string> ArgumentsOf(const Orvane::Import::PlanAnswer& answer)

@@ -6,8 +6,6 @@
 #include "LayerWriter.h"
 #include "Losses.h"
 
-#include <Orvane/BRowWalk.h>
-
 #include <cpl_conv.h>
 #include <cpl_string.h>
 #include <gdal_priv.h>
@@ -203,8 +201,8 @@ private:
         FeatureFiller filler(
             *feature, m_request.format, m_fields.fields, m_request.hasGeometry, m_hasHeights);
         Begin();
-        Orvane::VisitRows(
-            m_request.layer.GetFeatures(),
+        VisitRows(
+            m_request.pages,
             [&](const Orvane::BFeaturePage& page, std::size_t row) {
                 filler.FillPageRow(page, row);
                 WriteRow(*feature, filler.HasPoint());
@@ -233,7 +231,7 @@ private:
         if (Is("FlatGeobuf")) {
             RemoveSideFiles();
         }
-        Report(m_request.layer.GetFeatures().GetCount());
+        Report(m_rows);
     }
 
     /// Closes what the failure has left open. What goes wrong with it now is of no interest.

@@ -6,6 +6,7 @@
 
 #include <Orvane/BVectorLayer.h>
 #include <Orvane/Import/LayerCounts.h>
+#include <Orvane/Import/PageSource.h>
 #include <Orvane/Import/Target.h>
 
 #include <cstddef>
@@ -21,18 +22,21 @@ namespace Orvane::Import {
 /// What to write and where.
 struct WriteRequest
 {
-    const BVectorLayer& layer;
-    const LayerCounts& counts;
+    const BVectorLayer& layer; ///< for its name and schema
+    const LayerCounts& counts; ///< as Target::WritePages has them
+    PageSource& pages;
     const ExportFormat& format;
     /// Absolute. Its folder holds nothing else and may be used for more files; all of it is moved
     /// to the final place, or removed after a failure.
     std::filesystem::path file;
     std::string shownPath; ///< of the final place, as the caller gave it
     std::shared_ptr<OGRSpatialReference> coordSys;
-    bool hasGeometry;          ///< see TargetRequest
-    bool hasNames;             ///< see TargetRequest
-    bool isCartesian;          ///< see TargetRequest
-    const BVectorLayer* table; ///< without points, for formats with several tables; or null
+    bool hasGeometry; ///< see TargetRequest
+    bool hasNames;    ///< see TargetRequest
+    bool isCartesian; ///< see TargetRequest
+    /// Without points, for formats with several tables; or null. To be looked at after the last
+    /// page: it may come with that.
+    const BVectorLayer* const& table;
     const std::vector<std::string>* copiedNames; ///< see TargetRequest; or null
     ProgressMeter& progress;                     ///< asked every few thousand rows
 };

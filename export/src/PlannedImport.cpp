@@ -3,6 +3,8 @@
 
 #include "DiskCacheEstimate.h"
 #include "ImportPhases.h"
+#include "LayerCounter.h"
+#include "PagePipe.h"
 #include "RejectedRows.h"
 #include "ledger/Balance.h"
 #include "ledger/Questions.h"
@@ -17,6 +19,7 @@
 
 #include <algorithm>
 #include <exception>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -258,6 +261,139 @@ public:
         m_report.planSeconds = planning.GetSeconds();
         const std::unique_ptr<Target> target = OpenTarget(MakeTargetRequest());
 
+        if (Streams()) {
+            Stream(*target);
+        } else {
+            ReadThenWrite(diskCache, *target);
+        }
+        for (const Note& note : m_report.written.notes) {
+            m_phases.Tell(note);
+        }
+        m_report.plan = std::move(m_plan);
+        return std::move(m_report);
+    }
+
+private:
+    /// Rule: two threads share the work unless the caller wants one, or has asked for a disk cache.
+    [[nodiscard]] bool Streams() const
+    {
+        return m_request.threads != 1 &&
+               m_request.diskCache.mode != DiskCacheRequest::EMode::Always;
+    }
+
+    /// The pages of a pipe, counted as they pass; `onEnd` is called once, after the last of them.
+    class StreamedPages : public PageSource
+    {
+    public:
+        StreamedPages(PagePipe& pipe, std::size_t fieldCount, std::function<void()> onEnd)
+            : m_pipe(pipe)
+            , m_counter(fieldCount)
+            , m_onEnd(std::move(onEnd))
+        {}
+
+        ~StreamedPages() override = default;
+
+        bool Next(SourcePage& page) override
+        {
+            if (m_pipe.Next(page)) {
+                m_counter.Add(page);
+                return true;
+            }
+            if (const auto onEnd = std::exchange(m_onEnd, nullptr)) {
+                onEnd();
+            }
+            return false;
+        }
+
+        [[nodiscard]] LayerCounts GetCounts() { return m_counter.Finish(); }
+
+    private:
+        PagePipe& m_pipe;
+        LayerCounter m_counter;
+        std::function<void()> m_onEnd;
+    };
+
+    /// One thread reads pages while this one writes them: rows of any number pass through bounded
+    /// memory.
+    void Stream(Target& target)
+    {
+        const Stopwatch all;
+        // Pages of few rows, which stay in the processor's caches; they never reach a file.
+        BVectorLayer layer(BString(), kDiskCachePageSize);
+        layer.SetName(BString::FromUtf8(NameOfLayer(m_plan)));
+        RejectedRows rejected(m_request.badRows, m_plan.bytes.lines, std::nullopt, layer.GetName());
+        EPhase phase = EPhase::Reading;
+        std::exception_ptr thrown; // by the caller's function, while there was no page
+        CancelFlag stop;
+        Callbacks ofReader;
+        ofReader.cancel = &stop;
+        TableCounts counts;
+        PagePipe pipe(
+            [&](const PagePipe::Push& push) {
+                BFeatureCollection& features = layer.GetFeatures();
+                features.SetPageConsumer(
+                    [&](std::shared_ptr<BFeaturePage> page, std::size_t firstRow) {
+                        if (!push(std::move(page), firstRow)) {
+                            ThrowCancelled();
+                        }
+                    });
+                counts = ReadTable(m_plan, m_tableRequest, layer, rejected, ofReader);
+                features.FlushPages();
+            },
+            [&] { stop.Request(); },
+            [&] {
+                try {
+                    m_phases.Begin(phase);
+                } catch (...) {
+                    thrown = std::current_exception();
+                    throw;
+                }
+            });
+        m_phases.Begin(phase);
+        pipe.WaitForFirst();
+        phase = EPhase::Writing;
+        StreamedPages pages(pipe, layer.GetSchema().GetCount(), [&] {
+            FinishReading(layer, counts, rejected);
+            AddRejected(rejected, target);
+        });
+        try {
+            m_report.written = target.WritePages(layer, ExpectCounts(), pages, m_callbacks);
+        } catch (...) {
+            if (thrown) {
+                std::rethrow_exception(thrown);
+            }
+            throw;
+        }
+        m_report.read = pages.GetCounts();
+        m_report.readSeconds = pipe.GetMakingSeconds();
+        CommitAndCount(target);
+        m_report.writeSeconds = std::max(0.0, all.GetSeconds() - m_report.readSeconds);
+    }
+
+    /// What the plan knows of the rows before they are read.
+    [[nodiscard]] LayerCounts ExpectCounts() const
+    {
+        const TableLayout layout = LayOutTable(m_plan, m_tableRequest);
+        LayerCounts counts;
+        counts.rows = m_plan.shape.rows;
+        counts.withHeight = layout.hasZ ? 1 : 0;
+        for (const std::size_t source : layout.sources) {
+            const bool isWhole = m_tableRequest.isAllText ||
+                                 (source != TableLayout::kNoSource && HasNoNulls(source));
+            counts.nulls.push_back(isWhole ? 0 : 1);
+        }
+        return counts;
+    }
+
+    [[nodiscard]] bool HasNoNulls(std::size_t columnIndex) const
+    {
+        const PlanColumn& column = m_plan.columns[columnIndex];
+        return column.empties == 0 && column.nullWords == 0 && m_tableRequest.nullTexts.empty() &&
+               m_plan.shape.shortRows == 0;
+    }
+
+    void ReadThenWrite(const DiskCache& diskCache, Target& target)
+    {
         const Stopwatch reading;
         DiskCacheChoice cache =
             diskCache.Choose(EstimateLayer(m_plan, LayOutTable(m_plan, m_tableRequest)));
@@ -271,20 +407,18 @@ public:
                                      : std::make_unique<BVectorLayer>();
         layer->SetName(BString::FromUtf8(NameOfLayer(m_plan)));
         RejectedRows rejected(m_request.badRows, m_plan.bytes.lines, cacheName, layer->GetName());
-        Read(*layer, rejected);
+        FinishReading(*layer, ReadRows(*layer, rejected), rejected);
         m_report.readSeconds = reading.GetSeconds();
 
         const Stopwatch writing;
-        Write(*layer, rejected, *target);
+        m_phases.Begin(EPhase::Counting);
+        m_report.read = CountLayer(*layer);
+        AddRejected(rejected, target);
+        m_report.written = target.Write(*layer, m_report.read, m_callbacks);
+        CommitAndCount(target);
         m_report.writeSeconds = writing.GetSeconds();
-        for (const Note& note : m_report.written.notes) {
-            m_phases.Tell(note);
-        }
-        m_report.plan = std::move(m_plan);
-        return std::move(m_report);
     }
 
-private:
     [[nodiscard]] bool HasPoints() const
     {
         return m_tableRequest.makesPoints && !m_tableRequest.isAllText;
@@ -413,9 +547,11 @@ private:
         }
     }
 
-    void Read(BVectorLayer& layer, RejectedRows& rejected)
+    /// What the reading has found, in the report; whatever forbids to write it is a failure.
+    void FinishReading(const BVectorLayer& layer,
+                       const TableCounts& counts,
+                       const RejectedRows& rejected)
     {
-        const TableCounts counts = ReadRows(layer, rejected);
         m_report.ledger = MakeLedger(m_plan, counts);
         m_report.ledger->firstBadRows = rejected.GetFirst();
         m_report.recordsRead = m_report.ledger->lines.Sum();
@@ -456,20 +592,22 @@ private:
         throw ImportFailure(std::move(fields));
     }
 
-    void Write(BVectorLayer& layer, const RejectedRows& rejected, Target& target)
+    void AddRejected(const RejectedRows& rejected, Target& target)
+    {
+        if (!rejected.AreKept()) {
+            return;
+        }
+        Ledger& ledger = *m_report.ledger;
+        m_phases.Begin(EPhase::Writing);
+        m_side = target.AddSideFile(std::string(kRejectedEnding));
+        rejected.WriteFile(m_side->workFile, m_side->name);
+        ledger.rejectedFile = m_side->name;
+        ledger.rejectedTable = target.AddTable(rejected.GetLayer());
+    }
+
+    void CommitAndCount(Target& target)
     {
         Ledger& ledger = *m_report.ledger;
-        m_phases.Begin(EPhase::Counting);
-        m_report.read = CountLayer(layer);
-        std::optional<SideFile> side;
-        if (rejected.AreKept()) {
-            m_phases.Begin(EPhase::Writing);
-            side = target.AddSideFile(std::string(kRejectedEnding));
-            rejected.WriteFile(side->workFile, side->name);
-            ledger.rejectedFile = side->name;
-            ledger.rejectedTable = target.AddTable(rejected.GetLayer());
-        }
-        m_report.written = target.Write(layer, m_report.read, m_callbacks);
         target.Commit();
         m_phases.Begin(EPhase::Written);
         const TargetCounts counts = target.CountWritten();
@@ -477,7 +615,7 @@ private:
                      m_report.read.points,
                      counts.rows,
                      counts.points,
-                     side ? RejectedRows::CountFile(side->file, side->name) : ledger.badRows},
+                     m_side ? RejectedRows::CountFile(m_side->file, m_side->name) : ledger.badRows},
                     m_report.written,
                     ledger);
     }
@@ -488,6 +626,7 @@ private:
     const Callbacks& m_callbacks;
     Plan m_plan;
     TableRequest m_tableRequest;
+    std::optional<SideFile> m_side; ///< the file of bad rows
 };
 
 } // namespace

@@ -67,8 +67,10 @@ public:
 
     [[nodiscard]] const std::string& GetFormat() const noexcept override { return m_formatName; }
 
-    [[nodiscard]] WriteReport
-    Write(const BVectorLayer& layer, const LayerCounts& counts, const Callbacks& callbacks) override
+    [[nodiscard]] WriteReport WritePages(const BVectorLayer& layer,
+                                         const LayerCounts& counts,
+                                         PageSource& pages,
+                                         const Callbacks& callbacks) override
     {
         ProgressMeter progress(callbacks, EPhase::Writing, counts.rows);
         try {
@@ -76,6 +78,7 @@ public:
                 m_file.Begin();
                 const WriteRequest request{layer,
                                            counts,
+                                           pages,
                                            m_format,
                                            m_file.GetWorkFile(),
                                            m_name,

@@ -51,11 +51,10 @@ WriteReport MakeReport(const GeoPackage::LayerCounts& counts, const FileFields& 
     return report;
 }
 
-void WriteRows(const BFeatureCollection& features, GeoPackageWriter& writer)
+void WriteRows(PageSource& pages, GeoPackageWriter& writer)
 {
-    for (std::size_t index = 0; index < features.GetPageCount(); ++index) {
-        const std::shared_ptr<const BFeaturePage> page = features.LoadPage(index);
-        writer.WritePage(*page, &features, features.GetFirstRow(index));
+    for (SourcePage page; pages.Next(page);) {
+        writer.WritePage(*page.page, page.features, page.firstRow);
     }
 }
 
@@ -72,7 +71,8 @@ void WriteTable(const BVectorLayer& layer, GeoPackageWriter& writer)
         definition.fields.push_back({def.GetName().ToUtf8(), def.GetType()});
     }
     writer.BeginLayer(definition);
-    WriteRows(layer.GetFeatures(), writer);
+    LayerPages pages(layer.GetFeatures());
+    WriteRows(pages, writer);
     writer.EndLayer();
 }
 
@@ -111,7 +111,7 @@ WriteReport WriteGeoPackage(const WriteRequest& request)
         options.progress = ProgressBridge(request.progress);
         GeoPackageWriter writer(request.file, std::move(options));
         writer.BeginLayer(definition);
-        WriteRows(request.layer.GetFeatures(), writer);
+        WriteRows(request.pages, writer);
         const GeoPackage::LayerCounts counts = writer.EndLayer();
         if (request.table != nullptr) {
             WriteTable(*request.table, writer);

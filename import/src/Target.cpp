@@ -5,4 +5,11 @@ namespace Orvane::Import {
 
 Target::~Target() = default;
 
+WriteReport
+Target::Write(const BVectorLayer& layer, const LayerCounts& counts, const Callbacks& callbacks)
+{
+    LayerPages pages(layer.GetFeatures());
+    return WritePages(layer, counts, pages, callbacks);
+}
+
 } // namespace Orvane::Import

@@ -1408,7 +1408,7 @@ class DiskCacheTest(CliTest):
             options = os.environ.get("ASAN_OPTIONS", "") + ":quarantine_size_mb=1"
             result = self.run_orvane(
                 "import", "wide.csv", out, "--x", "0", "--y", "1", *arguments,
-                *(() if "-o" in arguments else ("--names", "yes")),
+                *(() if "-o" in arguments else ("--names", "yes", "--threads", "1")),
                 env=dict(os.environ, TMPDIR=folder, ASAN_OPTIONS=options.lstrip(":")),
                 preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_AS, (limit, limit)))
             self.assertEqual(result.status, 0, result.err)

@@ -40,10 +40,8 @@ WriteReport WriteRows(const WriteRequest& request,
             ThrowCancelled();
         }
     };
-    const BFeatureCollection& features = request.layer.GetFeatures();
-    for (std::size_t index = 0; index < features.GetPageCount(); ++index) {
-        const std::shared_ptr<const BFeaturePage> page = features.LoadPage(index);
-        rows.WritePage(*page, &features, features.GetFirstRow(index), check);
+    for (SourcePage page; request.pages.Next(page);) {
+        rows.WritePage(*page.page, page.features, page.firstRow, check);
     }
     WriteReport report;
     report.rows = rows.GetRowCount();

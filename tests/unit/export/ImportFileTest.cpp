@@ -116,7 +116,12 @@ TEST(ImportFile, CountsThePointsOfTheFileWritten)
     EXPECT_EQ(report.notes.size(), 3U);
 }
 
-TEST(ImportFile, TellsItsPhasesInOrderOnTheCallersThread)
+class PhasesOfThreads : public testing::TestWithParam<unsigned>
+{};
+
+INSTANTIATE_TEST_SUITE_P(, PhasesOfThreads, testing::Values(1U, 2U));
+
+TEST_P(PhasesOfThreads, AreToldInOrderOnTheCallersThread)
 {
     const TemporaryFolder folder;
     std::vector<EPhase> phases;
@@ -133,41 +138,51 @@ TEST(ImportFile, TellsItsPhasesInOrderOnTheCallersThread)
         mostRows = std::max(mostRows, state.rowsDone);
         return true;
     };
-    ImportFile(MakeRequest(folder, MakeRows(20000), "out.csv"), callbacks);
-    EXPECT_EQ(phases,
-              (std::vector<EPhase>{EPhase::Preparing,
-                                   EPhase::Reading,
-                                   EPhase::Counting,
-                                   EPhase::Writing,
-                                   EPhase::Written}));
+    ImportRequest request = MakeRequest(folder, MakeRows(20000), "out.csv");
+    request.threads = GetParam();
+    ImportFile(request, callbacks);
+    const std::vector<EPhase> oneByOne = {
+        EPhase::Preparing, EPhase::Reading, EPhase::Counting, EPhase::Writing, EPhase::Written};
+    const std::vector<EPhase> atOnce = {
+        EPhase::Preparing, EPhase::Reading, EPhase::Writing, EPhase::Written};
+    EXPECT_EQ(phases, GetParam() == 1 ? oneByOne : atOnce);
     EXPECT_TRUE(isOwnThread);
-    EXPECT_EQ(mostRows, 20001U);
+    // Lines are read, rows are written.
+    EXPECT_EQ(mostRows, GetParam() == 1 ? 20001U : 20000U);
 }
 
-class CancelsInPhase : public testing::TestWithParam<EPhase>
+/// A phase, and how many threads work.
+class CancelsInPhase : public testing::TestWithParam<std::pair<EPhase, unsigned>>
 {};
 
-INSTANTIATE_TEST_SUITE_P(
-    ,
-    CancelsInPhase,
-    testing::Values(EPhase::Preparing, EPhase::Reading, EPhase::Counting, EPhase::Writing));
+INSTANTIATE_TEST_SUITE_P(,
+                         CancelsInPhase,
+                         testing::Values(std::pair(EPhase::Preparing, 2U),
+                                         std::pair(EPhase::Reading, 1U),
+                                         std::pair(EPhase::Reading, 2U),
+                                         std::pair(EPhase::Counting, 1U),
+                                         std::pair(EPhase::Writing, 1U),
+                                         std::pair(EPhase::Writing, 2U)));
 
 TEST_P(CancelsInPhase, AndLeavesTheOldOutput)
 {
     for (const char* out : {"out.csv", "out.gpkg", "out.fgb"}) {
         const TemporaryFolder folder;
-        const ImportRequest request = MakeRequest(folder, MakeRows(20000), out);
+        ImportRequest request = MakeRequest(folder, MakeRows(20000), out);
+        request.threads = GetParam().second;
         static_cast<void>(folder.File(out, "old"));
         Callbacks callbacks;
         callbacks.interval = std::chrono::milliseconds(0);
-        callbacks.progress = [](const ProgressState& state) { return state.phase != GetParam(); };
+        callbacks.progress = [](const ProgressState& state) {
+            return state.phase != GetParam().first;
+        };
         try {
             ImportFile(request, callbacks);
             ADD_FAILURE() << "nothing was thrown";
         } catch (const ImportFailure& failure) {
             EXPECT_TRUE(failure.Is("cancelled"));
         }
-        EXPECT_EQ(Content(folder.Name(out)), "old");
+        EXPECT_TRUE(Content(folder.Name(out)) == "old");
         EXPECT_EQ(CountFiles(folder), 2U);
     }
 }
@@ -202,9 +217,13 @@ TEST(ImportFile, IsCancelledFromAnotherThread)
 
 TEST(ImportFile, PassesOnWhatACallbackThrows)
 {
-    for (const EPhase phase : {EPhase::Reading, EPhase::Writing}) {
+    const std::pair<EPhase, unsigned> cases[] = {
+        {EPhase::Reading, 1}, {EPhase::Writing, 1}, {EPhase::Writing, 2}};
+    for (const auto& [wanted, threads] : cases) {
+        const EPhase phase = wanted;
         const TemporaryFolder folder;
-        const ImportRequest request = MakeRequest(folder, MakeRows(20000), "out.csv");
+        ImportRequest request = MakeRequest(folder, MakeRows(20000), "out.csv");
+        request.threads = threads;
         Callbacks callbacks;
         callbacks.interval = std::chrono::milliseconds(0);
         callbacks.progress = [phase](const ProgressState& state) -> bool {

@@ -57,6 +57,10 @@ struct ImportRequest
     PlanRequest plan{};   ///< what the caller decides; `columns` and `crs` count, too
     std::optional<Plan> replay{}; ///< a plan to follow; `plan` is not used then
     BadRowRequest badRows{};
+    /// 1: the whole layer is read, then written, on the calling thread. Otherwise a thread of the
+    /// import reads while the calling one writes, and memory does not grow with the file. Without a
+    /// plan, and with a disk cache in every case, it is as with 1.
+    unsigned threads = 0;
 };
 
 /// What an import has done.
@@ -75,11 +79,13 @@ struct ImportReport
     bool stoppedAtLimit = false;   ///< reading has stopped at MAX_RECORDS
     double planSeconds = 0;        ///< wall time of the plan's scan; 0 without one
     double readSeconds = 0;        ///< wall time of opening and reading
-    double writeSeconds = 0;       ///< wall time of counting, writing and replacing
-    std::vector<Note> notes;       ///< all notes, in the order of their calls
-    std::string crs;               ///< the coordinate system of the output; empty for none
-    std::optional<Plan> plan;      ///< that was followed; none when the reader's rules were
-    std::optional<Ledger> ledger;  ///< there with the plan
+    /// Wall time of counting, writing and replacing; with two threads what reading has not taken of
+    /// the time of both.
+    double writeSeconds = 0;
+    std::vector<Note> notes;      ///< all notes, in the order of their calls
+    std::string crs;              ///< the coordinate system of the output; empty for none
+    std::optional<Plan> plan;     ///< that was followed; none when the reader's rules were
+    std::optional<Ledger> ledger; ///< there with the plan
 };
 
 /// The report as one JSON object, with ledger and plan. "ok" is false when the ledger has

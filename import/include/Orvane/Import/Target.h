@@ -4,6 +4,7 @@
 #include <Orvane/BVectorLayer.h>
 #include <Orvane/Import/Api.h>
 #include <Orvane/Import/LayerCounts.h>
+#include <Orvane/Import/PageSource.h>
 #include <Orvane/Import/Progress.h>
 
 #include <cstdint>
@@ -70,16 +71,28 @@ public:
     /// @param counts of that layer: CountLayer(layer)
     /// @param callbacks `progress` gets the phase Writing; `note` is not called
     /// @throws ImportFailure `output-write`, `too-many-columns`, `cancelled`, `cache-file`
-    [[nodiscard]] virtual WriteReport
-    Write(const BVectorLayer& layer, const LayerCounts& counts, const Callbacks& callbacks) = 0;
+    [[nodiscard]] WriteReport
+    Write(const BVectorLayer& layer, const LayerCounts& counts, const Callbacks& callbacks);
+
+    /// Writes the rows of pages, which may be made while they are written.
+    /// @param layer has name and schema; its features are not looked at
+    /// @param expected what the pages will hold: how many rows, for progress alone; whether there
+    ///     are heights; fields beyond the schema; nulls per field, at least 1 where there may be
+    ///     some
+    /// @throws as Write, and what `pages` throws
+    [[nodiscard]] virtual WriteReport WritePages(const BVectorLayer& layer,
+                                                 const LayerCounts& expected,
+                                                 PageSource& pages,
+                                                 const Callbacks& callbacks) = 0;
 
     /// Has a further file go into its place together with the output, whole or not at all.
     /// @param ending of its name, after the whole name of the output
     /// @throws ImportFailure as Write
     [[nodiscard]] virtual SideFile AddSideFile(const std::string& ending) = 0;
 
-    /// Has Write write a layer without points as a further table, where the format holds several.
-    /// @param table must stay as it is until Write has returned
+    /// Has a layer without points written as a further table, where the format holds several.
+    /// Before Write, or before WritePages has got the end of the pages.
+    /// @param table must stay as it is until Write or WritePages has returned
     /// @return the table's name in the output; empty when the format has no tables
     virtual std::string AddTable(const BVectorLayer& table) = 0;
 
