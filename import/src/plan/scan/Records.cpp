@@ -14,6 +14,9 @@ namespace {
 /// Lines that belong together are looked for so far.
 constexpr std::size_t kMostJoined = 4096;
 
+/// How much may be compared for each byte of rows that are looked at again.
+constexpr std::uint64_t kBudgetPerByte = 64;
+
 bool IsBlank(char unit) noexcept
 {
     return unit == ' ' || unit == '\t';
@@ -355,7 +358,7 @@ void RecordCutter::Repair(std::string_view text, std::size_t expected, Record& r
         return;
     }
     const std::string_view line = LineAt(text, record.begin);
-    m_budget += line.size() * 256;
+    m_budget += line.size() * kBudgetPerByte;
     const std::size_t end = record.begin + line.size();
     // A `\r` inside the line is another matter.
     const bool isLine = AfterLine(text, end) >= record.next;
@@ -407,7 +410,7 @@ bool RecordCutter::ReadFirstLine(std::string_view text, std::size_t expected, Re
     const std::size_t end = record.begin + line.size();
     const std::size_t after = AfterLine(text, end);
     const std::string_view next = LineAt(text, after);
-    m_budget += (line.size() + next.size()) * 256;
+    m_budget += (line.size() + next.size()) * kBudgetPerByte;
     const auto canBeRow = [&](std::string_view row) {
         return static_cast<std::size_t>(std::count(row.begin(), row.end(), m_dialect.separator)) +
                    1 >=
@@ -485,7 +488,7 @@ RecordCutter::JoinLines(std::string_view text, bool isWhole, std::size_t expecte
         text.substr(0, std::min(text.size(), record.begin + kMostJoined));
     const bool isCut = piece.size() < text.size();
     m_compared += piece.size() - record.begin;
-    m_budget += (record.next - record.begin) * 256;
+    m_budget += (record.next - record.begin) * kBudgetPerByte;
     const bool isComplete = CutFields(piece, record.begin, isWhole && !isCut, joined);
     m_keepsFeeds = false;
     if (!isComplete) {

@@ -277,6 +277,14 @@ std::size_t CountFits(std::string_view text,
     return fits;
 }
 
+bool DoColumnsTell(const std::vector<CellForm>& forms)
+{
+    constexpr std::ptrdiff_t kFewest = 2;
+    return std::count_if(forms.begin(), forms.end(), [](const CellForm& form) {
+               return form.IsTelling();
+           }) >= kFewest;
+}
+
 } // namespace
 
 bool ReadQuotes(std::string_view line,
@@ -325,13 +333,7 @@ bool DoCellsFit(std::string_view text,
                 const std::vector<CellForm>& forms,
                 std::size_t mostMisfits)
 {
-    constexpr std::size_t kFewestTelling = 2;
-    if (fields.size() != forms.size()) {
-        return false;
-    }
-    const auto telling = std::count_if(
-        forms.begin(), forms.end(), [](const CellForm& form) { return form.IsTelling(); });
-    return static_cast<std::size_t>(telling) >= kFewestTelling &&
+    return fields.size() == forms.size() && DoColumnsTell(forms) &&
            CountFits(text, fields, forms) + mostMisfits >= fields.size();
 }
 
@@ -341,42 +343,45 @@ bool DropEmptyCells(std::string_view text,
                     std::vector<Field>& fields)
 {
     constexpr std::size_t kMostSurplus = 4;
-    constexpr std::size_t kMostFields = 512;
-    if (forms.size() != count || fields.size() <= count || count > kMostFields ||
-        fields.size() - count > kMostSurplus) {
+    if (forms.size() != count || fields.size() <= count || fields.size() - count > kMostSurplus ||
+        !DoColumnsTell(forms)) {
         return false;
     }
     const std::size_t surplus = fields.size() - count;
-    std::vector<Field> found;
-    for (std::size_t at = 0; at <= count; ++at) {
-        const auto begin = fields.begin() + static_cast<std::ptrdiff_t>(at);
-        const auto end = begin + static_cast<std::ptrdiff_t>(surplus);
-        const bool isEmpty = std::all_of(
-            begin, end, [](const Field& field) { return field.size == 0 && !field.isQuoted; });
-        if (!isEmpty) {
+    // Cells before `front` fit where they stand, cells from `back` on where the surplus is gone.
+    std::size_t front = 0;
+    while (front < count && forms[front].Fits(fields[front].In(text))) {
+        ++front;
+    }
+    std::size_t back = count;
+    while (back > 0 && forms[back - 1].Fits(fields[back - 1 + surplus].In(text))) {
+        --back;
+    }
+    const auto isEmpty = [&](std::size_t index) {
+        return fields[index].size == 0 && !fields[index].isQuoted;
+    };
+    std::size_t found = fields.size();
+    std::size_t empties = 0; ///< in a row up to `at`, the surplus cells after it included
+    for (std::size_t index = 0; index < fields.size(); ++index) {
+        empties = isEmpty(index) ? empties + 1 : 0;
+        if (index + 1 < surplus || empties < surplus) {
             continue;
         }
-        std::vector<Field> rest(fields.begin(), begin);
-        rest.insert(rest.end(), end, fields.end());
-        if (!DoCellsFit(text, rest, forms)) {
+        const std::size_t at = index + 1 - surplus;
+        if (at < back || at > front) {
             continue;
         }
         // Neighbours that are all empty give the same row.
-        const bool isOther = !found.empty() && !std::equal(found.begin(),
-                                                           found.end(),
-                                                           rest.begin(),
-                                                           [&](const auto& a, const auto& b) {
-                                                               return a.In(text) == b.In(text);
-                                                           });
-        if (isOther) {
+        if (found < fields.size() && at - found > empties - surplus) {
             return false;
         }
-        found = std::move(rest);
+        found = std::min(found, at);
     }
-    if (found.empty()) {
+    if (found == fields.size()) {
         return false;
     }
-    fields = std::move(found);
+    const auto begin = fields.begin() + static_cast<std::ptrdiff_t>(found);
+    fields.erase(begin, begin + static_cast<std::ptrdiff_t>(surplus));
     return true;
 }
 
