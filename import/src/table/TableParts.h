@@ -143,34 +143,23 @@ private:
     std::unique_ptr<Scan::TextSource> m_source;
     Scan::RecordCutter m_cutter;
     CellDecoder m_decoder;
-    bool m_wantsRuns;
     std::vector<char> m_buffer;
     std::size_t m_size = 0; ///< bytes of the buffer that are filled
     std::size_t m_at = 0;   ///< where the next part begins
     std::uint64_t m_byte = 0;
     std::uint64_t m_line = 1;
-    bool m_isAtEnd = false;
-    bool m_mayIndex = false; ///< the piece has not been indexed yet
-
-    bool m_isPlanned = true;      ///< otherwise the file is another one: no places hold
-    bool m_isHeadPlanned = false; ///< the first row begins where the plan says
     std::uint64_t m_headEnd = 0;
-    bool m_isInHead = true;
+    std::size_t m_nextPiece = 0; ///< of the plan's lines, for footers and further tables
     std::size_t m_nextOrder = 0;
     std::vector<std::size_t> m_fieldOfColumn;
-    bool m_isReordered = false;
     std::vector<std::string_view> m_ordered;
-    std::size_t m_nextPiece = 0; ///< of the plan's lines, for footers and further tables
 
     // The index of a piece: entry 0 is the position before the next row.
     decltype(AsciiReader::Kernels::Set::index) m_index = AsciiReader::Kernels::Best().index;
     std::vector<std::uint32_t> m_positions;
     std::size_t m_positionCount = 0; ///< after entry 0
     std::size_t m_nextPosition = 0;
-    bool m_isRegular = false; ///< all lines of the index have the table's count
-    bool m_hasBreaks = false; ///< some rows have line breaks inside
-    std::size_t m_keyColumn = 0;
-    bool m_comparesNames = false; ///< runs hold no names; otherwise ReadRow finds them
+    std::size_t m_keyColumn = 0; ///< whose cells tell rows from the names again
     RowRun m_run;
 
     Scan::Record m_cut;
@@ -178,6 +167,17 @@ private:
     std::vector<std::pair<std::size_t, std::size_t>> m_cellSpans;
     std::string m_rawText;
     TableLines m_lines;
+
+    bool m_wantsRuns;
+    bool m_isAtEnd = false;
+    bool m_mayIndex = false;      ///< the piece has not been indexed yet
+    bool m_isPlanned = true;      ///< otherwise the file is another one: no places hold
+    bool m_isHeadPlanned = false; ///< the first row begins where the plan says
+    bool m_isInHead = true;
+    bool m_isReordered = false;
+    bool m_isRegular = false;     ///< all lines of the index have the table's count
+    bool m_hasBreaks = false;     ///< some rows have line breaks inside
+    bool m_comparesNames = false; ///< runs hold no names; otherwise ReadRow finds them
 };
 
 } // namespace Orvane::Import::Table
