@@ -398,10 +398,13 @@ void RowLint::LookAtRow(const TableRecord& record, const TableWalk& walk)
 void RowLint::LookAtRepair(const TableRecord& record)
 {
     const Scan::ERepair repair = m_places->RepairOf(record);
-    if (repair == Scan::ERepair::None) {
-        AddStrayQuote(record, m_plan.shape.quotes.value.character);
+    const char quote = m_plan.shape.quotes.value.character;
+    if (repair == Scan::ERepair::None && record.raw.find(quote) != std::string_view::npos) {
+        AddStrayQuote(record, quote);
         return;
     }
+    // A line end of another kind is no part of the record that it ends, so that the record alone
+    // shows no repair.
     const ELint lint = repair == Scan::ERepair::Quotes       ? ELint::RepairedQuote
                        : repair == Scan::ERepair::Separator  ? ELint::RepairedSeparator
                        : repair == Scan::ERepair::EmptyCells ? ELint::RepairedShift
