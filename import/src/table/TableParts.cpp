@@ -115,8 +115,8 @@ TableParts::TableParts(const TableRules& rules, bool wantsRuns)
     , m_source(OpenText(rules.plan))
     , m_cutter(CutterOf(rules.plan))
     , m_decoder(TextEncodingOf(rules.plan), rules.plan.path)
-    , m_wantsRuns(wantsRuns)
     , m_buffer(kPiece + kSpace)
+    , m_wantsRuns(wantsRuns)
 {
     m_isPlanned = m_source->Facts().size == rules.plan.bytes.size;
     static_cast<void>(FindPiece(0));
@@ -692,7 +692,7 @@ void TableParts::MakeRecord(const Scan::Record& cut, TableRecord& record)
         record.why = EBadRow::Encoding;
     }
     if (record.why == EBadRow::Encoding) {
-        const auto isBroken = [this](std::string_view cell) {
+        const auto isBroken = [](std::string_view cell) {
             return cell.find(kReplacement) != std::string_view::npos;
         };
         const auto cell = std::find_if(record.cells.begin(), record.cells.end(), isBroken);
@@ -741,10 +741,11 @@ void TableParts::MakeCells(const Scan::Record& cut, bool isPlain, TableRecord& r
         record.cells.emplace_back();
     }
     std::size_t end = m_cellText.size();
-    for (auto span = m_cellSpans.rbegin(); span != m_cellSpans.rend(); ++span) {
-        record.cells[span->first] =
-            std::string_view(m_cellText).substr(span->second, end - span->second);
-        end = span->second;
+    while (!m_cellSpans.empty()) {
+        const auto [index, begin] = m_cellSpans.back();
+        record.cells[index] = std::string_view(m_cellText).substr(begin, end - begin);
+        end = begin;
+        m_cellSpans.pop_back();
     }
 }
 

@@ -184,9 +184,9 @@ private:
         }
         std::string text;
         const int size = Number(1, 30);
-        const std::string special = Chance(50) ? m_lineEnd : std::string(1, m_separator);
         for (int unit = 0; unit < size; ++unit) {
-            text += Chance(8) ? Pick({" ", "\"", special}) : Pick(m_letters);
+            text += Chance(8) ? Pick({" ", "\"", m_lineEnd, std::string(1, m_separator)})
+                              : Pick(m_letters);
         }
         // A letter tells it from numbers, words and blanks at its ends from nothing.
         text = "w" + text + "w";
@@ -195,8 +195,8 @@ private:
 
     std::string Quoted(const std::string& text)
     {
-        const bool isNeeded =
-            text.find(m_separator) != text.npos || text.find_first_of("\"\r\n") != text.npos;
+        const bool isNeeded = text.find(m_separator) != std::string::npos ||
+                              text.find_first_of("\"\r\n") != std::string::npos;
         if (!isNeeded && !Chance(20)) {
             return text;
         }
