@@ -636,10 +636,12 @@ def positions():
     for i in range(30):
         nasty.row(",".join([cells(i)[0], *cells(i)[2:]]), [i + 1, *values(i)[2:]])
     yield nasty
-    # Pointed out, never repaired: X and Y are what their names say.
-    nasty = Nasty("swapped axes: latitudes beyond 90", ["id", "lat", "lon"], xy=(2, 1)).line("id,lat,lon")
+    # Pointed out, never repaired: no row has a point.
+    nasty = Nasty("swapped axes: latitudes beyond 90", ["id", "lat", "lon"], xy=(2, 1), outcomes=(ASK,))
+    nasty.line("id,lat,lon")
     for i in range(30):
         nasty.row(f"{i + 1},{100 + i}.25,{40 + i % 9}.5", [i + 1, Decimal(f"{100 + i}.25"), Decimal(f"{40 + i % 9}.5")])
+    nasty.says = ("--x",)
     yield nasty
     nasty = table("points at (0, 0)", 30)
     nasty.row("31,Null,0,0", [31, "Null", Decimal(0), Decimal(0)])

@@ -83,8 +83,7 @@ def summary(verdicts):
         differ = sum(v.comparison.changed_cells + v.comparison.lost_rows for v in some)
         faults = sum(bool(v.faults) for v in some)
         gdal_texts = sum(isinstance(v.gdal, str) for v in some)
-        gdal_differ = sum(isinstance(v.gdal, audit.Comparison) and bool(v.gdal.changed_cells or v.gdal.lost_rows)
-                          for v in some)
+        gdal_differ = sum(gdal_words(v) not in ("", "same", "not read") for v in some)
         lines.append(
             f"| {titles[group]} | {len(some)} | {sum(v.comparison.rows for v in some):,} | "
             f"{sum(v.comparison.cells for v in some):,} | {differ:,} in {faults} files | "
