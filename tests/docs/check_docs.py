@@ -370,6 +370,23 @@ class Lint(unittest.TestCase):
         self.assertEqual(list(self.lint(b"x,y\n1.5,2.5\n")), documented)
 
 
+class Reports(unittest.TestCase):
+    def test_the_keys_of_an_import_are_documented(self):
+        documented = [key for heading, cells in table_rows(DOCS / "importing.md") if heading[0] == "Key"
+                      for key in codes(cells[0])]
+        with tempfile.TemporaryDirectory() as folder:
+            out = str(pathlib.Path(folder) / "out.gpkg")
+            done = run("import", str(SOURCE / "examples/data/earthquakes.csv"), out, "--json")
+        self.assertEqual(sorted(json.loads(done.stdout)), sorted(documented))
+
+    def test_the_arguments_of_decisions_are_those_of_the_command(self):
+        shown = run("import", "--help").stdout.decode("utf-8")
+        text = (DOCS / "importing.md").read_text(encoding="utf-8")
+        for name in set(re.findall(r"--[a-z]+(?:-[a-z]+)*", text)):
+            with self.subTest(name=name):
+                self.assertIn(name, shown)
+
+
 class Samples(unittest.TestCase):
     """The code of a page stands, line by line, in a source that is compiled and run."""
 
@@ -392,12 +409,14 @@ class Samples(unittest.TestCase):
 
 
 class Tour(unittest.TestCase):
-    """The console blocks of the README, typed as printed by somebody whose PATH has the program."""
+    """The console blocks of the README and of docs/importing.md, typed as printed by somebody whose PATH has the program."""
 
     def tours(self):
-        text = (SOURCE / "README.md").read_text(encoding="utf-8")
-        tours = re.findall(r"```console\n(.*?)```", text, re.DOTALL)
-        self.assertTrue(tours)
+        tours = []
+        for page in (SOURCE / "README.md", DOCS / "importing.md"):
+            found = re.findall(r"```console\n(.*?)```", page.read_text(encoding="utf-8"), re.DOTALL)
+            self.assertTrue(found, page)
+            tours += found
         return tours
 
     def session(self, tour, home, path):
