@@ -120,7 +120,7 @@ void RunInput(std::string_view bytes)
 
 std::string MakeInput(Dice& dice)
 {
-    const std::string separator = dice.Pick<std::string>({",", ";", "\t", "|", " ", ", "});
+    const auto separator = dice.Pick<std::string>({",", ";", "\t", "|", " ", ", "});
     std::string bytes = dice.Bytes(1);
     if (dice.Chance(20)) {
         bytes +=
@@ -129,7 +129,7 @@ std::string MakeInput(Dice& dice)
     const int tables = dice.Chance(15) ? 2 : 1;
     for (int table = 0; table < tables; ++table) {
         const auto fields = static_cast<std::size_t>(dice.Between(1, 8));
-        std::string end = dice.Pick<std::string>({"\n", "\r\n", "\r"});
+        const auto end = dice.Pick<std::string>({"\n", "\r\n", "\r"});
         const int rows = dice.Between(0, 40);
         if (dice.Chance(70)) {
             for (std::size_t field = 0; field < fields; ++field) {

@@ -229,7 +229,7 @@ private:
                 : survey.returns != 0 &&
                       static_cast<std::size_t>(std::count(text + from, text + to, '\r')) != returns;
         return clean == survey.quotes && !hasBreaks &&
-               ends + (to == m_size && text[to - 1] != lineEnd) == lines;
+               ends + (to == m_size && text[to - 1] != lineEnd ? 1U : 0U) == lines;
     }
 
     /// Adds the records of an index; the last position is a line's end.

@@ -450,7 +450,7 @@ bool RecordCutter::ReadOtherSeparator(std::string_view text,
     const std::string_view line = LineAt(text, record.begin);
     std::vector<Field> found;
     for (const char separator : {',', ';', '\t', '|', ' '}) {
-        if (separator == m_dialect.separator || line.find(separator) == line.npos) {
+        if (separator == m_dialect.separator || line.find(separator) == std::string_view::npos) {
             continue;
         }
         Dialect dialect = m_dialect;

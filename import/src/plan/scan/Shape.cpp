@@ -1028,6 +1028,62 @@ void LookAtRows(const std::vector<HeadRecord>& head, std::size_t from, TableHead
     }
 }
 
+/// A line before the table with other counts may hold the names: the last comment, or a line that
+/// is one cell short or long.
+/// @param row the first row
+void UseLineBefore(const std::vector<HeadRecord>& head,
+                   std::size_t first,
+                   std::size_t row,
+                   const Candidate& candidate,
+                   TableHead& table)
+{
+    HeadLine& last = table.lines.back();
+    const HeadRecord& record = head[first - 1];
+    if (last.kind == ELineKind::Comment) {
+        const std::string stripped(StripComment(record.text));
+        RecordCutter cutter(candidate.dialect);
+        Record cut;
+        if (!stripped.empty() && cutter.Cut(stripped, 0, true, 0, cut) &&
+            cut.fields.size() == table.columns && table.columns > 1) {
+            HeadRecord named;
+            for (const Field& field : cut.fields) {
+                named.cells.emplace_back(field.In(stripped));
+                named.isQuoted.push_back(field.isQuoted);
+            }
+            const NamesVerdict other = JudgeNames(named, SampleColumns(head, row, table.columns));
+            if (other.names == ENames::Found) {
+                last.kind = ELineKind::Names;
+                table.names = ENames::Found;
+                table.namesFields = cut.fields.size();
+                table.namesVotes = other.forNames;
+                table.namesReason = "a last comment line with a name for each column";
+                JoinNames(named, false, table.columnNames);
+            }
+        }
+    } else if (last.kind == ELineKind::Preamble && table.columns > 2 &&
+               (record.cells.size() + 1 == table.columns ||
+                record.cells.size() == table.columns + 1)) {
+        const std::vector<SampleColumn> all = SampleColumns(head, row, table.columns);
+        const NamesVerdict other = JudgeNames(record, all);
+        if (other.names == ENames::Found && other.forData == 0) {
+            last.kind = ELineKind::Names;
+            table.names = ENames::Found;
+            table.namesFields = record.cells.size();
+            table.namesVotes = other.forNames;
+            table.namesReason = record.cells.size() < table.columns
+                                    ? "a line of names that is one cell short"
+                                    : "a line of names that is one cell long";
+            JoinNames(record, false, table.columnNames);
+            table.namesCells.push_back(TrimCells(record));
+            if (record.cells.size() < table.columns && AreRowNames(head, row, table.columns)) {
+                table.columnNames.pop_back();
+                table.columnNames.insert(table.columnNames.begin(), std::string());
+                table.namesReason = "a line of names without one for the names of rows";
+            }
+        }
+    }
+}
+
 } // namespace
 
 std::string_view FindMark(std::string_view line, const std::vector<std::string>& marks) noexcept
@@ -1111,55 +1167,8 @@ TableHead FindTable(std::string_view text, const Candidate& candidate, const Sha
     table.namesVotes = verdict.forNames;
     table.dataVotes = verdict.forData;
     table.namesReason = verdict.reason;
-    // A line before the table with other counts may hold the names: the last comment, or a line
-    // that is one cell short or long.
     if (verdict.names == ENames::None && request.names < 0 && first > 0) {
-        HeadLine& last = table.lines.back();
-        const HeadRecord& record = head[first - 1];
-        if (last.kind == ELineKind::Comment) {
-            const std::string stripped(StripComment(record.text));
-            RecordCutter cutter(candidate.dialect);
-            Record cut;
-            if (!stripped.empty() && cutter.Cut(stripped, 0, true, 0, cut) &&
-                cut.fields.size() == table.columns && table.columns > 1) {
-                HeadRecord named;
-                for (const Field& field : cut.fields) {
-                    named.cells.emplace_back(field.In(stripped));
-                    named.isQuoted.push_back(field.isQuoted);
-                }
-                const NamesVerdict other =
-                    JudgeNames(named, SampleColumns(head, row, table.columns));
-                if (other.names == ENames::Found) {
-                    last.kind = ELineKind::Names;
-                    table.names = ENames::Found;
-                    table.namesFields = cut.fields.size();
-                    table.namesVotes = other.forNames;
-                    table.namesReason = "a last comment line with a name for each column";
-                    JoinNames(named, false, table.columnNames);
-                }
-            }
-        } else if (last.kind == ELineKind::Preamble && table.columns > 2 &&
-                   (record.cells.size() + 1 == table.columns ||
-                    record.cells.size() == table.columns + 1)) {
-            const std::vector<SampleColumn> all = SampleColumns(head, row, table.columns);
-            const NamesVerdict other = JudgeNames(record, all);
-            if (other.names == ENames::Found && other.forData == 0) {
-                last.kind = ELineKind::Names;
-                table.names = ENames::Found;
-                table.namesFields = record.cells.size();
-                table.namesVotes = other.forNames;
-                table.namesReason = record.cells.size() < table.columns
-                                        ? "a line of names that is one cell short"
-                                        : "a line of names that is one cell long";
-                JoinNames(record, false, table.columnNames);
-                table.namesCells.push_back(TrimCells(record));
-                if (record.cells.size() < table.columns && AreRowNames(head, row, table.columns)) {
-                    table.columnNames.pop_back();
-                    table.columnNames.insert(table.columnNames.begin(), std::string());
-                    table.namesReason = "a line of names without one for the names of rows";
-                }
-            }
-        }
+        UseLineBefore(head, first, row, candidate, table);
     } else if (verdict.names == ENames::Found) {
         table.namesFields = head[row].cells.size();
         addLine(head[row], ELineKind::Names);
