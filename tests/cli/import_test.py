@@ -103,6 +103,10 @@ class TrueImportTest(ByPlanTest):
 
     def test_decisions_are_overridden_by_name_or_index(self):
         self.write("a.csv", "lat,lon,code,n\n1.5,2.5,1,7\n3.5,4.5,2,8\n")
+        self.succeed("import", "a.csv", "--type", "code=text", "--type", "3=double")
+        self.assertEqual(self.rows("a.gpkg")[0][1], ["1", 7.0])
+        fields = self.dump("a.gpkg")["fields"]
+        self.assertEqual([field[1] for field in fields], ["String", "Real"])
         self.succeed("import", "a.csv", "--x", "lat", "--y", "lon")
         self.assertEqual(self.rows("a.gpkg")[0][0], [1.5, 2.5])
         self.succeed("import", "a.csv", "--names", "no", "--no-points", "--all-text", "b.csv")
@@ -350,6 +354,12 @@ class ReplayTest(ByPlanTest):
         self.succeed("import", "harsh.csv", "two.gpkg", "--plan", "plan.json")
         one, two = self.dump("one.gpkg"), self.dump("two.gpkg")
         self.assertEqual(one, two)
+
+    def test_what_was_given_to_the_plan_is_followed(self):
+        self.write("a.csv", "lat,lon,code\n1.5,2.5,1\n3.5,4.5,2\n")
+        self.save("a.csv", "--type", "code=text", "--null", "2")
+        self.succeed("import", "a.csv", "--plan", "plan.json")
+        self.assertEqual([values for _, values in self.rows("a.gpkg")], [["1"], [None]])
 
     def test_a_file_that_no_longer_fits_is_told_by_line(self):
         self.write("a.csv", "lat,lon,n\n" + "1.5,2.5,1\n" * 300)
