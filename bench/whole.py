@@ -1,0 +1,204 @@
+#!/usr/bin/env python3
+"""Whole imports against `ogr2ogr`: from a file to a closed, complete output.
+
+    bench/whole.py [--sets A,B,C] [--formats gpkg,fgb,geojsonl,geojson,csv] [--rounds 3] [--rows N]
+
+In each round every program runs once per set and format, in turn, as a process of its own; wall
+seconds, CPU seconds (all threads, user and system) and peak memory are those of the process. The
+ratios are formed within rounds; their median is reported, and the least and the most beside it. The
+rows of both outputs must be equal, as GDAL counts them, or the comparison fails.
+
+With --read the reading alone is compared instead: the scan (`orvane plan`), the bare reader in
+memory, and the read side of an import (plan and reading, without writing).
+"""
+
+import argparse
+import json
+import os
+import pathlib
+import shutil
+import statistics
+import subprocess
+import sys
+import tempfile
+import time
+
+ROOT = pathlib.Path(__file__).resolve().parent.parent
+AXES = {"A": ("x", "y", "z"), "B": ("x", "y", None), "C": ("c0", "c1", None)}
+FORMATS = {
+    "gpkg": "GPKG",
+    "fgb": "FlatGeobuf",
+    "geojsonl": "GeoJSONSeq",
+    "geojson": "GeoJSON",
+    "csv": "CSV",
+}
+
+
+class Run:
+    """One process: its seconds and its memory."""
+
+    def __init__(self, command):
+        with tempfile.TemporaryFile() as output:
+            begin = time.perf_counter()
+            process = subprocess.Popen(command, stdout=output, stderr=subprocess.STDOUT)
+            _, status, usage = os.wait4(process.pid, 0)
+            self.wall = time.perf_counter() - begin
+            process.returncode = os.waitstatus_to_exitcode(status)
+            output.seek(0)
+            self.text = output.read().decode(errors="replace")
+        if process.returncode != 0:
+            sys.exit(f"{' '.join(map(str, command))}\n{self.text}")
+        self.cpu = usage.ru_utime + usage.ru_stime
+        self.peak = usage.ru_maxrss / 1024
+
+
+def parse_arguments():
+    parser = argparse.ArgumentParser(
+        description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter
+    )
+    parser.add_argument("--sets", default="A,B,C")
+    parser.add_argument("--formats", default=",".join(FORMATS))
+    parser.add_argument("--rounds", type=int, default=3)
+    parser.add_argument("--rows", type=int, help="of each generated file, less than the usual number")
+    parser.add_argument("--read", action="store_true", help="compare the reading alone")
+    parser.add_argument("--build", type=pathlib.Path, default=ROOT / "build/release")
+    parser.add_argument("--data", type=pathlib.Path, default=ROOT / "build/bench-data")
+    return parser.parse_args()
+
+
+def make_file(arguments, name):
+    arguments.data.mkdir(parents=True, exist_ok=True)
+    path = arguments.data / (name + (f"-{arguments.rows}" if arguments.rows else "") + ".csv")
+    if not path.exists():
+        command = [arguments.build / "bin/orvane_generate", name, path.with_suffix(".part")]
+        if arguments.rows:
+            command += ["--rows", str(arguments.rows)]
+        subprocess.run(command, check=True, stdout=subprocess.DEVNULL)
+        path.with_suffix(".part").rename(path)
+    path.read_bytes()  # into the page cache
+    return path
+
+
+def commands_for(arguments, name, path, extension, folder):
+    x, y, z = AXES[name]
+    axes = [("x", x), ("y", y)] + ([("z", z)] if z else [])
+    ours = [arguments.build / "bin/orvane", "import", path, folder / f"ours.{extension}"]
+    gdal = ["ogr2ogr", "-f", FORMATS[extension], folder / f"gdal.{extension}", path]
+    gdal += ["-oo", "AUTODETECT_TYPE=YES", "-oo", "KEEP_GEOM_COLUMNS=NO"]
+    for axis, column in axes:
+        ours += [f"--{axis}", column]
+        gdal += ["-oo", f"{axis.upper()}_POSSIBLE_NAMES={column}"]
+    if extension == "csv":
+        gdal += ["-lco", "GEOMETRY=AS_XYZ" if z else "GEOMETRY=AS_XY"]
+    elif extension == "geojson":
+        # Rule of the format: degrees; the sets' coordinates are within them.
+        ours += ["--crs", "EPSG:4326"]
+        gdal += ["-a_srs", "EPSG:4326"]
+    return {"orvane": ours, "ogr2ogr": gdal}
+
+
+def count_rows(path):
+    text = subprocess.run(
+        ["ogrinfo", "-ro", "-q", "-json", "-so", "-al", path], capture_output=True, check=False
+    ).stdout
+    if text.strip():
+        try:
+            return json.loads(text)["layers"][0]["featureCount"]
+        except (ValueError, KeyError):
+            pass
+    text = subprocess.run(["ogrinfo", "-ro", "-so", "-al", path], capture_output=True, check=True)
+    for line in text.stdout.decode(errors="replace").splitlines():
+        if line.startswith("Feature Count:"):
+            return int(line.split(":")[1])
+    sys.exit(f"{path}: no rows are counted")
+
+
+def spread(values):
+    return f"{statistics.median(values):.2f} ({min(values):.2f} to {max(values):.2f})"
+
+
+def compare_targets(arguments):
+    print("| set | format | program | wall s | CPU s | peak MiB | wall over ours | CPU over ours |")
+    print("|---|---|---|---:|---:|---:|---:|---:|")
+    for name in arguments.sets.split(","):
+        path = make_file(arguments, name)
+        for extension in arguments.formats.split(","):
+            runs = {"orvane": [], "ogr2ogr": []}
+            for number in range(arguments.rounds):
+                folder = pathlib.Path(tempfile.mkdtemp(dir=arguments.data))
+                try:
+                    commands = commands_for(arguments, name, path, extension, folder)
+                    for program, command in commands.items():
+                        runs[program].append(Run(command))
+                    if number == 0:
+                        rows = [count_rows(folder / f"{who}.{extension}") for who in ("ours", "gdal")]
+                        if rows[0] != rows[1]:
+                            sys.exit(f"{name} to .{extension}: {rows[0]} rows, ogr2ogr {rows[1]}")
+                finally:
+                    shutil.rmtree(folder)
+            for program, results in runs.items():
+                ratios = "| | |"
+                if program == "ogr2ogr":
+                    pairs = list(zip(results, runs["orvane"]))
+                    ratios = (
+                        f"| {spread([a.wall / b.wall for a, b in pairs])} "
+                        f"| {spread([a.cpu / b.cpu for a, b in pairs])} |"
+                    )
+                print(
+                    f"| {name} | .{extension} | {program} "
+                    f"| {statistics.median(run.wall for run in results):.2f} "
+                    f"| {statistics.median(run.cpu for run in results):.2f} "
+                    f"| {max(run.peak for run in results):.0f} {ratios}",
+                    flush=True,
+                )
+
+
+def value_of(text, key):
+    for line in text.splitlines():
+        if line.startswith(key + " "):
+            return float(line.split()[1])
+    sys.exit(f"no {key} in\n{text}")
+
+
+def compare_reading(arguments):
+    module = arguments.build / "bin/AsciiReader.so"
+    print("| set | bare read s | plan s | plan MB/s | read side of an import s | over the bare read |")
+    print("|---|---:|---:|---:|---:|---:|")
+    for name in arguments.sets.split(","):
+        path = make_file(arguments, name)
+        x, y, z = AXES[name]
+        header = path.open("rb").readline().decode().strip().replace('"', "").split(",")
+        options = [f"{axis}_COLUMN={header.index(c)}" for axis, c in zip("XYZ", (x, y, z)) if c]
+        options += ["FIRST_LINE_COLUMN_NAMES=true"] + (["CODEC=UTF-8"] if name == "B" else [])
+        bare, plan, side = [], [], []
+        for _ in range(arguments.rounds):
+            text = Run([arguments.build / "bin/orvane_bench_import", module, path, *options]).text
+            bare.append(value_of(text, "open_wall_s") + value_of(text, "read_wall_s"))
+            with tempfile.TemporaryDirectory(dir=arguments.data) as folder:
+                out = pathlib.Path(folder) / "out.csv"
+                command = [arguments.build / "bin/orvane", "import", path, out, "--json"]
+                for axis, column in zip("xyz", (x, y, z)):
+                    command += [f"--{axis}", column] if column else []
+                report = json.loads(Run(command).text)
+            plan.append(report["seconds"]["plan"])
+            side.append(report["seconds"]["plan"] + report["seconds"]["read"])
+        ratios = [a / b for a, b in zip(side, bare)]
+        size = path.stat().st_size / 1e6
+        print(
+            f"| {name} | {statistics.median(bare):.3f} | {statistics.median(plan):.3f} "
+            f"| {size / statistics.median(plan):.0f} | {statistics.median(side):.3f} "
+            f"| {spread(ratios)} |",
+            flush=True,
+        )
+
+
+def main():
+    arguments = parse_arguments()
+    if arguments.read:
+        compare_reading(arguments)
+    else:
+        compare_targets(arguments)
+
+
+if __name__ == "__main__":
+    main()
