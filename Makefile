@@ -6,7 +6,7 @@ BENCH ?=
 SECONDS ?= 60
 SOAK ?=
 
-.PHONY: help deps build import install uninstall test asan lint fuzz soak truth bench bench-instructions bench-programs format clean
+.PHONY: help deps test-deps build import install uninstall test asan lint fuzz soak truth bench bench-instructions bench-programs format clean
 
 help:
 	@echo 'make import [FILE=in.csv] [OUT=out.gpkg]   install what is missing, build, import a file'
@@ -24,6 +24,9 @@ help:
 deps:
 	@scripts/install-deps
 
+test-deps:
+	@scripts/install-deps test
+
 build: deps
 	@cmake --preset release $(if $(VERBOSE),,--log-level=WARNING)
 	@cmake --build --preset release --target orvane AsciiReader
@@ -37,12 +40,12 @@ install: build
 uninstall:
 	@scripts/install --uninstall $(if $(PREFIX),'$(PREFIX)')
 
-test: deps
+test: test-deps
 	@cmake --preset release
 	@cmake --build --preset release
 	@ctest --preset release
 
-asan: deps
+asan: test-deps
 	@cmake --preset asan
 	@cmake --build --preset asan
 	@ctest --preset asan

@@ -111,8 +111,9 @@ CommandRule MakeImportRule()
               {.kind = EArgumentKind::Positional,
                .name = "OUT",
                .meaning = "The file to write, its format by its extension: .gpkg, .fgb, .geojson, "
-                          ".json, .geojsonl, .geojsons, .shp, .csv. Without it the output is "
-                          "FILE with the extension .gpkg"}},
+                          ".json, .geojsonl, .geojsons, .shp, .csv; or a table of a PostgreSQL "
+                          "database: 'PG:host=db dbname=survey', or postgresql://ada@db/survey. "
+                          "Without it the output is FILE with the extension .gpkg"}},
              MakeColumns(),
              {kCrs},
              MakePlanArguments(true),
@@ -345,6 +346,14 @@ ImportArguments MakeImportArguments(const ParsedArguments& arguments)
     request.plan = MakePlanRequest(arguments);
     request.badRows = MakeBadRowRequest(arguments);
     request.threads = ParseThreads(arguments);
+    request.layer = arguments.Get("--layer");
+    if (arguments.Has("--append") && arguments.Has("--overwrite-layer")) {
+        throw ArgumentError("Give --append or --overwrite-layer, not both.");
+    }
+    using Orvane::Import::EExistingLayer;
+    request.existing = arguments.Has("--append")            ? EExistingLayer::Append
+                       : arguments.Has("--overwrite-layer") ? EExistingLayer::Replace
+                                                            : EExistingLayer::Refuse;
     request.options = MakeParams(arguments);
     request.columns = {arguments.Find("--x"), arguments.Find("--y"), arguments.Find("--z")};
     request.crs = MakeCrs(arguments.Get("--crs"));

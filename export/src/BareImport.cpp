@@ -29,8 +29,11 @@ public:
         m_phases.Begin(EPhase::Preparing);
         m_report.out = OutputOf(m_request);
         m_report.crs = m_request.crs;
-        const std::unique_ptr<Target> target =
-            OpenTarget({m_report.out, m_request.crs, m_request.file});
+        TargetRequest place{m_report.out, m_request.crs, m_request.file};
+        place.layer = m_request.layer;
+        place.existing = m_request.existing;
+        const std::unique_ptr<Target> target = OpenTarget(place);
+        m_report.out = target->GetName();
         m_report.format = target->GetFormat();
         const DiskCache diskCache(m_request.diskCache);
         m_report.columns =

@@ -511,6 +511,8 @@ private:
         request.out = OutputOf(m_request);
         request.crs = m_report.crs.empty() ? m_request.crs : m_report.crs;
         request.input = m_request.file;
+        request.layer = m_request.layer;
+        request.existing = m_request.existing;
         request.isCartesian =
             m_report.crs.empty() && m_plan.coordinateSystem.value == kUndefinedCartesian;
         request.hasGeometry = HasPoints();

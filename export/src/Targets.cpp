@@ -1,4 +1,4 @@
-// Files as targets.
+// Files as targets, and the choice between them and databases.
 #include "CoordinateSystem.h"
 #include "CountWritten.h"
 #include "Formats.h"
@@ -11,8 +11,16 @@
 #include <Orvane/Import/Failure.h>
 #include <Orvane/Import/Targets.h>
 
+#ifdef ORVANE_HAS_POSTGIS
+#include "postgis/ConnectionText.h"
+#include "postgis/PostgisTarget.h"
+#endif
+
+#include <algorithm>
+#include <iterator>
 #include <optional>
 #include <stdexcept>
+#include <string_view>
 #include <utility>
 
 namespace Orvane::Import {
@@ -158,8 +166,44 @@ private:
 
 } // namespace
 
+bool NamesDatabase(const std::string& out)
+{
+    constexpr std::string_view kBegins[] = {"pg:", "postgresql://", "postgres://"};
+    return std::any_of(std::begin(kBegins), std::end(kBegins), [&out](std::string_view begin) {
+        return out.size() >= begin.size() &&
+               std::equal(begin.begin(), begin.end(), out.begin(), [](char wanted, char byte) {
+                   return wanted == (byte >= 'A' && byte <= 'Z' ? byte - 'A' + 'a' : byte);
+               });
+    });
+}
+
+std::string ShowTarget(const std::string& out)
+{
+    if (!NamesDatabase(out)) {
+        return out;
+    }
+#ifdef ORVANE_HAS_POSTGIS
+    return Postgres::ShowConnection(out);
+#else
+    return "PG:";
+#endif
+}
+
 std::unique_ptr<Target> OpenTarget(const TargetRequest& request)
 {
+    if (NamesDatabase(request.out)) {
+#ifdef ORVANE_HAS_POSTGIS
+        return OpenPostgisTarget(request);
+#else
+        FailureFields fields;
+        fields.kind = EFailureKind::Request;
+        fields.code = "no-database-driver";
+        fields.what = "This build writes no PostgreSQL databases.";
+        fields.cause = "It was made without libpq.";
+        fields.advice = "Install libpq-dev and build again.";
+        throw ImportFailure(std::move(fields));
+#endif
+    }
     return WrapFailures(request.out, [&]() -> std::unique_ptr<Target> {
         return std::make_unique<FileTarget>(request);
     });

@@ -238,6 +238,11 @@ CASES = {
         "a.gpkg: The output cannot be written. Another program has it open, or left it unfinished: there is a file "
         "a.gpkg-wal beside it.",
         1),
+    "database": (
+        {"a.csv": XY},
+        ["import", "a.csv", "PG:host=127.0.0.1 port=1 dbname=none"],
+        "PG:host=127.0.0.1 port=1 dbname=none: The database cannot be reached. ...",
+        1),
     "output-write": (
         {"a.csv": XY + "1,2,3\n" * 1000},
         ["import", "a.csv"],
@@ -318,7 +323,9 @@ CASES = {
         1),
 }
 # No input is known that provokes a mistake in the program itself.
-WITHOUT_CASE = {"internal"}
+# The tests with a server of their own have the failures of tables; a build without libpq has no
+# other test than its own.
+WITHOUT_CASE = {"internal", "layer-exists", "layer-schema", "no-database-driver"}
 
 
 def file_size_limit(size):

@@ -15,6 +15,7 @@
 #include <Orvane/Import/Plan.h>
 #include <Orvane/Import/Progress.h>
 #include <Orvane/Import/Target.h>
+#include <Orvane/Import/Targets.h>
 
 #include <cstdint>
 #include <optional>
@@ -61,6 +62,8 @@ struct ImportRequest
     /// import reads while the calling one writes, and memory does not grow with the file. Without a
     /// plan, and with a disk cache in every case, it is as with 1.
     unsigned threads = 0;
+    std::string layer{};                              ///< see TargetRequest
+    EExistingLayer existing = EExistingLayer::Refuse; ///< see TargetRequest
 };
 
 /// What an import has done.

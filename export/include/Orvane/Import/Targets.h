@@ -1,4 +1,4 @@
-// The targets of this library: files of the formats that GDAL writes.
+// The targets of this library: files, and tables of PostgreSQL databases.
 #pragma once
 
 #include <Orvane/Import/Api.h>
@@ -21,11 +21,23 @@ struct TargetFormat
 /// All formats, in the order in which they are listed to people.
 [[nodiscard]] ORVANE_IMPORT_EXPORT const std::vector<TargetFormat>& GetTargetFormats();
 
-/// A file to write.
+/// What becomes of a layer that is there already, where a target holds several.
+enum class EExistingLayer {
+    Refuse,  ///< nothing is written: `layer-exists`
+    Append,  ///< rows are added to it; its columns must fit: `layer-schema`
+    Replace, ///< it goes, with its rows
+};
+
+/// A file or a database table to write.
+///
+/// `out` names a file by its path, its extension is the format (case ignored, but for .shp); or a
+/// PostgreSQL database, as "PG:host=db dbname=survey" with libpq's keywords, or as an address
+/// "postgresql://ada@db/survey". A table of a database is written in one transaction, which Commit
+/// ends; passwords never come into messages, reports or names.
 struct TargetRequest
 {
-    std::string out; ///< the file, UTF-8; its extension is the format (case ignored, but for .shp)
-    std::string crs; ///< the coordinate system as "AUTHORITY:CODE", X before Y; empty for none
+    std::string out;   ///< UTF-8
+    std::string crs;   ///< the coordinate system as "AUTHORITY:CODE", X before Y; empty for none
     std::string input; ///< the file that is read, which must be another one; empty for none
     /// Whether rows have a place. False: the attributes alone are written, as a table without
     /// geometry (GeoPackage: data type "attributes"; CSV: no X, Y, Z columns; GeoJSON: null), and
@@ -39,7 +51,17 @@ struct TargetRequest
     std::optional<std::vector<std::string>> copiedNames{};
     /// Without `crs`: the coordinates are metres or the like, and no degrees. A GeoPackage says so.
     bool isCartesian = false;
+    /// Databases only: the table, "schema.table" or one of the connection's search path; empty: the
+    /// layer's name. UTF-8
+    std::string layer;
+    EExistingLayer existing = EExistingLayer::Refuse; ///< databases only
 };
+
+/// Whether `out` names a database.
+[[nodiscard]] ORVANE_IMPORT_EXPORT bool NamesDatabase(const std::string& out);
+
+/// `out` as it may be shown: a file's path as it is, a database without its password.
+[[nodiscard]] ORVANE_IMPORT_EXPORT std::string ShowTarget(const std::string& out);
 
 /// Makes the target of a file. Looks at the place and changes nothing; the file is replaced by
 /// Commit, through a link when `out` is one.
@@ -53,7 +75,8 @@ struct TargetRequest
 ///
 /// @throws ImportFailure `unknown-format`, `extension-case`, `crs-form`, `unknown-crs`,
 ///     `output-is-input`, `output-folder`, `output-not-a-file`, `output-in-use`, `output-write`
-///     without geometry in a format that needs it
+///     without geometry in a format that needs it; of databases `database`, `layer-exists`, and
+///     `no-database-driver` in a build without libpq
 [[nodiscard]] ORVANE_IMPORT_EXPORT std::unique_ptr<Target> OpenTarget(const TargetRequest& request);
 
 } // namespace Orvane::Import

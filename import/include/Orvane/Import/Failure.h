@@ -59,6 +59,7 @@ struct UnderlyingTexts
 ///         extension-case       the extension of the output `value` must be `subject`, in small letters
 ///         crs-form             `value` is not written as AUTHORITY:CODE
 ///         unknown-crs          there is no coordinate system `value`
+///         no-database-driver   the output is a database, and this library was built without libpq
 ///         output-is-input      both are the same file
 ///         columns-unknown      the columns of X and Y are not certain; `columns`, `missing`; `matches`
 ///                              holds the one of the two that is known. Of a plan: `answers`
@@ -105,6 +106,10 @@ struct UnderlyingTexts
 ///         output-folder        the folder of the output is missing, or cannot be written
 ///         output-not-a-file    something other than a file is in the place of the output
 ///         output-in-use        another program has the output open
+///         database             the database cannot be reached, or lets nobody in
+///         layer-exists         there is a table of that name, and the request does not say what
+///                              becomes of it
+///         layer-schema         the rows do not fit the table that they are to be appended to
 ///         output-write         writing fails; `cause` is the text of the system or of the format
 ///         too-many-columns     the format holds fewer columns
 ///         cache-folder         the folder `value` cannot hold the disk cache
