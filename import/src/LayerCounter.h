@@ -22,7 +22,7 @@ public:
         : m_fieldCount(fieldCount)
     {}
 
-    void Add(const SourcePage& page);
+    void Add(const SourcePage& source);
     [[nodiscard]] LayerCounts Finish();
 
 private:

@@ -241,7 +241,7 @@ CASES = {
     "database": (
         {"a.csv": XY},
         ["import", "a.csv", "PG:host=127.0.0.1 port=1 dbname=none"],
-        "PG:host=127.0.0.1 port=1 dbname=none: The database cannot be reached. ...",
+        "PG:dbname=none host=127.0.0.1 port=1: The database cannot be reached. ...",
         1),
     "output-write": (
         {"a.csv": XY + "1,2,3\n" * 1000},

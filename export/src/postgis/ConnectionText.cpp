@@ -50,7 +50,8 @@ std::string ShowConnection(std::string_view text)
         shown += shown.size() > kPrefix.size() ? " " : "";
         shown += option->keyword;
         shown += '=';
-        const bool isPlain = !value.empty() && value.find_first_of(" '\\") == value.npos;
+        const bool isPlain =
+            !value.empty() && value.find_first_of(" '\\") == std::string_view::npos;
         if (isPlain) {
             shown += value;
             continue;

@@ -24,7 +24,6 @@ namespace Orvane::Import {
 namespace {
 
 using Postgres::CopyRows;
-using Postgres::ECopyType;
 using Postgres::PostgresCancelled;
 using Postgres::PostgresConnection;
 using Postgres::PostgresFailure;
@@ -298,8 +297,11 @@ private:
             if (column == nullptr) {
                 refuse("It has no column '" + name + "'.");
             } else if ((*column)[1] != wanted) {
-                refuse("Its column '" + name + "' is of type " + (*column)[1].value_or("") +
-                       ", the file's is " + wanted + ".");
+                std::string cause = "Its column '" + name + "' is of type ";
+                cause += (*column)[1].value_or("");
+                cause += ", the file's is " + wanted;
+                cause += '.';
+                refuse(cause);
             }
         }
         if (!m_layout.hasGeometry) {
@@ -478,7 +480,8 @@ private:
             };
             for (int number = 2; isTaken(cut); ++number) {
                 const std::string ending = "_" + std::to_string(number);
-                cut = CutName(name.substr(0, kLongestName - ending.size())) + ending;
+                cut = CutName(name.substr(0, kLongestName - ending.size()));
+                cut += ending;
             }
             names.notes.push_back(
                 {"field-name", "the column '" + name + "' is named '" + cut + "' in the table"});

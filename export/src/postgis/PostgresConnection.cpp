@@ -141,6 +141,7 @@ std::vector<std::vector<std::optional<std::string>>>
 PostgresConnection::Run(const std::string& sql, const std::vector<std::string>& parameters)
 {
     std::vector<const char*> values;
+    values.reserve(parameters.size());
     for (const std::string& parameter : parameters) {
         values.push_back(parameter.c_str());
     }

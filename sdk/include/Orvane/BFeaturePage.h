@@ -84,7 +84,7 @@ inline BVariant BFeaturePage::GetValue(std::size_t rowInPage, std::size_t column
 {
     const BColumnData& column = data[columnIndex];
     if (column.IsNull(rowInPage)) {
-        return BVariant();
+        return {};
     }
     return VisitStorage(column.storage, [&column, rowInPage](auto kind) {
         return BVariant(kind.GetValue(column, rowInPage));
