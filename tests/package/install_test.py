@@ -66,7 +66,7 @@ class InstallTest(unittest.TestCase):
             ["orvane", "import", "earthquakes.csv"], cwd=self.folder, capture_output=True, text=True,
             env={"PATH": f"{self.prefix}/bin"}, timeout=60, check=False)
         self.assertEqual((done.returncode, done.stderr), (0, ""))
-        self.assertIn("Rows:     1197 read", done.stdout)
+        self.assertIn("Written:  earthquakes.gpkg (GPKG), 1197 rows, 1197 points", done.stdout)
 
     def test_a_folder_that_is_on_no_path_is_named(self):
         self.assertEqual(
