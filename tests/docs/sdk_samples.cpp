@@ -10,6 +10,7 @@
 #include <cstdint>
 #include <functional>
 #include <iostream>
+#include <memory>
 #include <string>
 #include <string_view>
 
@@ -69,6 +70,37 @@ void AddStation(Orvane::BVectorLayer& layer, double x, double y, std::string_vie
     appender.EndRow(Orvane::EPointKind::XY, x, y, 0, 1);
 }
 
+std::size_t CountNulls(const Orvane::BFeatureCollection& features, std::size_t columnIndex)
+{
+    std::size_t nulls = 0;
+    for (Orvane::BRowWalk walk(features); walk.NextPage();) {
+        if (columnIndex < walk.GetPage().data.size()) {
+            nulls += walk.GetPage().data[columnIndex].CountNulls(walk.GetRowCount());
+        }
+    }
+    return nulls;
+}
+
+std::size_t PassRows(std::size_t rows)
+{
+    std::size_t passed = 0;
+    Orvane::BFeatureCollection features;
+    features.SetPageConsumer(
+        [&passed](const std::shared_ptr<Orvane::BFeaturePage>& page, std::size_t /*firstRow*/) {
+            passed += page->GetRowCount();
+        });
+    {
+        Orvane::BFeatureAppender appender(features, {{"number", Orvane::EVariantType::Int64}});
+        for (std::size_t row = 0; row < rows; ++row) {
+            appender.AddInt64(static_cast<std::int64_t>(row));
+            const auto name = static_cast<std::uint32_t>(row);
+            appender.EndRow(Orvane::EPointKind::None, 0, 0, 0, name);
+        }
+    }
+    features.FlushPages(); // the last page, which is not full
+    return passed;
+}
+
 void ExportLayer(const Orvane::BSharedPtr<Orvane::BVectorLayer>& layer,
                  const std::function<void(ArrowArrayStream&)>& consume)
 {
@@ -98,6 +130,8 @@ int main(int argumentCount, char** arguments)
         const Orvane::BSharedPtr<Orvane::BVectorLayer> own =
             Orvane::MakeShared<Orvane::BVectorLayer>();
         AddStation(*own, 3.5, 4.5, "own");
+        std::cout << CountNulls(own->GetFeatures(), 0) << " nulls\n";
+        std::cout << PassRows(100000) << " rows passed\n";
         ExportLayer(own, [](ArrowArrayStream& stream) {
             ArrowArray batch;
             const bool isGood = stream.get_next(&stream, &batch) == 0;
