@@ -178,7 +178,7 @@ Columns ReadColumns(FuzzInput& input)
     return columns;
 }
 
-/// One value of a column and how it is appended.
+/// One value of a column and how it is appended; None for a null.
 struct Cell
 {
     BVariant value;
@@ -228,6 +228,10 @@ struct AppendedRow
 
 void Append(BFeatureAppender& appender, const Cell& cell, EVariantType type)
 {
+    if (cell.value.IsEmpty()) {
+        appender.AddNull();
+        return;
+    }
     switch (Orvane::StorageOf(type)) {
     case EColumnStorage::Int32:
         appender.AddInt32(cell.value.GetInteger());
@@ -252,6 +256,9 @@ void Append(BFeatureAppender& appender, const Cell& cell, EVariantType type)
 
 void Put(Orvane::BColumnData& column, std::size_t row, const Cell& cell)
 {
+    if (cell.value.IsEmpty()) {
+        column.SetNull(row);
+    }
     switch (column.storage) {
     case EColumnStorage::Int32:
         column.int32s[row] = cell.value.GetInteger();
@@ -367,13 +374,23 @@ private:
         }
     }
 
+    /// Every third value of a column named "count" is null.
+    Cell ReadCellOf(const BColumnInfo& column)
+    {
+        Cell cell = ReadCell(m_input, column.type);
+        if (column.name == BString("count") && ++m_counts % 3 == 2) {
+            cell = Cell();
+        }
+        return cell;
+    }
+
     AppendedRow ReadRow(const Columns& columns, bool hasAll)
     {
         AppendedRow row;
         const std::size_t count =
             hasAll || m_input.Below(8) != 0 ? columns.size() : m_input.Below(columns.size() + 1);
         for (std::size_t i = 0; i < count; ++i) {
-            row.cells.push_back(ReadCell(m_input, columns[i].type));
+            row.cells.push_back(ReadCellOf(columns[i]));
         }
         row.kind = EPointKind{static_cast<std::uint8_t>(m_input.Below(3))};
         if (row.kind != EPointKind::None) {
@@ -606,7 +623,7 @@ private:
         BAttributes attributes;
         if (m_input.Bit()) {
             for (const BColumnInfo& column : ReadColumns(m_input)) {
-                attributes.Add(column.name, ReadCell(m_input, column.type).value);
+                attributes.Add(column.name, ReadCellOf(column).value);
             }
         } else {
             for (std::size_t left = m_input.Below(4); left > 0; --left) {
@@ -873,6 +890,7 @@ private:
         }
     }
 
+    std::size_t m_counts = 0; ///< values of columns named "count"
     FuzzInput& m_input;
     std::vector<Store> m_stores;
     std::vector<ModelRow> m_rows;
