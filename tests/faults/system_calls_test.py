@@ -154,8 +154,11 @@ class SystemCallsTest(CliTest):
                                 r"^\d+ +rename\(")
 
     def test_texts_are_whole_or_the_old_ones(self):
+        # The making of the file, its way to the disk and to its place.
         for extension in ("geojson", "geojsonl", "csv"):
-            self.import_with_faults(extension)
+            self.import_with_faults(
+                extension, rf"^\d+ +openat\(.*/out\.{extension}\", O_W", r"^\d+ +fsync\(",
+                r"^\d+ +rename\(")
 
     def test_a_reading_is_whole_or_one_line(self):
         arguments = ("read", "m.csv", "--json", "--disk-cache=cache", "-o", "X_COLUMN=0", "-o",
