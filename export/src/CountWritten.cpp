@@ -358,8 +358,9 @@ TargetCounts CountByGdal(const std::filesystem::path& file, const ExportFormat& 
     TargetCounts counts;
     if (dataset) {
         for (OGRLayer* layer : dataset->GetLayers()) {
-            std::vector<const char*> ignored;
             OGRFeatureDefn& definition = *layer->GetLayerDefn();
+            std::vector<const char*> ignored;
+            ignored.reserve(static_cast<std::size_t>(definition.GetFieldCount()) + 1);
             for (int index = 0; index < definition.GetFieldCount(); ++index) {
                 ignored.push_back(definition.GetFieldDefn(index)->GetNameRef());
             }
@@ -368,7 +369,7 @@ TargetCounts CountByGdal(const std::filesystem::path& file, const ExportFormat& 
             for (const auto& feature : *layer) {
                 ++counts.rows;
                 const OGRGeometry* geometry = feature->GetGeometryRef();
-                counts.points += geometry != nullptr && !geometry->IsEmpty() ? 1U : 0U;
+                counts.points += geometry != nullptr && geometry->IsEmpty() == 0 ? 1U : 0U;
             }
         }
     }

@@ -125,23 +125,23 @@ void ReadZone(TextParts& text, DateParts& parts)
 
 } // namespace
 
-std::optional<DateParts> ParseDateText(EVariantType type, std::string_view bytes)
+std::optional<DateParts> ParseDateText(EVariantType type, std::string_view text)
 {
-    TextParts text(bytes);
+    TextParts rest(text);
     DateParts parts;
     if (type != EVariantType::Time) {
-        ReadDate(text, parts);
+        ReadDate(rest, parts);
     }
     if (type == EVariantType::DateTime) {
-        text.Require(text.Peek() == ' ' ? ' ' : 'T');
+        rest.Require(rest.Peek() == ' ' ? ' ' : 'T');
     }
     if (type != EVariantType::Date) {
-        ReadTime(text, parts);
+        ReadTime(rest, parts);
     }
     if (type == EVariantType::DateTime) {
-        ReadZone(text, parts);
+        ReadZone(rest, parts);
     }
-    return text.IsAtEnd() ? std::optional(parts) : std::nullopt;
+    return rest.IsAtEnd() ? std::optional(parts) : std::nullopt;
 }
 
 } // namespace Orvane
