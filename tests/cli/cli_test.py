@@ -1,8 +1,10 @@
 """Runs the program from outside: command lines, exit status, output, and the files it writes."""
 
 import contextlib
+import csv
 import fcntl
 import glob
+import io
 import json
 import math
 import os
@@ -1570,6 +1572,30 @@ class ImportFormatsTest(CliTest):
             self.assertEqual(self.dump(out)["features"][2][0], None)
         self.succeed("import", "s.csv", "out.csv")
         self.assertTrue(self.content("out.csv").endswith(b",leer,7,,,\n"))
+
+    def test_texts_are_read_back_by_other_readers_as_they_are(self):
+        texts = ["plain", " blanks ", "a, b", 'say "yes"', '"', "over\ntwo lines", "a\r\nb", "tab\there",
+                 "back\\slash", "\x01\x1f\x7f", "\u00e9\u20ac\U0001f600\u2028", "x" * 100000]
+        rows = [[f"{row}.5", f"{row}.25", str(row), text] for row, text in enumerate(texts)]
+        shown = io.StringIO()
+        csv.writer(shown, lineterminator="\n").writerows([["lon", "lat", "n", "text"], *rows])
+        self.write("s.csv", shown.getvalue())
+        for extension in ("csv", "geojson", "geojsonl", "geojsons"):
+            self.succeed("import", "s.csv", "out." + extension, "--crs", "EPSG:4326")
+        names, *read = csv.reader(io.StringIO(self.content("out.csv").decode("utf-8"), newline=""))
+        self.assertEqual(names, ["n", "text", "X", "Y"])
+        self.assertEqual(read, [[n, text, x, y] for x, y, n, text in rows])
+        expected = [{"type": "Feature", "properties": {"n": int(n), "text": text},
+                     "geometry": {"type": "Point", "coordinates": [float(x), float(y)]}}
+                    for x, y, n, text in rows]
+        collection = json.loads(self.content("out.geojson"))
+        self.assertEqual(collection["features"], expected)
+        self.assertEqual(collection["bbox"], [0.5, 0.25, len(texts) - 0.5, len(texts) - 0.75])
+        lines = self.content("out.geojsonl").split(b"\n")
+        self.assertEqual([json.loads(line) for line in lines[:-1]], expected)
+        self.assertEqual(lines[-1], b"")
+        records = self.content("out.geojsons").split(b"\x1e")
+        self.assertEqual([json.loads(record) for record in records[1:]], expected)
 
     def test_flatgeobuf_leaves_rows_without_geometry_out_and_says_so(self):
         self.write("s.csv", STATIONS)
