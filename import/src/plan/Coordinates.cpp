@@ -4,6 +4,7 @@
 #include "AxisEvidence.h"
 #include "Given.h"
 #include "Names.h"
+#include "Types.h"
 #include "values/FoldedCell.h"
 
 #include <Orvane/Import/Failure.h>
@@ -59,20 +60,6 @@ struct Column
     bool isAngle = false;
     SampleValues sample;
 };
-
-Values::Notation NotationOf(const PlanColumn& column)
-{
-    if (column.spelling.find("decimal comma") == std::string::npos) {
-        return column.spelling == "thousands ,"   ? Values::NotationCommaGroups
-               : column.spelling == "thousands '" ? Values::NotationApostrophePoint
-               : column.spelling.empty()          ? Values::NotationPlain
-                                                  : Values::NotationBlankPoint;
-    }
-    return column.spelling == "decimal comma"                ? Values::NotationComma
-           : column.spelling == "decimal comma, thousands ." ? Values::NotationPointGroups
-           : column.spelling == "decimal comma, thousands '" ? Values::NotationApostropheComma
-                                                             : Values::NotationBlankComma;
-}
 
 SampleValues TakeValues(const SampleRows& rows, const PlanColumn& column)
 {

@@ -421,8 +421,9 @@ void FindSentinels(const Scan::ColumnFacts& facts, const PlanColumn& column, Pla
         }
     };
     if (column.hasRange) {
-        check(facts.least, facts.atLeast);
-        check(facts.most, facts.atMost);
+        const Scan::NumberRange range = facts.RangeIn(NotationOf(column));
+        check(range.least, range.atLeast);
+        check(range.most, range.atMost);
     }
 }
 
@@ -445,6 +446,7 @@ void PlanColumnsOf(const Scan::ScanFacts& facts, const Scan::TableHead& head, Pl
             column.type.confidence = EConfidence::Tie;
             column.type.rivals.push_back({"double", 1, "a comma that may separate columns"});
             column.spelling.clear();
+            column.hasRange = false;
         }
         for (PlanEvidence& evidence : column.type.evidence) {
             for (PlanPlace& place : evidence.places) {

@@ -6,6 +6,8 @@
 #include <algorithm>
 #include <bit>
 #include <cstdint>
+#include <iterator>
+#include <string_view>
 
 namespace Orvane::Import {
 
@@ -60,13 +62,13 @@ bool DecideNumber(const ColumnFacts& facts, const DecimalSigns& signs, PlanColum
             // Rule: a number type holds every cell's digits, or the column is text.
             constexpr double kMostExact = 9007199254740992.0;
             if (facts.Count(ECell::Integer) > 0 &&
-                (facts.least < -kMostExact || facts.most > kMostExact)) {
+                (facts.plain.least < -kMostExact || facts.plain.most > kMostExact)) {
                 SetText(column, EConfidence::Strong, "whole numbers past 53 bits among decimals");
                 return true;
             }
             column.type.value = EPlanType::Double;
         } else {
-            const bool isSmall = facts.least >= INT32_MIN && facts.most <= INT32_MAX;
+            const bool isSmall = facts.plain.least >= INT32_MIN && facts.plain.most <= INT32_MAX;
             column.type.value = isSmall ? EPlanType::Integer32 : EPlanType::Integer64;
         }
         return true;
@@ -239,9 +241,6 @@ void DecideType(const ColumnFacts& facts, const DecimalSigns& signs, PlanColumn&
     column.empties = facts.Count(ECell::Empty);
     column.nullWords = facts.Count(ECell::NullWord);
     column.longest = facts.longest;
-    column.hasRange = facts.hasNumbers;
-    column.least = facts.hasNumbers ? facts.least : 0;
-    column.most = facts.hasNumbers ? facts.most : 0;
     AddEvidence(facts, column);
     if (column.values == 0) {
         column.type.value = EPlanType::Text;
@@ -250,6 +249,10 @@ void DecideType(const ColumnFacts& facts, const DecimalSigns& signs, PlanColumn&
     }
     DecideValue(facts, signs, column);
     SayOddCells(facts, column);
+    const Scan::NumberRange range = facts.RangeIn(NotationOf(column));
+    column.hasRange = range.isKnown;
+    column.least = range.least;
+    column.most = range.most;
     if (column.type.value != EPlanType::Text) {
         for (const Scan::Example& example :
              facts.classes[static_cast<std::size_t>(ECell::NullWord)].examples) {
@@ -260,6 +263,30 @@ void DecideType(const ColumnFacts& facts, const DecimalSigns& signs, PlanColumn&
         column.values += column.nullWords;
         column.nullWords = 0;
     }
+}
+
+Values::Notation NotationOf(const PlanColumn& column)
+{
+    struct Word
+    {
+        std::string_view spelling;
+        Values::Notation notation;
+    };
+
+    static constexpr Word kWords[] = {
+        {"decimal comma", Values::NotationComma},
+        {"decimal comma, thousands .", Values::NotationPointGroups},
+        {"decimal comma, thousands blank", Values::NotationBlankComma},
+        {"decimal comma, thousands '", Values::NotationApostropheComma},
+        {"thousands ,", Values::NotationCommaGroups},
+        {"thousands '", Values::NotationApostrophePoint},
+        {"thousands blank", Values::NotationBlankPoint},
+    };
+    const auto* const word =
+        std::find_if(std::begin(kWords), std::end(kWords), [&](const Word& candidate) {
+            return candidate.spelling == column.spelling;
+        });
+    return word == std::end(kWords) ? Values::NotationPlain : word->notation;
 }
 
 std::string FindSpelling(const ColumnFacts& facts, const DecimalSigns& signs, EPlanType type)

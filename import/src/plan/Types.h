@@ -25,6 +25,9 @@ struct DecimalSigns
 /// and is shown.
 void DecideType(const Scan::ColumnFacts& facts, const DecimalSigns& signs, PlanColumn& column);
 
+/// The notation that the numbers of a column are written in, by its spelling.
+[[nodiscard]] Values::Notation NotationOf(const PlanColumn& column);
+
 /// How the cells are spelled that fit a type which the column as a whole does not have: by the
 /// first reading of those that are left; of an order of day and month that the cells leave open,
 /// the day first.

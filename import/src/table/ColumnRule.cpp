@@ -114,30 +114,6 @@ std::vector<std::string> NullTextsOf(const Plan& plan, const TableRequest& reque
     return texts;
 }
 
-Values::Notation NotationOf(const PlanColumn& column)
-{
-    struct Word
-    {
-        std::string_view spelling;
-        Values::Notation notation;
-    };
-
-    static constexpr Word kWords[] = {
-        {"decimal comma", Values::NotationComma},
-        {"decimal comma, thousands .", Values::NotationPointGroups},
-        {"decimal comma, thousands blank", Values::NotationBlankComma},
-        {"decimal comma, thousands '", Values::NotationApostropheComma},
-        {"thousands ,", Values::NotationCommaGroups},
-        {"thousands '", Values::NotationApostrophePoint},
-        {"thousands blank", Values::NotationBlankPoint},
-    };
-    const auto* const word =
-        std::find_if(std::begin(kWords), std::end(kWords), [&](const Word& candidate) {
-            return candidate.spelling == column.spelling;
-        });
-    return word == std::end(kWords) ? Values::NotationPlain : word->notation;
-}
-
 ColumnRule::ColumnRule(const PlanColumn& column,
                        const std::vector<std::string>& nullTexts,
                        bool isAllText)

@@ -1,6 +1,7 @@
 // What the cells of one column become.
 #pragma once
 
+#include "../plan/Types.h"
 #include "../plan/values/Numbers.h"
 #include "IsoText.h"
 #include "Table.h"
@@ -23,9 +24,6 @@ enum class ECellState : std::uint8_t {
 
 /// The texts that are null in every column: those of the plan and of the request.
 [[nodiscard]] std::vector<std::string> NullTextsOf(const Plan& plan, const TableRequest& request);
-
-/// The notation that the numbers of a column are written in.
-[[nodiscard]] Values::Notation NotationOf(const PlanColumn& column);
 
 /// The words `true`, `false`, `yes` and `no` in any case: 1 or 0; -1 for all else.
 [[nodiscard]] inline int ReadPlainWord(std::string_view cell) noexcept

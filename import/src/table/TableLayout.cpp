@@ -48,8 +48,7 @@ bool IsInPoints(const PlanColumn& column, const Plan& plan, double limit)
         column.type.value == EPlanType::Double || column.type.value == EPlanType::Integer32;
     const bool isPlain = column.spelling.empty() || column.spelling == "decimal comma";
     const bool isInRange = plan.coordinates.value.notation == EPlanNotation::Cartesian ||
-                           (column.hasRange && column.spelling.empty() && column.least >= -limit &&
-                            column.most <= limit);
+                           (column.hasRange && column.least >= -limit && column.most <= limit);
     return isNumber && isPlain && isInRange && column.values > 0 && column.empties == 0 &&
            column.nullWords == 0;
 }
@@ -105,8 +104,8 @@ TableLayout LayOutTable(const Plan& plan, const TableRequest& request)
         }
         const bool isXOrY = column.index == coordinates.x || column.index == coordinates.y;
         const bool isZ = layout.hasZ && column.index == coordinates.z;
-        const bool isHeightInPoints = areBothInPoints && isZ && column.spelling.empty() &&
-                                      IsInPoints(column, plan, column.most + 1);
+        const bool isHeightInPoints =
+            areBothInPoints && isZ && IsInPoints(column, plan, column.most + 1);
         if ((areBothInPoints && isXOrY) || isHeightInPoints) {
             continue;
         }

@@ -68,11 +68,24 @@ TEST(ColumnProfileAddRun, CountsEachClassWithItsFirstPlace)
 TEST(ColumnProfileAddRun, KeepsTheSmallestAndTheLargestNumber)
 {
     const ColumnFacts facts = Profile({"12", "-9999", "7.25", "-9999", "-3", "100", "9"});
-    ASSERT_TRUE(facts.hasNumbers);
-    EXPECT_EQ(facts.least, -9999);
-    EXPECT_EQ(facts.atLeast, 2U);
-    EXPECT_EQ(facts.most, 100);
+    ASSERT_TRUE(facts.plain.isKnown);
+    EXPECT_EQ(facts.plain.least, -9999);
+    EXPECT_EQ(facts.plain.atLeast, 2U);
+    EXPECT_EQ(facts.plain.most, 100);
     EXPECT_EQ(facts.mostDecimals, 2U);
+}
+
+TEST(ColumnProfileAddRun, KeepsTheRangeInEachNotation)
+{
+    const ColumnFacts facts = Profile({"1,234", "-7,5", "12", "-7,5", "0,0", "123456789012,5678"});
+    const auto comma = facts.RangeIn(Orvane::Import::Values::NotationComma);
+    ASSERT_TRUE(comma.isKnown);
+    EXPECT_EQ(comma.least, -7.5);
+    EXPECT_EQ(comma.atLeast, 2U);
+    EXPECT_EQ(comma.most, 123456789012.5678);
+    EXPECT_EQ(comma.zeros, 1U);
+    EXPECT_EQ(facts.RangeIn(Orvane::Import::Values::NotationCommaGroups).most, 1234);
+    EXPECT_EQ(facts.plain.most, 12);
 }
 
 TEST(ColumnProfileAddRun, SeesALeadingZeroAmongNumbersOfTheSameLength)
@@ -189,10 +202,10 @@ TEST(ColumnProfileProperty, ShapesGiveWhatTheRulesGiveCellByCell)
         ASSERT_EQ(facts.readings, readings);
         ASSERT_EQ(facts.notations, notations);
         ASSERT_EQ(facts.words, words);
-        ASSERT_EQ(facts.hasNumbers, least <= most);
-        if (facts.hasNumbers) {
-            ASSERT_EQ(facts.least, least);
-            ASSERT_EQ(facts.most, most);
+        ASSERT_EQ(facts.plain.isKnown, least <= most);
+        if (facts.plain.isKnown) {
+            ASSERT_EQ(facts.plain.least, least);
+            ASSERT_EQ(facts.plain.most, most);
         }
     }
 }

@@ -163,6 +163,13 @@ const PointCase kPointCases[] = {
     {"PlainNumbersOfAllRowsAreNoAttributes",
      "name,lon,lat\na,7.5,47.25\nb,8.125,46.5\nc,9.5,46.25\n",
      {"(7.5 47.25) 'a'", "(8.125 46.5) 'b'", "(9.5 46.25) 'c'"}},
+    {"DecimalCommasOfAllRowsAreNoAttributes",
+     "name,lon,lat,elevation\na,\"7,5\",\"47,25\",\"400,5\"\nb,\"-8,125\",\"46,5\",401\n"
+     "c,9,\"46,25\",\"402,25\"\n",
+     {"(7.5 47.25 400.5) 'a'", "(-8.125 46.5 401) 'b'", "(9 46.25 402.25) 'c'"}},
+    {"DecimalCommasPastTheDegreesAreAttributesToo",
+     "name,lon,lat\na,\"7,5\",\"47,25\"\nb,\"8,125\",\"146,5\"\nc,\"9,5\",\"46,25\"\n",
+     {"(7.5 47.25) 'a', 7.5, 47.25", "'b', 8.125, 146.5", "(9.5 46.25) 'c', 9.5, 46.25"}},
     {"WithAGapTheyAreAttributesToo",
      "name,lon,lat\na,7.5,47.25\nb,,46.5\nc,9.5,46.25\n",
      {"(7.5 47.25) 'a', 7.5, 47.25", "'b', null, 46.5", "(9.5 46.25) 'c', 9.5, 46.25"}},

@@ -249,7 +249,7 @@ struct PlanColumn
     std::uint64_t empties = 0;
     std::uint64_t nullWords = 0;            ///< null only where the type is no text
     std::vector<std::string> nullSpellings; ///< the words that are null, at most 3
-    bool hasRange = false;                  ///< then of its plain numbers:
+    bool hasRange = false;                  ///< then of its numbers, in its spelling:
     double least = 0;
     double most = 0;
     std::size_t longest = 0; ///< bytes

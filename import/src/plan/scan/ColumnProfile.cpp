@@ -102,7 +102,12 @@ std::size_t HashOf(const Halves& shape, std::size_t length) noexcept
 
 bool IsNumber(ECell cell) noexcept
 {
-    return cell == ECell::Integer || cell == ECell::Decimal;
+    return cell == ECell::Integer || cell == ECell::Decimal || cell == ECell::Spelled;
+}
+
+NumberRange RangeOf(double value)
+{
+    return {true, value, value, 1, 1, value == 0 ? std::uint64_t{1} : 0};
 }
 
 /// Whether cells of a shape may differ in class or forms by their digits alone. Those of a text do
@@ -141,6 +146,34 @@ std::uint64_t ColumnFacts::CountAll() const
 std::uint64_t ColumnFacts::CountValues() const
 {
     return CountAll() - Count(ECell::Empty) - Count(ECell::NullWord);
+}
+
+void NumberRange::Add(const NumberRange& other)
+{
+    if (!other.isKnown) {
+        return;
+    }
+    zeros += other.zeros;
+    if (!isKnown || other.least < least) {
+        least = other.least;
+        atLeast = other.atLeast;
+    } else if (other.least == least) {
+        atLeast += other.atLeast;
+    }
+    if (!isKnown || other.most > most) {
+        most = other.most;
+        atMost = other.atMost;
+    } else if (other.most == most) {
+        atMost += other.atMost;
+    }
+    isKnown = true;
+}
+
+NumberRange ColumnFacts::RangeIn(Values::Notation notation) const
+{
+    NumberRange range = plain;
+    range.Add(spelled.at(static_cast<std::size_t>(std::countr_zero(std::uint16_t{notation}))));
+    return range;
 }
 
 ColumnProfile::ColumnProfile(std::size_t slots)
@@ -202,26 +235,38 @@ void ColumnProfile::Merge(const Values::CellReading& reading,
     }
 }
 
-void ColumnProfile::AddNumbers(double least,
-                               std::uint64_t atLeast,
-                               double most,
-                               std::uint64_t atMost)
+void ColumnProfile::AddNumbers(const Slot& slot)
 {
-    ColumnFacts& facts = m_facts;
-    if (!facts.hasNumbers || least < facts.least) {
-        facts.least = least;
-        facts.atLeast = atLeast;
-    } else if (least == facts.least) {
-        facts.atLeast += atLeast;
+    const auto textOf = [&](const Key& key) {
+        const Halves halves{ToBigEndian(key.high), ToBigEndian(key.low)};
+        std::array<char, kShort> text{};
+        std::memcpy(text.data(), &halves, kShort);
+        return text;
+    };
+    const std::array<char, kShort> first = textOf(slot.least);
+    const std::array<char, kShort> second = textOf(slot.most);
+    const auto rangeIn = [&](Values::Notation notation) {
+        const double one = Values::ToDouble({first.data(), slot.length}, notation);
+        const double other = Values::ToDouble({second.data(), slot.length}, notation);
+        NumberRange range{true, one, other, slot.atLeast, slot.atMost, 0};
+        // Of negative numbers the longest text is the least value.
+        if (other < one) {
+            range = {true, other, one, slot.atMost, slot.atLeast, 0};
+        }
+        range.zeros = one == 0 ? slot.atLeast : 0;
+        return range;
+    };
+    if (slot.cell != ECell::Spelled) {
+        m_facts.plain.Add(rangeIn(Values::NotationPlain));
+        return;
     }
-    if (!facts.hasNumbers || most > facts.most) {
-        facts.most = most;
-        facts.atMost = atMost;
-    } else if (most == facts.most) {
-        facts.atMost += atMost;
+    const unsigned notations = Values::ReadNumber({first.data(), slot.length}).notations;
+    for (std::size_t bit = 0; bit < Values::kNotationCount; ++bit) {
+        const auto notation = static_cast<Values::Notation>(1U << bit);
+        if ((notations & notation) != 0) {
+            m_facts.spelled.at(bit).Add(rangeIn(notation));
+        }
     }
-    facts.hasNumbers = true;
-    facts.unpackable += Values::CanBePacked(least) && Values::CanBePacked(most) ? 0U : 1U;
 }
 
 void ColumnProfile::Examine(std::string_view cell, const Position& position)
@@ -229,9 +274,15 @@ void ColumnProfile::Examine(std::string_view cell, const Position& position)
     const Values::CellReading reading = Values::ReadCell(cell);
     Merge(reading, cell, position);
     ++m_facts.classes[static_cast<std::size_t>(reading.cell)].count;
-    if (IsNumber(reading.cell)) {
-        const double value = Values::ToDouble(cell, Values::NotationPlain);
-        AddNumbers(value, 1, value, 1);
+    if (reading.cell == ECell::Spelled) {
+        for (std::size_t bit = 0; bit < Values::kNotationCount; ++bit) {
+            const auto notation = static_cast<Values::Notation>(1U << bit);
+            if ((reading.number.notations & notation) != 0) {
+                m_facts.spelled.at(bit).Add(RangeOf(Values::ToDouble(cell, notation)));
+            }
+        }
+    } else if (IsNumber(reading.cell)) {
+        m_facts.plain.Add(RangeOf(Values::ToDouble(cell, Values::NotationPlain)));
     }
     if (reading.cell == ECell::Text && ++m_unproved >= kProofOfText) {
         TryProve();
@@ -255,20 +306,7 @@ void ColumnProfile::Flush(Slot& slot)
         m_facts.wordFacts[slot.word - 1U].count += slot.count;
     }
     if (slot.keep == EKeep::Order) {
-        const auto valueOf = [&](const Key& key) {
-            const Halves halves{ToBigEndian(key.high), ToBigEndian(key.low)};
-            std::array<char, kShort> text{};
-            std::memcpy(text.data(), &halves, kShort);
-            return Values::ToDouble({text.data(), slot.length}, Values::NotationPlain);
-        };
-        const double first = valueOf(slot.least);
-        const double second = valueOf(slot.most);
-        // Of negative numbers the longest text is the least value.
-        if (first <= second) {
-            AddNumbers(first, slot.atLeast, second, slot.atMost);
-        } else {
-            AddNumbers(second, slot.atMost, first, slot.atLeast);
-        }
+        AddNumbers(slot);
     }
     if (slot.cell == ECell::Text) {
         m_unproved += slot.count;

@@ -45,6 +45,19 @@ struct WordFacts
     std::uint64_t count = 0;
 };
 
+/// The smallest and the largest of some numbers, and how many cells are spelled as these.
+struct NumberRange
+{
+    bool isKnown = false; ///< then what follows holds
+    double least = 0;
+    double most = 0;
+    std::uint64_t atLeast = 0;
+    std::uint64_t atMost = 0;
+    std::uint64_t zeros = 0;
+
+    void Add(const NumberRange& other);
+};
+
 /// All that is known of a column once its cells have been added.
 struct ColumnFacts
 {
@@ -59,12 +72,9 @@ struct ColumnFacts
     std::uint64_t plainAngles = 0;                   ///< with signs, parts or decimals
     std::uint8_t angleParts = 0;                     ///< most parts of an angle
     std::uint8_t mostDecimals = 0;                   ///< after the point, of plain numbers
-    bool hasNumbers = false;                         ///< then what follows holds
-    double least = 0;                                ///< of the plain numbers
-    double most = 0;
-    std::uint64_t atLeast = 0; ///< cells of exactly that spelling
-    std::uint64_t atMost = 0;
-    std::uint64_t unpackable = 0; ///< numbers seen that are no packed degrees
+    NumberRange plain;                               ///< of the plain numbers
+    /// Of the numbers that are not plain, by the notations that they fit, in the order of bits.
+    std::array<NumberRange, Values::kNotationCount> spelled;
     std::size_t shortest = static_cast<std::size_t>(-1); ///< bytes of a cell that is not empty
     std::size_t longest = 0;
     std::uint64_t quoted = 0;
@@ -81,6 +91,9 @@ struct ColumnFacts
 
     /// Cells that hold something: neither empty nor null words.
     [[nodiscard]] std::uint64_t CountValues() const;
+
+    /// Of the plain numbers and those in a notation.
+    [[nodiscard]] NumberRange RangeIn(Values::Notation notation) const;
 };
 
 /// A column's cells in rows of a regular run: cell r begins after ends[r * stride - 1] and ends at
@@ -181,7 +194,7 @@ private:
     void Merge(const Values::CellReading& reading, std::string_view cell, const Position& position);
     void Flush(Slot& slot);
     std::uint8_t FindWord(std::string_view cell);
-    void AddNumbers(double least, std::uint64_t atLeast, double most, std::uint64_t atMost);
+    void AddNumbers(const Slot& slot);
     void TryProve();
 
     ColumnFacts m_facts;

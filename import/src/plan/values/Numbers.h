@@ -21,6 +21,7 @@ enum Notation : std::uint16_t {
 };
 
 inline constexpr std::uint16_t kAllNotations = 0xFF;
+inline constexpr std::size_t kNotationCount = 8;
 inline constexpr std::uint16_t kCommaNotations =
     NotationComma | NotationPointGroups | NotationApostropheComma | NotationBlankComma;
 
