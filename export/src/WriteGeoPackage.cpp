@@ -118,7 +118,7 @@ WriteReport WriteGeoPackage(const WriteRequest& request)
         }
         writer.Finish();
         return MakeReport(counts, names);
-    } catch (const GeoPackage::WriteFailure& failure) {
+    } catch (const WriteFailure& failure) {
         ThrowNotWritten(request, "output-write", failure.what());
     }
 }

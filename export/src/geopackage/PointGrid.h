@@ -1,15 +1,13 @@
 // The order in which points go into the spatial index: along a Hilbert curve over a grid.
 #pragma once
 
+#include "HilbertCurve.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <vector>
 
 namespace Orvane::GeoPackage {
-
-/// The place, from 0, of a cell of a grid of 65536 by 65536 cells on the Hilbert curve through all
-/// of them.
-[[nodiscard]] std::uint32_t HilbertIndex(std::uint16_t column, std::uint16_t row) noexcept;
 
 /// A grid over most of a layer's points; those outside of it count to the nearest cell.
 ///

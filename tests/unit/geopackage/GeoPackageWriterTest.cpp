@@ -792,7 +792,7 @@ std::string FailureOf(const Work& work)
 {
     try {
         work();
-    } catch (const Orvane::GeoPackage::WriteFailure& failure) {
+    } catch (const Orvane::WriteFailure& failure) {
         return failure.what();
     }
     return "no failure";

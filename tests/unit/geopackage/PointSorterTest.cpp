@@ -19,7 +19,7 @@
 
 namespace {
 
-using Orvane::GeoPackage::HilbertIndex;
+using Orvane::HilbertIndex;
 using Orvane::GeoPackage::PointBox;
 using Orvane::GeoPackage::PointGrid;
 using Orvane::GeoPackage::PointSorter;
@@ -27,7 +27,7 @@ using Orvane::GeoPackage::RoundDown;
 using Orvane::GeoPackage::RoundUp;
 using Orvane::GeoPackage::SortedPoint;
 
-TEST(GeoPackageHilbertIndex, GoesThroughEveryCellFromNeighbourToNeighbour)
+TEST(HilbertIndex, GoesThroughEveryCellFromNeighbourToNeighbour)
 {
     constexpr std::size_t kSide = 64;
 
@@ -55,7 +55,36 @@ TEST(GeoPackageHilbertIndex, GoesThroughEveryCellFromNeighbourToNeighbour)
     }
 }
 
-TEST(GeoPackageHilbertIndex, UsesAllThirtyTwoBits)
+TEST(HilbertIndex, IsTheSameOnTheFirstCellsOfTheFineGrid)
+{
+    for (std::uint32_t column = 0; column < 256; column += 3) {
+        for (std::uint32_t row = 0; row < 256; ++row) {
+            // A curve of an even number of levels begins with the smaller ones.
+            ASSERT_EQ(
+                HilbertIndex(column, row),
+                HilbertIndex(static_cast<std::uint16_t>(column), static_cast<std::uint16_t>(row)));
+        }
+    }
+}
+
+TEST(HilbertIndex, GoesFromNeighbourToNeighbourFarFromTheBegin)
+{
+    // Cells of a square that the curve enters once and leaves once.
+    constexpr std::uint32_t kColumn = 0xABCDEF00;
+    constexpr std::uint32_t kRow = 0x12345600;
+    constexpr std::uint32_t kSide = 256;
+    std::vector<std::uint64_t> indices;
+    for (std::uint32_t column = 0; column < kSide; ++column) {
+        for (std::uint32_t row = 0; row < kSide; ++row) {
+            indices.push_back(HilbertIndex(kColumn + column, kRow + row));
+        }
+    }
+    std::sort(indices.begin(), indices.end());
+    EXPECT_EQ(indices.back() - indices.front() + 1, std::uint64_t{kSide} * kSide);
+    EXPECT_EQ(indices.front() % (std::uint64_t{kSide} * kSide), 0U);
+}
+
+TEST(HilbertIndex, UsesAllThirtyTwoBits)
 {
     std::uint32_t highest = 0;
     constexpr std::uint16_t kCorners[] = {0, 65535};

@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <filesystem>
 
-namespace Orvane::GeoPackage {
+namespace Orvane {
 
 /// Bytes on the disk that go with the object or with the process: the file loses its name at once.
 ///
@@ -30,4 +30,4 @@ private:
     int m_descriptor = -1;
 };
 
-} // namespace Orvane::GeoPackage
+} // namespace Orvane

@@ -11,7 +11,7 @@
 #include <unistd.h>
 #include <utility>
 
-namespace Orvane::GeoPackage {
+namespace Orvane {
 
 namespace {
 
@@ -83,4 +83,4 @@ void SpillFile::Read(void* bytes, std::size_t byteCount, std::uint64_t offset) c
     }
 }
 
-} // namespace Orvane::GeoPackage
+} // namespace Orvane
