@@ -129,7 +129,7 @@ std::string NameFor(const std::string& name)
 std::string NameOfUnits(Scan::EUnits units, const std::string& given)
 {
     static constexpr const char* kNames[] = {"", "UTF-16LE", "UTF-16BE", "UTF-32LE", "UTF-32BE"};
-    if (units != Scan::EUnits::Bytes) {
+    if (units != Scan::EUnits::Bytes && units != Scan::EUnits::Characters) {
         return kNames[static_cast<std::size_t>(units)];
     }
     std::string name = given;

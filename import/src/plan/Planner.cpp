@@ -311,7 +311,7 @@ void AddFinding(
 {
     if (found.count > 0) {
         plan.findings.push_back(
-            {code, isLoss, text, found.count, PlacesOf(found, plan.bytes.encoding.value)});
+            {code, isLoss, text, found.count, PlacesOf(found, TextEncodingOf(plan))});
     }
 }
 
@@ -370,8 +370,12 @@ void AddFindings(const Scan::TextSource& source, const Scan::ScanFacts& facts, P
         }
     };
     addCount("nul", false, "NUL bytes.", bytes.nuls, facts.bytes.firstNul);
-    addCount(
-        "invalid-utf-16", true, "Units that are no characters.", source.CountInvalidUnits(), 0);
+    const bool isOfBytes = source.Facts().units == Scan::EUnits::Characters;
+    addCount(isOfBytes ? "invalid-character" : "invalid-utf-16",
+             true,
+             isOfBytes ? "Bytes that are no characters." : "Units that are no characters.",
+             source.CountInvalidUnits(),
+             0);
     if (bytes.encoding.value == "UTF-8" && !facts.bytes.isUtf8) {
         addCount("invalid-utf-8",
                  true,
@@ -434,7 +438,7 @@ void PlanColumnsOf(const Scan::ScanFacts& facts, const Scan::TableHead& head, Pl
         PlanColumn& column = plan.columns.emplace_back();
         column.index = index;
         if (head.names == Scan::ENames::Found && index < head.columnNames.size()) {
-            column.name = ToUtf8(head.columnNames[index], plan.bytes.encoding.value);
+            column.name = ToUtf8(head.columnNames[index], TextEncodingOf(plan));
         }
         const Scan::CellForm& form = head.forms[index];
         column.form = {
@@ -450,7 +454,7 @@ void PlanColumnsOf(const Scan::ScanFacts& facts, const Scan::TableHead& head, Pl
         }
         for (PlanEvidence& evidence : column.type.evidence) {
             for (PlanPlace& place : evidence.places) {
-                place.text = ToUtf8(place.text, plan.bytes.encoding.value);
+                place.text = ToUtf8(place.text, TextEncodingOf(plan));
             }
         }
         FindSentinels(facts.columns[index], column, plan);
@@ -521,6 +525,18 @@ Plan MakePlan(const std::string& path, const PlanRequest& request)
         return Scan::ScanFile(source, scan);
     };
     Scan::ScanFacts facts = look(candidates.front());
+    if (source.Facts().units == Scan::EUnits::Bytes) {
+        PlanDecision<std::string> encoding =
+            DecideEncoding(source.Facts(), facts.bytes, request.encoding);
+        if (Scan::HidesAscii(encoding.value)) {
+            // Rule: what was cut at bytes inside characters says nothing.
+            PlanRequest decoded = request;
+            decoded.encoding = encoding.value;
+            Plan plan = MakePlan(path, decoded);
+            plan.bytes.encoding = std::move(encoding);
+            return plan;
+        }
+    }
     // Another table may be as long as the first.
     std::uint64_t most = facts.rows * 2;
     std::size_t fields = 0;
@@ -562,8 +578,7 @@ Plan MakePlan(const std::string& path, const PlanRequest& request)
     plan.shape.columnCount.confidence = plan.shape.separator.confidence;
     PlanQuotesOf(candidates.front(), facts, request, plan.shape);
     const std::string& encoding = plan.bytes.encoding.value;
-    const bool isText = source.Facts().units != Scan::EUnits::Bytes;
-    const std::string textEncoding = isText ? "UTF-8" : encoding;
+    const std::string& textEncoding = TextEncodingOf(plan);
     if (plan.bytes.encoding.confidence == EConfidence::Tie) {
         plan.questions.push_back(
             {"encoding",

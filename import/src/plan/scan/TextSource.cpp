@@ -59,6 +59,7 @@ std::size_t SizeOf(EUnits units) noexcept
 {
     switch (units) {
     case EUnits::Bytes:
+    case EUnits::Characters:
         return 1;
     case EUnits::Utf16LittleEndian:
     case EUnits::Utf16BigEndian:
@@ -111,7 +112,7 @@ EUnits FindUnits(std::string_view text) noexcept
 
 } // namespace
 
-EUnits UnitsOf(std::string_view encoding)
+EUnits UnitsOf(const std::string& encoding)
 {
     constexpr std::pair<std::string_view, EUnits> kNames[] = {
         {"UTF-16LE", EUnits::Utf16LittleEndian},
@@ -128,7 +129,7 @@ EUnits UnitsOf(std::string_view encoding)
             return units;
         }
     }
-    return EUnits::Bytes;
+    return HidesAscii(encoding) ? EUnits::Characters : EUnits::Bytes;
 }
 
 /// Unpacks gzip, several members in a row too.
@@ -292,6 +293,9 @@ void TextSource::Inspect(const std::string& encoding)
             m_facts.units = given;
         }
     }
+    if (m_facts.units == EUnits::Characters) {
+        m_characters = std::make_unique<CharacterDecoder>(encoding);
+    }
     Rewind();
 }
 
@@ -336,6 +340,9 @@ void TextSource::Rewind()
     if (m_unpacker) {
         m_unpacker->Rewind();
     }
+    if (m_characters) {
+        m_characters->Restart();
+    }
     m_raw.clear();
     m_decoded.clear();
     m_handed = 0;
@@ -370,7 +377,6 @@ std::size_t TextSource::Read(char* buffer, std::size_t capacity)
 
 void TextSource::Decode()
 {
-    constexpr char32_t kReplacement = 0xFFFD;
     m_decoded.clear();
     m_handed = 0;
     if (m_isAtEnd) {
@@ -381,6 +387,18 @@ void TextSource::Decode()
     const std::size_t got = ReadUnpacked(m_raw.data() + kept, kPiece);
     m_raw.resize(kept + got);
     m_isAtEnd = got < kPiece;
+    if (!m_characters) {
+        DecodeUnits();
+        return;
+    }
+    const std::size_t used =
+        m_characters->Append({m_raw.data(), m_raw.size()}, m_isAtEnd, m_decoded, m_invalid);
+    m_raw.erase(m_raw.begin(), m_raw.begin() + static_cast<std::ptrdiff_t>(used));
+}
+
+void TextSource::DecodeUnits()
+{
+    constexpr char32_t kReplacement = 0xFFFD;
     const std::size_t width = SizeOf(m_facts.units);
     const bool isBig =
         m_facts.units == EUnits::Utf16BigEndian || m_facts.units == EUnits::Utf32BigEndian;

@@ -1,11 +1,12 @@
 // A file as text: decompressed, without its mark, of bytes in which ASCII is ASCII.
 #pragma once
 
+#include "CharacterDecoder.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <string>
-#include <string_view>
 #include <vector>
 
 namespace Orvane::Import::Scan {
@@ -26,6 +27,7 @@ enum class EUnits : std::uint8_t {
     Utf16BigEndian,
     Utf32LittleEndian,
     Utf32BigEndian,
+    Characters, ///< of which bytes of ASCII may be parts: see HidesAscii
 };
 
 /// What the first bytes of a file say.
@@ -38,14 +40,15 @@ struct SourceFacts
     std::size_t markSize = 0;
 };
 
-/// The units of an encoding: "UTF-16LE", "utf-32be" ...; Bytes for every other name. "UTF-16" and
-/// "UTF-32" alone are little-endian.
-[[nodiscard]] EUnits UnitsOf(std::string_view encoding);
+/// The units of an encoding: "UTF-16LE", "utf-32be" ...; "UTF-16" and "UTF-32" alone are
+/// little-endian. Bytes for a name that the system does not know.
+[[nodiscard]] EUnits UnitsOf(const std::string& encoding);
 
 /// Reads a file as text, from its begin, as often as wanted.
 ///
-/// Gzip is decompressed; UTF-16 and UTF-32 become UTF-8, with U+FFFD for what is no character; all
-/// else stays as it is. Memory does not depend on the file. One thread at a time.
+/// Gzip is decompressed; UTF-16, UTF-32 and encodings that hide ASCII in characters become UTF-8,
+/// with U+FFFD for what is no character; all else stays as it is. Memory does not depend on the
+/// file. One thread at a time.
 class TextSource
 {
 public:
@@ -67,7 +70,7 @@ public:
     /// Returns to the begin of the text.
     void Rewind();
 
-    /// Units that were no characters of UTF-16 or UTF-32 so far.
+    /// Units that were no characters so far, of a text that becomes UTF-8.
     [[nodiscard]] std::uint64_t CountInvalidUnits() const noexcept { return m_invalid; }
 
 private:
@@ -79,12 +82,14 @@ private:
     std::size_t ReadFile(char* buffer, std::size_t capacity);
     std::size_t ReadUnpacked(char* buffer, std::size_t capacity);
     void Decode();
+    void DecodeUnits();
     void Inspect(const std::string& encoding);
 
     std::string m_path;
     int m_descriptor = -1;
     SourceFacts m_facts;
     std::unique_ptr<Unpacker> m_unpacker;
+    std::unique_ptr<CharacterDecoder> m_characters;
     std::vector<char> m_raw;  ///< undecoded units
     std::string m_decoded;    ///< decoded text that was not handed out
     std::size_t m_handed = 0; ///< of m_decoded
