@@ -16,6 +16,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <unistd.h>
 #include <vector>
 
 namespace OrvaneHost {
@@ -113,7 +114,15 @@ CommandRule MakeImportRule()
                .meaning = "The file to write, its format by its extension: .gpkg, .fgb, .geojson, "
                           ".json, .geojsonl, .geojsons, .shp, .csv; or a table of a PostgreSQL "
                           "database: 'PG:host=db dbname=survey', or postgresql://ada@db/survey. "
-                          "Without it the output is FILE with the extension .gpkg"}},
+                          "- for standard output, with --format. Without it the output is FILE "
+                          "with the extension of --format, or .gpkg"},
+              {.kind = EArgumentKind::Value,
+               .name = "--format",
+               .valueName = "NAME",
+               .meaning = "The format of OUT, whatever its extension: GPKG, FlatGeobuf, GeoJSON, "
+                          "GeoJSONSeq, 'ESRI Shapefile', CSV, or an extension. To standard output "
+                          "CSV, GeoJSON and GeoJSONSeq are written; the summary goes to standard "
+                          "error then"}},
              MakeColumns(),
              {kCrs},
              MakePlanArguments(true),
@@ -146,7 +155,8 @@ CommandRule MakeImportRule()
                      "orvane import stations.csv stations.fgb --crs EPSG:4326",
                      "orvane import survey.csv survey.fgb --disk-cache=/data/tmp",
                      "orvane import soundings.txt --x 7 --y 6 --z 9 --null -9999",
-                     "orvane import table.csv table.gpkg --no-points"}};
+                     "orvane import table.csv table.gpkg --no-points",
+                     "orvane import stations.csv - --format geojsonl | gzip > stations.gz"}};
 }
 
 CommandRule MakePlanRule()
@@ -346,6 +356,7 @@ ImportArguments MakeImportArguments(const ParsedArguments& arguments)
     request.plan = MakePlanRequest(arguments);
     request.badRows = MakeBadRowRequest(arguments);
     request.threads = ParseThreads(arguments);
+    request.format = arguments.Get("--format");
     request.layer = arguments.Get("--layer");
     if (arguments.Has("--append") && arguments.Has("--overwrite-layer")) {
         throw ArgumentError("Give --append or --overwrite-layer, not both.");
@@ -413,12 +424,12 @@ void PrintLine(const std::string& line)
     std::fprintf(stderr, "%s\n", line.c_str());
 }
 
-/// A failure as an object on standard output: the texts of the exception underneath, then the
+/// A failure as an object: the texts of the exception underneath, then the
 /// fields that say what happened, where and what to do.
-void PrintFailureJson(const UnderlyingTexts& texts, const FailureFields& fields)
+void PrintFailureJson(const UnderlyingTexts& texts, const FailureFields& fields, int descriptor)
 {
     try {
-        TextOutput output;
+        TextOutput output(descriptor);
         JsonWriter json(output);
         const auto text = [&json](const char* key, const auto& value) {
             json.Raw(key);
@@ -450,6 +461,13 @@ void PrintFailureJson(const UnderlyingTexts& texts, const FailureFields& fields)
     }
 }
 
+/// Rule: rows on standard output are not mixed with words.
+int ReportDescriptor(const ParsedArguments& arguments)
+{
+    return arguments.command->name == "import" && arguments.Get("OUT") == "-" ? STDERR_FILENO
+                                                                              : STDOUT_FILENO;
+}
+
 int ReportFailure(const ImportFailure& failure,
                   const std::vector<std::string>& words,
                   const ParsedArguments& arguments)
@@ -457,20 +475,24 @@ int ReportFailure(const ImportFailure& failure,
     // Rule: a file that lint cannot read is no finding.
     const bool isLint = arguments.command->name == "lint";
     const int status = isLint ? kExitWrongArguments : ExitStatusOf(failure);
+    // Rule: a program that wants no more of standard output hears nothing of it.
+    if (failure.GetFields().code == "output-closed") {
+        return status;
+    }
     if (arguments.Has("--json") && status == kExitDataFailed) {
-        PrintFailureJson(TextsOf(failure), failure.GetFields());
+        PrintFailureJson(TextsOf(failure), failure.GetFields(), ReportDescriptor(arguments));
     }
     PrintLine(FormatFailure(failure, words, arguments.Has("--verbose")));
     return status;
 }
 
 /// A failure that is none of the import library's: memory, standard output.
-int ReportOther(const std::exception& exception, bool isJson, bool isVerbose)
+int ReportOther(const std::exception& exception, bool isJson, bool isVerbose, int descriptor)
 {
     const FailureFields fields = FieldsOf(exception);
     // A failure of standard output is not told there.
     if (isJson && fields.underneath.location != "TextOutput::Flush") {
-        PrintFailureJson(fields.underneath, fields);
+        PrintFailureJson(fields.underneath, fields, descriptor);
     }
     PrintLine(FormatException(exception, isVerbose));
     return kExitDataFailed;
@@ -510,7 +532,7 @@ std::optional<ParsedArguments> Understand(const std::vector<std::string>& words,
         PrintLine(std::string("orvane: ") + error.what());
         status = kExitWrongArguments;
     } catch (const std::exception& exception) {
-        status = ReportOther(exception, false, false);
+        status = ReportOther(exception, false, false, STDOUT_FILENO);
     }
     return std::nullopt;
 }
@@ -536,8 +558,10 @@ int RunCommandLine(int argumentCount, char** arguments)
         return kExitWrongArguments;
     } catch (const std::exception& exception) {
         const bool isLint = parsed->command->name == "lint";
-        const int reported =
-            ReportOther(exception, parsed->Has("--json") && !isLint, parsed->Has("--verbose"));
+        const int reported = ReportOther(exception,
+                                         parsed->Has("--json") && !isLint,
+                                         parsed->Has("--verbose"),
+                                         ReportDescriptor(*parsed));
         return isLint ? kExitWrongArguments : reported;
     }
 }

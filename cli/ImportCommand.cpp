@@ -38,10 +38,9 @@ std::string DescribeColumn(const char* axis,
 }
 
 /// The summary of an import by the rules of the reader alone.
-void PrintBareSummary(const ImportRequest& request, const ImportReport& report)
+void PrintBareSummary(const ImportRequest& request, const ImportReport& report, TextOutput& output)
 {
     const ColumnChoice& choice = report.columns;
-    TextOutput output;
     output.Write("Layer:    " + TerminalText::Escape(report.layerName) + "\n");
     output.Write("Columns:  " + DescribeColumn("X", choice.x, choice) + ", " +
                  DescribeColumn("Y", choice.y, choice) +
@@ -62,7 +61,6 @@ void PrintBareSummary(const ImportRequest& request, const ImportReport& report)
     output.Write(DescribeSchema(report.schema));
     output.Write("Time:     " + DescribeTimes(report, request.file) + "\n");
     output.Write("Written:  " + TerminalText::Escape(report.out) + " (" + report.format + ")\n");
-    output.Flush();
 }
 
 /// What was done to the rows of the phase.
@@ -118,17 +116,16 @@ bool RunImport(const ImportArguments& arguments)
     if (!imbalances.empty()) {
         std::fprintf(stderr, "%s\n", imbalances.c_str());
     }
+    // Rule: rows on standard output are not mixed with words.
+    TextOutput output(arguments.request.out == "-" ? STDERR_FILENO : STDOUT_FILENO);
     if (arguments.isJson) {
-        TextOutput output;
         output.Write(EscapeControls(ToJson(report)));
-        output.Flush();
     } else if (report.ledger) {
-        TextOutput output;
         output.Write(DescribeImport(report));
-        output.Flush();
     } else {
-        PrintBareSummary(arguments.request, report);
+        PrintBareSummary(arguments.request, report, output);
     }
+    output.Flush();
     return imbalances.empty();
 }
 

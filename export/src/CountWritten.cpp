@@ -2,15 +2,14 @@
 #include "CountWritten.h"
 
 #include "GdalScope.h"
+#include "text/TextCounter.h"
 
 #include <gdal_priv.h>
 #include <ogrsf_frmts.h>
 
-#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstdio>
-#include <cstring>
 #include <memory>
 #include <new>
 #include <sqlite3.h>
@@ -25,230 +24,33 @@ namespace Orvane::Import {
 
 namespace {
 
-/// Gives a file's bytes one after the other.
-class ByteReader
+[[noreturn]] void ThrowSystemError()
 {
-public:
-    explicit ByteReader(const std::filesystem::path& file)
-        : m_file(std::fopen(file.c_str(), "rb"))
-        , m_buffer(kBufferBytes)
-    {
-        if (!m_file) {
-            throw std::runtime_error(std::generic_category().message(errno));
-        }
-    }
+    throw std::runtime_error(std::generic_category().message(errno));
+}
 
-    /// The next byte, or kEnd.
-    int Next()
-    {
-        if (m_next == m_end && !Fill()) {
-            return kEnd;
-        }
-        return static_cast<unsigned char>(m_buffer[m_next++]);
-    }
-
-    static constexpr int kEnd = -1;
-
-private:
-    bool Fill()
-    {
-        m_next = 0;
-        m_end = std::fread(m_buffer.data(), 1, m_buffer.size(), m_file.get());
-        if (m_end == 0 && std::ferror(m_file.get()) != 0) {
-            throw std::runtime_error(std::generic_category().message(errno));
-        }
-        return m_end > 0;
-    }
-
-    struct Closer
-    {
-        void operator()(std::FILE* file) const { static_cast<void>(std::fclose(file)); }
-    };
-
-    static constexpr std::size_t kBufferBytes = std::size_t{256} << 10;
-    std::unique_ptr<std::FILE, Closer> m_file;
-    std::vector<char> m_buffer;
-    std::size_t m_next = 0;
-    std::size_t m_end = 0;
+struct FileCloser
+{
+    void operator()(std::FILE* file) const { static_cast<void>(std::fclose(file)); }
 };
 
-/// Counts the records of a CSV file; a point is a record whose X and Y both have a text.
-class CsvCounter
+TargetCounts CountText(const std::filesystem::path& path, TextCounter& counter)
 {
-public:
-    explicit CsvCounter(const WrittenShape& shape)
-        : m_shape(shape)
-        , m_isNames(shape.hasNames)
-    {}
-
-    TargetCounts Run(ByteReader&& bytes)
-    {
-        bool isQuoted = false;
-        for (int byte = bytes.Next(); byte != ByteReader::kEnd; byte = bytes.Next()) {
-            m_isInRecord = true;
-            if (byte == '"') {
-                isQuoted = !isQuoted;
-            } else if (isQuoted) {
-                m_hasText = true;
-            } else if (byte == ',') {
-                EndField();
-            } else if (byte == '\n') {
-                EndRecord();
-            } else if (byte != '\r') {
-                m_hasText = true;
-            }
-        }
-        if (isQuoted || m_isInRecord) {
-            throw std::runtime_error("The last record is cut short.");
-        }
-        return m_counts;
+    constexpr std::size_t kBufferBytes = std::size_t{256} << 10;
+    const std::unique_ptr<std::FILE, FileCloser> file(std::fopen(path.c_str(), "rbe"));
+    if (!file) {
+        ThrowSystemError();
     }
-
-private:
-    void EndField()
-    {
-        m_texts += m_hasText && (m_field == m_shape.fieldCount || m_field == m_shape.fieldCount + 1)
-                       ? 1U
-                       : 0U;
-        m_hasText = false;
-        ++m_field;
+    std::vector<char> buffer(kBufferBytes);
+    std::size_t count = 0;
+    while ((count = std::fread(buffer.data(), 1, buffer.size(), file.get())) > 0) {
+        counter.Consume({buffer.data(), count});
     }
-
-    void EndRecord()
-    {
-        EndField();
-        if (!m_isNames) {
-            ++m_counts.rows;
-            m_counts.points += m_shape.hasGeometry && m_texts == 2 ? 1U : 0U;
-        }
-        m_isNames = false;
-        m_isInRecord = false;
-        m_field = 0;
-        m_texts = 0;
+    if (std::ferror(file.get()) != 0) {
+        ThrowSystemError();
     }
-
-    const WrittenShape& m_shape;
-    bool m_isNames;
-    bool m_isInRecord = false;
-    bool m_hasText = false;
-    std::size_t m_field = 0;
-    std::size_t m_texts = 0; ///< of X and Y
-    TargetCounts m_counts;
-};
-
-/// Counts the features of GeoJSON texts; a point is a feature whose member "geometry" is not null.
-class JsonCounter
-{
-public:
-    /// @param isSequence features stand for themselves; else in the array "features" of an object
-    explicit JsonCounter(bool isSequence)
-        : m_featureDepth(isSequence ? 1 : 3)
-    {}
-
-    TargetCounts Run(ByteReader&& bytes)
-    {
-        for (int byte = bytes.Next(); byte != ByteReader::kEnd; byte = bytes.Next()) {
-            switch (byte) {
-            case '"':
-                ReadText(bytes);
-                break;
-            case '{':
-            case '[':
-                NoteValue(byte);
-                Open(byte);
-                break;
-            case '}':
-            case ']':
-                Close(byte);
-                break;
-            case ':':
-                m_isKey = false;
-                break;
-            case ',':
-                m_isKey = m_depth > 0 && m_open[std::min(m_depth, kDepths) - 1] == '{';
-                break;
-            default:
-                if (byte == 'n') {
-                    NoteValue(byte);
-                }
-            }
-        }
-        if (m_depth != 0) {
-            throw std::runtime_error("The last feature is cut short.");
-        }
-        return m_counts;
-    }
-
-private:
-    void ReadText(ByteReader& bytes)
-    {
-        m_text.clear();
-        for (int byte = bytes.Next(); byte != '"'; byte = bytes.Next()) {
-            if (byte == '\\') {
-                byte = bytes.Next();
-            }
-            if (byte == ByteReader::kEnd) {
-                throw std::runtime_error("The last text is cut short.");
-            }
-            if (m_isKey && m_text.size() < kKeyBytes) {
-                m_text += static_cast<char>(byte);
-            }
-        }
-        if (m_isKey && m_depth == m_featureDepth) {
-            m_isGeometry = m_text == "geometry";
-        } else if (m_isKey && m_depth == 1) {
-            m_isFeatures = m_text == "features";
-        }
-    }
-
-    /// A value begins; of the member "geometry" it says whether there is one.
-    void NoteValue(int byte)
-    {
-        if (m_isGeometry && m_depth == m_featureDepth && !m_isKey && m_isInFeature) {
-            m_counts.points += byte == '{' ? 1U : 0U;
-            m_isGeometry = false;
-        }
-    }
-
-    void Open(int byte)
-    {
-        if (m_depth < kDepths) {
-            m_open[m_depth] = static_cast<char>(byte);
-        }
-        ++m_depth;
-        m_isKey = byte == '{';
-        if (m_depth == m_featureDepth && byte == '{' && (m_featureDepth == 1 || m_isFeatures)) {
-            m_isInFeature = true;
-            m_isGeometry = false;
-            ++m_counts.rows;
-        }
-    }
-
-    void Close(int byte)
-    {
-        const char open = byte == '}' ? '{' : '[';
-        if (m_depth == 0 || (m_depth <= kDepths && m_open[m_depth - 1] != open)) {
-            throw std::runtime_error("The brackets do not match.");
-        }
-        if (m_depth == m_featureDepth) {
-            m_isInFeature = false;
-        }
-        --m_depth;
-    }
-
-    static constexpr std::size_t kDepths = 16; ///< deeper brackets are counted, not compared
-    static constexpr std::size_t kKeyBytes = 16;
-
-    std::size_t m_featureDepth;
-    std::size_t m_depth = 0;
-    std::array<char, kDepths> m_open{};
-    bool m_isKey = false; ///< the next text is a member's name
-    bool m_isFeatures = false;
-    bool m_isInFeature = false;
-    bool m_isGeometry = false;
-    std::string m_text;
-    TargetCounts m_counts;
-};
+    return counter.GetCounts();
+}
 
 /// A GeoPackage, opened for reading by SQLite alone.
 class SqlCounter
@@ -384,15 +186,11 @@ TargetCounts CountByGdal(const std::filesystem::path& file, const ExportFormat& 
 TargetCounts
 CountFile(const std::filesystem::path& file, const ExportFormat& format, const WrittenShape& shape)
 {
-    const std::string_view driver = format.driver;
-    if (driver == "GPKG") {
+    if (format.driver == std::string_view("GPKG")) {
         return SqlCounter(file).Run(shape.furtherTable);
     }
-    if (driver == "CSV") {
-        return CsvCounter(shape).Run(ByteReader(file));
-    }
-    if (driver == "GeoJSON" || driver == "GeoJSONSeq") {
-        return JsonCounter(driver == "GeoJSONSeq").Run(ByteReader(file));
+    if (const std::unique_ptr<TextCounter> counter = MakeTextCounter(format, shape)) {
+        return CountText(file, *counter);
     }
     return CountByGdal(file, format);
 }

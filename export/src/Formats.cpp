@@ -65,13 +65,17 @@ constexpr ExportFormat kFormats[] = {
     {".csv", "CSV", &WriteCsv, ExportFormat::ENames::UniqueIgnoreCase, true, true, false, false},
 };
 
-std::string FoldedExtension(const std::string& path)
+std::string FoldCase(std::string text)
 {
-    std::string extension = std::filesystem::path(path).extension().native();
-    std::transform(extension.begin(), extension.end(), extension.begin(), [](char byte) {
+    std::transform(text.begin(), text.end(), text.begin(), [](char byte) {
         return byte >= 'A' && byte <= 'Z' ? static_cast<char>(byte - 'A' + 'a') : byte;
     });
-    return extension;
+    return text;
+}
+
+std::string FoldedExtension(const std::string& path)
+{
+    return FoldCase(std::filesystem::path(path).extension().native());
 }
 
 FailureFields MakeFailure(const char* code, std::string what, const std::string& path)
@@ -82,6 +86,27 @@ FailureFields MakeFailure(const char* code, std::string what, const std::string&
     fields.what = std::move(what);
     fields.value = path;
     return fields;
+}
+
+const ExportFormat& FindNamedFormat(const std::string& wanted)
+{
+    const std::string folded = FoldCase(wanted);
+    for (const ExportFormat& format : kFormats) {
+        if (folded == format.extension || folded == FoldCase(format.driver)) {
+            return format;
+        }
+    }
+    FailureFields fields = MakeFailure("unknown-format", {}, wanted);
+    std::string known;
+    for (const ExportFormat& format : kFormats) {
+        if (fields.nearest.empty() || fields.nearest.back() != format.driver) {
+            known += (known.empty() ? "" : ", ") + std::string(format.driver);
+            fields.nearest.emplace_back(format.driver);
+        }
+    }
+    fields.what =
+        "There is no format '" + DisplayText::Escape(wanted) + "'; the formats are " + known + ".";
+    throw ImportFailure(std::move(fields));
 }
 
 } // namespace
@@ -98,8 +123,11 @@ const std::vector<TargetFormat>& GetTargetFormats()
     return kList;
 }
 
-const ExportFormat& FindExportFormat(const std::string& path)
+const ExportFormat& FindExportFormat(const std::string& path, const std::string& wanted)
 {
+    if (!wanted.empty()) {
+        return FindNamedFormat(wanted);
+    }
     const std::string extension = FoldedExtension(path);
     const std::string shown = "'" + DisplayText::Escape(path) + "'";
     for (const ExportFormat& format : kFormats) {

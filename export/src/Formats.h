@@ -28,8 +28,10 @@ struct ExportFormat
     std::size_t mostFields = 0; ///< 0: the driver tells
 };
 
-/// The format of a file name's extension (case ignored, but for ".shp").
+/// The format of a file name's extension (case ignored, but for ".shp"), or the one that is asked
+/// for: a format's name, ASCII case ignored, or an extension with its "."; empty for none.
 /// @throws ImportFailure `unknown-format`, `extension-case`
-[[nodiscard]] const ExportFormat& FindExportFormat(const std::string& path);
+[[nodiscard]] const ExportFormat& FindExportFormat(const std::string& path,
+                                                   const std::string& wanted);
 
 } // namespace Orvane::Import

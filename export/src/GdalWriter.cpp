@@ -66,8 +66,8 @@ public:
     explicit GdalWriter(const WriteRequest& request)
         : m_request(request)
         , m_fields(NameFields(request.layer, request.counts, request.format))
-        , m_hasGeometry(request.hasGeometry || NeedsGeometry())
-        , m_hasHeights(request.hasGeometry && request.counts.withHeight > 0)
+        , m_hasGeometry(request.target.hasGeometry || NeedsGeometry())
+        , m_hasHeights(request.target.hasGeometry && request.counts.withHeight > 0)
         , m_leavesOutRows(Is("FlatGeobuf"))
     {}
 
@@ -198,8 +198,11 @@ private:
     {
         const std::unique_ptr<OGRFeature, void (*)(OGRFeature*)> feature(
             OGRFeature::CreateFeature(m_layer->GetLayerDefn()), &OGRFeature::DestroyFeature);
-        FeatureFiller filler(
-            *feature, m_request.format, m_fields.fields, m_request.hasGeometry, m_hasHeights);
+        FeatureFiller filler(*feature,
+                             m_request.format,
+                             m_fields.fields,
+                             m_request.target.hasGeometry,
+                             m_hasHeights);
         Begin();
         VisitRows(
             m_request.pages,

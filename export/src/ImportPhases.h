@@ -1,6 +1,7 @@
 // What all imports do alike: the output's name, phases, notes and times.
 #pragma once
 
+#include "Formats.h"
 #include "ProgressMeter.h"
 
 #include <Orvane/Import/ImportFile.h>
@@ -14,9 +15,12 @@ namespace Orvane::Import {
 /// The output that a request names, or means.
 [[nodiscard]] inline std::string OutputOf(const ImportRequest& request)
 {
-    return request.out.empty()
-               ? std::filesystem::path(request.file).replace_extension(".gpkg").native()
-               : request.out;
+    if (!request.out.empty()) {
+        return request.out;
+    }
+    const char* const extension =
+        request.format.empty() ? ".gpkg" : FindExportFormat({}, request.format).extension;
+    return std::filesystem::path(request.file).replace_extension(extension).native();
 }
 
 /// Wall time since its making.

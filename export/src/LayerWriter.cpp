@@ -48,7 +48,7 @@ void ThrowNotWritten(const WriteRequest& request, const char* code, const std::s
     fields.kind = EFailureKind::Output;
     fields.code = code;
     fields.what = "The output cannot be written.";
-    fields.file = request.shownPath;
+    fields.file = request.target.out;
     fields.cause = reason;
     fields.underneath = {"BException",
                          "Exporter",

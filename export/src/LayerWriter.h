@@ -8,16 +8,26 @@
 #include <Orvane/Import/LayerCounts.h>
 #include <Orvane/Import/PageSource.h>
 #include <Orvane/Import/Target.h>
+#include <Orvane/Import/Targets.h>
 
 #include <cstddef>
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 class OGRSpatialReference;
 
 namespace Orvane::Import {
+
+/// An open file to write to instead of a new one; only of text formats.
+struct OutputStream
+{
+    int descriptor;
+    std::function<void(std::string_view)> onBytes; ///< called with the bytes that were written
+};
 
 /// What to write and where.
 struct WriteRequest
@@ -29,16 +39,13 @@ struct WriteRequest
     /// Absolute. Its folder holds nothing else and may be used for more files; all of it is moved
     /// to the final place, or removed after a failure.
     std::filesystem::path file;
-    std::string shownPath; ///< of the final place, as the caller gave it
+    const TargetRequest& target;
     std::shared_ptr<OGRSpatialReference> coordSys;
-    bool hasGeometry; ///< see TargetRequest
-    bool hasNames;    ///< see TargetRequest
-    bool isCartesian; ///< see TargetRequest
     /// Without points, for formats with several tables; or null. To be looked at after the last
     /// page: it may come with that.
     const BVectorLayer* const& table;
-    const std::vector<std::string>* copiedNames; ///< see TargetRequest; or null
-    ProgressMeter& progress;                     ///< asked every few thousand rows
+    const OutputStream* stream; ///< null: `file` is made
+    ProgressMeter& progress;    ///< asked every few thousand rows
 };
 
 /// The layer's name in the file, with a note when it is another one.

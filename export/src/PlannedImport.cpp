@@ -513,6 +513,7 @@ private:
         request.input = m_request.file;
         request.layer = m_request.layer;
         request.existing = m_request.existing;
+        request.format = m_request.format;
         request.isCartesian =
             m_report.crs.empty() && m_plan.coordinateSystem.value == kUndefinedCartesian;
         request.hasGeometry = HasPoints();

@@ -6,6 +6,7 @@
 #include "OutputFile.h"
 #include "ProgressMeter.h"
 #include "RejectedRows.h"
+#include "StreamTarget.h"
 #include "Wrap.h"
 
 #include <Orvane/Import/Failure.h>
@@ -54,12 +55,10 @@ class FileTarget : public Target
 {
 public:
     explicit FileTarget(const TargetRequest& request)
-        : m_name(request.out)
-        , m_format(FindExportFormat(request.out))
+        : m_request(request)
+        , m_format(FindExportFormat(request.out, request.format))
         , m_formatName(m_format.driver)
         , m_coordSys(FindCoordinateSystem(request.crs))
-        , m_isCartesian(request.isCartesian)
-        , m_copiedNames(request.copiedNames)
         , m_shape{0, request.hasGeometry, request.hasNames, {}}
         , m_file(request.out, request.input)
     {
@@ -71,7 +70,7 @@ public:
 
     ~FileTarget() override = default;
 
-    [[nodiscard]] const std::string& GetName() const noexcept override { return m_name; }
+    [[nodiscard]] const std::string& GetName() const noexcept override { return m_request.out; }
 
     [[nodiscard]] const std::string& GetFormat() const noexcept override { return m_formatName; }
 
@@ -82,20 +81,17 @@ public:
     {
         ProgressMeter progress(callbacks, EPhase::Writing, counts.rows);
         try {
-            return WrapFailures(m_name, [&] {
+            return WrapFailures(m_request.out, [&] {
                 m_file.Begin();
                 const WriteRequest request{layer,
                                            counts,
                                            pages,
                                            m_format,
                                            m_file.GetWorkFile(),
-                                           m_name,
+                                           m_request,
                                            m_coordSys,
-                                           m_shape.hasGeometry,
-                                           m_shape.hasNames,
-                                           m_isCartesian,
                                            m_table,
-                                           m_copiedNames ? &*m_copiedNames : nullptr,
+                                           nullptr,
                                            progress};
                 m_shape.fieldCount =
                     layer.GetSchema().GetCount() + counts.fieldsBeyondSchema.size();
@@ -109,13 +105,13 @@ public:
 
     [[nodiscard]] SideFile AddSideFile(const std::string& ending) override
     {
-        return WrapFailures(m_name, [&] {
+        return WrapFailures(m_request.out, [&] {
             m_file.Begin();
             const std::filesystem::path& file = m_file.GetFile();
-            const bool isLink = std::filesystem::path(m_name).filename() != file.filename();
+            const bool isLink = std::filesystem::path(m_request.out).filename() != file.filename();
             return SideFile{m_file.GetWorkFile().native() + ending,
                             file.native() + ending,
-                            (isLink ? file.native() : m_name) + ending};
+                            (isLink ? file.native() : m_request.out) + ending};
         });
     }
 
@@ -131,7 +127,7 @@ public:
 
     void Commit() override
     {
-        WrapFailures(m_name, [&] {
+        WrapFailures(m_request.out, [&] {
             const std::filesystem::path rejected =
                 m_file.GetFile().native() + std::string(kRejectedEnding);
             if (IsRejectedFile(rejected)) {
@@ -143,22 +139,20 @@ public:
 
     [[nodiscard]] TargetCounts CountWritten() override
     {
-        return WrapFailures(m_name, [&] {
+        return WrapFailures(m_request.out, [&] {
             try {
                 return CountFile(m_file.GetFile(), m_format, m_shape);
             } catch (const std::runtime_error& error) {
-                ThrowNotRead(m_name, error.what());
+                ThrowNotRead(m_request.out, error.what());
             }
         });
     }
 
 private:
-    std::string m_name;
+    TargetRequest m_request;
     const ExportFormat& m_format;
     std::string m_formatName;
     std::shared_ptr<OGRSpatialReference> m_coordSys;
-    bool m_isCartesian;
-    std::optional<std::vector<std::string>> m_copiedNames;
     const BVectorLayer* m_table = nullptr; ///< not owned
     WrittenShape m_shape;
     OutputFile m_file;
@@ -205,6 +199,9 @@ std::unique_ptr<Target> OpenTarget(const TargetRequest& request)
 #endif
     }
     return WrapFailures(request.out, [&]() -> std::unique_ptr<Target> {
+        if (request.out == kStandardOutput) {
+            return OpenStreamTarget(request);
+        }
         return std::make_unique<FileTarget>(request);
     });
 }

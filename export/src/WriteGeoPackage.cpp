@@ -27,10 +27,11 @@ GeoPackage::LayerDefinition MakeDefinition(const WriteRequest& request, FileFiel
         definition.fields.push_back({field.name, field.type});
     }
     // A table needs a column: a layer without attributes keeps that of its geometry.
-    definition.hasGeometry = request.hasGeometry || names.fields.empty();
-    definition.hasHeights = request.hasGeometry && request.counts.withHeight > 0;
-    definition.spatialReference = !request.hasGeometry ? GeoPackage::UndefinedSpatialReference()
-                                  : request.coordSys == nullptr && request.isCartesian
+    definition.hasGeometry = request.target.hasGeometry || names.fields.empty();
+    definition.hasHeights = request.target.hasGeometry && request.counts.withHeight > 0;
+    definition.spatialReference = !request.target.hasGeometry
+                                      ? GeoPackage::UndefinedSpatialReference()
+                                  : request.coordSys == nullptr && request.target.isCartesian
                                       ? GeoPackage::UndefinedCartesianReference()
                                       : GeoPackage::MakeSpatialReference(request.coordSys.get());
     return definition;

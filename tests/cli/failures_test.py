@@ -325,7 +325,8 @@ CASES = {
 # No input is known that provokes a mistake in the program itself.
 # The tests with a server of their own have the failures of tables; a build without libpq has no
 # other test than its own.
-WITHOUT_CASE = {"internal", "layer-exists", "layer-schema", "no-database-driver"}
+# A closed pipe is a case of the tests of imports.
+WITHOUT_CASE = {"internal", "layer-exists", "layer-schema", "no-database-driver", "output-closed"}
 
 
 def file_size_limit(size):

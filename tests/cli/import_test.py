@@ -49,6 +49,40 @@ class ByPlanTest(cli_test.CliTest):
         return [line.strip() for line in text.split("\n") if line.startswith("  orvane ")]
 
 
+class StandardOutputTest(ByPlanTest):
+    def test_rows_go_to_standard_output_and_words_to_standard_error(self):
+        self.write("a.csv", "lon,lat,name\n8.5,47.25,a\n7.5,46.75,b\n")
+        result = self.run_orvane("import", "a.csv", "-", "--format", "csv")
+        self.assertEqual(result.status, 0, result.err)
+        self.assertEqual(result.out, "name,X,Y\na,8.5,47.25\nb,7.5,46.75\n")
+        self.assertIn("2 rows", result.err)
+        result = self.run_orvane("import", "a.csv", "-", "--format", "geojsonl", "--json")
+        self.assertEqual([json.loads(line)["properties"]["name"] for line in result.out.splitlines()], ["a", "b"])
+        self.assertEqual(json.loads(result.err)["ledger"]["rows"], 2)
+
+    def test_formats_that_are_no_text_are_refused(self):
+        self.write("a.csv", "lon,lat\n8.5,47.25\n7.5,46.75\n")
+        for arguments in [[], ["--format", "gpkg"], ["--format", "FlatGeobuf"]]:
+            result = self.run_orvane("import", "a.csv", "-", *arguments)
+            self.assertEqual((result.status, result.out), (2, ""), result.err)
+            self.assertIn("Standard output needs the name of a text format: CSV, GeoJSON or GeoJSONSeq.", result.err)
+
+    def test_the_format_that_is_asked_for_wins_over_the_extension(self):
+        self.write("a.csv", "lon,lat,name\n8.5,47.25,a\n7.5,46.75,b\n")
+        self.succeed("import", "a.csv", "rows.txt", "--format", "GeoJSONSeq")
+        with open(self.path("rows.txt"), encoding="utf-8") as file:
+            self.assertEqual(len([json.loads(line) for line in file]), 2)
+        self.succeed("import", "a.csv", "--format", ".fgb")
+        self.assertTrue(os.path.exists(self.path("a.fgb")))
+
+    def test_a_reader_that_ends_early_ends_the_import_quietly(self):
+        self.write("long.csv", "lon,lat,name\n" + "8.5,47.25,some name that is long enough\n" * 200000)
+        done = self.run_shell("orvane import long.csv - --format csv | head -n 2; echo ${PIPESTATUS[0]}")
+        self.assertEqual(done.stdout, "name,X,Y\nsome name that is long enough,8.5,47.25\n1\n")
+        self.assertEqual(done.stderr, "")
+        self.assertEqual(os.listdir(self.folder), ["long.csv"])
+
+
 class TrueImportTest(ByPlanTest):
     def test_every_cell_stands_with_its_value(self):
         self.write("harsh.csv", HARSH)

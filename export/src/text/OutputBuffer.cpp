@@ -6,6 +6,7 @@
 #include <fcntl.h>
 #include <system_error>
 #include <unistd.h>
+#include <utility>
 
 namespace Orvane::Import {
 
@@ -18,9 +19,10 @@ namespace {
 
 } // namespace
 
-OutputBuffer::OutputBuffer(int descriptor)
+OutputBuffer::OutputBuffer(int descriptor, std::function<void(std::string_view)> onBytes)
     : m_bytes(new char[kBytes])
     , m_descriptor(descriptor)
+    , m_onBytes(std::move(onBytes))
 {}
 
 OutputBuffer::OutputBuffer(const std::filesystem::path& file)
@@ -50,6 +52,9 @@ void OutputBuffer::Flush()
             ThrowSystemError();
         }
         written += count > 0 ? static_cast<std::size_t>(count) : 0;
+    }
+    if (m_onBytes) {
+        m_onBytes({m_bytes.get(), m_size});
     }
     m_size = 0;
 }

@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstring>
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <string_view>
 
@@ -22,7 +23,8 @@ public:
     /// @throws std::system_error
     explicit OutputBuffer(const std::filesystem::path& file);
     /// Writes to a file that is open already and stays open.
-    explicit OutputBuffer(int descriptor);
+    /// @param onBytes called with all bytes that were written, piece by piece; may throw
+    OutputBuffer(int descriptor, std::function<void(std::string_view)> onBytes);
     ~OutputBuffer();
     OutputBuffer(const OutputBuffer&) = delete;
     OutputBuffer& operator=(const OutputBuffer&) = delete;
@@ -72,6 +74,7 @@ private:
     std::size_t m_size = 0;
     int m_descriptor = -1;
     bool m_isOwned = false;
+    std::function<void(std::string_view)> m_onBytes;
 };
 
 } // namespace Orvane::Import

@@ -11,6 +11,7 @@
 
 #include <ogr_spatialref.h>
 
+#include <cerrno>
 #include <memory>
 #include <optional>
 #include <stdexcept>
@@ -31,8 +32,8 @@ WriteReport WriteRows(const WriteRequest& request,
                       const PointTransform* transform,
                       LossCounts& losses)
 {
-    TextRows<Format> rows(names.fields, request.hasGeometry, format, transform);
-    if (request.copiedNames != nullptr) {
+    TextRows<Format> rows(names.fields, request.target.hasGeometry, format, transform);
+    if (request.target.copiedNames) {
         rows.LeaveMissingCellsOut();
     }
     const auto check = [&request](std::uint64_t rowsDone) {
@@ -53,15 +54,24 @@ WriteReport WriteRows(const WriteRequest& request,
     return report;
 }
 
-/// Makes the file and calls `write` with it; names what has failed.
+/// Makes the file, or goes to the stream, and calls `write` with it; names what has failed.
 template <typename Write>
 void WriteFile(const WriteRequest& request, const Write& write)
 {
     try {
-        OutputBuffer out(request.file);
-        write(out);
-        out.Close();
+        std::optional<OutputBuffer> out;
+        if (request.stream != nullptr) {
+            out.emplace(request.stream->descriptor, request.stream->onBytes);
+        } else {
+            out.emplace(request.file);
+        }
+        write(*out);
+        out->Close();
     } catch (const std::system_error& error) {
+        // Rule: a stream whose reader has had enough is no failure of the disk.
+        if (request.stream != nullptr && error.code().value() == EPIPE) {
+            ThrowNotWritten(request, "output-closed", "Whoever read the output has ended.");
+        }
         ThrowNotWritten(request, "output-write", "Writing the file: " + error.code().message());
     }
 }
@@ -94,7 +104,7 @@ GeoJsonFormat::EKind KindOf(const ExportFormat& format)
 WriteReport WriteCsv(const WriteRequest& request)
 {
     FileFields names = NameFields(request.layer, request.counts, request.format);
-    if (request.copiedNames != nullptr) {
+    if (request.target.copiedNames) {
         // The names given to the columns are not those of the file.
         names.notes.clear();
     }
@@ -108,11 +118,11 @@ WriteReport WriteCsv(const WriteRequest& request)
         hasNulls.resize(names.fields.size());
         CsvFormat format(out,
                          std::move(hasNulls),
-                         request.hasGeometry,
-                         request.hasGeometry && request.counts.withHeight > 0);
-        if (request.hasNames && request.copiedNames != nullptr) {
-            format.CopyNames(*request.copiedNames);
-        } else if (request.hasNames) {
+                         request.target.hasGeometry,
+                         request.target.hasGeometry && request.counts.withHeight > 0);
+        if (request.target.hasNames && request.target.copiedNames) {
+            format.CopyNames(*request.target.copiedNames);
+        } else if (request.target.hasNames) {
             format.WriteNames(names.fields);
         }
         report = WriteRows(request, names, format, nullptr, losses);
@@ -131,8 +141,8 @@ WriteReport WriteGeoJson(const WriteRequest& request)
     std::optional<PointTransform> transform;
     const OGRSpatialReference* const system = request.coordSys.get();
     // Rule: a sequence of features has no place for the name of a system: its points are in WGS 84.
-    if (kind != GeoJsonFormat::EKind::Collection && request.hasGeometry && system != nullptr &&
-        !IsWgs84(*system)) {
+    if (kind != GeoJsonFormat::EKind::Collection && request.target.hasGeometry &&
+        system != nullptr && !IsWgs84(*system)) {
         try {
             transform.emplace(*system);
         } catch (const std::runtime_error& error) {
@@ -144,7 +154,7 @@ WriteReport WriteGeoJson(const WriteRequest& request)
     WriteReport report;
     WriteFile(request, [&](OutputBuffer& out) {
         GeoJsonFormat format(out, kind, names.fields);
-        format.Begin(layerName, request.hasGeometry ? NameSystem(system) : std::string());
+        format.Begin(layerName, request.target.hasGeometry ? NameSystem(system) : std::string());
         report = WriteRows(request, names, format, transform ? &*transform : nullptr, losses);
         format.End();
         losses.notFinite = format.GetNotFiniteCount();

@@ -10,6 +10,7 @@
 #include <array>
 #include <cstdint>
 #include <cstdio>
+#include <fcntl.h>
 #include <filesystem>
 #include <fstream>
 #include <limits>
@@ -17,6 +18,8 @@
 #include <sstream>
 #include <string>
 #include <support/TestFiles.h>
+#include <unistd.h>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -547,6 +550,145 @@ TEST_P(TargetsOfAllFormats, DoNotCountAFileThatWasCut)
     }
     std::filesystem::remove(request.out);
     EXPECT_THROW(static_cast<void>(target->CountWritten()), ImportFailure);
+}
+
+/// Sends what is written to standard output into a file meanwhile.
+class RedirectedOutput
+{
+public:
+    explicit RedirectedOutput(const std::string& file)
+        : m_saved(dup(STDOUT_FILENO))
+    {
+        std::fflush(stdout);
+        const int target = open(file.c_str(), O_WRONLY | O_CREAT, 0600);
+        EXPECT_NE(target, -1);
+        dup2(target, STDOUT_FILENO);
+        close(target);
+    }
+
+    ~RedirectedOutput()
+    {
+        dup2(m_saved, STDOUT_FILENO);
+        close(m_saved);
+    }
+
+    RedirectedOutput(const RedirectedOutput&) = delete;
+    RedirectedOutput& operator=(const RedirectedOutput&) = delete;
+
+private:
+    int m_saved;
+};
+
+TEST(StandardOutputTarget, WritesTheBytesOfAFileAndCountsThemAsTheyLeave)
+{
+    const TemporaryFolder folder;
+    BVectorLayer layer;
+    Fill(layer);
+    for (const auto& [name, format] : {std::pair("rows.csv", "csv"),
+                                       std::pair("rows.geojson", "GeoJSON"),
+                                       std::pair("rows.geojsonl", "geojsonseq"),
+                                       std::pair("rows.geojsons", ".geojsons")}) {
+        const Written expected = Write(layer, RequestFor(folder, name));
+        const std::string shown = folder.Name("shown").ToUtf8();
+        std::filesystem::remove(shown);
+        TargetRequest request;
+        request.out = "-";
+        request.format = format;
+        const std::unique_ptr<Target> target = OpenTarget(request);
+        WriteReport report;
+        {
+            const RedirectedOutput redirected(shown);
+            report = target->Write(layer, CountLayer(layer), {});
+            target->Commit();
+        }
+        EXPECT_EQ(Content(shown), expected.content) << name;
+        EXPECT_EQ(report.rows, 4U);
+        EXPECT_EQ(target->CountWritten().rows, 4U);
+        EXPECT_EQ(target->CountWritten().points, 3U);
+        EXPECT_EQ(target->GetName(), "-");
+    }
+}
+
+TEST(StandardOutputTarget, TellsWhyItCannotBeWritten)
+{
+    BVectorLayer layer;
+    Fill(layer);
+    TargetRequest request;
+    request.out = "-";
+    request.format = "CSV";
+    const std::unique_ptr<Target> target = OpenTarget(request);
+    const RedirectedOutput redirected("/dev/full");
+    try {
+        static_cast<void>(target->Write(layer, CountLayer(layer), {}));
+        FAIL() << "nothing was thrown";
+    } catch (const ImportFailure& failure) {
+        EXPECT_TRUE(failure.Is("output-write"));
+        EXPECT_EQ(failure.GetFields().cause, "Writing the file: No space left on device");
+        EXPECT_EQ(failure.GetFields().file, "-");
+    }
+}
+
+TEST(TargetFormat, IsWhatIsAskedForWhateverTheExtension)
+{
+    const TemporaryFolder folder;
+    BVectorLayer layer;
+    FillTexts(layer, {"a"});
+    TargetRequest request = RequestFor(folder, "rows.txt");
+    request.format = "GEOJSONSEQ";
+    EXPECT_EQ(Write(layer, request).content,
+              "{\"type\":\"Feature\",\"properties\":{\"t\":\"a\"},\"geometry\":null}\n");
+}
+
+struct RefusedFormat
+{
+    const char* name;
+    const char* out;
+    const char* format;
+    const char* what;
+};
+
+void PrintTo(const RefusedFormat& row, std::ostream* out)
+{
+    *out << row.name;
+}
+
+class TargetFormatRefuses : public testing::TestWithParam<RefusedFormat>
+{};
+
+INSTANTIATE_TEST_SUITE_P(
+    ,
+    TargetFormatRefuses,
+    testing::Values(
+        RefusedFormat{"StandardOutputWithoutAFormat",
+                      "-",
+                      "",
+                      "Standard output needs the name of a text format: CSV, GeoJSON or "
+                      "GeoJSONSeq."},
+        RefusedFormat{"ADatabaseOnStandardOutput",
+                      "-",
+                      "GPKG",
+                      "Standard output needs the name of a text format: CSV, GeoJSON or "
+                      "GeoJSONSeq."},
+        RefusedFormat{"AFormatThatThereIsNot",
+                      "a.csv",
+                      "KLM",
+                      "There is no format 'KLM'; the formats are GPKG, FlatGeobuf, GeoJSON, "
+                      "GeoJSONSeq, ESRI Shapefile, CSV."}),
+    TestSupport::CaseName());
+
+TEST_P(TargetFormatRefuses, ByItsWords)
+{
+    TargetRequest request;
+    request.out = GetParam().out;
+    request.format = GetParam().format;
+    try {
+        static_cast<void>(OpenTarget(request));
+        FAIL() << "nothing was thrown";
+    } catch (const ImportFailure& failure) {
+        EXPECT_TRUE(failure.Is("unknown-format"));
+        EXPECT_EQ(failure.GetFields().what, GetParam().what);
+        EXPECT_FALSE(failure.GetFields().nearest.empty());
+    }
 }
 
 TEST(CountLayer, CountsNullsByColumn)

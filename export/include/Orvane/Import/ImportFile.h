@@ -64,6 +64,7 @@ struct ImportRequest
     unsigned threads = 0;
     std::string layer{};                              ///< see TargetRequest
     EExistingLayer existing = EExistingLayer::Refuse; ///< see TargetRequest
+    std::string format{};                             ///< see TargetRequest
 };
 
 /// What an import has done.

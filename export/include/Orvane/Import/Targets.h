@@ -33,7 +33,8 @@ enum class EExistingLayer {
 /// `out` names a file by its path, its extension is the format (case ignored, but for .shp); or a
 /// PostgreSQL database, as "PG:host=db dbname=survey" with libpq's keywords, or as an address
 /// "postgresql://ada@db/survey". A table of a database is written in one transaction, which Commit
-/// ends; passwords never come into messages, reports or names.
+/// ends; passwords never come into messages, reports or names. "-" is standard output, for text
+/// formats: bytes leave with Write and cannot be called back.
 struct TargetRequest
 {
     std::string out;   ///< UTF-8
@@ -53,8 +54,11 @@ struct TargetRequest
     bool isCartesian = false;
     /// Databases only: the table, "schema.table" or one of the connection's search path; empty: the
     /// layer's name. UTF-8
-    std::string layer;
+    std::string layer{};
     EExistingLayer existing = EExistingLayer::Refuse; ///< databases only
+    /// The format instead of what the extension says: a name of GetTargetFormats, ASCII case
+    /// ignored, or an extension with its "."; empty for the extension. Needed for standard output.
+    std::string format{};
 };
 
 /// Whether `out` names a database.

@@ -106,6 +106,7 @@ struct UnderlyingTexts
 ///         output-folder        the folder of the output is missing, or cannot be written
 ///         output-not-a-file    something other than a file is in the place of the output
 ///         output-in-use        another program has the output open
+///         output-closed        the program that reads standard output has ended
 ///         database             the database cannot be reached, or lets nobody in
 ///         layer-exists         there is a table of that name, and the request does not say what
 ///                              becomes of it

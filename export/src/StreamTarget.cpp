@@ -1,0 +1,136 @@
+// Writes text formats to standard output.
+#include "StreamTarget.h"
+
+#include "CoordinateSystem.h"
+#include "CountWritten.h"
+#include "Formats.h"
+#include "LayerWriter.h"
+#include "OutputFile.h"
+#include "ProgressMeter.h"
+#include "Wrap.h"
+#include "text/TextCounter.h"
+
+#include <Orvane/Import/Failure.h>
+
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <unistd.h>
+#include <utility>
+
+namespace Orvane::Import {
+
+namespace {
+
+/// Rule: formats that are no text are refused, since their writers go back in the file.
+const ExportFormat& FindTextFormat(const TargetRequest& request)
+{
+    FailureFields fields;
+    fields.kind = EFailureKind::Request;
+    fields.code = "unknown-format";
+    fields.nearest = {"CSV", "GeoJSON", "GeoJSONSeq"};
+    fields.value = request.format;
+    fields.what = "Standard output needs the name of a text format: CSV, GeoJSON or GeoJSONSeq.";
+    if (request.format.empty()) {
+        throw ImportFailure(std::move(fields));
+    }
+    const ExportFormat& format = FindExportFormat(request.out, request.format);
+    if (!MakeTextCounter(format, {})) {
+        throw ImportFailure(std::move(fields));
+    }
+    return format;
+}
+
+class StreamTarget : public Target
+{
+public:
+    explicit StreamTarget(const TargetRequest& request)
+        : m_request(request)
+        , m_format(FindTextFormat(request))
+        , m_formatName(m_format.driver)
+        , m_coordSys(FindCoordinateSystem(request.crs))
+        , m_shape{0, request.hasGeometry, request.hasNames, {}}
+    {}
+
+    ~StreamTarget() override = default;
+
+    [[nodiscard]] const std::string& GetName() const noexcept override { return m_request.out; }
+
+    [[nodiscard]] const std::string& GetFormat() const noexcept override { return m_formatName; }
+
+    [[nodiscard]] WriteReport WritePages(const BVectorLayer& layer,
+                                         const LayerCounts& counts,
+                                         PageSource& pages,
+                                         const Callbacks& callbacks) override
+    {
+        ProgressMeter progress(callbacks, EPhase::Writing, counts.rows);
+        try {
+            return WrapFailures(m_request.out, [&] {
+                m_shape.fieldCount =
+                    layer.GetSchema().GetCount() + counts.fieldsBeyondSchema.size();
+                m_counter = MakeTextCounter(m_format, m_shape);
+                const OutputStream stream{
+                    STDOUT_FILENO, [this](std::string_view bytes) { m_counter->Consume(bytes); }};
+                const BVectorLayer* const noTable = nullptr;
+                return m_format.write({layer,
+                                       counts,
+                                       pages,
+                                       m_format,
+                                       m_request.out,
+                                       m_request,
+                                       m_coordSys,
+                                       noTable,
+                                       &stream,
+                                       progress});
+            });
+        } catch (...) {
+            progress.RethrowIfThrown();
+            throw;
+        }
+    }
+
+    /// Rule: beside standard output is the working folder, and its name is that of the input.
+    [[nodiscard]] SideFile AddSideFile(const std::string& ending) override
+    {
+        const std::string input = std::filesystem::path(m_request.input).filename().native();
+        const std::string name = (input.empty() ? "rows" : input) + ending;
+        return WrapFailures(name, [&] {
+            m_sideFile = std::make_unique<OutputFile>(name, m_request.input);
+            m_sideFile->Begin();
+            return SideFile{m_sideFile->GetWorkFile(), m_sideFile->GetFile(), name};
+        });
+    }
+
+    std::string AddTable(const BVectorLayer& /*table*/) override { return {}; }
+
+    void Commit() override
+    {
+        if (m_sideFile && std::filesystem::exists(m_sideFile->GetWorkFile())) {
+            WrapFailures(m_request.out, [&] { m_sideFile->Commit(); });
+        }
+    }
+
+    [[nodiscard]] TargetCounts CountWritten() override
+    {
+        return m_counter ? m_counter->GetCounts() : TargetCounts();
+    }
+
+private:
+    TargetRequest m_request;
+    const ExportFormat& m_format;
+    std::string m_formatName;
+    std::shared_ptr<OGRSpatialReference> m_coordSys;
+    WrittenShape m_shape;
+    std::unique_ptr<OutputFile> m_sideFile;
+    std::unique_ptr<TextCounter> m_counter;
+};
+
+} // namespace
+
+std::unique_ptr<Target> OpenStreamTarget(const TargetRequest& request)
+{
+    return std::make_unique<StreamTarget>(request);
+}
+
+} // namespace Orvane::Import
