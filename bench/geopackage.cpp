@@ -260,7 +260,7 @@ void WriteFloor(const Orvane::BVectorLayer& layer, const char* out, const char* 
 {
     const GeoPackage::LayerDefinition definition = Define(layer);
     const IndexTables tables = ReadIndex(indexFile);
-    GeoPackage::SqliteDatabase database(out);
+    GeoPackage::SqliteDatabase database(out, GeoPackage::SqliteDatabase::EFile::New);
     Times rows;
     Times index;
     GeoPackage::PrepareNewFile(database);

@@ -189,13 +189,15 @@ std::vector<ArgumentRule> MakeImportArguments()
                   "How many rows may be bad, as a number or as a share of all rows"),
         MakeValue("--layer",
                   "NAME",
-                  "Of a database: the table, or schema.table. Without it the name of FILE"),
+                  "Of a GeoPackage: the layer, beside those that are there. Of a database: the "
+                  "table, or schema.table. Without it the name of FILE"),
         {.kind = EArgumentKind::Flag,
          .name = "--append",
-         .meaning = "Of a database: add the rows to a table that is there"},
+         .meaning = "Add the rows to a layer of a GeoPackage, or to a table, that is there"},
         {.kind = EArgumentKind::Flag,
          .name = "--overwrite-layer",
-         .meaning = "Of a database: replace a table that is there"},
+         .meaning =
+             "Replace a layer of a GeoPackage, or a table, that is there, and leave the others"},
         MakeValue("--threads",
                   "1|2",
                   "2, as without it: one thread reads while another writes, and memory does not "

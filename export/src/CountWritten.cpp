@@ -7,6 +7,7 @@
 #include <gdal_priv.h>
 #include <ogrsf_frmts.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstdio>
@@ -52,6 +53,26 @@ TargetCounts CountText(const std::filesystem::path& path, TextCounter& counter)
     return counter.GetCounts();
 }
 
+/// The file as an address that SQLite opens without locks and without files beside it.
+std::string MakeAddress(const std::filesystem::path& file)
+{
+    constexpr std::string_view kHexDigits = "0123456789ABCDEF";
+    std::string address = "file:";
+    for (const char byte : file.native()) {
+        const auto code = static_cast<unsigned char>(byte);
+        const bool isPlain = (byte >= 'a' && byte <= 'z') || (byte >= 'A' && byte <= 'Z') ||
+                             (byte >= '0' && byte <= '9') || byte == '/' || byte == '.';
+        if (isPlain) {
+            address += byte;
+        } else {
+            address += '%';
+            address += kHexDigits[code >> 4U];
+            address += kHexDigits[code & 0xFU];
+        }
+    }
+    return address + "?immutable=1";
+}
+
 /// A GeoPackage, opened for reading by SQLite alone.
 class SqlCounter
 {
@@ -59,20 +80,45 @@ public:
     explicit SqlCounter(const std::filesystem::path& file)
     {
         sqlite3* database = nullptr;
-        const int code = sqlite3_open_v2(
-            file.c_str(), &database, SQLITE_OPEN_READONLY | SQLITE_OPEN_NOMUTEX, nullptr);
+        const int code =
+            sqlite3_open_v2(MakeAddress(file).c_str(),
+                            &database,
+                            SQLITE_OPEN_READONLY | SQLITE_OPEN_URI | SQLITE_OPEN_NOMUTEX,
+                            nullptr);
         m_database.reset(database);
         Check(code);
     }
 
-    TargetCounts Run(const std::string& furtherTable)
+    [[nodiscard]] std::optional<std::vector<std::string>> ListTables() const
+    {
+        std::vector<std::string> names;
+        try {
+            const Statement list = Prepare("SELECT name FROM sqlite_master");
+            while (Step(list)) {
+                names.push_back(TextOf(list, 0));
+            }
+        } catch (const std::runtime_error&) {
+            if (sqlite3_errcode(m_database.get()) != SQLITE_NOTADB) {
+                throw;
+            }
+        }
+        const auto has = [&](const char* name) {
+            return std::find(names.begin(), names.end(), name) != names.end();
+        };
+        return has("gpkg_contents") && has("gpkg_spatial_ref_sys") ? std::optional(std::move(names))
+                                                                   : std::nullopt;
+    }
+
+    TargetCounts Run(const WrittenShape& shape)
     {
         std::vector<std::pair<std::string, std::string>> tables;
         const Statement list = Prepare(
             "SELECT table_name, column_name FROM gpkg_contents LEFT JOIN gpkg_geometry_columns "
-            "USING(table_name) WHERE data_type IN ('features', 'attributes')");
+            "USING(table_name) WHERE data_type IN ('features', 'attributes') AND (?1 = '' OR "
+            "lower(table_name) = lower(?1))");
+        Check(sqlite3_bind_text(list.get(), 1, shape.onlyTable.c_str(), -1, SQLITE_TRANSIENT));
         while (Step(list)) {
-            if (TextOf(list, 0) != furtherTable) {
+            if (TextOf(list, 0) != shape.furtherTable) {
                 tables.emplace_back(TextOf(list, 0), TextOf(list, 1));
             }
         }
@@ -183,11 +229,16 @@ TargetCounts CountByGdal(const std::filesystem::path& file, const ExportFormat& 
 
 } // namespace
 
+std::optional<std::vector<std::string>> ListTables(const std::filesystem::path& file)
+{
+    return SqlCounter(file).ListTables();
+}
+
 TargetCounts
 CountFile(const std::filesystem::path& file, const ExportFormat& format, const WrittenShape& shape)
 {
     if (format.driver == std::string_view("GPKG")) {
-        return SqlCounter(file).Run(shape.furtherTable);
+        return SqlCounter(file).Run(shape);
     }
     if (const std::unique_ptr<TextCounter> counter = MakeTextCounter(format, shape)) {
         return CountText(file, *counter);

@@ -7,7 +7,9 @@
 
 #include <cstddef>
 #include <filesystem>
+#include <optional>
 #include <string>
+#include <vector>
 
 namespace Orvane::Import {
 
@@ -17,7 +19,8 @@ struct WrittenShape
     std::size_t fieldCount = 0; ///< attributes; in CSV the columns X and Y come after them
     bool hasGeometry = true;
     bool hasNames = true;
-    std::string furtherTable; ///< of a GeoPackage: not counted; empty for none
+    std::string furtherTable{}; ///< of a GeoPackage: not counted; empty for none
+    std::string onlyTable{};    ///< of a GeoPackage: the one to count, if it is there; empty: all
 };
 
 /// Reads the whole file and counts: GeoPackages by SQL over their tables, CSV by its records,
@@ -26,5 +29,9 @@ struct WrittenShape
 /// @throws std::runtime_error, reason as what(), when the file cannot be read or is not whole
 [[nodiscard]] TargetCounts
 CountFile(const std::filesystem::path& file, const ExportFormat& format, const WrittenShape& shape);
+
+/// The names of all tables and views of a GeoPackage; nothing when the file is none.
+/// @throws std::runtime_error, reason as what(), when it cannot be read
+[[nodiscard]] std::optional<std::vector<std::string>> ListTables(const std::filesystem::path& file);
 
 } // namespace Orvane::Import

@@ -21,6 +21,7 @@ struct ExportFormat
         UniqueIgnoreCase, ///< each name once, ASCII case ignored
         Dbase             ///< at most 10 bytes, each name once, ASCII case ignored
     } names;
+    bool namesLayer; ///< its file has the name of its layer
     bool holdsNaN;
     bool holdsInfinity;
     bool holdsDates;            ///< days; a format that does not hold them has their texts
@@ -29,7 +30,7 @@ struct ExportFormat
 };
 
 /// The format of a file name's extension (case ignored, but for ".shp"), or the one that is asked
-/// for: a format's name, ASCII case ignored, or an extension with its "."; empty for none.
+/// for: a format's name or extension, ASCII case ignored; empty for none.
 /// @throws ImportFailure `unknown-format`, `extension-case`
 [[nodiscard]] const ExportFormat& FindExportFormat(const std::string& path,
                                                    const std::string& wanted);

@@ -28,7 +28,8 @@ std::string NameLayer(const WriteRequest& request, std::vector<Note>& notes)
     if (driver == "ESRI Shapefile" || driver == "CSV") {
         return request.file.stem().native();
     }
-    std::string name = request.layer.GetName().ToUtf8();
+    std::string name =
+        request.target.layer.empty() ? request.layer.GetName().ToUtf8() : request.target.layer;
     name.erase(std::remove(name.begin(), name.end(), '\0'), name.end());
     // Names that SQLite and the standard of GeoPackages keep for themselves.
     const bool isReserved =
@@ -54,6 +55,17 @@ void ThrowNotWritten(const WriteRequest& request, const char* code, const std::s
                          "Exporter",
                          BString::Format("Could not write <%s>.", request.file.filename().c_str()),
                          BString::FromUtf8(reason)};
+    throw ImportFailure(std::move(fields));
+}
+
+void ThrowLayerExists(const TargetRequest& target, const std::string& reason)
+{
+    FailureFields fields;
+    fields.kind = EFailureKind::Output;
+    fields.code = "layer-exists";
+    fields.what = reason;
+    fields.file = target.out;
+    fields.advice = "Name another one, append to it, or have it replaced.";
     throw ImportFailure(std::move(fields));
 }
 

@@ -44,8 +44,9 @@ struct WriteRequest
     /// Without points, for formats with several tables; or null. To be looked at after the last
     /// page: it may come with that.
     const BVectorLayer* const& table;
-    const OutputStream* stream; ///< null: `file` is made
-    ProgressMeter& progress;    ///< asked every few thousand rows
+    const std::string& tableName; ///< of that table in the file; to be looked at with it
+    const OutputStream* stream;   ///< null: `file` is made
+    ProgressMeter& progress;      ///< asked every few thousand rows
 };
 
 /// The layer's name in the file, with a note when it is another one.
@@ -55,6 +56,9 @@ struct WriteRequest
 ///     "Exporter", reason)
 [[noreturn]] void
 ThrowNotWritten(const WriteRequest& request, const char* code, const std::string& reason);
+
+/// @throws ImportFailure `layer-exists`: `reason` says which one
+[[noreturn]] void ThrowLayerExists(const TargetRequest& target, const std::string& reason);
 
 /// @throws ImportFailure `too-many-columns`
 void RequireFewFields(const WriteRequest& request, std::size_t fieldCount);

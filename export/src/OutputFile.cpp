@@ -38,6 +38,41 @@ int Synchronise(const fs::path& path)
     return error == EINVAL ? 0 : error;
 }
 
+std::array<std::int64_t, 5> IdentityOf(const struct stat& status)
+{
+    return {static_cast<std::int64_t>(status.st_dev),
+            static_cast<std::int64_t>(status.st_ino),
+            status.st_size,
+            status.st_mtim.tv_sec,
+            status.st_mtim.tv_nsec};
+}
+
+/// An open file.
+class Descriptor
+{
+public:
+    explicit Descriptor(int descriptor)
+        : m_descriptor(descriptor)
+    {}
+
+    ~Descriptor() { static_cast<void>(Close()); }
+
+    Descriptor(const Descriptor&) = delete;
+    Descriptor& operator=(const Descriptor&) = delete;
+
+    [[nodiscard]] int Get() const noexcept { return m_descriptor; }
+
+    /// @return 0 when that worked
+    [[nodiscard]] int Close()
+    {
+        const int descriptor = std::exchange(m_descriptor, -1);
+        return descriptor == -1 ? 0 : close(descriptor);
+    }
+
+private:
+    int m_descriptor;
+};
+
 constexpr std::string_view kHiddenPrefix = ".orvane-";
 constexpr std::string_view kHiddenEnding = "XXXXXX";
 
@@ -197,6 +232,12 @@ OutputFile::OutputFile(const std::string& out, const std::string& input)
     if (access(folder.c_str(), W_OK | X_OK) != 0) {
         Fail("output-folder", "Its folder: " + ReasonOf(errno) + ".");
     }
+    RequireUnused();
+}
+
+void OutputFile::RequireUnused() const
+{
+    std::error_code error;
     for (const char* suffix : {"-wal", "-journal"}) {
         if (fs::exists(m_file.native() + suffix, error)) {
             Fail("output-in-use",
@@ -265,8 +306,55 @@ void OutputFile::Begin()
     }
 }
 
+bool OutputFile::IsThere() const
+{
+    std::error_code error;
+    return fs::exists(m_file, error);
+}
+
+void OutputFile::CopyOld(const std::function<void()>& step)
+{
+    const auto require = [this](bool isGood) {
+        if (!isGood) {
+            Fail("output-write", ReasonOf(errno));
+        }
+    };
+    Descriptor from(open(m_file.c_str(), O_RDONLY | O_CLOEXEC));
+    require(from.Get() != -1);
+    struct stat status = {};
+    require(fstat(from.Get(), &status) == 0);
+    m_copied = IdentityOf(status);
+    Descriptor to(open(GetWorkFile().c_str(),
+                       O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC,
+                       status.st_mode & (S_IRWXU | S_IRWXG | S_IRWXO)));
+    require(to.Get() != -1);
+    std::vector<char> bytes(std::size_t{1} << 20U);
+    ssize_t count = 0;
+    while ((count = read(from.Get(), bytes.data(), bytes.size())) != 0) {
+        if (count < 0 && errno == EINTR) {
+            continue;
+        }
+        require(count > 0);
+        for (ssize_t done = 0; done < count;) {
+            const ssize_t written =
+                write(to.Get(), bytes.data() + done, static_cast<std::size_t>(count - done));
+            require(written >= 0 || errno == EINTR);
+            done += written > 0 ? written : 0;
+        }
+        step();
+    }
+    require(to.Close() == 0);
+}
+
 void OutputFile::Commit()
 {
+    if (m_copied) {
+        RequireUnused();
+        struct stat status = {};
+        if (stat(m_file.c_str(), &status) != 0 || IdentityOf(status) != *m_copied) {
+            Fail("output-in-use", "Another program has changed it meanwhile.");
+        }
+    }
     std::error_code error;
     std::vector<fs::path> sideFiles;
     for (const fs::directory_entry& entry : fs::directory_iterator(m_workFolder, error)) {

@@ -1,7 +1,11 @@
 // The file that an import replaces only when all of it is there.
 #pragma once
 
+#include <array>
+#include <cstdint>
 #include <filesystem>
+#include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -34,6 +38,15 @@ public:
     /// more.
     void Begin();
 
+    /// Whether there is a file in the place.
+    [[nodiscard]] bool IsThere() const;
+
+    /// Copies the file that is in the place into the hidden folder, to be added to there; after
+    /// Begin. Commit fails then when the file in the place has changed in between.
+    /// @param step called every MiB; throws to stop
+    /// @throws ImportFailure `output-write`
+    void CopyOld(const std::function<void()>& step);
+
     /// The file to write: the final name in the hidden folder. Absolute.
     [[nodiscard]] std::filesystem::path GetWorkFile() const
     {
@@ -55,10 +68,11 @@ public:
     /// Puts all files of the hidden folder on the disk and moves them to the final place, the main
     /// file last; side files that only an earlier main file had are removed. When one of them
     /// cannot be moved, those before it go back. The hidden folder is gone then. @throws
-    /// ImportFailure `output-not-a-file`, `output-write`
+    /// ImportFailure `output-not-a-file`, `output-write`; `output-in-use`, see CopyOld
     void Commit();
 
 private:
+    void RequireUnused() const;
     void RemoveWorkFolder() noexcept;
     [[noreturn]] void Fail(const char* code, const std::string& reason) const;
 
@@ -66,6 +80,8 @@ private:
     std::filesystem::path m_file; ///< the final file, absolute
     std::filesystem::path m_workFolder;
     std::vector<std::filesystem::path> m_stale;
+    /// What the copied file was: device, number, size and time of its last change. Or nothing.
+    std::optional<std::array<std::int64_t, 5>> m_copied;
     int m_lock = -1; ///< the hidden folder, open and locked
 };
 

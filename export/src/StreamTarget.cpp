@@ -81,6 +81,7 @@ public:
                                        m_request,
                                        m_coordSys,
                                        noTable,
+                                       m_shape.furtherTable,
                                        &stream,
                                        progress});
             });

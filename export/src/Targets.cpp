@@ -1,6 +1,7 @@
 // Files as targets, and the choice between them and databases.
 #include "CoordinateSystem.h"
 #include "CountWritten.h"
+#include "ExistingLayers.h"
 #include "Formats.h"
 #include "LayerWriter.h"
 #include "OutputFile.h"
@@ -16,6 +17,8 @@
 #include "postgis/ConnectionText.h"
 #include "postgis/PostgisTarget.h"
 #endif
+
+#include <cpl_port.h>
 
 #include <algorithm>
 #include <iterator>
@@ -66,6 +69,10 @@ public:
         if (!request.hasGeometry && m_formatName == "FlatGeobuf") {
             ThrowNotHeld(request.out);
         }
+        RequireLayers();
+        if (m_formatName == "GPKG" && NamesLayer() && m_file.IsThere()) {
+            FindTables();
+        }
     }
 
     ~FileTarget() override = default;
@@ -91,10 +98,14 @@ public:
                                            m_request,
                                            m_coordSys,
                                            m_table,
+                                           m_shape.furtherTable,
                                            nullptr,
                                            progress};
                 m_shape.fieldCount =
                     layer.GetSchema().GetCount() + counts.fieldsBeyondSchema.size();
+                if (m_tables) {
+                    PrepareCopy(request);
+                }
                 return m_format.write(request);
             });
         } catch (...) {
@@ -103,11 +114,17 @@ public:
         }
     }
 
-    [[nodiscard]] SideFile AddSideFile(const std::string& ending) override
+    [[nodiscard]] SideFile AddSideFile(const std::string& wanted) override
     {
         return WrapFailures(m_request.out, [&] {
             m_file.Begin();
             const std::filesystem::path& file = m_file.GetFile();
+            // Rule: rows that were put aside for another layer of the file stay.
+            std::string ending = wanted;
+            for (int number = 2; m_tables && std::filesystem::exists(file.native() + ending);
+                 ++number) {
+                ending = "." + std::to_string(number) + wanted;
+            }
             const bool isLink = std::filesystem::path(m_request.out).filename() != file.filename();
             return SideFile{m_file.GetWorkFile().native() + ending,
                             file.native() + ending,
@@ -121,7 +138,11 @@ public:
             return {};
         }
         m_table = &table;
-        m_shape.furtherTable = table.GetName().ToUtf8();
+        const std::string wanted = table.GetName().ToUtf8();
+        m_shape.furtherTable = wanted;
+        for (int number = 2; HasTable(m_shape.furtherTable); ++number) {
+            m_shape.furtherTable = wanted + "_" + std::to_string(number);
+        }
         return m_shape.furtherTable;
     }
 
@@ -130,7 +151,7 @@ public:
         WrapFailures(m_request.out, [&] {
             const std::filesystem::path rejected =
                 m_file.GetFile().native() + std::string(kRejectedEnding);
-            if (IsRejectedFile(rejected)) {
+            if (!m_tables && IsRejectedFile(rejected)) {
                 m_file.RemoveWithCommit(rejected);
             }
             m_file.Commit();
@@ -141,7 +162,8 @@ public:
     {
         return WrapFailures(m_request.out, [&] {
             try {
-                return CountFile(m_file.GetFile(), m_format, m_shape);
+                const TargetCounts now = CountFile(m_file.GetFile(), m_format, m_shape);
+                return TargetCounts{now.rows - m_before.rows, now.points - m_before.points};
             } catch (const std::runtime_error& error) {
                 ThrowNotRead(m_request.out, error.what());
             }
@@ -149,6 +171,75 @@ public:
     }
 
 private:
+    [[nodiscard]] bool NamesLayer() const
+    {
+        return !m_request.layer.empty() || m_request.existing != EExistingLayer::Refuse;
+    }
+
+    /// Rule: a wish that the format cannot fulfil is refused, not passed over.
+    void RequireLayers() const
+    {
+        const bool isRefused = m_formatName == "GPKG" ? false
+                               : m_format.namesLayer  ? m_request.existing != EExistingLayer::Refuse
+                                                      : NamesLayer();
+        if (isRefused) {
+            FailureFields fields;
+            fields.kind = EFailureKind::Request;
+            fields.code = "one-layer";
+            fields.what = "A file of the format " + m_formatName + " holds one layer" +
+                          (m_format.namesLayer ? ", which is always replaced."
+                                               : ", which has no name and is always replaced.");
+            fields.value = m_request.out;
+            throw ImportFailure(std::move(fields));
+        }
+    }
+
+    /// Looks into the file that is added to.
+    void FindTables()
+    {
+        std::string reason = "It is no GeoPackage.";
+        try {
+            m_tables = ListTables(m_file.GetFile());
+        } catch (const std::runtime_error& error) {
+            reason = error.what();
+        }
+        if (!m_tables) {
+            FailureFields fields;
+            fields.kind = EFailureKind::Output;
+            fields.code = "output-write";
+            fields.what = "A layer cannot be added to the output.";
+            fields.file = m_request.out;
+            fields.cause = reason;
+            throw ImportFailure(std::move(fields));
+        }
+        // Rule: what is refused whatever the rows is refused before they are read.
+        if (m_request.existing == EExistingLayer::Refuse && HasTable(m_request.layer)) {
+            ThrowLayerExists(m_request, GeoPackage::LayerExists(m_request.layer).what());
+        }
+    }
+
+    [[nodiscard]] bool HasTable(const std::string& name) const
+    {
+        return m_tables && std::any_of(m_tables->begin(), m_tables->end(), [&](const auto& table) {
+                   return EQUAL(table.c_str(), name.c_str());
+               });
+    }
+
+    /// Rule: a file with several layers is added to in a copy, which replaces it when complete.
+    void PrepareCopy(const WriteRequest& request)
+    {
+        std::vector<Note> notes; // those of the name come with writing
+        m_shape.onlyTable = NameLayer(request, notes);
+        m_file.CopyOld([&] {
+            if (!request.progress.Report(0)) {
+                ThrowCancelled();
+            }
+        });
+        if (m_request.existing == EExistingLayer::Append) {
+            m_before = CountFile(request.file, m_format, m_shape);
+        }
+    }
+
     TargetRequest m_request;
     const ExportFormat& m_format;
     std::string m_formatName;
@@ -156,6 +247,9 @@ private:
     const BVectorLayer* m_table = nullptr; ///< not owned
     WrittenShape m_shape;
     OutputFile m_file;
+    /// Of the file that is added to; nothing when the output is made anew.
+    std::optional<std::vector<std::string>> m_tables;
+    TargetCounts m_before; ///< of the layer that is appended to
 };
 
 } // namespace

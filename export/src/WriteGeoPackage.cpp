@@ -1,4 +1,5 @@
 // Hands a layer's pages to the writer of GeoPackages.
+#include "ExistingLayers.h"
 #include "FieldNames.h"
 #include "GeoPackageWriter.h"
 #include "LayerWriter.h"
@@ -6,8 +7,11 @@
 #include "SpatialReferences.h"
 #include "WriteFailure.h"
 
+#include <Orvane/Import/Failure.h>
+
 #include <cstddef>
 #include <cstdint>
+#include <filesystem>
 #include <memory>
 #include <utility>
 
@@ -60,10 +64,10 @@ void WriteRows(PageSource& pages, GeoPackageWriter& writer)
 }
 
 /// A layer without points, whose names are none of a file's.
-void WriteTable(const BVectorLayer& layer, GeoPackageWriter& writer)
+void WriteTable(const BVectorLayer& layer, const std::string& name, GeoPackageWriter& writer)
 {
     GeoPackage::LayerDefinition definition;
-    definition.name = layer.GetName().ToUtf8();
+    definition.name = name;
     definition.hasGeometry = false;
     definition.spatialReference = GeoPackage::UndefinedSpatialReference();
     const BAttributeDefs& schema = layer.GetSchema();
@@ -75,6 +79,18 @@ void WriteTable(const BVectorLayer& layer, GeoPackageWriter& writer)
     LayerPages pages(layer.GetFeatures());
     WriteRows(pages, writer);
     writer.EndLayer();
+}
+
+GeoPackage::EExisting ToExisting(EExistingLayer existing)
+{
+    switch (existing) {
+    case EExistingLayer::Append:
+        return GeoPackage::EExisting::Append;
+    case EExistingLayer::Replace:
+        return GeoPackage::EExisting::Replace;
+    default:
+        return GeoPackage::EExisting::Refuse;
+    }
 }
 
 /// Passes progress on, and cancels by an exception.
@@ -110,15 +126,27 @@ WriteReport WriteGeoPackage(const WriteRequest& request)
     try {
         GeoPackageWriter::Options options;
         options.progress = ProgressBridge(request.progress);
+        options.isCopy = std::filesystem::exists(request.file);
         GeoPackageWriter writer(request.file, std::move(options));
-        writer.BeginLayer(definition);
+        writer.BeginLayer(definition, ToExisting(request.target.existing));
         WriteRows(request.pages, writer);
         const GeoPackage::LayerCounts counts = writer.EndLayer();
         if (request.table != nullptr) {
-            WriteTable(*request.table, writer);
+            WriteTable(*request.table, request.tableName, writer);
         }
         writer.Finish();
         return MakeReport(counts, names);
+    } catch (const GeoPackage::LayerExists& failure) {
+        ThrowLayerExists(request.target, failure.what());
+    } catch (const GeoPackage::LayerMismatch& failure) {
+        FailureFields fields;
+        fields.kind = EFailureKind::Output;
+        fields.code = "layer-schema";
+        fields.what = "The rows do not fit the layer '" + definition.name + "'.";
+        fields.file = request.target.out;
+        fields.cause = failure.what();
+        fields.advice = "Choose the same types as when it was made, or another layer.";
+        throw ImportFailure(std::move(fields));
     } catch (const WriteFailure& failure) {
         ThrowNotWritten(request, "output-write", failure.what());
     }

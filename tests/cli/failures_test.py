@@ -60,6 +60,11 @@ CASES = {
         ["import", "a.csv", "./a.csv"],
         "The output is the input; give it another name.",
         2),
+    "one-layer": (
+        {"a.csv": XY},
+        ["import", "a.csv", "o.csv", "--append"],
+        "A file of the format CSV holds one layer, which has no name and is always replaced.",
+        2),
     "columns-unknown": (
         {"a.csv": 'a,b\n1.5,2.5\n'},
         ["import", "a.csv"],

@@ -4,6 +4,7 @@ import csv
 import gzip
 import json
 import os
+import resource
 import shlex
 import sqlite3
 import subprocess
@@ -81,6 +82,116 @@ class StandardOutputTest(ByPlanTest):
         self.assertEqual(done.stdout, "name,X,Y\nsome name that is long enough,8.5,47.25\n1\n")
         self.assertEqual(done.stderr, "")
         self.assertEqual(os.listdir(self.folder), ["long.csv"])
+
+
+class LayersTest(ByPlanTest):
+    """Several layers in one GeoPackage."""
+
+    FIRST = "lon,lat,n,name\n8.5,47.25,1,a\n7.5,46.75,2,b\n"
+    SECOND = "lon,lat,n,name\n8.75,47.5,3,c\n9.5,46.5,4,d\n"
+
+    def numbers(self, layer, name="all.gpkg"):
+        with sqlite3.connect(self.path(name)) as database:
+            return [row[0] for row in database.execute(f"SELECT n FROM {layer} ORDER BY fid")]
+
+    def content(self, name="all.gpkg"):
+        with open(self.path(name), "rb") as file:
+            return file.read()
+
+    def setUp(self):
+        super().setUp()
+        self.write("first.csv", self.FIRST)
+        self.write("second.csv", self.SECOND)
+        self.succeed("import", "first.csv", "all.gpkg")
+
+    def test_layers_are_added_appended_to_and_replaced(self):
+        report = self.report("second.csv", "all.gpkg", "--layer", "other")
+        self.assertTrue(report["ok"])
+        self.assertEqual((self.numbers("first"), self.numbers("other")), ([1, 2], [3, 4]))
+        report = self.report("second.csv", "all.gpkg", "--layer", "FIRST", "--append")
+        self.assertEqual(report["ledger"]["rowsWritten"], 2)
+        self.assertEqual(self.numbers("first"), [1, 2, 3, 4])
+        self.succeed("import", "first.csv", "all.gpkg", "--append")
+        self.assertEqual(self.numbers("first"), [1, 2, 3, 4, 1, 2])
+        self.succeed("import", "second.csv", "all.gpkg", "--layer", "first", "--overwrite-layer")
+        self.assertEqual((self.numbers("first"), self.numbers("other")), ([3, 4], [3, 4]))
+        self.assertEqual(sorted(os.listdir(self.folder)), ["all.gpkg", "first.csv", "second.csv"])
+        self.succeed("import", "first.csv", "all.gpkg")
+        with sqlite3.connect(self.path("all.gpkg")) as database:
+            self.assertEqual(list(database.execute("SELECT table_name FROM gpkg_contents")), [("first",)])
+
+    def test_flags_on_a_file_that_is_not_there_make_it(self):
+        self.succeed("import", "second.csv", "new.gpkg", "--layer", "mine", "--append")
+        self.assertEqual(self.numbers("mine", "new.gpkg"), [3, 4])
+
+    def test_failures_leave_the_file_as_it_was(self):
+        self.write("wrong.csv", "lon,lat,n,name,more\n8.5,47.25,x,a,1\n7.5,46.75,y,b,2\n")
+        with open(self.path("text.gpkg"), "w", encoding="utf-8") as file:
+            file.write("no database")
+        before = self.content()
+        for arguments, code, words in [
+            (["second.csv", "all.gpkg", "--layer", "First"], "layer-exists", "There is a layer 'First' already."),
+            (["wrong.csv", "all.gpkg", "--layer", "first", "--append"], "layer-schema",
+             "Its column 'n' is of type MEDIUMINT, the file's is TEXT."),
+            (["second.csv", "all.gpkg", "--layer", "first", "--append", "--crs", "EPSG:2056"], "layer-schema",
+             "Its geometries in column 'geom' are in EPSG:4326, those of the rows in EPSG:2056."),
+            (["second.csv", "text.gpkg", "--append"], "output-write", "It is no GeoPackage."),
+        ]:
+            result = self.run_orvane("import", *arguments, "--json")
+            self.assertEqual(result.status, 1)
+            failure = json.loads(result.out)
+            self.assertEqual(failure["code"], code)
+            self.assertIn(words, result.err)
+        self.assertEqual(self.content(), before)
+        self.assertEqual(self.content("text.gpkg"), b"no database")
+        self.assertEqual(sorted(os.listdir(self.folder)),
+                         ["all.gpkg", "first.csv", "second.csv", "text.gpkg", "wrong.csv"])
+
+    def test_formats_of_one_layer_refuse_what_they_cannot_do(self):
+        for arguments, words in [
+            (["o.csv", "--layer", "x"], "A file of the format CSV holds one layer, which has no name"),
+            (["o.geojson", "--append"], "A file of the format GeoJSON holds one layer, which is always replaced."),
+            (["o.fgb", "--overwrite-layer"], "A file of the format FlatGeobuf holds one layer"),
+        ]:
+            result = self.run_orvane("import", "first.csv", *arguments)
+            self.assertEqual(result.status, 2)
+            self.assertIn(words, result.err)
+        self.succeed("import", "first.csv", "o.geojson", "--layer", "mine")
+        with open(self.path("o.geojson"), encoding="utf-8") as file:
+            self.assertEqual(json.load(file)["name"], "mine")
+
+    def test_rows_put_aside_for_one_layer_stay_beside_those_of_another(self):
+        bad = "lon,lat,n,name\n" + "8.5,47.25,1,a\n" * 200 + "1,2,3,4,5,6\n"
+        self.write("bad.csv", bad)
+        for layer in ["one", "two"]:
+            self.succeed("import", "bad.csv", "all.gpkg", "--layer", layer)
+        self.assertEqual(sorted(name for name in os.listdir(self.folder) if "rejected" in name),
+                         ["all.gpkg.2.rejected.csv", "all.gpkg.rejected.csv"])
+        with sqlite3.connect(self.path("all.gpkg")) as database:
+            self.assertEqual(
+                sorted(row[0] for row in database.execute("SELECT table_name FROM gpkg_contents")),
+                ["first", "one", "rejected_rows", "rejected_rows_2", "two"])
+        self.succeed("import", "second.csv", "all.gpkg", "--layer", "three")
+        self.assertTrue(os.path.exists(self.path("all.gpkg.rejected.csv")))
+
+    def test_a_kill_or_a_full_disk_leaves_the_file_as_it_was(self):
+        self.write("long.csv", "lon,lat,n,name\n" + "8.5,47.25,5,some name that is long enough\n" * 300000)
+        before = self.content()
+        command = [cli_test.PROGRAM, "import", "long.csv", "all.gpkg", "--layer", "first", "--append"]
+        limit = lambda: resource.setrlimit(resource.RLIMIT_FSIZE, (1 << 20, 1 << 20))
+        full = subprocess.run(command, cwd=self.folder, capture_output=True, text=True, timeout=60, preexec_fn=limit)
+        self.assertEqual(full.returncode, 1)
+        self.assertIn("The output cannot be written.", full.stderr)
+        self.assertEqual(sorted(os.listdir(self.folder)), ["all.gpkg", "first.csv", "long.csv", "second.csv"])
+        killed = subprocess.Popen(command, cwd=self.folder)
+        while not any(name.startswith(".orvane-") for name in os.listdir(self.folder)) and killed.poll() is None:
+            pass
+        killed.kill()
+        killed.wait()
+        self.assertEqual(self.content(), before)
+        self.succeed("import", "second.csv", "all.gpkg", "--layer", "first", "--append")
+        self.assertEqual(self.numbers("first"), [1, 2, 3, 4])
+        self.assertEqual(sorted(os.listdir(self.folder)), ["all.gpkg", "first.csv", "long.csv", "second.csv"])
 
 
 class TrueImportTest(ByPlanTest):

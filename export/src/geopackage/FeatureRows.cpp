@@ -79,9 +79,13 @@ bool HasNul(const BTextArray& texts)
 
 } // namespace
 
-FeatureRows::FeatureRows(const LayerDefinition& layer, PointSorter& points, Progress progress)
+FeatureRows::FeatureRows(const LayerDefinition& layer,
+                         PointSorter& points,
+                         std::uint64_t lastRow,
+                         Progress progress)
     : m_layer(layer)
     , m_points(points)
+    , m_lastRow(lastRow)
     , m_progress(std::move(progress))
     , m_firstField(layer.hasGeometry ? 1 : 0)
     , m_geometry(MakeGeometry(layer))
@@ -184,7 +188,7 @@ void FeatureRows::SetPoint(double x, double y, double z)
         PutLittle(coordinates + 2 * sizeof x, z);
     }
     ++m_counts.points;
-    m_points.Add(m_counts.rows, x, y);
+    m_points.Add(m_lastRow + m_counts.rows, x, y);
     if (!m_counts.extent) {
         m_counts.extent = Extent{x, y, x, y};
         return;

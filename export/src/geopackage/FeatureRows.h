@@ -40,8 +40,12 @@ public:
     /// Called every few thousand rows with the rows given so far; throws to stop.
     using Progress = std::function<void(std::uint64_t rows)>;
 
-    /// @param points gets the points with the numbers of their rows, the first row has 1
-    FeatureRows(const LayerDefinition& layer, PointSorter& points, Progress progress);
+    /// @param points gets the points with the numbers of their rows
+    /// @param lastRow the number before that of the first row, 0 in a new table
+    FeatureRows(const LayerDefinition& layer,
+                PointSorter& points,
+                std::uint64_t lastRow,
+                Progress progress);
 
     /// Goes on with the rows of a page; it must stay until Next has given all of them.
     /// @param features the collection of the page when rows of it may stand as objects, or null
@@ -86,6 +90,7 @@ private:
 
     const LayerDefinition& m_layer;
     PointSorter& m_points;
+    std::uint64_t m_lastRow;
     Progress m_progress;
     LayerCounts m_counts;
 

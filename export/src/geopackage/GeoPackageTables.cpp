@@ -10,10 +10,12 @@ namespace {
 /// "GPKG" as the number in the header of the file.
 constexpr const char* kHeader = "PRAGMA application_id = 1196444487; PRAGMA user_version = 10300;";
 
-constexpr const char* kConnection = "PRAGMA page_size = 16384; PRAGMA cache_size = -4096;"
-                                    "PRAGMA journal_mode = OFF; PRAGMA synchronous = OFF;"
-                                    "PRAGMA locking_mode = EXCLUSIVE; PRAGMA secure_delete = OFF;"
-                                    "PRAGMA temp_store = MEMORY;";
+constexpr const char* kNewPages = "PRAGMA page_size = 16384;";
+
+constexpr const char* kConnection =
+    "PRAGMA cache_size = -4096; PRAGMA journal_mode = OFF; PRAGMA synchronous = OFF;"
+    "PRAGMA locking_mode = EXCLUSIVE; PRAGMA secure_delete = OFF;"
+    "PRAGMA temp_store = MEMORY;";
 
 constexpr const char* kSpatialReferences = R"(
 CREATE TABLE gpkg_spatial_ref_sys (
@@ -85,28 +87,6 @@ constexpr const char* kWgs84Second =
     R"wkt(0.0174532925199433]],CS[ellipsoidal,2],AXIS["geodetic latitude (Lat)",north,ORDER[1],)wkt"
     R"wkt(ANGLEUNIT["degree",0.0174532925199433]],AXIS["geodetic longitude (Lon)",east,ORDER[2],)wkt"
     R"wkt(ANGLEUNIT["degree",0.0174532925199433]],ID["EPSG",4326]])wkt";
-
-const char* TypeName(EVariantType type)
-{
-    switch (type) {
-    case EVariantType::Int32:
-        return "MEDIUMINT";
-    case EVariantType::Int64:
-        return "INTEGER";
-    case EVariantType::Double:
-        return "REAL";
-    case EVariantType::Float:
-        return "FLOAT";
-    case EVariantType::Boolean:
-        return "BOOLEAN";
-    case EVariantType::Date:
-        return "DATE";
-    case EVariantType::DateTime:
-        return "DATETIME";
-    default:
-        return "TEXT";
-    }
-}
 
 void AddExtension(SqliteDatabase& database,
                   std::string_view table,
@@ -250,6 +230,28 @@ void RegisterGeometry(SqliteDatabase& database, const LayerDefinition& layer)
 
 } // namespace
 
+const char* TypeName(EVariantType type)
+{
+    switch (type) {
+    case EVariantType::Int32:
+        return "MEDIUMINT";
+    case EVariantType::Int64:
+        return "INTEGER";
+    case EVariantType::Double:
+        return "REAL";
+    case EVariantType::Float:
+        return "FLOAT";
+    case EVariantType::Boolean:
+        return "BOOLEAN";
+    case EVariantType::Date:
+        return "DATE";
+    case EVariantType::DateTime:
+        return "DATETIME";
+    default:
+        return "TEXT";
+    }
+}
+
 SpatialReference UndefinedSpatialReference()
 {
     return {"Undefined geographic SRS",
@@ -274,8 +276,26 @@ SpatialReference UndefinedCartesianReference()
 
 void PrepareNewFile(SqliteDatabase& database)
 {
+    database.Execute(kNewPages);
     database.Execute(kConnection);
     database.Execute(kHeader);
+}
+
+void PrepareExistingFile(SqliteDatabase& database)
+{
+    database.Execute(kConnection);
+    database.Execute("BEGIN");
+    const std::pair<const char*, const char*> tables[] = {
+        {"gpkg_geometry_columns", kGeometryColumns},
+        {"gpkg_extensions", kExtensions},
+        {"gpkg_ogr_contents", kRowCounts}};
+    for (const auto& [name, sql] : tables) {
+        SqliteStatement find(database, "SELECT count(*) FROM sqlite_master WHERE name = ?1");
+        find.BindText(1, name);
+        if (find.RunForInteger() == 0) {
+            database.Execute(sql);
+        }
+    }
 }
 
 void CreateCoreTables(SqliteDatabase& database)
@@ -296,13 +316,30 @@ void CreateCoreTables(SqliteDatabase& database)
                          {}});
 }
 
-void AddSpatialReference(SqliteDatabase& database, const SpatialReference& reference)
+std::int32_t AddSpatialReference(SqliteDatabase& database, const SpatialReference& reference)
 {
-    SqliteStatement find(database, "SELECT count(*) FROM gpkg_spatial_ref_sys WHERE srs_id = ?1");
-    find.BindInteger(1, reference.id);
-    if (find.RunForInteger() != 0) {
-        return;
+    // A system of no organisation is told by its definition.
+    SqliteStatement find(database,
+                         "SELECT srs_id FROM gpkg_spatial_ref_sys WHERE upper(organization) = "
+                         "upper(?1) AND organization_coordsys_id = ?2 AND (?2 <= 0 OR "
+                         "upper(?1) != 'NONE' OR definition = ?3) ORDER BY srs_id != ?4 LIMIT 1");
+    find.BindText(1, reference.organization);
+    find.BindInteger(2, reference.organizationId);
+    find.BindText(3, reference.definition);
+    find.BindInteger(4, reference.id);
+    std::optional<std::int32_t> found;
+    while (find.Next()) {
+        found = static_cast<std::int32_t>(find.GetInteger(0));
     }
+    if (found) {
+        return *found;
+    }
+    SqliteStatement free(database,
+                         "SELECT CASE WHEN EXISTS (SELECT 1 FROM gpkg_spatial_ref_sys WHERE "
+                         "srs_id = ?1) THEN max(99999, max(srs_id)) + 1 ELSE ?1 END FROM "
+                         "gpkg_spatial_ref_sys");
+    free.BindInteger(1, reference.id);
+    const auto id = static_cast<std::int32_t>(free.RunForInteger());
     SqliteStatement findColumn(database,
                                "SELECT count(*) FROM pragma_table_info('gpkg_spatial_ref_sys') "
                                "WHERE name = 'definition_12_063'");
@@ -311,12 +348,14 @@ void AddSpatialReference(SqliteDatabase& database, const SpatialReference& refer
         AddSecondDefinitions(database);
         hasSecond = true;
     }
-    SqliteStatement insert(database,
-                           hasSecond
-                               ? "INSERT INTO gpkg_spatial_ref_sys VALUES(?1,?2,?3,?4,?5,?6,?7)"
-                               : "INSERT INTO gpkg_spatial_ref_sys VALUES(?1,?2,?3,?4,?5,?6)");
+    SqliteStatement insert(
+        database,
+        std::string("INSERT INTO gpkg_spatial_ref_sys(srs_name, srs_id, organization, "
+                    "organization_coordsys_id, definition, description") +
+            (hasSecond ? ", definition_12_063) VALUES(?1,?2,?3,?4,?5,?6,?7)"
+                       : ") VALUES(?1,?2,?3,?4,?5,?6)"));
     insert.BindText(1, reference.name);
-    insert.BindInteger(2, reference.id);
+    insert.BindInteger(2, id);
     insert.BindText(3, reference.organization);
     insert.BindInteger(4, reference.organizationId);
     insert.BindText(5, reference.definition);
@@ -328,6 +367,7 @@ void AddSpatialReference(SqliteDatabase& database, const SpatialReference& refer
             7, reference.definition2015.empty() ? "undefined" : reference.definition2015.c_str());
     }
     insert.Run();
+    return id;
 }
 
 void CreateLayerTable(SqliteDatabase& database, const LayerDefinition& layer)
@@ -365,7 +405,8 @@ void RegisterLayer(SqliteDatabase& database,
     SqliteStatement contents(
         database,
         "INSERT INTO gpkg_contents(table_name, data_type, identifier, min_x, min_y, max_x, max_y, "
-        "srs_id) VALUES(?1, ?7, ?1, ?2, ?3, ?4, ?5, ?6)");
+        "srs_id) VALUES(?1, ?7, CASE WHEN EXISTS (SELECT 1 FROM gpkg_contents WHERE identifier = "
+        "?1) THEN NULL ELSE ?1 END, ?2, ?3, ?4, ?5, ?6)");
     contents.BindText(1, layer.name);
     contents.BindText(7, layer.hasGeometry ? "features" : "attributes");
     if (counts.extent) {

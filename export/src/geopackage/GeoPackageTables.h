@@ -4,6 +4,7 @@
 #include "GeoPackageLayer.h"
 #include "SqliteDatabase.h"
 
+#include <cstdint>
 #include <optional>
 #include <string>
 
@@ -17,8 +18,17 @@ void PrepareNewFile(SqliteDatabase& database);
 /// Makes the tables that every GeoPackage has, with the three systems that must be in it.
 void CreateCoreTables(SqliteDatabase& database);
 
-/// Adds the coordinate system of a layer when the file has none of its number.
-void AddSpatialReference(SqliteDatabase& database, const SpatialReference& reference);
+/// Sets up the connection for a copy of a file that is there: as for a new one, but for the pages,
+/// whose size stays. Makes the tables that a layer needs and that the file may lack.
+void PrepareExistingFile(SqliteDatabase& database);
+
+/// Adds the coordinate system of a layer unless the file has it.
+/// @return its number in the file: that of `reference`, or another one when that stands for another
+///     system there
+std::int32_t AddSpatialReference(SqliteDatabase& database, const SpatialReference& reference);
+
+/// The type of a field's column.
+[[nodiscard]] const char* TypeName(EVariantType type);
 
 /// Makes the layer's own table, without rows.
 void CreateLayerTable(SqliteDatabase& database, const LayerDefinition& layer);

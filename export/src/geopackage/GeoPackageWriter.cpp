@@ -1,6 +1,7 @@
 // Puts the parts in order: one transaction from the first table to the last trigger.
 #include "GeoPackageWriter.h"
 
+#include "ExistingLayers.h"
 #include "FeatureRows.h"
 #include "GeoPackageTables.h"
 #include "PackedTree.h"
@@ -9,6 +10,7 @@
 #include "SqliteDatabase.h"
 #include "WriteFailure.h"
 
+#include <optional>
 #include <string>
 #include <system_error>
 #include <utility>
@@ -19,9 +21,9 @@ namespace Orvane::GeoPackage {
 class GeoPackageWriter::OpenFile
 {
 public:
-    explicit OpenFile(const std::filesystem::path& file)
+    OpenFile(const std::filesystem::path& file, bool isCopy)
         : m_file(file)
-        , m_database(file)
+        , m_database(file, isCopy ? SqliteDatabase::EFile::Existing : SqliteDatabase::EFile::New)
     {}
 
     ~OpenFile()
@@ -55,17 +57,24 @@ private:
 class GeoPackageWriter::OpenLayer
 {
 public:
+    /// @param existing the layer that rows are appended to; nothing for a new one
     OpenLayer(SqliteDatabase& database,
               const LayerDefinition& definition,
+              std::optional<ExistingLayer> existing,
               const std::filesystem::path& folder,
               const Options& options)
         : m_definition(definition)
+        , m_existing(std::move(existing))
+        , m_triggers(m_existing ? std::optional(SuspendedTriggers(database, *m_existing))
+                                : std::nullopt)
         , m_database(database)
         , m_folder(folder)
         , m_options(options)
         , m_points(folder, options.indexMemory)
-        , m_rows(
-              m_definition, m_points, [this](std::uint64_t rows) { Report(EPhase::Rows, rows, 0); })
+        , m_rows(m_definition,
+                 m_points,
+                 m_existing ? m_existing->lastRow : 0,
+                 [this](std::uint64_t rows) { Report(EPhase::Rows, rows, 0); })
         , m_feed(database,
                  "orvane_features",
                  m_definition.fields.size() + (m_definition.hasGeometry ? 1 : 0),
@@ -83,6 +92,10 @@ public:
     LayerCounts End()
     {
         const LayerCounts& counts = m_rows.GetCounts();
+        if (m_existing) {
+            EndAppending(counts);
+            return counts;
+        }
         if (m_definition.hasGeometry) {
             MakeIndex(counts);
         }
@@ -91,11 +104,29 @@ public:
     }
 
 private:
+    [[nodiscard]] PackedTree::Progress MakeIndexProgress()
+    {
+        return
+            [this](std::uint64_t done, std::uint64_t total) { Report(EPhase::Index, done, total); };
+    }
+
+    void EndAppending(const LayerCounts& counts)
+    {
+        const PackedTree::Progress report = MakeIndexProgress();
+        report(0, counts.points);
+        if (m_existing->hasIndex && counts.points > 0) {
+            ExtendIndex(
+                m_database, *m_existing, m_points, {m_folder, m_options.indexMemory}, report);
+        }
+        const SqliteDatabase::Step step = [&] { report(counts.points, counts.points); };
+        const StepScope scope(m_database, step);
+        UpdateLayer(m_database, *m_existing, counts);
+        m_triggers->Restore();
+    }
+
     void MakeIndex(const LayerCounts& counts)
     {
-        const auto report = [this](std::uint64_t done, std::uint64_t total) {
-            Report(EPhase::Index, done, total);
-        };
+        const PackedTree::Progress report = MakeIndexProgress();
         report(0, counts.points);
         m_points.Sort([&] { report(0, counts.points); });
         PackedTree tree(m_database, GetIndexName(m_definition));
@@ -105,12 +136,12 @@ private:
 
     void Report(EPhase phase, std::uint64_t done, std::uint64_t total) const
     {
-        if (m_options.progress) {
-            m_options.progress(phase, done, total);
-        }
+        m_options.Report(phase, done, total);
     }
 
     const LayerDefinition m_definition;
+    const std::optional<ExistingLayer> m_existing;
+    std::optional<SuspendedTriggers> m_triggers;
     SqliteDatabase& m_database;
     const std::filesystem::path m_folder;
     const Options& m_options;
@@ -133,9 +164,14 @@ GeoPackageWriter::GeoPackageWriter(std::filesystem::path file, Options options)
     : m_file(std::move(file))
     , m_options(std::move(options))
 {
-    Do("Making the file", [this] {
-        m_open = std::make_unique<OpenFile>(m_file);
+    const bool isCopy = m_options.isCopy;
+    Do(isCopy ? "Opening the file" : "Making the file", [&] {
+        m_open = std::make_unique<OpenFile>(m_file, isCopy);
         SqliteDatabase& database = m_open->GetDatabase();
+        if (isCopy) {
+            PrepareExistingFile(database);
+            return;
+        }
         PrepareNewFile(database);
         database.Execute("BEGIN");
         CreateCoreTables(database);
@@ -144,13 +180,27 @@ GeoPackageWriter::GeoPackageWriter(std::filesystem::path file, Options options)
 
 GeoPackageWriter::~GeoPackageWriter() = default;
 
-void GeoPackageWriter::BeginLayer(const LayerDefinition& layer)
+void GeoPackageWriter::BeginLayer(const LayerDefinition& layer, EExisting existing)
 {
     Do("Making the layer", [&] {
         SqliteDatabase& database = m_open->GetDatabase();
-        AddSpatialReference(database, layer.spatialReference);
-        CreateLayerTable(database, layer);
-        m_layer = std::make_unique<OpenLayer>(database, layer, m_file.parent_path(), m_options);
+        LayerDefinition definition = layer;
+        definition.spatialReference.id = AddSpatialReference(database, layer.spatialReference);
+        std::optional<ExistingLayer> old = FindLayer(database, layer.name);
+        if (old && existing == EExisting::Refuse) {
+            throw LayerExists(layer.name);
+        }
+        if (old && existing == EExisting::Append) {
+            definition = FitLayer(database, *old, definition);
+        } else {
+            if (old) {
+                RemoveLayer(database, *old, [this] { m_options.Report(EPhase::Rows, 0, 0); });
+                old.reset();
+            }
+            CreateLayerTable(database, definition);
+        }
+        m_layer = std::make_unique<OpenLayer>(
+            database, definition, std::move(old), m_file.parent_path(), m_options);
     });
 }
 

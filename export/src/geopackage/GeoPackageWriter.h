@@ -14,12 +14,20 @@
 
 namespace Orvane::GeoPackage {
 
-/// A new GeoPackage 1.3 that is written once: by SQLite, straight from pages of columns.
+/// What becomes of a layer that is there already.
+enum class EExisting {
+    Refuse, ///< LayerExists
+    Append, ///< rows are added, when they fit: else LayerMismatch
+    Replace ///< the layer goes, with its rows
+};
+
+/// A new GeoPackage 1.3, or one that gets further layers and rows: written once, by SQLite,
+/// straight from pages of columns.
 ///
-/// Order of calls: construct (makes the file), then for each layer BeginLayer, WritePage for its
-/// pages in order, EndLayer (makes its spatial index); at last Finish. Without Finish, and after
-/// any exception, the destructor removes the file. After an exception nothing but the destructor
-/// may be called.
+/// Order of calls: construct (makes or opens the file), then for each layer BeginLayer, WritePage
+/// for its pages in order, EndLayer (makes its spatial index); at last Finish. Without Finish, and
+/// after any exception, the destructor removes the file.
+/// After an exception nothing but the destructor may be called.
 ///
 /// The file has the tables that GDAL and QGIS work with: the R-tree extension with its triggers,
 /// and the number of rows with its triggers. The rows are numbered from 1. See FeatureRows for what
@@ -29,8 +37,8 @@ namespace Orvane::GeoPackage {
 /// Options::indexMemory, beyond it in nameless files beside the output.
 ///
 /// Used by one thread at a time. Failures of SQLite, the disk and the system are WriteFailure;
-/// std::bad_alloc leaves as it is, and so does every exception of the progress function, which is
-/// how a caller cancels.
+/// LayerExists, LayerMismatch and std::bad_alloc leave as they are, and so does every exception of
+/// the progress function, which is how a caller cancels.
 ///
 ///     GeoPackageWriter writer("/data/.work/points.gpkg", {});
 ///     writer.BeginLayer(definition);
@@ -57,15 +65,25 @@ public:
         Progress progress;
         /// Bytes; that many are used for sorting, and again while the index is filled.
         std::size_t indexMemory = std::size_t{64} << 20U;
+        /// The file is there: a copy, which is added to, and which goes when that fails.
+        bool isCopy = false;
+
+        void Report(EPhase phase, std::uint64_t done, std::uint64_t total) const
+        {
+            if (progress) {
+                progress(phase, done, total);
+            }
+        }
     };
 
-    /// @param file absolute; must not exist. Its folder is used for nameless files.
+    /// @param file absolute; must not exist unless Options::isCopy. Its folder is used for nameless
+    ///     files.
     GeoPackageWriter(std::filesystem::path file, Options options);
     ~GeoPackageWriter();
     GeoPackageWriter(const GeoPackageWriter&) = delete;
     GeoPackageWriter& operator=(const GeoPackageWriter&) = delete;
 
-    void BeginLayer(const LayerDefinition& layer);
+    void BeginLayer(const LayerDefinition& layer, EExisting existing = EExisting::Refuse);
 
     /// @param features the collection of the page when rows of it may stand as objects beside it,
     ///     or null; @param firstRow the page's first row in that collection

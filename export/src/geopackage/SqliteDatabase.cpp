@@ -5,6 +5,7 @@
 
 #include <new>
 #include <system_error>
+#include <utility>
 
 namespace Orvane::GeoPackage {
 
@@ -27,15 +28,16 @@ std::string Quote(std::string_view text, char mark)
 
 } // namespace
 
-SqliteDatabase::SqliteDatabase(const std::filesystem::path& file)
+SqliteDatabase::SqliteDatabase(const std::filesystem::path& file, EFile kind)
 {
     std::error_code error;
-    if (std::filesystem::exists(file, error)) {
+    const bool isNew = kind == EFile::New;
+    if (isNew && std::filesystem::exists(file, error)) {
         throw WriteFailure("the file is there already");
     }
     const int code = sqlite3_open_v2(file.c_str(),
                                      &m_handle,
-                                     SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE |
+                                     SQLITE_OPEN_READWRITE | (isNew ? SQLITE_OPEN_CREATE : 0) |
                                          SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_EXRESCODE,
                                      nullptr);
     if (IsGood(code)) {
@@ -73,10 +75,34 @@ void SqliteDatabase::Execute(const std::string& sql)
     Check(sqlite3_exec(m_handle, sql.c_str(), nullptr, nullptr, nullptr));
 }
 
+void SqliteDatabase::SetStep(const Step* step)
+{
+    constexpr int kInstructionsOfStep = 20'000;
+    m_step = step;
+    sqlite3_progress_handler(
+        m_handle, step == nullptr ? 0 : kInstructionsOfStep, &SqliteDatabase::OnStep, this);
+}
+
+int SqliteDatabase::OnStep(void* self) noexcept
+{
+    // No exception passes through SQLite: it is kept for Check.
+    auto* const database = static_cast<SqliteDatabase*>(self);
+    try {
+        (*database->m_step)();
+        return 0;
+    } catch (...) {
+        database->m_stepFailure = std::current_exception();
+        return 1;
+    }
+}
+
 void SqliteDatabase::Check(int code) const
 {
     if (IsGood(code)) {
         return;
+    }
+    if (m_stepFailure) {
+        std::rethrow_exception(std::exchange(m_stepFailure, nullptr));
     }
     constexpr int kPlainCode = 0xFF;
     const int plain = code & kPlainCode;
@@ -137,6 +163,47 @@ void SqliteStatement::BindNull(int number)
 void SqliteStatement::Run()
 {
     static_cast<void>(RunForInteger());
+}
+
+bool SqliteStatement::Next()
+{
+    const int code = sqlite3_step(m_statement.get());
+    if (code == SQLITE_ROW) {
+        return true;
+    }
+    m_database.Check(code);
+    m_database.Check(sqlite3_reset(m_statement.get()));
+    return false;
+}
+
+bool SqliteStatement::IsNull(int column) const
+{
+    return sqlite3_column_type(m_statement.get(), column) == SQLITE_NULL;
+}
+
+std::int64_t SqliteStatement::GetInteger(int column) const
+{
+    return sqlite3_column_int64(m_statement.get(), column);
+}
+
+double SqliteStatement::GetReal(int column) const
+{
+    return sqlite3_column_double(m_statement.get(), column);
+}
+
+std::string SqliteStatement::GetText(int column) const
+{
+    const auto* const text =
+        reinterpret_cast<const char*>(sqlite3_column_text(m_statement.get(), column));
+    const int size = sqlite3_column_bytes(m_statement.get(), column);
+    return text == nullptr ? std::string() : std::string(text, static_cast<std::size_t>(size));
+}
+
+std::string_view SqliteStatement::GetBlob(int column) const
+{
+    const void* const bytes = sqlite3_column_blob(m_statement.get(), column);
+    const int size = sqlite3_column_bytes(m_statement.get(), column);
+    return {static_cast<const char*>(bytes), bytes == nullptr ? 0 : static_cast<std::size_t>(size)};
 }
 
 std::int64_t SqliteStatement::RunForInteger()

@@ -2,7 +2,9 @@
 #pragma once
 
 #include <cstdint>
+#include <exception>
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <sqlite3.h>
 #include <string>
@@ -10,16 +12,24 @@
 
 namespace Orvane::GeoPackage {
 
-/// A connection to a new database file that one thread uses alone.
+/// A connection to a database file that one thread uses alone.
 ///
 /// Nothing of SQLite's settings for the whole process is changed: the connection itself is opened
 /// without a lock of its own (SQLITE_OPEN_NOMUTEX).
 class SqliteDatabase
 {
 public:
-    /// Makes and opens the file. @param file absolute; must not exist
-    /// @throws WriteFailure, std::bad_alloc; no file is left then.
-    explicit SqliteDatabase(const std::filesystem::path& file);
+    enum class EFile {
+        New,     ///< is made; must not exist
+        Existing ///< is there
+    };
+
+    /// Called between steps of some ms; throws to stop.
+    using Step = std::function<void()>;
+
+    /// Opens the file. @param file absolute
+    /// @throws WriteFailure, std::bad_alloc; no new file is left then.
+    SqliteDatabase(const std::filesystem::path& file, EFile kind);
     /// Closes; what was not committed is not a database.
     ~SqliteDatabase();
     SqliteDatabase(const SqliteDatabase&) = delete;
@@ -31,6 +41,11 @@ public:
     /// @throws as Check.
     void Execute(const std::string& sql);
 
+    /// Has `step` called while statements run that need long; null ends it. What `step` throws
+    /// leaves the statement's Check.
+    /// @param step must stay until it is replaced; or null
+    void SetStep(const Step* step);
+
     /// @param code SQLite's result of the connection's last call
     /// @throws std::bad_alloc for SQLITE_NOMEM; WriteFailure with SQLite's words and the system's
     ///     for any other code but SQLITE_OK, SQLITE_ROW and SQLITE_DONE.
@@ -41,7 +56,30 @@ public:
     void Close();
 
 private:
+    static int OnStep(void* self) noexcept;
+
     sqlite3* m_handle = nullptr;
+    const Step* m_step = nullptr; ///< not owned
+    mutable std::exception_ptr m_stepFailure;
+};
+
+/// Has a step called during long statements as long as it lives.
+class StepScope
+{
+public:
+    StepScope(SqliteDatabase& database, const SqliteDatabase::Step& step)
+        : m_database(database)
+    {
+        database.SetStep(&step);
+    }
+
+    ~StepScope() { m_database.SetStep(nullptr); }
+
+    StepScope(const StepScope&) = delete;
+    StepScope& operator=(const StepScope&) = delete;
+
+private:
+    SqliteDatabase& m_database;
 };
 
 /// A prepared statement; ends before its database.
@@ -61,6 +99,19 @@ public:
 
     /// Runs to the end and makes the statement ready for the next run. Rows are passed over.
     void Run();
+
+    /// The next row of the result. @return false after the last one; the statement is ready for the
+    /// next run then
+    [[nodiscard]] bool Next();
+
+    /// A column of the row at hand, counted from 0. Texts and blobs stay until the next row; both
+    /// are empty for a null.
+    [[nodiscard]] bool IsNull(int column) const;
+    [[nodiscard]] std::int64_t GetInteger(int column) const;
+    [[nodiscard]] double GetReal(int column) const;
+    [[nodiscard]] std::string GetText(int column) const;
+    [[nodiscard]] std::string_view GetBlob(int column) const;
+
     /// The first column of the first row as an integer; 0 without a row.
     [[nodiscard]] std::int64_t RunForInteger();
 

@@ -37,8 +37,16 @@ constexpr std::size_t kMostFields = 1598;
 /// Bytes of a name; PostgreSQL would cut longer ones.
 constexpr std::size_t kLongestName = 63;
 
-constexpr ExportFormat kFormat = {
-    "", "PostgreSQL", nullptr, ExportFormat::ENames::Unique, true, true, true, true, kMostFields};
+constexpr ExportFormat kFormat = {"",
+                                  "PostgreSQL",
+                                  nullptr,
+                                  ExportFormat::ENames::Unique,
+                                  true,
+                                  true,
+                                  true,
+                                  true,
+                                  true,
+                                  kMostFields};
 
 FailureFields MakeFields(const std::string& shown, const char* code, std::string what)
 {

@@ -52,12 +52,14 @@ struct TargetRequest
     std::optional<std::vector<std::string>> copiedNames{};
     /// Without `crs`: the coordinates are metres or the like, and no degrees. A GeoPackage says so.
     bool isCartesian = false;
-    /// Databases only: the table, "schema.table" or one of the connection's search path; empty: the
-    /// layer's name. UTF-8
+    /// The name of the layer, UTF-8; empty: its own. Of a GeoPackage that is there: the layer is
+    /// added to the others, and without a name and with Refuse the whole file is replaced. Of a
+    /// database: the table, "schema.table" or one of the connection's search path. Other files hold
+    /// one layer; CSV, GeoJSONSeq and shapefiles keep no name of it.
     std::string layer{};
-    EExistingLayer existing = EExistingLayer::Refuse; ///< databases only
+    EExistingLayer existing = EExistingLayer::Refuse; ///< GeoPackages and databases only
     /// The format instead of what the extension says: a name of GetTargetFormats, ASCII case
-    /// ignored, or an extension with its "."; empty for the extension. Needed for standard output.
+    /// ignored, or an extension; empty for that of `out`. Needed for standard output.
     std::string format{};
 };
 
@@ -79,8 +81,9 @@ struct TargetRequest
 ///
 /// @throws ImportFailure `unknown-format`, `extension-case`, `crs-form`, `unknown-crs`,
 ///     `output-is-input`, `output-folder`, `output-not-a-file`, `output-in-use`, `output-write`
-///     without geometry in a format that needs it; of databases `database`, `layer-exists`, and
-///     `no-database-driver` in a build without libpq
+///     without geometry in a format that needs it, or of a file that is no GeoPackage and is to get
+///     a layer; `one-layer`, `layer-exists`; of databases `database`, and `no-database-driver` in a
+///     build without libpq
 [[nodiscard]] ORVANE_IMPORT_EXPORT std::unique_ptr<Target> OpenTarget(const TargetRequest& request);
 
 } // namespace Orvane::Import

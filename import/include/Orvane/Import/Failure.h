@@ -61,6 +61,7 @@ struct UnderlyingTexts
 ///         unknown-crs          there is no coordinate system `value`
 ///         no-database-driver   the output is a database, and this library was built without libpq
 ///         output-is-input      both are the same file
+///         one-layer            files of the format hold one layer: none can be appended to or named
 ///         columns-unknown      the columns of X and Y are not certain; `columns`, `missing`; `matches`
 ///                              holds the one of the two that is known. Of a plan: `answers`
 ///         names-unknown        whether the first line holds names is not certain; `columns`, `answers`
@@ -108,9 +109,10 @@ struct UnderlyingTexts
 ///         output-in-use        another program has the output open
 ///         output-closed        the program that reads standard output has ended
 ///         database             the database cannot be reached, or lets nobody in
-///         layer-exists         there is a table of that name, and the request does not say what
-///                              becomes of it
-///         layer-schema         the rows do not fit the table that they are to be appended to
+///         layer-exists         there is a layer or a table of that name, and the request does not
+///                              say what becomes of it
+///         layer-schema         the rows do not fit the layer that they are to be appended to;
+///                              `cause` names the column
 ///         output-write         writing fails; `cause` is the text of the system or of the format
 ///         too-many-columns     the format holds fewer columns
 ///         cache-folder         the folder `value` cannot hold the disk cache
