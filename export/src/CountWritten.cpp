@@ -2,6 +2,7 @@
 #include "CountWritten.h"
 
 #include "GdalScope.h"
+#include "flatgeobuf/CountFeatures.h"
 #include "text/TextCounter.h"
 
 #include <gdal_priv.h>
@@ -242,6 +243,10 @@ CountFile(const std::filesystem::path& file, const ExportFormat& format, const W
     }
     if (const std::unique_ptr<TextCounter> counter = MakeTextCounter(format, shape)) {
         return CountText(file, *counter);
+    }
+    if (format.driver == std::string_view("FlatGeobuf")) {
+        const FlatGeobuf::FeatureCounts counts = FlatGeobuf::CountFeatures(file);
+        return {counts.features, counts.points};
     }
     return CountByGdal(file, format);
 }

@@ -24,7 +24,8 @@ struct WrittenShape
 };
 
 /// Reads the whole file and counts: GeoPackages by SQL over their tables, CSV by its records,
-/// GeoJSON and its sequences by their tokens, other formats by GDAL. Shares no code with the
+/// GeoJSON and its sequences by their tokens, FlatGeobuf from feature to feature, with a look at
+/// its index, other formats by GDAL. Shares no code with the
 /// writers, so that a row that one of them has lost, doubled or cut in two shows.
 /// @throws std::runtime_error, reason as what(), when the file cannot be read or is not whole
 [[nodiscard]] TargetCounts

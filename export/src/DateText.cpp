@@ -144,4 +144,27 @@ std::optional<DateParts> ParseDateText(EVariantType type, std::string_view text)
     return rest.IsAtEnd() ? std::optional(parts) : std::nullopt;
 }
 
+void SpellDateTime(std::string_view text,
+                   const DateParts& parts,
+                   std::size_t leastFractionDigits,
+                   std::string& out)
+{
+    constexpr std::size_t kDateLength = 10;
+    constexpr std::size_t kMinutesEnd = 16;
+    constexpr std::size_t kSecondsEnd = 19;
+    const bool hasSeconds = text.size() >= kSecondsEnd && text[kMinutesEnd] == ':';
+    const auto digits = static_cast<std::size_t>(parts.fractionDigits);
+    const std::size_t zone =
+        !hasSeconds ? kMinutesEnd : kSecondsEnd + (digits > 0 ? 1 + digits : 0);
+    out.assign(text.substr(0, kDateLength));
+    out += 'T';
+    out += text.substr(kDateLength + 1, kMinutesEnd - kDateLength - 1);
+    out += hasSeconds ? text.substr(kMinutesEnd, zone - kMinutesEnd) : ":00";
+    if (digits < leastFractionDigits) {
+        out += digits == 0 ? "." : "";
+        out.append(leastFractionDigits - digits, '0');
+    }
+    out += text.substr(zone);
+}
+
 } // namespace Orvane

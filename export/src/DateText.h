@@ -3,8 +3,10 @@
 
 #include <Orvane/BVariant.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <string>
 #include <string_view>
 
 namespace Orvane {
@@ -28,6 +30,15 @@ struct DateParts
 /// @param type Date, Time or DateTime
 /// @return nothing for any other text, and for days and hours that no calendar or clock has
 [[nodiscard]] std::optional<DateParts> ParseDateText(EVariantType type, std::string_view text);
+
+/// Spells a date and time with "T" and with seconds, "2018-01-28T13:03:22" and its zone, if any.
+/// @param text of those parts
+/// @param leastFractionDigits after the seconds; more where the text has more
+/// @param out is replaced
+void SpellDateTime(std::string_view text,
+                   const DateParts& parts,
+                   std::size_t leastFractionDigits,
+                   std::string& out);
 
 /// Whether values of the type are texts that ParseDateText reads.
 [[nodiscard]] constexpr bool IsDateType(EVariantType type) noexcept

@@ -2,6 +2,7 @@
 #include "Formats.h"
 
 #include "LayerWriter.h"
+#include "flatgeobuf/FlatGeobufLayer.h"
 
 #include <Orvane/Import/DisplayText.h>
 #include <Orvane/Import/Failure.h>
@@ -31,13 +32,14 @@ constexpr ExportFormat kFormats[] = {
      kMostGeoPackageFields},
     {".fgb",
      "FlatGeobuf",
-     &WriteByGdal,
+     &WriteFlatGeobuf,
      ExportFormat::ENames::Unique,
      true,
      true,
      true,
      false,
-     true},
+     true,
+     FlatGeobuf::kMostFields},
     {".geojson",
      "GeoJSON",
      &WriteGeoJson,

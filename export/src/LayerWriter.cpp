@@ -1,6 +1,8 @@
 // What all writers of layers do alike.
 #include "LayerWriter.h"
 
+#include "flatgeobuf/FlatGeobufLayer.h"
+
 #include <Orvane/Import/Failure.h>
 
 #include <algorithm>
@@ -77,7 +79,7 @@ void RequireFewFields(const WriteRequest& request, std::size_t fieldCount)
                         "too-many-columns",
                         "The format holds at most " + std::to_string(most) +
                             " columns, and there are " + std::to_string(fieldCount) +
-                            "; .fgb holds more.");
+                            (most < FlatGeobuf::kMostFields ? "; .fgb holds more." : "."));
     }
 }
 

@@ -67,6 +67,10 @@ void RequireFewFields(const WriteRequest& request, std::size_t fieldCount);
 /// @throws as WriteByGdal
 [[nodiscard]] WriteReport WriteGeoPackage(const WriteRequest& request);
 
+/// Writes the layer as FlatGeobuf, straight from its pages. Rows without geometry come last.
+/// @throws as WriteByGdal
+[[nodiscard]] WriteReport WriteFlatGeobuf(const WriteRequest& request);
+
 /// Writes the layer as CSV, or as GeoJSON or a sequence of its features: straight from its pages.
 /// @throws as WriteByGdal
 [[nodiscard]] WriteReport WriteCsv(const WriteRequest& request);

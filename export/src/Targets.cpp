@@ -31,17 +31,6 @@ namespace Orvane::Import {
 
 namespace {
 
-[[noreturn]] void ThrowNotHeld(const std::string& shownPath)
-{
-    FailureFields fields;
-    fields.kind = EFailureKind::Output;
-    fields.code = "output-write";
-    fields.what = "The output cannot be written.";
-    fields.file = shownPath;
-    fields.cause = "FlatGeobuf files hold no rows without geometry; .gpkg and .csv files do.";
-    throw ImportFailure(std::move(fields));
-}
-
 [[noreturn]] void ThrowNotRead(const std::string& shownPath, const std::string& reason)
 {
     FailureFields fields;
@@ -65,10 +54,6 @@ public:
         , m_shape{0, request.hasGeometry, request.hasNames, {}}
         , m_file(request.out, request.input)
     {
-        // Rule: what the format cannot hold at all is refused before anything is read.
-        if (!request.hasGeometry && m_formatName == "FlatGeobuf") {
-            ThrowNotHeld(request.out);
-        }
         RequireLayers();
         if (m_formatName == "GPKG" && NamesLayer() && m_file.IsThere()) {
             FindTables();

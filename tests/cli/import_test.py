@@ -479,12 +479,12 @@ class LedgerTest(ByPlanTest):
         self.assertIn("Written:  a.gpkg (GPKG), 3 rows, 2 points\n", out)
 
     def test_a_loss_that_the_format_makes_is_status_1_and_the_output_stays(self):
-        self.write("a.csv", "lat,lon,n\n1.5,2.5,1\n,3.5,2\n4.5,5.5,3\n")
+        self.write("a.csv", "lat,lon,n\n1.5,2.5,a\n3.5,3.5,b\0c\n4.5,5.5,d\n")
         result = self.run_orvane("import", "a.csv", "a.fgb")
         self.assertEqual(result.status, 1)
         self.assertIn("orvane: a.fgb is written, but it is not all of the file:\n"
-                      "  1 rows without geometry are not in the file: its format cannot hold them.\n", result.err)
-        self.assertEqual(len(self.rows("a.fgb")), 2)
+                      "  1 NUL characters of texts are U+FFFD in the file.\n", result.err)
+        self.assertEqual(len(self.rows("a.fgb")), 3)
         self.assertFalse(self.report("a.csv", "a.fgb", status=1)["ok"])
 
 

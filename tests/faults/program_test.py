@@ -149,7 +149,7 @@ class MemoryLimitTest(FaultsTest):
     def test_an_import_is_done_or_ends_with_a_line(self):
         mapped = self.mapped_bytes()
         for extension in FORMATS:
-            # FlatGeobuf's writer makes its index at the end; no exception may leave it there.
+            # FlatGeobuf's rows wait in memory; there must be enough of them to feel the limits.
             rows, step = (100000, 2) if extension == "fgb" else (10000, 10)
             self.write_rows("m.csv", rows)
             out = "out." + extension

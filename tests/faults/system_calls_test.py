@@ -144,9 +144,9 @@ class SystemCallsTest(CliTest):
         self.import_with_faults("gpkg")
 
     def test_a_flatgeobuf_is_whole_or_the_old_one(self):
-        # The listing of the folder, for files that the writer leaves there, and its removal.
-        self.import_with_faults("fgb", r"^\d+ +openat\(.*/\.orvane-\w+\", O_RDONLY",
-                                r"^\d+ +unlink\(\"/.*/out_temp\.fgb\"")
+        # The making of the file, the part of it that is written first and last, its way to its place.
+        self.import_with_faults("fgb", r"^\d+ +openat\(.*/out\.fgb\", O_W", r"^\d+ +pwrite64\(",
+                                r"^\d+ +pwrite64\(.*, 0\)", r"^\d+ +fsync\(", r"^\d+ +rename\(")
 
     def test_a_shapefile_is_whole_or_the_old_one(self):
         # A part whose creation the writer does not check; the header, read again at the end.

@@ -47,30 +47,6 @@ std::string MakeGeometry(const LayerDefinition& layer)
     return bytes;
 }
 
-/// The text as the standard has it, "2018-01-28T13:03:22.000" with its zone, if any: seconds have
-/// three digits after the point, or more where the text has more.
-/// @param text of those parts
-void SpellDateTime(std::string_view text, const DateParts& parts, std::string& out)
-{
-    constexpr std::size_t kDateLength = 10;
-    constexpr std::size_t kMinutesEnd = 16;
-    constexpr std::size_t kSecondsEnd = 19;
-    constexpr std::size_t kFractionDigits = 3;
-    const bool hasSeconds = text.size() >= kSecondsEnd && text[kMinutesEnd] == ':';
-    const auto digits = static_cast<std::size_t>(parts.fractionDigits);
-    const std::size_t zone =
-        !hasSeconds ? kMinutesEnd : kSecondsEnd + (digits > 0 ? 1 + digits : 0);
-    out.assign(text.substr(0, kDateLength));
-    out += 'T';
-    out += text.substr(kDateLength + 1, kMinutesEnd - kDateLength - 1);
-    out += hasSeconds ? text.substr(kMinutesEnd, zone - kMinutesEnd) : ":00";
-    if (digits < kFractionDigits) {
-        out += digits == 0 ? "." : "";
-        out.append(kFractionDigits - digits, '0');
-    }
-    out += text.substr(zone);
-}
-
 bool HasNul(const BTextArray& texts)
 {
     const std::size_t size = texts.bytes.GetSize();
@@ -292,7 +268,8 @@ void FeatureRows::SetDateText(sqlite3_context* context,
         sqlite3_result_text64(context, value.data(), value.size(), SQLITE_TRANSIENT, SQLITE_UTF8);
     };
     if (type == EVariantType::DateTime) {
-        SpellDateTime(text, *parts, m_dateText);
+        constexpr std::size_t kMilliseconds = 3;
+        SpellDateTime(text, *parts, kMilliseconds, m_dateText);
         set(m_dateText);
     } else {
         set(text);

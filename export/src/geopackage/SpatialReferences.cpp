@@ -1,12 +1,11 @@
 // Asks GDAL for names and well-known texts.
 #include "SpatialReferences.h"
 
-#include <cpl_conv.h>
-#include <cpl_error.h>
+#include "WellKnownText.h"
+
 #include <ogr_spatialref.h>
 
 #include <charconv>
-#include <memory>
 #include <string_view>
 #include <system_error>
 
@@ -15,24 +14,6 @@ namespace Orvane::GeoPackage {
 namespace {
 
 constexpr std::int32_t kFirstOwnNumber = 100000;
-
-struct CplFree
-{
-    void operator()(char* text) const noexcept { ::CPLFree(text); }
-};
-
-/// The system as text, empty when the form cannot say it.
-std::string MakeWkt(const OGRSpatialReference& system, const char* format)
-{
-    const char* const options[] = {format, "MULTILINE=NO", nullptr};
-    char* text = nullptr;
-    // GDAL tells its error handlers, too, that there is no such text.
-    CPLErrorHandlerPusher quiet(CPLQuietErrorHandler);
-    const OGRErr error = system.exportToWkt(&text, options);
-    const std::unique_ptr<char, CplFree> held(text);
-    CPLErrorReset();
-    return error == OGRERR_NONE && text != nullptr ? text : "";
-}
 
 /// The number of the whole text, 0 when it is none.
 std::int32_t ParseNumber(std::string_view text)
@@ -65,10 +46,10 @@ SpatialReference MakeSpatialReference(const OGRSpatialReference* system)
         reference.organization = "NONE";
     }
     reference.organizationId = reference.id;
-    reference.definition = MakeWkt(*system, "FORMAT=WKT1_GDAL");
+    reference.definition = MakeWkt(*system, "WKT1_GDAL");
     if (reference.definition.empty()) {
         reference.definition = "undefined";
-        reference.definition2015 = MakeWkt(*system, "FORMAT=WKT2_2015");
+        reference.definition2015 = MakeWkt(*system, "WKT2_2015");
     }
     return reference;
 }

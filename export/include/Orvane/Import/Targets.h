@@ -42,7 +42,7 @@ struct TargetRequest
     std::string input; ///< the file that is read, which must be another one; empty for none
     /// Whether rows have a place. False: the attributes alone are written, as a table without
     /// geometry (GeoPackage: data type "attributes"; CSV: no X, Y, Z columns; GeoJSON: null), and
-    /// points that rows have all the same are left out. FlatGeobuf cannot hold such rows.
+    /// points that rows have all the same are left out.
     bool hasGeometry = true;
     /// Whether a CSV file begins with a line of the columns' names; the others always have names.
     bool hasNames = true;

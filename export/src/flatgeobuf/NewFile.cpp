@@ -1,0 +1,64 @@
+// Writes whole ranges, whatever the system does at a time.
+#include "NewFile.h"
+
+#include "WriteFailure.h"
+
+#include <cerrno>
+#include <fcntl.h>
+#include <system_error>
+#include <unistd.h>
+#include <utility>
+
+namespace Orvane::FlatGeobuf {
+
+namespace {
+
+[[noreturn]] void Fail(int systemError)
+{
+    throw WriteFailure(std::generic_category().message(systemError));
+}
+
+} // namespace
+
+NewFile::NewFile(const std::filesystem::path& path)
+{
+    constexpr mode_t kReadAndWrite = 0666;
+    m_descriptor = ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, kReadAndWrite);
+    if (m_descriptor < 0) {
+        Fail(errno);
+    }
+}
+
+NewFile::~NewFile()
+{
+    if (m_descriptor >= 0) {
+        ::close(m_descriptor);
+    }
+}
+
+void NewFile::Write(const void* bytes, std::size_t byteCount, std::uint64_t offset) const
+{
+    const char* position = static_cast<const char*>(bytes);
+    while (byteCount > 0) {
+        const ssize_t written =
+            ::pwrite(m_descriptor, position, byteCount, static_cast<off_t>(offset));
+        if (written < 0 && errno == EINTR) {
+            continue;
+        }
+        if (written <= 0) {
+            Fail(written < 0 ? errno : ENOSPC);
+        }
+        position += written;
+        byteCount -= static_cast<std::size_t>(written);
+        offset += static_cast<std::uint64_t>(written);
+    }
+}
+
+void NewFile::Close()
+{
+    if (::close(std::exchange(m_descriptor, -1)) != 0) {
+        Fail(errno);
+    }
+}
+
+} // namespace Orvane::FlatGeobuf
