@@ -176,6 +176,11 @@ CASES = {
         ["plan", "a.csv.gz"],
         "a.csv.gz: The compressed file cannot be unpacked. The compressed data is damaged.",
         1),
+    "not-text": (
+        {"a.csv": b"PK\x03\x04" + b"\0" * 22 + b"\x0b\0\0\0xl/book.xml" + b"0" * 100},
+        ["plan", "a.csv"],
+        "a.csv: The file is an Excel workbook, and no text. Save its table as CSV in the program that made it.",
+        1),
     "no-separator": (
         {"a.dat": XY},
         ["read", "a.dat"],

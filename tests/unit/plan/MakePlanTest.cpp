@@ -1,6 +1,7 @@
 // Plans of small files, kind by kind, and of real ones where the folder of test data is there.
 #include "MadeFile.h"
 #include "support/DataFolder.h"
+#include "support/TestFiles.h"
 
 #include <Orvane/Import/Failure.h>
 #include <Orvane/Import/Plan.h>
@@ -544,6 +545,107 @@ TEST(MakePlan, SaysWhyAFileCannotBeRead)
     EXPECT_EQ(FailureOf(zip.Path()), "compressed: The file is compressed by zip.");
     const MadeFile cut(std::string_view("\x1F\x8B\x08\0\0\0\0\0\x02\x03", 10), ".gz");
     EXPECT_EQ(FailureOf(cut.Path()), "damaged: The compressed file cannot be unpacked.");
+}
+
+struct BinaryCase
+{
+    const char* name;
+    std::string bytes;
+    const char* failure;
+};
+
+void PrintTo(const BinaryCase& row, std::ostream* stream)
+{
+    *stream << row.name;
+}
+
+class MakePlanBinary : public testing::TestWithParam<BinaryCase>
+{};
+
+std::string Bytes(std::string_view front, std::size_t zeros = 0)
+{
+    return std::string(front) + std::string(zeros, '\0');
+}
+
+/// An archive with one file of that name.
+std::string Zip(std::string_view name)
+{
+    return Bytes({"PK\x03\x04", 4}, 22) + static_cast<char>(name.size()) + Bytes({"\0\0\0", 3}) +
+           std::string(name);
+}
+
+/// Bytes of all values, mixed.
+std::string Noise(std::size_t size)
+{
+    std::string bytes;
+    std::uint32_t state = 1;
+    while (bytes.size() < size) {
+        state = state * 1664525U + 1013904223U;
+        bytes.push_back(static_cast<char>(state >> 24U));
+    }
+    return bytes;
+}
+
+const BinaryCase kBinaryCases[] = {
+    {"AnExcelWorkbook",
+     Zip("[Content_Types].xml") + Zip("xl/workbook.xml"),
+     "not-text: The file is an Excel workbook, and no text."},
+    {"AnOpenDocumentSpreadsheet",
+     Zip("mimetype") + "application/vnd.oasis.opendocument.spreadsheet",
+     "not-text: The file is an OpenDocument spreadsheet, and no text."},
+    {"AnOldWorkbook",
+     Bytes("\xD0\xCF\x11\xE0\xA1\xB1\x1A\xE1", 100),
+     "not-text: The file is an Excel workbook or another Office document, and no text."},
+    {"AnArchive", Zip("data.csv"), "compressed: The file is compressed by zip."},
+    {"ATarArchive",
+     Bytes("data.csv", 249) + Bytes("ustar", 100),
+     "compressed: The file is compressed by tar."},
+    {"APicture",
+     Bytes("\x89PNG\r\n\x1A\n", 100),
+     "not-text: The file is a PNG picture, and no text."},
+    {"ADatabase",
+     Bytes("SQLite format 3", 100),
+     "not-text: The file is an SQLite database, and no text."},
+    {"AGeoPackage",
+     Bytes("SQLite format 3", 53) + "GPKG",
+     "not-text: The file is a GeoPackage, and no text."},
+    {"AShapefile",
+     Bytes({"\0\0\x27\x0A", 4}, 100),
+     "not-text: The file is a shapefile, and no text."},
+    {"ADBaseTable",
+     Bytes({"\x03\x7A\x03\x05\1\0\0\0\x41\0\x09\0", 12}, 20) + Bytes("NAME", 7) + "C" +
+         Bytes("", 20) + "\r Zug",
+     "not-text: The file is a dBase table, and no text."},
+    {"ADocument", "%PDF-1.7\n", "not-text: The file is a PDF document, and no text."},
+    {"AnythingElse", Noise(4000), "not-text: The file is no text."},
+    {"OneControlCharacterThatSeparates",
+     "id\1lon\1lat\n1\1"
+     "8.5\1"
+     "47.5\n2\1"
+     "7.5\1"
+     "46.5\n",
+     ""},
+    {"BlocksOfNuls", Bytes("id,lon,lat\n1,8.5,47.5\n", 3000) + "2,7.5,46.5\n", ""},
+    {"TextThatBeginsLikeADatabase", "SQLite format 3,b\n1,2\n", ""},
+};
+
+INSTANTIATE_TEST_SUITE_P(,
+                         MakePlanBinary,
+                         testing::ValuesIn(kBinaryCases),
+                         TestSupport::CaseName());
+
+TEST_P(MakePlanBinary, IsRefusedWithWhatItIs)
+{
+    const MadeFile file(GetParam().bytes);
+    EXPECT_EQ(FailureOf(file.Path()), GetParam().failure);
+}
+
+TEST(MakePlan, ReadsBytesThatLookLikeNoTextInAGivenEncoding)
+{
+    const MadeFile file(Noise(4000));
+    PlanRequest request;
+    request.encoding = "ISO-8859-1";
+    EXPECT_EQ(MakePlan(file.Path(), request).bytes.size, 4000U);
 }
 
 TEST(MakePlan, DoesNotReadALineThatFitsNoMemory)

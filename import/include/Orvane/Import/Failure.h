@@ -85,6 +85,7 @@ struct UnderlyingTexts
 ///         read-error           the system fails to read the file
 ///         compressed           the file is packed otherwise than by gzip
 ///         damaged              a packed file cannot be unpacked
+///         not-text             the file is a workbook, a database, a picture ...
 ///         not-a-plan           the file is no plan; `subject` is the key, `line` of a mistake in the JSON
 ///         no-separator         neither options nor extension say how fields are separated
 ///     Content

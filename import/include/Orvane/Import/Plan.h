@@ -356,7 +356,7 @@ struct PlanRequest
 /// @param path of a regular file, as the system's calls accept it
 /// @throws ImportFailure `no-such-file`, `no-permission`, `is-folder`, `not-a-file`, `read-error`;
 ///     `compressed` when the file is packed otherwise than by gzip, `damaged` when it cannot be
-///     unpacked; `no-such-column` for a given column that does not exist, `option-value` for a
+///     unpacked, `not-text` when it is a workbook, a database, a picture or the like; `no-such-column` for a given column that does not exist, `option-value` for a
 ///     separator that is none, `unknown-codec` for an encoding that the system does not know
 /// Cost: linear; memory is bounded, about 17 MiB and some KiB per column.
 [[nodiscard]] ORVANE_IMPORT_EXPORT Plan MakePlan(const std::string& path,

@@ -1,6 +1,8 @@
 // System calls, zlib, and the decoding of UTF-16 and UTF-32.
 #include "TextSource.h"
 
+#include "BinaryKind.h"
+
 #include <Orvane/BUnicode.h>
 #include <Orvane/Import/Failure.h>
 
@@ -21,24 +23,7 @@ namespace {
 
 constexpr std::size_t kPiece = std::size_t{64} * 1024;
 
-struct Magic
-{
-    std::string_view bytes;
-    EPacking packing;
-    const char* name;
-};
-
-constexpr Magic kMagics[] = {
-    {std::string_view("\x1F\x8B\x08", 3), EPacking::Gzip, "gzip"},
-    {std::string_view("PK\x03\x04", 4), EPacking::Zip, "zip"},
-    {std::string_view("BZh", 3), EPacking::Bzip2, "bzip2"},
-    {std::string_view("\xFD"
-                      "7zXZ\0",
-                      6),
-     EPacking::Xz,
-     "xz"},
-    {std::string_view("\x28\xB5\x2F\xFD", 4), EPacking::Zstd, "zstd"},
-};
+constexpr std::string_view kGzip = "\x1F\x8B\x08";
 
 struct Mark
 {
@@ -254,23 +239,20 @@ void TextSource::FailToRead(int error) const
 
 void TextSource::Inspect(const std::string& encoding)
 {
-    std::array<char, 8> front{};
-    const std::size_t size = ReadFile(front.data(), front.size());
-    for (const Magic& magic : kMagics) {
-        if (std::string_view(front.data(), size).substr(0, magic.bytes.size()) == magic.bytes) {
-            m_facts.packing = magic.packing;
-            if (magic.packing != EPacking::Gzip) {
-                Fail("compressed",
-                     std::string("The file is compressed by ") + magic.name + ".",
-                     {},
-                     "Unpack it first; gzip alone is unpacked here.");
-            }
-            m_unpacker = std::make_unique<Unpacker>();
-        }
-    }
-    Rewind();
     std::vector<char> piece(kPiece);
-    const std::string_view text(piece.data(), ReadUnpacked(piece.data(), piece.size()));
+    std::string_view text(piece.data(), ReadFile(piece.data(), piece.size()));
+    if (text.starts_with(kGzip)) {
+        m_facts.packing = EPacking::Gzip;
+        m_unpacker = std::make_unique<Unpacker>();
+        Rewind();
+        text = {piece.data(), ReadUnpacked(piece.data(), piece.size())};
+    }
+    if (const std::optional<BinaryKind> kind = FindBinaryKind(text)) {
+        if (kind->isPacked) {
+            Fail("compressed", "The file is compressed by " + kind->what + ".", {}, kind->cure);
+        }
+        Fail("not-text", "The file is " + kind->what + ", and no text.", {}, kind->cure);
+    }
     for (const Mark& mark : kMarks) {
         if (text.substr(0, mark.bytes.size()) == mark.bytes) {
             m_facts.hasMark = true;
@@ -281,6 +263,13 @@ void TextSource::Inspect(const std::string& encoding)
     }
     if (!m_facts.hasMark) {
         m_facts.units = FindUnits(text);
+    }
+    // Rule: bytes that look like no text are read as text when the caller gives their encoding.
+    if (encoding.empty() && m_facts.units == EUnits::Bytes && HasBinaryBytes(text)) {
+        Fail("not-text",
+             "The file is no text.",
+             "It holds control characters of many kinds.",
+             "Give its encoding if it is a text.");
     }
     if (!encoding.empty()) {
         // Without an order of bytes in the name the file's own order holds.

@@ -14,10 +14,6 @@ namespace Orvane::Import::Scan {
 enum class EPacking : std::uint8_t {
     None,
     Gzip,
-    Zip,
-    Bzip2,
-    Xz,
-    Zstd,
 };
 
 /// How the bytes of a file make units.
@@ -55,7 +51,7 @@ public:
     /// Opens the file and looks at its first bytes.
     /// @param encoding decides the units; empty: the first bytes decide
     /// @throws ImportFailure `no-such-file`, `no-permission`, `is-folder`, `not-a-file`,
-    ///     `read-error`; `compressed` when it is packed otherwise than by gzip
+    ///     `read-error`; `compressed` when it is packed otherwise than by gzip; `not-text`
     explicit TextSource(std::string path, const std::string& encoding = {});
     ~TextSource();
     TextSource(const TextSource&) = delete;

@@ -1,0 +1,164 @@
+// A table of magic numbers, and counts of control characters.
+#include "BinaryKind.h"
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <cstdint>
+
+namespace Orvane::Import::Scan {
+
+namespace {
+
+constexpr const char* kSaveAsText = "Save its table as CSV in the program that made it.";
+constexpr const char* kExport = "Export its table as CSV.";
+constexpr const char* kGiveText = "Give a file of text.";
+constexpr const char* kUnpack = "Unpack it first; gzip alone is unpacked here.";
+
+struct Magic
+{
+    std::size_t at;
+    std::string_view bytes;
+    const char* what;
+    const char* cure;
+};
+
+constexpr Magic kMagics[] = {
+    {4, {"1AY&SY", 6}, "bzip2", kUnpack},
+    {0, {"\xFD\x37zXZ\0", 6}, "xz", kUnpack},
+    {0, {"\x28\xB5\x2F\xFD", 4}, "zstd", kUnpack},
+    {0, {"7z\xBC\xAF\x27\x1C", 6}, "7-Zip", kUnpack},
+    {0, {"Rar!\x1A\x07", 6}, "RAR", kUnpack},
+    {257, {"ustar\0", 6}, "tar", kUnpack},
+    {257, {"ustar ", 6}, "tar", kUnpack},
+    {0,
+     {"\xD0\xCF\x11\xE0\xA1\xB1\x1A\xE1", 8},
+     "an Excel workbook or another Office document",
+     kSaveAsText},
+    {0, {"\0\0\x27\x0A\0\0\0\0", 8}, "a shapefile", kExport},
+    {0, {"PAR1\x15", 5}, "a Parquet file", kExport},
+    {0, {"ARROW1\0\0", 8}, "an Arrow file", kExport},
+    {0, {"fgb\x03", 4}, "a FlatGeobuf file", kExport},
+    {0, {"LASF\0\0", 6}, "a LAS point cloud", kExport},
+    {0, {"\x89HDF\r\n\x1A\n", 8}, "an HDF5 file", kExport},
+    {0, {"CDF\x01", 4}, "a NetCDF file", kExport},
+    {0, {"CDF\x02", 4}, "a NetCDF file", kExport},
+    {0, {"\x93NUMPY", 6}, "a NumPy array", kExport},
+    {0, {"%PDF-", 5}, "a PDF document", kExport},
+    {0, {"\x89PNG\r\n\x1A\n", 8}, "a PNG picture", kGiveText},
+    {0, {"\xFF\xD8\xFF", 3}, "a JPEG picture", kGiveText},
+    {0, {"GIF87a", 6}, "a GIF picture", kGiveText},
+    {0, {"GIF89a", 6}, "a GIF picture", kGiveText},
+    {0, {"II*\0", 4}, "a TIFF picture", kGiveText},
+    {0, {"MM\0*", 4}, "a TIFF picture", kGiveText},
+    {0,
+     {"\x7F"
+      "ELF",
+      4},
+     "a program",
+     kGiveText},
+};
+
+bool IsPacking(const Magic& magic)
+{
+    return magic.cure == kUnpack;
+}
+
+std::size_t ReadNumber(std::string_view text, std::size_t at, std::size_t size) noexcept
+{
+    std::size_t number = 0;
+    for (std::size_t i = 0; i < size && at + i < text.size(); ++i) {
+        number |= std::size_t{static_cast<unsigned char>(text[at + i])} << (8 * i);
+    }
+    return number;
+}
+
+/// What a zip archive is, by the names of the files in it.
+BinaryKind FindZipKind(std::string_view front)
+{
+    constexpr std::size_t kHeader = 30;
+    constexpr std::string_view kSignature("PK\x03\x04", 4);
+    constexpr std::string_view kSheetType =
+        "mimetypeapplication/vnd.oasis.opendocument.spreadsheet";
+    if (front.substr(std::min(kHeader, front.size()), kSheetType.size()) == kSheetType) {
+        return {false, "an OpenDocument spreadsheet", kSaveAsText};
+    }
+    for (std::size_t at = 0; at != std::string_view::npos; at = front.find(kSignature, at + 1)) {
+        const std::string_view name =
+            front.substr(std::min(at + kHeader, front.size()), ReadNumber(front, at + 26, 2));
+        if (name.starts_with("xl/")) {
+            return {false, "an Excel workbook", kSaveAsText};
+        }
+        if (name.starts_with("word/") || name.starts_with("ppt/")) {
+            return {false, "an Office document", kSaveAsText};
+        }
+        if (name.ends_with(".kml")) {
+            return {false, "a KMZ file", kExport};
+        }
+    }
+    return {true, "zip", kUnpack};
+}
+
+/// A table of dBase: its version, a date, and a header that ends where it says.
+bool IsDBase(std::string_view front) noexcept
+{
+    constexpr std::size_t kBlock = 32;
+    constexpr std::string_view kVersions = "\x03\x30\x31\x83\x8B\xF5";
+    if (front.size() <= kBlock || kVersions.find(front[0]) == std::string_view::npos) {
+        return false;
+    }
+    const std::size_t header = ReadNumber(front, 8, 2);
+    const std::size_t month = ReadNumber(front, 2, 1);
+    const std::size_t day = ReadNumber(front, 3, 1);
+    return month >= 1 && month <= 12 && day >= 1 && day <= 31 && header > kBlock &&
+           header <= front.size() &&
+           front.substr(kBlock, header - kBlock).find('\r') != std::string_view::npos;
+}
+
+} // namespace
+
+std::optional<BinaryKind> FindBinaryKind(std::string_view front)
+{
+    if (front.substr(0, 4) == std::string_view("PK\x03\x04", 4)) {
+        return FindZipKind(front);
+    }
+    for (const Magic& magic : kMagics) {
+        if (front.size() >= magic.at && front.substr(magic.at, magic.bytes.size()) == magic.bytes) {
+            return BinaryKind{IsPacking(magic), magic.what, magic.cure};
+        }
+    }
+    if (front.substr(0, 16) == std::string_view("SQLite format 3\0", 16)) {
+        constexpr std::size_t kApplication = 68;
+        const bool isPackage = front.substr(std::min(kApplication, front.size()), 4) == "GPKG";
+        return BinaryKind{false, isPackage ? "a GeoPackage" : "an SQLite database", kExport};
+    }
+    if (IsDBase(front)) {
+        return BinaryKind{false, "a dBase table", kExport};
+    }
+    return std::nullopt;
+}
+
+bool HasBinaryBytes(std::string_view front) noexcept
+{
+    constexpr std::size_t kFewestKinds = 6;
+    std::array<std::size_t, 32> counts{};
+    std::size_t nuls = 0;
+    for (const char byte : front) {
+        const auto code = static_cast<unsigned char>(byte);
+        nuls += code == 0 ? 1U : 0U;
+        // Tab, line ends, form feed, Ctrl-Z, escape and the separators of ASCII occur in texts.
+        const bool isControl = (code >= 1 && code <= 8) || (code >= 14 && code <= 25);
+        if (isControl) {
+            ++counts.at(code);
+        }
+    }
+    std::size_t all = 0;
+    std::size_t kinds = 0;
+    for (const std::size_t count : counts) {
+        all += count;
+        kinds += count > 0 ? 1U : 0U;
+    }
+    return kinds >= kFewestKinds && all * 100 >= front.size() - nuls;
+}
+
+} // namespace Orvane::Import::Scan
