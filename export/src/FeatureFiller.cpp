@@ -162,9 +162,8 @@ void FeatureFiller::SetText(std::size_t index, std::string& text)
     }
     // Texts of files end at a NUL; the character that stands for what cannot be shown replaces
     // it.
-    for (std::size_t nul = text.find('\0'); nul != std::string::npos; nul = text.find('\0')) {
-        text.replace(nul, 1, "\uFFFD");
-        ++m_losses.withNul;
+    if (text.find('\0') != std::string::npos) {
+        m_losses.withNul += ReplaceNuls(text);
     }
     m_feature.SetField(FieldNumber(index), text.c_str());
 }

@@ -5,6 +5,22 @@
 
 namespace Orvane::Import {
 
+std::size_t ReplaceNuls(std::string& text)
+{
+    std::size_t nuls = 0;
+    std::string replaced;
+    for (const char byte : text) {
+        if (byte == '\0') {
+            replaced += "\uFFFD";
+            ++nuls;
+        } else {
+            replaced += byte;
+        }
+    }
+    text.swap(replaced);
+    return nuls;
+}
+
 void ReportLosses(const LossCounts& counts,
                   const std::vector<FileField>& fields,
                   WriteReport& report)

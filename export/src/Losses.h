@@ -6,6 +6,7 @@
 #include <Orvane/Import/Target.h>
 
 #include <cstddef>
+#include <string>
 #include <vector>
 
 namespace Orvane::Import {
@@ -21,6 +22,10 @@ struct LossCounts
     std::size_t withoutPlace = 0;          ///< points
     std::size_t leftOut = 0;               ///< rows
 };
+
+/// Replaces the NULs of a text by U+FFFD, since texts end at a NUL for many programs. Cost: linear.
+/// @return how many there were
+std::size_t ReplaceNuls(std::string& text);
 
 /// Adds a loss and a note for every count that is not 0. @param fields those of the file
 void ReportLosses(const LossCounts& counts,

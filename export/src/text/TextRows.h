@@ -285,10 +285,8 @@ private:
     /// m_text in a text field.
     void WriteText(std::size_t index)
     {
-        for (std::size_t nul = m_text.find('\0'); nul != std::string::npos;
-             nul = m_text.find('\0', nul)) {
-            m_text.replace(nul, 1, "\uFFFD");
-            ++m_losses.withNul;
+        if (m_text.find('\0') != std::string::npos) {
+            m_losses.withNul += ReplaceNuls(m_text);
         }
         m_format.Text(index, m_text);
     }

@@ -134,6 +134,7 @@ bool IsFoundByWalk(std::string_view code)
                                                       "unclosed-quote",
                                                       "line-too-long",
                                                       "nul",
+                                                      "nul-block",
                                                       "invalid-utf-8",
                                                       "mixed-line-ends",
                                                       "cut-row",

@@ -316,7 +316,8 @@ void RowLint::LookAtBad(const TableRecord& record)
 {
     const bool isUtf8 = m_plan.bytes.encoding.value == "UTF-8";
     const bool isUnits = m_plan.bytes.positions == "text";
-    if (record.why == EBadRow::Encoding && isUtf8 && !isUnits) {
+    const bool isNulBlock = record.why == EBadRow::NulBlock;
+    if (isNulBlock || (record.why == EBadRow::Encoding && isUtf8 && !isUnits)) {
         return; // Found byte by byte.
     }
     const ELint lint = record.why == EBadRow::TooLong     ? ELint::LineTooLong
@@ -399,6 +400,9 @@ void RowLint::LookAtRepair(const TableRecord& record)
 {
     const Scan::ERepair repair = m_places->RepairOf(record);
     const char quote = m_plan.shape.quotes.value.character;
+    if (repair == Scan::ERepair::NulBlock) {
+        return; // Found byte by byte.
+    }
     if (repair == Scan::ERepair::None && record.raw.find(quote) != std::string_view::npos) {
         AddStrayQuote(record, quote);
         return;

@@ -347,6 +347,11 @@ void AddFindings(const Scan::TextSource& source, const Scan::ScanFacts& facts, P
          {"repaired-separator", "Rows with another separator than the others."},
          {"repaired-shift", "Rows with surplus empty cells that shifted the others."},
          {"repaired-line-end", "Rows that a line end of another kind divides or joins."}}};
+    AddFinding(plan,
+               "nul-block",
+               facts.damaged.count > 0,
+               "Blocks of NULs, as a loss of power leaves them. A row with one inside is no row.",
+               facts.nulBlocks);
     for (std::size_t index = 1; index < kRepairs.size(); ++index) {
         AddFinding(plan,
                    kRepairs.at(index).first,
@@ -565,7 +570,7 @@ Plan MakePlan(const std::string& path, const PlanRequest& request)
     plan.shape.blankLines = facts.blanks.count;
     plan.shape.shortRows = facts.shorter.count;
     plan.shape.longRows = facts.longer.count;
-    plan.shape.misfits = facts.misfits.count;
+    plan.shape.misfits = facts.misfits.count + facts.damaged.count;
     for (std::size_t index = 1; index < facts.repairs.size(); ++index) {
         plan.shape.repairedRows += facts.repairs.at(index).count;
     }

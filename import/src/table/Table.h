@@ -52,6 +52,7 @@ enum class EBadRow : std::uint8_t {
     None,
     TooLong,   ///< past kMostRecordBytes
     Encoding,  ///< bytes that are no characters of the plan's encoding
+    NulBlock,  ///< a block of NULs is inside
     OpenQuote, ///< a quote that nothing closes, in a row of another count of fields
     CutShort,  ///< the last line, without an ending and with fewer fields
     LongRow,   ///< more fields than the table has columns
@@ -60,7 +61,7 @@ enum class EBadRow : std::uint8_t {
 };
 
 /// The word of a reason, as reports and files of rejected rows have it: "too-long", "encoding",
-/// "open-quote", "cut-short", "long-row", "short-row", "value"; "" for None.
+/// "nul-block", "open-quote", "cut-short", "long-row", "short-row", "value"; "" for None.
 [[nodiscard]] std::string_view NameOf(EBadRow why) noexcept;
 
 /// Longer records are bad, whole; what is kept of them is their beginning.

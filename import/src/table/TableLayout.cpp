@@ -64,6 +64,8 @@ std::string_view NameOf(EBadRow why) noexcept
         return "too-long";
     case EBadRow::Encoding:
         return "encoding";
+    case EBadRow::NulBlock:
+        return "nul-block";
     case EBadRow::OpenQuote:
         return "open-quote";
     case EBadRow::CutShort:

@@ -499,7 +499,8 @@ void TableParts::MakeIndex()
     const std::string_view text = Text().substr(from, to - from);
     m_run.trim = 0;
     m_hasBreaks = structure.hasQuotes && CountByte(text, lineEnd) != state.lineEnds;
-    const bool isFine = AreBytesFine(text, survey.highBytes != 0) &&
+    const bool isFine = Scan::FindNulBlock(text) == std::string_view::npos &&
+                        AreBytesFine(text, survey.highBytes != 0) &&
                         (survey.returns == 0 || FindReturns(text, lineEnd)) &&
                         (!structure.hasQuotes || CountCleanQuotes() == survey.quotes - tailQuotes);
     if (!isFine) {
@@ -883,6 +884,15 @@ void TableParts::Reorder(TableRecord& record)
     }
 }
 
+/// The cell with a block of NULs, from 1; 0 without one.
+std::size_t TableParts::FindNulBlockCell(const Scan::Record& cut) const
+{
+    const auto cell = std::find_if(cut.fields.begin(), cut.fields.end(), [&](const auto& field) {
+        return Scan::FindNulBlock(field.In(Text())) != std::string_view::npos;
+    });
+    return cell == cut.fields.end() ? 0 : static_cast<std::size_t>(cell - cut.fields.begin()) + 1;
+}
+
 /// Says what a record is, by the rules that PlanShape states.
 void TableParts::Classify(const Scan::Record& cut, TableRecord& record)
 {
@@ -912,6 +922,12 @@ void TableParts::Classify(const Scan::Record& cut, TableRecord& record)
     if (isNewOrder || IsNamesAgain(record)) {
         make(ERecord::RepeatedNames);
         BeginOrder(record.line);
+        return;
+    }
+    if (cut.isDamaged) {
+        record.why = record.why == EBadRow::None ? EBadRow::NulBlock : record.why;
+        record.kind = ERecord::Bad;
+        record.column = FindNulBlockCell(cut);
         return;
     }
     if (record.why == EBadRow::Encoding) {

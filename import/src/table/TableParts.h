@@ -132,6 +132,7 @@ private:
     void Classify(const Scan::Record& cut, TableRecord& record);
     [[nodiscard]] const PlanLines* FindPiece(std::uint64_t line);
     void ClassifyShort(const Scan::Record& cut, TableRecord& record);
+    [[nodiscard]] std::size_t FindNulBlockCell(const Scan::Record& cut) const;
     void ClassifyLong(const Scan::Record& cut, TableRecord& record);
     [[nodiscard]] bool IsNamesAgain(const TableRecord& record) const;
     bool FindOrder(const TableRecord& record);

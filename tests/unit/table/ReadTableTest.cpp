@@ -22,6 +22,7 @@ using TableTest::ReadPlanned;
 using TableTest::Rows;
 using TestSupport::TemporaryFolder;
 
+using namespace std::string_view_literals;
 using Texts = std::vector<std::string>;
 
 PlanRequest WithNames()
@@ -215,7 +216,7 @@ TEST_P(ReadTablePoints, AreMadeOfTheCoordinates)
 struct BadCase
 {
     const char* name;
-    const char* bytes;
+    std::string_view bytes;
     Texts bad;
     Texts rows;
 };
@@ -233,6 +234,26 @@ const BadCase kBadCases[] = {
      "id,word,n\n1,a,10\n2,b,20\n3,c,d,30\n4,e,40\n5,f,50\n",
      {"long-row@4:4"},
      {"1, 'a', 10", "2, 'b', 20", "4, 'e', 40", "5, 'f', 50"}},
+    {"ABlockOfNulsInsideARowIsBad",
+     "id,word,n\n1,a,10\n2,b\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0"
+     "x,20\n4,e,40\n5,f,50\n"sv,
+     {"nul-block@3:2"},
+     {"1, 'a', 10", "4, 'e', 40", "5, 'f', 50"}},
+    {"ABlockOfNulsBesideARowIsNoPartOfIt",
+     "id,word,n\n1,a,10\n\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0"
+     "2,b,20\n4,e,40\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\n5,f,50\n"sv,
+     {},
+     {"1, 'a', 10", "2, 'b', 20", "4, 'e', 40", "5, 'f', 50"}},
+    {"ALineOfNulsIsBlank",
+     "id,word,n\n1,a,10\n\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\n"
+     "4,e,40\n5,f,50\n\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0"sv,
+     {},
+     {"1, 'a', 10", "4, 'e', 40", "5, 'f', 50"}},
+    {"AQuotedFieldEndsAtABlockOfNuls",
+     "id,word,n\n1,\"a,b\",10\n2,\"\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\n"
+     "4,\"e,f\",40\n5,\"f\",50\n"sv,
+     {"nul-block@3:2"},
+     {"1, 'a,b', 10", "4, 'e,f', 40", "5, 'f', 50"}},
     {"SurplusEmptyCellsAreNoReason",
      "id,word,n\n1,a,10\n2,b,20,,\n4,e,40\n5,f,50\n",
      {},

@@ -161,11 +161,12 @@ struct PlanOrder
 ///
 /// A record of the text is, by the first of these that fits: before `firstRowByte` what `lines`
 /// say; after `lastRowLine` a blank line, footer or further table; blank; a comment when it begins
-/// with one of `commentMarks` and has not the table's count of fields; the names again when its
-/// cells are those of one of `namesLines`, blanks at their ends aside; a row when it has the
-/// table's count, or more with nothing but empty cells past it, or fewer where `shortRowsAreRows`
-/// and each cell fits the type of its column; else a row that does not fit. A record that lies in
-/// a piece of `lines` of kind FurtherTable is that, wherever it stands.
+/// with one of `commentMarks` and has not the table's count of fields; no row when a block of NULs
+/// is inside; the names again when its cells are those of one of `namesLines`, blanks at their ends
+/// aside; a row when it has the table's count, or more with nothing but empty cells past it, or
+/// fewer where `shortRowsAreRows` and each cell fits the type of its column; else a row that does
+/// not fit. A record that lies in a piece of `lines` of kind FurtherTable is that, wherever it
+/// stands.
 struct PlanShape
 {
     PlanDecision<PlanSeparator> separator;
@@ -187,7 +188,8 @@ struct PlanShape
     std::uint64_t blankLines = 0;    ///< among and after the rows
     std::uint64_t shortRows = 0;     ///< rows with fewer fields, counted in `rows` too
     std::uint64_t longRows = 0;      ///< more fields: no rows
-    std::uint64_t misfits = 0;       ///< fewer fields that do not fit from the left: no rows
+    /// No rows: fewer fields that do not fit from the left, or a block of NULs inside.
+    std::uint64_t misfits = 0;
     /// Rows that were read in another way than by the plain rules, because these give another
     /// count of fields: a stray quote, another separator, a line end of another kind.
     std::uint64_t repairedRows = 0;
@@ -356,8 +358,9 @@ struct PlanRequest
 /// @param path of a regular file, as the system's calls accept it
 /// @throws ImportFailure `no-such-file`, `no-permission`, `is-folder`, `not-a-file`, `read-error`;
 ///     `compressed` when the file is packed otherwise than by gzip, `damaged` when it cannot be
-///     unpacked, `not-text` when it is a workbook, a database, a picture or the like; `no-such-column` for a given column that does not exist, `option-value` for a
-///     separator that is none, `unknown-codec` for an encoding that the system does not know
+///     unpacked, `not-text` when it is a workbook, a database, a picture or the like;
+///     `no-such-column` for a given column that does not exist, `option-value` for a separator that
+///     is none, `unknown-codec` for an encoding that the system does not know
 /// Cost: linear; memory is bounded, about 17 MiB and some KiB per column.
 [[nodiscard]] ORVANE_IMPORT_EXPORT Plan MakePlan(const std::string& path,
                                                  const PlanRequest& request);

@@ -130,6 +130,11 @@ private:
                (!dialect.hasBackslashes || !has('\\'));
     }
 
+    [[nodiscard]] bool HasNulBlock(std::size_t from, std::size_t to) const
+    {
+        return FindNulBlock(Text().substr(from, to - from)) != std::string_view::npos;
+    }
+
     /// Consumes the whole lines of the buffer by an index of their fields. @return where the first
     /// byte stands that was not consumed; `from` when the lines have to be cut one by one
     std::size_t ConsumeIndexed(std::size_t from)
@@ -163,7 +168,7 @@ private:
             positions[count++] = static_cast<std::uint32_t>(to);
             ++state.lineEnds;
         }
-        if (count == 0) {
+        if (count == 0 || HasNulBlock(from, to)) {
             return from;
         }
         std::size_t openers = 0;

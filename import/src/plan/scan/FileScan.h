@@ -80,12 +80,14 @@ struct ScanFacts
     Occurrences longer;              ///< records with more cells
     Occurrences comments;            ///< lines of another count that begin as a comment
     Occurrences repeatedNames;
-    Occurrences furtherTables;          ///< where each begins
-    Occurrences footers;                ///< records after the table
-    Occurrences strays;                 ///< quotes inside fields
-    Occurrences unclosed;               ///< openers that nothing closes
-    Occurrences tooLong;                ///< lines past kMostRecord, not looked at
-    std::array<Occurrences, 5> repairs; ///< by ERepair; that of None is empty
+    Occurrences furtherTables;                 ///< where each begins
+    Occurrences footers;                       ///< records after the table
+    Occurrences strays;                        ///< quotes inside fields
+    Occurrences unclosed;                      ///< openers that nothing closes
+    Occurrences tooLong;                       ///< lines past kMostRecord, not looked at
+    Occurrences damaged;                       ///< records with a block of NULs inside
+    Occurrences nulBlocks;                     ///< records and blank lines with a block of NULs
+    std::array<Occurrences, kRepairs> repairs; ///< by ERepair; that of None is empty
     std::uint64_t openers = 0;
     std::uint64_t lastRowLine = 0; ///< the last line of the last row; 0 without rows
     std::size_t mostFields = 0;    ///< of a record of the table

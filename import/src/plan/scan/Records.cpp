@@ -25,7 +25,7 @@ bool IsBlank(char unit) noexcept
 bool IsAllBlank(std::string_view text) noexcept
 {
     return std::all_of(text.begin(), text.end(), [](char unit) {
-        return IsBlank(unit) || unit == '\r' || unit == '\x1A';
+        return IsBlank(unit) || unit == '\r' || unit == '\x1A' || unit == '\0';
     });
 }
 
@@ -43,6 +43,19 @@ std::string_view TrimRight(std::string_view text) noexcept
 }
 
 } // namespace
+
+std::size_t FindNulBlock(std::string_view text) noexcept
+{
+    std::size_t at = text.find('\0');
+    while (at != std::string_view::npos) {
+        const std::size_t end = std::min(text.find_first_not_of('\0', at), text.size());
+        if (end - at >= kNulBlock) {
+            return at;
+        }
+        at = text.find('\0', end);
+    }
+    return std::string_view::npos;
+}
 
 RecordCutter::RecordCutter(Dialect dialect, std::vector<CellForm> forms)
     : m_dialect(std::move(dialect))
@@ -141,6 +154,14 @@ std::size_t RecordCutter::SkipQuoted(
             field.isQuoted = true;
             const std::string_view inside = field.In(text);
             if (HasLineBreak(inside)) {
+                // Rule: a quoted field does not go on past a line with a block of NULs.
+                if (FindNulBlock(inside) != std::string_view::npos) {
+                    --record.openers;
+                    record.strays -= strays;
+                    ++record.unclosed;
+                    field = {from, 0, false};
+                    return from;
+                }
                 for (std::size_t i = 0; i < inside.size(); ++i) {
                     const bool isFirst =
                         inside[i] == '\n' ||
@@ -279,6 +300,7 @@ bool RecordCutter::CutFields(std::string_view text, std::size_t from, bool isWho
     record.unclosed = 0;
     record.repair = ERepair::None;
     record.isShifted = false;
+    record.isDamaged = false;
     bool isComplete = false;
     if (m_dialect.separation == ESeparation::Character ||
         m_dialect.separation == ESeparation::Blanks) {
@@ -316,6 +338,11 @@ bool RecordCutter::Cut(
     if (!CutFields(text, from, isWhole, record)) {
         return false;
     }
+    const std::string_view whole = text.substr(record.begin, record.next - record.begin);
+    if (!record.isBlank && FindNulBlock(whole) != std::string_view::npos) {
+        ReadBesideNuls(text, expected, record);
+        return true;
+    }
     const bool isOdd = record.fields.size() != expected || (record.lines > 1 && expected > 2);
     if (expected < 2 || !isOdd || record.isBlank ||
         m_dialect.separation != ESeparation::Character) {
@@ -349,6 +376,29 @@ std::size_t AfterLine(std::string_view text, std::size_t end) noexcept
 }
 
 } // namespace
+
+void RecordCutter::ReadBesideNuls(std::string_view text, std::size_t expected, Record& record)
+{
+    const std::string_view line = LineAt(text, record.begin);
+    const std::size_t begin = std::min(line.find_first_not_of('\0'), line.size());
+    const std::size_t end = line.find_last_not_of('\0') + 1;
+    // Rule: NULs inside a row have taken cells with them; those beside it have not.
+    record.isDamaged = record.lines > 1 || begin >= end ||
+                       FindNulBlock(line.substr(begin, end - begin)) != line.npos;
+    if (record.isDamaged) {
+        return;
+    }
+    Record rest;
+    CutFields(text.substr(0, record.begin + end), record.begin + begin, true, rest);
+    record.isDamaged = expected > 0 && rest.fields.size() != expected;
+    if (!record.isDamaged) {
+        rest.begin = record.begin;
+        rest.next = record.next;
+        rest.isEnded = record.isEnded;
+        rest.repair = ERepair::NulBlock;
+        record = std::move(rest);
+    }
+}
 
 void RecordCutter::Repair(std::string_view text, std::size_t expected, Record& record)
 {

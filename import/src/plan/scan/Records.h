@@ -60,7 +60,17 @@ enum class ERepair : std::uint8_t {
     Separator,  ///< by a separator that the other rows do not have
     EmptyCells, ///< without empty cells that shifted the others
     LineEnd,    ///< a line end of another kind is part of a field, or ends the row
+    NulBlock,   ///< without the block of NULs before or after it
 };
+
+/// How many kinds of repairs there are, with None.
+inline constexpr std::size_t kRepairs = 6;
+
+/// So many NULs in a row are none of a text's: a logger that lost its power leaves them.
+inline constexpr std::size_t kNulBlock = 16;
+
+/// Where the first block of NULs begins; npos without one.
+[[nodiscard]] std::size_t FindNulBlock(std::string_view text) noexcept;
 
 /// A record as it was cut.
 struct Record
@@ -76,7 +86,8 @@ struct Record
     std::size_t strays = 0;   ///< quotes inside a field that are text
     std::size_t unclosed = 0; ///< openers that nothing closes, read as text
     bool isEnded = true;      ///< by a line end; false only for the text's last record
-    bool isBlank = false;     ///< nothing but blanks
+    bool isBlank = false;     ///< nothing but blanks and NULs
+    bool isDamaged = false;   ///< a block of NULs is in it, and it cannot be read without
     bool isShifted = false;   ///< cells are missing, and not the last ones
     ERepair repair = ERepair::None;
 
@@ -90,12 +101,13 @@ struct Record
 ///
 /// A quote opens a field only at its front, and closes it only before a separator or a line's end;
 /// doubled quotes inside are text, as are quotes elsewhere. An opener that nothing closes within
-/// kMostQuoted bytes is text.
+/// kMostQuoted bytes is text; so is one that only a line after a block of NULs closes.
 ///
 /// A record of another count than expected is looked at again: a quote may be stray or missing, an
 /// opener may swallow whole rows, the line may have another separator or a doubled one, or a line
 /// end of a kind that the others do not have. Where exactly one reading gives the count, that is
-/// it (Record::repair). The cost is linear in the text; past a budget records stay as they are.
+/// it (Record::repair). A block of NULs before or after a row is none of it. The cost is linear in
+/// the text; past a budget records stay as they are.
 class RecordCutter
 {
 public:
@@ -147,6 +159,9 @@ private:
         Incomplete, ///< more of the text may tell
     };
 
+    /// Reads a record that has a block of NULs without it, where it stands before or after the
+    /// rest.
+    void ReadBesideNuls(std::string_view text, std::size_t expected, Record& record);
     /// Looks for the one reading that gives a record its count.
     void Repair(std::string_view text, std::size_t expected, Record& record);
     bool ReadFirstLine(std::string_view text, std::size_t expected, Record& record);

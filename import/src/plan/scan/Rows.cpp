@@ -207,6 +207,16 @@ void Rows::AddRecord(std::string_view text, std::uint64_t byte, const Record& re
         return;
     }
     const std::string_view line = FirstLineOf(text, record);
+    if (record.isDamaged || record.isBlank || record.repair == ERepair::NulBlock) {
+        const std::size_t at = FindNulBlock(text.substr(record.begin, record.next - record.begin));
+        if (at != std::string_view::npos) {
+            m_facts.nulBlocks.Add({position.line, byte + at}, line);
+        }
+    }
+    if (record.isDamaged) {
+        m_facts.damaged.Add(position, line);
+        return;
+    }
     if (record.isBlank) {
         AddRun(0, 1, position);
         m_facts.blanks.Add(position, {});
