@@ -2,6 +2,7 @@
 """Whole imports against `ogr2ogr`: from a file to a closed, complete output.
 
     bench/whole.py [--sets A,B,C] [--formats gpkg,fgb,geojsonl,geojson,csv] [--rounds 3] [--rows N]
+    bench/whole.py --read | --postgis | --threads [--sets A]
 
 In each round every program runs once per set and format, in turn, as a process of its own; wall
 seconds, CPU seconds (all threads, user and system) and peak memory are those of the process. The
@@ -10,6 +11,12 @@ rows of both outputs must be equal, as GDAL counts them, or the comparison fails
 
 With --read the reading alone is compared instead: the scan (`orvane plan`), the bare reader in
 memory, and the read side of an import (plan and reading, without writing).
+
+With --postgis the output is a table of a PostgreSQL server that is started for it, with fsync off:
+against `ogr2ogr` with COPY, and against the server's own COPY of the same rows from a binary file,
+with primary key, spatial index and ANALYZE, as one transaction.
+
+With --threads an import to GeoPackage with two threads is compared with one of one thread.
 """
 
 import argparse
@@ -24,6 +31,7 @@ import tempfile
 import time
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
+sys.path.insert(0, str(ROOT / "tests/postgis"))
 AXES = {"A": ("x", "y", "z"), "B": ("x", "y", None), "C": ("c0", "c1", None)}
 FORMATS = {
     "gpkg": "GPKG",
@@ -61,6 +69,8 @@ def parse_arguments():
     parser.add_argument("--rounds", type=int, default=3)
     parser.add_argument("--rows", type=int, help="of each generated file, less than the usual number")
     parser.add_argument("--read", action="store_true", help="compare the reading alone")
+    parser.add_argument("--postgis", action="store_true", help="compare tables of a database")
+    parser.add_argument("--threads", action="store_true", help="compare two threads with one")
     parser.add_argument("--build", type=pathlib.Path, default=ROOT / "build/release")
     parser.add_argument("--data", type=pathlib.Path, default=ROOT / "build/bench-data")
     return parser.parse_args()
@@ -192,10 +202,93 @@ def compare_reading(arguments):
         )
 
 
+def compare_databases(arguments):
+    from postgres_server import PASSWORD, Server  # needs a server's programs
+
+    binaries = sorted(pathlib.Path("/usr/lib/postgresql").glob("*/bin"))
+    if not binaries:
+        sys.exit("There is no PostgreSQL server; scripts/install-deps test installs one.")
+    os.environ["PGPASSWORD"] = PASSWORD
+    server = Server(binaries[-1])
+    print("| set | program | wall s | client's CPU s | ours over COPY, wall | over ours, CPU |")
+    print("|---|---|---:|---:|---:|---:|")
+    try:
+        for name in arguments.sets.split(","):
+            compare_tables(arguments, name, server)
+    finally:
+        server.stop()
+
+
+def compare_tables(arguments, name, server):
+    path = make_file(arguments, name)
+    rows = server.folder / "rows"
+    rows.mkdir(mode=0o777, exist_ok=True)
+    rows.chmod(0o777)
+    floor = (
+        "BEGIN; CREATE TABLE copied (LIKE ours); "
+        f"COPY copied FROM '{rows}/{name}' (FORMAT binary); "
+        "ALTER TABLE copied ADD PRIMARY KEY (fid); CREATE INDEX ON copied USING gist (geom); "
+        "ANALYZE copied; COMMIT"
+    )
+    commands = commands_for(arguments, name, path, "gpkg", rows)
+    commands["orvane"][3] = server.target()
+    commands["orvane"] += ["--layer", "ours"]
+    at = commands["ogr2ogr"].index("GPKG")
+    commands["ogr2ogr"][at : at + 2] = ["PostgreSQL", server.target()]
+    commands["ogr2ogr"] += ["-nln", "gdal", "--config", "PG_USE_COPY", "YES"]
+    runs = {"orvane": [], "ogr2ogr": [], "COPY": []}
+    for _ in range(arguments.rounds):
+        for table in ("ours", "gdal", "copied"):
+            server.run_sql(f"DROP TABLE IF EXISTS {table}")
+        server.run_sql("CHECKPOINT")
+        runs["orvane"].append(Run(commands["orvane"]))
+        server.run_sql(f"COPY ours TO '{rows}/{name}' (FORMAT binary)")
+        server.run_sql("CHECKPOINT")
+        runs["COPY"].append(Run([server.binaries / "psql", *server.connection, "-Xqc", floor]))
+        server.run_sql("CHECKPOINT")
+        runs["ogr2ogr"].append(Run(commands["ogr2ogr"]))
+        counts = [server.run_sql(f"SELECT count(*) FROM {table}") for table in ("ours", "gdal", "copied")]
+        if len(set(counts)) != 1:
+            sys.exit(f"{name}: the tables have {', '.join(counts)} rows")
+    wall = spread([a.wall / b.wall for a, b in zip(runs["orvane"], runs["COPY"])])
+    cpu = spread([a.cpu / b.cpu for a, b in zip(runs["ogr2ogr"], runs["orvane"])])
+    for program, results in runs.items():
+        print(
+            f"| {name} | {program} | {statistics.median(run.wall for run in results):.2f} "
+            f"| {statistics.median(run.cpu for run in results):.2f} "
+            f"| {wall if program == 'COPY' else ''} | {cpu if program == 'ogr2ogr' else ''} |",
+            flush=True,
+        )
+
+
+def compare_threads(arguments):
+    print("| set | one thread, wall s | two threads, wall s | one over two | peak MiB of two |")
+    print("|---|---:|---:|---:|---:|")
+    for name in arguments.sets.split(","):
+        path = make_file(arguments, name)
+        runs = {1: [], 2: []}
+        for _ in range(arguments.rounds):
+            for threads, results in runs.items():
+                with tempfile.TemporaryDirectory(dir=arguments.data) as folder:
+                    commands = commands_for(arguments, name, path, "gpkg", pathlib.Path(folder))
+                    results.append(Run([*commands["orvane"], "--threads", str(threads)]))
+        print(
+            f"| {name} | {statistics.median(run.wall for run in runs[1]):.2f} "
+            f"| {statistics.median(run.wall for run in runs[2]):.2f} "
+            f"| {spread([a.wall / b.wall for a, b in zip(runs[1], runs[2])])} "
+            f"| {max(run.peak for run in runs[2]):.0f} |",
+            flush=True,
+        )
+
+
 def main():
     arguments = parse_arguments()
     if arguments.read:
         compare_reading(arguments)
+    elif arguments.postgis:
+        compare_databases(arguments)
+    elif arguments.threads:
+        compare_threads(arguments)
     else:
         compare_targets(arguments)
 

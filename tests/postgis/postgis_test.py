@@ -6,81 +6,16 @@ Environment: ORVANE_PROGRAM, ORVANE_POSTGRES_BIN (the folder of initdb and postg
 
 import os
 import pathlib
-import pwd
 import shutil
 import signal
-import socket
 import subprocess
 import tempfile
 import time
 import unittest
 
+from postgres_server import PASSWORD, Server
+
 PROGRAM = os.environ["ORVANE_PROGRAM"]
-SERVER = pathlib.Path(os.environ["ORVANE_POSTGRES_BIN"])
-PASSWORD = "open sesame's"
-
-
-def as_server_user(command):
-    """The server refuses to run as root."""
-    if os.getuid() != 0:
-        return command
-    user = "postgres" if any(entry.pw_name == "postgres" for entry in pwd.getpwall()) else "nobody"
-    return ["runuser", "-u", user, "--", *command]
-
-
-class Server:
-    """A server in a folder of its own, with a database that has PostGIS."""
-
-    def __init__(self):
-        self.folder = pathlib.Path(tempfile.mkdtemp(prefix="orvane-postgis-"))
-        self.folder.chmod(0o777)
-        with socket.socket() as probe:
-            probe.bind(("127.0.0.1", 0))
-            self.port = probe.getsockname()[1]
-        password = self.folder / "password"
-        password.write_text(PASSWORD + "\n")
-        password.chmod(0o644)
-        data = self.folder / "data"
-        subprocess.run(
-            as_server_user([SERVER / "initdb", "-D", data, "-U", "tester", "--pwfile", password,
-                            "-A", "scram-sha-256", "--no-sync", "-E", "UTF8", "--locale=C"]),
-            check=True, stdout=subprocess.DEVNULL, cwd="/")
-        self.process = subprocess.Popen(
-            as_server_user([SERVER / "postgres", "-D", data, "-p", str(self.port),
-                            "-c", "listen_addresses=127.0.0.1", "-c", "fsync=off",
-                            "-c", f"unix_socket_directories={self.folder}"]),
-            stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, cwd="/")
-        deadline = time.monotonic() + 60
-        while self.run_sql("SELECT 1", "postgres", check=False) is None:
-            if time.monotonic() > deadline or self.process.poll() is not None:
-                raise RuntimeError("the server does not start")
-            time.sleep(0.1)
-        self.run_sql("CREATE DATABASE survey", "postgres")
-        self.run_sql("CREATE EXTENSION postgis", "survey")
-        self.run_sql("CREATE DATABASE plain", "postgres")
-
-    def run_sql(self, sql, database="survey", check=True):
-        result = subprocess.run(
-            [SERVER / "psql", "-h", "127.0.0.1", "-p", str(self.port), "-U", "tester", "-d", database,
-             "-XAtq", "-F", "|", "-P", "null=NULL", "-v", "ON_ERROR_STOP=1", "-c", sql],
-            capture_output=True, text=True, check=False, cwd="/",
-            env={**os.environ, "PGPASSWORD": PASSWORD})
-        if result.returncode != 0:
-            if check:
-                raise RuntimeError(result.stderr)
-            return None
-        return result.stdout.rstrip("\n")
-
-    def target(self, database="survey", password=PASSWORD):
-        quoted = password.replace("\\", "\\\\").replace("'", "\\'")
-        return (f"PG:host=127.0.0.1 port={self.port} user=tester password='{quoted}' "
-                f"dbname={database}")
-
-    def stop(self):
-        pid = int((self.folder / "data/postmaster.pid").read_text().splitlines()[0])
-        os.kill(pid, signal.SIGINT)
-        self.process.wait(timeout=60)
-        shutil.rmtree(self.folder, ignore_errors=True)
 
 
 class PostgisTest(unittest.TestCase):
@@ -88,7 +23,7 @@ class PostgisTest(unittest.TestCase):
 
     @classmethod
     def setUpClass(cls):
-        cls.server = Server()
+        cls.server = Server(os.environ["ORVANE_POSTGRES_BIN"])
 
     @classmethod
     def tearDownClass(cls):
