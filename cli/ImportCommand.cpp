@@ -63,15 +63,6 @@ void PrintBareSummary(const ImportRequest& request, const ImportReport& report, 
     output.Write("Written:  " + TerminalText::Escape(report.out) + " (" + report.format + ")\n");
 }
 
-/// What was done to the rows of the phase.
-const char* WordFor(EPhase phase)
-{
-    if (phase == EPhase::Indexing) {
-        return "Indexed";
-    }
-    return phase == EPhase::Reading ? "Read" : "Wrote";
-}
-
 /// Draws progress, and says to the signal handlers how far the import is.
 void Follow(const ProgressState& state, ProgressLine& line)
 {
@@ -91,11 +82,7 @@ void Follow(const ProgressState& state, ProgressLine& line)
         Interrupt::SetPhase(Interrupt::EPhase::Written);
         break;
     }
-    if (state.rowsDone == 0) {
-        line.Clear();
-    } else {
-        line.Show(WordFor(state.phase), state.rowsDone, state.rowsTotal);
-    }
+    line.Show(state);
 }
 
 } // namespace
@@ -110,8 +97,12 @@ bool RunImport(const ImportArguments& arguments)
         Follow(state, line);
         return true;
     };
-    callbacks.note = PrintNote;
+    callbacks.note = [&line](const Orvane::Import::Note& note) {
+        line.Clear();
+        PrintNote(note);
+    };
     const ImportReport report = ImportFile(arguments.request, callbacks);
+    line.Clear();
     const std::string imbalances = DescribeImbalances(report);
     if (!imbalances.empty()) {
         std::fprintf(stderr, "%s\n", imbalances.c_str());

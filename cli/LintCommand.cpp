@@ -41,9 +41,7 @@ bool RunLint(const LintArguments& arguments)
     Callbacks callbacks;
     callbacks.cancel = &Interrupt::GetFlag();
     callbacks.progress = [&](const ProgressState& state) {
-        if (state.rowsDone > 0) {
-            line.Show("Looked at", state.rowsDone, state.rowsTotal);
-        }
+        line.Show(state);
         return true;
     };
     TextOutput output;

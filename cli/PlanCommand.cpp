@@ -2,6 +2,7 @@
 #include "Commands.h"
 #include "JsonWriter.h"
 #include "PlanArguments.h"
+#include "ProgressLine.h"
 #include "TextOutput.h"
 
 #include <Orvane/Import/DisplayText.h>
@@ -296,7 +297,14 @@ void ShowQuestions(const Plan& plan, TextOutput& output)
 
 void RunPlan(const PlanArguments& arguments)
 {
-    const Plan plan = Orvane::Import::MakePlan(arguments.file, arguments.request);
+    ProgressLine line;
+    Orvane::Import::Callbacks callbacks;
+    callbacks.progress = [&line](const Orvane::Import::ProgressState& state) {
+        line.Show(state);
+        return true;
+    };
+    const Plan plan = Orvane::Import::MakePlan(arguments.file, arguments.request, callbacks);
+    line.Clear();
     TextOutput output;
     if (arguments.isJson) {
         output.Write(EscapeControls(ToJson(plan)));

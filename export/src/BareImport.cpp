@@ -21,7 +21,6 @@ public:
         : m_module(module)
         , m_request(request)
         , m_phases(callbacks, m_report)
-        , m_callbacks(callbacks)
     {}
 
     ImportReport Run()
@@ -52,7 +51,7 @@ public:
         const Stopwatch writing;
         m_phases.Begin(EPhase::Counting);
         m_report.read = CountLayer(*layer);
-        m_report.written = target->Write(*layer, m_report.read, m_callbacks);
+        m_report.written = target->Write(*layer, m_report.read, m_phases.GetCallbacks());
         target->Commit();
         m_phases.Begin(EPhase::Written);
         m_report.writeSeconds = writing.GetSeconds();
@@ -71,7 +70,7 @@ private:
         }
         session.Open();
         BSharedPtr<BVectorLayer> layer = session.GetLayer();
-        session.Read(m_callbacks);
+        session.Read(m_phases.GetCallbacks());
         m_report.recordsRead = session.GetRecordsRead();
         m_report.stoppedAtLimit = session.GetFailureFlag() != 0;
         session.Close();
@@ -85,7 +84,6 @@ private:
     const ImportRequest& m_request;
     ImportReport m_report;
     ImportPhases m_phases;
-    const Callbacks& m_callbacks;
 };
 
 } // namespace

@@ -11,7 +11,10 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <cstdint>
 #include <cstdio>
+#include <functional>
+#include <limits>
 #include <memory>
 #include <new>
 #include <sqlite3.h>
@@ -36,7 +39,13 @@ struct FileCloser
     void operator()(std::FILE* file) const { static_cast<void>(std::fclose(file)); }
 };
 
-TargetCounts CountText(const std::filesystem::path& path, TextCounter& counter)
+using Follow = std::function<void(std::uint64_t rows)>;
+
+/// Rows between two calls of a Follow.
+constexpr std::uint64_t kRowsPerCall = 65536;
+
+TargetCounts
+CountText(const std::filesystem::path& path, TextCounter& counter, const Follow& follow)
 {
     constexpr std::size_t kBufferBytes = std::size_t{256} << 10;
     const std::unique_ptr<std::FILE, FileCloser> file(std::fopen(path.c_str(), "rbe"));
@@ -47,6 +56,7 @@ TargetCounts CountText(const std::filesystem::path& path, TextCounter& counter)
     std::size_t count = 0;
     while ((count = std::fread(buffer.data(), 1, buffer.size(), file.get())) > 0) {
         counter.Consume({buffer.data(), count});
+        follow(counter.CountRowsSoFar());
     }
     if (std::ferror(file.get()) != 0) {
         ThrowSystemError();
@@ -110,7 +120,7 @@ public:
                                                                    : std::nullopt;
     }
 
-    TargetCounts Run(const WrittenShape& shape)
+    TargetCounts Run(const WrittenShape& shape, const Follow& follow)
     {
         std::vector<std::pair<std::string, std::string>> tables;
         const Statement list = Prepare(
@@ -125,12 +135,24 @@ public:
         }
         TargetCounts counts;
         for (const auto& [table, geometry] : tables) {
-            const std::string points = geometry.empty() ? "0" : "count(" + Quote(geometry) + ")";
-            const Statement count = Prepare("SELECT count(*), " + points + " FROM " + Quote(table));
-            if (Step(count)) {
-                counts.rows += static_cast<std::uint64_t>(sqlite3_column_int64(count.get(), 0));
+            // Piece by piece, so that the caller hears of a large table.
+            const std::string point = geometry.empty() ? "NULL" : Quote(geometry);
+            const Statement count = Prepare(
+                "SELECT count(*), count(point), max(id) FROM (SELECT rowid AS id, " + point +
+                " AS point FROM " + Quote(table) + " WHERE rowid > ?1 ORDER BY rowid LIMIT " +
+                std::to_string(kRowsPerCall) + ")");
+            std::int64_t last = std::numeric_limits<std::int64_t>::min();
+            std::uint64_t rows = 0;
+            do {
+                Check(sqlite3_reset(count.get()));
+                Check(sqlite3_bind_int64(count.get(), 1, last));
+                static_cast<void>(Step(count));
+                rows = static_cast<std::uint64_t>(sqlite3_column_int64(count.get(), 0));
+                counts.rows += rows;
                 counts.points += static_cast<std::uint64_t>(sqlite3_column_int64(count.get(), 1));
-            }
+                last = sqlite3_column_int64(count.get(), 2);
+                follow(counts.rows);
+            } while (rows == kRowsPerCall);
         }
         return counts;
     }
@@ -197,7 +219,8 @@ private:
 
 /// Other formats, by their GDAL driver: feature by feature, since a file's own count is the
 /// writer's word.
-TargetCounts CountByGdal(const std::filesystem::path& file, const ExportFormat& format)
+TargetCounts
+CountByGdal(const std::filesystem::path& file, const ExportFormat& format, const Follow& follow)
 {
     RegisterDrivers();
     const GdalMessages messages;
@@ -216,7 +239,9 @@ TargetCounts CountByGdal(const std::filesystem::path& file, const ExportFormat& 
             ignored.push_back(nullptr);
             static_cast<void>(layer->SetIgnoredFields(ignored.data()));
             for (const auto& feature : *layer) {
-                ++counts.rows;
+                if (++counts.rows % kRowsPerCall == 0) {
+                    follow(counts.rows);
+                }
                 const OGRGeometry* geometry = feature->GetGeometryRef();
                 counts.points += geometry != nullptr && geometry->IsEmpty() == 0 ? 1U : 0U;
             }
@@ -235,20 +260,22 @@ std::optional<std::vector<std::string>> ListTables(const std::filesystem::path& 
     return SqlCounter(file).ListTables();
 }
 
-TargetCounts
-CountFile(const std::filesystem::path& file, const ExportFormat& format, const WrittenShape& shape)
+TargetCounts CountFile(const std::filesystem::path& file,
+                       const ExportFormat& format,
+                       const WrittenShape& shape,
+                       const Follow& follow)
 {
     if (format.driver == std::string_view("GPKG")) {
-        return SqlCounter(file).Run(shape);
+        return SqlCounter(file).Run(shape, follow);
     }
     if (const std::unique_ptr<TextCounter> counter = MakeTextCounter(format, shape)) {
-        return CountText(file, *counter);
+        return CountText(file, *counter, follow);
     }
     if (format.driver == std::string_view("FlatGeobuf")) {
         const FlatGeobuf::FeatureCounts counts = FlatGeobuf::CountFeatures(file);
         return {counts.features, counts.points};
     }
-    return CountByGdal(file, format);
+    return CountByGdal(file, format, follow);
 }
 
 } // namespace Orvane::Import

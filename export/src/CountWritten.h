@@ -6,7 +6,9 @@
 #include <Orvane/Import/Target.h>
 
 #include <cstddef>
+#include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -27,9 +29,12 @@ struct WrittenShape
 /// GeoJSON and its sequences by their tokens, FlatGeobuf from feature to feature, with a look at
 /// its index, other formats by GDAL. Shares no code with the
 /// writers, so that a row that one of them has lost, doubled or cut in two shows.
+/// @param follow called now and then with the rows that were counted
 /// @throws std::runtime_error, reason as what(), when the file cannot be read or is not whole
-[[nodiscard]] TargetCounts
-CountFile(const std::filesystem::path& file, const ExportFormat& format, const WrittenShape& shape);
+[[nodiscard]] TargetCounts CountFile(const std::filesystem::path& file,
+                                     const ExportFormat& format,
+                                     const WrittenShape& shape,
+                                     const std::function<void(std::uint64_t rows)>& follow);
 
 /// The names of all tables and views of a GeoPackage; nothing when the file is none.
 /// @throws std::runtime_error, reason as what(), when it cannot be read

@@ -150,16 +150,18 @@ Plan WithHeights(Plan plan, const PlanRequest& request)
 
 /// The plan, with the columns that are given. Where these are only a part of what a plan needs, or
 /// none of the plan's, the file is scanned without them first.
-Plan PlanWithColumns(const std::string& file, const PlanRequest& request)
+Plan PlanWithColumns(const std::string& file,
+                     const PlanRequest& request,
+                     const Callbacks& callbacks)
 {
     const bool isGiven = !request.x.empty() || !request.y.empty() || !request.z.empty();
     const bool isWhole = !request.x.empty() && !request.y.empty();
     if (!isGiven || request.hasNoPoints || request.isAllText) {
-        return MakePlan(file, request);
+        return MakePlan(file, request, callbacks);
     }
     if (isWhole) {
         try {
-            Plan plan = MakePlan(file, request);
+            Plan plan = MakePlan(file, request, callbacks);
             const PlanRequest completed = CompleteColumns(plan, request);
             return WithHeights(std::move(plan), completed);
         } catch (const ImportFailure& failure) {
@@ -172,8 +174,8 @@ Plan PlanWithColumns(const std::string& file, const PlanRequest& request)
     others.x.clear();
     others.y.clear();
     others.z.clear();
-    const PlanRequest completed = CompleteColumns(MakePlan(file, others), request);
-    return WithHeights(MakePlan(file, completed), completed);
+    const PlanRequest completed = CompleteColumns(MakePlan(file, others, callbacks), request);
+    return WithHeights(MakePlan(file, completed, callbacks), completed);
 }
 
 /// The name of the layer: that of the file without extension, and without that of its packing.
@@ -236,7 +238,6 @@ public:
     PlannedImporter(const ImportRequest& request, const Callbacks& callbacks)
         : m_request(request)
         , m_phases(callbacks, m_report)
-        , m_callbacks(callbacks)
     {}
 
     ImportReport Run()
@@ -327,6 +328,10 @@ private:
         CancelFlag stop;
         Callbacks ofReader;
         ofReader.cancel = &stop;
+        ofReader.progress = [this](const ProgressState& state) {
+            m_phases.SetBytes(state.bytesDone, state.bytesTotal);
+            return true;
+        };
         TableCounts counts;
         PagePipe pipe(
             [&](const PagePipe::Push& push) {
@@ -357,7 +362,8 @@ private:
             AddRejected(rejected, target);
         });
         try {
-            m_report.written = target.WritePages(layer, ExpectCounts(), pages, m_callbacks);
+            m_report.written =
+                target.WritePages(layer, ExpectCounts(), pages, m_phases.GetCallbacks());
         } catch (...) {
             if (thrown) {
                 std::rethrow_exception(thrown);
@@ -414,7 +420,7 @@ private:
         m_phases.Begin(EPhase::Counting);
         m_report.read = CountLayer(*layer);
         AddRejected(rejected, target);
-        m_report.written = target.Write(*layer, m_report.read, m_callbacks);
+        m_report.written = target.Write(*layer, m_report.read, m_phases.GetCallbacks());
         CommitAndCount(target);
         m_report.writeSeconds = writing.GetSeconds();
     }
@@ -430,7 +436,7 @@ private:
         if (m_request.replay) {
             m_plan = FollowPlan(*m_request.replay, m_request.file);
         } else {
-            m_plan = PlanWithColumns(m_request.file, request);
+            m_plan = PlanWithColumns(m_request.file, request, m_phases.GetCallbacks());
             m_plan.nullTexts = request.nullTexts;
             m_plan.isAllText = request.isAllText;
             m_plan.hasNoPoints = request.hasNoPoints;
@@ -529,11 +535,11 @@ private:
     TableCounts ReadRows(BVectorLayer& layer, RejectedRows& rejected)
     {
         std::exception_ptr thrown;
-        Callbacks callbacks = m_callbacks;
-        if (m_callbacks.progress) {
-            callbacks.progress = [&](const ProgressState& state) {
+        Callbacks callbacks = m_phases.GetCallbacks();
+        if (const auto ofCaller = callbacks.progress) {
+            callbacks.progress = [&thrown, ofCaller](const ProgressState& state) {
                 try {
-                    return m_callbacks.progress(state);
+                    return ofCaller(state);
                 } catch (...) {
                     thrown = std::current_exception();
                     return false;
@@ -613,7 +619,7 @@ private:
         Ledger& ledger = *m_report.ledger;
         target.Commit();
         m_phases.Begin(EPhase::Written);
-        const TargetCounts counts = target.CountWritten();
+        const TargetCounts counts = target.CountWritten(m_phases.GetCallbacks());
         CloseLedger({m_report.read.rows,
                      m_report.read.points,
                      counts.rows,
@@ -626,7 +632,6 @@ private:
     const ImportRequest& m_request;
     ImportReport m_report;
     ImportPhases m_phases;
-    const Callbacks& m_callbacks;
     Plan m_plan;
     TableRequest m_tableRequest;
     std::optional<SideFile> m_side; ///< the file of bad rows

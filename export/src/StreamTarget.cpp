@@ -112,7 +112,7 @@ public:
         }
     }
 
-    [[nodiscard]] TargetCounts CountWritten() override
+    [[nodiscard]] TargetCounts CountWritten(const Callbacks& /*callbacks*/) override
     {
         return m_counter ? m_counter->GetCounts() : TargetCounts();
     }

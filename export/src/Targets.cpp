@@ -91,7 +91,9 @@ public:
                 if (m_tables) {
                     PrepareCopy(request);
                 }
-                return m_format.write(request);
+                WriteReport report = m_format.write(request);
+                m_rowsWritten = report.rows;
+                return report;
             });
         } catch (...) {
             progress.RethrowIfThrown();
@@ -143,11 +145,15 @@ public:
         });
     }
 
-    [[nodiscard]] TargetCounts CountWritten() override
+    [[nodiscard]] TargetCounts CountWritten(const Callbacks& callbacks) override
     {
         return WrapFailures(m_request.out, [&] {
+            ProgressMeter progress(callbacks, EPhase::Written, m_rowsWritten);
+            const auto follow = [&](std::uint64_t rows) {
+                static_cast<void>(progress.Report(rows));
+            };
             try {
-                const TargetCounts now = CountFile(m_file.GetFile(), m_format, m_shape);
+                const TargetCounts now = CountFile(m_file.GetFile(), m_format, m_shape, follow);
                 return TargetCounts{now.rows - m_before.rows, now.points - m_before.points};
             } catch (const std::runtime_error& error) {
                 ThrowNotRead(m_request.out, error.what());
@@ -221,7 +227,11 @@ private:
             }
         });
         if (m_request.existing == EExistingLayer::Append) {
-            m_before = CountFile(request.file, m_format, m_shape);
+            m_before = CountFile(request.file, m_format, m_shape, [&](std::uint64_t) {
+                if (!request.progress.Report(0)) {
+                    ThrowCancelled();
+                }
+            });
         }
     }
 
@@ -231,6 +241,7 @@ private:
     std::shared_ptr<OGRSpatialReference> m_coordSys;
     const BVectorLayer* m_table = nullptr; ///< not owned
     WrittenShape m_shape;
+    std::uint64_t m_rowsWritten = 0;
     OutputFile m_file;
     /// Of the file that is added to; nothing when the output is made anew.
     std::optional<std::vector<std::string>> m_tables;

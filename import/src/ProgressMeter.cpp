@@ -18,15 +18,16 @@ void ThrowCancelled()
 
 ProgressMeter::ProgressMeter(const Callbacks& callbacks, EPhase phase, std::uint64_t rowsTotal)
     : m_callbacks(callbacks)
-    , m_state{phase, 0, rowsTotal}
     , m_lastCall(Clock::now())
 {
+    m_state.phase = phase;
+    m_state.rowsTotal = rowsTotal;
     if (m_callbacks.progress && !m_callbacks.progress(m_state)) {
         ThrowCancelled();
     }
 }
 
-bool ProgressMeter::Report(std::uint64_t rowsDone) noexcept
+bool ProgressMeter::Report(std::uint64_t rowsDone, std::uint64_t bytesDone) noexcept
 {
     if (IsCancelRequested()) {
         return false;
@@ -40,12 +41,16 @@ bool ProgressMeter::Report(std::uint64_t rowsDone) noexcept
     }
     m_lastCall = now;
     m_state.rowsDone = rowsDone;
+    m_state.bytesDone = bytesDone;
     return Call();
 }
 
 bool ProgressMeter::BeginPhase(EPhase phase, std::uint64_t rowsTotal) noexcept
 {
-    m_state = {phase, 0, rowsTotal};
+    m_state.phase = phase;
+    m_state.rowsDone = 0;
+    m_state.rowsTotal = rowsTotal;
+    m_state.bytesDone = 0;
     m_lastCall = Clock::now();
     return !IsCancelRequested() && (!m_callbacks.progress || Call());
 }

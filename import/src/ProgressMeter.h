@@ -35,7 +35,10 @@ public:
     /// Calls the caller's function when its interval is over. What that throws is kept, since code
     /// in between may replace exceptions that pass through it.
     /// @return false when cancelled or thrown; RethrowIfThrown then
-    [[nodiscard]] bool Report(std::uint64_t rowsDone) noexcept;
+    [[nodiscard]] bool Report(std::uint64_t rowsDone, std::uint64_t bytesDone = 0) noexcept;
+
+    /// The size of the file whose bytes Report tells; for this phase and those to come.
+    void SetBytesTotal(std::uint64_t bytes) noexcept { m_state.bytesTotal = bytes; }
 
     /// Rethrows what the caller's function has thrown.
     void RethrowIfThrown() const;

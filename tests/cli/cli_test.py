@@ -1818,11 +1818,12 @@ class StreamsTest(CliTest):
         self.write("m.csv", "x,y\n" + "1,2\n" * 50000)
         self.succeed("import", "m.csv")
 
-    def test_a_terminal_shows_progress_and_is_left_clean(self):
-        self.write("million.csv", "1\n")
+    def show_on_terminal(self, columns, *arguments):
+        """What standard error gets as a terminal of so many columns."""
         leader, follower = os.openpty()
+        fcntl.ioctl(follower, termios.TIOCSWINSZ, struct.pack("HHHH", 24, columns, 0, 0))
         process = subprocess.Popen(
-            [PROGRAM, "import", "million.csv", "--plugin", FAKE], cwd=self.folder,
+            [PROGRAM, *arguments], cwd=self.folder,
             stdout=subprocess.DEVNULL, stderr=follower, stdin=subprocess.DEVNULL)
         os.close(follower)
         shown = b""
@@ -1836,9 +1837,28 @@ class StreamsTest(CliTest):
             pass
         os.close(leader)
         self.assertEqual(process.wait(300), 0)
-        self.assertIn(b"rows/s", shown)
-        self.assertRegex(shown, rb"Wrote \d+ of 1000000 rows, \d+ rows/s")
         self.assertTrue(shown.endswith(b"\r\x1b[K"))
+        return [line.decode() for line in shown.split(b"\r\x1b[K") if line]
+
+    def test_a_terminal_shows_progress_and_is_left_clean(self):
+        self.write("million.csv", "1\n")
+        lines = self.show_on_terminal(120, "import", "million.csv", "--plugin", FAKE)
+        self.assertRegex("\n".join(lines),
+                         r"Writing \d+ %(, \d+ s left)?: \d+ of 1000000 rows, \d+ rows/s")
+        shares = [int(share) for share in re.findall(r" (\d+) %", "\n".join(lines))]
+        self.assertEqual(shares, sorted(shares))
+
+    def test_progress_of_an_import_tells_the_bytes_that_were_read_and_the_rows_written(self):
+        self.write("m.csv", "x,y,n\n" + "1.5,2.5,3\n" * 1500000)
+        lines = "\n".join(self.show_on_terminal(120, "import", "m.csv"))
+        self.assertRegex(lines, r"Planning \d+ %: \d+ of 15 MB, \d+ MB/s")
+        self.assertRegex(lines, r"Writing \d+ %[^:\n]*: \d+ of 1500000 rows, \d+ rows/s, \d+ of 15 MB")
+        self.assertRegex(lines, r"Indexing \d+ %[^:\n]*: \d+ of 1500000 rows")
+
+    def test_progress_keeps_to_the_width_of_the_terminal(self):
+        self.write("million.csv", "1\n")
+        lines = self.show_on_terminal(30, "import", "million.csv", "--plugin", FAKE)
+        self.assertEqual(max(map(len, lines)), 29)
 
 
 class SignalsTest(CliTest):

@@ -168,7 +168,7 @@ public:
         });
     }
 
-    [[nodiscard]] TargetCounts CountWritten() override
+    [[nodiscard]] TargetCounts CountWritten(const Callbacks& /*callbacks*/) override
     {
         return WrapFailures(m_name, [&] {
             const TargetCounts now = Count();

@@ -7,6 +7,7 @@
 
 #include <array>
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -28,6 +29,8 @@ public:
     /// The counts of the whole text. @throws std::runtime_error when the text is cut short or is no
     /// text of the format, with the reason as what()
     [[nodiscard]] virtual TargetCounts GetCounts() const = 0;
+
+    [[nodiscard]] virtual std::uint64_t CountRowsSoFar() const noexcept = 0;
 };
 
 /// The counter of a text format; null for a format of another kind.
@@ -47,6 +50,8 @@ public:
 
     void Consume(std::string_view bytes) override;
     [[nodiscard]] TargetCounts GetCounts() const override;
+
+    [[nodiscard]] std::uint64_t CountRowsSoFar() const noexcept override { return m_counts.rows; }
 
 private:
     void EndField() noexcept;
@@ -75,6 +80,8 @@ public:
 
     void Consume(std::string_view bytes) override;
     [[nodiscard]] TargetCounts GetCounts() const override;
+
+    [[nodiscard]] std::uint64_t CountRowsSoFar() const noexcept override { return m_counts.rows; }
 
 private:
     void ConsumeInText(char byte);

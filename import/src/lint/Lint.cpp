@@ -15,7 +15,7 @@ LintReport Lint(const std::string& path,
 {
     ProgressMeter meter(callbacks, EPhase::Preparing, 0);
     LintReport report;
-    report.plan = MakePlan(path, request.plan);
+    report.plan = MakePlan(path, request.plan, callbacks);
     Findings findings(report.plan, request, add);
     PlanLint(report.plan, findings).Run();
     report.isWalked = RowLint(report.plan, request, findings, meter).Run();

@@ -3,6 +3,7 @@
 #include "Encoding.h"
 #include "Given.h"
 #include "PlanDialect.h"
+#include "ProgressMeter.h"
 #include "Types.h"
 #include "scan/FileScan.h"
 
@@ -482,7 +483,7 @@ bool IsWithoutRows(const Scan::ScanFacts& facts)
 
 } // namespace
 
-Plan MakePlan(const std::string& path, const PlanRequest& request)
+Plan MakePlan(const std::string& path, const PlanRequest& request, const Callbacks& callbacks)
 {
     if (!request.encoding.empty() && Scan::UnitsOf(request.encoding) == Scan::EUnits::Bytes &&
         !IsEncoding(request.encoding)) {
@@ -495,6 +496,14 @@ Plan MakePlan(const std::string& path, const PlanRequest& request)
         throw ImportFailure(std::move(fields));
     }
     Scan::TextSource source(path, request.encoding);
+    ProgressMeter meter(callbacks, EPhase::Preparing, 0);
+    meter.SetBytesTotal(source.Facts().size);
+    source.Watch([&] {
+        if (!meter.Report(0, source.BytesDone())) {
+            meter.RethrowIfThrown();
+            ThrowCancelled();
+        }
+    });
     const Probe probe = TakeProbe(source);
     Scan::ShapeRequest shapeRequest;
     FindLineEnds(probe.Text(), shapeRequest);

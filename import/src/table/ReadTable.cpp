@@ -77,6 +77,7 @@ public:
         , m_decimals(m_rules.columnCount)
         , m_nulls(m_rules.columnCount)
     {
+        m_meter.SetBytesTotal(plan.bytes.size);
         layer.SetSchema(MakeSchema());
         for (std::size_t index = 0; index < m_layout.sources.size(); ++index) {
             if (m_layout.sources[index] != TableLayout::kNoSource) {
@@ -131,7 +132,7 @@ private:
     void Report()
     {
         const TableLines& lines = m_parts.Lines();
-        if (!m_meter.Report(lines.Sum())) {
+        if (!m_meter.Report(lines.Sum(), m_parts.FileBytesDone())) {
             m_meter.RethrowIfThrown();
             ThrowCancelled();
         }

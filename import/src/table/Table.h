@@ -258,7 +258,8 @@ struct TableCounts
 /// @param layer empty; gets the schema and the rows. Name and coordinate system are the caller's,
 ///     as is a consumer of its pages. After a throw it holds the rows before.
 /// @param sink gets every bad row, in order
-/// @param callbacks its `progress` gets the phase Reading only, rows done as physical lines; `note`
+/// @param callbacks its `progress` gets the phase Reading only, physical lines and bytes done;
+/// `note`
 ///     is not called
 /// @throws ImportFailure as TableWalk; `cancelled`; what the layer's disk cache throws;
 ///     std::bad_alloc

@@ -103,6 +103,9 @@ public:
     /// Bytes of the text before the next part.
     [[nodiscard]] std::uint64_t BytesDone() const noexcept { return m_byte + m_at; }
 
+    /// Bytes of the file that were read.
+    [[nodiscard]] std::uint64_t FileBytesDone() const noexcept { return m_source->BytesDone(); }
+
 private:
     [[nodiscard]] std::string_view Text() const { return {m_buffer.data(), m_size}; }
 

@@ -72,7 +72,7 @@ Written Write(const BVectorLayer& layer, TargetRequest request)
     const std::unique_ptr<Target> target = OpenTarget(request);
     written.report = target->Write(layer, CountLayer(layer), {});
     target->Commit();
-    written.counted = target->CountWritten();
+    written.counted = target->CountWritten({});
     written.content = Content(request.out);
     EXPECT_EQ(written.counted.rows, written.report.rows);
     EXPECT_EQ(written.counted.points, written.report.points);
@@ -527,17 +527,17 @@ TEST_P(TargetsOfAllFormats, DoNotCountAFileThatWasCut)
     const std::unique_ptr<Target> target = OpenTarget(request);
     static_cast<void>(target->Write(layer, CountLayer(layer), {}));
     target->Commit();
-    EXPECT_EQ(target->CountWritten().rows, 20000U);
+    EXPECT_EQ(target->CountWritten({}).rows, 20000U);
     std::filesystem::resize_file(request.out, std::filesystem::file_size(request.out) / 2 + 1);
     try {
-        EXPECT_NE(target->CountWritten().points, 20000U);
+        EXPECT_NE(target->CountWritten({}).points, 20000U);
     } catch (const ImportFailure& failure) {
         EXPECT_TRUE(failure.Is("output-write"));
         EXPECT_EQ(failure.GetFields().what, "The output that was written cannot be read back.");
         EXPECT_FALSE(failure.GetFields().cause.empty());
     }
     std::filesystem::remove(request.out);
-    EXPECT_THROW(static_cast<void>(target->CountWritten()), ImportFailure);
+    EXPECT_THROW(static_cast<void>(target->CountWritten({})), ImportFailure);
 }
 
 /// Sends what is written to standard output into a file meanwhile.
@@ -591,8 +591,8 @@ TEST(StandardOutputTarget, WritesTheBytesOfAFileAndCountsThemAsTheyLeave)
         }
         EXPECT_EQ(Content(shown), expected.content) << name;
         EXPECT_EQ(report.rows, 4U);
-        EXPECT_EQ(target->CountWritten().rows, 4U);
-        EXPECT_EQ(target->CountWritten().points, 3U);
+        EXPECT_EQ(target->CountWritten({}).rows, 4U);
+        EXPECT_EQ(target->CountWritten({}).points, 3U);
         EXPECT_EQ(target->GetName(), "-");
     }
 }

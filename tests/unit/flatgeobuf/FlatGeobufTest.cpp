@@ -134,7 +134,7 @@ Write(const BVectorLayer& layer, const TargetRequest& request, const Callbacks& 
     const std::unique_ptr<Target> target = OpenTarget(request);
     WriteReport report = target->Write(layer, CountLayer(layer), callbacks);
     target->Commit();
-    const Import::TargetCounts counted = target->CountWritten();
+    const Import::TargetCounts counted = target->CountWritten({});
     EXPECT_EQ(counted.rows, report.rows);
     EXPECT_EQ(counted.points, report.points);
     EXPECT_EQ(report.rowsLeftOut, 0U);

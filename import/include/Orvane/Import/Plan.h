@@ -2,6 +2,7 @@
 #pragma once
 
 #include <Orvane/Import/Api.h>
+#include <Orvane/Import/Progress.h>
 
 #include <cstddef>
 #include <cstdint>
@@ -356,14 +357,17 @@ struct PlanRequest
 
 /// Scans the file and decides.
 /// @param path of a regular file, as the system's calls accept it
+/// @param callbacks `progress` gets the phase Preparing with bytes, no rows; `note` is not called
 /// @throws ImportFailure `no-such-file`, `no-permission`, `is-folder`, `not-a-file`, `read-error`;
 ///     `compressed` when the file is packed otherwise than by gzip, `damaged` when it cannot be
 ///     unpacked, `not-text` when it is a workbook, a database, a picture or the like;
 ///     `no-such-column` for a given column that does not exist, `option-value` for a separator that
-///     is none, `unknown-codec` for an encoding that the system does not know
+///     is none, `unknown-codec` for an encoding that the system does not know;
+///     `cancelled`
 /// Cost: linear; memory is bounded, about 17 MiB and some KiB per column.
 [[nodiscard]] ORVANE_IMPORT_EXPORT Plan MakePlan(const std::string& path,
-                                                 const PlanRequest& request);
+                                                 const PlanRequest& request,
+                                                 const Callbacks& callbacks = {});
 
 /// The plan as one JSON object, indented by two blanks, with a line end: the fields of these
 /// structs, enumerations by their names in lower case.

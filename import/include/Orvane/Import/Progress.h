@@ -13,12 +13,12 @@ namespace Orvane::Import {
 
 /// What an import is doing.
 enum class EPhase {
-    Preparing, ///< looking at the file and choosing its columns; nothing is on the disk
+    Preparing, ///< the whole file is looked at, its columns are chosen; nothing is on the disk
     Reading,   ///< rows are read into the layer
     Counting,  ///< rows of the layer are counted; nothing is on the disk
     Writing,   ///< rows are written beside the output, which is as it was
     Indexing,  ///< the output's spatial index is made, of the points; only of some formats
-    Written    ///< the output is in its place; comes once, last
+    Written    ///< the output is in its place and is read back; last, cannot be cancelled
 };
 
 /// How far an import is.
@@ -27,6 +27,12 @@ struct ProgressState
     EPhase phase = EPhase::Preparing;
     std::uint64_t rowsDone = 0;  ///< of this phase; while reading, lines of the file
     std::uint64_t rowsTotal = 0; ///< 0: not known
+    std::uint64_t bytesDone =
+        0; ///< of the file, by this phase; with two threads while writing, too
+    std::uint64_t bytesTotal = 0; ///< size of the file; 0 where no bytes of it are read
+    /// Share of the whole import that is done, from 0 to 1, never less than before; 0 where only
+    /// one step was called. The shares of the phases are those of a usual file, not of this one.
+    double fraction = 0;
 };
 
 /// Something that the caller of an import should know and that is no failure.

@@ -102,8 +102,9 @@ public:
 
     /// Reads the target back from its place and counts what is there, by code that has no part in
     /// writing it. After Commit. Costs reading all of it.
+    /// @param callbacks `progress` gets the phase Written; what it says of cancelling is not heeded
     /// @throws ImportFailure `output-write` when it cannot be read
-    [[nodiscard]] virtual TargetCounts CountWritten() = 0;
+    [[nodiscard]] virtual TargetCounts CountWritten(const Callbacks& callbacks) = 0;
 };
 
 } // namespace Orvane::Import

@@ -304,6 +304,10 @@ std::size_t TextSource::ReadFile(char* buffer, std::size_t capacity)
         }
         size += static_cast<std::size_t>(got);
     }
+    m_bytesDone += size;
+    if (m_watcher) {
+        m_watcher();
+    }
     return size;
 }
 
@@ -326,6 +330,7 @@ void TextSource::Rewind()
     if (::lseek(m_descriptor, 0, SEEK_SET) < 0) {
         FailToRead(errno);
     }
+    m_bytesDone = 0;
     if (m_unpacker) {
         m_unpacker->Rewind();
     }

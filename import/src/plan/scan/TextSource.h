@@ -5,8 +5,10 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace Orvane::Import::Scan {
@@ -66,6 +68,13 @@ public:
     /// Returns to the begin of the text.
     void Rewind();
 
+    /// Bytes of the file that were read since its begin.
+    [[nodiscard]] std::uint64_t BytesDone() const noexcept { return m_bytesDone; }
+
+    /// Has a function called after each piece that is read from the file. What it throws leaves
+    /// Read unchanged.
+    void Watch(std::function<void()> watcher) { m_watcher = std::move(watcher); }
+
     /// Units that were no characters so far, of a text that becomes UTF-8.
     [[nodiscard]] std::uint64_t CountInvalidUnits() const noexcept { return m_invalid; }
 
@@ -91,6 +100,8 @@ private:
     std::size_t m_handed = 0; ///< of m_decoded
     std::uint64_t m_invalid = 0;
     bool m_isAtEnd = false;
+    std::uint64_t m_bytesDone = 0;
+    std::function<void()> m_watcher;
 };
 
 } // namespace Orvane::Import::Scan
