@@ -212,9 +212,8 @@ class TrueImportTest(ByPlanTest):
         self.write("a.csv", DEPTHS)
         self.succeed("import", "a.csv")
         dump = self.dump("a.gpkg")
-        depth = [field[0] for field in dump["fields"]].index("depth")
-        self.assertEqual([[point[:2], values[depth]] for point, values in dump["features"]],
-                         [[[8.5, 47.5], 12.45], [[8.75, 47.25], 3.5]])
+        self.assertEqual(dump["features"],
+                         [[[8.5, 47.5, 12.45], ["A"]], [[8.75, 47.25, 3.5], ["B"]]])
 
     def test_the_encoding_is_found_and_a_mark_is_no_part_of_a_name(self):
         for name, data in (("utf8.csv", "\ufeffname,lat,lon\nZürich,47.4,8.5\nGenève,46.2,6.1\nSão,1.5,2.5\n".encode()),
