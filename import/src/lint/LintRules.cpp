@@ -244,6 +244,14 @@ const std::vector<LintRule>& GetLintRules()
          kNote,
          "Longitudes count up to 360 degrees.",
          "makes points past 180 degrees"},
+        {"several-zones",
+         kWarning,
+         "X and Y may be of several zones of a projection.",
+         "makes points of one system"},
+        {"letter-o",
+         kError,
+         "The letter O of longitudes may be East or West.",
+         "does not read angles"},
     };
     return kRules;
 }

@@ -76,9 +76,11 @@ enum class ELint : std::uint8_t {
     ZeroPoint,
     SwappedAxes,
     LongitudePast180,
+    SeveralZones,
+    LetterO,
 };
 
-inline constexpr std::size_t kLintRules = static_cast<std::size_t>(ELint::LongitudePast180) + 1;
+inline constexpr std::size_t kLintRules = static_cast<std::size_t>(ELint::LetterO) + 1;
 
 [[nodiscard]] const LintRule& RuleOf(ELint lint);
 

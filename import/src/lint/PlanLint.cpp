@@ -260,6 +260,8 @@ void PlanLint::FindOthers()
         {"axes-swapped", ELint::SwappedAxes},
         {"swapped-axes", ELint::SwappedAxes},
         {"longitude-past-180", ELint::LongitudePast180},
+        {"several-zones", ELint::SeveralZones},
+        {"letter-o", ELint::LetterO},
     };
     for (const PlanFinding& finding : m_plan.findings) {
         if (IsFoundByWalk(finding.code)) {

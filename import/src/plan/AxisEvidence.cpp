@@ -125,7 +125,7 @@ struct Tally
 };
 
 std::optional<AxisEvidence> FindPlaces(const AxisColumns& axes,
-                                       const std::vector<std::vector<std::string>>& rows,
+                                       const std::vector<Scan::SampleRow>& rows,
                                        const std::vector<PlanColumn>& columns)
 {
     const Places places = ReadPlaces();
@@ -140,10 +140,10 @@ std::optional<AxisEvidence> FindPlaces(const AxisColumns& axes,
         for (std::size_t row = 0; row < rows.size(); ++row) {
             const double first = axes.firstValues[row];
             const double second = axes.secondValues[row];
-            if (column.index >= rows[row].size() || std::isnan(first) || std::isnan(second)) {
+            if (column.index >= rows[row].Size() || std::isnan(first) || std::isnan(second)) {
                 continue;
             }
-            const std::string_view cell = Values::Trim(rows[row][column.index]);
+            const std::string_view cell = Values::Trim(rows[row].Cell(column.index));
             filled += cell.empty() ? 0U : 1U;
             if (const auto zone = places.zones.find(cell); zone != places.zones.end()) {
                 zones.Add(first, second, {zone->second}, kNearZone);
@@ -197,7 +197,7 @@ bool FollowsTime(const std::vector<PlanColumn>& columns, std::size_t index)
 } // namespace
 
 std::optional<AxisEvidence> FindAxisEvidence(const AxisColumns& axes,
-                                             const std::vector<std::vector<std::string>>& rows,
+                                             const std::vector<Scan::SampleRow>& rows,
                                              const std::vector<PlanColumn>& columns,
                                              bool hasNames)
 {

@@ -1,6 +1,8 @@
 // What besides the values tells which of two columns of degrees is the longitude.
 #pragma once
 
+#include "scan/RowSample.h"
+
 #include <Orvane/Import/Plan.h>
 
 #include <cstddef>
@@ -40,10 +42,9 @@ struct AxisColumns
 ///   NMEA 0183.
 ///
 /// Without that table, or without any of this, there is no evidence.
-[[nodiscard]] std::optional<AxisEvidence>
-FindAxisEvidence(const AxisColumns& axes,
-                 const std::vector<std::vector<std::string>>& rows,
-                 const std::vector<PlanColumn>& columns,
-                 bool hasNames);
+[[nodiscard]] std::optional<AxisEvidence> FindAxisEvidence(const AxisColumns& axes,
+                                                           const std::vector<Scan::SampleRow>& rows,
+                                                           const std::vector<PlanColumn>& columns,
+                                                           bool hasNames);
 
 } // namespace Orvane::Import

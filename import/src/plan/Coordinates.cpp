@@ -16,10 +16,12 @@
 #include <cmath>
 #include <filesystem>
 #include <fstream>
+#include <initializer_list>
 #include <iterator>
 #include <limits>
 #include <optional>
 #include <set>
+#include <utility>
 
 namespace Orvane::Import {
 
@@ -36,6 +38,7 @@ struct SampleValues
     std::size_t empty = 0;
     std::size_t decimals = 0; ///< rows with three decimals or more
     std::size_t letters = 0;  ///< rows with a hemisphere letter
+    std::set<char> kinds;     ///< which letters, in capitals
     double least = 0;
     double most = 0;
 
@@ -65,9 +68,8 @@ SampleValues TakeValues(const SampleRows& rows, const PlanColumn& column)
 {
     SampleValues sample;
     const Values::Notation notation = NotationOf(column);
-    for (const std::vector<std::string>& row : rows) {
-        const std::string_view cell =
-            column.index < row.size() ? std::string_view(row[column.index]) : std::string_view();
+    for (const Scan::SampleRow& row : rows) {
+        const std::string_view cell = row.Cell(column.index);
         const Values::CellReading reading = Values::ReadCell(cell);
         if (reading.cell == ECell::Empty || reading.cell == ECell::NullWord) {
             ++sample.empty;
@@ -81,7 +83,10 @@ SampleValues TakeValues(const SampleRows& rows, const PlanColumn& column)
                 sign != std::string_view::npos && Values::Trim(cell).size() > sign + 3 ? 1U : 0U;
         } else if (reading.angle.isAngle && !reading.angle.isContradiction) {
             sample.values.push_back(reading.angle.degrees);
-            sample.letters += reading.angle.letter != 0 ? 1U : 0U;
+            if (reading.angle.letter != 0) {
+                ++sample.letters;
+                sample.kinds.insert(reading.angle.letter);
+            }
             ++sample.decimals;
         }
     }
@@ -99,9 +104,14 @@ bool IsMostlyValues(const SampleValues& sample)
     return !sample.values.empty() && sample.values.size() * 10 >= sample.filled * 9;
 }
 
-std::vector<Column> TakeColumns(const CoordinateSearch& search, const Plan& plan)
+/// @param withUnnamed the values of all columns of numbers and angles, not only of those with the
+///     name of an axis
+void TakeColumns(const CoordinateSearch& search,
+                 const Plan& plan,
+                 bool withUnnamed,
+                 std::vector<Column>& columns)
 {
-    std::vector<Column> columns(plan.columns.size());
+    columns.resize(plan.columns.size());
     // More columns than these are no coordinates, but data.
     constexpr std::size_t kMostColumns = 4096;
     for (std::size_t index = 0; index < std::min(columns.size(), kMostColumns); ++index) {
@@ -114,12 +124,12 @@ std::vector<Column> TakeColumns(const CoordinateSearch& search, const Plan& plan
         // Degrees with colons look like times of day.
         column.isAngle = planned.type.value == EPlanType::Angle ||
                          (planned.type.value == EPlanType::Time && column.axis != EAxis::None);
-        const bool isCandidate = column.isNumber || column.isAngle || column.axis != EAxis::None;
-        if (isCandidate) {
+        const bool isCandidate =
+            column.axis != EAxis::None || (withUnnamed && (column.isNumber || column.isAngle));
+        if (isCandidate && column.sample.filled + column.sample.empty == 0) {
             column.sample = TakeValues(search.rows, planned);
         }
     }
-    return columns;
 }
 
 struct Pair
@@ -247,12 +257,79 @@ void FindHemispheres(const CoordinateSearch& search, Plan& plan)
         const bool isX = at == *found.x;
         for (const std::size_t index : {at + 1, at - 1}) {
             if (index < plan.columns.size() && plan.columns[index].role == EPlanRole::Attribute &&
-                areLetters(index, isX ? "EWew" : "NSns")) {
+                areLetters(index, isX ? "EWOewo" : "NSns")) {
                 plan.columns[index].role = isX ? EPlanRole::XHemisphere : EPlanRole::YHemisphere;
                 break;
             }
         }
     }
+}
+
+/// What the letter O of longitudes stands for: East (Ost) where W occurs too, West (Oeste) where E
+/// does; otherwise the language of the columns' names tells.
+void FindLetterO(const CoordinateSearch& search, const std::vector<Column>& columns, Plan& plan)
+{
+    PlanCoordinates& found = plan.coordinates.value;
+    std::set<char> letters = columns[*found.x].sample.kinds;
+    for (const PlanColumn& column : plan.columns) {
+        if (column.role == EPlanRole::XHemisphere) {
+            for (const Scan::WordFacts& word : search.facts[column.index].wordFacts) {
+                const char letter = Values::Trim(word.text).front();
+                letters.insert(static_cast<char>(letter >= 'a' ? letter - 'a' + 'A' : letter));
+            }
+        }
+    }
+    if (!letters.contains('O')) {
+        return;
+    }
+    const auto hasName = [&](std::initializer_list<std::string_view> words) {
+        return std::any_of(plan.columns.begin(), plan.columns.end(), [&](const auto& column) {
+            return Names::HasAny(Names::Cut(column.name), words);
+        });
+    };
+    const bool isGerman = hasName({"breite",
+                                   "geobreite",
+                                   "breitengrad",
+                                   "laenge",
+                                   "l\xC3\xA4nge",
+                                   "geolaenge",
+                                   "laengengrad",
+                                   "l\xC3\xA4ngengrad",
+                                   "hoehe",
+                                   "h\xC3\xB6he",
+                                   "ort",
+                                   "datum"});
+    const bool isRomance = hasName({"latitud",
+                                    "longitud",
+                                    "latitudine",
+                                    "longitudine",
+                                    "fecha",
+                                    "nombre",
+                                    "nom",
+                                    "nome",
+                                    "altitud",
+                                    "lieu"});
+    const char* reason = "the language of the names";
+    if (letters.contains('W') != letters.contains('E')) {
+        found.letterO = letters.contains('W') ? 'E' : 'W';
+        reason = letters.contains('W') ? "W stands for West" : "E stands for East";
+    } else if (!letters.contains('W') && isGerman != isRomance) {
+        found.letterO = isGerman ? 'E' : 'W';
+    }
+    if (found.letterO != 0) {
+        plan.coordinates.evidence.push_back({std::string("the letter O is ") +
+                                                 (found.letterO == 'E' ? "East: " : "West: ") +
+                                                 reason,
+                                             columns[*found.x].sample.letters,
+                                             {}});
+        return;
+    }
+    plan.findings.push_back({"letter-o",
+                             true,
+                             "The letter O of longitudes is East in German and West in Romance "
+                             "languages: rows with it have no point.",
+                             std::max<std::uint64_t>(columns[*found.x].sample.letters, 1),
+                             {}});
 }
 
 /// Columns of minutes and seconds with the name of a coordinate and a word more.
@@ -301,46 +378,183 @@ void FindHeight(const std::vector<Column>& columns, Plan& plan)
     }
 }
 
-void AddFinding(Plan& plan, const char* code, bool isLoss, std::string text, std::uint64_t count)
+void AddFinding(Plan& plan, const char* code, std::string text, const Scan::Occurrences& found)
 {
-    plan.findings.push_back({code, isLoss, std::move(text), count, {}});
+    if (found.count == 0) {
+        return;
+    }
+    std::vector<PlanPlace> places;
+    for (const Scan::Example& example : found.first) {
+        places.push_back({example.position.line, example.position.byte, example.text});
+    }
+    plan.findings.push_back({code, false, std::move(text), found.count, std::move(places)});
 }
 
-void CheckRanges(const std::vector<Column>& columns, Plan& plan)
+/// How far an axis of degrees goes.
+constexpr double kMostLatitude = 90;
+constexpr double kMostLongitude = 360;
+
+/// Points out what the ranges of the coordinates, and points at 0/0, say. Rows are looked at once
+/// more where there is something to count.
+void CheckRanges(const CoordinateSearch& search, const std::vector<Column>& columns, Plan& plan)
 {
     const PlanCoordinates& found = plan.coordinates.value;
-    const Column& x = columns[*found.x];
-    const Column& y = columns[*found.y];
-    if (found.notation == EPlanNotation::Decimal) {
-        const PlanColumn& xColumn = plan.columns[*found.x];
-        const PlanColumn& yColumn = plan.columns[*found.y];
-        if (yColumn.hasRange && (yColumn.least < -90 || yColumn.most > 90)) {
-            AddFinding(
-                plan, "latitude-out-of-range", false, "Y goes past 90 degrees in some rows.", 1);
+    const PlanColumn& x = plan.columns[*found.x];
+    const PlanColumn& y = plan.columns[*found.y];
+    const bool isDecimal = found.notation == EPlanNotation::Decimal;
+    const auto axisOf = [&](const PlanColumn& column, double most) {
+        Scan::RowWatch::Axis axis;
+        axis.column = column.index;
+        axis.notation = NotationOf(column);
+        axis.most = isDecimal ? most : std::numeric_limits<double>::infinity();
+        return axis;
+    };
+    Scan::RowWatch watch{axisOf(x, kMostLongitude), axisOf(y, kMostLatitude), {}};
+    const auto isPast = [&](const PlanColumn& column, double most) {
+        return isDecimal && column.hasRange && (column.least < -most || column.most > most);
+    };
+    const auto hasZeros = [&](const Scan::RowWatch::Axis& axis) {
+        return search.facts[axis.column].RangeIn(axis.notation).zeros > 0;
+    };
+    if (isPast(x, kMostLongitude) || isPast(y, kMostLatitude) ||
+        (hasZeros(watch.x) && hasZeros(watch.y))) {
+        search.look(watch);
+    }
+    AddFinding(plan, "latitude-out-of-range", "Y goes past 90 degrees.", watch.y.outside);
+    AddFinding(plan, "longitude-out-of-range", "X goes past 360 degrees.", watch.x.outside);
+    AddFinding(plan, "zero-coordinates", "Points at 0/0.", watch.zeros);
+    if (isDecimal && x.hasRange && x.most > 180 && x.most <= kMostLongitude) {
+        plan.findings.push_back(
+            {"longitude-past-180", false, "X counts degrees up to 360.", 1, {}});
+    }
+    const Column& first = columns[*found.x];
+    const Column& second = columns[*found.y];
+    if (!second.sample.IsWithin(kMostLatitude) && first.sample.IsWithin(kMostLatitude) &&
+        second.sample.IsWithin(180) && second.axis == EAxis::Latitude) {
+        plan.findings.push_back(
+            {"axes-swapped",
+             false,
+             "Latitudes past 90 over longitudes within 90: X and Y look swapped.",
+             std::max<std::uint64_t>(watch.y.outside.count, 1),
+             {}});
+    }
+}
+
+/// One value per sample row, NaN for a cell that is none.
+std::vector<double> ValuesByRow(const SampleRows& rows, const PlanColumn& column)
+{
+    const Values::Notation notation = NotationOf(column);
+    std::vector<double> values;
+    values.reserve(rows.size());
+    for (const Scan::SampleRow& row : rows) {
+        double value = std::numeric_limits<double>::quiet_NaN();
+        const std::string_view cell = row.Cell(column.index);
+        const Values::CellReading reading = Values::ReadCell(cell);
+        if ((reading.number.notations & notation) != 0) {
+            value = Values::ToDouble(cell, notation);
+        } else if (reading.angle.isAngle) {
+            value = reading.angle.degrees;
         }
-        if (xColumn.hasRange && (xColumn.least < -180 || xColumn.most > 360)) {
-            AddFinding(
-                plan, "longitude-out-of-range", false, "X goes past 180 degrees in some rows.", 1);
-        } else if (xColumn.hasRange && xColumn.most > 180) {
-            AddFinding(plan, "longitude-past-180", false, "X counts degrees up to 360.", 1);
+        values.push_back(value);
+    }
+    return values;
+}
+
+/// Whether a column's name says that its cells are zones of a projection.
+bool IsZoneName(const std::string& name)
+{
+    return Names::HasAny(Names::Cut(name), {"zone", "utmzone", "utm", "zona", "fuseau"}) &&
+           !Names::HasAny(Names::Cut(name), {"time", "x", "y", "easting", "northing"});
+}
+
+/// Points out that coordinates in metres may be of several zones: a column of zones says so, or X
+/// has two groups far apart over the same Y.
+void FindZones(const CoordinateSearch& search, Plan& plan)
+{
+    const PlanCoordinates& found = plan.coordinates.value;
+    if (found.notation != EPlanNotation::Cartesian) {
+        return;
+    }
+    for (const PlanColumn& column : plan.columns) {
+        const Scan::ColumnFacts& facts = search.facts[column.index];
+        const bool isSmall = column.type.value == EPlanType::Integer32 && column.hasRange &&
+                             column.least >= 1 && column.most <= 60 && column.least < column.most;
+        const bool isWord =
+            facts.wordFacts.size() >= 2 || (facts.hasManyWords && column.longest <= 4);
+        if (IsZoneName(column.name) && column.longest <= 4 &&
+            (isSmall || (column.type.value == EPlanType::Text && isWord))) {
+            plan.findings.push_back({"several-zones",
+                                     false,
+                                     "Column " + QuoteName(column) +
+                                         " names several zones: X and Y are not of one system.",
+                                     1,
+                                     {}});
+            return;
         }
     }
-    if (!y.sample.IsWithin(90) && x.sample.IsWithin(90) && y.sample.IsWithin(180) &&
-        columns[*found.y].axis == EAxis::Latitude) {
-        AddFinding(plan,
-                   "axes-swapped",
-                   false,
-                   "Latitudes past 90 over longitudes within 90: X and Y look swapped.",
-                   1);
+
+    struct Point
+    {
+        double x;
+        double y;
+        std::size_t row;
+    };
+
+    const std::vector<double> xs = ValuesByRow(search.rows, plan.columns[*found.x]);
+    const std::vector<double> ys = ValuesByRow(search.rows, plan.columns[*found.y]);
+    std::vector<Point> points;
+    for (std::size_t row = 0; row < xs.size(); ++row) {
+        // Eastings of zones keep to this range.
+        if (xs[row] >= 100000 && xs[row] <= 900000 && std::isfinite(ys[row])) {
+            points.push_back({xs[row], ys[row], row});
+        }
     }
-    std::uint64_t zeros = 0;
-    const std::size_t rows = std::min(x.sample.values.size(), y.sample.values.size());
-    for (std::size_t row = 0; row < rows; ++row) {
-        zeros += x.sample.values[row] == 0 && y.sample.values[row] == 0 ? 1U : 0U;
+    constexpr std::size_t kFewest = 20;
+    if (points.size() < kFewest) {
+        return;
     }
-    if (zeros > 0) {
-        AddFinding(plan, "zero-coordinates", false, "Points at 0/0 among the first rows.", zeros);
+    std::sort(
+        points.begin(), points.end(), [](const Point& a, const Point& b) { return a.x < b.x; });
+    std::size_t split = 1;
+    for (std::size_t index = 1; index < points.size(); ++index) {
+        if (points[index].x - points[index - 1].x > points[split].x - points[split - 1].x) {
+            split = index;
+        }
     }
+    const auto extentOf = [&](std::size_t from, std::size_t to) {
+        const auto [low, high] =
+            std::minmax_element(points.begin() + static_cast<std::ptrdiff_t>(from),
+                                points.begin() + static_cast<std::ptrdiff_t>(to),
+                                [](const Point& a, const Point& b) { return a.y < b.y; });
+        return std::pair(low->y, high->y);
+    };
+    const double gap = points[split].x - points[split - 1].x;
+    const double widest =
+        std::max(points[split - 1].x - points.front().x, points.back().x - points[split].x);
+    const auto [leftLow, leftHigh] = extentOf(0, split);
+    const auto [rightLow, rightHigh] = extentOf(split, points.size());
+    constexpr double kFar = 200000;
+    const bool areBesideEachOther = leftLow <= rightHigh && rightLow <= leftHigh;
+    // Rule: zones overlap near their borders, where X of the western one is large and that of the
+    // eastern one small.
+    const bool isAcross = points[split - 1].x < 500000 && points[split].x > 500000;
+    if (std::min(split, points.size() - split) * 20 < points.size() || gap < kFar ||
+        gap < 2 * widest || !areBesideEachOther || !isAcross) {
+        return;
+    }
+    const bool isFirstLeft = points.front().row < points[split].row;
+    std::size_t first = search.rows.size();
+    for (std::size_t index = isFirstLeft ? split : 0; index < (isFirstLeft ? points.size() : split);
+         ++index) {
+        first = std::min(first, points[index].row);
+    }
+    plan.findings.push_back(
+        {"several-zones",
+         false,
+         "X jumps by " + std::to_string(std::llround(gap / 1000)) +
+             " km over the same Y: the points may be of two zones.",
+         1,
+         {{search.rows[first].Line(), 0, std::string(search.rows[first].Cell(*found.x))}}});
 }
 
 /// The system that a .prj file beside the data names; empty without one.
@@ -439,36 +653,17 @@ void Settle(const CoordinateSearch& search,
     plan.columns[pair.x].role = EPlanRole::X;
     plan.columns[pair.y].role = EPlanRole::Y;
     FindHemispheres(search, plan);
+    FindLetterO(search, columns, plan);
     FindMinutes(columns, plan);
     FindHeight(columns, plan);
-    CheckRanges(columns, plan);
+    CheckRanges(search, columns, plan);
+    FindZones(search, plan);
 }
 
 void AskForCoordinates(Plan& plan)
 {
     plan.coordinates.decider = EDecider::Default;
     plan.questions.push_back({"coordinates", "No columns of coordinates were found.", {}});
-}
-
-/// One value per sample row, NaN for a cell that is none.
-std::vector<double> ValuesByRow(const SampleRows& rows, const PlanColumn& column)
-{
-    const Values::Notation notation = NotationOf(column);
-    std::vector<double> values;
-    values.reserve(rows.size());
-    for (const std::vector<std::string>& row : rows) {
-        double value = std::numeric_limits<double>::quiet_NaN();
-        if (column.index < row.size()) {
-            const Values::CellReading reading = Values::ReadCell(row[column.index]);
-            if ((reading.number.notations & notation) != 0) {
-                value = Values::ToDouble(row[column.index], notation);
-            } else if (reading.angle.isAngle) {
-                value = reading.angle.degrees;
-            }
-        }
-        values.push_back(value);
-    }
-    return values;
 }
 
 /// Of two pairs of the same columns the one that places in the rows, or their order, speak for.
@@ -574,7 +769,10 @@ namespace {
 
 void Decide(const CoordinateSearch& search, const PlanRequest& request, Plan& plan)
 {
-    std::vector<Column> columns = TakeColumns(search, plan);
+    std::vector<Column> columns;
+    // Without names, and for columns that are given, all columns of numbers count.
+    const bool areNamesEnough = search.hasNames && request.x.empty() && request.y.empty();
+    TakeColumns(search, plan, !areNamesEnough, columns);
     if (UseGiven(search, columns, request, plan)) {
         DecideSystem(columns, false, plan);
         return;
@@ -607,6 +805,7 @@ void Decide(const CoordinateSearch& search, const PlanRequest& request, Plan& pl
         DecideSystem(columns, false, plan);
         return;
     }
+    TakeColumns(search, plan, true, columns);
     pairs = FindPairsByValue(columns);
     KeepGiven(request, plan, pairs);
     if (pairs.empty()) {

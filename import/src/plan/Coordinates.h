@@ -1,17 +1,17 @@
 // Which columns are the coordinates, by their names and values together.
 #pragma once
 
-#include "scan/ColumnProfile.h"
+#include "scan/FileScan.h"
 
 #include <Orvane/Import/Plan.h>
 
-#include <string>
+#include <functional>
 #include <vector>
 
 namespace Orvane::Import {
 
-/// The first rows of the table, as cells.
-using SampleRows = std::vector<std::vector<std::string>>;
+/// Rows of the whole table, as cells in UTF-8.
+using SampleRows = std::vector<Scan::SampleRow>;
 
 /// What the coordinates are decided from.
 struct CoordinateSearch
@@ -19,6 +19,8 @@ struct CoordinateSearch
     const std::vector<Scan::ColumnFacts>& facts;
     const SampleRows& rows;
     bool hasNames;
+    /// Shows all rows of the file to a watch.
+    std::function<void(Scan::RowWatch&)> look;
 };
 
 /// Decides coordinates and coordinate system, sets the roles of columns, adds questions (axes that

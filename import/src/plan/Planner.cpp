@@ -2,17 +2,21 @@
 #include "Coordinates.h"
 #include "Encoding.h"
 #include "Given.h"
+#include "Lead.h"
 #include "PlanDialect.h"
 #include "ProgressMeter.h"
 #include "Types.h"
 #include "scan/FileScan.h"
 
+#include <Orvane/BNumbers.h>
 #include <Orvane/Import/Failure.h>
 #include <Orvane/Import/Plan.h>
 
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <fstream>
+#include <set>
 #include <utility>
 
 namespace Orvane::Import {
@@ -21,7 +25,6 @@ namespace {
 
 constexpr std::size_t kProbe = std::size_t{1} << 20U;
 constexpr std::size_t kMostLines = 1000;
-constexpr std::size_t kSampleRows = 2000;
 
 std::vector<PlanPlace> PlacesOf(const Scan::Occurrences& found, const std::string& encoding)
 {
@@ -71,11 +74,18 @@ struct Probe
 };
 
 /// At least 1 MiB, and more where lines are so long that it holds few of them.
-Probe TakeProbe(Scan::TextSource& source)
+/// @param lead what is passed over
+Probe TakeProbe(Scan::TextSource& source, const Lead& lead)
 {
     constexpr std::ptrdiff_t kFewestLines = 8;
     Probe probe;
     source.Rewind();
+    probe.bytes.resize(kProbe);
+    std::size_t got = 1;
+    for (std::uint64_t left = lead.bytes; left > 0 && got > 0; left -= got) {
+        got = source.Read(probe.bytes.data(),
+                          static_cast<std::size_t>(std::min<std::uint64_t>(left, kProbe)));
+    }
     for (std::size_t wanted = kProbe; wanted <= Scan::kMostRecord; wanted *= 2) {
         probe.bytes.resize(wanted + 64);
         probe.size += source.Read(probe.bytes.data() + probe.size, wanted - probe.size);
@@ -90,37 +100,18 @@ Probe TakeProbe(Scan::TextSource& source)
     return probe;
 }
 
-SampleRows TakeRows(const Probe& probe,
-                    const Scan::ScanRequest& request,
-                    std::uint64_t lastLine,
-                    const std::string& encoding)
+/// The sample in UTF-8.
+SampleRows Decode(std::vector<Scan::SampleRow> rows, const std::string& encoding)
 {
-    std::uint64_t line = request.head.firstRowLine;
-    SampleRows rows;
-    Scan::RecordCutter cutter(request.dialect, request.head.forms);
-    Scan::Record record;
-    std::size_t at = std::min<std::size_t>(request.head.firstRow, probe.size);
-    std::size_t cells = 0;
-    while (at < probe.size && rows.size() < kSampleRows && cells < 400000 &&
-           cutter.Cut(probe.Text(), at, probe.isWhole, request.head.columns, record)) {
-        at = record.next;
-        line += record.lines;
-        if (line - record.lines > lastLine) {
-            break;
+    if (encoding == "UTF-8" || encoding == "US-ASCII") {
+        return rows;
+    }
+    for (Scan::SampleRow& row : rows) {
+        Scan::SampleRow decoded(row.Line());
+        for (std::size_t index = 0; index < row.Size(); ++index) {
+            decoded.Add(ToUtf8(row.Cell(index), encoding));
         }
-        const std::string_view mark =
-            Scan::FindMark(probe.Text().substr(record.begin, record.next - record.begin),
-                           request.head.commentMarks);
-        const std::size_t count = record.fields.size();
-        if (record.isBlank || record.isShifted || count * 2 < request.head.columns ||
-            (count != request.head.columns && !mark.empty())) {
-            continue;
-        }
-        std::vector<std::string>& row = rows.emplace_back();
-        for (const Scan::Field& field : record.fields) {
-            row.push_back(ToUtf8(field.In(probe.Text()).substr(0, 256), encoding));
-        }
-        cells += row.size();
+        row = std::move(decoded);
     }
     return rows;
 }
@@ -240,6 +231,7 @@ void PlanQuotesOf(const Scan::Candidate& candidate,
 
 void PlanHeadOf(const Scan::TableHead& head,
                 std::string_view probe,
+                const Lead& lead,
                 const PlanRequest& request,
                 const std::string& encoding,
                 Plan& plan)
@@ -258,7 +250,10 @@ void PlanHeadOf(const Scan::TableHead& head,
                                   {{{}, {}, true, {}}, {{}, {}, false, {}}}});
     }
     for (const Scan::HeadLine& line : head.lines) {
-        const std::string_view text = probe.substr(std::min(line.byte, probe.size()));
+        const bool isLead = line.byte < lead.bytes;
+        const std::string_view text =
+            isLead ? std::string_view(lead.text)
+                   : probe.substr(std::min(line.byte - lead.bytes, probe.size()));
         const std::string_view first =
             text.substr(0, std::min(text.find_first_of("\r\n"), text.size()));
         plan.shape.lines.push_back({static_cast<EPlanLines>(line.kind),
@@ -412,28 +407,41 @@ void AddFindings(const Scan::TextSource& source, const Scan::ScanFacts& facts, P
     }
 }
 
+std::string ShowNumber(double value)
+{
+    std::array<char, 32> text{};
+    return {text.data(), BNumbers::FormatShortest(value, text.data())};
+}
+
+/// "0.1 % of them"
+std::string ShowShare(std::uint64_t count, std::uint64_t all)
+{
+    const double share = all == 0 ? 0 : static_cast<double>(count) / static_cast<double>(all);
+    return ShowNumber(std::round(share * 1000) / 10) + " % of its values";
+}
+
 void FindSentinels(const Scan::ColumnFacts& facts, const PlanColumn& column, Plan& plan)
 {
     static constexpr double kSentinels[] = {
         -9999, -999, -99, -999.999, -9999.9, -999.9, -99.999, -99999, -32768, 1e30, -1e30};
-    const auto check = [&](double value, std::uint64_t count) {
+    const auto check = [&](double value, std::uint64_t count, const Scan::Position& position) {
         if (count > 1 && std::find(std::begin(kSentinels), std::end(kSentinels), value) !=
                              std::end(kSentinels)) {
+            const std::string name =
+                column.name.empty() ? std::to_string(column.index) : "'" + column.name + "'";
             plan.findings.push_back({"sentinel",
                                      false,
-                                     "Column " +
-                                         (column.name.empty() ? std::to_string(column.index)
-                                                              : "'" + column.name + "'") +
-                                         " holds an extreme value again and again, which may "
-                                         "stand for none.",
+                                     "Column " + name + " holds " + ShowNumber(value) +
+                                         " again and again, in " + ShowShare(count, column.values) +
+                                         ", which may stand for none.",
                                      count,
-                                     {{0, 0, std::to_string(value)}}});
+                                     {{position.line, position.byte, ShowNumber(value)}}});
         }
     };
     if (column.hasRange) {
         const Scan::NumberRange range = facts.RangeIn(NotationOf(column));
-        check(range.least, range.atLeast);
-        check(range.most, range.atMost);
+        check(range.least, range.atLeast, range.leastPosition);
+        check(range.most, range.atMost, range.mostPosition);
     }
 }
 
@@ -475,6 +483,100 @@ void PlanColumnsOf(const Scan::ScanFacts& facts, const Scan::TableHead& head, Pl
     }
 }
 
+/// Whether lines that look like comments are rows: they have the table's count of fields.
+bool HasFieldsOf(const Lead& lead, const Scan::Candidate& candidate)
+{
+    Scan::RecordCutter cutter(candidate.dialect);
+    Scan::Record record;
+    cutter.Cut(lead.text, 0, true, 0, record);
+    return record.fields.size() == candidate.fields;
+}
+
+/// Whether what was found at the begin of a text says little of the rest.
+bool IsMisled(const Scan::ScanFacts& facts, std::size_t columns)
+{
+    const std::uint64_t others =
+        facts.shorter.count + facts.longer.count + facts.misfits.count + facts.footers.count;
+    // Numbers and dates make a table of its own, whatever comes after it.
+    const bool isText = std::none_of(
+        facts.columns.begin(), facts.columns.end(), [](const Scan::ColumnFacts& column) {
+            return column.readings != 0 && column.CountValues() > 0;
+        });
+    return isText && (columns == 1 || others * 2 > facts.rows);
+}
+
+/// Looks for a table in a later piece of a file. @return what is before it
+Lead FindLateTable(const std::string& path,
+                   Scan::TextSource& source,
+                   const Scan::Dialect& first,
+                   const Scan::ShapeRequest& request)
+{
+    constexpr std::size_t kPiece = std::size_t{64} * 1024;
+    constexpr double kEven = 0.9;
+    const Scan::SourceFacts& file = source.Facts();
+    if (file.packing != Scan::EPacking::None || file.units != Scan::EUnits::Bytes) {
+        return {};
+    }
+    std::string text(kPiece, '\0');
+    std::ifstream stream(path, std::ios::binary);
+    stream.seekg(static_cast<std::streamoff>(file.size / 4 * 3));
+    stream.read(text.data(), static_cast<std::streamsize>(text.size()));
+    text.resize(static_cast<std::size_t>(stream.gcount()));
+    // The piece begins inside a line.
+    text.erase(0, text.find_first_of("\r\n"));
+    Scan::ShapeRequest late;
+    late.isUtf8 = request.isUtf8;
+    late.lineEnds = request.lineEnds;
+    late.isWhole = false;
+    const Scan::Candidate best = Scan::FindDialects(text, late).front();
+    const bool isTable = best.fields > 1 && best.support >= kEven &&
+                         best.dialect.separation == Scan::ESeparation::Character;
+    return isTable && !IsSameCut(best.dialect, first)
+               ? FindLeadingText(source, request.lineEnds, best.dialect.separator, best.fields)
+               : Lead{};
+}
+
+/// What all rows say of a first row that could be names as well as a row.
+enum class EFirstRow : std::uint8_t {
+    Open,
+    Names,
+    Row,
+};
+
+/// Rule: a first row with a text that occurs again in its column is a row. It is names when each of
+/// its texts occurs once, while all the other texts of these columns occur again and again.
+EFirstRow JudgeFirstRow(const Scan::ScanFacts& facts)
+{
+    if (facts.sample.empty()) {
+        return EFirstRow::Open;
+    }
+    constexpr std::uint64_t kOften = 5;
+    const Scan::SampleRow& first = facts.sample.front();
+    std::size_t single = 0;
+    std::size_t again = 0;
+    std::set<std::uint64_t> counts;
+    for (std::size_t index = 0; index < facts.columns.size(); ++index) {
+        const Scan::ColumnFacts& column = facts.columns[index];
+        if (column.hasManyWords || column.wordFacts.empty()) {
+            continue;
+        }
+        std::uint64_t count = 0;
+        std::uint64_t fewest = facts.rows;
+        for (const Scan::WordFacts& word : column.wordFacts) {
+            (word.text == first.Cell(index) ? count : fewest) =
+                word.text == first.Cell(index) ? word.count : std::min(fewest, word.count);
+        }
+        counts.insert(count);
+        again += count > 1 ? 1U : 0U;
+        single += count == 1 && column.wordFacts.size() > 1 && fewest >= kOften ? 1U : 0U;
+    }
+    if (again > 0) {
+        // Names that are repeated occur equally often in all columns.
+        return counts.size() > 1 ? EFirstRow::Row : EFirstRow::Open;
+    }
+    return single >= 2 ? EFirstRow::Names : EFirstRow::Open;
+}
+
 /// Asks nothing of a file without rows.
 bool IsWithoutRows(const Scan::ScanFacts& facts)
 {
@@ -504,9 +606,16 @@ Plan MakePlan(const std::string& path, const PlanRequest& request, const Callbac
             ThrowCancelled();
         }
     });
-    const Probe probe = TakeProbe(source);
+    Lead lead;
+    Probe probe = TakeProbe(source, lead);
     Scan::ShapeRequest shapeRequest;
     FindLineEnds(probe.Text(), shapeRequest);
+    if (!request.skipLines) {
+        lead = FindLeadingComments(source, shapeRequest.lineEnds);
+    }
+    if (lead.lines > 0) {
+        probe = TakeProbe(source, lead);
+    }
     shapeRequest.isWhole = probe.isWhole;
     Scan::ByteFacts probeFacts;
     probeFacts.Add(probe.Text());
@@ -528,6 +637,12 @@ Plan MakePlan(const std::string& path, const PlanRequest& request, const Callbac
         shapeRequest.given.isUtf8 = shapeRequest.isUtf8;
     }
     std::vector<Scan::Candidate> candidates = Scan::FindDialects(probe.Text(), shapeRequest);
+    if (lead.lines > 0 && HasFieldsOf(lead, candidates.front())) {
+        lead = {};
+        probe = TakeProbe(source, lead);
+        shapeRequest.isWhole = probe.isWhole;
+        candidates = Scan::FindDialects(probe.Text(), shapeRequest);
+    }
     if (request.quote) {
         candidates.front().dialect.quote = *request.quote;
     }
@@ -535,10 +650,22 @@ Plan MakePlan(const std::string& path, const PlanRequest& request, const Callbac
     const auto look = [&](const Scan::Candidate& candidate) {
         scan.dialect = candidate.dialect;
         scan.head = Scan::FindTable(probe.Text(), candidate, shapeRequest);
+        MoveAfter(lead, scan.head);
         scan.nullTexts = request.nullTexts;
         return Scan::ScanFile(source, scan);
     };
     Scan::ScanFacts facts = look(candidates.front());
+    if (lead.lines == 0 && !probe.isWhole && !request.separator && !request.skipLines &&
+        IsMisled(facts, scan.head.columns)) {
+        // Rule: where the text of the begin is no table, and later lines are one, it begins there.
+        lead = FindLateTable(path, source, candidates.front().dialect, shapeRequest);
+        if (lead.lines > 0) {
+            probe = TakeProbe(source, lead);
+            shapeRequest.isWhole = probe.isWhole;
+            candidates = Scan::FindDialects(probe.Text(), shapeRequest);
+            facts = look(candidates.front());
+        }
+    }
     if (source.Facts().units == Scan::EUnits::Bytes) {
         PlanDecision<std::string> encoding =
             DecideEncoding(source.Facts(), facts.bytes, request.encoding);
@@ -565,6 +692,22 @@ Plan MakePlan(const std::string& path, const PlanRequest& request, const Callbac
         // by that count, once.
         candidates.front().fields = fields;
         facts = look(candidates.front());
+    }
+
+    if (scan.head.names == Scan::ENames::Unsure) {
+        const EFirstRow verdict = JudgeFirstRow(facts);
+        if (verdict == EFirstRow::Row) {
+            scan.head.names = Scan::ENames::None;
+            scan.head.namesReason = "the first row's texts occur again";
+            scan.head.namesVotes = 1;
+            scan.head.dataVotes = 1;
+        } else if (verdict == EFirstRow::Names) {
+            shapeRequest.names = 1;
+            facts = look(candidates.front());
+            scan.head.namesReason = "the first row's texts occur once, all others again and again";
+            scan.head.namesVotes = 1;
+            scan.head.dataVotes = 1;
+        }
     }
 
     Plan plan;
@@ -599,7 +742,7 @@ Plan MakePlan(const std::string& path, const PlanRequest& request, const Callbac
              "The encoding cannot be told from so few words.",
              {{{}, {}, {}, encoding}, {{}, {}, {}, plan.bytes.encoding.rivals.front().value}}});
     }
-    PlanHeadOf(scan.head, probe.Text(), request, textEncoding, plan);
+    PlanHeadOf(scan.head, probe.Text(), lead, request, textEncoding, plan);
     PlanPiecesOf(facts, textEncoding, plan.shape);
     PlanColumnsOf(facts, scan.head, plan);
     AddFindings(source, facts, plan);
@@ -610,8 +753,13 @@ Plan MakePlan(const std::string& path, const PlanRequest& request, const Callbac
     if (request.hasNoPoints) {
         plan.coordinates.decider = EDecider::Given;
     } else if (!IsWithoutRows(facts)) {
-        const SampleRows rows = TakeRows(probe, scan, facts.lastRowLine, textEncoding);
-        DecideCoordinates({facts.columns, rows, plan.shape.hasNames.value}, request, plan);
+        const SampleRows rows = Decode(std::move(facts.sample), textEncoding);
+        const auto lookAgain = [&](Scan::RowWatch& watch) {
+            scan.watch = &watch;
+            static_cast<void>(Scan::ScanFile(source, scan));
+        };
+        DecideCoordinates(
+            {facts.columns, rows, plan.shape.hasNames.value, lookAgain}, request, plan);
     }
     UseGivenTypes(facts.columns, request, plan);
     return plan;

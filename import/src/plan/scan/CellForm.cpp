@@ -70,22 +70,27 @@ std::uint32_t ClassesOf(std::string_view cell) noexcept
 
 } // namespace
 
-void CellForm::Add(std::string_view cell)
+CellKind KindOf(std::string_view cell)
+{
+    const Values::CellReading reading = Values::ReadCell(cell);
+    // A letter beside a whole number is more often a code than an angle.
+    const bool isCode = reading.cell == Values::ECell::Angle && !reading.angle.hasMarks &&
+                        reading.angle.parts == 1 && !reading.angle.isDecimal;
+    return {reading.cell, isCode ? std::uint8_t{0} : reading.readings};
+}
+
+void CellForm::Add(std::string_view cell, const CellKind& kind)
 {
     ++cells;
     cell = Values::Trim(cell);
-    const Values::CellReading reading = Values::ReadCell(cell);
     if (cell.empty()) {
         ++empties;
         return;
     }
-    if (reading.cell == Values::ECell::NullWord) {
+    if (kind.cell == Values::ECell::NullWord) {
         return;
     }
-    // A letter beside a whole number is more often a code than an angle.
-    const bool isCode = reading.cell == Values::ECell::Angle && !reading.angle.hasMarks &&
-                        reading.angle.parts == 1 && !reading.angle.isDecimal;
-    readings &= isCode ? 0U : reading.readings;
+    readings &= kind.readings;
     const std::uint32_t classes = ClassesOf(cell);
     inAll &= classes;
     inSome |= classes;

@@ -9,6 +9,15 @@
 
 namespace Orvane::Import::Scan {
 
+/// What CellForm must know of a cell.
+struct CellKind
+{
+    Values::ECell cell = Values::ECell::Empty;
+    std::uint8_t readings = Values::kAllReadings; ///< none for a letter beside a whole number
+};
+
+[[nodiscard]] CellKind KindOf(std::string_view cell);
+
 /// What the cells of a column have in common in the table's first rows.
 struct CellForm
 {
@@ -19,7 +28,7 @@ struct CellForm
     std::uint32_t inSome = 0;                      ///< classes of characters that occur
     std::uint32_t longest = 0;                     ///< bytes
 
-    void Add(std::string_view cell);
+    void Add(std::string_view cell, const CellKind& kind);
 
     /// Whether a cell looks like the others. All cells do where too few were looked at.
     [[nodiscard]] bool Fits(std::string_view cell) const;

@@ -105,9 +105,14 @@ bool IsNumber(ECell cell) noexcept
     return cell == ECell::Integer || cell == ECell::Decimal || cell == ECell::Spelled;
 }
 
-NumberRange RangeOf(double value)
+NumberRange RangeOf(double value, const Position& position)
 {
-    return {true, value, value, 1, 1, value == 0 ? std::uint64_t{1} : 0};
+    return {true, value, value, 1, 1, value == 0 ? std::uint64_t{1} : 0, position, position};
+}
+
+bool IsBefore(const Position& a, const Position& b) noexcept
+{
+    return a.byte < b.byte;
 }
 
 /// Whether cells of a shape may differ in class or forms by their digits alone. Those of a text do
@@ -157,14 +162,18 @@ void NumberRange::Add(const NumberRange& other)
     if (!isKnown || other.least < least) {
         least = other.least;
         atLeast = other.atLeast;
+        leastPosition = other.leastPosition;
     } else if (other.least == least) {
         atLeast += other.atLeast;
+        leastPosition = std::min(leastPosition, other.leastPosition, IsBefore);
     }
     if (!isKnown || other.most > most) {
         most = other.most;
         atMost = other.atMost;
+        mostPosition = other.mostPosition;
     } else if (other.most == most) {
         atMost += other.atMost;
+        mostPosition = std::min(mostPosition, other.mostPosition, IsBefore);
     }
     isKnown = true;
 }
@@ -178,6 +187,7 @@ NumberRange ColumnFacts::RangeIn(Values::Notation notation) const
 
 ColumnProfile::ColumnProfile(std::size_t slots)
     : m_slots(slots)
+    , m_extremes(slots)
     , m_shift(64U - static_cast<unsigned>(std::countr_zero(slots)))
 {}
 
@@ -245,13 +255,15 @@ void ColumnProfile::AddNumbers(const Slot& slot)
     };
     const std::array<char, kShort> first = textOf(slot.least);
     const std::array<char, kShort> second = textOf(slot.most);
+    const Extremes& extremes = m_extremes[static_cast<std::size_t>(&slot - m_slots.data())];
     const auto rangeIn = [&](Values::Notation notation) {
         const double one = Values::ToDouble({first.data(), slot.length}, notation);
         const double other = Values::ToDouble({second.data(), slot.length}, notation);
-        NumberRange range{true, one, other, slot.atLeast, slot.atMost, 0};
+        NumberRange range{
+            true, one, other, slot.atLeast, slot.atMost, 0, extremes.least, extremes.most};
         // Of negative numbers the longest text is the least value.
         if (other < one) {
-            range = {true, other, one, slot.atMost, slot.atLeast, 0};
+            range = {true, other, one, slot.atMost, slot.atLeast, 0, extremes.most, extremes.least};
         }
         range.zeros = one == 0 ? slot.atLeast : 0;
         return range;
@@ -278,11 +290,11 @@ void ColumnProfile::Examine(std::string_view cell, const Position& position)
         for (std::size_t bit = 0; bit < Values::kNotationCount; ++bit) {
             const auto notation = static_cast<Values::Notation>(1U << bit);
             if ((reading.number.notations & notation) != 0) {
-                m_facts.spelled.at(bit).Add(RangeOf(Values::ToDouble(cell, notation)));
+                m_facts.spelled.at(bit).Add(RangeOf(Values::ToDouble(cell, notation), position));
             }
         }
     } else if (IsNumber(reading.cell)) {
-        m_facts.plain.Add(RangeOf(Values::ToDouble(cell, Values::NotationPlain)));
+        m_facts.plain.Add(RangeOf(Values::ToDouble(cell, Values::NotationPlain), position));
     }
     if (reading.cell == ECell::Text && ++m_unproved >= kProofOfText) {
         TryProve();
@@ -339,23 +351,28 @@ void ColumnProfile::Replace(
     slot.count = 1;
     slot.atLeast = 1;
     slot.atMost = 1;
+    m_extremes[static_cast<std::size_t>(&slot - m_slots.data())] = {position, position};
     slot.keep = IsNumber(reading.cell) ? EKeep::Order : EKeep::Count;
     const bool isWord = reading.cell == ECell::Text || reading.cell == ECell::Boolean ||
                         reading.cell == ECell::NullWord;
     slot.word = isWord ? FindWord(cell) : std::uint8_t{0};
 }
 
-void ColumnProfile::AddExtreme(Slot& slot, const Key& key)
+template <typename Locate>
+void ColumnProfile::AddExtreme(Slot& slot, const Key& key, const Locate& locate)
 {
+    Extremes& extremes = m_extremes[static_cast<std::size_t>(&slot - m_slots.data())];
     if (key < slot.least) {
         slot.least = key;
         slot.atLeast = 1;
+        extremes.least = locate();
     } else if (key == slot.least) {
         ++slot.atLeast;
     }
     if (slot.most < key) {
         slot.most = key;
         slot.atMost = 1;
+        extremes.most = locate();
     } else if (key == slot.most) {
         ++slot.atMost;
     }
@@ -377,7 +394,7 @@ inline void ColumnProfile::AddShortAt(
     if (slot.keep == EKeep::Order) {
         const Key key{ToBigEndian(shaped.bytes.low), ToBigEndian(shaped.bytes.high)};
         if (__builtin_expect(key.high <= slot.least.high || key.high >= slot.most.high, 0)) {
-            AddExtreme(slot, key);
+            AddExtreme(slot, key, locate);
         }
     } else if (slot.keep == EKeep::Examine) {
         Examine({text, length}, locate());

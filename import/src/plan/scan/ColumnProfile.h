@@ -54,6 +54,8 @@ struct NumberRange
     std::uint64_t atLeast = 0;
     std::uint64_t atMost = 0;
     std::uint64_t zeros = 0;
+    Position leastPosition; ///< of the first such cell
+    Position mostPosition;
 
     void Add(const NumberRange& other);
 };
@@ -184,7 +186,8 @@ private:
     template <typename Locate>
     void AddShortAt(
         Slot* slots, unsigned shift, const char* text, std::size_t length, const Locate& locate);
-    static void AddExtreme(Slot& slot, const Key& key);
+    template <typename Locate>
+    void AddExtreme(Slot& slot, const Key& key, const Locate& locate);
     void Replace(Slot& slot,
                  const Key& shape,
                  const Key& key,
@@ -197,8 +200,16 @@ private:
     void AddNumbers(const Slot& slot);
     void TryProve();
 
+    /// Where the smallest and the largest number of a slot came first.
+    struct Extremes
+    {
+        Position least;
+        Position most;
+    };
+
     ColumnFacts m_facts;
     std::vector<Slot> m_slots;
+    std::vector<Extremes> m_extremes; ///< one for each slot
     unsigned m_shift;
     bool m_isText = false;
     std::uint64_t m_unproved = 0; ///< texts since the last look at whether the column is text

@@ -10,14 +10,6 @@
 
 namespace Orvane::Import::Scan {
 
-void Occurrences::Add(const Position& position, std::string_view text)
-{
-    ++count;
-    if (first.size() < kMostPlaces) {
-        first.push_back({position, std::string(text.substr(0, kExampleBytes * 2))});
-    }
-}
-
 namespace {
 
 constexpr std::size_t kPiece = std::size_t{128} * 1024;

@@ -3,7 +3,10 @@
 
 #include "ByteFacts.h"
 #include "ColumnProfile.h"
+#include "Occurrences.h"
 #include "Records.h"
+#include "RowSample.h"
+#include "RowWatch.h"
 #include "Shape.h"
 #include "TextSource.h"
 
@@ -22,17 +25,6 @@ struct RowRun
     Position position;
     std::size_t fields = 0; ///< 0: blank lines
     std::uint64_t rows = 0;
-};
-
-/// Something that occurs here and there: how often, and where first.
-struct Occurrences
-{
-    std::uint64_t count = 0;
-    std::vector<Example> first; ///< at most kMostPlaces
-
-    static constexpr std::size_t kMostPlaces = 8;
-
-    void Add(const Position& position, std::string_view text);
 };
 
 /// A piece of the text that is no row of the table.
@@ -66,7 +58,8 @@ struct ScanFacts
 
     ByteFacts bytes;
     std::vector<ColumnFacts> columns;
-    std::vector<RowRun> runs; ///< the first kMostRuns
+    std::vector<SampleRow> sample; ///< whole rows, evenly spread over the table
+    std::vector<RowRun> runs;      ///< the first kMostRuns
     bool hasMoreRuns = false;
     std::map<std::size_t, Occurrences> counts; ///< records by their number of fields
     std::vector<Piece> pieces;                 ///< the first kMostPieces
@@ -100,6 +93,8 @@ struct ScanRequest
     Dialect dialect;
     TableHead head;
     std::vector<std::string> nullTexts; ///< given: cells with one of these texts are null
+    /// Set in a further pass: the rows are shown to it, and no facts of columns are collected.
+    RowWatch* watch = nullptr;
 };
 
 /// Longer records are counted, not cut.

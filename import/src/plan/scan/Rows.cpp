@@ -40,6 +40,7 @@ Rows::Rows(const ScanRequest& request, ScanFacts& facts)
     : m_request(request)
     , m_facts(facts)
     , m_columns(request.head.columns)
+    , m_sample(request.head.columns)
 {
     // Many columns share the memory.
     const std::size_t slots = m_columns <= 1024 ? 64 : (m_columns <= 16384 ? 8 : 2);
@@ -56,6 +57,12 @@ Rows::Rows(const ScanRequest& request, ScanFacts& facts)
 std::size_t Rows::ColumnOf(std::size_t field) const
 {
     return m_order.empty() ? field : m_order[field];
+}
+
+std::size_t Rows::FieldOf(std::size_t column) const
+{
+    const auto field = std::find(m_order.begin(), m_order.end(), column);
+    return field == m_order.end() ? column : static_cast<std::size_t>(field - m_order.begin());
 }
 
 bool Rows::IsApart(std::string_view firstCell, std::size_t rest) const
@@ -119,14 +126,64 @@ void Rows::AddPiece(Piece::EKind kind,
     }
 }
 
+namespace {
+
+/// A cell of a run of rows, without its quotes and the `\r` at its line's end.
+/// @param end where it ends, the position before which it begins stands before that
+std::string_view CellAt(const char* text, const std::uint32_t* end, bool hasQuotes)
+{
+    // The position before the first byte wraps.
+    const std::uint32_t begin = *(end - 1) + 1;
+    std::string_view cell(text + begin, *end - begin);
+    if (!cell.empty() && cell.back() == '\r') {
+        cell.remove_suffix(1);
+    }
+    if (hasQuotes && cell.size() >= 2 && cell.front() == '"') {
+        cell = cell.substr(1, cell.size() - 2);
+    }
+    return cell;
+}
+
+} // namespace
+
+void Rows::WatchRows(const char* text,
+                     const std::uint32_t* ends,
+                     std::size_t rows,
+                     std::uint64_t byte,
+                     bool hasQuotes)
+{
+    RowWatch& watch = *m_request.watch;
+    const std::size_t x = FieldOf(watch.x.column);
+    const std::size_t y = FieldOf(watch.y.column);
+    for (std::size_t row = 0; row < rows; ++row, ends += m_columns) {
+        const std::uint64_t begin = byte + (ends[-1] + 1U);
+        watch.Add(CellAt(text, ends + x, hasQuotes),
+                  CellAt(text, ends + y, hasQuotes),
+                  {m_line + row, begin});
+    }
+}
+
 void Rows::AddRows(const char* text,
                    const std::uint32_t* ends,
                    std::size_t rows,
                    std::uint64_t byte,
                    bool hasQuotes)
 {
+    const std::uint64_t first = m_facts.rows;
     AddRun(m_columns, rows, {m_line, byte + (ends[-1] + 1U)});
-    for (std::size_t field = 0; field < m_columns; ++field) {
+    if (m_request.watch != nullptr) {
+        WatchRows(text, ends, rows, byte, hasQuotes);
+    }
+    for (std::uint64_t row = m_sample.NextFrom(first);
+         row < first + rows && m_request.watch == nullptr;
+         row = m_sample.NextFrom(row + 1)) {
+        SampleRow sample(m_line + (row - first));
+        for (std::size_t column = 0; column < m_columns; ++column) {
+            sample.Add(CellAt(text, ends + (row - first) * m_columns + FieldOf(column), hasQuotes));
+        }
+        m_sample.Add(std::move(sample));
+    }
+    for (std::size_t field = 0; field < m_columns && m_request.watch == nullptr; ++field) {
         m_profiles[ColumnOf(field)].AddRun(
             {text, ends + field, m_columns, rows, m_line, byte, hasQuotes});
     }
@@ -385,10 +442,31 @@ bool Rows::IsMisfit(const std::vector<std::string>& cells) const
     return false;
 }
 
+void Rows::AddToSample(std::string_view text, const Record& record, std::uint64_t row)
+{
+    if (m_sample.NextFrom(row) != row) {
+        return;
+    }
+    SampleRow sample(m_line - record.lines);
+    for (std::size_t column = 0; column < m_columns; ++column) {
+        sample.Add(record.Cell(text, FieldOf(column)));
+    }
+    m_sample.Add(std::move(sample));
+}
+
 void Rows::AddCells(std::string_view text, const Record& record, const Position& position)
 {
+    const std::uint64_t row = m_facts.rows;
     AddRun(m_columns, 1, position);
     m_facts.lastRowLine = position.line + record.lines - 1;
+    if (m_request.watch != nullptr) {
+        RowWatch& watch = *m_request.watch;
+        watch.Add(record.Cell(text, FieldOf(watch.x.column)),
+                  record.Cell(text, FieldOf(watch.y.column)),
+                  position);
+        return;
+    }
+    AddToSample(text, record, row);
     std::uint64_t line = position.line;
     for (std::size_t index = 0; index < m_columns; ++index) {
         const Field& field = record.fields[index];
@@ -521,6 +599,7 @@ void Rows::Finish()
         m_facts.pieces.begin(), m_facts.pieces.end(), [](const Piece& a, const Piece& b) {
             return a.position.line < b.position.line;
         });
+    m_facts.sample = m_sample.Finish();
     m_facts.columns.reserve(m_columns);
     for (ColumnProfile& profile : m_profiles) {
         m_facts.columns.push_back(profile.Finish());

@@ -85,6 +85,13 @@ private:
                   const Position& position,
                   std::string_view line);
     void AddCells(std::string_view text, const Record& record, const Position& position);
+    void AddToSample(std::string_view text, const Record& record, std::uint64_t row);
+    void WatchRows(const char* text,
+                   const std::uint32_t* ends,
+                   std::size_t rows,
+                   std::uint64_t byte,
+                   bool hasQuotes);
+    [[nodiscard]] std::size_t FieldOf(std::size_t column) const;
     void AddShortRow(const ShortRecord& record);
     void JudgeShortRecords();
     void FindFurtherTables();
@@ -104,6 +111,7 @@ private:
     ScanFacts& m_facts;
     std::size_t m_columns;
     std::vector<ColumnProfile> m_profiles;
+    RowSample m_sample;
     std::unordered_set<std::string> m_names;      ///< all cells of the names
     std::array<std::uint64_t, 256> m_nameSizes{}; ///< by first byte, a bit for each size
     std::vector<std::size_t> m_order;             ///< empty: as the names stand

@@ -9,6 +9,7 @@
 #include <cmath>
 #include <map>
 #include <set>
+#include <unordered_set>
 #include <utility>
 
 namespace Orvane::Import::Scan {
@@ -553,6 +554,23 @@ struct HeadRecord
     bool isBlank = false;
     bool isRepaired = false;
     std::string_view text; ///< the record's first line
+
+    [[nodiscard]] const CellKind& Kind(std::size_t column) const
+    {
+        if (m_kinds.empty()) {
+            m_kinds.reserve(cells.size());
+            for (const std::string& cell : cells) {
+                m_kinds.push_back(KindOf(cell));
+            }
+        }
+        return m_kinds[column];
+    }
+
+    /// To be called when cells have changed.
+    void ForgetKinds() { m_kinds.clear(); }
+
+private:
+    mutable std::vector<CellKind> m_kinds; ///< read when one is asked for
 };
 
 std::vector<HeadRecord>
@@ -594,7 +612,7 @@ struct SampleColumn
     std::size_t booleans = 0;
     std::size_t quoted = 0;
     bool isTyped = false;
-    std::set<std::string> distinct;
+    std::unordered_set<std::string_view> distinct; ///< of the head's cells, at most 256
 };
 
 /// @param from the first row that counts; rows like the one before it are names again
@@ -609,7 +627,7 @@ SampleColumns(const std::vector<HeadRecord>& head, std::size_t from, std::size_t
         }
         for (std::size_t column = 0; column < columns; ++column) {
             const std::string& cell = head[row].cells[column];
-            const ECell kind = Values::ReadCell(cell).cell;
+            const ECell kind = head[row].Kind(column).cell;
             if (kind == ECell::Empty || kind == ECell::NullWord) {
                 continue;
             }
@@ -683,7 +701,7 @@ NamesVerdict JudgeNames(const HeadRecord& record, const std::vector<SampleColumn
          ++column) {
         const std::string& cell = record.cells[column];
         const SampleColumn& sample = samples[column];
-        const ECell kind = Values::ReadCell(cell).cell;
+        const ECell kind = record.Kind(column).cell;
         used += sample.values > 0 ? 1U : 0U;
         if (kind == ECell::Empty) {
             continue;
@@ -770,18 +788,25 @@ bool IsRuleLine(const HeadRecord& record)
 }
 
 /// Whether a record continues the names above it: texts and no value over typed columns, or texts
-/// that fill the gaps of the names.
-bool IsFurtherNames(const HeadRecord& record,
-                    const HeadRecord& names,
-                    const std::vector<SampleColumn>& samples)
+/// that fill the gaps of the names. @param sample gives the columns of the rows after it
+template <typename Sample>
+bool IsFurtherNames(const HeadRecord& record, const HeadRecord& names, const Sample& sample)
 {
+    for (std::size_t column = 0; column < record.cells.size(); ++column) {
+        const ECell kind = record.Kind(column).cell;
+        if (kind != ECell::Empty && kind != ECell::NullWord && kind != ECell::Text &&
+            kind != ECell::Boolean) {
+            return false;
+        }
+    }
+    const std::vector<SampleColumn> samples = sample();
     std::size_t texts = 0;
     std::size_t inGaps = 0;
     std::size_t filled = 0;
     for (std::size_t column = 0; column < record.cells.size() && column < samples.size();
          ++column) {
         const std::string& cell = record.cells[column];
-        const ECell kind = Values::ReadCell(cell).cell;
+        const ECell kind = record.Kind(column).cell;
         if (kind == ECell::Empty || kind == ECell::NullWord) {
             continue;
         }
@@ -824,6 +849,7 @@ void CutNamesByBlanks(const Dialect& dialect, HeadRecord& record, std::size_t co
         for (std::size_t column = 0; column < columns; ++column) {
             record.cells[column] = std::string(cut.Cell(record.text, column));
         }
+        record.ForgetKinds();
     }
 }
 
@@ -898,6 +924,7 @@ bool CutByOtherSeparator(const Dialect& dialect, std::size_t columns, HeadRecord
             continue;
         }
         record.cells.clear();
+        record.ForgetKinds();
         record.isQuoted.clear();
         for (const Field& field : cut.fields) {
             record.cells.emplace_back(field.In(record.text).substr(0, kMostNameBytes));
@@ -1023,7 +1050,7 @@ void LookAtRows(const std::vector<HeadRecord>& head, std::size_t from, TableHead
             std::find(table.namesCells.begin(), table.namesCells.end(), TrimCells(record)) !=
             table.namesCells.end();
         for (std::size_t column = 0; column < table.columns && !isNames; ++column) {
-            table.forms[column].Add(record.cells[column]);
+            table.forms[column].Add(record.cells[column], record.Kind(column));
         }
     }
 }
@@ -1119,10 +1146,23 @@ TableHead FindTable(std::string_view text, const Candidate& candidate, const Sha
             ++first;
         }
     }
-    // Comments may stand at the begin of the table's own count.
+    // Comments may stand at the begin of the table's own count. Rule: a line whose cells are of the
+    // same kinds as those of the last row, not all of them texts, is a row whatever it begins with.
+    const auto isLikeTheLast = [&](const HeadRecord& record) {
+        const HeadRecord& row = head.back();
+        bool isTyped = false;
+        for (std::size_t column = 1; column < table.columns; ++column) {
+            if (column >= row.cells.size() || record.Kind(column).cell != row.Kind(column).cell) {
+                return false;
+            }
+            isTyped = isTyped || record.Kind(column).readings != 0;
+        }
+        return isTyped;
+    };
     while (!request.hasSkippedLines && first < head.size() &&
            head[first].cells.size() == table.columns && IsComment(head[first].text) &&
-           first + 1 < head.size() && !IsComment(head.back().text) && first < kMostHeadLines) {
+           first + 1 < head.size() && !IsComment(head.back().text) && first < kMostHeadLines &&
+           !isLikeTheLast(head[first])) {
         ++first;
     }
     const std::size_t top = first;
@@ -1181,8 +1221,9 @@ TableHead FindTable(std::string_view text, const Candidate& candidate, const Sha
             } else if (hasCount && IsUnitsLine(head[row]) && row + 1 < head.size()) {
                 addLine(head[row], ELineKind::Units);
             } else if (hasCount && row + 1 < head.size() &&
-                       IsFurtherNames(
-                           head[row], head[row - 1], SampleColumns(head, row + 1, table.columns))) {
+                       IsFurtherNames(head[row], head[row - 1], [&] {
+                           return SampleColumns(head, row + 1, table.columns);
+                       })) {
                 namesRows.push_back(row);
                 addLine(head[row], ELineKind::Names);
             } else {

@@ -94,6 +94,15 @@ char FoldFront(std::string_view bytes, std::size_t& length) noexcept
 
 FoldedCell::FoldedCell(std::string_view bytes) noexcept
 {
+    // Most cells are short and of plain characters.
+    if (bytes.size() <= kCapacity && !bytes.empty() && bytes.front() != ' ' &&
+        bytes.back() != ' ' && std::all_of(bytes.begin(), bytes.end(), [](char unit) {
+            return unit >= ' ' && unit <= '~';
+        })) {
+        std::copy(bytes.begin(), bytes.end(), m_text.begin());
+        m_size = bytes.size();
+        return;
+    }
     std::size_t at = 0;
     std::size_t length = 0;
     while (at < bytes.size()) {
