@@ -6,6 +6,7 @@
 #include "PlanDialect.h"
 #include "ProgressMeter.h"
 #include "Types.h"
+#include "scan/CountByte.h"
 #include "scan/FileScan.h"
 
 #include <Orvane/BNumbers.h>
@@ -77,7 +78,7 @@ struct Probe
 /// @param lead what is passed over
 Probe TakeProbe(Scan::TextSource& source, const Lead& lead)
 {
-    constexpr std::ptrdiff_t kFewestLines = 8;
+    constexpr std::size_t kFewestLines = 8;
     Probe probe;
     source.Rewind();
     probe.bytes.resize(kProbe);
@@ -91,8 +92,7 @@ Probe TakeProbe(Scan::TextSource& source, const Lead& lead)
         probe.size += source.Read(probe.bytes.data() + probe.size, wanted - probe.size);
         probe.isWhole = probe.size < wanted;
         const std::string_view text = probe.Text();
-        const std::ptrdiff_t lines =
-            std::count(text.begin(), text.end(), '\n') + std::count(text.begin(), text.end(), '\r');
+        const std::size_t lines = Scan::CountByte(text, '\n') + Scan::CountByte(text, '\r');
         if (probe.isWhole || lines >= kFewestLines) {
             break;
         }

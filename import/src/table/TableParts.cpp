@@ -2,6 +2,7 @@
 #include "TableParts.h"
 
 #include "../plan/PlanDialect.h"
+#include "../plan/scan/CountByte.h"
 #include "../plan/scan/Shape.h"
 #include "../plan/values/FoldedCell.h"
 
@@ -18,29 +19,6 @@ constexpr std::size_t kPiece = std::size_t{128} * 1024;
 constexpr std::size_t kSpace = AsciiReader::Kernels::kPadding;
 constexpr std::size_t kMostRawBytes = std::size_t{64} * 1024;
 constexpr std::string_view kReplacement = "\xEF\xBF\xBD";
-
-/// How often a byte occurs; eight bytes per step.
-std::size_t CountByte(std::string_view text, char unit) noexcept
-{
-    constexpr std::uint64_t kOnes = 0x0101010101010101U;
-    constexpr std::uint64_t kLow = 0x7F7F7F7F7F7F7F7FU;
-    const std::uint64_t wanted = kOnes * static_cast<unsigned char>(unit);
-    std::size_t count = 0;
-    const char* at = text.data();
-    std::size_t left = text.size();
-    for (; left >= sizeof wanted; left -= sizeof wanted, at += sizeof wanted) {
-        std::uint64_t word = 0;
-        std::memcpy(&word, at, sizeof word);
-        word ^= wanted;
-        // The high bit of each byte that is 0 now; the product adds them up in the highest byte.
-        const std::uint64_t zeros = ~(((word & kLow) + kLow) | word | kLow);
-        count += static_cast<std::size_t>(((zeros >> 7U) * kOnes) >> 56U);
-    }
-    for (; left > 0; --left, ++at) {
-        count += *at == unit ? 1U : 0U;
-    }
-    return count;
-}
 
 /// Line breaks of every kind, in a text that comes in pieces.
 class BreakCounter
@@ -240,7 +218,7 @@ void TableParts::FindHead()
         };
         m_isHeadPlanned =
             beginsLine(m_headEnd) &&
-            (CountBreaks(head) == lines || CountByte(head, lineEnd) == lines) &&
+            (CountBreaks(head) == lines || Scan::CountByte(head, lineEnd) == lines) &&
             std::all_of(shape.lines.begin(), shape.lines.end(), [&](const PlanLines& piece) {
                 return piece.byte >= m_headEnd || beginsLine(piece.byte);
             });
@@ -423,7 +401,7 @@ bool TableParts::FindReturns(std::string_view text, char lineEnd)
         }
     }
     m_run.trim = withReturn > 0 ? 1 : 0;
-    m_hasBreaks = m_hasBreaks || CountByte(text, '\r') != withReturn;
+    m_hasBreaks = m_hasBreaks || Scan::CountByte(text, '\r') != withReturn;
     return withReturn == 0 || withReturn == lines;
 }
 
@@ -494,11 +472,11 @@ void TableParts::MakeIndex()
     }
     const std::size_t end = m_positions[m_positionCount] + std::size_t{1};
     const std::size_t tailQuotes =
-        structure.hasQuotes ? CountByte(Text().substr(end, to - end), '"') : 0;
+        structure.hasQuotes ? Scan::CountByte(Text().substr(end, to - end), '"') : 0;
     to = end;
     const std::string_view text = Text().substr(from, to - from);
     m_run.trim = 0;
-    m_hasBreaks = structure.hasQuotes && CountByte(text, lineEnd) != state.lineEnds;
+    m_hasBreaks = structure.hasQuotes && Scan::CountByte(text, lineEnd) != state.lineEnds;
     const bool isFine = Scan::FindNulBlock(text) == std::string_view::npos &&
                         AreBytesFine(text, survey.highBytes != 0) &&
                         (survey.returns == 0 || FindReturns(text, lineEnd)) &&

@@ -1,6 +1,7 @@
 // Pieces of whole records: by the index where there are no quotes, record by record otherwise.
 #include "FileScan.h"
 
+#include "CountByte.h"
 #include "Rows.h"
 
 #include <algorithm>
@@ -219,12 +220,11 @@ private:
         }
         AsciiReader::Kernels::Survey survey;
         AsciiReader::Kernels::Best().survey(text + from, to - from, survey);
-        const auto ends = static_cast<std::size_t>(std::count(text + from, text + to, lineEnd));
-        const bool hasBreaks =
-            lineEnd == '\r'
-                ? std::memchr(text + from, '\n', to - from) != nullptr
-                : survey.returns != 0 &&
-                      static_cast<std::size_t>(std::count(text + from, text + to, '\r')) != returns;
+        const std::string_view piece(text + from, to - from);
+        const std::size_t ends = CountByte(piece, lineEnd);
+        const bool hasBreaks = lineEnd == '\r'
+                                   ? std::memchr(text + from, '\n', to - from) != nullptr
+                                   : survey.returns != 0 && CountByte(piece, '\r') != returns;
         return clean == survey.quotes && !hasBreaks &&
                ends + (to == m_size && text[to - 1] != lineEnd ? 1U : 0U) == lines;
     }
