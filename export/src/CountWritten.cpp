@@ -272,7 +272,7 @@ TargetCounts CountFile(const std::filesystem::path& file,
         return CountText(file, *counter, follow);
     }
     if (format.driver == std::string_view("FlatGeobuf")) {
-        const FlatGeobuf::FeatureCounts counts = FlatGeobuf::CountFeatures(file);
+        const FlatGeobuf::FeatureCounts counts = FlatGeobuf::CountFeatures(file, follow);
         return {counts.features, counts.points};
     }
     return CountByGdal(file, format, follow);

@@ -27,8 +27,8 @@ struct WrittenShape
 
 /// Reads the whole file and counts: GeoPackages by SQL over their tables, CSV by its records,
 /// GeoJSON and its sequences by their tokens, FlatGeobuf from feature to feature, with a look at
-/// its index, other formats by GDAL. Shares no code with the
-/// writers, so that a row that one of them has lost, doubled or cut in two shows.
+/// its index, other formats by GDAL. Shares no code with the writers, so that a row that one of
+/// them has lost, doubled or cut in two shows.
 /// @param follow called now and then with the rows that were counted
 /// @throws std::runtime_error, reason as what(), when the file cannot be read or is not whole
 [[nodiscard]] TargetCounts CountFile(const std::filesystem::path& file,

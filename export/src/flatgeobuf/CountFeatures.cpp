@@ -143,8 +143,10 @@ void CheckLeaf(const Leaf& leaf, const Schema::Feature& feature, std::uint64_t o
 
 } // namespace
 
-FeatureCounts CountFeatures(const std::filesystem::path& path)
+FeatureCounts CountFeatures(const std::filesystem::path& path,
+                            const std::function<void(std::uint64_t features)>& follow)
 {
+    constexpr std::uint64_t kFeaturesPerCall = 4096;
     constexpr char kMagic[] = {'f', 'g', 'b', 3, 'f', 'g', 'b'};
     std::array<char, 8> magic{};
     std::vector<std::uint8_t> bytes;
@@ -179,7 +181,9 @@ FeatureCounts CountFeatures(const std::filesystem::path& path)
             static_cast<void>(leaves->Read(&leaf, sizeof leaf));
             CheckLeaf(leaf, *feature, offset);
         }
-        ++counts.features;
+        if (++counts.features % kFeaturesPerCall == 0 && follow) {
+            follow(counts.features);
+        }
         counts.points += HasPoint(*feature) ? 1U : 0U;
         offset += sizeof(std::uint32_t) + flatbuffers::GetPrefixedSize(bytes.data());
     }

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 
 namespace Orvane::FlatGeobuf {
 
@@ -16,7 +17,10 @@ struct FeatureCounts
 /// Reads a whole file of points and counts its features one by one. Each is verified by the
 /// flatbuffers library; a file with an index must have a leaf for each, with its place and its
 /// point. Shares nothing with the writer but the names of the tables' fields. Memory: one feature.
+/// @param follow called now and then with the features that were counted; may be empty
 /// @throws std::runtime_error, reason as what(), when the file cannot be read or is not whole
-[[nodiscard]] FeatureCounts CountFeatures(const std::filesystem::path& path);
+[[nodiscard]] FeatureCounts
+CountFeatures(const std::filesystem::path& path,
+              const std::function<void(std::uint64_t features)>& follow = {});
 
 } // namespace Orvane::FlatGeobuf
