@@ -216,6 +216,9 @@ std::string Describe(const Orvane::BVariant& value)
     }
     case EVariantType::String:
     case EVariantType::Text:
+    case EVariantType::Date:
+    case EVariantType::Time:
+    case EVariantType::DateTime:
         break;
     }
     return prefix + value.GetString().ToUtf8();

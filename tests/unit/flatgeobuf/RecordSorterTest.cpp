@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <limits>
@@ -36,8 +37,9 @@ TEST(FlatGeobufCurveGrid, TellsNeighboursApartWhenAFewPointsLieFarAway)
     std::vector<double> x;
     std::vector<double> y;
     for (int number = 0; number < 1000; ++number) {
-        x.push_back(number % 32);
-        y.push_back(number / 32);
+        const std::div_t place = std::div(number, 32);
+        x.push_back(place.rem);
+        y.push_back(place.quot);
     }
     x.insert(x.end(), {1e30, 0, -1e300});
     y.insert(y.end(), {-1e30, 1e30, kLargest});
