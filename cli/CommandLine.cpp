@@ -112,17 +112,23 @@ CommandRule MakeImportRule()
               {.kind = EArgumentKind::Positional,
                .name = "OUT",
                .meaning = "The file to write, its format by its extension: .gpkg, .fgb, .geojson, "
-                          ".json, .geojsonl, .geojsons, .shp, .csv; or a table of a PostgreSQL "
+                          ".json, .geojsonl, .geojsons, .shp, .csv and what else 'orvane "
+                          "formats' lists; or a table of a PostgreSQL "
                           "database: 'PG:host=db dbname=survey', or postgresql://ada@db/survey. "
                           "- for standard output, with --format. Without it the output is FILE "
                           "with the extension of --format, or .gpkg"},
               {.kind = EArgumentKind::Value,
                .name = "--format",
                .valueName = "NAME",
-               .meaning = "The format of OUT, whatever its extension: GPKG, FlatGeobuf, GeoJSON, "
-                          "GeoJSONSeq, 'ESRI Shapefile', CSV, or an extension. To standard output "
-                          "CSV, GeoJSON and GeoJSONSeq are written; the summary goes to standard "
-                          "error then"}},
+               .meaning = "The format of OUT, whatever its extension: a name or an extension "
+                          "that 'orvane formats' lists. To standard output CSV, GeoJSON and "
+                          "GeoJSONSeq are written; the summary goes to standard error then"},
+              {.kind = EArgumentKind::Value,
+               .name = "--co",
+               .valueName = "KEY=VALUE",
+               .meaning = "A creation option of a format that GDAL writes; may be given more than "
+                          "once",
+               .isRepeatable = true}},
              MakeColumns(),
              {kCrs},
              MakePlanArguments(true),
@@ -260,6 +266,10 @@ const ProgramRule& GetProgramRule()
                      MakeLintRule(),
                      MakeReadRule(),
                      MakePreviewRule(),
+                     {.name = "formats",
+                      .summary = "List the formats that imports write",
+                      .arguments = {kHelp},
+                      .examples = {"orvane formats"}},
                      {.name = "options",
                       .summary = "List the reader options",
                       .arguments = {kHelp},
@@ -357,6 +367,7 @@ ImportArguments MakeImportArguments(const ParsedArguments& arguments)
     request.badRows = MakeBadRowRequest(arguments);
     request.threads = ParseThreads(arguments);
     request.format = arguments.Get("--format");
+    request.creationOptions = arguments.GetAll("--co");
     request.layer = arguments.Get("--layer");
     if (arguments.Has("--append") && arguments.Has("--overwrite-layer")) {
         throw ArgumentError("Give --append or --overwrite-layer, not both.");
@@ -383,6 +394,10 @@ ImportArguments MakeImportArguments(const ParsedArguments& arguments)
 int Perform(const ParsedArguments& arguments)
 {
     const std::string_view command = arguments.command->name;
+    if (command == "formats") {
+        RunFormats();
+        return kExitDone;
+    }
     if (command == "options") {
         RunOptions();
         return kExitDone;

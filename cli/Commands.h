@@ -55,6 +55,9 @@ struct LintArguments
 /// Prints the table of reader options. @throws what the output throws
 void RunOptions();
 
+/// `orvane formats`
+void RunFormats();
+
 /// Arguments of `orvane import`.
 struct ImportArguments
 {

@@ -32,6 +32,7 @@ public:
         place.layer = m_request.layer;
         place.existing = m_request.existing;
         place.format = m_request.format;
+        place.creationOptions = m_request.creationOptions;
         const std::unique_ptr<Target> target = OpenTarget(place);
         m_report.out = target->GetName();
         m_report.format = target->GetFormat();

@@ -10,6 +10,7 @@
 #include <ogr_geometry.h>
 
 #include <algorithm>
+#include <array>
 #include <charconv>
 #include <cmath>
 #include <iterator>
@@ -20,25 +21,18 @@
 
 namespace Orvane::Import {
 
-namespace {
-
-int FieldNumber(std::size_t index)
-{
-    return static_cast<int>(index);
-}
-
-} // namespace
-
 FeatureFiller::FeatureFiller(OGRFeature& feature,
                              const ExportFormat& format,
                              const std::vector<FileField>& fields,
                              bool hasGeometry,
-                             bool hasHeights)
+                             bool hasHeights,
+                             int firstField)
     : m_feature(feature)
     , m_format(format)
     , m_fields(fields)
     , m_hasGeometry(hasGeometry)
     , m_hasHeights(hasHeights)
+    , m_firstField(firstField)
 {
     m_losses.notOfType.resize(fields.size());
     m_losses.cutFractions.resize(fields.size());
@@ -98,6 +92,8 @@ void FeatureFiller::SetPoint(double x, double y, bool hasZ, double z)
         geometry = m_feature.GetGeometryRef();
     }
     OGRPoint& point = *geometry->toPoint();
+    CheckDigits(x);
+    CheckDigits(y);
     point.setX(x);
     point.setY(y);
     const double height = hasZ ? z : std::numeric_limits<double>::quiet_NaN();
@@ -113,10 +109,33 @@ bool FeatureFiller::IsBinaryGeometry() const
     return m_format.driver == std::string_view("ESRI Shapefile");
 }
 
+void FeatureFiller::SetNull(std::size_t index)
+{
+    const EVariantType type = m_fields[index].type;
+    const bool isNumber = type == EVariantType::Int32 || type == EVariantType::Double ||
+                          type == EVariantType::Float || type == EVariantType::Boolean;
+    m_losses.zeroNulls += isNumber && !m_format.holdsNullNumbers ? 1U : 0U;
+    m_feature.SetFieldNull(FieldNumber(index));
+}
+
+void FeatureFiller::CheckDigits(double value)
+{
+    if (m_format.holdsAllDigits || value == 0 || !std::isfinite(value)) {
+        return;
+    }
+    constexpr int kDigits = 15;
+    std::array<char, 32> text{};
+    const auto written = std::to_chars(
+        text.data(), text.data() + text.size(), value, std::chars_format::scientific, kDigits - 1);
+    double back = 0;
+    std::from_chars(text.data(), written.ptr, back);
+    m_losses.longNumbers += back != value ? 1U : 0U;
+}
+
 void FeatureFiller::SetNulls(std::size_t from)
 {
     for (std::size_t index = from; index < m_fields.size(); ++index) {
-        m_feature.SetFieldNull(FieldNumber(index));
+        SetNull(index);
     }
 }
 
@@ -126,8 +145,9 @@ void FeatureFiller::SetValue(std::size_t index, double value)
         std::isfinite(value) || (std::isnan(value) ? m_format.holdsNaN : m_format.holdsInfinity);
     if (!isHeld) {
         ++m_losses.notFinite;
-        m_feature.SetFieldNull(FieldNumber(index));
+        SetNull(index);
     } else {
+        CheckDigits(value);
         m_feature.SetField(FieldNumber(index), value);
     }
 }
@@ -149,7 +169,7 @@ void FeatureFiller::SetText(std::size_t index, std::string& text)
             SetValue(index, *value);
         } else {
             m_losses.notOfType[index] += text.empty() ? 0U : 1U;
-            m_feature.SetFieldNull(FieldNumber(index));
+            SetNull(index);
         }
         return;
     }
@@ -176,7 +196,7 @@ void FeatureFiller::SetDate(std::size_t index, const std::string& text)
     constexpr int kMinutesOfAStep = 15;
     if (!parts || (parts->offset && *parts->offset % kMinutesOfAStep != 0)) {
         m_losses.notOfType[index] += text.empty() ? 0U : 1U;
-        m_feature.SetFieldNull(FieldNumber(index));
+        SetNull(index);
         return;
     }
     constexpr int kMilliseconds = 3;
@@ -208,7 +228,7 @@ void FeatureFiller::SetColumnValue(std::size_t index,
                                    std::size_t row)
 {
     if (column.IsNull(row)) {
-        m_feature.SetFieldNull(FieldNumber(index));
+        SetNull(index);
         return;
     }
     const EVariantType type = m_fields[index].type;
@@ -242,7 +262,7 @@ void FeatureFiller::SetTextAs(std::size_t index, EVariantType type)
 void FeatureFiller::SetVariant(std::size_t index, const Orvane::BVariant& value)
 {
     if (value.IsEmpty()) {
-        m_feature.SetFieldNull(FieldNumber(index));
+        SetNull(index);
         return;
     }
     const bool isText = value.GetType() == EVariantType::String;

@@ -24,11 +24,13 @@ class FeatureFiller
 public:
     /// @param feature has `fields`; not owned, like the other references
     /// @param hasGeometry points go into the feature; else they go nowhere
+    /// @param firstField number of the feature's field that stands for the first of `fields`
     FeatureFiller(OGRFeature& feature,
                   const ExportFormat& format,
                   const std::vector<FileField>& fields,
                   bool hasGeometry,
-                  bool hasHeights);
+                  bool hasHeights,
+                  int firstField);
 
     [[nodiscard]] const LossCounts& GetLosses() const noexcept { return m_losses; }
 
@@ -39,10 +41,18 @@ public:
     void FillObject(const Orvane::BFeature& object);
 
 private:
+    [[nodiscard]] int FieldNumber(std::size_t index) const noexcept
+    {
+        return m_firstField + static_cast<int>(index);
+    }
+
     void SetNoPoint();
     void SetPoint(double x, double y, bool hasZ, double z);
     [[nodiscard]] bool IsBinaryGeometry() const;
+    void SetNull(std::size_t index);
     void SetNulls(std::size_t from);
+    /// Counts a number that the format may cut.
+    void CheckDigits(double value);
     void SetValue(std::size_t index, std::int32_t value);
     void SetValue(std::size_t index, bool value);
     void SetValue(std::size_t index, double value);
@@ -63,6 +73,7 @@ private:
     const std::vector<FileField>& m_fields;
     bool m_hasGeometry;
     bool m_hasHeights;
+    int m_firstField;
     bool m_hasPoint = false;
     std::string m_text;
     LossCounts m_losses;

@@ -1,6 +1,7 @@
 // The table of formats.
 #include "Formats.h"
 
+#include "GdalFormats.h"
 #include "LayerWriter.h"
 #include "flatgeobuf/FlatGeobufLayer.h"
 
@@ -128,6 +129,9 @@ const ExportFormat& FindNamedFormat(const std::string& wanted)
             return format;
         }
     }
+    if (const ExportFormat* const format = FindGdalFormat(wanted, false)) {
+        return *format;
+    }
     FailureFields fields = MakeFailure("unknown-format", {}, wanted);
     std::string known;
     for (const ExportFormat& format : kFormats) {
@@ -136,8 +140,8 @@ const ExportFormat& FindNamedFormat(const std::string& wanted)
             fields.nearest.emplace_back(format.driver);
         }
     }
-    fields.what =
-        "There is no format '" + DisplayText::Escape(wanted) + "'; the formats are " + known + ".";
+    fields.what = "There is no format '" + DisplayText::Escape(wanted) + "'; the formats are " +
+                  known + ", and those of GDAL.";
     throw ImportFailure(std::move(fields));
 }
 
@@ -176,6 +180,9 @@ const ExportFormat& FindExportFormat(const std::string& path, const std::string&
             throw ImportFailure(std::move(fields));
         }
         return format;
+    }
+    if (const ExportFormat* const format = FindGdalFormat(extension, true)) {
+        return *format;
     }
     std::string known;
     FailureFields fields = MakeFailure("unknown-format", {}, path);

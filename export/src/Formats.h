@@ -24,14 +24,16 @@ struct ExportFormat
     bool namesLayer; ///< its file has the name of its layer
     bool holdsNaN;
     bool holdsInfinity;
-    bool holdsDates;            ///< days; a format that does not hold them has their texts
-    bool holdsDateTimes;        ///< days with times, to the millisecond; else their texts
-    std::size_t mostFields = 0; ///< 0: the driver tells
+    bool holdsDates;              ///< days; a format that does not hold them has their texts
+    bool holdsDateTimes;          ///< days with times, to the millisecond; else their texts
+    std::size_t mostFields = 0;   ///< 0: the driver tells
+    bool holdsAllDigits = true;   ///< of numbers and coordinates; else 15 of them
+    bool holdsNullNumbers = true; ///< else a null of a number is 0
 };
 
 /// The format of a file name's extension (case ignored, but for ".shp"), or the one that is asked
 /// for: a format's name or extension, ASCII case ignored; empty for none.
-/// @throws ImportFailure `unknown-format`, `extension-case`
+/// @throws ImportFailure `unknown-format`, `no-driver`, `extension-case`
 [[nodiscard]] const ExportFormat& FindExportFormat(const std::string& path,
                                                    const std::string& wanted);
 

@@ -2,6 +2,7 @@
 #include "CheckedFiles.h"
 #include "FeatureFiller.h"
 #include "FieldNames.h"
+#include "GdalFormats.h"
 #include "GdalScope.h"
 #include "LayerWriter.h"
 #include "Losses.h"
@@ -26,6 +27,15 @@ namespace {
 constexpr std::size_t kRowsPerTransaction = 65536;
 constexpr std::size_t kRowsPerCheck = 4096;
 
+/// Whether the driver has fields of that type, as GDAL names it; one that says nothing may.
+bool HasFieldType(const ExportFormat& format, const char* type)
+{
+    GDALDriver* const driver = GetGDALDriverManager()->GetDriverByName(format.driver);
+    const char* const types =
+        driver == nullptr ? nullptr : driver->GetMetadataItem(GDAL_DMD_CREATIONFIELDDATATYPES);
+    return types == nullptr || CPLStringList(CSLTokenizeString(types)).FindString(type) != -1;
+}
+
 std::unique_ptr<OGRFieldDefn> MakeFieldDefn(const FileField& field, const ExportFormat& format)
 {
     auto defn = std::make_unique<OGRFieldDefn>(field.name.c_str(), OFTString);
@@ -34,7 +44,8 @@ std::unique_ptr<OGRFieldDefn> MakeFieldDefn(const FileField& field, const Export
         defn->SetType(OFTInteger);
         break;
     case EVariantType::Int64:
-        defn->SetType(OFTInteger64);
+        // Rule: where the format has no whole numbers of 64 bits their texts keep all digits.
+        defn->SetType(HasFieldType(format, "Integer64") ? OFTInteger64 : OFTString);
         break;
     case EVariantType::Double:
         defn->SetType(OFTReal);
@@ -103,6 +114,9 @@ private:
     /// driver would leave the .shp file itself out.
     [[nodiscard]] bool NeedsGeometry() const { return Is("ESRI Shapefile"); }
 
+    /// Not one of the formats whose every detail is known to this library.
+    [[nodiscard]] bool IsOfAnyDriver() const { return !Is("ESRI Shapefile") && !Is("FlatGeobuf"); }
+
     /// @param reason that of the files, or of what has failed
     [[noreturn]] void Fail(const char* step, std::string reason) const
     {
@@ -121,6 +135,15 @@ private:
         }
     }
 
+    void AddOptions(EOptionList list, CPLStringList& options) const
+    {
+        for (const std::string& option :
+             SelectOptions(m_request.format.driver, list, m_request.target.creationOptions)) {
+            const std::size_t mark = option.find('=');
+            options.SetNameValue(option.substr(0, mark).c_str(), option.substr(mark + 1).c_str());
+        }
+    }
+
     [[nodiscard]] CPLStringList GetLayerOptions() const
     {
         CPLStringList options;
@@ -130,6 +153,7 @@ private:
         } else if (Is("ESRI Shapefile")) {
             options.SetNameValue("ENCODING", "UTF-8");
         }
+        AddOptions(EOptionList::Layer, options);
         return options;
     }
 
@@ -138,7 +162,12 @@ private:
         GDALDriver* driver = GetGDALDriverManager()->GetDriverByName(m_request.format.driver);
         Check(driver != nullptr, "The format's driver is missing");
         const std::string name = m_files.NameFor(m_request.file.native());
-        m_dataset.reset(driver->Create(name.c_str(), 0, 0, 0, GDT_Unknown, nullptr));
+        // The file is thrown away when it is not finished.
+        const CPLConfigOptionSetter noJournal("OGR_SQLITE_JOURNAL", "OFF", true);
+        const CPLConfigOptionSetter noWaiting("OGR_SQLITE_SYNCHRONOUS", "OFF", true);
+        CPLStringList fileOptions;
+        AddOptions(EOptionList::File, fileOptions);
+        m_dataset.reset(driver->Create(name.c_str(), 0, 0, 0, GDT_Unknown, fileOptions.List()));
         Check(m_dataset != nullptr, "Making the file");
         const OGRwkbGeometryType geometryType = !m_hasGeometry ? wkbNone
                                                 : m_hasHeights ? wkbPoint25D
@@ -149,11 +178,50 @@ private:
                                          geometryType,
                                          options.List());
         Check(m_layer != nullptr, "Making the layer");
+        RequireHeld();
         for (const FileField& field : m_fields.fields) {
             const auto defn = MakeFieldDefn(field, m_request.format);
-            Check(m_layer->CreateField(defn.get(), FALSE) == OGRERR_NONE, "Making the fields");
+            Check(m_layer->CreateField(defn.get(), IsOfAnyDriver() ? TRUE : FALSE) == OGRERR_NONE,
+                  "Making the fields");
         }
+        FollowNames();
         m_hasTransactions = m_dataset->TestCapability(ODsCTransactions) != 0;
+    }
+
+    /// Rule: what a driver cannot hold is refused before any row is written.
+    void RequireHeld() const
+    {
+        if (std::filesystem::is_directory(m_request.file)) {
+            Fail("Making the file", "The format is a folder of files; an output is a file.");
+        }
+        if (m_hasGeometry && m_layer->GetLayerDefn()->GetGeomFieldCount() == 0) {
+            Fail("Making the layer", "The format holds no points; write the table without points.");
+        }
+    }
+
+    /// Drivers may change names and types to what their format has.
+    void FollowNames()
+    {
+        OGRFeatureDefn& definition = *m_layer->GetLayerDefn();
+        const int count = static_cast<int>(m_fields.fields.size());
+        if (!IsOfAnyDriver()) {
+            return;
+        }
+        // Some have fields of their own before those that are made.
+        m_firstField = definition.GetFieldCount() - count;
+        if (m_firstField < 0) {
+            Fail("Making the fields", "The format holds no fields of these names.");
+        }
+        for (int index = 0; index < count; ++index) {
+            const char* const name = definition.GetFieldDefn(m_firstField + index)->GetNameRef();
+            std::string& wanted = m_fields.fields[static_cast<std::size_t>(index)].name;
+            if (wanted != name) {
+                m_fields.notes.push_back(
+                    {"field-name",
+                     "the column '" + wanted + "' is named '" + name + "' in the file"});
+                wanted = name;
+            }
+        }
     }
 
     void Begin()
@@ -202,7 +270,8 @@ private:
                              m_request.format,
                              m_fields.fields,
                              m_request.target.hasGeometry,
-                             m_hasHeights);
+                             m_hasHeights,
+                             m_firstField);
         Begin();
         VisitRows(
             m_request.pages,
@@ -233,6 +302,9 @@ private:
         Check(true, "Ending the file");
         if (Is("FlatGeobuf")) {
             RemoveSideFiles();
+        }
+        if (!std::filesystem::is_regular_file(m_request.file)) {
+            Fail("Ending the file", "The driver has made no file of the output's name.");
         }
         Report(m_rows);
     }
@@ -275,6 +347,11 @@ private:
         report.points = m_points;
         report.rowsLeftOut = m_leftOut;
         report.notes = m_fields.notes;
+        if (m_request.file.extension() == ".tab") {
+            report.notes.push_back({"format",
+                                    "the points of the file are on a grid of a millionth of a "
+                                    "degree or so; .mif keeps 15 digits"});
+        }
         ReportLosses(m_losses, m_fields.fields, report);
         for (const std::string& warning : m_messages.GetWarnings()) {
             report.notes.push_back({"format", "GDAL: " + warning});
@@ -293,6 +370,7 @@ private:
     bool m_hasHeights;
     bool m_leavesOutRows;
     bool m_hasTransactions = false;
+    int m_firstField = 0; ///< of the feature: that of the first attribute
     CheckedFiles m_files;
     GdalMessages m_messages; ///< before the dataset, so that closing it reports here too
     std::unique_ptr<GDALDataset, DatasetCloser> m_dataset;

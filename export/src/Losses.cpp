@@ -56,6 +56,11 @@ void ReportLosses(const LossCounts& counts,
             fields[index].name.c_str());
     }
     add("not-finite", counts.notFinite, " numbers are not finite and are null in the file", "");
+    add("digits",
+        counts.longNumbers,
+        " numbers and coordinates have more than 15 digits, and the format may keep less of them",
+        "");
+    add("null-as-zero", counts.zeroNulls, " nulls of numbers are 0 in the file", "");
     add("no-geometry",
         counts.leftOut,
         " rows without geometry are not in the file: its format cannot hold them",

@@ -20,6 +20,8 @@ struct LossCounts
     std::size_t notFinite = 0;             ///< numbers
     std::size_t withNul = 0;               ///< characters
     std::size_t withoutPlace = 0;          ///< points
+    std::size_t longNumbers = 0;           ///< numbers of more than 15 digits in a format of 15
+    std::size_t zeroNulls = 0;             ///< nulls that are 0
     std::size_t leftOut = 0;               ///< rows
 };
 

@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <fcntl.h>
+#include <initializer_list>
 #include <string_view>
 #include <sys/file.h>
 #include <sys/stat.h>
@@ -381,11 +382,17 @@ void OutputFile::Commit()
         }
     }
     std::vector<fs::path> stale = m_stale;
-    if (m_file.extension() == ".shp") {
-        for (const char* extension : {".prj", ".cpg", ".qix", ".sbn", ".sbx"}) {
-            stale.push_back(fs::path(m_file).replace_extension(extension));
+    // Files that describe the old main file, in formats of several files.
+    const auto addStale = [&](const char* main, std::initializer_list<const char*> others) {
+        for (const char* const extension : others) {
+            if (m_file.extension() == main) {
+                stale.push_back(fs::path(m_file).replace_extension(extension));
+            }
         }
-    }
+    };
+    addStale(".shp", {".prj", ".cpg", ".qix", ".sbn", ".sbx"});
+    addStale(".tab", {".ind"});
+    addStale(".gml", {".gfs"});
     Replacement replacement(m_workFolder);
     for (const fs::path& file : stale) {
         replacement.Remove(file, error);

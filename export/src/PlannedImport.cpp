@@ -520,6 +520,7 @@ private:
         request.layer = m_request.layer;
         request.existing = m_request.existing;
         request.format = m_request.format;
+        request.creationOptions = m_request.creationOptions;
         request.isCartesian =
             m_report.crs.empty() && m_plan.coordinateSystem.value == kUndefinedCartesian;
         request.hasGeometry = HasPoints();

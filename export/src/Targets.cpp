@@ -3,6 +3,7 @@
 #include "CountWritten.h"
 #include "ExistingLayers.h"
 #include "Formats.h"
+#include "GdalFormats.h"
 #include "LayerWriter.h"
 #include "OutputFile.h"
 #include "ProgressMeter.h"
@@ -54,6 +55,7 @@ public:
         , m_shape{0, request.hasGeometry, request.hasNames, {}}
         , m_file(request.out, request.input)
     {
+        RequireCreationOptions(m_format, request.creationOptions);
         RequireLayers();
         if (m_formatName == "GPKG" && NamesLayer() && m_file.IsThere()) {
             FindTables();

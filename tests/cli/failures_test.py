@@ -60,6 +60,16 @@ CASES = {
         ["import", "a.csv", "./a.csv"],
         "The output is the input; give it another name.",
         2),
+    "no-driver": (
+        {"a.csv": XY},
+        ["import", "a.csv", "o.pmtiles"],
+        "This GDAL (3.6.2) has no PMTiles driver; it needs GDAL 3.8 or later.",
+        2),
+    "creation-option": (
+        {"a.csv": XY},
+        ["import", "a.csv", "o.csv", "--co", "A=1"],
+        "The format CSV has no creation options; it is not written by GDAL.",
+        2),
     "one-layer": (
         {"a.csv": XY},
         ["import", "a.csv", "o.csv", "--append"],

@@ -10,6 +10,7 @@ import sqlite3
 import subprocess
 import sys
 import unittest
+import xml.etree.ElementTree
 
 import cli_test
 
@@ -192,6 +193,99 @@ class LayersTest(ByPlanTest):
         self.succeed("import", "second.csv", "all.gpkg", "--layer", "first", "--append")
         self.assertEqual(self.numbers("first"), [1, 2, 3, 4])
         self.assertEqual(sorted(os.listdir(self.folder)), ["all.gpkg", "first.csv", "long.csv", "second.csv"])
+
+
+class GdalFormatsTest(ByPlanTest):
+    """Formats that GDAL's drivers write."""
+
+    ROWS = ("lon,lat,n,big,v,ok,name,day\n8.5,47.25,1,12345678901,0.1,true,\"a, \u00e9\",2018-01-28\n"
+            "7.5,46.75,-2,5,1e300,false,b<&>,2019-02-28\n7.25,46.5,3,7,0.5,true,c,2020-02-29\n")
+
+    def test_a_sqlite_file_holds_every_value(self):
+        self.write("a.csv", self.ROWS)
+        report = self.report("a.csv", "o.sqlite", "--co", "SPATIALITE=NO", "--co", "OVERWRITE=YES")
+        self.assertEqual((report["ledger"]["rowsWritten"], report["ledger"]["pointsWritten"]), (3, 3))
+        with sqlite3.connect(self.path("o.sqlite")) as database:
+            self.assertEqual(list(database.execute("SELECT n, big, v, ok, name, day FROM a")),
+                             [(1, 12345678901, 0.1, 1, "a, \u00e9", "2018-01-28"),
+                              (-2, 5, 1e300, 0, "b<&>", "2019-02-28"), (3, 7, 0.5, 1, "c", "2020-02-29")])
+        self.assertEqual(sorted(os.listdir(self.folder)), ["a.csv", "o.sqlite"])
+
+    def test_text_formats_of_gdal_hold_every_row(self):
+        self.write("a.csv", self.ROWS)
+        for name in ["o.kml", "o.gml", "o.mif", "o.jml", "o.gmt"]:
+            report = self.report("a.csv", name)
+            self.assertEqual((report["ledger"]["rowsWritten"], report["ledger"]["pointsWritten"]), (3, 3), name)
+        tree = xml.etree.ElementTree.parse(self.path("o.kml"))
+        space = "{http://www.opengis.net/kml/2.2}"
+        places = list(tree.iter(space + "Placemark"))
+        self.assertEqual([place.find(f".//{space}coordinates").text for place in places],
+                         ["8.5,47.25", "7.5,46.75", "7.25,46.5"])
+        self.assertEqual([place.find(space + "name").text for place in places], ["a, \u00e9", "b<&>", "c"])
+        self.assertEqual([data.text for data in places[0].iter(space + "SimpleData")],
+                         ["1", "12345678901", "0.1", "1", "2018-01-28"])
+
+    def test_rows_without_a_point_are_places_without_one(self):
+        self.write("a.csv", self.ROWS + ",,4,8,1.5,true,d,2020-03-01\n")
+        report = self.report("a.csv", "o.kml")
+        self.assertEqual((report["ledger"]["rowsWritten"], report["ledger"]["pointsWritten"]), (4, 3))
+
+    def test_what_a_format_may_cut_is_said(self):
+        self.write("a.csv", "lon,lat,v\n8.5,47.25,0.30000000000000004\n7.5,46.75,0.5\n")
+        result = self.run_orvane("import", "a.csv", "o.kml")
+        self.assertEqual(result.status, 1)
+        self.assertIn("1 numbers and coordinates have more than 15 digits", result.err)
+        self.write("a.csv", "lon,lat,v\n8.5,47.25,\n7.5,46.75,0.5\n")
+        result = self.run_orvane("import", "a.csv", "o.mif")
+        self.assertEqual(result.status, 1)
+        self.assertIn("1 nulls of numbers are 0 in the file", result.err)
+
+    def test_what_a_format_cannot_hold_is_refused_and_the_old_file_stays(self):
+        self.write("a.csv", self.ROWS)
+        for name, words in [("o.xlsx", "The format holds no points; write the table without points."),
+                            ("o.ods", "The format holds no points"),
+                            ("o.dxf", "DXF layer does not support arbitrary field creation")]:
+            self.write(name, "old")
+            result = self.run_orvane("import", "a.csv", name)
+            self.assertEqual(result.status, 1, name)
+            self.assertIn(words, result.err)
+            self.assertEqual(self.content(name), b"old")
+        for name in ["o.xlsx", "o.ods"]:
+            report = self.report("a.csv", name, "--no-points")
+            self.assertEqual(report["ledger"]["rowsWritten"], 3)
+        result = self.run_orvane("import", "a.csv", "tiles", "--format", "MVT")
+        self.assertEqual(result.status, 1)
+        self.assertFalse(os.path.exists(self.path("tiles")))
+        self.assertEqual(sorted(os.listdir(self.folder)), ["a.csv", "o.dxf", "o.ods", "o.xlsx"])
+
+    def test_options_go_to_the_driver_and_wrong_ones_are_refused(self):
+        self.write("a.csv", self.ROWS)
+        self.succeed("import", "a.csv", "o.kml", "--co", "NameField=day")
+        self.assertIn(b"<name>2018-01-28</name>", self.content("o.kml"))
+        for arguments, words in [
+            (["o.kml", "--co", "Nam=day"], "The format KML has no creation option 'Nam'; it has "),
+            (["o.kml", "--co", "AltitudeMode=high"],
+             "The creation option 'AltitudeMode=high' of the format KML must be one of clampToGround, "),
+            (["o.csv", "--co", "A=1"], "The format CSV has no creation options; it is not written by GDAL."),
+        ]:
+            result = self.run_orvane("import", "a.csv", *arguments)
+            self.assertEqual(result.status, 2)
+            self.assertIn(words, result.err)
+
+    def test_formats_are_listed_and_missing_drivers_named(self):
+        self.write("a.csv", self.ROWS)
+        formats = self.succeed("formats").out
+        for name in ["GPKG", "FlatGeobuf", "SQLite          .sqlite", "KML             .kml"]:
+            self.assertIn(name, formats)
+        self.assertNotIn("LIBKML", formats)
+        if "not here: needs GDAL 3.8" in formats:
+            result = self.run_orvane("import", "a.csv", "o.pmtiles")
+            self.assertEqual(result.status, 2)
+            self.assertIn("has no PMTiles driver; it needs GDAL 3.8 or later.", result.err)
+        for name in ["LIBKML", "PDF", "PostgreSQL"]:
+            result = self.run_orvane("import", "a.csv", "o.x", "--format", name)
+            self.assertEqual(result.status, 2)
+            self.assertIn(f"There is no format '{name}'", result.err)
 
 
 class TrueImportTest(ByPlanTest):

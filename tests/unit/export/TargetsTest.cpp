@@ -661,7 +661,7 @@ INSTANTIATE_TEST_SUITE_P(
                       "a.csv",
                       "KLM",
                       "There is no format 'KLM'; the formats are GPKG, FlatGeobuf, GeoJSON, "
-                      "GeoJSONSeq, ESRI Shapefile, CSV."}),
+                      "GeoJSONSeq, ESRI Shapefile, CSV, and those of GDAL."}),
     TestSupport::CaseName());
 
 TEST_P(TargetFormatRefuses, ByItsWords)

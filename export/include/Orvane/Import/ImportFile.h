@@ -65,6 +65,7 @@ struct ImportRequest
     std::string layer{};                              ///< see TargetRequest
     EExistingLayer existing = EExistingLayer::Refuse; ///< see TargetRequest
     std::string format{};                             ///< see TargetRequest
+    std::vector<std::string> creationOptions{};       ///< see TargetRequest
 };
 
 /// What an import has done.

@@ -21,6 +21,20 @@ struct TargetFormat
 /// All formats, in the order in which they are listed to people.
 [[nodiscard]] ORVANE_IMPORT_EXPORT const std::vector<TargetFormat>& GetTargetFormats();
 
+/// A format that GDAL writes for this library.
+struct GdalFormat
+{
+    std::string name;      ///< of GDAL's driver
+    std::string extension; ///< that stands for it, "." included; empty: it is asked for by its name
+    std::string longName;  ///< for people
+    std::string needs;     ///< what a GDAL must be to have it; empty: the one at hand has it
+};
+
+/// The formats that this library writes by GDAL's drivers, apart from those of GetTargetFormats:
+/// those that have an extension, also when the GDAL at hand lacks them, then the others that it
+/// has. Registers all of GDAL's drivers.
+[[nodiscard]] ORVANE_IMPORT_EXPORT std::vector<GdalFormat> ListGdalFormats();
+
 /// What becomes of a layer that is there already, where a target holds several.
 enum class EExistingLayer {
     Refuse,  ///< nothing is written: `layer-exists`
@@ -58,9 +72,13 @@ struct TargetRequest
     /// one layer; CSV, GeoJSONSeq and shapefiles keep no name of it.
     std::string layer{};
     EExistingLayer existing = EExistingLayer::Refuse; ///< GeoPackages and databases only
-    /// The format instead of what the extension says: a name of GetTargetFormats, ASCII case
+    /// The format instead of what the extension says: a name of GetTargetFormats or of
+    /// ListGdalFormats, ASCII case
     /// ignored, or an extension; empty for that of `out`. Needed for standard output.
     std::string format{};
+    /// Creation options of GDAL's driver, each "KEY=VALUE", for the file or for the layer; only of
+    /// formats that GDAL writes.
+    std::vector<std::string> creationOptions{};
 };
 
 /// Whether `out` names a database.
@@ -79,7 +97,8 @@ struct TargetRequest
 ///     const WriteReport report = target->Write(layer, CountLayer(layer), {});
 ///     target->Commit();
 ///
-/// @throws ImportFailure `unknown-format`, `extension-case`, `crs-form`, `unknown-crs`,
+/// @throws ImportFailure `unknown-format`, `no-driver`, `creation-option`, `extension-case`,
+///     `crs-form`, `unknown-crs`,
 ///     `output-is-input`, `output-folder`, `output-not-a-file`, `output-in-use`, `output-write`
 ///     without geometry in a format that needs it, or of a file that is no GeoPackage and is to get
 ///     a layer; `one-layer`, `layer-exists`; of databases `database`, and `no-database-driver` in a

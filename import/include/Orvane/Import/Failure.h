@@ -61,6 +61,9 @@ struct UnderlyingTexts
 ///         unknown-crs          there is no coordinate system `value`
 ///         no-database-driver   the output is a database, and this library was built without libpq
 ///         output-is-input      both are the same file
+///         no-driver            the GDAL at hand has no driver `value`
+///         creation-option      the format has no creation option `value`, or the option not that
+///                              value; `nearest`: all of them
 ///         one-layer            files of the format hold one layer: none can be appended to or named
 ///         columns-unknown      the columns of X and Y are not certain; `columns`, `missing`; `matches`
 ///                              holds the one of the two that is known. Of a plan: `answers`
