@@ -195,6 +195,40 @@ class LayersTest(ByPlanTest):
         self.assertEqual(sorted(os.listdir(self.folder)), ["all.gpkg", "first.csv", "long.csv", "second.csv"])
 
 
+class ConformanceTest(ByPlanTest):
+    """GeoPackages, judged by the script of GDAL that holds a file against the standard."""
+
+    def complaints(self, name):
+        # The packages of the system are those of its own Python.
+        done = subprocess.run(["/usr/bin/python3", "-m", "osgeo_utils.samples.validate_gpkg", self.path(name)],
+                              capture_output=True, text=True, timeout=60)
+        return (done.stdout + done.stderr).strip().split("\n")[-1]
+
+    def test_files_with_layers_of_every_kind_conform(self):
+        self.write("a.csv", "lon,lat,n,big,v,ok,name,d,t,dt\n"
+                            "8.5,47.25,1,12345678901,0.5,true,a,2018-01-28,13:03:22,2018-01-28T13:03:22\n"
+                            "7.5,46.75,2,12345678902,,false,\"b \u00e9\",2018-01-29,13:03:23,2018-01-29T13:03:22Z\n"
+                            ",,3,12345678903,1.5,true,,,,\n")
+        self.write("heights.csv", "x;y;z\n2600000;1200000;430.5\n2600010;1200010;431.5\n")
+        self.write("bad.csv", "lon,lat,n\n" + "8.5,47.25,1\n" * 200 + "1,2,3,4,5,6\n")
+        self.succeed("import", "a.csv", "all.gpkg")
+        self.assertEqual(self.complaints("all.gpkg"), "")
+        self.succeed("import", "heights.csv", "all.gpkg", "--layer", "heights", "--x", "x", "--y", "y", "--z", "z",
+                     "--crs", "EPSG:2056")
+        self.succeed("import", "a.csv", "all.gpkg", "--layer", "table", "--no-points")
+        self.succeed("import", "bad.csv", "all.gpkg", "--layer", "bad")
+        self.succeed("import", "a.csv", "all.gpkg", "--layer", "a", "--append")
+        self.succeed("import", "bad.csv", "all.gpkg", "--layer", "bad", "--overwrite-layer")
+        self.assertEqual(self.complaints("all.gpkg"), "")
+
+    def test_a_file_that_does_not_conform_is_told(self):
+        self.write("a.csv", "lon,lat,n\n8.5,47.25,1\n7.5,46.75,2\n")
+        self.succeed("import", "a.csv", "all.gpkg")
+        with sqlite3.connect(self.path("all.gpkg")) as database:
+            database.execute("DELETE FROM gpkg_spatial_ref_sys WHERE srs_id = -1")
+        self.assertIn("There should be at least 3 records in gpkg_spatial_ref_sys", self.complaints("all.gpkg"))
+
+
 class GdalFormatsTest(ByPlanTest):
     """Formats that GDAL's drivers write."""
 
