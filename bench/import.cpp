@@ -118,9 +118,20 @@ enum class EMode {
 struct Arguments
 {
     EMode mode = EMode::Import;
+    unsigned threads = 1;
     std::vector<std::string> files;
     Orvane::BParamList options;
 };
+
+unsigned ParseThreads(std::string_view text)
+{
+    unsigned threads = 0;
+    const auto result = std::from_chars(text.data(), text.data() + text.size(), threads);
+    if (threads == 0 || result.ec != std::errc() || result.ptr != text.data() + text.size()) {
+        throw std::invalid_argument("--threads needs a number from 1 on");
+    }
+    return threads;
+}
 
 Arguments Parse(const std::vector<std::string_view>& words)
 {
@@ -131,6 +142,8 @@ Arguments Parse(const std::vector<std::string_view>& words)
             arguments.mode = EMode::Drop;
         } else if (word == "--preview") {
             arguments.mode = EMode::Preview;
+        } else if (constexpr std::string_view kThreads = "--threads="; word.starts_with(kThreads)) {
+            arguments.threads = ParseThreads(word.substr(kThreads.size()));
         } else if (equals == std::string_view::npos) {
             arguments.files.emplace_back(word);
         } else {
@@ -170,10 +183,11 @@ void PrintMemory(const Memory& before, const Memory& after, std::int64_t peak)
 
 [[gnu::noinline]] Orvane::BReaderHandle OpenReader(const Orvane::BPluginModule& module,
                                                    const Orvane::BString& path,
-                                                   const Orvane::BParamList& options)
+                                                   const Arguments& arguments)
 {
-    Orvane::BReaderHandle reader = module.CreateReader(path, options);
-    reader->Open(path, options);
+    Orvane::BReaderHandle reader = module.CreateReader(path, arguments.options);
+    reader->SetThreadCount(arguments.threads);
+    reader->Open(path, arguments.options);
     return reader;
 }
 
@@ -196,7 +210,7 @@ void Import(const Orvane::BPluginModule& module, const Arguments& arguments)
     for (const std::string& file : arguments.files) {
         const Orvane::BString path = Orvane::BString::FromUtf8(file);
         Orvane::BReaderHandle reader;
-        Measure(open, [&] { reader = OpenReader(module, path, arguments.options); });
+        Measure(open, [&] { reader = OpenReader(module, path, arguments); });
         Measure(read, [&] { ReadRows(*reader); });
         after = MeasureMemory();
         peakOfRead = PeakBytes();
@@ -217,7 +231,7 @@ void ReadAll(const Orvane::BPluginModule& module, const Arguments& arguments, co
 {
     for (const std::string& file : arguments.files) {
         const Orvane::BString path = Orvane::BString::FromUtf8(file);
-        Orvane::BReaderHandle reader = OpenReader(module, path, arguments.options);
+        Orvane::BReaderHandle reader = OpenReader(module, path, arguments);
         ReadRows(*reader);
         use(*reader->GetLayers().GetAt(0));
     }
@@ -245,7 +259,7 @@ void Preview(const Orvane::BPluginModule& module, const Arguments& arguments)
     for (const std::string& file : arguments.files) {
         const Orvane::BString path = Orvane::BString::FromUtf8(file);
         Measure(preview, [&] {
-            Orvane::BReaderHandle reader = OpenReader(module, path, arguments.options);
+            Orvane::BReaderHandle reader = OpenReader(module, path, arguments);
             const Orvane::BParamList answer = reader->GetFilePreview(Orvane::QUERY_COLUMNS);
             columns += static_cast<std::size_t>(answer.GetInteger(Orvane::NUM_COLUMNS));
             reader->Close();
@@ -277,11 +291,12 @@ int main(int argumentCount, char** argumentTexts)
 {
     if (argumentCount < 3) {
         std::cerr
-            << "usage: orvane_bench_import MODULE [--drop | --preview] FILE... "
+            << "usage: orvane_bench_import MODULE [--drop | --preview] [--threads=N] FILE... "
                "[KEY=VALUE]...\n"
                "\n"
-               "  --drop     reads all files in one measurement, each dropped after it is read\n"
-               "  --preview  opens the files and asks for their first rows, no more\n"
+               "  --drop       reads all files in one measurement, each dropped after it is read\n"
+               "  --preview    opens the files and asks for their first rows, no more\n"
+               "  --threads=N  threads that share a read; 1 without it\n"
                "\n"
                "kept_bytes is what the last file's layer keeps in memory; raw_bytes is what\n"
                "the values of all layers take by themselves.\n";

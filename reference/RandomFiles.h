@@ -34,6 +34,7 @@ struct Case
     std::uint32_t cancelLine = 0;    ///< the progress object refuses from this line on; 0: never
     std::uint32_t cachePageRows = 0; ///< the product's layers are on disk, in pages of so many
                                      ///< rows; 0: they are in memory
+    unsigned threads = 1; ///< that share the reads of the product's engine; MakeCase leaves it
 };
 
 Case MakeCase(std::uint64_t seed, std::uint64_t number);

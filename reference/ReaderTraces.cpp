@@ -298,7 +298,16 @@ public:
         , m_kept(input.kept)
         , m_blockSize(blockSize)
         , m_cachePageRows(input.cachePageRows)
-    {}
+    {
+        m_sharing.threads = input.threads;
+        m_sharing.bytesOfAThread = 1;
+        m_sharing.leastRunBytes = 1;
+        // Some files are large, and a line that spans windows is looked at once per window.
+        constexpr std::size_t kStep = 64;
+        constexpr std::size_t kMostWindows = 256;
+        const auto size = static_cast<std::size_t>(input.content.size());
+        m_sharing.windowBytes = input.threads > 1 ? (1 + size / kStep / kMostWindows) * kStep : 0;
+    }
 
     void Open(const BParamList& params)
     {
@@ -307,6 +316,7 @@ public:
         if (m_cachePageRows != 0) {
             m_file->SetDiskCache(true, CacheName(m_path), m_cachePageRows);
         }
+        m_file->SetSharing(m_sharing);
         m_file->Open();
         m_file->Read();
         ConfigureSeparator();
@@ -405,6 +415,7 @@ private:
     BParamList m_kept;
     std::size_t m_blockSize;
     std::uint32_t m_cachePageRows;
+    AsciiReader::SharingRule m_sharing; ///< shares whatever is regular
     std::unique_ptr<AsciiFile> m_file;
     std::vector<Orvane::BSharedPtr<BVectorLayer>> m_layers;
     Orvane::BProgress* m_progress = nullptr;

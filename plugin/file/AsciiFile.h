@@ -1,6 +1,7 @@
 // The engine of one opened ASCII point file.
 #pragma once
 
+#include "file/SharedRows.h"
 #include "lines/HeaderRule.h"
 #include "lines/LineSource.h"
 #include "schema/AsciiSchema.h"
@@ -28,7 +29,8 @@ namespace AsciiReader {
 /// Calling order: construct, Open, Read (gathers the sample lines), SetSeparator or SetColumnWidths
 /// or AutodetectSeparator, BuildSchema, CreateLayer, then BuildLayer any number of times;
 /// ReadPreview at any time after Open. The engine owns the file, its pending lines and its copy of
-/// the options; it shares the layer with every caller of GetLayer. Used by one thread at a time.
+/// the options; it shares the layer with every caller of GetLayer. Used by one thread at a time;
+/// the threads that share a read end with it.
 class AsciiFile
 {
 public:
@@ -88,6 +90,9 @@ public:
     /// Where the layer keeps its pages. @param pageSize rows of a page
     void SetDiskCache(bool use, const Orvane::BString& baseName, std::uint32_t pageSize);
 
+    /// How reading is shared between threads; the layer does not depend on it.
+    void SetSharing(const SharingRule& rule) noexcept { m_sharing = rule; }
+
     /// The progress object is consulted once per row; null for none.
     void SetProgress(Orvane::BProgress* progress) noexcept { m_progress = progress; }
 
@@ -126,6 +131,7 @@ private:
 
     std::vector<std::int32_t> m_columnWidths;
     Orvane::BSharedPtr<Orvane::BVectorLayer> m_layer;
+    SharingRule m_sharing;
     bool m_usesDiskCache = false;
     std::uint32_t m_diskCachePageSize = 1024;
     Orvane::BString m_diskCacheBaseName;

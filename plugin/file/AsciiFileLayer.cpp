@@ -62,7 +62,8 @@ bool AsciiFile::BuildLayer(std::int32_t limit)
                                                 m_layer->GetFeatures(),
                                                 m_progress,
                                                 limit,
-                                                m_currentLine})
+                                                m_currentLine,
+                                                m_sharing})
                                          .Run();
     if (result == LayerFill::Result::Cancelled) {
         m_layer.Reset();

@@ -6,8 +6,7 @@
 #include <Orvane/BException.h>
 
 #include <algorithm>
-#include <cstring>
-#include <limits>
+#include <new>
 #include <utility>
 
 namespace AsciiReader {
@@ -17,13 +16,9 @@ using Orvane::BString;
 
 namespace {
 
-constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
-
-/// Fewest adjacent columns of doubles that are converted together.
-constexpr std::size_t kLeastTileColumns = 64;
-
-/// Room that is reserved after the texts of a column before more are copied.
-constexpr std::size_t kTextRoom = 256;
+/// Text of a run, beyond which it is not shared: memory would be held for it in each place of the
+/// ring.
+constexpr std::size_t kMostRunBytes = std::size_t{1} << 20;
 
 /// Length in UTF-16 units of a text of a layer.
 std::size_t CountStoredUnits(const Orvane::BTextArray& texts, std::size_t index)
@@ -41,32 +36,41 @@ std::size_t CountStoredUnits(const Orvane::BTextArray& texts, std::size_t index)
 
 } // namespace
 
-/// A field for conversion to a number, a word or a coordinate. Outer quotes only: numbers, words
-/// and coordinates end at the first inner quote anyway.
-std::string_view LayerFill::FieldAt(const Kernels::FieldRun& run, std::size_t row) const
+/// The reading of the block after the one in use.
+class LayerFill::NextBlock : public Task
 {
-    const std::string_view part = PartAt(run, row);
-    return run.hasQuotes ? DropOuterQuotes(part, m_rows.GetBlock().unit) : part;
-}
+public:
+    explicit NextBlock(LineSource& lines)
+        : m_lines(lines)
+    {}
+
+protected:
+    void Perform() override
+    {
+        try {
+            m_lines.ReadAhead();
+        } catch (const std::bad_alloc&) {
+            // The block is read when it is needed, and fails then if it must.
+        }
+    }
+
+private:
+    LineSource& m_lines;
+};
 
 LayerFill::LayerFill(const LayerFillContext& context)
     : m_context(context)
     , m_layer(context.features, context.plan.MakeColumns())
-    , m_kernels(Kernels::Best())
     , m_rows(context.lines)
+    , m_converter(context.plan)
 {
-    if (context.headerRule.IsActive()) {
-        return;
-    }
-    m_fields = context.plan.GetRegularRow();
-    m_rows.SetRows(context.separator, m_fields.size());
-    m_widths.resize(m_fields.size());
-    m_decimals.resize(m_fields.size());
-    for (const RegularField& field : m_fields) {
-        m_hasZ = m_hasZ || field.kind == RegularField::Kind::Z;
-        m_hasPoint = m_hasPoint || field.kind <= RegularField::Kind::Z;
+    if (!context.headerRule.IsActive()) {
+        m_rows.SetRows(
+            context.separator, context.plan.GetRegularRow().size(), context.sharing.windowBytes);
     }
 }
+
+LayerFill::~LayerFill() = default;
 
 LayerFill::Result LayerFill::Run()
 {
@@ -175,16 +179,34 @@ LayerFill::Step LayerFill::AppendBlock()
         Step step = Step::Continue;
         switch (m_rows.FindNext()) {
         case BlockRows::Found::Rows:
-            if (std::exchange(isFirst, false) && m_context.limit < 1) {
-                m_layer.ReserveRows(m_rows.EstimateRows(), m_hasZ);
+            if (std::exchange(isFirst, false)) {
+                if (m_context.limit < 1) {
+                    m_layer.ReserveRows(m_rows.EstimateRows(), m_converter.HasZ());
+                }
+                BeginSharing();
             }
-            step = ConvertRegularRows();
+            if (IsShared()) {
+                step = ShareRows();
+                break;
+            }
+            step = AppendAllShared();
+            if (step == Step::Continue) {
+                step = ConvertRegularRows();
+            }
             break;
         case BlockRows::Found::Line:
-            step = AppendBlockLine();
+            step = AppendAllShared();
+            if (step == Step::Continue) {
+                step = AppendBlockLine();
+            }
             break;
         case BlockRows::Found::End:
-            return Step::Continue;
+            step = AppendAllShared();
+            if (m_nextBlock != nullptr) {
+                m_shared->Finish(*m_nextBlock);
+                m_nextBlock.reset();
+            }
+            return step;
         }
         if (step != Step::Continue) {
             return step;
@@ -209,9 +231,12 @@ LayerFill::Step LayerFill::ConvertRegularRows()
             }
             wanted = std::min<std::size_t>(wanted, limit - m_featuresAdded);
         }
-        const Orvane::BFeatureAppender::Rows target = m_layer.BeginRows(wanted, m_hasZ);
-        ConvertColumns(target.count, target);
-        const Step step = CommitRows(target);
+        const Orvane::BFeatureAppender::Rows target = m_layer.BeginRows(wanted, m_converter.HasZ());
+        m_converter.Convert(m_rows.GetRun(), target);
+        const Step step =
+            CommitRows(target, m_converter, m_converter.GetKinds(), true, [this](std::size_t rows) {
+                m_rows.Pass(rows);
+            });
         if (step != Step::Continue) {
             return step;
         }
@@ -220,23 +245,30 @@ LayerFill::Step LayerFill::ConvertRegularRows()
 }
 
 /// Makes converted rows visible: one by one under a progress object, else all at once.
-LayerFill::Step LayerFill::CommitRows(const Orvane::BFeatureAppender::Rows& target)
+/// @param isWholeRun whether they are all that the converter has converted last
+/// @param pass has the line source skip that many rows
+template <typename Pass>
+LayerFill::Step LayerFill::CommitRows(const Orvane::BFeatureAppender::Rows& target,
+                                      const ColumnConverter& converter,
+                                      const std::uint8_t* kinds,
+                                      bool isWholeRun,
+                                      const Pass& pass)
 {
     if (m_context.progress == nullptr) {
-        RaiseWidths(target.count, target);
+        RaiseWidths(target, converter, target.count, isWholeRun);
     }
     const std::size_t atOnce = m_context.progress == nullptr ? target.count : 1;
     for (std::size_t row = 0; row < target.count; row += atOnce) {
         const bool isLast = row + atOnce == target.count;
         if (isLast && m_context.progress != nullptr) {
-            RaiseWidths(target.count, target);
+            RaiseWidths(target, converter, target.count, isWholeRun);
         }
-        m_layer.EndRows(atOnce, m_kinds.data() + row, m_lineNumber);
-        m_rows.Pass(atOnce);
+        m_layer.EndRows(atOnce, kinds + row, m_lineNumber);
+        pass(atOnce);
         m_featuresAdded += static_cast<std::uint32_t>(atOnce);
         if (m_context.progress != nullptr && ReportProgress() == Step::Cancelled) {
             if (!isLast) {
-                RaiseWidths(row + 1, target);
+                RaiseWidths(target, converter, row + 1, isWholeRun);
                 m_layer.AbandonRow();
             }
             return Step::Cancelled;
@@ -247,207 +279,18 @@ LayerFill::Step LayerFill::CommitRows(const Orvane::BFeatureAppender::Rows& targ
     return Step::Continue;
 }
 
-Kernels::FieldRun LayerFill::MakeRun(std::size_t fieldIndex, std::size_t rows)
-{
-    Kernels::FieldRun run = m_rows.MakeRun(fieldIndex, rows);
-    // Rule: an empty attribute is 0; an empty coordinate is none.
-    run.emptyIsZero = m_fields[fieldIndex].kind > RegularField::Kind::Z;
-    run.decimals = &m_decimals[fieldIndex];
-    return run;
-}
-
-void LayerFill::ConvertColumns(std::size_t rows, const Orvane::BFeatureAppender::Rows& target)
-{
-    using Orvane::EPointKind;
-    EPointKind kind = EPointKind::None;
-    if (m_hasPoint) {
-        kind = m_hasZ ? EPointKind::XYZ : EPointKind::XY;
-    } else {
-        std::fill_n(target.x, rows, kNaN);
-        std::fill_n(target.y, rows, kNaN);
-    }
-    m_kinds.assign(rows, static_cast<std::uint8_t>(kind));
-    m_fallbacks.resize(rows);
-    for (std::size_t field = 0; field < m_fields.size(); ++field) {
-        const Kernels::FieldRun run = MakeRun(field, rows);
-        if (const std::size_t tile = CountTileColumns(field); tile > 0) {
-            ConvertTile(run, field, tile, target);
-            field += tile - 1;
-            continue;
-        }
-        const std::size_t columnIndex = m_fields[field].columnIndex;
-        Orvane::BColumnData* const column = target.columns + columnIndex;
-        const std::size_t first = target.firstRow;
-        switch (m_fields[field].kind) {
-        case RegularField::Kind::X:
-            ConvertCoordinate(run, RegularField::Kind::X, target.x);
-            break;
-        case RegularField::Kind::Y:
-            ConvertCoordinate(run, RegularField::Kind::Y, target.y);
-            break;
-        case RegularField::Kind::Z:
-            ConvertCoordinate(run, RegularField::Kind::Z, target.z);
-            break;
-        case RegularField::Kind::Int32: {
-            std::int32_t* const out = column->int32s.Data() + first;
-            const std::size_t fallbacks = m_kernels.toInt32s(run, out, m_fallbacks.data());
-            for (std::size_t at = 0; at < fallbacks; ++at) {
-                out[m_fallbacks[at]] = ValueRules::ToInt32(FieldAt(run, m_fallbacks[at]));
-            }
-            break;
-        }
-        case RegularField::Kind::Double:
-            ConvertDoubles(run, column->doubles.Data() + first);
-            break;
-        case RegularField::Kind::Float: {
-            m_doubles.resize(rows);
-            ConvertDoubles(run, m_doubles.data());
-            float* const out = column->floats.Data() + first;
-            std::transform(m_doubles.begin(), m_doubles.end(), out, [](double value) {
-                return static_cast<float>(value);
-            });
-            break;
-        }
-        case RegularField::Kind::Boolean:
-            Kernels::ToBooleans(run, column->booleans.Data() + first);
-            break;
-        case RegularField::Kind::Text:
-            ConvertTexts(run, columnIndex, column->texts);
-            break;
-        }
-    }
-    // Rule: one coordinate that fails removes the whole point.
-    for (std::size_t row = 0; m_hasPoint && row < rows; ++row) {
-        if (m_kinds[row] == static_cast<std::uint8_t>(EPointKind::None)) {
-            target.x[row] = kNaN;
-            target.y[row] = kNaN;
-            if (m_hasZ) {
-                target.z[row] = kNaN;
-            }
-        }
-    }
-}
-
-void LayerFill::ConvertCoordinate(const Kernels::FieldRun& run,
-                                  RegularField::Kind kind,
-                                  double* out)
-{
-    const std::size_t fallbacks = m_kernels.toDoubles(run, out, m_fallbacks.data());
-    for (std::size_t at = 0; at < fallbacks; ++at) {
-        const std::size_t row = m_fallbacks[at];
-        if (!ValueRules::ToCoordinate(FieldAt(run, row), out[row])) {
-            m_kinds[row] = static_cast<std::uint8_t>(Orvane::EPointKind::None);
-        }
-    }
-    const double multiplier = m_context.plan.GetMultiplier(kind);
-    if (multiplier != 1.0) {
-        for (std::size_t row = 0; row < run.rows; ++row) {
-            out[row] *= multiplier;
-        }
-    }
-}
-
-void LayerFill::ConvertDoubles(const Kernels::FieldRun& run, double* out)
-{
-    const std::size_t fallbacks = m_kernels.toDoubles(run, out, m_fallbacks.data());
-    for (std::size_t at = 0; at < fallbacks; ++at) {
-        out[m_fallbacks[at]] = ValueRules::ToDouble(FieldAt(run, m_fallbacks[at]));
-    }
-}
-
-/// Number of adjacent columns of doubles from `field` on that are converted together; 0 for too
-/// few.
-std::size_t LayerFill::CountTileColumns(std::size_t field) const
-{
-    // The last field may end with a "\r" that must be trimmed.
-    const std::size_t end = m_fields.size() - 1;
-    std::size_t next = field;
-    while (next < end && m_fields[next].kind == RegularField::Kind::Double) {
-        ++next;
-    }
-    return next - field < kLeastTileColumns ? 0 : next - field;
-}
-
-void LayerFill::ConvertTile(const Kernels::FieldRun& run,
-                            std::size_t field,
-                            std::size_t count,
-                            const Orvane::BFeatureAppender::Rows& target)
-{
-    m_tile.resize(count);
-    m_fallbackFields.resize(count * (run.rows + 3));
-    for (std::size_t at = 0; at < count; ++at) {
-        Orvane::BColumnData& column = target.columns[m_fields[field + at].columnIndex];
-        m_tile[at].out = column.doubles.Data() + target.firstRow;
-        m_tile[at].decimals = m_decimals[field + at];
-    }
-    const std::size_t fallbacks =
-        m_kernels.toDoublesOfColumns(run, m_tile.data(), count, m_fallbackFields.data());
-    for (std::size_t at = 0; at < fallbacks; ++at) {
-        const Kernels::FallbackField& fallback = m_fallbackFields[at];
-        Kernels::FieldRun column = run;
-        column.ends += fallback.column;
-        m_tile[fallback.column].out[fallback.row] =
-            ValueRules::ToDouble(FieldAt(column, fallback.row));
-    }
-    for (std::size_t at = 0; at < count; ++at) {
-        m_decimals[field + at] = m_tile[at].decimals;
-    }
-}
-
-void LayerFill::ConvertTexts(const Kernels::FieldRun& run,
-                             std::size_t columnIndex,
-                             Orvane::BTextArray& texts)
-{
-    const std::size_t first = texts.GetCount();
-    std::size_t longest = m_context.plan.GetWidth(columnIndex);
-    std::size_t row = 0;
-    while (row < run.rows) {
-        if (texts.encoding != Orvane::ETextEncoding::Utf16) {
-            texts.bytes.ReserveMore(kTextRoom);
-            Kernels::TextTarget target{texts.bytes.Data(),
-                                       texts.bytes.GetSize(),
-                                       texts.bytes.GetCapacity(),
-                                       texts.ends.Data() + first,
-                                       longest,
-                                       texts.encoding == ToEncoding(m_rows.GetBlock().unit)};
-            row = m_kernels.appendTexts(run, row, target);
-            texts.bytes.Resize(target.size);
-            texts.ends.Resize(first + row);
-        }
-        if (row < run.rows) {
-            longest = std::max(longest, AppendTextByRules(PartAt(run, row), texts));
-            ++row;
-        }
-    }
-    m_widths[columnIndex] = longest;
-}
-
-/// The slow path: appends a text by all the rules. @return its length in UTF-16 units
-std::size_t LayerFill::AppendTextByRules(std::string_view part, Orvane::BTextArray& texts)
-{
-    std::string_view field = part;
-    const bool mayHaveQuotes = m_rows.GetBlock().hasQuotes && !field.empty() &&
-                               std::memchr(field.data(), '"', field.size()) != nullptr;
-    if (mayHaveQuotes && !Unquote(part, m_rows.GetBlock().unit, m_scratch, field)) {
-        // Half of a character is a text in UTF-16 only.
-        Widen(TextView(part, m_rows.GetBlock().unit), m_widePart);
-        const std::u16string_view wide = Unquote(m_widePart, m_wideScratch);
-        Orvane::AppendText(texts, AsBytes(wide), Orvane::ETextEncoding::Utf16);
-        return wide.size();
-    }
-    Orvane::AppendText(texts, field, ToEncoding(m_rows.GetBlock().unit));
-    return CountUtf16Units(field, m_rows.GetBlock().unit);
-}
-
 /// Raises the widths of the schema's columns by the texts of rows that were ended.
-void LayerFill::RaiseWidths(std::size_t endedRows, const Orvane::BFeatureAppender::Rows& target)
+void LayerFill::RaiseWidths(const Orvane::BFeatureAppender::Rows& target,
+                            const ColumnConverter& converter,
+                            std::size_t endedRows,
+                            bool isWholeRun)
 {
-    for (const RegularField& field : m_fields) {
+    for (const RegularField& field : m_context.plan.GetRegularRow()) {
         if (field.kind != RegularField::Kind::Text) {
             continue;
         }
-        std::size_t width = m_widths[field.columnIndex];
-        if (endedRows < target.count) {
+        std::size_t width = converter.GetWidth(field.columnIndex);
+        if (endedRows < target.count || !isWholeRun) {
             // Rule: rows after the one at which the read was cancelled do not count.
             width = 0;
             const Orvane::BTextArray& texts = target.columns[field.columnIndex].texts;
@@ -457,6 +300,95 @@ void LayerFill::RaiseWidths(std::size_t endedRows, const Orvane::BFeatureAppende
         }
         m_context.plan.RaiseWidth(field.columnIndex, width);
     }
+}
+
+/// Has the next block read, and makes threads where the rest of this block and the file are worth
+/// them.
+void LayerFill::BeginSharing()
+{
+    const SharingRule& rule = m_context.sharing;
+    if (rule.threads < 2) {
+        return;
+    }
+    if (m_shared == nullptr) {
+        const LineBlock& block = m_rows.GetBlock();
+        const std::size_t bytes = block.end - block.begin + m_context.lines.GetUnreadBytes();
+        const std::size_t helpers = std::min<std::size_t>(
+            rule.threads - 1, bytes / std::max<std::size_t>(rule.bytesOfAThread, 1));
+        if (helpers == 0) {
+            return;
+        }
+        m_shared = std::make_unique<SharedRows>(m_context.plan, helpers);
+        if (m_shared->GetHelperCount() == 0) {
+            m_shared.reset();
+            m_context.sharing.threads = 1;
+            return;
+        }
+    }
+    // Rows up to a limit may end in this block.
+    if (m_context.limit < 1) {
+        m_nextBlock = std::make_unique<NextBlock>(m_context.lines);
+        m_shared->Start(*m_nextBlock);
+    }
+}
+
+/// Whether other threads may convert the rows that stand next.
+bool LayerFill::IsShared() const
+{
+    if (m_shared == nullptr || !m_rows.IsWholeWindow()) {
+        return false;
+    }
+    const RowRun run = m_rows.GetRun();
+    const std::size_t bytes = run.GetEnd(run.rows) - run.GetBegin();
+    const std::size_t added = m_featuresAdded + m_shared->GetRowCount();
+    const bool isInLimit =
+        m_context.limit < 1 || added + run.rows <= static_cast<std::uint32_t>(m_context.limit);
+    return isInLimit && bytes >= m_context.sharing.leastRunBytes && bytes <= kMostRunBytes;
+}
+
+LayerFill::Step LayerFill::ShareRows()
+{
+    while (m_shared->IsFull() || m_shared->IsFirstDone()) {
+        const Step step = AppendFirstShared();
+        if (step != Step::Continue) {
+            return step;
+        }
+    }
+    m_shared->Accept(m_rows);
+    return Step::Continue;
+}
+
+LayerFill::Step LayerFill::AppendAllShared()
+{
+    Step step = Step::Continue;
+    while (step == Step::Continue && m_shared != nullptr && !m_shared->IsEmpty()) {
+        step = AppendFirstShared();
+    }
+    return step;
+}
+
+/// Appends the oldest rows that are shared, once they are converted.
+LayerFill::Step LayerFill::AppendFirstShared()
+{
+    const ConvertedRows& rows = m_shared->Finish();
+    const RowRun& run = rows.GetRun();
+    std::size_t done = 0;
+    Step step = Step::Continue;
+    while (step == Step::Continue && done < run.rows) {
+        const Orvane::BFeatureAppender::Rows target =
+            m_layer.BeginRows(run.rows - done, m_converter.HasZ());
+        rows.CopyTo(target, done);
+        step = CommitRows(target,
+                          rows.GetConverter(),
+                          rows.GetConverter().GetKinds() + done,
+                          target.count == run.rows,
+                          [this, &run, &done](std::size_t passed) {
+                              done += passed;
+                              m_context.lines.SkipTo(run.GetEnd(done));
+                          });
+    }
+    m_shared->DropFirst();
+    return step;
 }
 
 } // namespace AsciiReader

@@ -1,7 +1,8 @@
 // The row loop: appends the rows of the pending lines to a layer.
 #pragma once
 
-#include "kernels/Kernels.h"
+#include "file/ColumnConverter.h"
+#include "file/SharedRows.h"
 #include "layer/RowPlan.h"
 #include "lines/BlockRows.h"
 #include "lines/HeaderRule.h"
@@ -14,8 +15,7 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <string>
-#include <string_view>
+#include <memory>
 #include <vector>
 
 namespace AsciiReader {
@@ -31,6 +31,7 @@ struct LayerFillContext
     Orvane::BProgress* progress; ///< null for none
     std::int32_t limit;          ///< most rows; 0 or less: no limit
     std::uint32_t& currentLine;  ///< line number of the last row, kept up to date
+    SharingRule sharing;
 };
 
 /// Fills a layer. Two paths:
@@ -42,12 +43,23 @@ struct LayerFillContext
 ///
 /// Both give the same layer, the same calls of the progress object and the same failures. The rules
 /// that stand in both are listed in plugin/lines/README.md.
+///
+/// Several threads share the fast path where a block's rows are worth it. This thread finds the
+/// runs of regular rows; the threads convert them to columns of their own, and one of them reads
+/// the next block meanwhile; this thread appends the columns to the layer, run by run in the order
+/// of the file, and calls the progress object. Before a line goes the slow path, and at the end of
+/// a block, everything that was found before is appended. So nothing that a host sees depends on
+/// the number of threads. They start with the first block that is worth it and end with the loop.
 class LayerFill
 {
 public:
     enum class Result { EndOfData, LimitReached, Cancelled };
 
     explicit LayerFill(const LayerFillContext& context);
+    /// Ends the threads.
+    ~LayerFill();
+    LayerFill(const LayerFill&) = delete;
+    LayerFill& operator=(const LayerFill&) = delete;
 
     /// @throws BException("Failed to parse feature # %d.", "AsciiFile::BuildLayer", <the line>) for
     ///     a row that cannot be converted; what LineSource::Next throws. Rows before it stay.
@@ -64,21 +76,23 @@ private:
     Step AppendBlock();
     Step ConvertRegularRows();
     Step AppendBlockLine();
-    Step CommitRows(const Orvane::BFeatureAppender::Rows& target);
-    void RaiseWidths(std::size_t endedRows, const Orvane::BFeatureAppender::Rows& target);
-    [[nodiscard]] std::string_view FieldAt(const Kernels::FieldRun& run, std::size_t row) const;
-    void ConvertColumns(std::size_t rows, const Orvane::BFeatureAppender::Rows& target);
-    [[nodiscard]] Kernels::FieldRun MakeRun(std::size_t fieldIndex, std::size_t rows);
-    void ConvertCoordinate(const Kernels::FieldRun& run, RegularField::Kind kind, double* out);
-    [[nodiscard]] std::size_t CountTileColumns(std::size_t field) const;
-    void ConvertTile(const Kernels::FieldRun& run,
-                     std::size_t field,
-                     std::size_t count,
-                     const Orvane::BFeatureAppender::Rows& target);
-    void ConvertDoubles(const Kernels::FieldRun& run, double* out);
-    void
-    ConvertTexts(const Kernels::FieldRun& run, std::size_t columnIndex, Orvane::BTextArray& texts);
-    std::size_t AppendTextByRules(std::string_view part, Orvane::BTextArray& texts);
+    template <typename Pass>
+    Step CommitRows(const Orvane::BFeatureAppender::Rows& target,
+                    const ColumnConverter& converter,
+                    const std::uint8_t* kinds,
+                    bool isWholeRun,
+                    const Pass& pass);
+    void RaiseWidths(const Orvane::BFeatureAppender::Rows& target,
+                     const ColumnConverter& converter,
+                     std::size_t endedRows,
+                     bool isWholeRun);
+
+    // The same with other threads.
+    void BeginSharing();
+    [[nodiscard]] bool IsShared() const;
+    Step ShareRows();
+    Step AppendFirstShared();
+    Step AppendAllShared();
 
     LayerFillContext m_context;
     Orvane::BFeatureAppender m_layer;
@@ -87,21 +101,13 @@ private:
     std::uint32_t m_lineNumber = 1;
     std::uint32_t m_featuresAdded = 0;
 
-    const Kernels::Set& m_kernels;
-    BlockRows m_rows;                   ///< not active: all rows go the slow path
-    std::vector<RegularField> m_fields; ///< of a regular row
-    bool m_hasZ = false;
-    bool m_hasPoint = false;
-    std::vector<std::uint32_t> m_fallbacks;
-    std::vector<Kernels::DoubleColumn> m_tile;
-    std::vector<Kernels::FallbackField> m_fallbackFields;
-    std::vector<std::uint8_t> m_kinds;
-    std::vector<double> m_doubles;
-    std::vector<std::uint32_t> m_decimals; ///< of each field's last numbers
-    std::vector<std::size_t> m_widths;     ///< longest text of each column, the last rows included
-    std::string m_scratch;
-    std::u16string m_widePart;
-    std::u16string m_wideScratch;
+    BlockRows m_rows; ///< not active: all rows go the slow path
+    ColumnConverter m_converter;
+
+    // Last: threads may use all of the above.
+    class NextBlock;
+    std::unique_ptr<NextBlock> m_nextBlock;
+    std::unique_ptr<SharedRows> m_shared; ///< null: this thread does it all
 };
 
 } // namespace AsciiReader

@@ -28,7 +28,11 @@ public:
     BlockReader(std::size_t blockSize, std::size_t maxLineSize) noexcept;
 
     /// Null for none. Reading continues where the device stands.
-    void SetDevice(QFile* device) noexcept { m_device = device; }
+    void SetDevice(QFile* device) noexcept
+    {
+        m_device = device;
+        m_ahead.isReady = false;
+    }
 
     [[nodiscard]] bool HasDevice() const noexcept { return m_device != nullptr; }
 
@@ -54,13 +58,35 @@ public:
     ///     used; the next block meets it again.
     std::size_t Read(BlockText& block);
 
+    /// Reads what the next Read will read, into memory of its own, so that Read finds it ready. A
+    /// failure is left for Read to meet. While this works on another thread, nothing else of this
+    /// object may be used, and of the block only the text before its carry may be changed.
+    /// @param block as it will be given to Read, of bytes
+    void ReadAhead(const BlockText& block);
+
+    /// Frees what was read ahead; only to be called at the end of the file.
+    void ReleaseAhead() noexcept { m_ahead = Ahead(); }
+
 private:
-    void RequireShortCarry(const BlockText& block) const;
+    /// Bytes that were read ahead: a carry, then those after it.
+    struct Ahead
+    {
+        bool isReady = false;
+        Orvane::BPageArray<char> bytes;
+        Kernels::Survey survey;
+        std::size_t readBytes = 0;
+    };
+
+    [[nodiscard]] bool IsTooLong(const BlockText& block) const noexcept;
+    /// Appends the next bytes to `bytes`, with padding after them. @return how many; -1 for a
+    /// failure before the first one
+    std::ptrdiff_t Append(Orvane::BPageArray<char>& bytes, Kernels::Survey* survey);
     [[noreturn]] void ThrowReadFailure() const;
 
     std::size_t m_blockSize;
     std::size_t m_maxLineSize;
     QFile* m_device = nullptr;
+    Ahead m_ahead;
 };
 
 } // namespace AsciiReader

@@ -25,12 +25,16 @@ BlockRows::BlockRows(LineSource& lines)
     , m_kernels(Kernels::Best())
 {}
 
-void BlockRows::SetRows(const Separator& separator, std::size_t fieldCount)
+void BlockRows::SetRows(const Separator& separator, std::size_t fieldCount, std::size_t windowBytes)
 {
     m_structure.separator = separator.GetSingleByte();
     constexpr std::string_view kNotIndexed("\0\"\r\n-", 5);
     const bool isIndexable = kNotIndexed.find(m_structure.separator) == std::string_view::npos;
     m_fieldCount = isIndexable ? fieldCount : 0;
+    m_windowBytes =
+        windowBytes > 0
+            ? windowBytes
+            : std::clamp(m_fieldCount * kWindowBytesOfAField, kLeastWindowBytes, kMostWindowBytes);
 }
 
 bool BlockRows::Begin()
@@ -80,15 +84,29 @@ std::size_t BlockRows::EstimateRows() const
     return static_cast<std::size_t>(bytes * rowsOfAByte * 1.005) + 1;
 }
 
-Kernels::FieldRun BlockRows::MakeRun(std::size_t fieldIndex, std::size_t rows) const
+RowRun BlockRows::GetRun() const noexcept
 {
-    Kernels::FieldRun run{};
-    run.text = m_block.text;
-    run.ends = m_positions.Data() + m_nextPosition + 1 + fieldIndex;
-    run.stride = m_fieldCount;
-    run.trim = m_structure.isCrLf && fieldIndex + 1 == m_fieldCount ? 1 : 0;
-    run.rows = rows;
-    run.hasQuotes = m_structure.hasQuotes;
+    return {m_block.text,
+            m_positions.Data() + m_nextPosition,
+            m_fieldCount,
+            m_rowCount,
+            m_structure.isCrLf,
+            m_structure.hasQuotes,
+            m_block.unit};
+}
+
+RowRun BlockRows::HandOver(Orvane::BPageArray<std::uint32_t>& positions)
+{
+    const RowRun run = GetRun();
+    const std::size_t end = m_nextPosition + m_rowCount * m_fieldCount;
+    const std::size_t left = m_positionCount - end;
+    positions.Resize(0);
+    positions.Append(m_positions.Data() + end, left + 1);
+    m_positions.Swap(positions);
+    m_positionCount = left;
+    m_nextPosition = 0;
+    m_indexState.lineEnds -= m_rowCount;
+    m_rowCount = 0;
     return run;
 }
 
@@ -135,9 +153,7 @@ bool BlockRows::IndexMore()
                  m_positions.Data() + m_nextPosition,
                  (left + 1) * sizeof(std::uint32_t));
     m_nextPosition = 0;
-    const std::size_t window =
-        std::clamp(m_fieldCount * kWindowBytesOfAField, kLeastWindowBytes, kMostWindowBytes);
-    const std::size_t to = std::min(m_indexedTo + window, m_block.end);
+    const std::size_t to = std::min(m_indexedTo + m_windowBytes, m_block.end);
     m_positions.Reserve(1 + left + (to - m_indexedTo) + Kernels::kPadding);
     m_positionCount = left + m_kernels.index(m_block.text,
                                              m_indexedTo,

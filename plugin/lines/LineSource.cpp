@@ -48,6 +48,7 @@ void LineSource::Release()
     if (!HasPending()) {
         m_holdsFirstBlock = false;
         m_block.Release();
+        m_reader.ReleaseAhead();
     }
 }
 
@@ -76,6 +77,14 @@ bool LineSource::GetBlock(LineBlock& block) const noexcept
 void LineSource::SkipTo(std::size_t position) noexcept
 {
     m_entries.lineBegin = std::min(position, m_entries.linesEnd);
+}
+
+void LineSource::ReadAhead()
+{
+    const bool isBytes = m_block.unit != ETextUnit::Utf16;
+    if (isBytes && !m_isFinished && !m_isRewound && m_reader.HasDevice()) {
+        m_reader.ReadAhead(m_block);
+    }
 }
 
 bool LineSource::AtEnd() const

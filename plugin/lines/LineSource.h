@@ -106,6 +106,12 @@ public:
     /// True when the device is at its end and nothing is pending.
     [[nodiscard]] bool AtEnd() const;
 
+    /// Reads the bytes of the next block while the lines of this one are in use: on another thread,
+    /// which alone may use this object meanwhile, but for HasPending, GetBlock and SkipTo. Changes
+    /// nothing but the time that the next block costs.
+    /// @throws std::bad_alloc; the next block is read when it is needed then.
+    void ReadAhead();
+
     /// Bytes of the file after the last block; 0 where the device does not know.
     [[nodiscard]] std::uint64_t GetUnreadBytes() const { return m_reader.GetUnreadBytes(); }
 

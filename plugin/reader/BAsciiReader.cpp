@@ -91,6 +91,9 @@ void BAsciiReader::DoRead()
     if (GetProgress() != nullptr) {
         m_file->SetProgress(GetProgress());
     }
+    SharingRule sharing;
+    sharing.threads = GetThreadCount();
+    m_file->SetSharing(sharing);
     const std::int32_t limit = GetParams().HasProperty(Orvane::MAX_RECORDS)
                                    ? GetParams().GetInteger(Orvane::MAX_RECORDS, 0)
                                    : 0;

@@ -92,7 +92,7 @@ private:
         m_fallbacks.resize(rows);
         for (std::size_t column = 0; column < m_fieldOfColumn.size(); ++column) {
             BAttributeDef& def = m_schema.GetAt(column);
-            Kernels::FieldRun run = m_rows.MakeRun(m_fieldOfColumn[column], rows);
+            Kernels::FieldRun run = m_rows.GetRun().MakeFields(m_fieldOfColumn[column], rows);
             std::size_t row = 0;
             // Values that are all kept as text change nothing once there is a text.
             while (row < rows && (def.GetType() == EVariantType::None ||

@@ -179,4 +179,42 @@ void AppendText(BTextArray& texts, std::string_view bytes, ETextEncoding encodin
     AppendConverted(texts, bytes, encoding);
 }
 
+void AppendTexts(BTextArray& texts, const BTextArray& from, std::size_t first, std::size_t count)
+{
+    if (count == 0) {
+        return;
+    }
+    const std::size_t begin = first == 0 ? 0 : from.ends[first - 1];
+    const std::string_view bytes(from.bytes.Data() + begin, from.ends[first + count - 1] - begin);
+    const std::size_t oldSize = texts.bytes.GetSize();
+    const bool isSame = from.encoding == texts.encoding;
+    const bool isUtf16 =
+        from.encoding == ETextEncoding::Utf16 || texts.encoding == ETextEncoding::Utf16;
+    const bool isAscii =
+        !isSame && !isUtf16 && (from.encoding == ETextEncoding::Ascii || IsAscii(bytes));
+    const bool isFirst = !isSame && !isUtf16 && texts.encoding == ETextEncoding::Ascii;
+    if (!(isSame || isAscii || isFirst) || bytes.size() > kMaxTextBytes - oldSize) {
+        for (std::size_t index = first; index < first + count; ++index) {
+            AppendText(texts, from.GetBytes(index), from.encoding);
+        }
+        return;
+    }
+    texts.bytes.ReserveMore(bytes.size());
+    texts.ends.ReserveMore(count);
+    if (isFirst && !isAscii) {
+        texts.encoding = from.encoding;
+    }
+    if (!bytes.empty()) {
+        texts.bytes.AppendReserved(bytes.data(), bytes.size());
+    }
+    const std::size_t oldCount = texts.ends.GetSize();
+    texts.ends.Resize(oldCount + count);
+    // Offsets wrap where the texts move to the front.
+    const auto shift = static_cast<std::uint32_t>(oldSize) - static_cast<std::uint32_t>(begin);
+    std::transform(from.ends.Data() + first,
+                   from.ends.Data() + first + count,
+                   texts.ends.Data() + oldCount,
+                   [shift](std::uint32_t end) { return end + shift; });
+}
+
 } // namespace Orvane

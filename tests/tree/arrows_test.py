@@ -12,11 +12,12 @@ import sys
 
 # A folder, and the folders that its files may include from besides itself. The longest folder that
 # a path begins with counts.
-PLUGIN_TEXT = ["sdk", "plugin/text", "plugin/kernels", "plugin/lines"]
+PLUGIN_TEXT = ["sdk", "plugin/text", "plugin/kernels", "plugin/lines", "plugin/threads"]
 ARROWS = {
     "sdk": [],
 
     # The plug-in's tower: each storey includes from those below it.
+    "plugin/threads": [],
     "plugin/text": ["sdk"],
     "plugin/kernels": ["sdk", "plugin/text"],
     "plugin/layer": ["sdk", "plugin/text"],

@@ -32,9 +32,10 @@ constexpr std::int32_t kCancelled = 3; ///< the progress object asked to stop
 /// Opens a data source and keeps its layers.
 ///
 /// Made by BDataManagerProxy::CreateReader, owned by the host, given back with the proxy's
-/// DestroyObject; BReaderHandle does both. Order of calls: SetDiskCache and SetProgress where they
-/// are wanted, Open, then Read or GetFilePreview, then Close; Open may follow again. Layers stay in
-/// the list until the manager is destroyed, and a handle of a layer keeps it beyond that.
+/// DestroyObject; BReaderHandle does both. Order of calls: SetDiskCache, SetThreadCount and
+/// SetProgress where they are wanted, Open, then Read or GetFilePreview, then Close; Open may
+/// follow again. Layers stay in the list until the manager is destroyed, and a handle of a layer
+/// keeps it beyond that.
 ///
 /// Used by one thread at a time; different managers may be used by different threads at once.
 /// The slots of the virtual table are part of the interface; they are numbered at each operation.
@@ -124,6 +125,16 @@ public:
     /// @param pageSize features per page; 0 stands for 1024
     void SetDiskCache(bool use, const BString& baseName = BString(), std::uint32_t pageSize = 0);
 
+    /// Lets a read use that many threads, the caller's included, from the next Read on. They exist
+    /// during the read alone: all but the caller's have ended when it returns or throws. The layer,
+    /// the calls of the progress object, which come on the caller's thread, and every exception are
+    /// the same with any number; only pages of a disk cache that end early for their size may end at
+    /// other rows. A reader may use fewer threads, also where the system grants fewer.
+    /// @param threads 1, as in a new manager: the caller's thread alone; 0 stands for 1
+    void SetThreadCount(unsigned threads) noexcept { m_threadCount = threads == 0 ? 1 : threads; }
+
+    [[nodiscard]] unsigned GetThreadCount() const noexcept { return m_threadCount; }
+
     /// How the last operation ended: a value of EManagerStatus, or one of the subclass's own.
     [[nodiscard]] std::int32_t GetStatus() const noexcept { return m_status; }
 
@@ -167,6 +178,7 @@ private:
     bool m_usesDiskCache = false;
     BString m_diskCacheBaseName;
     std::uint32_t m_diskCachePageSize = 1024;
+    unsigned m_threadCount = 1;
     BCoordSysRepository* m_coordSysRepository = nullptr;
     BLogger* m_logger = nullptr;
 };

@@ -77,6 +77,13 @@ AppendTextAsUtf8(std::string_view bytes, ETextEncoding encoding, std::string& ou
 ORVANE_SDK_EXPORT void
 AppendText(BTextArray& texts, std::string_view bytes, ETextEncoding encoding);
 
+/// Appends texts of another array, as AppendText does one by one, but all at once where the
+/// encodings allow it.
+/// @param first index of the first text, @param count how many
+/// @throws as AppendText; texts before the one that fails may stay.
+ORVANE_SDK_EXPORT void
+AppendTexts(BTextArray& texts, const BTextArray& from, std::size_t first, std::size_t count);
+
 /// Whether all bytes are below 0x80; eight bytes per step.
 [[nodiscard]] inline bool IsAscii(std::string_view bytes) noexcept
 {

@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstdlib>
+#include <iterator>
 #include <string>
 
 namespace {
@@ -36,6 +37,9 @@ bool HasFeature(const Trace& trace)
 }
 
 constexpr std::size_t kFullBlock = LiteralReader::Reader::kBlockSize;
+
+/// Threads that share a read, in turn.
+constexpr unsigned kThreads[] = {2, 3, 8};
 
 /// Environment: ORVANE_DIFFERENTIAL_CASES (3000), ORVANE_DIFFERENTIAL_SEED (1),
 /// ORVANE_DIFFERENTIAL_FIRST (0) is the number of the first case, ORVANE_DIFFERENTIAL_SHOWN (5)
@@ -69,15 +73,24 @@ TEST(DifferentialReading, AgreesWithTheLiteralReaderOnRandomFiles)
                 }
             }
         };
+        Case shared = input;
+        shared.threads = kThreads[number % std::size(kThreads)];
         const Trace whole = Perform(EReader::Literal, path, input, kFullBlock);
         withFeatures += HasFeature(whole) ? 1U : 0U;
         compare("engine, full blocks", whole, Perform(EReader::Engine, path, input, kFullBlock));
         compare("reader",
                 WithoutEngine(Perform(EReader::GuardedLiteral, path, input, kFullBlock)),
                 WithoutEngine(Perform(EReader::Plugin, path, input, kFullBlock)));
+        compare("engine of several threads, full blocks",
+                whole,
+                Perform(EReader::Engine, path, shared, kFullBlock));
+        const Trace inParts = Perform(EReader::Literal, path, input, input.smallBlockSize);
         compare("engine, small blocks",
-                Perform(EReader::Literal, path, input, input.smallBlockSize),
+                inParts,
                 Perform(EReader::Engine, path, input, input.smallBlockSize));
+        compare("engine of several threads, small blocks",
+                inParts,
+                Perform(EReader::Engine, path, shared, input.smallBlockSize));
         QFile::remove(path);
     }
     EXPECT_EQ(mismatches, 0U) << "of " << caseCount << " cases";

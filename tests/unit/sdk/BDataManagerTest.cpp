@@ -129,6 +129,16 @@ TEST(BDataManager, LetsTheHostSwitchTheDiskCache)
     EXPECT_EQ(reader.GetDiskCachePageSize(), 1024U);
 }
 
+TEST(BDataManager, ReadsOnOneThreadUnlessTheHostAllowsMore)
+{
+    RecordingReader reader("", BParamList());
+    EXPECT_EQ(reader.GetThreadCount(), 1U);
+    reader.SetThreadCount(8);
+    EXPECT_EQ(reader.GetThreadCount(), 8U);
+    reader.SetThreadCount(0);
+    EXPECT_EQ(reader.GetThreadCount(), 1U);
+}
+
 BSharedPtr<BVectorLayer> LayerOfPoint(double x, double y, double z)
 {
     const BSharedPtr<BVectorLayer> layer = MakeShared<BVectorLayer>();

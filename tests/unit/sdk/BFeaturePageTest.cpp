@@ -93,6 +93,35 @@ TEST_P(BFeaturePageAppendText, KeepsEveryText)
     }
 }
 
+TEST_P(BFeaturePageAppendText, IsTheSameForTextsOfAnotherArray)
+{
+    const std::vector<Piece>& pieces = GetParam().pieces;
+    // Every part of the texts comes from another array, after every beginning.
+    for (std::size_t begin = 0; begin <= pieces.size(); ++begin) {
+        for (std::size_t end = begin; end <= pieces.size(); ++end) {
+            BTextArray expected;
+            BTextArray texts;
+            BTextArray from;
+            for (std::size_t i = 0; i < end; ++i) {
+                AppendText(from, pieces[i].bytes, pieces[i].encoding);
+            }
+            for (std::size_t i = 0; i < begin; ++i) {
+                AppendText(expected, pieces[i].bytes, pieces[i].encoding);
+                AppendText(texts, pieces[i].bytes, pieces[i].encoding);
+            }
+            for (std::size_t i = begin; i < end; ++i) {
+                AppendText(expected, from.GetBytes(i), from.encoding);
+            }
+            AppendTexts(texts, from, begin, end - begin);
+            ASSERT_EQ(texts.GetCount(), expected.GetCount());
+            EXPECT_EQ(texts.encoding, expected.encoding);
+            for (std::size_t i = 0; i < texts.GetCount(); ++i) {
+                EXPECT_EQ(texts.GetBytes(i), expected.GetBytes(i)) << begin << " to " << end;
+            }
+        }
+    }
+}
+
 INSTANTIATE_TEST_SUITE_P(,
                          BFeaturePageAppendText,
                          testing::ValuesIn(kEncodingCases),
