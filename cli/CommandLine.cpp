@@ -63,6 +63,21 @@ constexpr ArgumentRule kDiskCache{
     .meaning = "Keep the layer in a file in DIR instead of in memory; without DIR in TMPDIR, else "
                "in /tmp (/var/tmp when /tmp is kept in memory)"};
 
+constexpr ArgumentRule kReadThreads{
+    .kind = EArgumentKind::Value,
+    .name = "--threads",
+    .valueName = "NUMBER",
+    .meaning = "How many threads share the reading. Without it as many as there are processors; "
+               "the layer is the same with any number"};
+
+constexpr ArgumentRule kImportThreads{
+    .kind = EArgumentKind::Value,
+    .name = "--threads",
+    .valueName = "NUMBER",
+    .meaning = "How many threads share the import. 1: the whole layer is read, then written. "
+               "Otherwise, as without it, one thread reads while another writes, and memory does "
+               "not grow with the file; with reader options they share the reading"};
+
 constexpr ArgumentRule kVerbose{.kind = EArgumentKind::Flag,
                                 .name = "--verbose",
                                 .meaning = "With a failure, show the exception underneath it, too"};
@@ -140,6 +155,7 @@ CommandRule MakeImportRule()
                .meaning = "Keep the layer in memory, also when it needs more than half of what is "
                           "free",
                .excludes = "--disk-cache"},
+              kImportThreads,
               kOption,
               kOptionFile,
               kPlugin,
@@ -219,6 +235,7 @@ CommandRule MakeReadRule()
                           kOptionFile,
                           MakeJson("Print the whole layer as one JSON object"),
                           kDiskCache,
+                          kReadThreads,
                           kPlugin,
                           kVerbose,
                           kHelp},
@@ -424,11 +441,12 @@ int Perform(const ParsedArguments& arguments)
     const Orvane::BParamList params = MakeParams(arguments);
     const std::string file = arguments.Get("FILE");
     ReadArguments readArguments{
-        file, arguments.Get("--plugin"), params, arguments.Has("--json"), {}};
+        file, arguments.Get("--plugin"), params, arguments.Has("--json"), {}, 1};
     if (command == "preview") {
         RunPreview(readArguments);
     } else {
         readArguments.diskCache = MakeDiskCache(arguments, DiskCacheRequest::EMode::Never);
+        readArguments.threads = ParseThreads(arguments);
         RunRead(readArguments);
     }
     return kExitDone;

@@ -18,6 +18,7 @@ struct ReadArguments
     Orvane::BParamList params;
     bool isJson = false;
     Orvane::Import::DiskCacheRequest diskCache; ///< for reading
+    unsigned threads = 0; ///< that share the reading; 0: as many as there are processors
 };
 
 /// Reads the file into a layer and prints the layer. @throws ImportFailure, what the output throws

@@ -197,11 +197,7 @@ std::vector<ArgumentRule> MakeImportArguments()
         {.kind = EArgumentKind::Flag,
          .name = "--overwrite-layer",
          .meaning =
-             "Replace a layer of a GeoPackage, or a table, that is there, and leave the others"},
-        MakeValue("--threads",
-                  "1|2",
-                  "2, as without it: one thread reads while another writes, and memory does not "
-                  "grow with the file. 1: the whole layer is read, then written")};
+             "Replace a layer of a GeoPackage, or a table, that is there, and leave the others"}};
     for (ArgumentRule& rule : rules) {
         rule.excludes = kReaderOptions;
     }
@@ -272,10 +268,15 @@ BadRowRequest MakeBadRowRequest(const ParsedArguments& arguments)
 unsigned ParseThreads(const ParsedArguments& arguments)
 {
     const std::optional<std::string> text = arguments.Find("--threads");
-    if (text && *text != "1" && *text != "2") {
-        ThrowValue("--threads", *text, "1 or 2");
+    if (!text) {
+        return 0;
     }
-    return text == "1" ? 1 : 2;
+    constexpr std::uint64_t kMostThreads = 1024;
+    const std::uint64_t threads = ParseCount(*text).value_or(0);
+    if (threads == 0 || threads > kMostThreads) {
+        ThrowValue("--threads", *text, "a whole number from 1 to 1024");
+    }
+    return static_cast<unsigned>(threads);
 }
 
 std::vector<std::string> ArgumentsOf(const Orvane::Import::PlanAnswer& answer)

@@ -26,7 +26,8 @@ namespace OrvaneHost {
 /// @throws ArgumentError for a value that is none
 [[nodiscard]] Orvane::Import::BadRowRequest MakeBadRowRequest(const ParsedArguments& arguments);
 
-/// How many threads share an import. @throws ArgumentError for a value that is none
+/// How many threads share the work, 0 when it is not said. @throws ArgumentError for a value that
+/// is none
 [[nodiscard]] unsigned ParseThreads(const ParsedArguments& arguments);
 
 /// The arguments that give an answer of a plan's question: "--x", "2", "--y", "1".

@@ -94,6 +94,7 @@ void RunRead(const ReadArguments& arguments)
     if (cache.isUsed) {
         session.UseDiskCache(cache.baseName);
     }
+    session.UseThreads(arguments.threads);
     session.Open();
     const Orvane::BSharedPtr<Orvane::BVectorLayer> layer = session.GetLayer();
     {

@@ -69,6 +69,7 @@ private:
         if (cache.isUsed) {
             session.UseDiskCache(cache.baseName);
         }
+        session.UseThreads(m_request.threads);
         session.Open();
         BSharedPtr<BVectorLayer> layer = session.GetLayer();
         session.Read(m_phases.GetCallbacks());

@@ -14,6 +14,7 @@
 #include <Orvane/Import/Module.h>
 #include <Orvane/Import/Session.h>
 
+#include <thread>
 #include <utility>
 
 namespace Orvane::Import {
@@ -105,6 +106,12 @@ void Session::UseDiskCache(const std::string& baseName)
     WrapFailures(m_state->file, [&] {
         m_state->reader->SetDiskCache(true, BString::FromUtf8(baseName), kDiskCachePageSize);
     });
+}
+
+void Session::UseThreads(unsigned threads) noexcept
+{
+    // A system that does not tell says 0, which stands for 1.
+    m_state->reader->SetThreadCount(threads == 0 ? std::thread::hardware_concurrency() : threads);
 }
 
 void Session::Open()

@@ -257,6 +257,7 @@ class ArgumentsTest(CliTest):
         for arguments, form in (
             (("read", "a.csv", "-o"), "--option needs a value: --option KEY=VALUE."),
             (("read", "a.csv", "--option", "--json"), "--option needs a value: --option KEY=VALUE."),
+            (("read", "a.csv", "--threads"), "--threads needs a value: --threads NUMBER."),
             (("import", "a.csv", "--crs", "--"), "--crs needs a value: --crs AUTHORITY:CODE."),
             (("import", "--x", "--y=1", "a.csv"), "--x needs a value: --x NAME|INDEX."),
             (("--plugin",), "--plugin needs a value: --plugin PATH."),
@@ -1433,6 +1434,36 @@ class DiskCacheTest(CliTest):
         self.assert_cache_empty()
         # MAX_RECORDS makes the layer small.
         self.assertEqual(run("few.fgb", cache, "-o", "MAX_RECORDS=1000").err, READER_RULES)
+
+
+class ThreadsTest(CliTest):
+    def test_the_number_of_threads_changes_no_byte(self):
+        lines = ["x,y,name"] + [f'{row}.25,-{row}.5,"n\u00e4me, {row}"' for row in range(60000)]
+        self.write("rows.csv", "\n".join(lines) + "\n")
+        options = ("-o", "X_COLUMN=0", "-o", "Y_COLUMN=1", "-o", "CODEC=UTF-8",
+                   "-o", "FIRST_LINE_COLUMN_NAMES=true")
+        expected = self.run_orvane("read", "rows.csv", *options, "--threads", "1", "--json")
+        self.assertEqual((expected.status, expected.err), (0, ""))
+        for threads in (("--threads", "2"), ("--threads=5",), ()):
+            with self.subTest(threads=threads):
+                result = self.run_orvane("read", "rows.csv", *options, *threads, "--json")
+                self.assertEqual((result.status, result.err), (0, ""))
+                self.assertTrue(result.out == expected.out)
+        self.run_orvane("import", "rows.csv", "one.csv", *options, "--threads", "1")
+        self.run_orvane("import", "rows.csv", "three.csv", *options, "--threads", "3")
+        with open(self.path("one.csv"), "rb") as one, open(self.path("three.csv"), "rb") as three:
+            self.assertTrue(one.read() == three.read())
+
+    def test_a_number_of_threads_is_a_whole_number_from_1_on(self):
+        self.write("s.csv", STATIONS)
+        for command in (("read", "s.csv"), ("import", "s.csv", "out.csv")):
+            for value in ("0", "-1", "two", "1.5", "1025", "99999999999999999999"):
+                with self.subTest(command=command, value=value):
+                    self.assert_failure(
+                        self.run_orvane(*command, f"--threads={value}"), 2,
+                        "orvane: The value of --threads must be a whole number from 1 to 1024, "
+                        f"not '{value}'.")
+        self.assert_folder("s.csv")
 
 
 class ImportColumnsTest(CliTest):

@@ -128,8 +128,8 @@ public:
     /// Lets a read use that many threads, the caller's included, from the next Read on. They exist
     /// during the read alone: all but the caller's have ended when it returns or throws. The layer,
     /// the calls of the progress object, which come on the caller's thread, and every exception are
-    /// the same with any number; only pages of a disk cache that end early for their size may end at
-    /// other rows. A reader may use fewer threads, also where the system grants fewer.
+    /// the same with any number; only pages of a disk cache that end early for their size may end
+    /// at other rows. A reader may use fewer threads, also where the system grants fewer.
     /// @param threads 1, as in a new manager: the caller's thread alone; 0 stands for 1
     void SetThreadCount(unsigned threads) noexcept { m_threadCount = threads == 0 ? 1 : threads; }
 

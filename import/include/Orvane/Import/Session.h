@@ -14,8 +14,8 @@
 
 namespace Orvane::Import {
 
-/// A plug-in's reader of one file. Order of calls: UseDiskCache when it is wanted, Open, then
-/// Preview or Read, then Close; the destructor ends what is left.
+/// A plug-in's reader of one file. Order of calls: UseDiskCache and UseThreads when they are
+/// wanted, Open, then Preview or Read, then Close; the destructor ends what is left.
 ///
 /// One thread at a time; several sessions may work at once on threads of their own. The layer may
 /// outlive the session.
@@ -43,6 +43,11 @@ public:
     /// Has the layer keep its pages in a file that has no name once it is made, and goes with the
     /// layer. @param baseName of that file: folder and beginning of the name, UTF-8
     void UseDiskCache(const std::string& baseName);
+
+    /// Has that many threads share the reading, the calling one included; the layer is the same
+    /// with any number. Without a call the calling thread reads alone.
+    /// @param threads 0: as many as the machine has processors
+    void UseThreads(unsigned threads) noexcept;
 
     /// Opens the file and finds its columns; reads all of it when AUTO_SCHEMA_ALL_ROWS is set.
     void Open();
