@@ -6,7 +6,9 @@
 #include <Orvane/BException.h>
 
 #include <algorithm>
+#include <cstddef>
 #include <new>
+#include <span>
 #include <utility>
 
 namespace AsciiReader {
@@ -56,6 +58,26 @@ protected:
 
 private:
     LineSource& m_lines;
+};
+
+/// The memory of the page after the one in use.
+class LayerFill::NextPage : public Task
+{
+public:
+    explicit NextPage(std::vector<std::span<std::byte>> memory)
+        : m_memory(std::move(memory))
+    {}
+
+protected:
+    void Perform() override
+    {
+        for (const std::span<std::byte> part : m_memory) {
+            Orvane::PrefaultMemory(part.data(), part.size());
+        }
+    }
+
+private:
+    std::vector<std::span<std::byte>> m_memory;
 };
 
 LayerFill::LayerFill(const LayerFillContext& context)
@@ -181,7 +203,9 @@ LayerFill::Step LayerFill::AppendBlock()
         case BlockRows::Found::Rows:
             if (std::exchange(isFirst, false)) {
                 if (m_context.limit < 1) {
-                    m_layer.ReserveRows(m_rows.EstimateRows(), m_converter.HasZ());
+                    const std::size_t rows = m_rows.EstimateRows();
+                    m_layer.ReserveRows(rows, m_converter.HasZ());
+                    m_expectedRows = m_featuresAdded + rows;
                 }
                 BeginSharing();
             }
@@ -388,7 +412,27 @@ LayerFill::Step LayerFill::AppendFirstShared()
                           });
     }
     m_shared->DropFirst();
+    PrepareMemory();
     return step;
+}
+
+/// Has the memory of the next page prefaulted: with other threads converting, that would be most of
+/// this one's work.
+void LayerFill::PrepareMemory()
+{
+    if (m_nextPage != nullptr) {
+        if (!m_nextPage->IsDone()) {
+            return;
+        }
+        m_nextPage.reset();
+    }
+    const std::size_t left =
+        m_expectedRows - std::min<std::size_t>(m_expectedRows, m_featuresAdded);
+    std::vector<std::span<std::byte>> memory = m_layer.PrepareNextPage(left);
+    if (!memory.empty()) {
+        m_nextPage = std::make_unique<NextPage>(std::move(memory));
+        m_shared->Start(*m_nextPage);
+    }
 }
 
 } // namespace AsciiReader

@@ -93,6 +93,7 @@ private:
     Step ShareRows();
     Step AppendFirstShared();
     Step AppendAllShared();
+    void PrepareMemory();
 
     LayerFillContext m_context;
     Orvane::BFeatureAppender m_layer;
@@ -106,7 +107,10 @@ private:
 
     // Last: threads may use all of the above.
     class NextBlock;
+    class NextPage;
     std::unique_ptr<NextBlock> m_nextBlock;
+    std::unique_ptr<NextPage> m_nextPage;
+    std::size_t m_expectedRows = 0;       ///< about how many the layer will have of this read
     std::unique_ptr<SharedRows> m_shared; ///< null: this thread does it all
 };
 

@@ -12,8 +12,8 @@
 namespace AsciiReader {
 
 /// A piece of work for a pool. Owned by whoever starts it. States: idle, started, done; idle again
-/// once it was finished. It must not be changed or destroyed from Start until Finish or the end of
-/// the pool.
+/// once it was finished. It must not be changed or destroyed from Start until it is done or the
+/// pool has ended.
 class Task
 {
 public:

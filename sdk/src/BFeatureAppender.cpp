@@ -208,6 +208,7 @@ void BFeatureAppender::UsePage(BFeaturePage& page) noexcept
     m_columnCount = page.data.size();
     m_nextColumn = 0;
     m_isPageFull = false;
+    m_isPrepared = false;
     m_hasGrown = false;
     m_begunEnd = 0;
     m_values = 0;
@@ -422,7 +423,10 @@ void BFeatureAppender::FinishIrregularRow(std::size_t rows)
     const std::size_t end = m_page->rowCount + rows;
     const bool isLast = end >= m_begunEnd && (m_isPageFull || end >= m_rowLimit);
     std::shared_ptr<BFeaturePage> nextPage;
-    if (isLast) {
+    const bool isPrepared = m_preparedPage != nullptr && m_preparedPage->columns == m_page->columns;
+    if (isLast && isPrepared) {
+        nextPage = std::move(m_preparedPage);
+    } else if (isLast) {
         nextPage = MakePage(m_page->columns);
         ReserveLike(*nextPage, *m_page);
     }
@@ -439,6 +443,7 @@ void BFeatureAppender::FinishIrregularRow(std::size_t rows)
         m_page->ShrinkToFit();
         m_newPage = std::move(nextPage);
         UsePage(*m_newPage);
+        m_isPrepared = isPrepared;
     } else {
         UpdatePlain();
     }
@@ -476,9 +481,10 @@ constexpr std::size_t kPrefaultBytes = std::size_t{1} << 19;
 class ColumnGrowth
 {
 public:
-    ColumnGrowth(std::vector<std::size_t>& prefaulted, std::size_t columns)
+    /// @param isPrepared another has prefaulted what is reserved, or is about to
+    ColumnGrowth(std::vector<std::size_t>& prefaulted, std::size_t columns, bool isPrepared)
         : m_prefaulted(prefaulted)
-        , m_step(kPrefaultBytes / (3 + columns))
+        , m_step(isPrepared ? 0 : kPrefaultBytes / (3 + columns))
     {
         // Positions have three, texts two.
         m_prefaulted.resize(3 + 2 * columns);
@@ -541,6 +547,33 @@ void BFeatureAppender::ReserveRows(std::size_t rows, bool hasZ)
     }
 }
 
+std::vector<std::span<std::byte>> BFeatureAppender::PrepareNextPage(std::size_t rows)
+{
+    const std::size_t filled = m_page->rowCount;
+    const std::size_t room = m_rowLimit - std::min(m_rowLimit, filled);
+    if (rows <= room || m_preparedPage != nullptr || m_features.m_file || filled < room) {
+        return {};
+    }
+    std::shared_ptr<BFeaturePage> page = MakePage(m_page->columns);
+    const std::size_t count = std::min(rows - room, m_rowLimit);
+    std::vector<std::span<std::byte>> memory;
+    const auto reserve = [&memory](auto& array, std::size_t values) {
+        array.Reserve(values);
+        memory.push_back(std::as_writable_bytes(std::span(array.Data(), values)));
+    };
+    reserve(page->x, count);
+    reserve(page->y, count);
+    reserve(page->z, m_page->z.IsEmpty() ? 0 : count);
+    for (std::size_t i = 0; i < page->data.size(); ++i) {
+        VisitColumn(page->data[i], [&](auto& array) { reserve(RowsOf(array), count); });
+        // Texts that are as long as those of the current page.
+        const std::size_t bytes = m_columnData[i].texts.bytes.GetSize();
+        reserve(page->data[i].texts.bytes, std::min(bytes / filled * count, kFullTextBytes));
+    }
+    m_preparedPage = std::move(page);
+    return memory;
+}
+
 BFeatureAppender::Rows BFeatureAppender::BeginRows(std::size_t wanted, bool hasZ)
 {
     BeginRow(m_columns->size());
@@ -548,7 +581,7 @@ BFeatureAppender::Rows BFeatureAppender::BeginRows(std::size_t wanted, bool hasZ
     Rows rows{};
     rows.firstRow = first;
     rows.count = std::min(wanted, m_rowLimit > first ? m_rowLimit - first : 1);
-    ColumnGrowth growth(m_prefaulted, m_columnCount);
+    ColumnGrowth growth(m_prefaulted, m_columnCount, m_isPrepared);
     rows.x = growth.Lengthen(m_page->x, first, rows.count);
     rows.y = growth.Lengthen(m_page->y, first, rows.count);
     if (hasZ) {

@@ -156,6 +156,16 @@ public:
     /// bytes of texts are not counted. @throws std::bad_alloc; nothing is lost then.
     void ReserveRows(std::size_t rows, bool hasZ);
 
+    /// Makes the page that will follow the current one, so that its memory can be prefaulted
+    /// (PrefaultMemory) while rows are added to the current page, also on another thread. Without a
+    /// call it is made when it is needed.
+    /// @param rows about how many are still to come; those that this page has no room for count
+    /// @return the memory; it belongs to the page. Empty where nothing was made: there is such a
+    ///     page already, none is needed, this one is less than half full, or pages go to a disk
+    ///     cache.
+    /// @throws std::bad_alloc; nothing is lost then.
+    std::vector<std::span<std::byte>> PrepareNextPage(std::size_t rows);
+
     /// Begins rows between two rows. @param wanted at least 1; fewer are given when the page ends.
     /// @param hasZ whether rows may be of kind XYZ. Everything in the result is valid until rows
     /// are ended beyond its count or abandoned.
@@ -261,6 +271,7 @@ private:
     /// All columns; a page has them, or the first ones of them.
     std::shared_ptr<const std::vector<BColumnInfo>> m_columns;
     std::shared_ptr<BFeaturePage> m_newPage; ///< not in the collection before its first row ends
+    std::shared_ptr<BFeaturePage> m_preparedPage; ///< the one after m_page, where it was made
     BFeaturePage* m_page = nullptr;
     BColumnData* m_columnData = nullptr;
     std::size_t m_columnCount = 0; ///< of the page
@@ -275,6 +286,7 @@ private:
     EPointKind m_plainKind = EPointKind::None;
     bool m_hasNameTexts = false;
     bool m_isPageFull = false;
+    bool m_isPrepared = false;             ///< the page's memory was given away to be prefaulted
     bool m_hasGrown = false;               ///< texts of the current row made an array grow
     std::size_t m_begunEnd = 0;            ///< row after the last one of BeginRows
     std::vector<std::size_t> m_prefaulted; ///< values of each array that have their memory

@@ -7,7 +7,9 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstddef>
 #include <limits>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -215,6 +217,56 @@ TEST(BFeatureAppenderBeginRows, StoresNullsThatTheColumnsSay)
         EXPECT_TRUE(value.IsEmpty() || value == BVariant(std::int32_t{5})) << row;
     }
     EXPECT_EQ(nulls, features.GetCount() - 10);
+}
+
+TEST(BFeatureAppenderPrepareNextPage, MakesThePageThatFollowsOnce)
+{
+    constexpr std::size_t kPageRows = 8;
+    BFeatureCollection features(kPageRows);
+    BFeatureAppender appender(features, kNumberAndText);
+    constexpr std::uint32_t kRows = 20;
+    std::vector<std::size_t> prepared;
+    for (std::uint32_t row = 0; row < kRows; ++row) {
+        const std::size_t left = kRows - row;
+        const std::vector<std::span<std::byte>> memory = appender.PrepareNextPage(left);
+        if (!memory.empty()) {
+            prepared.push_back(row);
+            EXPECT_TRUE(appender.PrepareNextPage(left).empty());
+            for (const std::span<std::byte> part : memory) {
+                std::fill(part.begin(), part.end(), std::byte{0xFF});
+            }
+        }
+        appender.AddInt32(static_cast<std::int32_t>(row));
+        appender.AddText("text " + std::to_string(row), ETextEncoding::Ascii);
+        appender.EndRow(EPointKind::XYZ, row, 2, 3, row);
+    }
+    // In the middle of each page but the last one, after which nothing comes.
+    EXPECT_EQ(prepared, (std::vector<std::size_t>{4, 12}));
+    ASSERT_EQ(features.GetPageCount(), 3U);
+    for (std::uint32_t row = 0; row < kRows; ++row) {
+        const auto feature = features.GetAt(row);
+        EXPECT_EQ(feature->GetAttributeValue(0), BVariant(static_cast<std::int32_t>(row)));
+        EXPECT_EQ(feature->GetAttributeValue(1), BVariant(BString("text " + std::to_string(row))));
+        EXPECT_EQ(feature->GetPoint()->GetX(), row);
+    }
+}
+
+TEST(BFeatureAppenderPrepareNextPage, MakesNothingThatIsNotNeeded)
+{
+    BFeatureCollection onDisk(BString(), 8);
+    BFeatureCollection inMemory(8);
+    for (BFeatureCollection* features : {&onDisk, &inMemory}) {
+        BFeatureAppender appender(*features, kNumberAndText);
+        EXPECT_TRUE(appender.PrepareNextPage(100).empty());
+        for (std::uint32_t row = 0; row < 6; ++row) {
+            appender.AddInt32(7);
+            appender.AddText("t", ETextEncoding::Ascii);
+            appender.EndRow(EPointKind::XY, 1, 2, 0, row);
+        }
+        EXPECT_TRUE(appender.PrepareNextPage(0).empty());
+        EXPECT_TRUE(appender.PrepareNextPage(2).empty()) << "this page has room for them";
+        EXPECT_EQ(appender.PrepareNextPage(3).empty(), features == &onDisk);
+    }
 }
 
 TEST(BFeatureAppender, KeepsAPrefixOfTheColumnsForAShortRow)
