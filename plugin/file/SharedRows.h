@@ -90,7 +90,7 @@ public:
     void DropFirst() noexcept;
 
     /// Starts other work, and waits for it.
-    void Start(Task& task) { m_pool.Start(task); }
+    void Start(Task& task) { m_pool.StartLong(task); }
 
     void Finish(Task& task) { m_pool.Finish(task); }
 

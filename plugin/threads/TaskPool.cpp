@@ -64,14 +64,56 @@ void TaskPool::StopHelpers() noexcept
     }
 }
 
+void TaskPool::Queue::Add(Task& task) noexcept
+{
+    task.m_next = nullptr;
+    (first == nullptr ? first : last->m_next) = &task;
+    last = &task;
+}
+
+Task* TaskPool::Queue::RemoveFirst() noexcept
+{
+    Task* const task = first;
+    if (task != nullptr) {
+        first = task->m_next;
+    }
+    return task;
+}
+
+bool TaskPool::Queue::Remove(Task& task) noexcept
+{
+    Task* before = nullptr;
+    Task* at = first;
+    while (at != nullptr && at != &task) {
+        before = at;
+        at = at->m_next;
+    }
+    if (at == nullptr) {
+        return false;
+    }
+    (before == nullptr ? first : before->m_next) = task.m_next;
+    if (last == &task) {
+        last = before;
+    }
+    return true;
+}
+
 void TaskPool::Start(Task& task)
 {
+    StartIn(m_tasks, task);
+}
+
+void TaskPool::StartLong(Task& task)
+{
+    StartIn(m_longTasks, task);
+}
+
+void TaskPool::StartIn(Queue& queue, Task& task)
+{
     task.m_isDone.store(false, std::memory_order_relaxed);
-    task.m_next = nullptr;
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
-        (m_first == nullptr ? m_first : m_last->m_next) = &task;
-        m_last = &task;
+        queue.Add(task);
     }
     m_hasTask.notify_one();
 }
@@ -81,8 +123,10 @@ void TaskPool::Finish(Task& task)
     if (!task.IsDone()) {
         std::unique_lock<std::mutex> lock(m_mutex);
         while (!task.IsDone()) {
-            if (m_first != nullptr) {
-                PerformUnlocked(RemoveFirst(), lock);
+            if (m_longTasks.Remove(task)) {
+                PerformUnlocked(task, lock);
+            } else if (Task* const other = m_tasks.RemoveFirst()) {
+                PerformUnlocked(*other, lock);
             } else {
                 m_ownerWaits = true;
                 m_hasDone.wait(lock);
@@ -99,19 +143,16 @@ void TaskPool::Help()
 {
     std::unique_lock<std::mutex> lock(m_mutex);
     while (!m_isEnding) {
-        if (m_first != nullptr) {
-            PerformUnlocked(RemoveFirst(), lock);
+        Task* task = m_longTasks.RemoveFirst();
+        if (task == nullptr) {
+            task = m_tasks.RemoveFirst();
+        }
+        if (task != nullptr) {
+            PerformUnlocked(*task, lock);
         } else {
             m_hasTask.wait(lock);
         }
     }
-}
-
-Task& TaskPool::RemoveFirst() noexcept
-{
-    Task& task = *m_first;
-    m_first = task.m_next;
-    return task;
 }
 
 /// Performs a task while the lock is given up.

@@ -38,7 +38,7 @@ private:
     std::exception_ptr m_failure;
 };
 
-/// Performs tasks in the order of their start, on threads of its own (the helpers) and on the
+/// Performs tasks, the first that was started first, on threads of its own (the helpers) and on the
 /// thread that waits for one.
 ///
 ///     TaskPool pool(threads - 1);
@@ -66,21 +66,37 @@ public:
 
     /// Adds an idle task to those that wait.
     void Start(Task& task);
+    /// The same for a task that would keep the owner from starting more: helpers perform it, before
+    /// all others that wait, and the owner only when it finishes that very task.
+    void StartLong(Task& task);
     /// Returns when a started task is done, and performs tasks meanwhile.
     /// @throws what the task has thrown; the task is idle then, too.
     void Finish(Task& task);
 
 private:
+    /// Tasks that wait, linked by themselves.
+    struct Queue
+    {
+        Task* first = nullptr;
+        Task* last = nullptr;
+
+        void Add(Task& task) noexcept;
+        /// Null when there is none.
+        Task* RemoveFirst() noexcept;
+        /// @return whether it was there
+        bool Remove(Task& task) noexcept;
+    };
+
+    void StartIn(Queue& queue, Task& task);
     void StopHelpers() noexcept;
     void Help();
-    [[nodiscard]] Task& RemoveFirst() noexcept;
     void PerformUnlocked(Task& task, std::unique_lock<std::mutex>& lock) noexcept;
 
     std::mutex m_mutex;
     std::condition_variable m_hasTask; ///< or the pool ends
     std::condition_variable m_hasDone;
-    Task* m_first = nullptr; ///< of those that wait
-    Task* m_last = nullptr;
+    Queue m_tasks;
+    Queue m_longTasks;
     bool m_isEnding = false;
     bool m_ownerWaits = false;
     std::vector<std::thread> m_helpers;

@@ -110,6 +110,50 @@ TEST(TaskPoolWithoutHelpers, PerformsTasksInTheOrderOfTheirStart)
     EXPECT_TRUE(first.IsDone());
 }
 
+TEST(TaskPoolWithoutHelpers, PerformsALongTaskWhenItIsFinished)
+{
+    TaskPool pool(0);
+    std::vector<int> order;
+    Call first([&order] { order.push_back(1); });
+    Call second([&order] { order.push_back(2); });
+    Call third([&order] { order.push_back(3); });
+    Call task([&order] { order.push_back(4); });
+    for (Call* const call : {&first, &second, &third}) {
+        pool.StartLong(*call);
+    }
+    pool.Start(task);
+    pool.Finish(task);
+    EXPECT_EQ(order, (std::vector<int>{4}));
+    pool.Finish(second);
+    pool.Finish(third);
+    pool.StartLong(second);
+    pool.Finish(second);
+    pool.Finish(first);
+    EXPECT_EQ(order, (std::vector<int>{4, 2, 3, 2, 1}));
+}
+
+TEST(TaskPoolHelpers, PerformLongTasksBeforeOthers)
+{
+    TaskPool pool(1);
+    std::atomic<bool> isGo = false;
+    std::vector<int> order;
+    Call gate([&isGo] {
+        while (!isGo) {
+            std::this_thread::yield();
+        }
+    });
+    Call task([&order] { order.push_back(1); });
+    Call longTask([&order] { order.push_back(2); });
+    pool.StartLong(gate);
+    pool.Start(task);
+    pool.StartLong(longTask);
+    isGo = true;
+    while (!task.IsDone()) {
+        std::this_thread::yield();
+    }
+    EXPECT_EQ(order, (std::vector<int>{2, 1}));
+}
+
 TEST(TaskPoolHelpers, LeaveSignalsToTheOwner)
 {
     sigset_t before;
