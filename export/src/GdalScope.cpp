@@ -43,7 +43,6 @@ void GdalMessages::Handle(CPLErr level, CPLErrorNum number, const char* text)
 void RegisterDrivers()
 {
     static const bool isDone = [] {
-        RegisterOGRFlatGeobuf();
         RegisterOGRShape();
         return true;
     }();

@@ -16,7 +16,6 @@
 #include <algorithm>
 #include <cstdint>
 #include <string_view>
-#include <system_error>
 #include <utility>
 #include <vector>
 
@@ -79,7 +78,6 @@ public:
         , m_fields(NameFields(request.layer, request.counts, request.format))
         , m_hasGeometry(request.target.hasGeometry || NeedsGeometry())
         , m_hasHeights(request.target.hasGeometry && request.counts.withHeight > 0)
-        , m_leavesOutRows(Is("FlatGeobuf"))
     {}
 
     ~GdalWriter() = default;
@@ -115,7 +113,7 @@ private:
     [[nodiscard]] bool NeedsGeometry() const { return Is("ESRI Shapefile"); }
 
     /// Not one of the formats whose every detail is known to this library.
-    [[nodiscard]] bool IsOfAnyDriver() const { return !Is("ESRI Shapefile") && !Is("FlatGeobuf"); }
+    [[nodiscard]] bool IsOfAnyDriver() const { return !Is("ESRI Shapefile"); }
 
     /// @param reason that of the files, or of what has failed
     [[noreturn]] void Fail(const char* step, std::string reason) const
@@ -147,10 +145,7 @@ private:
     [[nodiscard]] CPLStringList GetLayerOptions() const
     {
         CPLStringList options;
-        if (Is("FlatGeobuf")) {
-            options.SetNameValue("TEMPORARY_DIR",
-                                 m_files.NameFor(m_request.file.parent_path().native()).c_str());
-        } else if (Is("ESRI Shapefile")) {
+        if (Is("ESRI Shapefile")) {
             options.SetNameValue("ENCODING", "UTF-8");
         }
         AddOptions(EOptionList::Layer, options);
@@ -240,12 +235,6 @@ private:
 
     void WriteRow(OGRFeature& feature, bool hasPoint)
     {
-        // Rule: a FlatGeobuf file holds no feature without geometry; such rows are left out and
-        // reported, since its driver would drop them without a word.
-        if (m_leavesOutRows && !hasPoint) {
-            ++m_leftOut;
-            return;
-        }
         feature.SetFID(OGRNullFID);
         if (m_layer->CreateFeature(&feature) != OGRERR_NONE) {
             Fail("Writing a feature", m_files.GetFailure());
@@ -285,7 +274,6 @@ private:
             });
         Commit();
         m_losses = filler.GetLosses();
-        m_losses.leftOut = m_leftOut;
     }
 
     void Report(std::uint64_t rowsDone) const
@@ -300,9 +288,6 @@ private:
         m_layer = nullptr;
         m_dataset.reset();
         Check(true, "Ending the file");
-        if (Is("FlatGeobuf")) {
-            RemoveSideFiles();
-        }
         if (!std::filesystem::is_regular_file(m_request.file)) {
             Fail("Ending the file", "The driver has made no file of the output's name.");
         }
@@ -320,32 +305,11 @@ private:
         }
     }
 
-    /// The format is one file. What its driver puts aside while it sorts stays when it lies in a
-    /// file system of this library: GDAL 3.6 does not pass its removal on.
-    void RemoveSideFiles() const
-    {
-        namespace fs = std::filesystem;
-        std::error_code error;
-        fs::directory_iterator entry(m_request.file.parent_path(), error);
-        while (!error && entry != fs::directory_iterator()) {
-            if (entry->path() != m_request.file) {
-                fs::remove(entry->path(), error);
-            }
-            if (!error) {
-                entry.increment(error);
-            }
-        }
-        if (error) {
-            Fail("Ending the file", error.message());
-        }
-    }
-
     [[nodiscard]] WriteReport MakeReport() const
     {
         WriteReport report;
         report.rows = m_rows;
         report.points = m_points;
-        report.rowsLeftOut = m_leftOut;
         report.notes = m_fields.notes;
         if (m_request.file.extension() == ".tab") {
             report.notes.push_back({"format",
@@ -368,7 +332,6 @@ private:
     FileFields m_fields;
     bool m_hasGeometry;
     bool m_hasHeights;
-    bool m_leavesOutRows;
     bool m_hasTransactions = false;
     int m_firstField = 0; ///< of the feature: that of the first attribute
     CheckedFiles m_files;
@@ -378,7 +341,6 @@ private:
     LossCounts m_losses;
     std::uint64_t m_rows = 0;
     std::uint64_t m_points = 0;
-    std::size_t m_leftOut = 0;
 };
 
 } // namespace

@@ -77,7 +77,7 @@ void RequireFewFields(const WriteRequest& request, std::size_t fieldCount);
 [[nodiscard]] WriteReport WriteGeoJson(const WriteRequest& request);
 
 /// Writes the layer by GDAL. Field by field as the schema has them; names are changed where the
-/// format needs it. FlatGeobuf leaves rows without geometry out.
+/// format needs it.
 /// @throws ImportFailure `output-write` for every error that GDAL or the disk reports,
 ///     `too-many-columns`, `cancelled`; the file is not usable then
 [[nodiscard]] WriteReport WriteByGdal(const WriteRequest& request);

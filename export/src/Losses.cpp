@@ -61,10 +61,6 @@ void ReportLosses(const LossCounts& counts,
         " numbers and coordinates have more than 15 digits, and the format may keep less of them",
         "");
     add("null-as-zero", counts.zeroNulls, " nulls of numbers are 0 in the file", "");
-    add("no-geometry",
-        counts.leftOut,
-        " rows without geometry are not in the file: its format cannot hold them",
-        "");
     add("nul", counts.withNul, " NUL characters of texts are U+FFFD in the file", "");
     add("no-place",
         counts.withoutPlace,

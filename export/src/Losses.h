@@ -22,7 +22,6 @@ struct LossCounts
     std::size_t withoutPlace = 0;          ///< points
     std::size_t longNumbers = 0;           ///< numbers of more than 15 digits in a format of 15
     std::size_t zeroNulls = 0;             ///< nulls that are 0
-    std::size_t leftOut = 0;               ///< rows
 };
 
 /// Replaces the NULs of a text by U+FFFD, since texts end at a NUL for many programs. Cost: linear.

@@ -17,7 +17,7 @@ namespace Orvane::Import {
 /// Values or rows that did not go into the target as they are.
 struct Loss
 {
-    std::string code;        ///< that of the note: `not-an-integer`, `no-geometry` and so on
+    std::string code;        ///< that of the note: `not-an-integer`, `no-place` and so on
     std::uint64_t count = 0; ///< at least 1
     std::string field;       ///< its name in the target, UTF-8; empty when the loss is of no field
 };
