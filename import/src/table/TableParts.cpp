@@ -3,7 +3,6 @@
 
 #include "../plan/PlanDialect.h"
 #include "../plan/scan/CountByte.h"
-#include "../plan/scan/Shape.h"
 #include "../plan/values/FoldedCell.h"
 
 #include <algorithm>
@@ -737,10 +736,7 @@ bool TableParts::IsNamesAgain(const TableRecord& record) const
         std::size_t filled = 0;
         for (std::size_t index = 0; index < names.size(); ++index) {
             const std::string_view cell = Values::Trim(record.cells[index]);
-            const std::string& name = names[index];
-            // A plan keeps no more of a name.
-            const bool isCut = name.size() + 4 > Scan::kMostNameBytes && cell.size() > name.size();
-            if ((isCut ? cell.substr(0, name.size()) : cell) != name) {
+            if (cell != names[index]) {
                 return false;
             }
             filled += cell.empty() ? 0U : 1U;

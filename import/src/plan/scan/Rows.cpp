@@ -29,11 +29,6 @@ std::uint64_t SizeBit(std::size_t size)
     return std::uint64_t{1} << std::min<std::size_t>(size, 63);
 }
 
-std::string_view TrimName(std::string_view cell)
-{
-    return Values::Trim(cell).substr(0, kMostNameBytes);
-}
-
 } // namespace
 
 Rows::Rows(const ScanRequest& request, ScanFacts& facts)
@@ -81,7 +76,7 @@ bool Rows::IsApart(std::string_view firstCell, std::size_t rest) const
     if (firstCell.size() >= 2 && first == '"') {
         firstCell = firstCell.substr(1, firstCell.size() - 2);
     }
-    return IsName(TrimName(firstCell));
+    return IsName(Values::Trim(firstCell));
 }
 
 bool Rows::IsName(std::string_view cell) const
@@ -288,7 +283,7 @@ void Rows::AddRecord(std::string_view text, std::uint64_t byte, const Record& re
     m_facts.repairs.at(static_cast<std::size_t>(record.repair)).Add(position, line);
     const std::size_t fields = record.fields.size();
     const bool isNamed = m_request.head.names == ENames::Found;
-    const bool isFirstName = isNamed && IsName(TrimName(record.Cell(text, 0)));
+    const bool isFirstName = isNamed && IsName(Values::Trim(record.Cell(text, 0)));
     const bool isOdd = fields != m_columns || m_isAfterBlank || isFirstName;
     if (!isOdd && !IsSparse(text, record)) {
         AddCells(text, record, position);
@@ -342,7 +337,7 @@ void Rows::CutCells(std::string_view text, const Record& record)
 {
     m_cells.clear();
     for (std::size_t index = 0; index < record.fields.size(); ++index) {
-        m_cells.push_back(TrimName(record.Cell(text, index)));
+        m_cells.push_back(Values::Trim(record.Cell(text, index)));
     }
 }
 

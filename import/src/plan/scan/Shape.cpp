@@ -586,7 +586,7 @@ CutHead(std::string_view text, const Candidate& candidate, const ShapeRequest& r
            cutter.Cut(text, at, request.isWhole, candidate.fields, record)) {
         HeadRecord& item = head.emplace_back();
         for (const Field& field : record.fields) {
-            item.cells.emplace_back(field.In(text).substr(0, kMostNameBytes));
+            item.cells.emplace_back(field.In(text));
             item.isQuoted.push_back(field.isQuoted);
         }
         cells += item.cells.size();
@@ -927,7 +927,7 @@ bool CutByOtherSeparator(const Dialect& dialect, std::size_t columns, HeadRecord
         record.ForgetKinds();
         record.isQuoted.clear();
         for (const Field& field : cut.fields) {
-            record.cells.emplace_back(field.In(record.text).substr(0, kMostNameBytes));
+            record.cells.emplace_back(field.In(record.text));
             record.isQuoted.push_back(field.isQuoted);
         }
         return true;

@@ -26,9 +26,6 @@ struct Candidate
     std::size_t openers = 0; ///< quotes that opened and closed a field
 };
 
-/// Names are looked at up to this size.
-inline constexpr std::size_t kMostNameBytes = 256;
-
 /// What a line before the rows is.
 enum class ELineKind : std::uint8_t {
     Preamble,

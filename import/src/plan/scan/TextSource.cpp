@@ -226,7 +226,10 @@ void TextSource::Fail(const char* code,
 void TextSource::FailToRead(int error) const
 {
     if (error == ENOENT || error == ENOTDIR) {
-        Fail("no-such-file", "There is no such file.");
+        Fail("no-such-file",
+             "There is no such file.",
+             {},
+             m_path == "-" ? "Standard input is not read: save it to a file first." : "");
     }
     if (error == EACCES) {
         Fail("no-permission", "The system does not let the file be read.");
