@@ -28,6 +28,9 @@ using Orvane::Import::UnderlyingTexts;
 /// Most characters of one text in a failure's line.
 constexpr std::size_t kMostCharacters = 1000;
 
+/// Most columns of a list.
+constexpr std::size_t kMostColumns = 200;
+
 /// For the line: a message may hold a whole line of the file.
 std::string Show(const Orvane::BString& text)
 {
@@ -81,8 +84,12 @@ std::string ListColumns(const std::vector<ColumnSample>& columns)
             return !column.firstValue.empty();
         });
     addLine("INDEX", "NAME", hasValues ? "FIRST VALUE" : "");
-    for (std::size_t index = 0; index < columns.size(); ++index) {
+    const std::size_t shown = std::min(columns.size(), kMostColumns);
+    for (std::size_t index = 0; index < shown; ++index) {
         addLine(std::to_string(index), Cell(columns[index].name), Cell(columns[index].firstValue));
+    }
+    if (shown < columns.size()) {
+        addLine("...", std::to_string(columns.size() - shown) + " more", {});
     }
     return text;
 }
@@ -180,25 +187,39 @@ std::string AskByPlan(const ImportFailure& failure, const std::vector<std::strin
     const FailureFields& fields = failure.GetFields();
     std::string text = Begin(fields) + TerminalText::Escape(fields.what);
     const bool isOfColumns = failure.Is("columns-unknown");
+    const bool hasBadRows = fields.fieldsFound > 0;
+    const auto commandWith = [&](const std::vector<std::string>& given,
+                                 std::vector<std::string> added) {
+        if (hasBadRows) {
+            added.insert(added.end(), {"--on-bad", "quarantine"});
+        }
+        return CommandLineWith(hasBadRows ? WithoutOption(given, "--max-bad") : given, added);
+    };
+    if (!fields.answers.empty() && !fields.missing.empty()) {
+        text += " No columns of coordinates were found either: --x and --y name them.";
+    } else if (fields.answers.empty() && isOfColumns && fields.columns.size() > 1) {
+        text += " --x and --y name them.";
+    }
+    if (hasBadRows) {
+        text += " " + std::to_string(fields.fieldsFound) +
+                (fields.fieldsFound == 1 ? " row does" : " rows do") +
+                " not fit the table; --on-bad quarantine puts such rows aside.";
+    }
     if (fields.answers.empty()) {
-        text += isOfColumns && fields.columns.size() > 1
-                    ? " --x and --y name them. To import the table without points:\n"
-                    : " To import the table without points:\n";
+        text += " To import the table without points:\n";
     } else {
-        text += fields.missing.empty()
-                    ? " These commands answer it:\n"
-                    : " No columns of coordinates were found either: --x and --y name them. These "
-                      "commands answer it, without points:\n";
+        text += fields.missing.empty() ? " These commands answer it:\n"
+                                       : " These commands answer it, without points:\n";
         for (const Orvane::Import::PlanAnswer& answer : fields.answers) {
             std::vector<std::string> added = ArgumentsOf(answer);
             if (!fields.missing.empty()) {
                 added.emplace_back("--no-points");
             }
-            text += CommandLineWith(words, added);
+            text += commandWith(words, added);
         }
     }
     if (isOfColumns) {
-        text += CommandLineWith(WithoutOption(WithoutOption(words, "--x"), "--y"), {"--no-points"});
+        text += commandWith(WithoutOption(WithoutOption(words, "--x"), "--y"), {"--no-points"});
     }
     return text + DescribeColumns(fields);
 }
@@ -348,14 +369,56 @@ const std::vector<std::string_view>& GetUsualEncodings()
     return kNames;
 }
 
+/// Whether the command says that the first bad row ends the import.
+bool Stops(const std::vector<std::string>& words)
+{
+    const auto option = std::find(words.begin(), words.end(), "--on-bad");
+    return std::find(words.begin(), words.end(), "--on-bad=stop") != words.end() ||
+           (option != words.end() && option + 1 != words.end() && *(option + 1) == "stop");
+}
+
+/// What puts bad rows right: another encoding, or their leave to be bad.
+std::string AdviseOnBadRows(const ImportFailure& failure, const std::vector<std::string>& words)
+{
+    const FailureFields& fields = failure.GetFields();
+    std::string advice = fields.value.empty()
+                             ? std::string()
+                             : "They are no text in " + fields.value +
+                                   "; --encoding names another encoding, for example IBM850.";
+    std::string command;
+    if (failure.Is("no-row-fits")) {
+        if (!advice.empty()) {
+            return advice;
+        }
+        advice = "All that is out of the ordinary:\n";
+        command = "  " + MakeCommand({"lint", fields.file});
+        return advice + command;
+    }
+    advice += advice.empty() ? "" : " ";
+    // Rule: a limit that was given becomes a higher one, so that the rest of the command holds.
+    if (WithoutOption(words, "--max-bad").size() < words.size() && !Stops(words)) {
+        advice += "To allow as many:\n";
+        command = CommandLineWith(words, {"--max-bad", std::to_string(fields.fieldsFound)});
+    } else {
+        advice += "To put them aside, and import the others:\n";
+        command = CommandLineWith(WithoutOption(words, "--max-bad"), {"--on-bad", "quarantine"});
+    }
+    command.pop_back();
+    return advice + command;
+}
+
+/// What is said of a cancelled command: its own words, or that no output was touched.
+std::string WordsOfCancelled(const ImportFailure& failure)
+{
+    const std::string& what = failure.GetFields().what;
+    return what.starts_with("Interrupted") ? what : "Interrupted; nothing was written.";
+}
+
 /// The arguments that put a failure right, as a sentence or as commands; empty for none.
 std::string AdviseArguments(const ImportFailure& failure, const std::vector<std::string>& words)
 {
-    if (failure.Is("bad-rows")) {
-        std::string command =
-            CommandLineWith(WithoutOption(words, "--max-bad"), {"--on-bad", "quarantine"});
-        command.pop_back();
-        return "To put them aside, and import the others:\n" + command;
+    if (failure.Is("bad-rows") || failure.Is("no-row-fits")) {
+        return AdviseOnBadRows(failure, words);
     }
     if (failure.Is("no-point")) {
         const std::vector<std::string> others =
@@ -395,7 +458,7 @@ int ExitStatusOf(const ImportFailure& failure)
 UnderlyingTexts TextsOf(const ImportFailure& failure)
 {
     if (failure.GetKind() == EFailureKind::Cancelled) {
-        return {"BException", "orvane", "Interrupted; nothing was written.", {}};
+        return {"BException", "orvane", Orvane::BString(WordsOfCancelled(failure)), {}};
     }
     const FailureFields& fields = failure.GetFields();
     if (fields.underneath.className.empty()) {
@@ -425,7 +488,7 @@ FormatFailure(const ImportFailure& failure, const std::vector<std::string>& word
     const FailureFields& fields = failure.GetFields();
     std::string line = "orvane: ";
     if (failure.GetKind() == EFailureKind::Cancelled) {
-        return line + "Interrupted; nothing was written.";
+        return line + WordsOfCancelled(failure);
     }
     if (ExitStatusOf(failure) == kExitWrongArguments) {
         line += DescribeRequest(failure, words);

@@ -15,6 +15,7 @@ Orvane::Import::CancelFlag flag;
 volatile std::sig_atomic_t currentPhase = static_cast<int>(EPhase::Immediate);
 
 constexpr char kLine[] = "orvane: Interrupted; nothing was written.\n";
+constexpr char kLookingLine[] = "orvane: Interrupted.\n";
 constexpr char kWrittenLine[] = "orvane: Interrupted; the output was written.\n";
 
 } // namespace
@@ -23,16 +24,19 @@ extern "C" {
 
 static void OrvaneHostHandleSignal(int /*signal*/)
 {
-    const bool isWritten = currentPhase == static_cast<int>(EPhase::Written);
-    const bool leaves = isWritten || currentPhase == static_cast<int>(EPhase::Immediate) ||
-                        (currentPhase == static_cast<int>(EPhase::Reading) && flag.IsRequested());
+    const auto isIn = [](EPhase phase) { return currentPhase == static_cast<int>(phase); };
+    const bool waits = isIn(EPhase::Writing) ||
+                       ((isIn(EPhase::Reading) || isIn(EPhase::Looking)) && !flag.IsRequested());
     flag.Request();
-    if (leaves) {
-        const auto written = isWritten ? write(STDERR_FILENO, kWrittenLine, sizeof kWrittenLine - 1)
-                                       : write(STDERR_FILENO, kLine, sizeof kLine - 1);
-        static_cast<void>(written);
-        _exit(kExitDataFailed);
+    if (waits) {
+        return;
     }
+    const auto written =
+        isIn(EPhase::Written)   ? write(STDERR_FILENO, kWrittenLine, sizeof kWrittenLine - 1)
+        : isIn(EPhase::Looking) ? write(STDERR_FILENO, kLookingLine, sizeof kLookingLine - 1)
+                                : write(STDERR_FILENO, kLine, sizeof kLine - 1);
+    static_cast<void>(written);
+    _exit(isIn(EPhase::Looking) ? kExitWrongArguments : kExitDataFailed);
 }
 
 } // extern "C"

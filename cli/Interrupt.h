@@ -9,6 +9,7 @@ namespace OrvaneHost::Interrupt {
 enum class EPhase {
     Immediate, ///< nothing is on the disk: the program says so and ends at once
     Reading,   ///< the first signal asks the reading to stop, a second one ends at once
+    Looking,   ///< as Reading, of a command that never writes and has a status of its own
     Writing,   ///< signals only ask: what was begun on the disk is cleaned up first
     Written    ///< the output is in its place: the program says so and ends at once
 };

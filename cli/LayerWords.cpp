@@ -6,6 +6,7 @@
 #include <Orvane/BNumbers.h>
 
 #include <algorithm>
+#include <charconv>
 #include <cmath>
 
 namespace OrvaneHost {
@@ -64,7 +65,16 @@ std::string DescribeSchema(const Orvane::BAttributeDefs& schema)
 
 std::string FormatNumber(double value)
 {
-    char buffer[40];
+    // Coordinates as people write them: 500000, not 5e+05.
+    constexpr double kLeast = 1e-6;
+    constexpr double kMost = 1e15;
+    char buffer[64];
+    const double size = std::abs(value);
+    if (size >= kLeast && size < kMost) {
+        const std::to_chars_result end =
+            std::to_chars(buffer, buffer + sizeof buffer, value, std::chars_format::fixed);
+        return {buffer, end.ptr};
+    }
     return {buffer, Orvane::BNumbers::FormatShortest(value, buffer)};
 }
 

@@ -200,7 +200,7 @@ std::string DescribeFindings(const Plan& plan)
                                           "stray-quote",
                                           "unclosed-quote",
                                           "mixed-line-ends",
-                                          "cut-file"};
+                                          "footer"};
     std::string text;
     std::size_t shown = 0;
     for (const PlanFinding& finding : plan.findings) {
@@ -209,9 +209,10 @@ std::string DescribeFindings(const Plan& plan)
             continue;
         }
         std::string words = TerminalText::Escape(finding.text);
-        words += " " + Count(finding.count, "time", "times");
+        words += finding.count > 1 ? " " + std::to_string(finding.count) + " times" : "";
         if (!finding.places.empty() && finding.places.front().line > 0) {
-            words += ", first in line " + std::to_string(finding.places.front().line);
+            words += (finding.count > 1 ? ", first in line " : " Line ") +
+                     std::to_string(finding.places.front().line);
         }
         text += Line(text.empty() ? "Note:" : "", words);
     }

@@ -8,6 +8,7 @@
 #include <Orvane/Import/Lint.h>
 
 #include <memory>
+#include <utility>
 
 namespace OrvaneHost {
 
@@ -27,6 +28,17 @@ ELintFormat FormatOf(const LintArguments& arguments)
                               : ELintFormat::Text;
 }
 
+/// A cancelled look leaves a list of findings that ends somewhere.
+ImportFailure WithWordsOfLint(const ImportFailure& failure)
+{
+    if (failure.GetKind() != Orvane::Import::EFailureKind::Cancelled) {
+        return failure;
+    }
+    Orvane::Import::FailureFields fields = failure.GetFields();
+    fields.what = "Interrupted; the list of findings is not complete.";
+    return ImportFailure(std::move(fields));
+}
+
 } // namespace
 
 bool RunLint(const LintArguments& arguments)
@@ -36,7 +48,7 @@ bool RunLint(const LintArguments& arguments)
     if (arguments.showsAll) {
         request.mostPerCode = 0;
     }
-    const Interrupt::PhaseScope scope(Interrupt::EPhase::Immediate);
+    const Interrupt::PhaseScope scope(Interrupt::EPhase::Looking);
     ProgressLine line;
     Callbacks callbacks;
     callbacks.cancel = &Interrupt::GetFlag();
@@ -56,9 +68,10 @@ bool RunLint(const LintArguments& arguments)
         return found.errors + found.warnings == 0;
     } catch (const ImportFailure& failure) {
         line.Clear();
-        writer->Fail(failure);
+        const ImportFailure said = WithWordsOfLint(failure);
+        writer->Fail(said);
         output.Flush();
-        throw;
+        throw ImportFailure(said);
     }
 }
 

@@ -14,15 +14,15 @@ namespace Orvane::Import {
 ImportReport
 ImportFile(const BPluginModule& module, const ImportRequest& request, const Callbacks& callbacks)
 {
-    if (!IsBundledModule(module)) {
-        return ImportByReader(module, request, callbacks);
-    }
-    if (request.options.GetCount() == 0) {
+    const bool isBundled = IsBundledModule(module);
+    if (isBundled && request.options.GetCount() == 0) {
         return ImportByPlan(request, callbacks);
     }
-    const Note note{"reader-rules",
-                    "with reader options the file is read by the rules of the reader alone, which "
-                    "may change cells"};
+    const Note note{
+        "reader-rules",
+        isBundled ? "with reader options the file is read by the rules of the reader alone, which "
+                    "may change cells"
+                  : "the file is read by the rules of its plug-in alone, and no cell is compared"};
     if (callbacks.note) {
         callbacks.note(note);
     }

@@ -19,10 +19,12 @@
 
 #include <algorithm>
 #include <exception>
+#include <filesystem>
 #include <functional>
 #include <memory>
 #include <optional>
 #include <string>
+#include <system_error>
 #include <utility>
 #include <vector>
 
@@ -32,17 +34,26 @@ namespace {
 
 constexpr const char* kUndefinedCartesian = "undefined Cartesian";
 
-/// The names of the columns as the file has them: as many as its lines of names have cells.
+/// The names of the columns as the file has them.
+///
+/// Rule: a line of names that is short lacks the last ones; surplus names follow those of columns.
 std::vector<std::string> CopyNames(const Plan& plan)
 {
+    const std::vector<std::vector<std::string>>& lines = plan.shape.namesLines;
     std::size_t count = 0;
-    for (const std::vector<std::string>& cells : plan.shape.namesLines) {
+    for (const std::vector<std::string>& cells : lines) {
         count = std::max(count, cells.size());
     }
     std::vector<std::string> names;
     for (const PlanColumn& column : plan.columns) {
-        if (count == 0 || names.size() < count) {
-            names.push_back(column.name);
+        names.push_back(column.name);
+    }
+    while (count > 0 && names.size() > count && names.back().empty()) {
+        names.pop_back();
+    }
+    if (lines.size() == 1) {
+        for (std::size_t index = names.size(); index < count; ++index) {
+            names.push_back(lines.front()[index]);
         }
     }
     return names;
@@ -231,6 +242,24 @@ FailureFields MakeFailure(EFailureKind kind, const char* code, std::string what,
     return fields;
 }
 
+/// What tells that a file is still the one that was planned.
+struct FileState
+{
+    std::uintmax_t size = 0;
+    std::filesystem::file_time_type time;
+
+    static FileState Of(const std::string& path)
+    {
+        std::error_code error;
+        FileState state;
+        state.size = std::filesystem::file_size(path, error);
+        state.time = std::filesystem::last_write_time(path, error);
+        return state;
+    }
+
+    bool operator==(const FileState&) const = default;
+};
+
 /// One import, step by step.
 class PlannedImporter
 {
@@ -258,6 +287,7 @@ public:
                 m_request.file));
         }
         const Stopwatch planning;
+        m_fileState = FileState::Of(m_request.file);
         MakeThePlan();
         m_report.planSeconds = planning.GetSeconds();
         const std::unique_ptr<Target> target = OpenTarget(MakeTargetRequest());
@@ -450,7 +480,7 @@ private:
         m_tableRequest.nullTexts = m_plan.nullTexts;
         DropAnswered();
         if (!m_plan.questions.empty()) {
-            throw ImportFailure(MakeQuestion(m_plan, SampleColumns(m_plan)));
+            throw ImportFailure(MakeQuestion(m_plan, SampleColumns(m_plan), CountRowsInTheWay()));
         }
         DescribeColumns();
         ChooseSystem();
@@ -467,6 +497,15 @@ private:
         auto& questions = m_plan.questions;
         questions.erase(std::remove_if(questions.begin(), questions.end(), isAnswered),
                         questions.end());
+    }
+
+    /// Rows that will be bad, when they are more than are allowed.
+    [[nodiscard]] std::uint64_t CountRowsInTheWay() const
+    {
+        const PlanShape& shape = m_plan.shape;
+        const std::uint64_t bad = m_plan.isAllText ? 0 : shape.longRows + shape.misfits;
+        const std::uint64_t all = shape.rows + shape.shortRows + bad;
+        return bad > RejectedRows::MostOf(m_request.badRows, all) ? bad : 0;
     }
 
     void DescribeColumns()
@@ -562,6 +601,16 @@ private:
                        const TableCounts& counts,
                        const RejectedRows& rejected)
     {
+        // Rule: a file that is written to while it is read is not imported: what was planned and
+        // what was read are not the same.
+        if (m_fileState != FileState::Of(m_request.file)) {
+            FailureFields fields = MakeFailure(EFailureKind::Input,
+                                               "file-changed",
+                                               "The file has changed while it was read.",
+                                               m_request.file);
+            fields.advice = "Import it, or a copy of it, when nothing writes to it.";
+            throw ImportFailure(std::move(fields));
+        }
         m_report.ledger = MakeLedger(m_plan, counts);
         m_report.ledger->firstBadRows = rejected.GetFirst();
         m_report.recordsRead = m_report.ledger->lines.Sum();
@@ -570,8 +619,9 @@ private:
         m_report.extent = counts.extent;
         const std::uint64_t most =
             RejectedRows::MostOf(m_request.badRows, counts.rows + counts.badRows);
-        if (counts.badRows > most) {
-            throw ImportFailure(rejected.MakeFailure(m_request.file, *m_report.ledger, most));
+        // Rule: an import in which no row fits is a failure, whatever is allowed.
+        if (counts.badRows > most || (counts.rows == 0 && counts.badRows > 0)) {
+            throw ImportFailure(rejected.MakeFailure(m_plan, *m_report.ledger, most));
         }
         if (HasPoints() && counts.rows == 0) {
             throw ImportFailure(MakeFailure(
@@ -610,6 +660,18 @@ private:
         Ledger& ledger = *m_report.ledger;
         m_phases.Begin(EPhase::Writing);
         m_side = target.AddSideFile(std::string(kRejectedEnding));
+        // Rule: what no import has made is not overwritten.
+        if (std::error_code error;
+            std::filesystem::exists(std::filesystem::symlink_status(m_side->file, error)) &&
+            !IsRejectedFile(m_side->file)) {
+            FailureFields fields = MakeFailure(EFailureKind::Output,
+                                               "rejected-exists",
+                                               "The bad rows cannot be written.",
+                                               m_side->name);
+            fields.cause = "Something of that name is there that no import has made.";
+            fields.advice = "Move it away, or leave the bad rows out by --on-bad skip.";
+            throw ImportFailure(std::move(fields));
+        }
         rejected.WriteFile(m_side->workFile, m_side->name);
         ledger.rejectedFile = m_side->name;
         ledger.rejectedTable = target.AddTable(rejected.GetLayer());
@@ -633,6 +695,7 @@ private:
     const ImportRequest& m_request;
     ImportReport m_report;
     ImportPhases m_phases;
+    FileState m_fileState;
     Plan m_plan;
     TableRequest m_tableRequest;
     std::optional<SideFile> m_side; ///< the file of bad rows

@@ -175,22 +175,30 @@ void RejectedRows::Append(const TableRecord& record)
 }
 
 ImportFailure
-RejectedRows::MakeFailure(const std::string& file, const Ledger& ledger, std::uint64_t most) const
+RejectedRows::MakeFailure(const Plan& plan, const Ledger& ledger, std::uint64_t most) const
 {
     const std::uint64_t all = ledger.rows + ledger.badRows;
     FailureFields fields;
     fields.kind = EFailureKind::Content;
-    fields.code = "bad-rows";
+    fields.code = ledger.rows == 0 ? "no-row-fits" : "bad-rows";
     fields.what = std::to_string(m_count) + " of " + std::to_string(all) +
                   (all == 1 ? " row" : " rows") + (m_count == 1 ? " does" : " do") +
                   " not fit the table: ";
+    if (ledger.rows == 0) {
+        fields.what = (all == 1 ? "The only row does not fit the table: "
+                                : "None of the " + std::to_string(all) + " rows fits the table: ");
+    }
     const char* separator = "";
     for (const auto& [reason, count] : ledger.badRowsByReason) {
         fields.what += separator + std::to_string(count) + " " + reason;
         separator = ", ";
     }
     fields.what += ".";
-    fields.file = file;
+    fields.file = plan.path;
+    const auto encoding = ledger.badRowsByReason.find(std::string(NameOf(EBadRow::Encoding)));
+    if (encoding != ledger.badRowsByReason.end() && encoding->second * 2 > m_count) {
+        fields.value = plan.bytes.encoding.value;
+    }
     if (!m_first.empty()) {
         const LedgerBadRow& first = m_first.front();
         fields.line = first.line;

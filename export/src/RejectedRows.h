@@ -54,9 +54,9 @@ public:
     /// The first of them, at most Ledger::kMostBadRows.
     [[nodiscard]] const std::vector<LedgerBadRow>& GetFirst() const noexcept { return m_first; }
 
-    /// The failure of an import with more of them than it allows.
+    /// The failure of an import with more of them than it allows, or without any other row.
     [[nodiscard]] ImportFailure
-    MakeFailure(const std::string& file, const Ledger& ledger, std::uint64_t most) const;
+    MakeFailure(const Plan& plan, const Ledger& ledger, std::uint64_t most) const;
 
     /// Whether there are rows to write.
     [[nodiscard]] bool AreKept() const noexcept { return m_keeps && m_count > 0; }

@@ -41,6 +41,12 @@ STATIONS = (
 
 READER_RULES = ("orvane: note: with reader options the file is read by the rules of the reader alone, which may "
                 "change cells\n")
+PLUGIN_RULES = "orvane: note: the file is read by the rules of its plug-in alone, and no cell is compared\n"
+
+
+def without_rules(text):
+    """Standard error without the note on who reads the file."""
+    return text.replace(READER_RULES, "").replace(PLUGIN_RULES, "")
 
 
 class Result:
@@ -94,7 +100,7 @@ class CliTest(unittest.TestCase):
         """The result of a run that must be done and say nothing on standard error, but that an import goes
         by the rules of the reader."""
         result = self.run_orvane(*arguments)
-        self.assertEqual((result.status, result.err.replace(READER_RULES, "")), (0, ""))
+        self.assertEqual((result.status, without_rules(result.err)), (0, ""))
         return result
 
     def assert_failure(self, result, status, line, out=""):
@@ -1054,7 +1060,7 @@ class PluginsTest(CliTest):
                 words = ["import", "-o", "MAX_RECORDS=1", "--", name, "out.gpkg"]
                 result = self.run_orvane(*words)
                 self.assertEqual((result.status, result.out), (2, ""))
-                command = result.err.replace(READER_RULES, "").split("\n")[1].strip()
+                command = without_rules(result.err).split("\n")[1].strip()
                 environment = dict(os.environ, PATH=os.path.dirname(PROGRAM) + ":" + os.environ["PATH"])
                 done = subprocess.run(["bash", "-c", command], cwd=self.folder, env=environment,
                                       capture_output=True, timeout=60)
@@ -1077,7 +1083,7 @@ class PluginsTest(CliTest):
                     self.assertNotIn("orvane import", result.err)
                     self.assertIn("-o ASCII_SEPARATOR=TEXT says which.\n", result.err)
                     continue
-                command = result.err.replace(READER_RULES, "").split("\n")[1].split()
+                command = without_rules(result.err).split("\n")[1].split()
                 self.assertEqual(command, ["orvane", "import", "-o", "'ASCII_SEPARATOR=" + option[1:], "one.csv",
                                            "-o", "MAX_RECORDS=1"])
                 again = self.run_orvane(*shlex.split(" ".join(command))[1:])
@@ -1360,6 +1366,7 @@ class DiskCacheTest(CliTest):
         self.write("million-loses-folder.csv", "1\n")
         result = self.run_orvane(
             "import", "million-loses-folder.csv", "out.csv", "--disk-cache=cache", "--plugin", FAKE)
+        result.err = without_rules(result.err)
         self.assert_failure(
             result, 1,
             "orvane: million-loses-folder.csv: The file for the disk cache cannot be made. "
@@ -1390,7 +1397,7 @@ class DiskCacheTest(CliTest):
         self.assertTrue(any(name.startswith(self.path("cache")) for name in opened), opened)
         process.send_signal(signal.SIGINT)
         out, err = process.communicate(timeout=120)
-        self.assertEqual((process.returncode, out, err), (1, "", SignalsTest.LINE))
+        self.assertEqual((process.returncode, out, without_rules(err)), (1, "", SignalsTest.LINE))
         self.assert_cache_empty()
         self.assert_folder("cache", "endless-million.csv", "mark")
 
@@ -1505,7 +1512,7 @@ class ImportColumnsTest(CliTest):
         self.write("c.csv", "lon,lat,x,y\n1.5,2.5,3.5,\x1b[0m\n")
         result = self.run_orvane("import", "c.csv", "-o", "MAX_RECORDS=9")
         self.assertEqual(
-            (result.status, result.out, result.err.replace(READER_RULES, "")),
+            (result.status, result.out, without_rules(result.err)),
             (2, "",
              "orvane: Which columns hold X and Y? The names of the columns do not tell; give "
              "--x and --y, a name or an index, for example:\n"
@@ -1527,7 +1534,7 @@ class ImportColumnsTest(CliTest):
                 self.write("c.csv", header + "\n" + ",".join(["1.5"] * count) + "\n")
                 result = self.run_orvane("import", "c.csv", "-o", "MAX_RECORDS=9")
                 self.assertEqual((result.status, result.out), (2, ""))
-                self.assertTrue(result.err.replace(READER_RULES, "").startswith("orvane: Which columns hold X and Y?"))
+                self.assertTrue(without_rules(result.err).startswith("orvane: Which columns hold X and Y?"))
 
     def test_a_file_without_column_names_lists_numbered_columns(self):
         self.write("c.csv", "1.5,2.5\n3.5,4.5\n")
@@ -1566,7 +1573,7 @@ class ImportColumnsTest(CliTest):
         for arguments, line in cases:
             with self.subTest(arguments=arguments):
                 result = self.run_orvane("import", "c.csv", *arguments)
-                result.err = result.err.replace(READER_RULES, "")
+                result.err = without_rules(result.err)
                 self.assert_failure(result, 2, "orvane: " + line)
         self.assert_folder("c.csv")
 
@@ -1631,7 +1638,7 @@ class ImportFormatsTest(CliTest):
     def test_flatgeobuf_has_rows_without_geometry_after_all_others(self):
         self.write("s.csv", STATIONS)
         result = self.run_orvane("import", "s.csv", "out.fgb")
-        self.assertEqual((result.status, result.err.replace(READER_RULES, "")), (0, ""))
+        self.assertEqual((result.status, without_rules(result.err)), (0, ""))
         rows = self.dump("out.fgb")["features"]
         self.assertEqual([point is None for point, _ in rows], [False, False, True])
         self.assert_folder("out.fgb", "s.csv")
@@ -1790,6 +1797,7 @@ class OddValuesTest(CliTest):
         self.assertEqual(
             (result.status, result.err),
             (0,
+             PLUGIN_RULES +
              "orvane: note: column 3 'name' is named 'name_1' in the file\n"
              "orvane: note: column 4 '' is named 'C4' in the file\n"
              "orvane: note: 1 values of the 64-bit column 'name_1' are no 64-bit integers and are null in the file\n"
@@ -1915,7 +1923,7 @@ class SignalsTest(CliTest):
 
     def assert_interrupted(self, process):
         out, err = process.communicate(timeout=120)
-        self.assertEqual((process.returncode, out, err), (1, "", self.LINE))
+        self.assertEqual((process.returncode, out, without_rules(err)), (1, "", self.LINE))
 
     def test_a_signal_while_reading_cancels(self):
         for number in (signal.SIGINT, signal.SIGTERM, signal.SIGHUP):
@@ -1933,6 +1941,21 @@ class SignalsTest(CliTest):
         process.send_signal(signal.SIGINT)
         self.assert_interrupted(process)
         self.assert_folder("slow-open.csv", "mark")
+
+    def test_a_signal_while_looking_for_findings_has_the_status_of_a_failure(self):
+        self.write("many.csv", "lon,lat,n\n" + "8.5,47.25,1\n8.5,47.25,x,y\n" * 400000)
+        process = subprocess.Popen(
+            [PROGRAM, "lint", "many.csv", "--all", "--json"], cwd=self.folder, stdout=subprocess.PIPE,
+            stderr=subprocess.PIPE, stdin=subprocess.DEVNULL, text=True)
+        self.addCleanup(process.kill)
+        head = process.stdout.read(2000)
+        process.send_signal(signal.SIGINT)
+        report = json.loads(head + process.stdout.read())
+        err = process.stderr.read()
+        self.assertEqual((process.wait(120), err),
+                         (2, "orvane: Interrupted; the list of findings is not complete.\n"))
+        self.assertEqual(report["complete"], False)
+        self.assertIn("the list of findings is not complete", report["failure"])
 
     def hidden(self):
         return glob.glob(self.path(".orvane-*/out.*"))

@@ -446,6 +446,35 @@ class WithoutPointsTest(ByPlanTest):
             self.assertEqual(list(csv.reader(file)), [["x", "x", "", "n"], ["1", "a", "2", "b"], ["3", "c"],
                                                       ["5", "d", "6", "e", "f"], ["7", "", "8", "g"]])
 
+    def test_a_copy_as_texts_has_names_of_another_count_than_the_rows(self):
+        for names, copied in (("id,lon,lat,v,w", "id,lon,lat,v,w"), ("id,lon,lat,v,", "id,lon,lat,v,")):
+            with self.subTest(names=names):
+                self.write("t.csv", names + "\n" + "".join(f"{i},8.{i},47.{i},t{i}\n" for i in range(1, 9)))
+                self.succeed("import", "t.csv", "out.csv", "--no-points", "--all-text")
+                self.assertEqual(self.content("out.csv").decode().split("\n")[0], copied)
+        # Names of rows have no name.
+        self.write("t.csv", "id,lon,lat,v\n" + "".join(f"r{i},{i},8.{i},47.{i},{i}\n" for i in range(1, 9)))
+        self.succeed("import", "t.csv", "out.csv", "--no-points", "--all-text")
+        self.assertEqual(self.content("out.csv").decode().split("\n")[0], ",id,lon,lat,v")
+
+    def test_names_of_columns_are_kept_whole(self):
+        names = ["n" * 1000, "n" * 999 + "m", 'a "b"', "c\nd", "fid", "geom", "FID", "Name", "NAME", ""]
+        text = ",".join('"' + name.replace('"', '""') + '"' for name in names)
+        self.write("t.csv", "lon,lat," + text + "\n" + "".join(
+            f"8.{i},47.{i}," + ",".join(f"{i}{j}" for j in range(10)) + "\n" for i in range(1, 6)))
+        self.succeed("import", "t.csv", "copy.csv", "--no-points", "--all-text")
+        with open(self.path("copy.csv"), newline="", encoding="utf-8") as file:
+            self.assertEqual(next(csv.reader(file)), ["lon", "lat", *names])
+        result = self.run_orvane("import", "t.csv", "out.gpkg")
+        self.assertEqual(result.status, 0, result.err)
+        with sqlite3.connect(self.path("out.gpkg")) as database:
+            cursor = database.execute("SELECT * FROM t")
+            found = [column[0] for column in cursor.description]
+            self.assertEqual(len({name.lower() for name in found}), 12)
+            for name in names[:6]:
+                self.assertIn(name, found)
+            self.assertEqual([str(value) for value in cursor.fetchone()[2:]], [f"1{j}" for j in range(10)])
+
     def test_a_file_without_names_has_none_in_csv(self):
         self.write("t.csv", "1,2.5,a\n2,3.5,b\n3,4.5,c\n")
         self.succeed("import", "t.csv", "out.csv", "--no-points")
@@ -482,6 +511,27 @@ class QuestionsTest(ByPlanTest):
         result = self.run_orvane("import", "one.csv")
         self.assertEqual(self.commands_in(result.err), ["orvane import --no-points one.csv"])
         self.assertNotIn("--y", result.err)
+
+    def test_a_command_puts_rows_aside_that_would_stop_it(self):
+        self.write("nmea.txt", "".join(
+            f"$GPGGA,12351{i},4807.03{i},N,01131.00{i},E,1,08,0.9,545.4,M,46.9,M,,*47\n"
+            f"$GPRMC,12351{i},A,4807.03{i},N,01131.00{i},E,022.4,084.4,230394,003.1,W*6A\n" for i in range(9)))
+        result = self.run_orvane("import", "nmea.txt", "--max-bad", "2")
+        self.assertIn(" rows do not fit the table; --on-bad quarantine puts such rows aside.", result.err)
+        commands = self.commands_in(result.err)
+        self.assertEqual(commands, ["orvane import --no-points --on-bad quarantine nmea.txt"])
+        self.assertEqual(self.run_shell(commands[0]).returncode, 0)
+
+    def test_a_long_list_of_columns_is_cut(self):
+        self.write("wide.csv", ",".join(f"c{i}" for i in range(1000)) + "\n" + ",".join("a" * 1000) + "\n")
+        result = self.run_orvane("import", "wide.csv")
+        self.assertEqual(result.status, 2)
+        self.assertLess(result.err.count("\n"), 220)
+        self.assertIn("\n  ...   800 more\n", result.err)
+
+    def test_standard_input_is_told_what_to_do(self):
+        self.assert_failure(self.run_orvane("import", "-", "out.csv"), 1,
+                            "orvane: -: There is no such file. Standard input is not read: save it to a file first.")
 
     def test_a_tie_of_axes_is_asked(self):
         self.write("a.txt", "a;37.77939;22.42354\nb;37.77610;22.42280\nc;37.77104;22.42253\n")
@@ -580,6 +630,50 @@ class BadRowsTest(ByPlanTest):
         self.write("out.csv.rejected.csv", "mine\n")
         self.succeed("import", "a.csv", "out.csv")
         self.assertEqual(self.content("out.csv.rejected.csv"), b"mine\n")
+
+    def test_a_file_that_no_import_has_made_is_not_overwritten(self):
+        self.write_bad(300, {10: "1.5,2.5,3,4\n"})
+        for out in ("out.csv", "out.gpkg"):
+            name = out + ".rejected.csv"
+            self.write(name, "mine\n")
+            result = self.run_orvane("import", "a.csv", out)
+            self.assertEqual(result.status, 1)
+            self.assertIn(name + ": The bad rows cannot be written.", result.err)
+            self.assertEqual(self.content(name), b"mine\n")
+            self.assert_folder("a.csv", name)
+            self.succeed("import", "a.csv", out, "--on-bad", "skip")
+            os.remove(self.path(out))
+            os.remove(self.path(name))
+            os.symlink("elsewhere", self.path(name))
+            self.assertEqual(self.run_orvane("import", "a.csv", out).status, 1)
+            os.remove(self.path(name))
+            os.mkdir(self.path(name))
+            self.assertEqual(self.run_orvane("import", "a.csv", out).status, 1)
+            os.rmdir(self.path(name))
+            self.assert_folder("a.csv")
+
+    def test_a_limit_that_was_given_is_answered_by_a_higher_one(self):
+        self.write_bad(100, {5: "1.5,2.5,3,4\n", 9: "1.5,2.5,3,4\n"})
+        for given, answer in ((["--max-bad", "0"], "orvane import --max-bad 2 a.csv out.csv"),
+                              (["--max-bad", "1%", "--on-bad", "skip"],
+                               "orvane import --max-bad 2 a.csv out.csv --on-bad skip"),
+                              (["--max-bad", "5", "--on-bad", "stop"],
+                               "orvane import --on-bad quarantine a.csv out.csv")):
+            with self.subTest(given=given):
+                result = self.run_orvane("import", "a.csv", "out.csv", *given)
+                self.assertEqual((result.status, self.commands_in(result.err)), (1, [answer]), result.err)
+                self.assertEqual(self.run_shell(answer).returncode, 0)
+
+    def test_no_row_that_fits_is_a_failure_whatever_is_allowed(self):
+        self.write("a.csv", b"lat,lon,name\n1.5,2.5,Z\x81rich\n3.5,4.5,L\x81beck\n")
+        for given in ([], ["--on-bad", "quarantine"], ["--max-bad", "100%"], ["--no-points", "--all-text"]):
+            with self.subTest(given=given):
+                result = self.run_orvane("import", "a.csv", "out.csv", *given)
+                self.assertEqual((result.status, result.out), (1, ""))
+                self.assertIn("None of the 2 rows fits the table: 2 encoding.", result.err)
+                self.assertIn("They are no text in WINDOWS-1252; --encoding names another encoding", result.err)
+        self.succeed("import", "a.csv", "out.csv", "--encoding", "IBM850")
+        self.assertIn("Zürich", self.content("out.csv").decode())
 
     def test_a_failure_keeps_the_older_file_of_bad_rows(self):
         self.write_bad(300, {10: "1.5,2.5,3,4\n"})

@@ -17,7 +17,7 @@ std::string WhyText(const PlanColumn& column)
         return {};
     }
     const PlanRival& rival = column.type.rivals.front();
-    std::string text = rival.value.empty() ? rival.against : rival.value + "? " + rival.against;
+    std::string text = rival.against;
     for (const PlanEvidence& evidence : column.type.evidence) {
         const bool isOdd = evidence.what == "text" || evidence.what == "code of digits";
         if (isOdd && !evidence.places.empty()) {

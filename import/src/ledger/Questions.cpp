@@ -4,6 +4,7 @@
 #include "table/Table.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <string_view>
 #include <utility>
 
@@ -71,7 +72,8 @@ std::vector<ColumnSample> SampleColumns(const Plan& plan)
     return samples;
 }
 
-ImportFailure MakeQuestion(const Plan& plan, std::vector<ColumnSample> columns)
+ImportFailure
+MakeQuestion(const Plan& plan, std::vector<ColumnSample> columns, std::uint64_t rowsInTheWay)
 {
     std::vector<const PlanQuestion*> questions;
     for (const PlanQuestion& question : plan.questions) {
@@ -93,6 +95,7 @@ ImportFailure MakeQuestion(const Plan& plan, std::vector<ColumnSample> columns)
     fields.columns = std::move(columns);
     fields.hasColumnNames = plan.shape.hasNames.value;
     fields.isPlanned = true;
+    fields.fieldsFound = rowsInTheWay;
     const bool needsColumns =
         std::any_of(questions.begin(), questions.end(), [](const PlanQuestion* question) {
             return question->code == "coordinates" && question->answers.empty();

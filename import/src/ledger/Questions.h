@@ -4,6 +4,7 @@
 #include <Orvane/Import/Failure.h>
 #include <Orvane/Import/Plan.h>
 
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -19,6 +20,9 @@ namespace Orvane::Import {
 /// so that a caller who states one of them is asked nothing more. `missing` holds X and Y when the
 /// plan has found no columns of coordinates: then the caller must name them or do without points.
 /// @param plan with at least one question
-[[nodiscard]] ImportFailure MakeQuestion(const Plan& plan, std::vector<ColumnSample> columns);
+/// @param rowsInTheWay bad rows, where they are more than the import allows; else 0. An answer is
+///     whole only when it puts them aside
+[[nodiscard]] ImportFailure
+MakeQuestion(const Plan& plan, std::vector<ColumnSample> columns, std::uint64_t rowsInTheWay);
 
 } // namespace Orvane::Import

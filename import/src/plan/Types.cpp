@@ -214,7 +214,9 @@ void SayOddCells(const ColumnFacts& facts, PlanColumn& column)
     if (column.type.value == EPlanType::Text && most < values && most * 10 >= values * 8) {
         column.type.rivals.push_back({most == numbers ? "number" : "date",
                                       static_cast<double>(most) / static_cast<double>(values),
-                                      std::to_string(values - most) + " cells are none"});
+                                      std::to_string(values - most) +
+                                          (values - most == 1 ? " cell is no " : " cells are no ") +
+                                          (most == numbers ? "number" : "date")});
     }
 }
 

@@ -27,6 +27,7 @@ namespace {
 using Orvane::Import::Callbacks;
 using Orvane::Import::CancelFlag;
 using Orvane::Import::EDecidedBy;
+using Orvane::Import::EFailureKind;
 using Orvane::Import::EPhase;
 using Orvane::Import::ImportFailure;
 using Orvane::Import::ImportFile;
@@ -114,6 +115,34 @@ TEST(ImportFile, CountsThePointsOfTheFileWritten)
     ASSERT_EQ(report.written.losses.size(), 1U);
     EXPECT_EQ(report.written.losses[0].count, 1U);
     EXPECT_EQ(report.notes.size(), 2U);
+}
+
+TEST(ImportFile, RefusesAFileThatChangesWhileItIsRead)
+{
+    for (const unsigned threads : {1U, 2U}) {
+        const TemporaryFolder folder;
+        ImportRequest request =
+            MakeRequest(folder, "lat,lon,name\n1.5,2.5,a\n3.5,4.5,b\n", "out.csv");
+        request.threads = threads;
+        folder.File("out.csv", "old");
+        Callbacks callbacks;
+        callbacks.progress = [&](const ProgressState& state) {
+            if (state.phase == EPhase::Reading) {
+                std::ofstream(request.file, std::ios::app) << "5.5,6.5,c\n";
+            }
+            return true;
+        };
+        try {
+            ImportFile(request, callbacks);
+            ADD_FAILURE() << threads;
+        } catch (const ImportFailure& failure) {
+            EXPECT_EQ(failure.GetKind(), EFailureKind::Input);
+            EXPECT_EQ(failure.GetFields().code, "file-changed");
+            EXPECT_EQ(failure.GetFields().what, "The file has changed while it was read.");
+        }
+        EXPECT_EQ(Content(folder.Name("out.csv")), "old");
+        EXPECT_EQ(CountFiles(folder), 2U);
+    }
 }
 
 class PhasesOfThreads : public testing::TestWithParam<unsigned>

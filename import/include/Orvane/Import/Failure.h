@@ -66,7 +66,8 @@ struct UnderlyingTexts
 ///                              value; `nearest`: all of them
 ///         one-layer            files of the format hold one layer: none can be appended to or named
 ///         columns-unknown      the columns of X and Y are not certain; `columns`, `missing`; `matches`
-///                              holds the one of the two that is known. Of a plan: `answers`
+///                              holds the one of the two that is known. Of a plan: `answers`, and in
+///                              `fieldsFound` the bad rows that must be put aside as well
 ///         names-unknown        whether the first line holds names is not certain; `columns`, `answers`
 ///         encoding-unknown     the encoding is not certain; `columns`, `answers`
 ///         crs-unknown          the format needs the coordinate system of numbers that are no degrees
@@ -86,6 +87,7 @@ struct UnderlyingTexts
 ///         no-permission        the system does not let the file be read
 ///         empty-file           the file has no byte
 ///         read-error           the system fails to read the file
+///         file-changed         the file was written to while it was read
 ///         compressed           the file is packed otherwise than by gzip
 ///         damaged              a packed file cannot be unpacked
 ///         not-text             the file is a workbook, a database, a picture ...
@@ -103,13 +105,16 @@ struct UnderlyingTexts
 ///         line-too-long        a line is longer than the reader reads
 ///         bad-rows             more rows are bad than the request allows; `line`, `column`, `row` of the
 ///                              first, `subject` its reason, `fieldsFound` how many there are,
-///                              `fieldsExpected` how many are allowed
+///                              `fieldsExpected` how many are allowed; `value` the encoding when most
+///                              of them are no text of it
+///         no-row-fits          all rows are bad; otherwise as bad-rows
 ///         no-point             no row has a point; `columns`
 ///         plan-unfit           the file does not fit the plan that is to be followed; `line`
 ///         reader               the reader fails for another reason; `underneath`
 ///     Output
 ///         output-folder        the folder of the output is missing, or cannot be written
 ///         output-not-a-file    something other than a file is in the place of the output
+///         rejected-exists      a file of bad rows has to be written, and something else has its name
 ///         output-in-use        another program has the output open
 ///         output-closed        the program that reads standard output has ended
 ///         database             the database cannot be reached, or lets nobody in
