@@ -359,6 +359,30 @@ class TrueImportTest(ByPlanTest):
         dump = self.dump("a.gpkg")
         self.assertEqual((dump["layer"], len(dump["features"])), ("a", 7))
 
+    def test_the_mean_of_a_column_with_gaps_is_that_of_the_file_in_every_target(self):
+        sample = os.path.join(os.environ["ORVANE_SOURCE_DIR"], "examples/data/earthquakes.csv")
+        with open(sample, newline="", encoding="utf-8") as file:
+            texts = {row["id"]: row["gap"] for row in csv.DictReader(file)}
+        wanted = {key: float(text) if text else None for key, text in texts.items()}
+        numbers = [value for value in wanted.values() if value is not None]
+        self.assertLess(0, len(numbers))
+        self.assertLess(len(numbers), len(wanted))
+        for extension in ("gpkg", "fgb", "geojson", "geojsonl", "shp", "csv"):
+            with self.subTest(extension=extension):
+                out = "out." + extension
+                self.run_orvane("import", sample, out)
+                if extension == "csv":
+                    with open(self.path(out), newline="", encoding="utf-8") as file:
+                        cells = {row["id"]: row["gap"] for row in csv.DictReader(file)}
+                    values = {key: float(cell) if cell else None for key, cell in cells.items()}
+                else:
+                    dump = self.dump(out)
+                    names = [field[0] for field in dump["fields"]]
+                    values = {row[1][names.index("id")]: row[1][names.index("gap")] for row in dump["features"]}
+                self.assertTrue(values == wanted)
+                found = [value for value in values.values() if value is not None]
+                self.assertAlmostEqual(sum(found) / len(found), sum(numbers) / len(numbers), places=12)
+
     def test_rows_without_a_point_keep_all_of_their_cells(self):
         self.write("a.csv", "id,lat,lon\n1,47.5,8.5\n2,,8.25\n3,46.5,\n4,47.25,8.75\n")
         report = self.report("a.csv")
