@@ -387,6 +387,9 @@ std::string AdviseOnBadRows(const ImportFailure& failure, const std::vector<std:
                                    "; --encoding names another encoding, for example IBM850.";
     std::string command;
     if (failure.Is("no-row-fits")) {
+        if (fields.subject == "value") {
+            advice += advice.empty() ? "--type names another type." : "";
+        }
         if (!advice.empty()) {
             return advice;
         }

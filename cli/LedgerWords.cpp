@@ -141,7 +141,8 @@ std::string DescribeNulls(const Ledger& ledger)
         }
         std::string text = std::to_string(column.GetNulls()) + " in " + NameOf(column, index);
         if (column.nullWords > 0) {
-            text += " (" + std::to_string(column.nullWords) + " written";
+            text += " (" + std::to_string(column.nullWords);
+            text += column.nullSpellings.empty() ? " by --null" : " written";
             for (const std::string& word : column.nullSpellings) {
                 text += " " + Quoted(word);
             }

@@ -210,6 +210,14 @@ RejectedRows::MakeFailure(const Plan& plan, const Ledger& ledger, std::uint64_t 
             fields.cause += (index == 0 ? "" : ", ") + std::to_string(m_first[index].line);
         }
         fields.cause += m_count > m_first.size() ? " and so on." : ".";
+        if (first.reason == NameOf(EBadRow::Value) && first.column <= plan.columns.size()) {
+            const PlanColumn& column = plan.columns.at(first.column - 1);
+            fields.cause += " The first one has no " + std::string(NameOf(column.type.value)) +
+                            " in the column " +
+                            (column.name.empty() ? std::to_string(column.index)
+                                                 : "'" + CutText(column.name) + "'") +
+                            ".";
+        }
     }
     fields.fieldsFound = m_count;
     fields.fieldsExpected = most;

@@ -699,6 +699,20 @@ class BadRowsTest(ByPlanTest):
         self.succeed("import", "a.csv", "out.csv", "--encoding", "IBM850")
         self.assertIn("Zürich", self.content("out.csv").decode())
 
+    def test_a_type_that_no_cell_has_is_named_with_its_column(self):
+        self.write_bad(20, {})
+        result = self.run_orvane("import", "a.csv", "--type", "lat=integer", "--type", "n=date")
+        self.assertEqual(result.status, 1)
+        self.assertIn("None of the 20 rows fits the table: 20 value.", result.err)
+        self.assertIn(" The first one has no integer in the column 'lat'. The row: '0.5,0.25,0'. "
+                      "--type names another type.", result.err)
+
+    def test_a_column_of_a_given_type_needs_no_reason(self):
+        self.write_bad(20, {})
+        out = self.succeed("import", "a.csv", "--type", "n=text", "--null", "3").out
+        self.assertNotIn("Kept:", out)
+        self.assertIn("Nulls:    1 in 'n' (1 ", out)
+
     def test_a_failure_keeps_the_older_file_of_bad_rows(self):
         self.write_bad(300, {10: "1.5,2.5,3,4\n"})
         self.succeed("import", "a.csv", "out.csv")

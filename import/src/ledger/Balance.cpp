@@ -13,7 +13,8 @@ namespace {
 /// Why a column of mostly something else is text, with the first cell that makes it so.
 std::string WhyText(const PlanColumn& column)
 {
-    if (column.type.value != EPlanType::Text || column.type.rivals.empty()) {
+    if (column.type.value != EPlanType::Text || column.type.rivals.empty() ||
+        column.type.decider == EDecider::Given) {
         return {};
     }
     const PlanRival& rival = column.type.rivals.front();
