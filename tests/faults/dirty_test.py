@@ -7,10 +7,11 @@ import random
 import re
 import signal
 import sqlite3
+import subprocess
 import time
 import unittest
 
-from program_test import ALL, SEED, FaultsTest
+from program_test import ALL, PROGRAM, SEED, FaultsTest
 
 POINTS = 100 if ALL else 8
 COMMANDS = (("lint",), ("lint", "--json"), ("lint", "--sarif"), ("lint", "--all"),
@@ -162,6 +163,44 @@ class DirtyImportTest(DirtyTest):
         self.assertEqual(result.status, 1)
         self.assertEqual((self.content("out.gpkg"), self.content(self.REJECTED)), before)
         self.assert_folder("m.csv", "out.gpkg", self.REJECTED)
+
+    def test_a_disk_that_fills_with_bad_rows_keeps_both_older_files(self):
+        good = "".join(f"{i % 170}.25,{i % 80}.5,{i}\n" for i in range(1000))
+        bad = "".join(f"{i % 170}.25,{i % 80}.5,{i},one cell too many{' ' * 1000}.\n" for i in range(200))
+        self.write("old.csv", "lon,lat,n\n" + good + "1.5,2.5,3,4\n")
+        self.write("m.csv", "lon,lat,n\n" + good + bad)
+        arguments = ("import", "m.csv", "out.csv", "--max-bad", "100%")
+        self.assertEqual(self.run_orvane(*arguments).status, 0)
+        sizes = [os.path.getsize(self.path(name)) for name in ("out.csv", "out.csv.rejected.csv")]
+        self.assertLess(sizes[0] * 4, sizes[1])
+        os.remove(self.path("out.csv"))
+        os.remove(self.path("out.csv.rejected.csv"))
+        self.assertEqual(self.run_orvane("import", "old.csv", "out.csv").status, 0)
+        before = (self.content("out.csv"), self.content("out.csv.rejected.csv"))
+        for limit in (0, sizes[0], sizes[1] // 2, sizes[1] - 1):
+            with self.subTest(limit=limit):
+                result = self.run_orvane(*arguments, preexec_fn=self.limited(limit))
+                self.assertEqual((result.status, result.out), (1, ""))
+                self.assertRegex(result.err, r"\Aorvane: out\.csv[^\n]* cannot be written\. [^\n]+\n\Z")
+                self.assertEqual((self.content("out.csv"), self.content("out.csv.rejected.csv")), before)
+                self.assert_folder("m.csv", "old.csv", "out.csv", "out.csv.rejected.csv")
+        self.assertEqual(self.run_orvane(*arguments, preexec_fn=self.limited(sizes[1])).status, 0)
+        with open(self.path("out.csv.rejected.csv"), encoding="utf-8", newline="") as file:
+            self.assertEqual(len(list(csv.DictReader(file))), 200)
+
+    def test_a_folder_that_takes_no_file_keeps_what_is_in_it(self):
+        os.mkdir(self.path("full"))
+        self.write("m.csv", "lon,lat,n\n" + "1.5,2.5,3\n" * 20 + "1.5,2.5,3,4\n")
+        os.chmod(self.path("full"), 0o555)
+        # Root without its right to write everywhere; who is not root has none.
+        prefix = [] if os.geteuid() != 0 else ["setpriv", "--securebits", "+noroot", "--inh-caps", "-all",
+                                               "--bounding-set", "-all"]
+        done = subprocess.run([*prefix, PROGRAM, "import", "m.csv", "full/out.csv"], cwd=self.folder,
+                              capture_output=True, text=True, timeout=60, stdin=subprocess.DEVNULL)
+        os.chmod(self.path("full"), 0o755)
+        self.assertEqual((done.returncode, done.stdout), (1, ""))
+        self.assertRegex(done.stderr, r"\Aorvane: full/out\.csv: The output cannot be written\. [^\n]+\n\Z")
+        self.assertEqual(os.listdir(self.path("full")), [])
 
     def test_a_signal_leaves_all_or_nothing(self):
         self.write_dirty("m.csv", self.ROWS)

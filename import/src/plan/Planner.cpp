@@ -673,7 +673,7 @@ Plan MakePlan(const std::string& path, const PlanRequest& request, const Callbac
             // Rule: what was cut at bytes inside characters says nothing.
             PlanRequest decoded = request;
             decoded.encoding = encoding.value;
-            Plan plan = MakePlan(path, decoded);
+            Plan plan = MakePlan(path, decoded, callbacks);
             plan.bytes.encoding = std::move(encoding);
             return plan;
         }
