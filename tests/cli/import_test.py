@@ -701,10 +701,10 @@ class BadRowsTest(ByPlanTest):
 
     def test_a_type_that_no_cell_has_is_named_with_its_column(self):
         self.write_bad(20, {})
-        result = self.run_orvane("import", "a.csv", "--type", "lat=integer", "--type", "n=date")
+        result = self.run_orvane("import", "a.csv", "--type", "n=date")
         self.assertEqual(result.status, 1)
         self.assertIn("None of the 20 rows fits the table: 20 value.", result.err)
-        self.assertIn(" The first one has no integer in the column 'lat'. The row: '0.5,0.25,0'. "
+        self.assertIn(" The first one has no date in the column 'n'. The row: '0.5,0.25,0'. "
                       "--type names another type.", result.err)
 
     def test_a_column_of_a_given_type_needs_no_reason(self):
