@@ -403,7 +403,8 @@ void ExtendIndex(SqliteDatabase& database,
                  const PackedTree::Limits& limits,
                  const PackedTree::Progress& progress)
 {
-    constexpr std::uint64_t kOldPerNew = 8;
+    // One row put into the nodes of millions costs as much as packing about two thousand of them.
+    constexpr std::uint64_t kOldPerNew = 1000;
     constexpr std::uint64_t kNumbersPerRow = 8;
     constexpr std::uint64_t kPointsOfStep = 4096;
     const std::string name = IndexOf(layer);

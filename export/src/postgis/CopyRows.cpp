@@ -256,7 +256,7 @@ void CopyRows::PutText(std::string_view utf8)
 
 void CopyRows::PutNotOfType(std::size_t fieldIndex, std::string_view text)
 {
-    m_counts.notOfTypeByField[fieldIndex] += text.empty() ? 0 : 1;
+    m_counts.notOfTypeByField[fieldIndex] += text.empty() ? 0U : 1U;
     PutNull();
 }
 

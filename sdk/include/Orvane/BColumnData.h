@@ -49,7 +49,7 @@ struct BColumnData
     [[nodiscard]] bool IsNull(std::size_t rowInPage) const noexcept
     {
         return rowInPage / 8 < validity.GetSize() &&
-               (validity[rowInPage / 8] >> (rowInPage % 8) & 1U) == 0;
+               (static_cast<unsigned>(validity[rowInPage / 8]) >> (rowInPage % 8) & 1U) == 0;
     }
 
     /// Says that the row has no value. Its entry of the values' array is left to the caller: it is

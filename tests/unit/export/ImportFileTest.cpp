@@ -158,6 +158,10 @@ TEST_P(PhasesOfThreads, AreToldInOrderOnTheCallersThread)
     Callbacks callbacks;
     callbacks.interval = std::chrono::milliseconds(0);
     std::uint64_t mostRows = 0;
+    const std::string content = MakeRows(20000);
+    std::uint64_t mostPlanned = 0;
+    double fraction = 0;
+    bool isSteady = true;
     const std::thread::id thread = std::this_thread::get_id();
     callbacks.progress = [&](const ProgressState& state) {
         if (phases.empty() || phases.back() != state.phase) {
@@ -165,9 +169,14 @@ TEST_P(PhasesOfThreads, AreToldInOrderOnTheCallersThread)
         }
         isOwnThread = isOwnThread && std::this_thread::get_id() == thread;
         mostRows = std::max(mostRows, state.rowsDone);
+        isSteady = isSteady && state.fraction >= fraction && state.fraction <= 1;
+        fraction = state.fraction;
+        if (state.phase == EPhase::Preparing && state.bytesTotal == content.size()) {
+            mostPlanned = std::max(mostPlanned, state.bytesDone);
+        }
         return true;
     };
-    ImportRequest request = MakeRequest(folder, MakeRows(20000), "out.csv");
+    ImportRequest request = MakeRequest(folder, content, "out.csv");
     request.threads = GetParam();
     ImportFile(request, callbacks);
     const std::vector<EPhase> oneByOne = {
@@ -176,6 +185,9 @@ TEST_P(PhasesOfThreads, AreToldInOrderOnTheCallersThread)
         EPhase::Preparing, EPhase::Reading, EPhase::Writing, EPhase::Written};
     EXPECT_EQ(phases, GetParam() == 1 ? oneByOne : atOnce);
     EXPECT_TRUE(isOwnThread);
+    EXPECT_TRUE(isSteady);
+    EXPECT_GT(fraction, 0.9);
+    EXPECT_EQ(mostPlanned, content.size());
     // Lines are read, rows are written.
     EXPECT_EQ(mostRows, GetParam() == 1 ? 20001U : 20000U);
 }

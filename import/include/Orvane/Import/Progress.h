@@ -41,8 +41,9 @@ struct Note
     /// Stable, one per cause: `module-load` (a plug-in that was not needed cannot be loaded),
     /// `disk-cache` (the layer's pages go to a file), `disk-cache-full`
     /// (they would, but there is no room), `field-name`, `layer-name` (changed to fit the format),
-    /// `not-an-integer`, `not-a-date`, `fraction`, `not-finite`, `nul`, `no-place`
-    /// (values and rows that the file cannot hold), `format` (words of the format's writer).
+    /// `not-an-integer`, `not-a-date`, `fraction`, `digits`, `null-as-zero`, `not-finite`, `nul`,
+    /// `no-place` (values and rows that the file cannot hold), `reader-rules` (a file is read by
+    /// the rules of its reader alone, without a plan), `format` (words of the format's writer).
     std::string code;
     std::string text; ///< plain English, UTF-8, not escaped; one sentence without its full stop
 };
