@@ -2,9 +2,40 @@
 #include "TextCounter.h"
 
 #include <algorithm>
+#include <array>
+#include <cstdint>
 #include <stdexcept>
 
 namespace Orvane::Import {
+
+namespace {
+
+enum class EToken : std::uint8_t {
+    None,
+    Quote,
+    Open,
+    Close,
+    Colon,
+    Comma,
+};
+
+constexpr std::array<EToken, 256> MakeTokens()
+{
+    std::array<EToken, 256> tokens{};
+    tokens['"'] = EToken::Quote;
+    tokens['{'] = EToken::Open;
+    tokens['['] = EToken::Open;
+    tokens['}'] = EToken::Close;
+    tokens[']'] = EToken::Close;
+    tokens[':'] = EToken::Colon;
+    tokens[','] = EToken::Comma;
+    return tokens;
+}
+
+/// Most bytes of JSON are none of these: one look tells.
+constexpr std::array<EToken, 256> kTokens = MakeTokens();
+
+} // namespace
 
 TextCounter::~TextCounter() = default;
 CsvCounter::~CsvCounter() = default;
@@ -71,31 +102,31 @@ void CsvCounter::EndRecord() noexcept
 
 void JsonCounter::Consume(std::string_view bytes)
 {
-    for (const char byte : bytes) {
+    std::size_t at = 0;
+    while (at < bytes.size()) {
         if (m_isInText) {
-            ConsumeInText(byte);
+            at = ConsumeInText(bytes, at);
             continue;
         }
-        switch (byte) {
-        case '"':
+        const char byte = bytes[at++];
+        switch (kTokens[static_cast<unsigned char>(byte)]) {
+        case EToken::None:
+            break;
+        case EToken::Quote:
             m_isInText = true;
             m_text.clear();
             break;
-        case '{':
-        case '[':
+        case EToken::Open:
             Open(byte);
             break;
-        case '}':
-        case ']':
+        case EToken::Close:
             Close(byte);
             break;
-        case ':':
+        case EToken::Colon:
             m_isKey = false;
             break;
-        case ',':
+        case EToken::Comma:
             m_isKey = m_depth > 0 && m_depth <= kDepths && m_open[m_depth - 1] == '{';
-            break;
-        default:
             break;
         }
     }
@@ -109,18 +140,29 @@ TargetCounts JsonCounter::GetCounts() const
     return m_counts;
 }
 
-void JsonCounter::ConsumeInText(char byte)
+std::size_t JsonCounter::ConsumeInText(std::string_view bytes, std::size_t at)
 {
     if (m_isEscaped) {
         m_isEscaped = false;
-    } else if (byte == '\\') {
+        return at + 1;
+    }
+    std::size_t end = at;
+    while (end < bytes.size() && bytes[end] != '"' && bytes[end] != '\\') {
+        ++end;
+    }
+    if (m_isKey && m_text.size() < kKeyBytes) {
+        m_text.append(bytes.substr(at, std::min(end - at, kKeyBytes - m_text.size())));
+    }
+    if (end == bytes.size()) {
+        return end;
+    }
+    if (bytes[end] == '\\') {
         m_isEscaped = true;
-    } else if (byte == '"') {
+    } else {
         m_isInText = false;
         EndText();
-    } else if (m_isKey && m_text.size() < kKeyBytes) {
-        m_text += byte;
     }
+    return end + 1;
 }
 
 void JsonCounter::EndText()

@@ -84,7 +84,8 @@ public:
     [[nodiscard]] std::uint64_t CountRowsSoFar() const noexcept override { return m_counts.rows; }
 
 private:
-    void ConsumeInText(char byte);
+    /// Consumes of a text what is there. @return where it goes on
+    std::size_t ConsumeInText(std::string_view bytes, std::size_t at);
     void EndText();
     void Open(char byte);
     void Close(char byte);
