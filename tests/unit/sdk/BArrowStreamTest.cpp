@@ -71,7 +71,7 @@ BSharedPtr<BVectorLayer> MakeLayer()
 bool IsValid(const ArrowArray& array, std::size_t row)
 {
     const auto* bits = static_cast<const unsigned char*>(array.buffers[0]);
-    return bits == nullptr || (bits[row / 8] >> (row % 8) & 1U) != 0;
+    return bits == nullptr || (static_cast<unsigned>(bits[row / 8]) >> (row % 8) & 1U) != 0;
 }
 
 template <typename T>
