@@ -2,6 +2,7 @@
 #include "ProgressLine.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
 #include <sys/ioctl.h>
 #include <unistd.h>
@@ -41,9 +42,7 @@ std::string DescribeTimeLeft(double seconds)
 {
     constexpr double kMinute = 60;
     constexpr double kHour = 3600;
-    const auto whole = [](double number) {
-        return std::to_string(static_cast<std::uint64_t>(number + 0.5));
-    };
+    const auto whole = [](double number) { return std::to_string(std::llround(number)); };
     if (seconds < 2 * kMinute) {
         return whole(std::max(1.0, seconds)) + " s left";
     }
@@ -98,7 +97,7 @@ DescribeProgress(const ProgressState& state, double seconds, double phaseSeconds
         text += separator +
                 DescribeAmount(state.bytesDone / kMegabyte, state.bytesTotal / kMegabyte, "MB");
         if (state.rowsDone == 0 && phaseSeconds > 0) {
-            const double rate = static_cast<double>(state.bytesDone / kMegabyte) / phaseSeconds;
+            const double rate = static_cast<double>(state.bytesDone) / kMegabyte / phaseSeconds;
             text += ", " + std::to_string(static_cast<std::uint64_t>(rate)) + " MB/s";
         }
     }
