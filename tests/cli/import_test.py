@@ -343,6 +343,14 @@ class TrueImportTest(ByPlanTest):
         self.assertEqual(dump["features"],
                          [[[8.5, 47.5, 12.45], ["A"]], [[8.75, 47.25, 3.5], ["B"]]])
 
+    def test_an_answer_by_which_no_row_is_left_is_not_offered(self):
+        self.write("a.csv", "foo,bar,baz\n1,2")
+        result = self.run_orvane("import", "a.csv")
+        self.assertEqual(result.status, 2)
+        self.assertNotIn("--names yes", result.err)
+        self.assertIn("--names no --no-points", result.err)
+        self.succeed("import", "--names", "no", "--no-points", "a.csv")
+
     def test_the_encoding_is_found_and_a_mark_is_no_part_of_a_name(self):
         for name, data in (("utf8.csv", "\ufeffname,lat,lon\nZürich,47.4,8.5\nGenève,46.2,6.1\nSão,1.5,2.5\n".encode()),
                            ("utf16.csv", "name,lat,lon\nZürich,47.4,8.5\nGenève,46.2,6.1\nSão,1.5,2.5\n".encode("utf-16"))):

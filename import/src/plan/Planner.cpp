@@ -245,9 +245,16 @@ void PlanHeadOf(const Scan::TableHead& head,
                        : isClear                          ? EConfidence::Certain
                                                           : EConfidence::Strong;
     if (head.names == Scan::ENames::Unsure) {
-        plan.questions.push_back({"names",
-                                  "Whether the first line holds column names cannot be told.",
-                                  {{{}, {}, true, {}}, {{}, {}, false, {}}}});
+        PlanQuestion question{"names",
+                              "Whether the first line holds column names cannot be told.",
+                              {{{}, {}, true, {}}, {{}, {}, false, {}}}};
+        // Rule: an answer by which no row is left that fits is none.
+        const PlanShape& shape = plan.shape;
+        if (!shape.hasNames.value && shape.rows == 1 &&
+            (shape.isCutShort || shape.longRows + shape.misfits > 0)) {
+            question.answers.erase(question.answers.begin());
+        }
+        plan.questions.push_back(std::move(question));
     }
     for (const Scan::HeadLine& line : head.lines) {
         const bool isLead = line.byte < lead.bytes;
