@@ -44,6 +44,8 @@ using Follow = std::function<void(std::uint64_t rows)>;
 
 /// Rows between two calls of a Follow.
 constexpr std::uint64_t kRowsPerCall = 65536;
+/// The same, where rows are counted by their numbers.
+constexpr std::int64_t kNumbersPerCall = 65536;
 
 TargetCounts
 CountText(const std::filesystem::path& path, TextCounter& counter, const Follow& follow)
@@ -136,24 +138,7 @@ public:
         }
         TargetCounts counts;
         for (const auto& [table, geometry] : tables) {
-            // Piece by piece, so that the caller hears of a large table.
-            const std::string point = geometry.empty() ? "NULL" : Quote(geometry);
-            const Statement count = Prepare(
-                "SELECT count(*), count(point), max(id) FROM (SELECT rowid AS id, " + point +
-                " AS point FROM " + Quote(table) + " WHERE rowid > ?1 ORDER BY rowid LIMIT " +
-                std::to_string(kRowsPerCall) + ")");
-            std::int64_t last = std::numeric_limits<std::int64_t>::min();
-            std::uint64_t rows = 0;
-            do {
-                Check(sqlite3_reset(count.get()));
-                Check(sqlite3_bind_int64(count.get(), 1, last));
-                static_cast<void>(Step(count));
-                rows = static_cast<std::uint64_t>(sqlite3_column_int64(count.get(), 0));
-                counts.rows += rows;
-                counts.points += static_cast<std::uint64_t>(sqlite3_column_int64(count.get(), 1));
-                last = sqlite3_column_int64(count.get(), 2);
-                follow(counts.rows);
-            } while (rows == kRowsPerCall);
+            CountTable(table, geometry, follow, counts);
         }
         return counts;
     }
@@ -170,6 +155,52 @@ private:
     };
 
     using Statement = std::unique_ptr<sqlite3_stmt, Finalizer>;
+
+    /// Adds the rows of a table, run by run of their numbers, so that the caller hears of a large
+    /// one.
+    void CountTable(const std::string& table,
+                    const std::string& geometry,
+                    const Follow& follow,
+                    TargetCounts& counts) const
+    {
+        const std::string key = Quote(FindKey(table));
+        const Statement next =
+            Prepare("SELECT min(" + key + ") FROM " + Quote(table) + " WHERE " + key + " >= ?1");
+        const Statement count =
+            Prepare("SELECT count(*), count(" + (geometry.empty() ? "NULL" : Quote(geometry)) +
+                    ") FROM " + Quote(table) + " WHERE " + key + " BETWEEN ?1 AND ?2");
+        constexpr std::int64_t kEnd = std::numeric_limits<std::int64_t>::max();
+        for (std::int64_t first = std::numeric_limits<std::int64_t>::min();;) {
+            Check(sqlite3_reset(next.get()));
+            Check(sqlite3_bind_int64(next.get(), 1, first));
+            if (!Step(next) || sqlite3_column_type(next.get(), 0) == SQLITE_NULL) {
+                return;
+            }
+            first = sqlite3_column_int64(next.get(), 0);
+            const std::int64_t last =
+                first > kEnd - kNumbersPerCall ? kEnd : first + kNumbersPerCall - 1;
+            Check(sqlite3_reset(count.get()));
+            Check(sqlite3_bind_int64(count.get(), 1, first));
+            Check(sqlite3_bind_int64(count.get(), 2, last));
+            static_cast<void>(Step(count));
+            counts.rows += static_cast<std::uint64_t>(sqlite3_column_int64(count.get(), 0));
+            counts.points += static_cast<std::uint64_t>(sqlite3_column_int64(count.get(), 1));
+            follow(counts.rows);
+            if (last == kEnd) {
+                return;
+            }
+            first = last + 1;
+        }
+    }
+
+    /// The column of the rows' numbers. A field may be called "rowid", so that its own name counts.
+    [[nodiscard]] std::string FindKey(const std::string& table) const
+    {
+        const Statement find = Prepare("SELECT name FROM pragma_table_info(?1) WHERE pk = 1 AND "
+                                       "upper(type) = 'INTEGER'");
+        Check(sqlite3_bind_text(find.get(), 1, table.c_str(), -1, SQLITE_TRANSIENT));
+        return Step(find) ? TextOf(find, 0) : std::string("rowid");
+    }
 
     void Check(int code) const
     {

@@ -616,6 +616,27 @@ TEST(StandardOutputTarget, TellsWhyItCannotBeWritten)
     }
 }
 
+/// A field may have the name that SQLite gives the number of a row.
+TEST(GeoPackageTarget, CountsRowsWhateverAFieldCalledRowidHolds)
+{
+    const TemporaryFolder folder;
+    BVectorLayer layer;
+    BFeatureAppender rows(layer.GetFeatures(), {{"rowid", EVariantType::Int32}});
+    // More than are counted at once.
+    constexpr std::uint32_t kRows = 150'000;
+    for (std::uint32_t number = 1; number <= kRows; ++number) {
+        if (number % 3 == 0) {
+            rows.AddNull();
+        } else {
+            rows.AddInt32(7);
+        }
+        rows.EndRow(number % 2 == 0 ? EPointKind::XY : EPointKind::None, 1, 2, 0, number);
+    }
+    const Written written = Write(layer, RequestFor(folder, "rows.gpkg"));
+    EXPECT_EQ(written.counted.rows, kRows);
+    EXPECT_EQ(written.counted.points, kRows / 2);
+}
+
 TEST(TargetFormat, IsWhatIsAskedForWhateverTheExtension)
 {
     const TemporaryFolder folder;
