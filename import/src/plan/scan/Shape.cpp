@@ -1,6 +1,7 @@
 // Tries dialects on the text's first records, and tells names and preamble from rows.
 #include "Shape.h"
 
+#include "../Names.h"
 #include "../values/Cell.h"
 #include "../values/FoldedCell.h"
 
@@ -94,6 +95,26 @@ std::size_t FindFirstSteady(const std::vector<std::size_t>& counts)
     return 0;
 }
 
+/// The largest count of records that differ from one to the next; 0 where there are runs of one
+/// count, or where one record in ten has a single field.
+std::size_t FindMostOfRagged(const std::map<std::size_t, std::size_t>& frequencies,
+                             std::size_t records,
+                             double steady)
+{
+    constexpr std::size_t kFewestRecords = 5;
+    constexpr double kMostSteady = 0.3;
+    const auto lone = frequencies.find(1);
+    const std::size_t lones = lone == frequencies.end() ? 0 : lone->second;
+    if (records < kFewestRecords || steady >= kMostSteady || frequencies.size() < 3 ||
+        lones * 10 > records) {
+        return 0;
+    }
+    const auto most = std::find_if(frequencies.rbegin(),
+                                   frequencies.rend(),
+                                   [](const auto& frequency) { return frequency.second >= 2; });
+    return most == frequencies.rend() ? 0 : most->first;
+}
+
 /// @param canBeShort whether rows may lack cells; blanks in texts make records of any count
 Mode FindMode(const std::vector<std::size_t>& counts, bool canBeShort)
 {
@@ -124,6 +145,13 @@ Mode FindMode(const std::vector<std::size_t>& counts, bool canBeShort)
             mode.fields = fields;
             mode.hasShortRows = true;
         }
+    }
+    // Rule: where counts differ from one record to the next, the largest is the table's.
+    const std::size_t ragged =
+        canBeShort ? FindMostOfRagged(frequencies, counts.size(), mode.steady) : 0;
+    if (ragged > mode.fields || (ragged == mode.fields && ragged > 2)) {
+        mode.fields = ragged;
+        mode.hasShortRows = true;
     }
     mode.support =
         counts.empty() ? 0 : static_cast<double>(most) / static_cast<double>(counts.size());
@@ -378,6 +406,108 @@ void TryQuotes(std::string_view text,
 
 } // namespace
 
+namespace {
+
+/// Some characters of a line.
+std::string_view
+CutCharacters(std::string_view line, std::size_t from, std::size_t count, bool isUtf8)
+{
+    const auto skip = [&](std::size_t at, std::size_t characters) {
+        for (; characters > 0 && at < line.size(); --characters) {
+            ++at;
+            while (isUtf8 && at < line.size() &&
+                   (static_cast<unsigned char>(line[at]) & 0xC0U) == 0x80U) {
+                ++at;
+            }
+        }
+        return at;
+    };
+    const std::size_t begin = skip(0, from);
+    return line.substr(begin, skip(begin, count) - begin);
+}
+
+/// Drops the ends of columns that a line of names contradicts: a column without a name over it is
+/// part of the text before it.
+///
+/// Rule: names tell columns only where each of them begins or ends with a column.
+/// @param isUsed which columns of characters the rows use
+void KeepColumnsOfNames(std::string_view names,
+                        const std::vector<std::string_view>& rows,
+                        const std::vector<bool>& isUsed,
+                        bool isUtf8,
+                        std::vector<std::uint32_t>& ends)
+{
+    std::vector<bool> isName; ///< which columns of characters the names use
+    for (const char unit : names) {
+        if (!isUtf8 || (static_cast<unsigned char>(unit) & 0xC0U) != 0x80U) {
+            isName.push_back(unit != ' ');
+        }
+    }
+    const auto hasName = [&](std::size_t from, std::size_t to) {
+        const auto at = [&](std::size_t column) {
+            return isName.begin() + static_cast<std::ptrdiff_t>(std::min(column, isName.size()));
+        };
+        return std::find(at(from), at(to), true) != at(to);
+    };
+    // Where columns begin, and where their texts end.
+    std::vector<std::size_t> begins;
+    std::vector<std::size_t> stops;
+    std::size_t from = 0;
+    for (std::size_t index = 0; index <= ends.size(); ++index) {
+        const std::size_t stop = index < ends.size() ? ends[index] : isUsed.size();
+        while (from < stop && !isUsed[from]) {
+            ++from;
+        }
+        begins.push_back(from);
+        stops.push_back(stop);
+        from = stop;
+    }
+    const auto has = [](const std::vector<std::size_t>& list, std::size_t column) {
+        return std::find(list.begin(), list.end(), column) != list.end();
+    };
+    std::size_t count = 0;
+    for (std::size_t at = 0; at < isName.size();) {
+        if (!isName[at]) {
+            ++at;
+            continue;
+        }
+        // A name may hold a blank.
+        std::size_t end = at;
+        while (end < isName.size() &&
+               (isName[end] || (end + 1 < isName.size() && isName[end + 1]))) {
+            ++end;
+        }
+        if (!has(begins, at) && !has(stops, end)) {
+            return;
+        }
+        at = end;
+        ++count;
+    }
+    if (count < 2) {
+        return;
+    }
+    // Numbers before a column are no text that goes on in it.
+    const auto isText = [&](std::size_t index) {
+        const std::size_t begin = index == 0 ? 0 : ends[index - 1];
+        return std::any_of(rows.begin(), rows.end(), [&](std::string_view row) {
+            const std::string_view cell = CutCharacters(row, begin, ends[index] - begin, isUtf8);
+            return Values::ReadCell(cell).cell == ECell::Text;
+        });
+    };
+    std::vector<std::uint32_t> kept;
+    for (std::size_t index = 0; index < ends.size(); ++index) {
+        const std::size_t end = ends[index];
+        const bool isThroughName = end > 0 && end < isName.size() && isName[end - 1] && isName[end];
+        const std::size_t next = index + 1 < ends.size() ? ends[index + 1] : isName.size();
+        if ((!isThroughName && hasName(end, next)) || !isText(index)) {
+            kept.push_back(ends[index]);
+        }
+    }
+    ends = std::move(kept);
+}
+
+} // namespace
+
 std::vector<std::uint32_t> FindWidths(std::string_view text, const ShapeRequest& request)
 {
     constexpr std::size_t kMostWidth = 4096;
@@ -423,6 +553,10 @@ std::vector<std::uint32_t> FindWidths(std::string_view text, const ShapeRequest&
         if (isUsed[column - 1] && !isUsed[column] && column < shortest) {
             ends.push_back(static_cast<std::uint32_t>(column));
         }
+    }
+    if (skipped > 0) {
+        KeepColumnsOfNames(
+            lines.front(), {lines.begin() + 1, lines.end()}, isUsed, request.isUtf8, ends);
     }
     const auto padded = std::count_if(lines.begin(), lines.end(), [](std::string_view line) {
         return line.find("  ") != std::string_view::npos;
@@ -612,8 +746,26 @@ struct SampleColumn
     std::size_t booleans = 0;
     std::size_t quoted = 0;
     bool isTyped = false;
+    bool isPast90 = false;                         ///< a number is no latitude
     std::unordered_set<std::string_view> distinct; ///< of the head's cells, at most 256
 };
+
+/// Whether a cell is a number with a whole part past 90, as no latitude is.
+bool IsPast90(std::string_view cell)
+{
+    constexpr long kMost = 90;
+    long whole = 0;
+    std::size_t digits = 0;
+    cell = Values::Trim(cell);
+    for (const char unit : cell.substr(cell.starts_with('-') ? 1 : 0)) {
+        if (!Values::IsDigit(unit)) {
+            break;
+        }
+        whole = std::min(whole * 10 + (unit - '0'), kMost + 1);
+        ++digits;
+    }
+    return digits > 0 && whole > kMost;
+}
 
 /// @param from the first row that counts; rows like the one before it are names again
 std::vector<SampleColumn>
@@ -634,6 +786,7 @@ SampleColumns(const std::vector<HeadRecord>& head, std::size_t from, std::size_t
             SampleColumn& sample = samples[column];
             ++sample.values;
             sample.texts += kind == ECell::Text ? 1U : 0U;
+            sample.isPast90 = sample.isPast90 || IsPast90(cell);
             sample.booleans += kind == ECell::Boolean ? 1U : 0U;
             sample.quoted += head[row].isQuoted[column] ? 1U : 0U;
             sample.withDigits += std::any_of(cell.begin(), cell.end(), Values::IsDigit) ? 1U : 0U;
@@ -668,6 +821,11 @@ bool IsKnownName(std::string_view cell)
                    return a == Values::ToLower(b);
                });
     });
+}
+
+bool IsLetterOrHigh(char unit) noexcept
+{
+    return Values::IsLetter(unit) || static_cast<signed char>(unit) < 0;
 }
 
 struct NamesVerdict
@@ -753,6 +911,13 @@ NamesVerdict JudgeNames(const HeadRecord& record, const std::vector<SampleColumn
         verdict.reason = missingForm > 0 ? "all cells below have digits, the first row has none"
                          : known > 0     ? "words that are usual as names"
                                          : "quoted over unquoted";
+        return verdict;
+    }
+    // Rule: numbers alone are no names.
+    if (std::none_of(record.cells.begin(), record.cells.end(), [](const std::string& cell) {
+            return std::any_of(cell.begin(), cell.end(), IsLetterOrHigh);
+        })) {
+        verdict.reason = "no letter is in the first row";
         return verdict;
     }
     verdict.names = ENames::Unsure;
@@ -1055,8 +1220,88 @@ void LookAtRows(const std::vector<HeadRecord>& head, std::size_t from, TableHead
     }
 }
 
-/// A line before the table with other counts may hold the names: the last comment, or a line that
-/// is one cell short or long.
+/// Removes the cells of a line of names that are empty and surplus, where it is clear which they
+/// are: those at its end, or all that are empty.
+void DropEmptyNames(std::size_t columns, HeadRecord& record)
+{
+    const auto isEmpty = [](const std::string& cell) { return Values::Trim(cell).empty(); };
+    std::vector<std::string>& cells = record.cells;
+    while (cells.size() > columns && isEmpty(cells.back())) {
+        cells.pop_back();
+    }
+    const auto empty = static_cast<std::size_t>(std::count_if(cells.begin(), cells.end(), isEmpty));
+    if (cells.size() > columns && cells.size() - columns == empty) {
+        cells.erase(std::remove_if(cells.begin(), cells.end(), isEmpty), cells.end());
+    }
+    record.isQuoted.assign(cells.size(), false);
+    record.ForgetKinds();
+}
+
+/// How many names of coordinates stand over columns that can hold them.
+/// @param shift how many columns to the right of their own the names stand
+int CountFittingAxes(const std::vector<std::string>& names,
+                     const std::vector<SampleColumn>& samples,
+                     std::size_t shift)
+{
+    int fits = 0;
+    std::string rest;
+    for (std::size_t index = 0; index < names.size() && index + shift < samples.size(); ++index) {
+        const SampleColumn& sample = samples[index + shift];
+        const Names::EAxis axis = Names::FindAxis(names[index], rest);
+        if (axis != Names::EAxis::None) {
+            const bool isLatitude = axis == Names::EAxis::Latitude;
+            fits += sample.isTyped && !(isLatitude && sample.isPast90) ? 1 : -1;
+        }
+    }
+    return fits;
+}
+
+/// A line of names that has not the table's count: one cell short or long, or with surplus cells
+/// that are empty.
+/// @param row the first row
+void UseUnevenNames(const std::vector<HeadRecord>& head,
+                    HeadRecord record,
+                    std::size_t row,
+                    TableHead& table)
+{
+    const std::vector<std::string> cells = TrimCells(record);
+    const std::size_t fields = record.cells.size();
+    if (fields > table.columns) {
+        DropEmptyNames(table.columns, record);
+    }
+    const std::size_t names = record.cells.size();
+    if (names > table.columns + 1 || names + 1 < table.columns) {
+        return;
+    }
+    const std::vector<SampleColumn> samples = SampleColumns(head, row, table.columns);
+    const NamesVerdict verdict = JudgeNames(record, samples);
+    if (verdict.names != ENames::Found || verdict.forData > 0) {
+        return;
+    }
+    table.lines.back().kind = ELineKind::Names;
+    table.names = ENames::Found;
+    table.namesFields = fields;
+    table.namesVotes = verdict.forNames;
+    table.namesReason = names < table.columns    ? "a line of names that is one cell short"
+                        : names == table.columns ? "a line of names with surplus empty cells"
+                                                 : "a line of names that is one cell long";
+    JoinNames(record, false, table.columnNames);
+    table.namesCells.push_back(cells);
+    if (names >= table.columns) {
+        return;
+    }
+    // Rule: names of coordinates over columns that can be none do not stand where they belong.
+    const int inPlace = CountFittingAxes(record.cells, samples, 0);
+    const int shifted = CountFittingAxes(record.cells, samples, 1);
+    if (shifted > inPlace || (shifted == inPlace && AreRowNames(head, row, table.columns))) {
+        table.columnNames.pop_back();
+        table.columnNames.insert(table.columnNames.begin(), std::string());
+        table.namesReason = "a line of names without one for the names of rows";
+    }
+}
+
+/// A line before the table with other counts may hold the names: the last comment, or a line with
+/// some cells less or more.
 /// @param row the first row
 void UseLineBefore(const std::vector<HeadRecord>& head,
                    std::size_t first,
@@ -1087,27 +1332,8 @@ void UseLineBefore(const std::vector<HeadRecord>& head,
                 JoinNames(named, false, table.columnNames);
             }
         }
-    } else if (last.kind == ELineKind::Preamble && table.columns > 2 &&
-               (record.cells.size() + 1 == table.columns ||
-                record.cells.size() == table.columns + 1)) {
-        const std::vector<SampleColumn> all = SampleColumns(head, row, table.columns);
-        const NamesVerdict other = JudgeNames(record, all);
-        if (other.names == ENames::Found && other.forData == 0) {
-            last.kind = ELineKind::Names;
-            table.names = ENames::Found;
-            table.namesFields = record.cells.size();
-            table.namesVotes = other.forNames;
-            table.namesReason = record.cells.size() < table.columns
-                                    ? "a line of names that is one cell short"
-                                    : "a line of names that is one cell long";
-            JoinNames(record, false, table.columnNames);
-            table.namesCells.push_back(TrimCells(record));
-            if (record.cells.size() < table.columns && AreRowNames(head, row, table.columns)) {
-                table.columnNames.pop_back();
-                table.columnNames.insert(table.columnNames.begin(), std::string());
-                table.namesReason = "a line of names without one for the names of rows";
-            }
-        }
+    } else if (last.kind == ELineKind::Preamble && table.columns > 2) {
+        UseUnevenNames(head, record, row, table);
     }
 }
 
