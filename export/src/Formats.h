@@ -15,18 +15,18 @@ struct ExportFormat
     const char* extension; ///< lower case, "." included
     const char* driver;    ///< GDAL's name
     WriteReport (*write)(const WriteRequest&);
+    std::size_t mostFields = 0; ///< 0: the driver tells
     /// How fields must be named.
     enum class ENames {
         Unique,           ///< each name once
         UniqueIgnoreCase, ///< each name once, ASCII case ignored
         Dbase             ///< at most 10 bytes, each name once, ASCII case ignored
-    } names;
-    bool namesLayer; ///< its file has the name of its layer
-    bool holdsNaN;
-    bool holdsInfinity;
-    bool holdsDates;              ///< days; a format that does not hold them has their texts
-    bool holdsDateTimes;          ///< days with times, to the millisecond; else their texts
-    std::size_t mostFields = 0;   ///< 0: the driver tells
+    } names = ENames::Unique;
+    bool namesLayer = false; ///< its file has the name of its layer
+    bool holdsNaN = false;
+    bool holdsInfinity = false;
+    bool holdsDates = false;      ///< days; a format that does not hold them has their texts
+    bool holdsDateTimes = false;  ///< days with times, to the millisecond; else their texts
     bool holdsAllDigits = true;   ///< of numbers and coordinates; else 15 of them
     bool holdsNullNumbers = true; ///< else a null of a number is 0
 };

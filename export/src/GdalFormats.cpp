@@ -95,18 +95,17 @@ const ExportFormat& MakeFormat(GDALDriver& driver, const char* extension)
     const std::lock_guard<std::mutex> lock(mutex);
     const char* const name = driver.GetDescription();
     const bool isExact = IsSame("SQLite", name) || IsSame("Parquet", name) || IsSame("Arrow", name);
-    const ExportFormat format{extension,
-                              name,
-                              &WriteByGdal,
-                              ExportFormat::ENames::UniqueIgnoreCase,
-                              true,
-                              false,
-                              false,
-                              HasType(driver, "Date"),
-                              HasType(driver, "DateTime"),
-                              0,
-                              isExact,
-                              !IsSame("MapInfo File", name)};
+    const ExportFormat format{
+        .extension = extension,
+        .driver = name,
+        .write = &WriteByGdal,
+        .names = ExportFormat::ENames::UniqueIgnoreCase,
+        .namesLayer = true,
+        .holdsDates = HasType(driver, "Date"),
+        .holdsDateTimes = HasType(driver, "DateTime"),
+        .holdsAllDigits = isExact,
+        .holdsNullNumbers = !IsSame("MapInfo File", name),
+    };
     return formats.emplace(std::string(name) + extension, format).first->second;
 }
 

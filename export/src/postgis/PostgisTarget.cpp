@@ -37,16 +37,15 @@ constexpr std::size_t kMostFields = 1598;
 /// Bytes of a name; PostgreSQL would cut longer ones.
 constexpr std::size_t kLongestName = 63;
 
-constexpr ExportFormat kFormat = {"",
-                                  "PostgreSQL",
-                                  nullptr,
-                                  ExportFormat::ENames::Unique,
-                                  true,
-                                  true,
-                                  true,
-                                  true,
-                                  true,
-                                  kMostFields};
+constexpr ExportFormat kFormat = {.extension = "",
+                                  .driver = "PostgreSQL",
+                                  .write = nullptr,
+                                  .mostFields = kMostFields,
+                                  .namesLayer = true,
+                                  .holdsNaN = true,
+                                  .holdsInfinity = true,
+                                  .holdsDates = true,
+                                  .holdsDateTimes = true};
 
 FailureFields MakeFields(const std::string& shown, const char* code, std::string what)
 {
@@ -491,8 +490,9 @@ private:
                 cut = CutName(name.substr(0, kLongestName - ending.size()));
                 cut += ending;
             }
-            names.notes.push_back(
-                {"field-name", "the column '" + name + "' is named '" + cut + "' in the table"});
+            std::string note = "the column '";
+            note.append(name).append("' is named '").append(cut).append("' in the table");
+            names.notes.push_back({"field-name", std::move(note)});
             name = cut;
         }
     }

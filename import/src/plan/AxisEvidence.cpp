@@ -65,13 +65,14 @@ Places ReadPlaces()
     std::string line;
     while (std::getline(file, line)) {
         const std::size_t angles = line.find('\t');
-        const std::size_t zone = angles == line.npos ? line.npos : line.find('\t', angles + 1);
-        if (line.empty() || line[0] == '#' || zone == line.npos) {
+        const std::size_t zone =
+            angles == std::string::npos ? std::string::npos : line.find('\t', angles + 1);
+        if (line.empty() || line[0] == '#' || zone == std::string::npos) {
             continue;
         }
         const std::string_view text = std::string_view(line).substr(angles + 1, zone - angles - 1);
         const std::size_t second = text.find_first_of("+-", 1);
-        if (second == text.npos) {
+        if (second == std::string_view::npos) {
             continue;
         }
         const Place place{ReadAngle(text.substr(0, second), 2), ReadAngle(text.substr(second), 3)};
