@@ -539,12 +539,12 @@ private:
         const bool holdsDegrees = m_report.format.starts_with("GeoJSON");
         if (HasPoints() && m_report.crs.empty() && holdsDegrees &&
             system.value == kUndefinedCartesian) {
-            FailureFields fields = MakeFailure(
-                EFailureKind::Request,
-                "crs-unknown",
-                "The coordinates are no degrees, and their coordinate system is not known; " +
-                    m_report.format + " needs it.",
-                m_request.file);
+            FailureFields fields =
+                MakeFailure(EFailureKind::Request,
+                            "crs-unknown",
+                            "The coordinate system of the points is not known, and " +
+                                m_report.format + " needs it.",
+                            m_request.file);
             fields.isPlanned = true;
             throw ImportFailure(std::move(fields));
         }

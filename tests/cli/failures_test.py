@@ -100,7 +100,7 @@ CASES = {
     "crs-unknown": (
         {"a.csv": "easting,northing\n465120.5,5247300.25\n465220.5,5247310.25\n"},
         ["import", "a.csv", "a.geojson"],
-        "a.csv: The coordinates are no degrees, and their coordinate system is not known; GeoJSON needs it. Give it "
+        "a.csv: The coordinate system of the points is not known, and GeoJSON needs it. Give it "
         "by --crs AUTHORITY:CODE, or write a GeoPackage, which can do without.",
         2),
     "no-such-column": (

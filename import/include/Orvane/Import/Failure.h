@@ -70,7 +70,7 @@ struct UnderlyingTexts
 ///                              `fieldsFound` the bad rows that must be put aside as well
 ///         names-unknown        whether the first line holds names is not certain; `columns`, `answers`
 ///         encoding-unknown     the encoding is not certain; `columns`, `answers`
-///         crs-unknown          the format needs the coordinate system of numbers that are no degrees
+///         crs-unknown          the format needs a coordinate system, and the points' is not known
 ///         no-such-column       no column has the name `value`; `subject` is X, Y or Z; `columns`
 ///         column-beyond        the index `value` is beyond the last column; `subject`, `columns`
 ///         column-ambiguous     several columns have the name `value`; `subject`, `columns`, `matches`
