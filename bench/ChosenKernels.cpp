@@ -52,6 +52,10 @@ void Replace(Set& set, std::string_view kernel, const Set& from)
         set.survey = from.survey;
     } else if (kernel == "isUtf8") {
         set.isUtf8 = from.isUtf8;
+    } else if (kernel == "markNumbers") {
+        set.markNumbers = from.markNumbers;
+    } else if (kernel == "markCodes") {
+        set.markCodes = from.markCodes;
     } else {
         Refuse(kernel);
     }

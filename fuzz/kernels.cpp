@@ -48,6 +48,38 @@ std::string Describe(const std::vector<std::uint32_t>& positions)
     return text;
 }
 
+/// The marks of a text, one byte after the other.
+void CheckMarks(const Set& set, std::string_view padded, std::size_t size)
+{
+    std::vector<std::uint64_t> others(size / 64 + 1);
+    std::vector<std::uint64_t> odd(others.size());
+    std::vector<std::uint64_t> codes(others.size());
+    set.markNumbers(padded.data(), size, {others.data(), odd.data()});
+    const bool hasCodes = set.markCodes(padded.data(), size, codes.data());
+    const auto isDigit = [](char unit) { return unit >= '0' && unit <= '9'; };
+    std::string expected;
+    std::string found;
+    bool expectsCodes = false;
+    for (std::size_t at = 0; at < size; ++at) {
+        const char unit = padded[at];
+        const char before = at > 0 ? padded[at - 1] : '\n';
+        const char first = at > 1 ? padded[at - 2] : '\n';
+        const bool isAfterNumber = isDigit(before) || before == '.' || before == '-';
+        const bool isCode = isDigit(unit) && before == '0' && !isDigit(first) && first != '.';
+        const bool isOdd = isCode || (unit == '-' && isAfterNumber) ||
+                           (unit == '.' && !isAfterNumber) ||
+                           (!isDigit(unit) && unit != '.' && unit != '-');
+        expectsCodes = expectsCodes || isCode;
+        expected += std::to_string((isDigit(unit) ? 0 : 1) + (isOdd ? 2 : 0) + (isCode ? 4 : 0));
+        const auto bit = [at](const std::vector<std::uint64_t>& words) {
+            return static_cast<int>(words[at / 64] >> (at % 64) & 1U);
+        };
+        found += std::to_string(bit(others) + 2 * bit(odd) + 4 * bit(codes));
+    }
+    ExpectSame(std::string("marks by ") + set.name, expected, found);
+    ExpectSame(std::string("codes by ") + set.name, expectsCodes ? "1" : "0", hasCodes ? "1" : "0");
+}
+
 /// A field without the quotes around it, as the kernels take it.
 std::string_view FieldOf(std::string_view text, const FieldRun& run, std::size_t row)
 {
@@ -319,6 +351,7 @@ void RunInput(std::string_view bytes)
                    std::to_string(survey.quotes) + " quotes, returns " +
                        (survey.returns != 0 ? "1" : "0") + ", high bytes " +
                        (survey.highBytes != 0 ? "1" : "0"));
+        CheckMarks(set, padded, text.size());
         FieldRun run{};
         run.stride = stride;
         run.trim = structure.isCrLf ? 1 : 0;

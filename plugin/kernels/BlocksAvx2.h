@@ -32,6 +32,17 @@ struct Block64
                     _mm256_movemask_epi8(_mm256_cmpeq_epi8(high, wanted)));
     }
 
+    [[nodiscard]] std::uint64_t Digits() const
+    {
+        const __m256i zero = _mm256_set1_epi8('0');
+        const __m256i nine = _mm256_set1_epi8(9);
+        const __m256i lowValue = _mm256_sub_epi8(low, zero);
+        const __m256i highValue = _mm256_sub_epi8(high, zero);
+        return Join(
+            _mm256_movemask_epi8(_mm256_cmpeq_epi8(_mm256_min_epu8(lowValue, nine), lowValue)),
+            _mm256_movemask_epi8(_mm256_cmpeq_epi8(_mm256_min_epu8(highValue, nine), highValue)));
+    }
+
     [[nodiscard]] std::uint64_t HighBits() const
     {
         return Join(_mm256_movemask_epi8(low), _mm256_movemask_epi8(high));

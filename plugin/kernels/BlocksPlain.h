@@ -45,6 +45,15 @@ struct Block64
 
     static Block64 Load(const char* from) { return {from}; }
 
+    [[nodiscard]] std::uint64_t Digits() const
+    {
+        std::uint64_t mask = 0;
+        for (unsigned at = 0; at < 64; ++at) {
+            mask |= std::uint64_t{text[at] >= '0' && text[at] <= '9'} << at;
+        }
+        return mask;
+    }
+
     [[nodiscard]] std::uint64_t Equal(char byte) const
     {
         std::uint64_t mask = 0;

@@ -39,6 +39,18 @@ struct Block64
         return Join(masks);
     }
 
+    [[nodiscard]] std::uint64_t Digits() const
+    {
+        const __m128i nine = _mm_set1_epi8(9);
+        unsigned masks[4];
+        for (std::size_t part = 0; part < 4; ++part) {
+            const __m128i value = _mm_sub_epi8(parts[part], _mm_set1_epi8('0'));
+            masks[part] = static_cast<unsigned>(
+                _mm_movemask_epi8(_mm_cmpeq_epi8(_mm_min_epu8(value, nine), value)));
+        }
+        return Join(masks);
+    }
+
     [[nodiscard]] std::uint64_t HighBits() const
     {
         unsigned masks[4];

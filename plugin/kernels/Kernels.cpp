@@ -12,6 +12,8 @@ const Set& GetAvx512()
     static const Set avx512 = [] {
         Set set = kAvx2;
         set.index = IndexWithAvx512;
+        set.markNumbers = MarkNumbersWithAvx512;
+        set.markCodes = MarkCodesWithAvx512;
         set.name = "avx512";
         return set;
     }();

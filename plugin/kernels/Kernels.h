@@ -97,6 +97,18 @@ struct Survey
     std::uint64_t highBytes = 0; ///< not 0 once a byte of 0x80 or more was seen
 };
 
+/// Bytes of a text as bits: bit i of word i / 64 is that of byte i. Each has (size + 63) / 64
+/// words.
+///
+/// A field without an odd byte is made of digits, points and, at its front, a minus; it does not
+/// begin with a point, nor with a zero and a digit, a minus before them aside. That holds where
+/// separators and line ends are no such bytes.
+struct NumberMarks
+{
+    std::uint64_t* others; ///< bytes that are no digits
+    std::uint64_t* odd;    ///< bytes that no such field has
+};
+
 /// One set of kernels. All sets give the same results.
 struct Set
 {
@@ -139,6 +151,14 @@ struct Set
     /// Whether the bytes are valid UTF-8 to the last one.
     bool (*isUtf8)(const char* text, std::size_t size);
 
+    /// Marks the bytes of text[0, size). 64 bytes after it must be readable.
+    void (*markNumbers)(const char* text, std::size_t size, const NumberMarks& marks);
+
+    /// Marks the digits of text[0, size) that follow a zero which no digit and no point precedes,
+    /// as in `007` and `-05`; bit i of word i / 64 is that of byte i, for (size + 63) / 64 words.
+    /// @return whether there is one
+    bool (*markCodes)(const char* text, std::size_t size, std::uint64_t* codes);
+
     const char* name;
 };
 
@@ -159,13 +179,15 @@ extern const Set kGeneric;
 extern const Set kSse41;
 extern const Set kAvx2;
 
-/// The index of the set for processors with AVX-512 VBMI2, which is kAvx2 otherwise.
+/// The kernels for processors with AVX-512 VBMI2; the others are those of kAvx2.
 std::size_t IndexWithAvx512(const char* text,
                             std::size_t from,
                             std::size_t to,
                             const Structure& structure,
                             IndexState& state,
                             std::uint32_t* positions);
+void MarkNumbersWithAvx512(const char* text, std::size_t size, const NumberMarks& marks);
+bool MarkCodesWithAvx512(const char* text, std::size_t size, std::uint64_t* codes);
 #endif
 
 } // namespace AsciiReader::Kernels

@@ -4,6 +4,7 @@
 #if defined(__x86_64__)
 
 #include "kernels/Index.h"
+#include "kernels/NumberMarks.h"
 #include "kernels/NumbersAvx2.h"
 #include "kernels/ScanTypes.h"
 #include "kernels/Survey.h"
@@ -20,6 +21,8 @@ const Set kAvx2 = {IndexText,
                    ScanTypes,
                    SurveyText,
                    IsUtf8,
+                   MarkNumbers,
+                   MarkCodes,
                    "avx2"};
 
 } // namespace AsciiReader::Kernels

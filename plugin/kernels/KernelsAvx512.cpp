@@ -1,9 +1,10 @@
-// The index for processors with AVX-512 VBMI2, which writes sixteen positions at once.
+// For processors with AVX-512 VBMI2: the index, which writes sixteen positions at once, and marks.
 #include "kernels/Kernels.h"
 
 #if defined(__x86_64__)
 
 #include "kernels/Index.h"
+#include "kernels/NumberMarks.h"
 
 namespace AsciiReader::Kernels {
 
@@ -15,6 +16,16 @@ std::size_t IndexWithAvx512(const char* text,
                             std::uint32_t* positions)
 {
     return IndexText(text, from, to, structure, state, positions);
+}
+
+void MarkNumbersWithAvx512(const char* text, std::size_t size, const NumberMarks& marks)
+{
+    MarkNumbers(text, size, marks);
+}
+
+bool MarkCodesWithAvx512(const char* text, std::size_t size, std::uint64_t* codes)
+{
+    return MarkCodes(text, size, codes);
 }
 
 } // namespace AsciiReader::Kernels

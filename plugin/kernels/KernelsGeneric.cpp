@@ -1,6 +1,7 @@
 // The kernels of every processor; with SSE2 where that is part of the architecture.
 #include "kernels/Index.h"
 #include "kernels/Kernels.h"
+#include "kernels/NumberMarks.h"
 #include "kernels/NumbersOneByOne.h"
 #include "kernels/ScanTypes.h"
 #include "kernels/Survey.h"
@@ -28,6 +29,8 @@ const Set kGeneric = {IndexText,
                       ScanTypes,
                       SurveyText,
                       IsUtf8,
+                      MarkNumbers,
+                      MarkCodes,
                       "generic"};
 
 } // namespace AsciiReader::Kernels

@@ -4,6 +4,7 @@
 #if defined(__x86_64__)
 
 #include "kernels/Index.h"
+#include "kernels/NumberMarks.h"
 #include "kernels/NumbersOneByOne.h"
 #include "kernels/ScanTypes.h"
 #include "kernels/Survey.h"
@@ -20,6 +21,8 @@ const Set kSse41 = {IndexText,
                     ScanTypes,
                     SurveyText,
                     IsUtf8,
+                    MarkNumbers,
+                    MarkCodes,
                     "sse4.1"};
 
 } // namespace AsciiReader::Kernels

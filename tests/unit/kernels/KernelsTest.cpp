@@ -585,6 +585,71 @@ TEST(KernelsSurvey, AddsUpTextsOfEveryLength)
     }
 }
 
+/// The rules of marks, byte by byte.
+struct PlainMarks
+{
+    std::string others;
+    std::string odd;
+    std::string codes;
+};
+
+PlainMarks MarkPlainly(const std::string& text)
+{
+    PlainMarks marks;
+    const auto isDigit = [](char unit) { return unit >= '0' && unit <= '9'; };
+    for (std::size_t at = 0; at < text.size(); ++at) {
+        const char unit = text[at];
+        const char before = at > 0 ? text[at - 1] : '\n';
+        const char first = at > 1 ? text[at - 2] : '\n';
+        const bool isAfterNumber = isDigit(before) || before == '.' || before == '-';
+        const bool isCode = isDigit(unit) && before == '0' && !isDigit(first) && first != '.';
+        const bool isNumeric = isDigit(unit) || unit == '.' || unit == '-';
+        marks.others.push_back(isDigit(unit) ? '0' : '1');
+        marks.codes.push_back(isCode ? '1' : '0');
+        marks.odd.push_back(!isNumeric || isCode || (unit == '-' && isAfterNumber) ||
+                                    (unit == '.' && !isAfterNumber)
+                                ? '1'
+                                : '0');
+    }
+    return marks;
+}
+
+std::string ToText(const std::vector<std::uint64_t>& words, std::size_t size)
+{
+    std::string text;
+    for (std::size_t at = 0; at < size; ++at) {
+        text.push_back((words[at / 64] >> (at % 64) & 1U) != 0 ? '1' : '0');
+    }
+    return text;
+}
+
+TEST(KernelsMarks, AreThoseOfAPlainLoop)
+{
+    static const std::string kUnits = "0012.-,\n x\xB0/:9";
+    std::mt19937 random(11);
+    for (std::size_t size = 0; size < 400; ++size) {
+        std::string text;
+        while (text.size() < size) {
+            text.push_back(kUnits[random() % kUnits.size()]);
+        }
+        const PlainMarks expected = MarkPlainly(text);
+        // What comes after the text is not looked at.
+        const std::string padded = text + std::string(kPadding, '0');
+        const std::size_t words = (size + 63) / 64;
+        for (const Set* set : AllSets()) {
+            std::vector<std::uint64_t> others(words);
+            std::vector<std::uint64_t> odd(words);
+            std::vector<std::uint64_t> codes(words);
+            set->markNumbers(padded.data(), size, {others.data(), odd.data()});
+            const bool hasCodes = set->markCodes(padded.data(), size, codes.data());
+            ASSERT_EQ(expected.others, ToText(others, size)) << set->name;
+            ASSERT_EQ(expected.odd, ToText(odd, size)) << set->name;
+            ASSERT_EQ(expected.codes, ToText(codes, size)) << set->name;
+            ASSERT_EQ(expected.codes.find('1') != std::string::npos, hasCodes) << set->name;
+        }
+    }
+}
+
 TEST(KernelsIsUtf8, SaysWhatAPlainCheckSaysOfEveryPairOfBytes)
 {
     for (const std::size_t place : {0U, 13U, 14U, 15U, 16U, 62U, 63U, 64U, 70U}) {
