@@ -1,6 +1,7 @@
 // Runs of rows column by column, all else record by record.
 #include "../ProgressMeter.h"
 #include "../Wrap.h"
+#include "../plan/scan/MarkBits.h"
 #include "../plan/values/FoldedCell.h"
 #include "PointRule.h"
 #include "Table.h"
@@ -710,18 +711,16 @@ private:
     /// Rule: digits after a zero in front are a code, and no value of a column of numbers.
     void CheckLeadingZeros(const FieldRun& fields, std::size_t column)
     {
-        const auto isCode = [](const char* cell) {
-            return cell[0] == '0' && Values::IsDigit(cell[1]);
-        };
-        unsigned hits = 0;
+        const std::uint64_t* const codes = m_parts.Run().codes;
+        if (codes == nullptr) {
+            return;
+        }
+        // The digit after the zero is the second to the fourth byte: a quote and a minus may come
+        // before.
+        std::uint64_t hits = 0;
         const std::uint32_t* ends = fields.ends;
         for (std::size_t row = 0; row < fields.rows; ++row, ends += fields.stride) {
-            const char* const cell = fields.text + (ends[-1] + 1U);
-            // Below a digit are signs and quotes, which come before a number.
-            const bool isOther = cell[0] < '0';
-            hits |= static_cast<unsigned>(isOther) & static_cast<unsigned>(isCode(cell + 1));
-            hits |= static_cast<unsigned>(isCode(cell)) |
-                    (static_cast<unsigned>(cell[0] == '"') & static_cast<unsigned>(cell[1] == '-'));
+            hits |= Scan::MarksFrom(codes, ends[-1] + 1U) & 0xEU;
         }
         if (hits == 0) {
             return;
@@ -731,7 +730,7 @@ private:
             const char* cell = fields.text + (ends[-1] + 1U);
             cell += *cell == '"' ? 1 : 0;
             cell += *cell == '-' ? 1 : 0;
-            if (isCode(cell)) {
+            if (cell[0] == '0' && Values::IsDigit(cell[1])) {
                 AddMisfit(row, column);
             }
         }

@@ -3,6 +3,7 @@
 
 #include "../plan/PlanDialect.h"
 #include "../plan/scan/CountByte.h"
+#include "../plan/scan/MarkBits.h"
 #include "../plan/values/FoldedCell.h"
 
 #include <algorithm>
@@ -492,6 +493,22 @@ void TableParts::MakeIndex()
     m_run.hasQuotes = structure.hasQuotes;
     m_run.isAscii = survey.highBytes == 0;
     m_run.fields = m_rules.columnCount;
+    MarkCodes(to);
+}
+
+void TableParts::MarkCodes(std::size_t size)
+{
+    m_codes.resize(std::max(m_codes.size(), Scan::CountMarkWords(size)));
+    const char separator = m_cutter.Rules().separator;
+    if (separator == '.' || Values::IsDigit(separator)) {
+        // Where a field begins cannot be seen from the byte before.
+        std::fill(m_codes.begin(), m_codes.end(), ~std::uint64_t{0});
+        m_run.codes = m_codes.data();
+        return;
+    }
+    const bool hasCodes =
+        AsciiReader::Kernels::Best().markCodes(m_buffer.data(), size, m_codes.data());
+    m_run.codes = hasCodes ? m_codes.data() : nullptr;
 }
 
 bool TableParts::EndsLine(std::size_t index) const noexcept

@@ -57,6 +57,8 @@ struct RowRun
     bool isAscii = true;    ///< otherwise bytes are valid in the plan's encoding
     std::uint64_t line = 0; ///< of the first row
     std::uint64_t byte = 0; ///< where the text begins
+    /// Marks of digits that follow a zero at a number's front, and perhaps of more; null: none.
+    const std::uint64_t* codes = nullptr;
 };
 
 /// Reads a plan's file once. One thread at a time.
@@ -117,6 +119,7 @@ private:
     EPart SkipLongLine(TableRecord& record);
     [[nodiscard]] bool CanIndex() const;
     void MakeIndex();
+    void MarkCodes(std::size_t size);
     [[nodiscard]] bool FindReturns(std::string_view text, char lineEnd);
     [[nodiscard]] bool AreBytesFine(std::string_view text, bool hasHighBytes);
     [[nodiscard]] std::size_t CountCleanQuotes() const;
@@ -165,6 +168,7 @@ private:
     std::size_t m_nextPosition = 0;
     std::size_t m_keyColumn = 0; ///< whose cells tell rows from the names again
     RowRun m_run;
+    std::vector<std::uint64_t> m_codes;
 
     Scan::Record m_cut;
     std::string m_cellText;

@@ -1,6 +1,8 @@
 // What is kept of a column: the quick way over shapes gives what the rules give cell by cell.
 #include "plan/scan/ColumnProfile.h"
 
+#include "plan/scan/MarkBits.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -36,6 +38,76 @@ Column MakeColumn(const std::vector<std::string>& cells)
     }
     column.text.append(ColumnProfile::kPadding, '\0');
     return column;
+}
+
+/// The facts by marks of the text.
+ColumnFacts ProfileMarked(const std::vector<std::string>& cells, bool hasQuotes)
+{
+    Column column = MakeColumn(cells);
+    column.text.append(AsciiReader::Kernels::kPadding, '\0');
+    const std::size_t words = Scan::CountMarkWords(column.text.size());
+    std::vector<std::uint64_t> others(words);
+    std::vector<std::uint64_t> odd(words);
+    const AsciiReader::Kernels::NumberMarks marks{others.data(), odd.data()};
+    AsciiReader::Kernels::Best().markNumbers(column.text.data(), column.text.size(), marks);
+    ColumnProfile profile;
+    // In two runs, as pieces of a file come.
+    const std::size_t first = cells.size() / 3;
+    const char* const text = column.text.data();
+    const std::uint32_t* const ends = column.ends.data() + 1;
+    profile.AddRun({text, ends, 1, first, 1, 0, hasQuotes, &marks});
+    profile.AddRun({text, ends + first, 1, cells.size() - first, first + 1, 0, hasQuotes, &marks});
+    return profile.Finish();
+}
+
+std::string Describe(const Scan::Position& position)
+{
+    return std::to_string(position.line) + ":" + std::to_string(position.byte);
+}
+
+std::string Describe(const Scan::NumberRange& range)
+{
+    return std::to_string(range.isKnown) + " " + std::to_string(range.least) + " x" +
+           std::to_string(range.atLeast) + " " + Describe(range.leastPosition) + " to " +
+           std::to_string(range.most) + " x" + std::to_string(range.atMost) + " " +
+           Describe(range.mostPosition) + " zeros " + std::to_string(range.zeros) + "\n";
+}
+
+/// All that is known of a column.
+std::string Describe(const ColumnFacts& facts)
+{
+    std::string text;
+    for (const Scan::ClassFacts& cell : facts.classes) {
+        text += std::to_string(cell.count);
+        for (const Scan::Example& example : cell.examples) {
+            text += " " + Describe(example.position) + " <" + example.text + ">";
+        }
+        text += "\n";
+    }
+    for (const std::uint64_t number : {std::uint64_t{facts.readings},
+                                       std::uint64_t{facts.notations},
+                                       std::uint64_t{facts.dateForms},
+                                       std::uint64_t{facts.words},
+                                       facts.withOffset,
+                                       facts.contradictions,
+                                       facts.markedAngles,
+                                       facts.plainAngles,
+                                       std::uint64_t{facts.angleParts},
+                                       std::uint64_t{facts.mostDecimals},
+                                       std::uint64_t{facts.shortest},
+                                       std::uint64_t{facts.longest},
+                                       facts.quoted,
+                                       facts.unexamined}) {
+        text += std::to_string(number) + " ";
+    }
+    text += Describe(facts.plain);
+    for (const Scan::NumberRange& range : facts.spelled) {
+        text += Describe(range);
+    }
+    for (const Scan::WordFacts& word : facts.wordFacts) {
+        text += "<" + word.text + "> " + std::to_string(word.count) + " ";
+    }
+    return text;
 }
 
 ColumnFacts Profile(const std::vector<std::string>& cells)
@@ -207,6 +279,59 @@ TEST(ColumnProfileProperty, ShapesGiveWhatTheRulesGiveCellByCell)
             ASSERT_EQ(facts.plain.least, least);
             ASSERT_EQ(facts.plain.most, most);
         }
+    }
+}
+
+std::string RandomNumber(std::mt19937_64& random)
+{
+    static const std::string kUnits = "0123456789.-";
+    switch (random() % 6) {
+    case 0:
+        return {};
+    case 1: {
+        std::string cell;
+        for (std::size_t size = random() % 20; cell.size() < size;) {
+            cell.push_back(kUnits[random() % kUnits.size()]);
+        }
+        return cell;
+    }
+    case 2:
+        return random() % 2 == 0 ? "north" : "a longer word";
+    default:
+        return (random() % 2 == 0 ? "-" : "") + std::to_string(random() % 300) + "." +
+               std::to_string(random() % 1000);
+    }
+}
+
+// Marks say of a cell what its bytes say.
+TEST(ColumnProfileProperty, MarksGiveWhatBytesGive)
+{
+    std::mt19937_64 random(6);
+    for (int round = 0; round < 400; ++round) {
+        const bool hasQuotes = round % 3 == 0;
+        const std::size_t thousands = 1 + random() % 3;
+        std::vector<std::string> cells;
+        for (std::size_t i = 0; i < thousands * 1000; ++i) {
+            std::string cell = random() % 40 == 0 ? RandomCell(random) : RandomNumber(random);
+            if (hasQuotes && random() % 2 == 0) {
+                cell = '"' + cell + '"';
+            }
+            if (round % 5 == 0) {
+                cell += '\r';
+            }
+            cells.push_back(std::move(cell));
+        }
+        if (round % 4 == 0) {
+            // A number that rises is always the largest.
+            for (std::size_t i = 0; i < cells.size(); ++i) {
+                cells[i] = std::to_string(995 + i);
+            }
+        }
+        const Column column = MakeColumn(cells);
+        ColumnProfile profile;
+        profile.AddRun(
+            {column.text.data(), column.ends.data() + 1, 1, cells.size(), 1, 0, hasQuotes});
+        ASSERT_EQ(Describe(profile.Finish()), Describe(ProfileMarked(cells, hasQuotes))) << round;
     }
 }
 

@@ -49,48 +49,90 @@ std::uint64_t Sum(__m128i counters) noexcept
            static_cast<std::uint64_t>(_mm_cvtsi128_si64(_mm_unpackhi_epi64(sums, sums)));
 }
 
+/// Sixteen bytes at a time.
+class VectorCounter
+{
+public:
+    explicit VectorCounter(Counts& counts)
+        : m_counts(counts)
+    {}
+
+    /// At most kMostVectors. Nearly all texts are line feeds, quotes, tabs and what is printed of
+    /// ASCII; all else is asked for only where there is something else.
+    void Add(const char* text, std::size_t vectors) noexcept
+    {
+        const __m128i zero = _mm_setzero_si128();
+        __m128i feeds = zero;
+        __m128i quotes = zero;
+        __m128i tabs = zero;
+        __m128i unprinted = zero;
+        for (std::size_t at = 0; at < vectors; ++at) {
+            const __m128i bytes = Load(text, at);
+            feeds = _mm_sub_epi8(feeds, _mm_cmpeq_epi8(bytes, _mm_set1_epi8('\n')));
+            quotes = _mm_sub_epi8(quotes, _mm_cmpeq_epi8(bytes, _mm_set1_epi8('"')));
+            tabs = _mm_sub_epi8(tabs, _mm_cmpeq_epi8(bytes, _mm_set1_epi8('\t')));
+            // High bytes are below zero.
+            unprinted = _mm_sub_epi8(unprinted, _mm_cmpgt_epi8(_mm_set1_epi8(' '), bytes));
+        }
+        const std::uint64_t feedCount = Sum(feeds);
+        m_counts.feeds += feedCount;
+        m_counts.quotes += Sum(quotes);
+        if (Sum(unprinted) != feedCount + Sum(tabs)) {
+            AddUnprinted(text, vectors);
+        } else {
+            m_before = zero;
+        }
+    }
+
+    /// Counters of 8 bits last for so many.
+    static constexpr std::size_t kMostVectors = 255;
+
+private:
+    static __m128i Load(const char* text, std::size_t at) noexcept
+    {
+        return _mm_loadu_si128(reinterpret_cast<const __m128i*>(text + at * 16));
+    }
+
+    void AddUnprinted(const char* text, std::size_t vectors) noexcept
+    {
+        const __m128i zero = _mm_setzero_si128();
+        __m128i returns = zero;
+        __m128i both = zero;
+        __m128i highs = zero;
+        __m128i nuls = zero;
+        __m128i controlZs = zero;
+        for (std::size_t at = 0; at < vectors; ++at) {
+            const __m128i bytes = Load(text, at);
+            const __m128i isFeed = _mm_cmpeq_epi8(bytes, _mm_set1_epi8('\n'));
+            const __m128i isReturn = _mm_cmpeq_epi8(bytes, _mm_set1_epi8('\r'));
+            const __m128i afterReturn =
+                _mm_or_si128(_mm_slli_si128(isReturn, 1), _mm_srli_si128(m_before, 15));
+            m_before = isReturn;
+            returns = _mm_sub_epi8(returns, isReturn);
+            both = _mm_sub_epi8(both, _mm_and_si128(isFeed, afterReturn));
+            highs = _mm_sub_epi8(highs, _mm_cmpgt_epi8(zero, bytes));
+            nuls = _mm_sub_epi8(nuls, _mm_cmpeq_epi8(bytes, zero));
+            controlZs = _mm_sub_epi8(controlZs, _mm_cmpeq_epi8(bytes, _mm_set1_epi8('\x1A')));
+        }
+        m_counts.returns += Sum(returns);
+        m_counts.both += Sum(both);
+        m_counts.highs += Sum(highs);
+        m_counts.nuls += Sum(nuls);
+        m_counts.controlZs += Sum(controlZs);
+    }
+
+    Counts& m_counts;
+    __m128i m_before = _mm_setzero_si128(); ///< returns of the vector before
+};
+
 /// Counts in whole vectors and returns how many bytes were counted.
 std::size_t CountVectors(std::string_view text, Counts& counts) noexcept
 {
     const std::size_t vectors = text.size() / 16;
-    const char* at = text.data();
-    __m128i before = _mm_setzero_si128();
+    VectorCounter counter(counts);
     for (std::size_t done = 0; done < vectors;) {
-        // Counters of 8 bits last for 255 vectors.
-        const std::size_t now = std::min<std::size_t>(vectors - done, 255);
-        __m128i feeds = _mm_setzero_si128();
-        __m128i returns = feeds;
-        __m128i both = feeds;
-        __m128i rare = feeds;
-        __m128i quotes = feeds;
-        __m128i highs = feeds;
-        for (std::size_t i = 0; i < now; ++i, at += 16) {
-            const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(at));
-            const __m128i isFeed = _mm_cmpeq_epi8(bytes, _mm_set1_epi8('\n'));
-            const __m128i isReturn = _mm_cmpeq_epi8(bytes, _mm_set1_epi8('\r'));
-            const __m128i afterReturn =
-                _mm_or_si128(_mm_slli_si128(isReturn, 1), _mm_srli_si128(before, 15));
-            before = isReturn;
-            feeds = _mm_sub_epi8(feeds, isFeed);
-            returns = _mm_sub_epi8(returns, isReturn);
-            both = _mm_sub_epi8(both, _mm_and_si128(isFeed, afterReturn));
-            quotes = _mm_sub_epi8(quotes, _mm_cmpeq_epi8(bytes, _mm_set1_epi8('"')));
-            highs = _mm_sub_epi8(highs, _mm_cmpgt_epi8(_mm_setzero_si128(), bytes));
-            rare = _mm_or_si128(rare,
-                                _mm_or_si128(_mm_cmpeq_epi8(bytes, _mm_setzero_si128()),
-                                             _mm_cmpeq_epi8(bytes, _mm_set1_epi8('\x1A'))));
-        }
-        if (_mm_movemask_epi8(rare) != 0) {
-            for (const char* unit = at - now * 16; unit != at; ++unit) {
-                counts.nuls += *unit == '\0' ? 1U : 0U;
-                counts.controlZs += *unit == '\x1A' ? 1U : 0U;
-            }
-        }
-        counts.feeds += Sum(feeds);
-        counts.returns += Sum(returns);
-        counts.both += Sum(both);
-        counts.quotes += Sum(quotes);
-        counts.highs += Sum(highs);
+        const std::size_t now = std::min(vectors - done, VectorCounter::kMostVectors);
+        counter.Add(text.data() + done * 16, now);
         done += now;
     }
     return vectors * 16;

@@ -2,10 +2,12 @@
 #include "ColumnProfile.h"
 
 #include "../values/FoldedCell.h"
+#include "MarkBits.h"
 
 #include <algorithm>
 #include <bit>
 #include <cstring>
+#include <limits>
 #include <utility>
 #if defined(__SSE2__)
 #include <emmintrin.h>
@@ -18,10 +20,10 @@ namespace {
 using Values::ECell;
 
 constexpr std::size_t kShort = 16;
+/// Spreads signatures over a table, by its high bits.
+constexpr std::uint32_t kSpread = 0x9E3779B1;
 /// A column whose cells are text in so many cases, and in most, is text.
 constexpr std::uint64_t kProofOfText = 1024;
-/// What a slot counts up to before its counts are moved on.
-constexpr std::uint32_t kMostCount = 0x80000000U;
 
 constexpr std::array<std::uint8_t, 32> kKeepFirst = {
     0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF};
@@ -98,6 +100,46 @@ std::size_t HashOf(const Halves& shape, std::size_t length) noexcept
 {
     return static_cast<std::size_t>((shape.low ^ (shape.high * 31) ^ length) *
                                     0x9E3779B97F4A7C15ULL);
+}
+
+/// The bytes of a key's high half that a cell of each length fills.
+constexpr std::array<std::uint64_t, kShort + 1> kFilled = [] {
+    std::array<std::uint64_t, kShort + 1> filled{};
+    for (std::size_t length = 1; length <= kShort; ++length) {
+        filled[length] = length >= 8 ? ~std::uint64_t{0} : ~(~std::uint64_t{0} >> (8 * length));
+    }
+    return filled;
+}();
+
+std::uint64_t HighHalf(const char* text) noexcept
+{
+    std::uint64_t half = 0;
+    std::memcpy(&half, text, sizeof half);
+    return ToBigEndian(half);
+}
+
+/// A cell of a run, and whether quotes around it were dropped.
+struct RunCell
+{
+    std::uint32_t begin;
+    std::uint32_t length;
+    bool isQuoted;
+};
+
+/// @param end where the cell ends
+inline RunCell
+CutCell(const char* text, const std::uint32_t* end, bool hasQuotes, bool hasReturns) noexcept
+{
+    // The position before the first byte wraps.
+    RunCell cell{end[-1] + 1, 0, false};
+    cell.length = *end - cell.begin;
+    if (hasReturns && cell.length > 0 && text[cell.begin + cell.length - 1] == '\r') {
+        --cell.length;
+    }
+    if (hasQuotes && cell.length >= 2 && text[cell.begin] == '"') {
+        cell = {cell.begin + 1, cell.length - 2, true};
+    }
+    return cell;
 }
 
 bool IsNumber(ECell cell) noexcept
@@ -186,10 +228,44 @@ NumberRange ColumnFacts::RangeIn(Values::Notation notation) const
 }
 
 ColumnProfile::ColumnProfile(std::size_t slots)
-    : m_slots(slots)
+    : m_slots(slots + 1)
     , m_extremes(slots)
+    , m_plain(slots)
     , m_shift(64U - static_cast<unsigned>(std::countr_zero(slots)))
-{}
+{
+    Slot& empties = m_slots.back();
+    empties.signature = 0;
+    empties.between = ~std::uint64_t{0};
+}
+
+std::uint32_t ColumnProfile::SignatureOf(std::string_view cell) noexcept
+{
+    const std::size_t first = cell.starts_with('-') ? 1 : 0;
+    const bool isCode =
+        cell.size() > first + 1 && cell[first] == '0' && Values::IsDigit(cell[first + 1]);
+    if (isCode || cell.empty() || cell.front() == '.') {
+        return kNoSignature;
+    }
+    auto signature = static_cast<std::uint32_t>(first);
+    for (std::size_t at = first; at < cell.size(); ++at) {
+        if (cell[at] == '.') {
+            signature |= 1U << at;
+        } else if (!Values::IsDigit(cell[at])) {
+            return kNoSignature;
+        }
+    }
+    return signature | static_cast<std::uint32_t>(cell.size()) << kShort;
+}
+
+ColumnProfile::Plain& ColumnProfile::PlainOf(std::uint32_t signature)
+{
+    return m_plain[signature * kSpread >> (m_shift - 32)];
+}
+
+ColumnProfile::Extremes& ColumnProfile::ExtremesOf(const Slot& slot)
+{
+    return m_extremes[static_cast<std::size_t>(&slot - m_slots.data())];
+}
 
 std::uint8_t ColumnProfile::FindWord(std::string_view cell)
 {
@@ -253,19 +329,27 @@ void ColumnProfile::AddNumbers(const Slot& slot)
         std::memcpy(text.data(), &halves, kShort);
         return text;
     };
-    const std::array<char, kShort> first = textOf(slot.least);
-    const std::array<char, kShort> second = textOf(slot.most);
-    const Extremes& extremes = m_extremes[static_cast<std::size_t>(&slot - m_slots.data())];
+    const Extremes& extremes = ExtremesOf(slot);
+    const std::array<char, kShort> first = textOf(extremes.least);
+    const std::array<char, kShort> second = textOf(extremes.most);
     const auto rangeIn = [&](Values::Notation notation) {
         const double one = Values::ToDouble({first.data(), slot.length}, notation);
         const double other = Values::ToDouble({second.data(), slot.length}, notation);
-        NumberRange range{
-            true, one, other, slot.atLeast, slot.atMost, 0, extremes.least, extremes.most};
+        NumberRange range{true,
+                          one,
+                          other,
+                          extremes.atLeast,
+                          extremes.atMost,
+                          0,
+                          extremes.leastPosition,
+                          extremes.mostPosition};
         // Of negative numbers the longest text is the least value.
         if (other < one) {
-            range = {true, other, one, slot.atMost, slot.atLeast, 0, extremes.most, extremes.least};
+            std::swap(range.least, range.most);
+            std::swap(range.atLeast, range.atMost);
+            std::swap(range.leastPosition, range.mostPosition);
         }
-        range.zeros = one == 0 ? slot.atLeast : 0;
+        range.zeros = one == 0 ? extremes.atLeast : 0;
         return range;
     };
     if (slot.cell != ECell::Spelled) {
@@ -324,8 +408,6 @@ void ColumnProfile::Flush(Slot& slot)
         m_unproved += slot.count;
     }
     slot.count = 0;
-    slot.atLeast = 0;
-    slot.atMost = 0;
 }
 
 void ColumnProfile::Replace(
@@ -339,6 +421,10 @@ void ColumnProfile::Replace(
     slot.shape = shape;
     slot.length = static_cast<std::uint8_t>(cell.size());
     slot.cell = reading.cell;
+    if (Plain& plain = PlainOf(slot.signature); plain.signature == slot.signature) {
+        plain = {};
+    }
+    slot.signature = kNoSignature;
     if (DependsOnDigits(reading, cell)) {
         slot.keep = EKeep::Examine;
         slot.word = 0;
@@ -346,68 +432,80 @@ void ColumnProfile::Replace(
         return;
     }
     Merge(reading, cell, position);
-    slot.least = key;
-    slot.most = key;
     slot.count = 1;
-    slot.atLeast = 1;
-    slot.atMost = 1;
-    m_extremes[static_cast<std::size_t>(&slot - m_slots.data())] = {position, position};
-    slot.keep = IsNumber(reading.cell) ? EKeep::Order : EKeep::Count;
+    slot.keep = EKeep::Count;
+    if (IsNumber(reading.cell)) {
+        slot.keep = EKeep::Order;
+        slot.signature = SignatureOf(cell);
+        ExtremesOf(slot) = {key, key, 1, 1, position, position};
+        SetBounds(slot);
+    }
     const bool isWord = reading.cell == ECell::Text || reading.cell == ECell::Boolean ||
                         reading.cell == ECell::NullWord;
     slot.word = isWord ? FindWord(cell) : std::uint8_t{0};
 }
 
-template <typename Locate>
-void ColumnProfile::AddExtreme(Slot& slot, const Key& key, const Locate& locate)
+void ColumnProfile::SetBounds(Slot& slot)
 {
-    Extremes& extremes = m_extremes[static_cast<std::size_t>(&slot - m_slots.data())];
-    if (key < slot.least) {
-        slot.least = key;
-        slot.atLeast = 1;
-        extremes.least = locate();
-    } else if (key == slot.least) {
-        ++slot.atLeast;
+    const Extremes& extremes = ExtremesOf(slot);
+    slot.above = extremes.least.high + 1;
+    slot.between = extremes.most.high - std::min(slot.above, extremes.most.high);
+}
+
+void ColumnProfile::AddExtreme(Slot& slot, const Key& key, const Position& position)
+{
+    Extremes& extremes = ExtremesOf(slot);
+    if (key < extremes.least) {
+        extremes.least = key;
+        extremes.atLeast = 1;
+        extremes.leastPosition = position;
+    } else if (key == extremes.least) {
+        ++extremes.atLeast;
     }
-    if (slot.most < key) {
-        slot.most = key;
-        slot.atMost = 1;
-        extremes.most = locate();
-    } else if (key == slot.most) {
-        ++slot.atMost;
+    if (extremes.most < key) {
+        extremes.most = key;
+        extremes.atMost = 1;
+        extremes.mostPosition = position;
+    } else if (key == extremes.most) {
+        ++extremes.atMost;
     }
+    SetBounds(slot);
 }
 
 template <typename Locate>
-inline void ColumnProfile::AddShortAt(
-    Slot* slots, unsigned shift, const char* text, std::size_t length, const Locate& locate)
+inline void ColumnProfile::AddShort(const char* text, std::size_t length, const Locate& locate)
 {
     const Shaped shaped = ShapeOf(text, length);
-    Slot& slot = slots[HashOf(shaped.shape, length) >> shift];
+    Slot& slot = m_slots[HashOf(shaped.shape, length) >> m_shift];
     const bool isSame = slot.shape.high == shaped.shape.low &&
                         slot.shape.low == shaped.shape.high && slot.length == length;
+    const Key key{ToBigEndian(shaped.bytes.low), ToBigEndian(shaped.bytes.high)};
     if (__builtin_expect(!isSame, 0)) {
-        const Key key{ToBigEndian(shaped.bytes.low), ToBigEndian(shaped.bytes.high)};
         Replace(slot, {shaped.shape.low, shaped.shape.high}, key, {text, length}, locate());
         return;
     }
-    if (slot.keep == EKeep::Order) {
-        const Key key{ToBigEndian(shaped.bytes.low), ToBigEndian(shaped.bytes.high)};
-        if (__builtin_expect(key.high <= slot.least.high || key.high >= slot.most.high, 0)) {
-            AddExtreme(slot, key, locate);
-        }
-    } else if (slot.keep == EKeep::Examine) {
+    if (slot.keep == EKeep::Examine) {
         Examine({text, length}, locate());
         return;
     }
-    if (__builtin_expect(++slot.count == kMostCount, 0)) {
-        Flush(slot);
+    ++slot.count;
+    if (slot.keep == EKeep::Order) {
+        if (key.high - slot.above >= slot.between) {
+            AddExtreme(slot, key, locate());
+        }
+        if (slot.signature != kNoSignature) {
+            PlainOf(slot.signature) = {slot.signature,
+                                       static_cast<std::uint32_t>(&slot - m_slots.data())};
+        }
     }
 }
 
-void ColumnProfile::AddShort(const char* text, std::size_t length, const Position& position)
+void ColumnProfile::AddEmpty(const Position& position)
 {
-    AddShortAt(m_slots.data(), m_shift, text, length, [&] { return position; });
+    ClassFacts& empty = m_facts.classes[static_cast<std::size_t>(ECell::Empty)];
+    if (empty.count++ == 0) {
+        empty.examples.push_back({position, {}});
+    }
 }
 
 void ColumnProfile::Add(std::string_view cell, const Position& position, bool isQuoted)
@@ -415,10 +513,7 @@ void ColumnProfile::Add(std::string_view cell, const Position& position, bool is
     m_facts.quoted += isQuoted ? 1U : 0U;
     const std::size_t length = cell.size();
     if (length == 0) {
-        ClassFacts& empty = m_facts.classes[static_cast<std::size_t>(ECell::Empty)];
-        if (empty.count++ == 0) {
-            empty.examples.push_back({position, {}});
-        }
+        AddEmpty(position);
         return;
     }
     m_facts.shortest = std::min(m_facts.shortest, length);
@@ -426,7 +521,7 @@ void ColumnProfile::Add(std::string_view cell, const Position& position, bool is
     if (m_isText) {
         ++m_facts.unexamined;
     } else if (length <= kShort) {
-        AddShort(cell.data(), length, position);
+        AddShort(cell.data(), length, [&] { return position; });
     } else {
         Examine(cell, position);
     }
@@ -446,44 +541,134 @@ void ColumnProfile::AddNull(std::string_view cell, const Position& position)
 
 void ColumnProfile::AddRun(const CellRun& run)
 {
-    ClassFacts& empty = m_facts.classes[static_cast<std::size_t>(ECell::Empty)];
-    std::size_t shortest = m_facts.shortest;
-    std::size_t longest = m_facts.longest;
-    Slot* slots = m_slots.data();
-    const unsigned shift = m_shift;
-    const std::uint32_t* end = run.ends;
-    for (std::size_t row = 0; row < run.rows; ++row, end += run.stride) {
-        std::uint32_t begin = *(end - 1) + 1;
-        std::size_t length = *end - begin;
-        const char* text = run.text + begin;
-        if (length > 0 && text[length - 1] == '\r') {
-            --length;
-        }
-        if (run.hasQuotes && length >= 2 && *text == '"') {
-            ++m_facts.quoted;
-            ++begin;
-            ++text;
-            length -= 2;
-        }
-        const auto locate = [&] { return Position{run.line + row, run.byte + begin}; };
-        if (length == 0) {
-            if (empty.count++ == 0) {
-                empty.examples.push_back({locate(), {}});
+    if (run.rows == 0) {
+        return;
+    }
+    const std::uint32_t* const end = run.ends;
+    const bool hasReturns = *end > end[-1] + 1U && run.text[*end - 1] == '\r';
+    if (m_isText) {
+        AddTexts(run, 0);
+    } else if (run.marks == nullptr) {
+        for (std::size_t row = 0; row < run.rows; ++row) {
+            AddCell(run, row);
+            if (m_isText) {
+                AddTexts(run, row + 1);
+                break;
             }
-            continue;
         }
-        shortest = std::min(shortest, length);
-        longest = std::max(longest, length);
+    } else if (run.hasQuotes) {
+        hasReturns ? AddMarked<true, true>(run) : AddMarked<true, false>(run);
+    } else {
+        hasReturns ? AddMarked<false, true>(run) : AddMarked<false, false>(run);
+    }
+    Slot& empties = m_slots.back();
+    m_facts.classes[static_cast<std::size_t>(ECell::Empty)].count += empties.count;
+    empties.count = 0;
+}
+
+template <bool kHasQuotes, bool kHasReturns>
+void ColumnProfile::AddMarked(const CellRun& run)
+{
+    const char* const text = run.text;
+    const std::uint64_t* const others = run.marks->others;
+    const std::uint64_t* const odd = run.marks->odd;
+    Slot* const slots = m_slots.data();
+    const Plain* const plain = m_plain.data();
+    const unsigned shift = m_shift - 32;
+    const std::uint32_t* end = run.ends;
+    std::uint64_t quoted = 0;
+    for (std::size_t row = 0; row < run.rows; ++row, end += run.stride) {
+        const RunCell cell = CutCell(text, end, kHasQuotes, kHasReturns);
+        if (cell.length <= kShort) {
+            const std::uint64_t inside = (std::uint64_t{1} << cell.length) - 1;
+            const std::uint64_t notDigits = MarksFrom(others, cell.begin) & inside;
+            const std::uint64_t high = HighHalf(text + cell.begin) & kFilled[cell.length];
+            if ((MarksFrom(odd, cell.begin) & inside) == 0) {
+                const auto signature = static_cast<std::uint32_t>(notDigits) | cell.length
+                                                                                   << kShort;
+                const Plain& known = plain[signature * kSpread >> shift];
+                if (known.signature == signature) {
+                    Slot& slot = slots[known.slot];
+                    ++slot.count;
+                    quoted += kHasQuotes && cell.isQuoted ? 1U : 0U;
+                    if (__builtin_expect(high - slot.above >= slot.between, 0)) {
+                        const std::size_t rest = cell.length > 8 ? cell.length - 8 : 0;
+                        AddExtreme(slot,
+                                   {high, HighHalf(text + cell.begin + 8) & kFilled[rest]},
+                                   {run.line + row, run.byte + cell.begin});
+                    }
+                    continue;
+                }
+            } else if (notDigits == inside && cell.length <= 8) {
+                // Without digits the bytes are the shape.
+                const Halves shape{ToBigEndian(high), 0};
+                Slot& slot = slots[HashOf(shape, cell.length) >> m_shift];
+                if (slot.shape.high == shape.low && slot.shape.low == 0 &&
+                    slot.length == cell.length && slot.keep == EKeep::Count) {
+                    ++slot.count;
+                    quoted += kHasQuotes && cell.isQuoted ? 1U : 0U;
+                    continue;
+                }
+            }
+        }
+        AddCell(run, row);
         if (m_isText) {
-            ++m_facts.unexamined;
-        } else if (length <= kShort) {
-            AddShortAt(slots, shift, text, length, locate);
-        } else {
-            Examine({text, length}, locate());
+            AddTexts(run, row + 1);
+            break;
         }
     }
-    m_facts.shortest = shortest;
-    m_facts.longest = longest;
+    m_facts.quoted += quoted;
+}
+
+void ColumnProfile::AddCell(const CellRun& run, std::size_t row)
+{
+    const RunCell cell = CutCell(run.text, run.ends + row * run.stride, run.hasQuotes, true);
+    const auto locate = [&] { return Position{run.line + row, run.byte + cell.begin}; };
+    m_facts.quoted += cell.isQuoted ? 1U : 0U;
+    if (cell.length == 0) {
+        AddEmpty(locate());
+        PlainOf(0) = {0, static_cast<std::uint32_t>(m_slots.size() - 1)};
+        return;
+    }
+    const std::size_t length = cell.length;
+    m_facts.shortest = std::min(m_facts.shortest, length);
+    m_facts.longest = std::max(m_facts.longest, length);
+    if (length <= kShort) {
+        AddShort(run.text + cell.begin, length, locate);
+    } else {
+        Examine({run.text + cell.begin, length}, locate());
+    }
+}
+
+void ColumnProfile::AddTexts(const CellRun& run, std::size_t first)
+{
+    std::uint64_t quoted = 0;
+    std::uint64_t empties = 0;
+    std::uint32_t shortest = std::numeric_limits<std::uint32_t>::max(); // less one
+    std::uint32_t longest = 0;
+    std::size_t firstEmpty = run.rows;
+    const std::uint32_t* end = run.ends + first * run.stride;
+    for (std::size_t row = first; row < run.rows; ++row, end += run.stride) {
+        const RunCell cell = CutCell(run.text, end, run.hasQuotes, true);
+        quoted += cell.isQuoted ? 1U : 0U;
+        empties += cell.length == 0 ? 1U : 0U;
+        firstEmpty = std::min(firstEmpty, cell.length == 0 ? row : run.rows);
+        // Of an empty cell this wraps.
+        shortest = std::min(shortest, cell.length - 1);
+        longest = std::max(longest, cell.length);
+    }
+    m_facts.quoted += quoted;
+    m_facts.unexamined += run.rows - first - empties;
+    if (longest > 0) {
+        m_facts.shortest = std::min(m_facts.shortest, std::size_t{shortest} + 1);
+        m_facts.longest = std::max<std::size_t>(m_facts.longest, longest);
+    }
+    if (empties > 0) {
+        const std::uint32_t* const at = run.ends + firstEmpty * run.stride;
+        const RunCell cell = CutCell(run.text, at, run.hasQuotes, true);
+        AddEmpty({run.line + firstEmpty, run.byte + cell.begin});
+        m_facts.classes[static_cast<std::size_t>(ECell::Empty)].count += empties - 1;
+    }
 }
 
 bool ColumnProfile::IsMisfit(std::string_view cell) const

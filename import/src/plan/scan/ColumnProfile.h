@@ -6,6 +6,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <kernels/Kernels.h>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -110,6 +111,9 @@ struct CellRun
     std::uint64_t line = 1; ///< of the first row; one row per line
     std::uint64_t byte = 0;
     bool hasQuotes = false; ///< a cell that begins with a quote ends with one: both are no part
+    /// Of `text`, with CountMarkWords words each; without them every cell is looked at by its
+    /// bytes.
+    const AsciiReader::Kernels::NumberMarks* marks = nullptr;
 };
 
 /// Collects the facts of a column.
@@ -117,7 +121,8 @@ struct CellRun
 /// Cells of the same shape (all digits alike) have the same class, so that a cell is looked at by
 /// the rules only when its shape is new or when its digits decide, as in dates; otherwise it is
 /// counted, and compared with the smallest and the largest of its shape. A column that is proved
-/// text is only asked for empty cells.
+/// text is only asked for empty cells. A plain number's shape is known from its length and from
+/// where its point stands, which marks tell without a look at its bytes.
 /// Use: Add and AddRun in any order, then Finish once. Memory is bounded, some KiB.
 class ColumnProfile
 {
@@ -171,23 +176,51 @@ private:
     struct alignas(64) Slot
     {
         Key shape{}; ///< the cell's bytes with all digits alike
-        Key least{};
-        Key most{};
-        std::uint32_t count = 0;
-        std::uint32_t atLeast = 0;
-        std::uint32_t atMost = 0;
+        /// Of a number, by the high halves of keys: from `above` on and less than `between` past it
+        /// are those that are neither smallest nor largest.
+        std::uint64_t above = 0;
+        std::uint64_t between = 0;
+        std::uint64_t count = 0;
+        std::uint32_t signature = kNoSignature;
         std::uint8_t length = 0; ///< 0: not in use
         std::uint8_t word = 0;   ///< 1 + index among the words; 0 for none
         Values::ECell cell = Values::ECell::Empty;
         EKeep keep = EKeep::Count;
     };
 
-    void AddShort(const char* text, std::size_t length, const Position& position);
+    /// The smallest and the largest number of a slot, how often they come, and where first.
+    struct Extremes
+    {
+        Key least{};
+        Key most{};
+        std::uint64_t atLeast = 0;
+        std::uint64_t atMost = 0;
+        Position leastPosition;
+        Position mostPosition;
+    };
+
+    /// Where the slot of plain numbers of one signature is.
+    struct Plain
+    {
+        std::uint32_t signature = kNoSignature;
+        std::uint32_t slot = 0;
+    };
+
+    /// Where a plain number's minus and point stand, as bits, and its length after 16 of them.
+    /// Empty cells have 0.
+    static constexpr std::uint32_t kNoSignature = 0xFFFFFFFF;
+
+    [[nodiscard]] static std::uint32_t SignatureOf(std::string_view cell) noexcept;
+
+    template <bool kHasQuotes, bool kHasReturns>
+    void AddMarked(const CellRun& run);
+    void AddCell(const CellRun& run, std::size_t row);
+    void AddTexts(const CellRun& run, std::size_t first);
+    void AddEmpty(const Position& position);
     template <typename Locate>
-    void AddShortAt(
-        Slot* slots, unsigned shift, const char* text, std::size_t length, const Locate& locate);
-    template <typename Locate>
-    void AddExtreme(Slot& slot, const Key& key, const Locate& locate);
+    void AddShort(const char* text, std::size_t length, const Locate& locate);
+    void AddExtreme(Slot& slot, const Key& key, const Position& position);
+    void SetBounds(Slot& slot);
     void Replace(Slot& slot,
                  const Key& shape,
                  const Key& key,
@@ -199,17 +232,13 @@ private:
     std::uint8_t FindWord(std::string_view cell);
     void AddNumbers(const Slot& slot);
     void TryProve();
-
-    /// Where the smallest and the largest number of a slot came first.
-    struct Extremes
-    {
-        Position least;
-        Position most;
-    };
+    [[nodiscard]] Plain& PlainOf(std::uint32_t signature);
+    [[nodiscard]] Extremes& ExtremesOf(const Slot& slot);
 
     ColumnFacts m_facts;
-    std::vector<Slot> m_slots;
-    std::vector<Extremes> m_extremes; ///< one for each slot
+    std::vector<Slot> m_slots; ///< after those of shapes one that counts empty cells
+    std::vector<Extremes> m_extremes;
+    std::vector<Plain> m_plain;
     unsigned m_shift;
     bool m_isText = false;
     std::uint64_t m_unproved = 0; ///< texts since the last look at whether the column is text

@@ -2,6 +2,7 @@
 #include "FileScan.h"
 
 #include "CountByte.h"
+#include "MarkBits.h"
 #include "Rows.h"
 
 #include <algorithm>
@@ -238,8 +239,8 @@ private:
                            char lineEnd,
                            std::size_t openers)
     {
-        const bool hasQuotes = openers > 0;
         const char* text = m_buffer.data();
+        const IndexedText indexed{text, m_byte, openers > 0, Mark(positions[count - 1])};
         const auto endsLine = [&](std::size_t index) {
             return positions[index] >= m_size || text[positions[index]] == lineEnd;
         };
@@ -252,7 +253,7 @@ private:
         }
         const auto begins = [&](std::size_t at) { return std::size_t{positions[at - 1]} + 1; };
         if (isRegular) {
-            m_rows.AddRows(text, positions, lines, m_byte, hasQuotes);
+            m_rows.AddRows(indexed, positions, lines);
             m_rows.AddOpeners(openers);
             return std::min(std::size_t{positions[count - 1]} + 1, m_size);
         }
@@ -262,8 +263,8 @@ private:
                 ++end;
             }
             if (end - at + 1 == m_columns && !m_rows.IsOver() && !IsApart(positions + at)) {
-                m_rows.AddRows(text, positions + at, 1, m_byte, hasQuotes);
-                for (std::size_t field = at; hasQuotes && field <= end; ++field) {
+                m_rows.AddRows(indexed, positions + at, 1);
+                for (std::size_t field = at; indexed.hasQuotes && field <= end; ++field) {
                     const std::size_t begin = field == 0 ? positions[-1] + 1U : begins(field);
                     m_rows.AddOpeners(begin < positions[field] && text[begin] == '"' ? 1 : 0);
                 }
@@ -292,6 +293,25 @@ private:
         return std::min(std::size_t{positions[count - 1]} + 1, m_size);
     }
 
+    /// Marks the buffer's first bytes. @return null where a part of a number separates fields
+    const AsciiReader::Kernels::NumberMarks* Mark(std::size_t size)
+    {
+        const Dialect& dialect = m_request.dialect;
+        const char separator =
+            dialect.separation == ESeparation::Character ? dialect.separator : ',';
+        if (m_request.watch != nullptr || separator == '.' || separator == '-' ||
+            (separator >= '0' && separator <= '9')) {
+            return nullptr;
+        }
+        const std::size_t words = CountMarkWords(size);
+        if (m_markWords.size() < words * 2) {
+            m_markWords.resize(words * 2);
+        }
+        m_marks = {m_markWords.data(), m_markWords.data() + words};
+        AsciiReader::Kernels::Best().markNumbers(m_buffer.data(), size, m_marks);
+        return &m_marks;
+    }
+
     [[nodiscard]] bool IsApart(const std::uint32_t* positions) const
     {
         const std::uint32_t begin = positions[-1] + 1;
@@ -313,6 +333,8 @@ private:
     bool m_isAtEnd = false;
     bool m_isSkipping = false;
     std::vector<std::uint32_t> m_positions;
+    std::vector<std::uint64_t> m_markWords;
+    AsciiReader::Kernels::NumberMarks m_marks{};
     Record m_record;
     decltype(AsciiReader::Kernels::Set::index) m_index = AsciiReader::Kernels::Best().index;
 };

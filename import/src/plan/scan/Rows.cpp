@@ -125,15 +125,15 @@ namespace {
 
 /// A cell of a run of rows, without its quotes and the `\r` at its line's end.
 /// @param end where it ends, the position before which it begins stands before that
-std::string_view CellAt(const char* text, const std::uint32_t* end, bool hasQuotes)
+std::string_view CellAt(const IndexedText& indexed, const std::uint32_t* end)
 {
     // The position before the first byte wraps.
     const std::uint32_t begin = *(end - 1) + 1;
-    std::string_view cell(text + begin, *end - begin);
+    std::string_view cell(indexed.text + begin, *end - begin);
     if (!cell.empty() && cell.back() == '\r') {
         cell.remove_suffix(1);
     }
-    if (hasQuotes && cell.size() >= 2 && cell.front() == '"') {
+    if (indexed.hasQuotes && cell.size() >= 2 && cell.front() == '"') {
         cell = cell.substr(1, cell.size() - 2);
     }
     return cell;
@@ -141,46 +141,42 @@ std::string_view CellAt(const char* text, const std::uint32_t* end, bool hasQuot
 
 } // namespace
 
-void Rows::WatchRows(const char* text,
-                     const std::uint32_t* ends,
-                     std::size_t rows,
-                     std::uint64_t byte,
-                     bool hasQuotes)
+void Rows::WatchRows(const IndexedText& indexed, const std::uint32_t* ends, std::size_t rows)
 {
     RowWatch& watch = *m_request.watch;
     const std::size_t x = FieldOf(watch.x.column);
     const std::size_t y = FieldOf(watch.y.column);
     for (std::size_t row = 0; row < rows; ++row, ends += m_columns) {
-        const std::uint64_t begin = byte + (ends[-1] + 1U);
-        watch.Add(CellAt(text, ends + x, hasQuotes),
-                  CellAt(text, ends + y, hasQuotes),
-                  {m_line + row, begin});
+        const std::uint64_t begin = indexed.byte + (ends[-1] + 1U);
+        watch.Add(CellAt(indexed, ends + x), CellAt(indexed, ends + y), {m_line + row, begin});
     }
 }
 
-void Rows::AddRows(const char* text,
-                   const std::uint32_t* ends,
-                   std::size_t rows,
-                   std::uint64_t byte,
-                   bool hasQuotes)
+void Rows::AddRows(const IndexedText& indexed, const std::uint32_t* ends, std::size_t rows)
 {
     const std::uint64_t first = m_facts.rows;
-    AddRun(m_columns, rows, {m_line, byte + (ends[-1] + 1U)});
+    AddRun(m_columns, rows, {m_line, indexed.byte + (ends[-1] + 1U)});
     if (m_request.watch != nullptr) {
-        WatchRows(text, ends, rows, byte, hasQuotes);
+        WatchRows(indexed, ends, rows);
     }
     for (std::uint64_t row = m_sample.NextFrom(first);
          row < first + rows && m_request.watch == nullptr;
          row = m_sample.NextFrom(row + 1)) {
         SampleRow sample(m_line + (row - first));
         for (std::size_t column = 0; column < m_columns; ++column) {
-            sample.Add(CellAt(text, ends + (row - first) * m_columns + FieldOf(column), hasQuotes));
+            sample.Add(CellAt(indexed, ends + (row - first) * m_columns + FieldOf(column)));
         }
         m_sample.Add(std::move(sample));
     }
     for (std::size_t field = 0; field < m_columns && m_request.watch == nullptr; ++field) {
-        m_profiles[ColumnOf(field)].AddRun(
-            {text, ends + field, m_columns, rows, m_line, byte, hasQuotes});
+        m_profiles[ColumnOf(field)].AddRun({indexed.text,
+                                            ends + field,
+                                            m_columns,
+                                            rows,
+                                            m_line,
+                                            indexed.byte,
+                                            indexed.hasQuotes,
+                                            indexed.marks});
     }
     m_line += rows;
     m_facts.lastRowLine = m_line - 1;

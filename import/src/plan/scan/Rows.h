@@ -13,6 +13,15 @@
 
 namespace Orvane::Import::Scan {
 
+/// A text that an index was made of.
+struct IndexedText
+{
+    const char* text = nullptr;
+    std::uint64_t byte = 0; ///< where it begins
+    bool hasQuotes = false; ///< fields may have quotes around them
+    const AsciiReader::Kernels::NumberMarks* marks = nullptr; ///< as CellRun has them
+};
+
 /// Tells rows from other records, and adds their cells to the profiles of the columns.
 ///
 /// Records with fewer fields than the table are kept until the end, when it is known what the
@@ -37,13 +46,7 @@ public:
 
     /// Adds rows of the table's count, one per line.
     /// @param ends where fields end, `rows` times the table's count; one position stands before
-    /// @param byte where the text begins
-    /// @param hasQuotes fields may have quotes around them
-    void AddRows(const char* text,
-                 const std::uint32_t* ends,
-                 std::size_t rows,
-                 std::uint64_t byte,
-                 bool hasQuotes);
+    void AddRows(const IndexedText& indexed, const std::uint32_t* ends, std::size_t rows);
 
     /// Counts quoted fields of rows that AddRows adds.
     void AddOpeners(std::size_t openers) { m_facts.openers += openers; }
@@ -86,11 +89,7 @@ private:
                   std::string_view line);
     void AddCells(std::string_view text, const Record& record, const Position& position);
     void AddToSample(std::string_view text, const Record& record, std::uint64_t row);
-    void WatchRows(const char* text,
-                   const std::uint32_t* ends,
-                   std::size_t rows,
-                   std::uint64_t byte,
-                   bool hasQuotes);
+    void WatchRows(const IndexedText& indexed, const std::uint32_t* ends, std::size_t rows);
     [[nodiscard]] std::size_t FieldOf(std::size_t column) const;
     void AddShortRow(const ShortRecord& record);
     void JudgeShortRecords();
