@@ -545,13 +545,13 @@ class QuestionsTest(ByPlanTest):
         self.assertNotIn("--y", result.err)
 
     def test_a_command_puts_rows_aside_that_would_stop_it(self):
-        self.write("nmea.txt", "".join(
-            f"$GPGGA,12351{i},4807.03{i},N,01131.00{i},E,1,08,0.9,545.4,M,46.9,M,,*47\n"
-            f"$GPRMC,12351{i},A,4807.03{i},N,01131.00{i},E,022.4,084.4,230394,003.1,W*6A\n" for i in range(9)))
-        result = self.run_orvane("import", "nmea.txt", "--max-bad", "2")
+        self.write("log.txt", "".join(
+            f"$WIMWV,12351{i},214.{i},R,017.00{i},K,1,08,0.9,545.4,M,46.9,M,,*47\n"
+            f"$SDDBT,12351{i},A,12.03{i},f,03.00{i},M,022.4,084.4,230394,003.1,F*6A\n" for i in range(9)))
+        result = self.run_orvane("import", "log.txt", "--max-bad", "2")
         self.assertIn(" rows do not fit the table; --on-bad quarantine puts such rows aside.", result.err)
         commands = self.commands_in(result.err)
-        self.assertEqual(commands, ["orvane import --no-points --on-bad quarantine nmea.txt"])
+        self.assertEqual(commands, ["orvane import --no-points --on-bad quarantine log.txt"])
         self.assertEqual(self.run_shell(commands[0]).returncode, 0)
 
     def test_a_long_list_of_columns_is_cut(self):

@@ -154,6 +154,23 @@ bool CanPackedBe(const SampleValues& sample, double limit)
     return !sample.values.empty();
 }
 
+/// Whether the values of a pair are degrees, and packed ones.
+/// @param isNamed whether the names, or letters beside the columns, say that they are degrees
+void ReadForm(bool isNamed, const Column& first, const Column& second, Pair& pair)
+{
+    const SampleValues& x = first.sample;
+    const SampleValues& y = second.sample;
+    // Rule: under names of degrees values are degrees, also where one in ten is out of range, or
+    // where latitudes are: that is pointed out.
+    const bool isNearly = isNamed && y.CountWithin(360) * 10 >= y.values.size() * 9 &&
+                          x.CountWithin(360) * 10 >= x.values.size() * 9;
+    pair.isDegrees =
+        isNearly || (y.IsWithin(90) && x.IsWithin(360) && x.decimals * 2 > x.values.size());
+    // Rule: packed degrees go far past 360, where no longitude is.
+    pair.isPacked = isNamed && !pair.isDegrees && std::max(y.most, -y.least) > 360 &&
+                    CanPackedBe(y, 90) && CanPackedBe(x, 180);
+}
+
 std::vector<Pair> FindNamedPairs(const std::vector<Column>& columns)
 {
     std::vector<Pair> pairs;
@@ -171,18 +188,7 @@ std::vector<Pair> FindNamedPairs(const std::vector<Column>& columns)
             }
             Pair pair{x, y, 1, false, true, false};
             const bool isNamed = second.axis == EAxis::Latitude;
-            // Rule: under names of degrees values are degrees, also where one in ten is out of
-            // range, or where latitudes are: that is pointed out.
-            const bool isNearly =
-                isNamed && second.sample.CountWithin(360) * 10 >= second.sample.values.size() * 9 &&
-                first.sample.CountWithin(360) * 10 >= first.sample.values.size() * 9;
-            pair.isDegrees =
-                isNearly || (second.sample.IsWithin(90) && first.sample.IsWithin(360) &&
-                             first.sample.decimals * 2 > first.sample.values.size());
-            // Rule: packed degrees go far past 360, where no longitude is.
-            pair.isPacked = isNamed && !pair.isDegrees &&
-                            std::max(second.sample.most, -second.sample.least) > 360 &&
-                            CanPackedBe(second.sample, 90) && CanPackedBe(first.sample, 180);
+            ReadForm(isNamed, first, second, pair);
             // Names of degrees over values that are none: swapped columns, or no coordinates.
             pair.score += isNamed && !pair.isDegrees && !pair.isPacked ? -0.5 : 0;
             pair.score += pair.isDegrees && isNamed ? 0.5 : 0;
@@ -237,27 +243,78 @@ std::string DescribePair(const Plan& plan, std::size_t x, std::size_t y)
     return "X " + QuoteName(plan.columns[x]) + ", Y " + QuoteName(plan.columns[y]);
 }
 
+constexpr std::string_view kNorthSouth = "NSns";
+constexpr std::string_view kEastWest = "EWOewo";
+
+/// Whether all cells of a column are such letters.
+bool AreLetters(const Scan::ColumnFacts& facts, std::string_view letters)
+{
+    return !facts.hasManyWords && !facts.wordFacts.empty() &&
+           std::all_of(facts.wordFacts.begin(),
+                       facts.wordFacts.end(),
+                       [&](const Scan::WordFacts& word) {
+                           const std::string_view text = Values::Trim(word.text);
+                           return text.size() == 1 &&
+                                  letters.find(text[0]) != std::string_view::npos;
+                       }) &&
+           facts.Count(ECell::Text) + facts.Count(ECell::Boolean) == facts.CountValues();
+}
+
+/// Columns of N or S and of E or W, each beside one of degrees, as receivers write them: the
+/// letters tell the axes, whatever the names.
+std::vector<Pair>
+FindPairsByLetters(const CoordinateSearch& search, const Plan& plan, std::vector<Column>& columns)
+{
+    const auto findLetters = [&](std::string_view letters) {
+        for (std::size_t index = 0; index < columns.size(); ++index) {
+            if (AreLetters(search.facts[index], letters)) {
+                return index;
+            }
+        }
+        return columns.size();
+    };
+    const std::size_t northSouth = findLetters(kNorthSouth);
+    const std::size_t eastWest = findLetters(kEastWest);
+    if (northSouth == columns.size() || eastWest == columns.size()) {
+        return {};
+    }
+    std::vector<Pair> pairs;
+    // The degrees are before the letters or after them.
+    for (const std::size_t step : {std::size_t{0} - 1, std::size_t{1}}) {
+        Pair pair{eastWest + step, northSouth + step, 0.9, false, false, false};
+        if (pair.x >= columns.size() || pair.y >= columns.size()) {
+            continue;
+        }
+        for (const std::size_t index : {pair.x, pair.y}) {
+            // Packed degrees with leading zeros are texts by their type.
+            columns[index].sample = TakeValues(search.rows, plan.columns[index]);
+            pair.score -= plan.columns[index].type.value == EPlanType::Integer32 ? 0.1 : 0;
+        }
+        const SampleValues& x = columns[pair.x].sample;
+        const SampleValues& y = columns[pair.y].sample;
+        pair.isDegrees = x.IsWithin(180) && y.IsWithin(90);
+        pair.isPacked = !pair.isDegrees && CanPackedBe(y, 90) && CanPackedBe(x, 180);
+        if (IsMostlyValues(x) && IsMostlyValues(y) && (pair.isDegrees || pair.isPacked)) {
+            pairs.push_back(pair);
+        }
+    }
+    if (pairs.size() == 2 && (pairs[0].score != pairs[1].score || pairs[0].isPacked)) {
+        // Rule: columns of decimals before those of whole numbers; the sentences of receivers,
+        // which are packed, have the letter after the number.
+        pairs.erase(pairs[1].score > pairs[0].score ? pairs.begin() : pairs.begin() + 1);
+    }
+    return pairs;
+}
+
 /// Columns of letters N and S, E and W beside the coordinates.
 void FindHemispheres(const CoordinateSearch& search, Plan& plan)
 {
-    const auto areLetters = [&](std::size_t index, std::string_view letters) {
-        const Scan::ColumnFacts& facts = search.facts[index];
-        return !facts.hasManyWords && !facts.wordFacts.empty() &&
-               std::all_of(facts.wordFacts.begin(),
-                           facts.wordFacts.end(),
-                           [&](const Scan::WordFacts& word) {
-                               const std::string_view text = Values::Trim(word.text);
-                               return text.size() == 1 &&
-                                      letters.find(text[0]) != std::string_view::npos;
-                           }) &&
-               facts.Count(ECell::Text) + facts.Count(ECell::Boolean) == facts.CountValues();
-    };
     const PlanCoordinates& found = plan.coordinates.value;
     for (const std::size_t at : {*found.x, *found.y}) {
         const bool isX = at == *found.x;
         for (const std::size_t index : {at + 1, at - 1}) {
             if (index < plan.columns.size() && plan.columns[index].role == EPlanRole::Attribute &&
-                areLetters(index, isX ? "EWOewo" : "NSns")) {
+                AreLetters(search.facts[index], isX ? kEastWest : kNorthSouth)) {
                 plan.columns[index].role = isX ? EPlanRole::XHemisphere : EPlanRole::YHemisphere;
                 break;
             }
@@ -609,7 +666,11 @@ void DecideSystem(const std::vector<Column>& columns, bool isPlaced, Plan& plan)
     }
     const SampleValues& x = columns[*found.x].sample;
     const bool isNamed = columns[*found.y].axis == EAxis::Latitude;
-    const bool hasLetters = x.letters > 0;
+    const bool hasLetters =
+        x.letters > 0 ||
+        std::any_of(plan.columns.begin(), plan.columns.end(), [](const PlanColumn& column) {
+            return column.role == EPlanRole::XHemisphere;
+        });
     const bool isPast = x.most > 90 || x.least < -90;
     if (isNamed || hasLetters || isPast || isPlaced) {
         system.value = "EPSG:4326";
@@ -664,6 +725,16 @@ void AskForCoordinates(Plan& plan)
 {
     plan.coordinates.decider = EDecider::Default;
     plan.questions.push_back({"coordinates", "No columns of coordinates were found.", {}});
+}
+
+/// Asks which of the first two pairs it is.
+void AskWhichPair(const std::vector<Pair>& pairs, Plan& plan)
+{
+    plan.coordinates.confidence = EConfidence::Tie;
+    plan.questions.push_back(
+        {"coordinates",
+         "Several pairs of columns can be the coordinates.",
+         {{pairs[0].x, pairs[0].y, {}, {}}, {pairs[1].x, pairs[1].y, {}, {}}}});
 }
 
 /// Of two pairs of the same columns the one that places in the rows, or their order, speak for.
@@ -744,7 +815,7 @@ void UseGivenRest(const PlanRequest& request, Plan& plan)
 }
 
 bool UseGiven(const CoordinateSearch& search,
-              const std::vector<Column>& columns,
+              std::vector<Column>& columns,
               const PlanRequest& request,
               Plan& plan)
 {
@@ -757,7 +828,21 @@ bool UseGiven(const CoordinateSearch& search,
     if (pair.x == pair.y) {
         FailAsEqual(plan);
     }
-    pair.isDegrees = columns[pair.y].sample.IsWithin(90) && columns[pair.x].sample.IsWithin(360);
+    Column& first = columns[pair.x];
+    Column& second = columns[pair.y];
+    // Packed degrees with leading zeros are texts by their type.
+    first.sample = TakeValues(search.rows, plan.columns[pair.x]);
+    second.sample = TakeValues(search.rows, plan.columns[pair.y]);
+    const bool isNamed = second.axis == EAxis::Latitude && first.axis == EAxis::Longitude;
+    const bool hasLetters =
+        std::any_of(search.facts.begin(), search.facts.end(), [](const Scan::ColumnFacts& facts) {
+            return AreLetters(facts, kNorthSouth);
+        });
+    ReadForm(isNamed || hasLetters, first, second, pair);
+    if (second.sample.IsWithin(90) && first.sample.IsWithin(360)) {
+        pair.isDegrees = true;
+        pair.isPacked = false;
+    }
     plan.coordinates.decider = EDecider::Given;
     Settle(search, columns, pair, plan);
     return true;
@@ -796,16 +881,27 @@ void Decide(const CoordinateSearch& search, const PlanRequest& request, Plan& pl
                            pairs[1].x != best.x && pairs[1].y != best.y;
         Settle(search, columns, best, plan);
         if (isTie) {
-            plan.coordinates.confidence = EConfidence::Tie;
-            plan.questions.push_back(
-                {"coordinates",
-                 "Several pairs of columns can be the coordinates.",
-                 {{best.x, best.y, {}, {}}, {pairs[1].x, pairs[1].y, {}, {}}}});
+            AskWhichPair(pairs, plan);
         }
         DecideSystem(columns, false, plan);
         return;
     }
     TakeColumns(search, plan, true, columns);
+    pairs = FindPairsByLetters(search, plan, columns);
+    KeepGiven(request, plan, pairs);
+    if (!pairs.empty()) {
+        const Pair& best = pairs.front();
+        plan.coordinates.confidence = EConfidence::Strong;
+        plan.coordinates.evidence.push_back({"letters of hemispheres in columns of their own",
+                                             columns[best.x].sample.values.size(),
+                                             {}});
+        Settle(search, columns, best, plan);
+        if (pairs.size() > 1) {
+            AskWhichPair(pairs, plan);
+        }
+        DecideSystem(columns, false, plan);
+        return;
+    }
     pairs = FindPairsByValue(columns);
     KeepGiven(request, plan, pairs);
     if (pairs.empty()) {

@@ -139,6 +139,20 @@ std::string NameOfUnits(Scan::EUnits units, const std::string& given)
     return name == "UTF8" ? "UTF-8" : name == "ASCII" ? "US-ASCII" : name;
 }
 
+/// Whether every high byte of the text is the same character in both encodings of single bytes.
+bool IsSameText(const std::bitset<256>& highSet,
+                const std::string& first,
+                const std::string& second)
+{
+    for (std::size_t byte = 0; byte < highSet.size(); ++byte) {
+        const std::string text(1, static_cast<char>(byte));
+        if (highSet.test(byte) && ToUtf8(text, first) != ToUtf8(text, second)) {
+            return false;
+        }
+    }
+    return true;
+}
+
 void DecideByStatistics(const Scan::ByteFacts& bytes, PlanDecision<std::string>& decision)
 {
     const std::string found = AskStatistics(bytes.highLines);
@@ -154,6 +168,11 @@ void DecideByStatistics(const Scan::ByteFacts& bytes, PlanDecision<std::string>&
     if (isPossible && (IsMultiByte(found) || words >= kWordsThatSpeak)) {
         decision.value = name;
         decision.rivals.push_back({kUsual, 0, "statistics of the letters"});
+        return;
+    }
+    // Rule: encodings that give the same text leave nothing to ask.
+    if (isPossible && !IsMultiByte(found) && IsSameText(bytes.highSet, kUsual, name)) {
+        decision.rivals.push_back({name, 0, "gives the same text"});
         return;
     }
     decision.rivals.push_back(

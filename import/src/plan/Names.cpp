@@ -90,6 +90,20 @@ constexpr Word kEndings[] = {
     {"longitude", EAxis::Longitude},
 };
 
+/// Words beside the axis that tell nothing about the pair: `Lon (°E)`, `latitude [degrees_north]`.
+bool IsHemisphereOrUnit(std::string_view token)
+{
+    static constexpr std::string_view kDegree = "\xC2\xB0";
+    if (token.starts_with(kDegree)) {
+        token.remove_prefix(kDegree.size());
+    }
+    static constexpr std::string_view kSilent[] = {
+        "",     "n",      "s",       "e",    "w",     "o",     "north",  "south", "east",  "west",
+        "nord", "sud",    "ost",     "est",  "ouest", "sur",   "este",   "oeste", "norte", "deg",
+        "degs", "degree", "degrees", "grad", "m",     "metre", "metres", "meter", "meters"};
+    return std::find(std::begin(kSilent), std::end(kSilent), token) != std::end(kSilent);
+}
+
 /// @param stem what stands before the axis's word in the token
 EAxis AxisOf(const std::string& token, std::string& stem)
 {
@@ -153,9 +167,7 @@ EAxis FindAxis(std::string_view name, std::string& rest)
             rest += stem.empty() ? stem : stem + " ";
             continue;
         }
-        // Letters of hemispheres and units tell nothing about the pair.
-        if (token != "n" && token != "s" && token != "e" && token != "w" && token != "deg" &&
-            token != "degrees" && token != "m") {
+        if (!IsHemisphereOrUnit(token)) {
             rest += token + " ";
         }
     }

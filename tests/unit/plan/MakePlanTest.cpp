@@ -136,6 +136,13 @@ constexpr ShapeCase kShapeCases[] = {
      3},
     {"TwoLinesOfNames", "x,y,depth\nlon,lat,m below\n1.5,2.5,3\n2.5,3.5,4\n", "comma", true, 2, 3},
     {"UnitsUnderTheNames", "x,y,depth\nm,m,m\n1.5,2.5,3\n2.5,3.5,4\n", "comma", true, 2, 3},
+    {"WidthsUnderTheNames",
+     "# water\nno\tlat\tlon\n15s\t16n\t16n\n1\t46.5\t-69.5\n2\t46.6\t-69.6\n",
+     "tab",
+     true,
+     2,
+     3},
+    {"DurationsAreNoWidths", "a,b\n5s,7s\n6s,8s\n9s,2s\n", "comma", true, 3, 2},
     {"NoNamesOverNumbers", "1,2.5,3\n2,3.5,4\n", "comma", false, 2, 3},
     {"ReturnsAlone", "id,x\r1,2.5\r2,3.5\r", "comma", true, 2, 2},
     {"AnEmptyFile", "", "one column", false, 0, 1},
@@ -256,6 +263,17 @@ TEST(MakePlan, AsksForTheEncodingWhereFewBytesAreNoUtf8)
     // More of them than one in ten: an encoding of single bytes that looks like UTF-8 by chance.
     const Plan single = PlanOf(std::string(table) + "7.8,46.6,Z\xFCrich\n7.9,46.5,\xE9\xE8\n");
     EXPECT_EQ(single.bytes.encoding.confidence, EConfidence::Strong);
+}
+
+TEST(MakePlan, AsksForNoEncodingWhereTheTextIsTheSame)
+{
+    // The letter of ISO-8859-3, which statistics find, is the one of WINDOWS-1252.
+    const Plan plan =
+        PlanOf("\"Messung 2024\"\n\n\"Bearbeiter: M\xFCller\"\n\nNr,Lat,Lon\n1,47.5,8.5\n");
+    EXPECT_EQ(plan.bytes.encoding.value, "WINDOWS-1252");
+    EXPECT_EQ(plan.bytes.encoding.confidence, EConfidence::Strong);
+    ASSERT_EQ(plan.bytes.encoding.rivals.size(), 1U);
+    EXPECT_EQ(plan.bytes.encoding.rivals.front().against, "gives the same text");
 }
 
 TEST(MakePlan, FindsEncodings)
@@ -424,6 +442,27 @@ constexpr PointCase kPointCases[] = {
      2,
      1,
      EPlanNotation::Decimal},
+    {"UnitsInTheNames",
+     "id,Lon [degrees_east],Lat [degrees_north]\n1,8.5,47.5\n2,7.5,46.5\n",
+     1,
+     2,
+     EPlanNotation::Decimal},
+    {"DegreeSignsInTheNames",
+     "id,Lon (\xC2\xB0"
+     "E),Lat (\xC2\xB0N)\n1,8.5,47.5\n2,7.5,46.5\n",
+     1,
+     2,
+     EPlanNotation::Decimal},
+    {"LettersOfHemispheresWithoutNames",
+     "$GPGGA,4717.113,N,00833.915,E,8\n$GPGGA,4717.114,N,00833.916,E,8\n",
+     3,
+     1,
+     EPlanNotation::Packed},
+    {"LettersOfHemispheresBeforeDegrees",
+     "id;a;b;c;d\n1;N;47.5;W;8.5\n2;S;46.5;E;7.5\n",
+     4,
+     2,
+     EPlanNotation::Decimal},
     {"NamesInGerman",
      "id;Breite;L\xC3\xA4nge\n1;47,5;8,5\n2;46,5;7,25\n",
      2,
@@ -434,6 +473,36 @@ constexpr PointCase kPointCases[] = {
 INSTANTIATE_TEST_SUITE_P(, MakePlanPoints, testing::ValuesIn(kPointCases), [](const auto& row) {
     return row.param.name;
 });
+
+TEST(MakePlan, UnpacksDegreesOfGivenColumns)
+{
+    PlanRequest request;
+    request.x = "3";
+    request.y = "1";
+    const Plan letters = PlanOf("$GPGGA,4717.113,N,00833.915,E,8\n"
+                                "$GPGGA,4717.114,N,00833.916,E,8\n",
+                                request);
+    EXPECT_EQ(letters.coordinates.value.notation, EPlanNotation::Packed);
+    request.x = "lon";
+    request.y = "lat";
+    const Plan named = PlanOf("id,lat,lon\n1,4533.35,00830.5\n2,4534.10,00831.5\n", request);
+    EXPECT_EQ(named.coordinates.value.notation, EPlanNotation::Packed);
+    request.x = "b";
+    request.y = "a";
+    const Plan neither = PlanOf("id,a,b\n1,4533.35,830.5\n2,4534.10,831.5\n", request);
+    EXPECT_EQ(neither.coordinates.value.notation, EPlanNotation::Cartesian);
+}
+
+TEST(MakePlan, AsksWhichSideOfTheLettersIsMeant)
+{
+    const Plan plan = PlanOf("10.5;N;47.5;W;8.5\n11.5;S;46.5;E;7.5\n");
+    ASSERT_TRUE(HasQuestion(plan, "coordinates"));
+    ASSERT_EQ(plan.questions[0].answers.size(), 2U);
+    EXPECT_EQ(plan.questions[0].answers[0].x, std::size_t{2});
+    EXPECT_EQ(plan.questions[0].answers[0].y, std::size_t{0});
+    EXPECT_EQ(plan.questions[0].answers[1].x, std::size_t{4});
+    EXPECT_EQ(plan.questions[0].answers[1].y, std::size_t{2});
+}
 
 TEST(MakePlan, AsksForTheAxesThatValuesCannotTell)
 {

@@ -224,6 +224,7 @@ void ByteFacts::AddHighBytes(std::string_view piece)
             ++at;
             continue;
         }
+        highSet.set(static_cast<unsigned char>(piece[at]));
         std::uint32_t character = 0;
         const std::size_t length = ReadSequence(piece.substr(at), character);
         if (length == 0) {
@@ -238,6 +239,9 @@ void ByteFacts::AddHighBytes(std::string_view piece)
         if (sequences.size() < kMostSequences &&
             std::find(sequences.begin(), sequences.end(), character) == sequences.end()) {
             sequences.push_back(character);
+        }
+        for (std::size_t rest = 1; rest < length; ++rest) {
+            highSet.set(static_cast<unsigned char>(piece[at + rest]));
         }
         at += length;
     }

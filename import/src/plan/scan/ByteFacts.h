@@ -1,6 +1,7 @@
 // Counts over all bytes of a text, and whether it is UTF-8.
 #pragma once
 
+#include <bitset>
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -34,6 +35,7 @@ public:
     std::vector<std::uint32_t>
         sequences;         ///< distinct characters past ASCII, at most 16, of the sample at least
     std::string highLines; ///< lines with high bytes, 64 KiB at most, for statistics
+    std::bitset<256> highSet; ///< which high bytes occur in text that is not UTF-8
 
     [[nodiscard]] std::uint64_t CountLines() const noexcept
     {

@@ -925,6 +925,17 @@ NamesVerdict JudgeNames(const HeadRecord& record, const std::vector<SampleColumn
     return verdict;
 }
 
+/// Widths and kinds of columns, as files of water data have them below the names: `5s 15s 12n 20d`.
+bool IsWidthsLine(const HeadRecord& record)
+{
+    return record.cells.size() >= 2 &&
+           std::all_of(record.cells.begin(), record.cells.end(), [](const std::string& cell) {
+               const std::size_t digits = cell.find_first_not_of("0123456789");
+               return digits != 0 && digits + 1 == cell.size() &&
+                      std::string_view("snd").find(cell.back()) != std::string_view::npos;
+           });
+}
+
 bool IsUnitsLine(const HeadRecord& record)
 {
     std::size_t units = 0;
@@ -1444,7 +1455,9 @@ TableHead FindTable(std::string_view text, const Candidate& candidate, const Sha
             const bool hasCount = head[row].cells.size() == table.columns;
             if (hasCount && IsRuleLine(head[row])) {
                 addLine(head[row], ELineKind::Rule);
-            } else if (hasCount && IsUnitsLine(head[row]) && row + 1 < head.size()) {
+            } else if (hasCount && row + 1 < head.size() &&
+                       (IsUnitsLine(head[row]) ||
+                        (IsWidthsLine(head[row]) && !IsWidthsLine(head[row + 1])))) {
                 addLine(head[row], ELineKind::Units);
             } else if (hasCount && row + 1 < head.size() &&
                        IsFurtherNames(head[row], head[row - 1], [&] {
