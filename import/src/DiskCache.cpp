@@ -12,6 +12,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <fcntl.h>
 #include <filesystem>
 #include <fstream>
 #include <linux/magic.h>
@@ -62,14 +63,18 @@ std::string GetDefaultFolder()
 /// @return the error number, 0 when a file can be made in the folder; it is gone again
 int TryToMakeFile(const fs::path& folder)
 {
-    std::string name = CacheBaseName(folder.native()) + ".XXXXXX";
-    const int descriptor = mkstemp(name.data());
-    if (descriptor == -1) {
-        return errno;
+    // A file that never has a name leaves nothing, whatever happens.
+    int descriptor = open(folder.c_str(), O_TMPFILE | O_WRONLY | O_CLOEXEC, S_IRUSR | S_IWUSR);
+    int error = descriptor == -1 ? errno : 0;
+    if (error == EOPNOTSUPP || error == EISDIR) {
+        std::string name = CacheBaseName(folder.native()) + ".XXXXXX";
+        descriptor = mkstemp(name.data());
+        error = descriptor == -1 || unlink(name.c_str()) != 0 ? errno : 0;
     }
-    unlink(name.c_str());
-    close(descriptor);
-    return 0;
+    if (descriptor != -1) {
+        close(descriptor);
+    }
+    return error;
 }
 
 std::string DescribeBytes(std::uint64_t bytes)
