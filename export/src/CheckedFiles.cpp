@@ -13,19 +13,21 @@
 #include <mutex>
 #include <system_error>
 #include <unistd.h>
+#include <utility>
 
 namespace Orvane::Import {
 
-/// The first failure of one writer's files.
-class FirstFileError
+/// What the files of one writer share: their first failure, and whether to go on.
+class WriterState
 {
 public:
-    explicit FirstFileError(std::uint64_t writerNumber) noexcept
-        : m_writerNumber(writerNumber)
+    WriterState(std::uint64_t number, CheckedFiles::Step step)
+        : m_number(number)
+        , m_step(std::move(step))
     {}
 
     /// The writer's, which begins the names of its files.
-    [[nodiscard]] std::uint64_t GetWriterNumber() const noexcept { return m_writerNumber; }
+    [[nodiscard]] std::uint64_t GetNumber() const noexcept { return m_number; }
 
     /// Keeps errno unless there is a failure already.
     void Keep() noexcept
@@ -35,10 +37,21 @@ public:
     }
 
     /// 0 for none.
-    [[nodiscard]] int Get() const noexcept { return m_error; }
+    [[nodiscard]] int GetError() const noexcept { return m_error; }
+
+    /// Calls the step unless it has said to stop.
+    [[nodiscard]] bool GoesOn()
+    {
+        m_isStopped = m_isStopped || !m_step();
+        return !m_isStopped;
+    }
+
+    [[nodiscard]] bool IsStopped() const noexcept { return m_isStopped; }
 
 private:
-    std::uint64_t m_writerNumber;
+    std::uint64_t m_number;
+    CheckedFiles::Step m_step;
+    bool m_isStopped = false;
     std::atomic<int> m_error{0};
 };
 
@@ -57,10 +70,10 @@ public:
         return registry;
     }
 
-    std::shared_ptr<FirstFileError> Add()
+    std::shared_ptr<WriterState> Add(CheckedFiles::Step step)
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
-        auto added = std::make_shared<FirstFileError>(++m_lastNumber);
+        auto added = std::make_shared<WriterState>(++m_lastNumber, std::move(step));
         m_writers.emplace(m_lastNumber, added);
         return added;
     }
@@ -72,7 +85,7 @@ public:
     }
 
     /// That of the writer whose number begins the name; null for none.
-    std::shared_ptr<FirstFileError> Find(const char* name)
+    std::shared_ptr<WriterState> Find(const char* name)
     {
         std::uint64_t number = 0;
         std::from_chars(name, name + std::strlen(name), number);
@@ -84,15 +97,15 @@ public:
 private:
     std::mutex m_mutex;
     std::uint64_t m_lastNumber = 0;
-    std::map<std::uint64_t, std::shared_ptr<FirstFileError>> m_writers;
+    std::map<std::uint64_t, std::shared_ptr<WriterState>> m_writers;
 };
 
 enum class ELastStep { None, Read, Write };
 
 struct OpenFile
 {
-    std::shared_ptr<FirstFileError> firstError; ///< its writer's
-    std::FILE* stream = nullptr;                ///< null when the file could not be made
+    std::shared_ptr<WriterState> writer; ///< its writer's
+    std::FILE* stream = nullptr;         ///< null when the file could not be made
     ELastStep lastStep = ELastStep::None;
 };
 
@@ -106,7 +119,7 @@ void Turn(OpenFile& file, ELastStep step)
 {
     if (file.lastStep != step && file.lastStep != ELastStep::None &&
         fseeko(file.stream, 0, SEEK_CUR) != 0) {
-        file.firstError->Keep();
+        file.writer->Keep();
     }
     file.lastStep = step;
 }
@@ -136,8 +149,8 @@ int Rename(void* /*data*/, const char* oldName, const char* newName)
 void* Open(void* /*data*/, const char* name, const char* access)
 {
     auto file = std::make_unique<OpenFile>();
-    file->firstError = Registry::Get().Find(name);
-    if (file->firstError == nullptr) {
+    file->writer = Registry::Get().Find(name);
+    if (file->writer == nullptr) {
         return nullptr;
     }
     errno = 0;
@@ -147,7 +160,7 @@ void* Open(void* /*data*/, const char* name, const char* access)
             return nullptr;
         }
         // The shapefile's writer uses its code page file without a look at what it got.
-        file->firstError->Keep();
+        file->writer->Keep();
     }
     return file.release();
 }
@@ -165,7 +178,7 @@ int Seek(void* file, vsi_l_offset offset, int whence)
     Get(file).lastStep = ELastStep::None;
     const int result = fseeko(Get(file).stream, static_cast<off_t>(offset), whence);
     if (result != 0) {
-        Get(file).firstError->Keep();
+        Get(file).writer->Keep();
     }
     return result;
 }
@@ -175,7 +188,7 @@ size_t Read(void* file, void* buffer, size_t size, size_t count)
     if (size == 0 || count == 0) {
         return count;
     }
-    if (Get(file).stream == nullptr) {
+    if (Get(file).stream == nullptr || !Get(file).writer->GoesOn()) {
         return 0;
     }
     Turn(Get(file), ELastStep::Read);
@@ -183,7 +196,7 @@ size_t Read(void* file, void* buffer, size_t size, size_t count)
     const size_t got = std::fread(buffer, size, count, Get(file).stream);
     // Writers read what they have written, and some write zeros where that fails.
     if (got != count && std::ferror(Get(file).stream) != 0) {
-        Get(file).firstError->Keep();
+        Get(file).writer->Keep();
     }
     return got;
 }
@@ -199,14 +212,14 @@ size_t Write(void* file, const void* buffer, size_t size, size_t count)
     if (size == 0 || count == 0) {
         return count;
     }
-    if (Get(file).stream == nullptr) {
+    if (Get(file).stream == nullptr || !Get(file).writer->GoesOn()) {
         return 0;
     }
     Turn(Get(file), ELastStep::Write);
     errno = 0;
     const size_t written = std::fwrite(buffer, size, count, Get(file).stream);
     if (written != count) {
-        Get(file).firstError->Keep();
+        Get(file).writer->Keep();
     }
     return written;
 }
@@ -219,7 +232,7 @@ int Flush(void* file)
     errno = 0;
     const int result = std::fflush(Get(file).stream);
     if (result != 0) {
-        Get(file).firstError->Keep();
+        Get(file).writer->Keep();
     }
     return result;
 }
@@ -231,7 +244,7 @@ int Truncate(void* file, vsi_l_offset size)
     }
     const int result = ftruncate(fileno(Get(file).stream), static_cast<off_t>(size));
     if (result != 0) {
-        Get(file).firstError->Keep();
+        Get(file).writer->Keep();
     }
     return result;
 }
@@ -245,7 +258,7 @@ int Close(void* file)
     errno = 0;
     const int result = std::fclose(owned->stream);
     if (result != 0) {
-        owned->firstError->Keep();
+        owned->writer->Keep();
     }
     return result;
 }
@@ -273,18 +286,18 @@ bool Install()
 
 } // namespace
 
-CheckedFiles::CheckedFiles()
-    : m_firstError(Registry::Get().Add())
+CheckedFiles::CheckedFiles(Step step)
+    : m_writer(Registry::Get().Add(std::move(step)))
 {
     static const bool isInstalled = Install();
     if (isInstalled) {
-        m_prefix = kPrefix + std::to_string(m_firstError->GetWriterNumber());
+        m_prefix = kPrefix + std::to_string(m_writer->GetNumber());
     }
 }
 
 CheckedFiles::~CheckedFiles()
 {
-    Registry::Get().Remove(m_firstError->GetWriterNumber());
+    Registry::Get().Remove(m_writer->GetNumber());
 }
 
 std::string CheckedFiles::NameFor(const std::string& absolutePath) const
@@ -294,8 +307,13 @@ std::string CheckedFiles::NameFor(const std::string& absolutePath) const
 
 std::string CheckedFiles::GetFailure() const
 {
-    const int error = m_firstError->Get();
+    const int error = m_writer->GetError();
     return error == 0 ? std::string() : std::generic_category().message(error);
+}
+
+bool CheckedFiles::IsStopped() const noexcept
+{
+    return m_writer->IsStopped();
 }
 
 } // namespace Orvane::Import

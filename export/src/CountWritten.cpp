@@ -1,6 +1,7 @@
 // Counts from written files, each format its own way.
 #include "CountWritten.h"
 
+#include "CheckedFiles.h"
 #include "GdalScope.h"
 #include "flatgeobuf/CountFeatures.h"
 #include "text/TextCounter.h"
@@ -13,6 +14,7 @@
 #include <cerrno>
 #include <cstdint>
 #include <cstdio>
+#include <exception>
 #include <fstream>
 #include <functional>
 #include <limits>
@@ -46,6 +48,8 @@ using Follow = std::function<void(std::uint64_t rows)>;
 constexpr std::uint64_t kRowsPerCall = 65536;
 /// The same, where rows are counted by their numbers.
 constexpr std::int64_t kNumbersPerCall = 65536;
+/// The same, of drivers that need up to 40 microseconds per row.
+constexpr std::uint64_t kRowsOfDriver = 1024;
 
 TargetCounts
 CountText(const std::filesystem::path& path, TextCounter& counter, const Follow& follow)
@@ -277,9 +281,23 @@ CountByGdal(const std::filesystem::path& file, const ExportFormat& format, const
     RegisterDrivers();
     const GdalMessages messages;
     const std::array<const char*, 2> drivers = {format.driver, nullptr};
-    const std::unique_ptr<GDALDataset> dataset(GDALDataset::Open(
-        file.c_str(), GDAL_OF_VECTOR | GDAL_OF_READONLY, drivers.data(), nullptr, nullptr));
     TargetCounts counts;
+    // Some drivers read all of a file when they open it.
+    std::exception_ptr thrown;
+    const CheckedFiles files([&] {
+        try {
+            follow(counts.rows);
+        } catch (...) {
+            thrown = std::current_exception();
+        }
+        return thrown == nullptr;
+    });
+    const std::unique_ptr<GDALDataset> dataset(
+        GDALDataset::Open(files.NameFor(file.native()).c_str(),
+                          GDAL_OF_VECTOR | GDAL_OF_READONLY,
+                          drivers.data(),
+                          nullptr,
+                          nullptr));
     if (dataset) {
         for (OGRLayer* layer : dataset->GetLayers()) {
             OGRFeatureDefn& definition = *layer->GetLayerDefn();
@@ -291,13 +309,19 @@ CountByGdal(const std::filesystem::path& file, const ExportFormat& format, const
             ignored.push_back(nullptr);
             static_cast<void>(layer->SetIgnoredFields(ignored.data()));
             for (const auto& feature : *layer) {
-                if (++counts.rows % kRowsPerCall == 0) {
+                if (++counts.rows % kRowsOfDriver == 0) {
                     follow(counts.rows);
                 }
                 const OGRGeometry* geometry = feature->GetGeometryRef();
                 counts.points += geometry != nullptr && geometry->IsEmpty() == 0 ? 1U : 0U;
             }
         }
+    }
+    if (thrown) {
+        std::rethrow_exception(thrown);
+    }
+    if (const std::string reason = files.GetFailure(); !reason.empty()) {
+        throw std::runtime_error(reason);
     }
     if (!dataset || messages.HasError()) {
         throw std::runtime_error(messages.GetError());

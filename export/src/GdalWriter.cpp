@@ -78,6 +78,7 @@ public:
         , m_fields(NameFields(request.layer, request.counts, request.format))
         , m_hasGeometry(request.target.hasGeometry || NeedsGeometry())
         , m_hasHeights(request.target.hasGeometry && request.counts.withHeight > 0)
+        , m_files([this] { return m_request.progress.Report(m_rows); })
     {}
 
     ~GdalWriter() = default;
@@ -94,9 +95,11 @@ public:
             Close();
         } catch (const GdalFatalError& error) {
             CloseAfterFailure();
+            RequireNotStopped();
             Fail("Writing", error.what());
         } catch (...) {
             CloseAfterFailure();
+            RequireNotStopped();
             throw;
         }
         return MakeReport();
@@ -287,11 +290,20 @@ private:
     {
         m_layer = nullptr;
         m_dataset.reset();
+        RequireNotStopped();
         Check(true, "Ending the file");
         if (!std::filesystem::is_regular_file(m_request.file)) {
             Fail("Ending the file", "The driver has made no file of the output's name.");
         }
         Report(m_rows);
+    }
+
+    /// What fails because the files have stopped is no failure: the caller has cancelled.
+    void RequireNotStopped() const
+    {
+        if (m_files.IsStopped()) {
+            ThrowCancelled();
+        }
     }
 
     /// Closes what the failure has left open. What goes wrong with it now is of no interest.
@@ -334,12 +346,12 @@ private:
     bool m_hasHeights;
     bool m_hasTransactions = false;
     int m_firstField = 0; ///< of the feature: that of the first attribute
+    std::uint64_t m_rows = 0;
     CheckedFiles m_files;
     GdalMessages m_messages; ///< before the dataset, so that closing it reports here too
     std::unique_ptr<GDALDataset, DatasetCloser> m_dataset;
     OGRLayer* m_layer = nullptr; ///< owned by the dataset
     LossCounts m_losses;
-    std::uint64_t m_rows = 0;
     std::uint64_t m_points = 0;
 };
 
