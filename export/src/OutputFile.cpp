@@ -347,7 +347,23 @@ void OutputFile::CopyOld(const std::function<void()>& step)
     require(to.Close() == 0);
 }
 
-void OutputFile::Commit()
+std::vector<fs::path> OutputFile::ListFiles() const
+{
+    std::error_code error;
+    std::vector<fs::path> files;
+    for (const fs::directory_entry& entry : fs::directory_iterator(m_workFolder, error)) {
+        if (entry.path() != GetWorkFile()) {
+            files.push_back(entry.path());
+        }
+    }
+    if (error) {
+        Fail("output-write", error.message());
+    }
+    files.push_back(GetWorkFile());
+    return files;
+}
+
+void OutputFile::Prepare() const
 {
     if (m_copied) {
         RequireUnused();
@@ -356,24 +372,13 @@ void OutputFile::Commit()
             Fail("output-in-use", "Another program has changed it meanwhile.");
         }
     }
-    std::error_code error;
-    std::vector<fs::path> sideFiles;
-    for (const fs::directory_entry& entry : fs::directory_iterator(m_workFolder, error)) {
-        if (entry.path() != GetWorkFile()) {
-            sideFiles.push_back(entry.path());
-        }
-    }
-    if (error) {
-        Fail("output-write", error.message());
-    }
-    std::vector<fs::path> files = sideFiles;
-    files.push_back(GetWorkFile());
-    for (const fs::path& file : files) {
+    for (const fs::path& file : ListFiles()) {
         if (const int number = Synchronise(file); number != 0) {
             Fail("output-write", ReasonOf(number));
         }
         // The constructor has looked at the main file's place only, and a shapefile whose second
         // part could not be moved would be half an old and half a new one.
+        std::error_code error;
         const fs::file_status status = fs::status(m_file.parent_path() / file.filename(), error);
         if (fs::exists(status) && !fs::is_regular_file(status)) {
             Fail("output-not-a-file",
@@ -381,6 +386,12 @@ void OutputFile::Commit()
                      file.filename().native() + ".");
         }
     }
+}
+
+void OutputFile::Commit()
+{
+    Prepare();
+    std::error_code error;
     std::vector<fs::path> stale = m_stale;
     // Files that describe the old main file, in formats of several files.
     const auto addStale = [&](const char* main, std::initializer_list<const char*> others) {
@@ -400,7 +411,7 @@ void OutputFile::Commit()
             Fail("output-write", error.message());
         }
     }
-    for (const fs::path& file : files) {
+    for (const fs::path& file : ListFiles()) {
         replacement.Move(file, m_file.parent_path() / file.filename(), error);
         if (error) {
             Fail("output-write", error.message());

@@ -65,13 +65,19 @@ public:
     /// new one of its name stands in the hidden folder. @param file in the output's folder
     void RemoveWithCommit(const std::filesystem::path& file) { m_stale.push_back(file); }
 
-    /// Puts all files of the hidden folder on the disk and moves them to the final place, the main
-    /// file last; side files that only an earlier main file had are removed. When one of them
-    /// cannot be moved, those before it go back. The hidden folder is gone then. @throws
-    /// ImportFailure `output-not-a-file`, `output-write`; `output-in-use`, see CopyOld
+    /// Puts all files of the hidden folder on the disk, and looks whether Commit can move them.
+    /// @throws ImportFailure as Commit
+    void Prepare() const;
+
+    /// Prepares, and moves all files of the hidden folder to the final place, the main file last;
+    /// side files that only an earlier main file had are removed. When one of them cannot be moved,
+    /// those before it go back. The hidden folder is gone then. @throws ImportFailure
+    /// `output-not-a-file`, `output-write`; `output-in-use`, see CopyOld
     void Commit();
 
 private:
+    /// All files of the hidden folder, the main file last.
+    [[nodiscard]] std::vector<std::filesystem::path> ListFiles() const;
     void RequireUnused() const;
     void RemoveWorkFolder() noexcept;
     [[noreturn]] void Fail(const char* code, const std::string& reason) const;

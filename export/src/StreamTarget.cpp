@@ -5,8 +5,8 @@
 #include "CountWritten.h"
 #include "Formats.h"
 #include "LayerWriter.h"
-#include "OutputFile.h"
 #include "ProgressMeter.h"
+#include "RejectedFile.h"
 #include "Wrap.h"
 #include "text/TextCounter.h"
 
@@ -91,26 +91,17 @@ public:
         }
     }
 
-    /// Rule: beside standard output is the working folder, and its name is that of the input.
+    /// Rule: beside standard output is the working folder, and the file's name is that of the
+    /// input.
     [[nodiscard]] SideFile AddSideFile(const std::string& ending) override
     {
-        const std::string input = std::filesystem::path(m_request.input).filename().native();
-        const std::string name = (input.empty() ? "rows" : input) + ending;
-        return WrapFailures(name, [&] {
-            m_sideFile = std::make_unique<OutputFile>(name, m_request.input);
-            m_sideFile->Begin();
-            return SideFile{m_sideFile->GetWorkFile(), m_sideFile->GetFile(), name};
-        });
+        const std::string name = std::filesystem::path(m_request.input).filename().native();
+        return m_rejected.Add((name.empty() ? "rows" : name) + ending, m_request.input);
     }
 
     std::string AddTable(const BVectorLayer& /*table*/) override { return {}; }
 
-    void Commit() override
-    {
-        if (m_sideFile && std::filesystem::exists(m_sideFile->GetWorkFile())) {
-            WrapFailures(m_request.out, [&] { m_sideFile->Commit(); });
-        }
-    }
+    void Commit() override { m_rejected.Commit(); }
 
     [[nodiscard]] TargetCounts CountWritten(const Callbacks& /*callbacks*/) override
     {
@@ -123,7 +114,7 @@ private:
     std::string m_formatName;
     std::shared_ptr<OGRSpatialReference> m_coordSys;
     WrittenShape m_shape;
-    std::unique_ptr<OutputFile> m_sideFile;
+    RejectedFile m_rejected;
     std::unique_ptr<TextCounter> m_counter;
 };
 

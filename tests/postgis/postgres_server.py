@@ -1,5 +1,6 @@
 """A PostgreSQL server with PostGIS on loopback, in a folder of its own, for tests and benchmarks."""
 
+import contextlib
 import os
 import pathlib
 import pwd
@@ -41,8 +42,15 @@ class Server:
             as_server_user([self.binaries / "initdb", "-D", data, "-U", "tester", "--pwfile", password,
                             "-A", "scram-sha-256", "--no-sync", "-E", "UTF8", "--locale=C"]),
             check=True, stdout=subprocess.DEVNULL, cwd="/")
+        self.start()
+        self.run_sql("CREATE DATABASE survey", "postgres")
+        self.run_sql("CREATE EXTENSION postgis", "survey")
+        self.run_sql("CREATE DATABASE plain", "postgres")
+
+    def start(self, *before):
+        """@param before: a command that runs the server, and its arguments"""
         self.process = subprocess.Popen(
-            as_server_user([self.binaries / "postgres", "-D", data, "-p", str(self.port),
+            as_server_user([*before, self.binaries / "postgres", "-D", self.folder / "data", "-p", str(self.port),
                             "-c", "listen_addresses=127.0.0.1", "-c", "fsync=off",
                             "-c", f"unix_socket_directories={self.folder}"]),
             stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, cwd="/")
@@ -51,9 +59,6 @@ class Server:
             if time.monotonic() > deadline or self.process.poll() is not None:
                 raise RuntimeError("the server does not start")
             time.sleep(0.1)
-        self.run_sql("CREATE DATABASE survey", "postgres")
-        self.run_sql("CREATE EXTENSION postgis", "survey")
-        self.run_sql("CREATE DATABASE plain", "postgres")
 
     def run_sql(self, sql, database="survey", check=True):
         result = subprocess.run(
@@ -67,13 +72,31 @@ class Server:
             return None
         return result.stdout.rstrip("\n")
 
-    def target(self, database="survey", password=PASSWORD):
+    def target(self, database="survey", password=PASSWORD, port=None):
         quoted = password.replace("\\", "\\\\").replace("'", "\\'")
-        return (f"PG:host=127.0.0.1 port={self.port} user=tester password='{quoted}' "
+        return (f"PG:host=127.0.0.1 port={port or self.port} user=tester password='{quoted}' "
                 f"dbname={database}")
 
-    def stop(self):
-        pid = int((self.folder / "data/postmaster.pid").read_text().splitlines()[0])
-        os.kill(pid, signal.SIGINT)
+    def find_pid(self):
+        return int((self.folder / "data/postmaster.pid").read_text().splitlines()[0])
+
+    def wait_for_backend(self, query, deadline=60):
+        """@return the process that works on a statement like that; fails when there is none in time"""
+        end = time.monotonic() + deadline
+        while time.monotonic() < end:
+            found = self.run_sql(f"SELECT pid FROM pg_stat_activity WHERE query LIKE '{query}' AND "
+                                 "pid <> pg_backend_pid() AND state = 'active'")
+            if found:
+                return int(found.splitlines()[0])
+            time.sleep(0.01)
+        raise RuntimeError(f"nobody does {query}")
+
+    def halt(self):
+        """Ends the server; start may follow."""
+        with contextlib.suppress(FileNotFoundError, ProcessLookupError):
+            os.kill(self.find_pid(), signal.SIGINT)
         self.process.wait(timeout=60)
+
+    def stop(self):
+        self.halt()
         shutil.rmtree(self.folder, ignore_errors=True)

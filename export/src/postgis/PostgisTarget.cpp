@@ -4,6 +4,7 @@
 #include "../CoordinateSystem.h"
 #include "../FieldNames.h"
 #include "../Losses.h"
+#include "../RejectedFile.h"
 #include "ConnectionText.h"
 #include "CopyRows.h"
 #include "PostgresConnection.h"
@@ -13,7 +14,6 @@
 #include <Orvane/Import/Failure.h>
 
 #include <algorithm>
-#include <filesystem>
 #include <optional>
 #include <string>
 #include <utility>
@@ -98,6 +98,25 @@ struct TableName
     }
 };
 
+/// Who is told of the progress, as long as there is somebody.
+class ProgressScope
+{
+public:
+    ProgressScope(ProgressMeter*& place, ProgressMeter& meter)
+        : m_place(place)
+    {
+        m_place = &meter;
+    }
+
+    ~ProgressScope() { m_place = nullptr; }
+
+    ProgressScope(const ProgressScope&) = delete;
+    ProgressScope& operator=(const ProgressScope&) = delete;
+
+private:
+    ProgressMeter*& m_place;
+};
+
 class PostgisTarget : public Target
 {
 public:
@@ -117,11 +136,7 @@ public:
         }
     }
 
-    ~PostgisTarget() override
-    {
-        std::error_code error;
-        std::filesystem::remove(m_side.workFile, error);
-    }
+    ~PostgisTarget() override = default;
 
     [[nodiscard]] const std::string& GetName() const noexcept override { return m_name; }
 
@@ -133,14 +148,10 @@ public:
                                          const Callbacks& callbacks) override
     {
         ProgressMeter progress(callbacks, EPhase::Writing, counts.rows);
-        m_progress = &progress;
+        const ProgressScope scope(m_progress, progress);
         try {
-            WriteReport report =
-                WrapFailures(m_name, [&] { return WriteLayer(layer, counts, pages); });
-            m_progress = nullptr;
-            return report;
+            return WrapFailures(m_name, [&] { return WriteLayer(layer, counts, pages); });
         } catch (...) {
-            m_progress = nullptr;
             progress.RethrowIfThrown();
             throw;
         }
@@ -149,36 +160,48 @@ public:
     /// Beside the file that is read: a database has no place for files.
     [[nodiscard]] SideFile AddSideFile(const std::string& ending) override
     {
-        m_side.name = m_request.input + ending;
-        m_side.file = std::filesystem::absolute(m_side.name);
-        m_side.workFile = m_side.file.native() + ".part";
-        return m_side;
+        return m_rejected.Add(m_request.input + ending, m_request.input);
     }
 
     std::string AddTable(const BVectorLayer& /*table*/) override { return {}; }
 
     void Commit() override
     {
+        // The step that may fail for most reasons is between those that hardly can.
+        m_rejected.Prepare();
         WrapFailures(m_name, [&] {
-            Guard([&] { m_connection.Run("COMMIT"); });
-            if (!m_side.workFile.empty()) {
-                std::filesystem::rename(m_side.workFile, m_side.file);
+            try {
+                m_connection.Run("COMMIT");
+            } catch (const PostgresFailure& failure) {
+                // Rule: what nobody knows is not told as a failure that left nothing.
+                Throw(m_name,
+                      "output-write",
+                      m_connection.IsLost() ? "The connection was lost while the rows were "
+                                              "committed; they may be in the database."
+                                            : "The database refuses.",
+                      Sentence(failure.what()),
+                      m_connection.IsLost() ? "Look into the table " + m_table.Quoted() + "." : "");
             }
         });
+        m_rejected.Commit();
     }
 
-    [[nodiscard]] TargetCounts CountWritten(const Callbacks& /*callbacks*/) override
+    [[nodiscard]] TargetCounts CountWritten(const Callbacks& callbacks) override
     {
-        return WrapFailures(m_name, [&] {
-            const TargetCounts now = Count();
-            return TargetCounts{now.rows - m_before.rows, now.points - m_before.points};
-        });
+        ProgressMeter progress(callbacks, EPhase::Written, m_rowsSent);
+        const ProgressScope scope(m_progress, progress);
+        m_isWritten = true;
+        const TargetCounts now = WrapFailures(m_name, [&] { return Count(); });
+        return {now.rows - m_before.rows, now.points - m_before.points};
     }
 
 private:
+    /// Asked while the server works: the caller hears that it does, and may cancel.
     [[nodiscard]] bool IsCancelled() const
     {
-        return m_progress != nullptr && m_progress->IsCancelRequested();
+        const bool goesOn = m_progress == nullptr || m_progress->Report(m_rowsSent);
+        // Rule: a cancel that comes when the output is in its place comes too late.
+        return !goesOn && !m_isWritten;
     }
 
     /// Runs an action on the connection, and words its failures.
@@ -358,7 +381,8 @@ private:
         const auto send = [&] {
             m_connection.PutCopy(rows.GetBytes());
             rows.Clear();
-            if (!m_progress->Report(rows.GetCounts().rows)) {
+            m_rowsSent = rows.GetCounts().rows;
+            if (IsCancelled()) {
                 throw PostgresCancelled();
             }
         };
@@ -390,6 +414,7 @@ private:
                 " ADD GENERATED BY DEFAULT AS IDENTITY (START WITH " +
                 std::to_string(counts.rows + 1) + ")");
             if (m_layout.hasGeometry) {
+                m_rowsSent = 0; // how many are in the index the server does not tell
                 if (!m_progress->BeginPhase(EPhase::Indexing, counts.points)) {
                     ThrowCancelled();
                 }
@@ -522,7 +547,9 @@ private:
     std::string m_rowNumberName;
     std::string m_geometryName;
     TargetCounts m_before; ///< in the table that is appended to
-    SideFile m_side;
+    std::uint64_t m_rowsSent = 0;
+    bool m_isWritten = false;
+    RejectedFile m_rejected;
 };
 
 } // namespace

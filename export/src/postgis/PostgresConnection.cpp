@@ -1,6 +1,9 @@
 // libpq without blocking, so that a cancel is heeded.
 #include "PostgresConnection.h"
 
+#include <chrono>
+#include <cstdlib>
+#include <new>
 #include <poll.h>
 #include <utility>
 
@@ -27,6 +30,28 @@ std::string OneLine(std::string text)
     return line;
 }
 
+using Clock = std::chrono::steady_clock;
+
+/// How long to wait for the server: `connect_timeout`, wherever libpq has it from.
+std::chrono::seconds FindConnectTime(PGconn& connection)
+{
+    constexpr std::chrono::seconds kUsual{30};
+    const std::unique_ptr<PQconninfoOption, void (*)(PQconninfoOption*)> options(
+        PQconninfo(&connection), &PQconninfoFree);
+    for (const PQconninfoOption* option = options.get();
+         option != nullptr && option->keyword != nullptr;
+         ++option) {
+        const int seconds =
+            std::string_view(option->keyword) == "connect_timeout" && option->val != nullptr
+                ? std::atoi(option->val)
+                : 0;
+        if (seconds > 0) {
+            return std::chrono::seconds(seconds);
+        }
+    }
+    return kUsual;
+}
+
 } // namespace
 
 std::string QuoteName(std::string_view name)
@@ -41,10 +66,18 @@ std::string QuoteName(std::string_view name)
 PostgresConnection::PostgresConnection(const std::string& connectionInfo, CancelTest isCancelled)
     : m_isCancelled(std::move(isCancelled))
 {
-    // The text may itself be a set of keywords; those that follow it count more.
-    const char* const keywords[] = {
-        "dbname", "client_encoding", "fallback_application_name", nullptr};
-    const char* const values[] = {connectionInfo.c_str(), "UTF8", "orvane", nullptr};
+    // The text may itself be a set of keywords; those before it are for what it does not say, those
+    // that follow it count more.
+    const char* const keywords[] = {"tcp_user_timeout",
+                                    "keepalives_idle",
+                                    "keepalives_interval",
+                                    "keepalives_count",
+                                    "dbname",
+                                    "client_encoding",
+                                    "fallback_application_name",
+                                    nullptr};
+    const char* const values[] = {
+        "30000", "15", "5", "3", connectionInfo.c_str(), "UTF8", "orvane", nullptr};
     m_connection.reset(PQconnectStartParams(keywords, values, 1));
     if (m_connection == nullptr) {
         throw std::bad_alloc();
@@ -54,16 +87,31 @@ PostgresConnection::PostgresConnection(const std::string& connectionInfo, Cancel
     }
     PQsetNoticeProcessor(
         m_connection.get(), [](void*, const char*) {}, nullptr);
+    const Clock::time_point end = Clock::now() + FindConnectTime(*m_connection);
     PostgresPollingStatusType state = PGRES_POLLING_WRITING;
     while (state != PGRES_POLLING_OK) {
         if (state == PGRES_POLLING_FAILED) {
             Fail();
         }
-        Wait(state == PGRES_POLLING_WRITING);
+        while (!WaitALittle(state == PGRES_POLLING_WRITING)) {
+            if (Clock::now() > end) {
+                Fail("the server does not answer");
+            }
+        }
         state = PQconnectPoll(m_connection.get());
     }
     if (PQsetnonblocking(m_connection.get(), 1) != 0) {
         Fail();
+    }
+    constexpr int kFirstWithCheck = 140000;
+    if (PQserverVersion(m_connection.get()) >= kFirstWithCheck) {
+        try {
+            Run("SET client_connection_check_interval = 500");
+            m_seesEnd = true;
+        } catch (const PostgresFailure&) {
+            // Not on every system; then the server is told.
+            m_seesEnd = false;
+        }
     }
 }
 
@@ -83,7 +131,8 @@ void PostgresConnection::CheckCancel()
     if (!m_isCancelled()) {
         return;
     }
-    PGcancel* const cancel = PQgetCancel(m_connection.get());
+    // Telling the server needs another connection, which may wait for long.
+    PGcancel* const cancel = m_seesEnd ? nullptr : PQgetCancel(m_connection.get());
     if (cancel != nullptr) {
         char message[256];
         PQcancel(cancel, message, sizeof message);
@@ -92,19 +141,21 @@ void PostgresConnection::CheckCancel()
     throw PostgresCancelled();
 }
 
+bool PostgresConnection::WaitALittle(bool forWriting)
+{
+    CheckCancel();
+    pollfd entry{PQsocket(m_connection.get()),
+                 static_cast<short>(forWriting ? POLLIN | POLLOUT : POLLIN),
+                 0};
+    if (entry.fd < 0) {
+        Fail();
+    }
+    return poll(&entry, 1, kWaitMilliseconds) > 0;
+}
+
 void PostgresConnection::Wait(bool forWriting)
 {
-    for (;;) {
-        CheckCancel();
-        pollfd entry{PQsocket(m_connection.get()),
-                     static_cast<short>(forWriting ? POLLIN | POLLOUT : POLLIN),
-                     0};
-        if (entry.fd < 0) {
-            Fail();
-        }
-        if (poll(&entry, 1, kWaitMilliseconds) > 0) {
-            return;
-        }
+    while (!WaitALittle(forWriting)) {
     }
 }
 

@@ -26,8 +26,9 @@ class PostgresCancelled : public std::exception
 /// A name as SQL writes it: in double quotes, those inside doubled.
 [[nodiscard]] std::string QuoteName(std::string_view name);
 
-/// A connection. Every wait ends within a tenth of a second when `isCancelled` says so: the server
-/// is told to stop what it does, and PostgresCancelled is thrown. One thread at a time.
+/// A connection. Every wait ends within a tenth of a second when `isCancelled` says so, by
+/// PostgresCancelled. The connection is of no use then: when it ends, the server stops what it does
+/// and rolls back; one before version 14 is told to. One thread at a time.
 ///
 ///     PostgresConnection connection("dbname=survey", [] { return false; });
 ///     connection.Run("BEGIN");
@@ -43,7 +44,9 @@ class PostgresConnection
 public:
     using CancelTest = std::function<bool()>;
 
-    /// Connects. Texts are UTF-8 on both sides; the server's notices go nowhere.
+    /// Connects. Texts are UTF-8 on both sides; the server's notices go nowhere. A server that does
+    /// not answer is waited for as long as `connect_timeout` says, and half a minute without it; so
+    /// long, too, for one that falls silent later, unless `tcp_user_timeout` says otherwise.
     /// @param connectionInfo keywords or an address, as libpq reads them
     /// @param isCancelled called while waiting; may throw, which leaves unchanged
     PostgresConnection(const std::string& connectionInfo, CancelTest isCancelled);
@@ -55,6 +58,9 @@ public:
     /// The first value of the first row; empty when there is none, or when it is null.
     [[nodiscard]] std::string RunForText(const std::string& sql,
                                          const std::vector<std::string>& parameters = {});
+
+    /// Whether the server can no longer be reached through this connection.
+    [[nodiscard]] bool IsLost() const { return PQstatus(m_connection.get()) == CONNECTION_BAD; }
 
     void BeginCopy(const std::string& sql);
     /// Sends a piece of the data; waits until the server has accepted it.
@@ -77,12 +83,15 @@ private:
     [[noreturn]] void Fail() const;
     [[noreturn]] static void Fail(const char* message);
     void Flush();
+    /// Waits for a tenth of a second at most. @return whether Wait is over
+    [[nodiscard]] bool WaitALittle(bool forWriting);
     /// Waits until the connection can be read, or written when that is wanted.
     void Wait(bool forWriting);
     void CheckCancel();
     Result NextResult();
 
     CancelTest m_isCancelled;
+    bool m_seesEnd = false; ///< the server stops what it does when the connection ends
     std::unique_ptr<PGconn, ConnectionEnd> m_connection;
 };
 
