@@ -79,13 +79,14 @@ GeoPackage::LayerDefinition Define(const Orvane::BVectorLayer& layer)
     return definition;
 }
 
-void WriteByWriter(const Orvane::BVectorLayer& layer, const char* out)
+void WriteByWriter(const Orvane::BVectorLayer& layer, const char* out, std::size_t threads)
 {
     Times rows;
     Times index;
     double lastCall = OrvaneBench::CpuSeconds();
     double longestSilence = 0;
     GeoPackage::GeoPackageWriter::Options options;
+    options.threads = threads;
     options.progress = [&](GeoPackage::GeoPackageWriter::EPhase, std::uint64_t, std::uint64_t) {
         const double now = OrvaneBench::CpuSeconds();
         longestSilence = std::max(longestSilence, now - lastCall);
@@ -289,11 +290,14 @@ void Run(int argumentCount, char** argumentTexts)
 {
     Orvane::BParamList options;
     const char* indexFile = nullptr;
+    std::size_t threads = 1;
     for (int number = 4; number < argumentCount; ++number) {
         const std::string_view word = argumentTexts[number];
         const std::size_t equals = word.find('=');
         if (word.starts_with("--floor=")) {
             indexFile = argumentTexts[number] + equals + 1;
+        } else if (word.starts_with("--threads=")) {
+            threads = std::stoul(std::string(word.substr(equals + 1)));
         } else {
             options.Add(Orvane::BString::FromUtf8(word.substr(0, equals)),
                         ParseValue(word.substr(equals + 1)));
@@ -304,7 +308,7 @@ void Run(int argumentCount, char** argumentTexts)
     std::filesystem::remove(out);
     const std::int64_t before = OrvaneBench::MeasureMemory().resident;
     if (indexFile == nullptr) {
-        WriteByWriter(*layer, out);
+        WriteByWriter(*layer, out, threads);
     } else {
         WriteFloor(*layer, out, indexFile);
     }
@@ -318,7 +322,7 @@ int main(int argumentCount, char** argumentTexts)
 {
     if (argumentCount < 4) {
         std::cerr << "usage: orvane_bench_geopackage MODULE FILE OUT [--floor=INDEXED] "
-                     "[KEY=VALUE]...\n"
+                     "[--threads=N] [KEY=VALUE]...\n"
                      "\n"
                      "Reads FILE with the options, then writes OUT and measures that alone.\n"
                      "\n"

@@ -11,13 +11,13 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <cerrno>
 #include <cstdint>
 #include <cstdio>
 #include <exception>
 #include <fstream>
 #include <functional>
-#include <limits>
 #include <memory>
 #include <new>
 #include <sqlite3.h>
@@ -25,6 +25,7 @@
 #include <string>
 #include <string_view>
 #include <system_error>
+#include <threads/SharedWork.h>
 #include <utility>
 #include <vector>
 
@@ -46,8 +47,6 @@ using Follow = std::function<void(std::uint64_t rows)>;
 
 /// Rows between two calls of a Follow.
 constexpr std::uint64_t kRowsPerCall = 65536;
-/// The same, where rows are counted by their numbers.
-constexpr std::int64_t kNumbersPerCall = 65536;
 /// The same, of drivers that need up to 40 microseconds per row.
 constexpr std::uint64_t kRowsOfDriver = 1024;
 
@@ -96,6 +95,7 @@ class SqlCounter
 {
 public:
     explicit SqlCounter(const std::filesystem::path& file)
+        : m_file(file)
     {
         sqlite3* database = nullptr;
         const int code =
@@ -127,7 +127,7 @@ public:
                                                                    : std::nullopt;
     }
 
-    TargetCounts Run(const WrittenShape& shape, const Follow& follow)
+    TargetCounts Run(const WrittenShape& shape, std::size_t threads, const Follow& follow)
     {
         std::vector<std::pair<std::string, std::string>> tables;
         const Statement list = Prepare(
@@ -140,11 +140,12 @@ public:
                 tables.emplace_back(TextOf(list, 0), TextOf(list, 1));
             }
         }
-        TargetCounts counts;
+        AsciiReader::TaskPool pool(threads > 1 ? threads - 1 : 0);
+        SharedCounts counts;
         for (const auto& [table, geometry] : tables) {
-            CountTable(table, geometry, follow, counts);
+            CountTable({table, geometry, FindKey(table)}, pool, follow, counts);
         }
-        return counts;
+        return {counts.rows, counts.points};
     }
 
 private:
@@ -160,40 +161,91 @@ private:
 
     using Statement = std::unique_ptr<sqlite3_stmt, Finalizer>;
 
-    /// Adds the rows of a table, run by run of their numbers, so that the caller hears of a large
-    /// one.
-    void CountTable(const std::string& table,
-                    const std::string& geometry,
-                    const Follow& follow,
-                    TargetCounts& counts) const
+    struct Table
     {
-        const std::string key = Quote(FindKey(table));
-        const Statement next =
-            Prepare("SELECT min(" + key + ") FROM " + Quote(table) + " WHERE " + key + " >= ?1");
+        std::string name;
+        std::string geometry; ///< empty without one
+        std::string key;      ///< the column of the rows' numbers
+    };
+
+    struct SharedCounts
+    {
+        std::atomic<std::uint64_t> rows = 0;
+        std::atomic<std::uint64_t> points = 0;
+    };
+
+    /// The largest part of a table that is counted in one go: so the caller hears of it.
+    static constexpr std::uint64_t kNumbersPerRun = 65536;
+    static constexpr std::uint64_t kSharesOfThread = 4;
+
+    /// Adds the rows of a table: threads share the span of their numbers.
+    void CountTable(const Table& table,
+                    AsciiReader::TaskPool& pool,
+                    const Follow& follow,
+                    SharedCounts& counts) const
+    {
+        const std::string key = Quote(table.key);
+        const Statement ends =
+            Prepare("SELECT (SELECT min(" + key + ") FROM " + Quote(table.name) +
+                    "), (SELECT max(" + key + ") FROM " + Quote(table.name) + ")");
+        if (!Step(ends) || sqlite3_column_type(ends.get(), 0) == SQLITE_NULL) {
+            return;
+        }
+        const std::int64_t first = sqlite3_column_int64(ends.get(), 0);
+        const std::int64_t last = sqlite3_column_int64(ends.get(), 1);
+        // Differences of numbers of any sign need all of the 64 bits.
+        const std::uint64_t span =
+            static_cast<std::uint64_t>(last) - static_cast<std::uint64_t>(first);
+        const std::uint64_t share =
+            std::max(span / (kSharesOfThread * (pool.GetHelperCount() + 1)), kNumbersPerRun) + 1;
+        AsciiReader::ForEachShared(
+            pool,
+            static_cast<std::size_t>(span / share) + 1,
+            [&](std::size_t number, const std::function<void()>& step) {
+                const std::uint64_t begin = number * share;
+                const std::uint64_t end = begin + std::min(share - 1, span - begin);
+                const auto at = [first](std::uint64_t offset) {
+                    return static_cast<std::int64_t>(static_cast<std::uint64_t>(first) + offset);
+                };
+                SqlCounter(m_file).CountRows(table, at(begin), at(end), step, counts);
+            },
+            [&] { follow(counts.rows); });
+    }
+
+    /// Adds the rows whose numbers are in a range, run by run.
+    void CountRows(const Table& table,
+                   std::int64_t first,
+                   std::int64_t last,
+                   const std::function<void()>& step,
+                   SharedCounts& counts) const
+    {
+        const std::string key = Quote(table.key);
+        const std::string point = table.geometry.empty() ? "NULL" : Quote(table.geometry);
+        const std::string from = " FROM " + Quote(table.name) + " WHERE " + key;
+        const Statement next = Prepare("SELECT min(" + key + ")" + from + " BETWEEN ?1 AND ?2");
         const Statement count =
-            Prepare("SELECT count(*), count(" + (geometry.empty() ? "NULL" : Quote(geometry)) +
-                    ") FROM " + Quote(table) + " WHERE " + key + " BETWEEN ?1 AND ?2");
-        constexpr std::int64_t kEnd = std::numeric_limits<std::int64_t>::max();
-        for (std::int64_t first = std::numeric_limits<std::int64_t>::min();;) {
-            Check(sqlite3_reset(next.get()));
-            Check(sqlite3_bind_int64(next.get(), 1, first));
-            if (!Step(next) || sqlite3_column_type(next.get(), 0) == SQLITE_NULL) {
-                return;
-            }
-            first = sqlite3_column_int64(next.get(), 0);
-            const std::int64_t last =
-                first > kEnd - kNumbersPerCall ? kEnd : first + kNumbersPerCall - 1;
-            Check(sqlite3_reset(count.get()));
-            Check(sqlite3_bind_int64(count.get(), 1, first));
-            Check(sqlite3_bind_int64(count.get(), 2, last));
-            static_cast<void>(Step(count));
+            Prepare("SELECT count(*), count(" + point + ")" + from + " BETWEEN ?1 AND ?2");
+        const auto ask = [this](const Statement& statement, std::int64_t begin, std::int64_t end) {
+            Check(sqlite3_reset(statement.get()));
+            Check(sqlite3_bind_int64(statement.get(), 1, begin));
+            Check(sqlite3_bind_int64(statement.get(), 2, end));
+            return Step(statement) && sqlite3_column_type(statement.get(), 0) != SQLITE_NULL;
+        };
+        // The numbers of foreign files may have large gaps: each run begins with a row.
+        while (ask(next, first, last)) {
+            const std::int64_t begin = sqlite3_column_int64(next.get(), 0);
+            const auto left = static_cast<std::uint64_t>(last) - static_cast<std::uint64_t>(begin);
+            const bool isLast = left < kNumbersPerRun;
+            const std::int64_t end =
+                isLast ? last : begin + static_cast<std::int64_t>(kNumbersPerRun) - 1;
+            static_cast<void>(ask(count, begin, end));
             counts.rows += static_cast<std::uint64_t>(sqlite3_column_int64(count.get(), 0));
             counts.points += static_cast<std::uint64_t>(sqlite3_column_int64(count.get(), 1));
-            follow(counts.rows);
-            if (last == kEnd) {
+            step();
+            if (isLast) {
                 return;
             }
-            first = last + 1;
+            first = end + 1;
         }
     }
 
@@ -250,6 +302,7 @@ private:
         return quoted + '"';
     }
 
+    std::filesystem::path m_file;
     std::unique_ptr<sqlite3, Closer> m_database;
 };
 
@@ -339,10 +392,11 @@ std::optional<std::vector<std::string>> ListTables(const std::filesystem::path& 
 TargetCounts CountFile(const std::filesystem::path& file,
                        const ExportFormat& format,
                        const WrittenShape& shape,
+                       std::size_t threads,
                        const Follow& follow)
 {
     if (format.driver == std::string_view("GPKG")) {
-        return SqlCounter(file).Run(shape, follow);
+        return SqlCounter(file).Run(shape, threads, follow);
     }
     if (const std::unique_ptr<TextCounter> counter = MakeTextCounter(format, shape)) {
         return CountText(file, *counter, follow);

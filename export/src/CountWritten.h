@@ -29,11 +29,13 @@ struct WrittenShape
 /// GeoJSON and its sequences by their tokens, FlatGeobuf from feature to feature, with a look at
 /// its index, other formats by GDAL. Shares no code with the writers, so that a row that one of
 /// them has lost, doubled or cut in two shows.
+/// @param threads may share the work, the calling one included; tables of GeoPackages are shared
 /// @param follow called now and then with the rows that were counted
 /// @throws std::runtime_error, reason as what(), when the file cannot be read or is not whole
 [[nodiscard]] TargetCounts CountFile(const std::filesystem::path& file,
                                      const ExportFormat& format,
                                      const WrittenShape& shape,
+                                     std::size_t threads,
                                      const std::function<void(std::uint64_t rows)>& follow);
 
 /// The names of all tables and views of a GeoPackage; nothing when the file is none.

@@ -25,6 +25,7 @@
 #include <optional>
 #include <string>
 #include <system_error>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -560,6 +561,8 @@ private:
         request.existing = m_request.existing;
         request.format = m_request.format;
         request.creationOptions = m_request.creationOptions;
+        request.threads =
+            m_request.threads == 0 ? std::thread::hardware_concurrency() : m_request.threads;
         request.isCartesian =
             m_report.crs.empty() && m_plan.coordinateSystem.value == kUndefinedCartesian;
         request.hasGeometry = HasPoints();

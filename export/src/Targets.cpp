@@ -155,7 +155,8 @@ public:
                 static_cast<void>(progress.Report(rows));
             };
             try {
-                const TargetCounts now = CountFile(m_file.GetFile(), m_format, m_shape, follow);
+                const TargetCounts now =
+                    CountFile(m_file.GetFile(), m_format, m_shape, m_request.threads, follow);
                 return TargetCounts{now.rows - m_before.rows, now.points - m_before.points};
             } catch (const std::runtime_error& error) {
                 ThrowNotRead(m_request.out, error.what());
@@ -229,11 +230,12 @@ private:
             }
         });
         if (m_request.existing == EExistingLayer::Append) {
-            m_before = CountFile(request.file, m_format, m_shape, [&](std::uint64_t) {
-                if (!request.progress.Report(0)) {
-                    ThrowCancelled();
-                }
-            });
+            m_before =
+                CountFile(request.file, m_format, m_shape, m_request.threads, [&](std::uint64_t) {
+                    if (!request.progress.Report(0)) {
+                        ThrowCancelled();
+                    }
+                });
         }
     }
 

@@ -127,6 +127,7 @@ WriteReport WriteGeoPackage(const WriteRequest& request)
         GeoPackageWriter::Options options;
         options.progress = ProgressBridge(request.progress);
         options.isCopy = std::filesystem::exists(request.file);
+        options.threads = request.target.threads;
         GeoPackageWriter writer(request.file, std::move(options));
         writer.BeginLayer(definition, ToExisting(request.target.existing));
         WriteRows(request.pages, writer);

@@ -4,13 +4,10 @@
 #include "../DateText.h"
 #include "../IntegerText.h"
 
-#include <Orvane/BPointGeo.h>
-
 #include <algorithm>
 #include <bit>
 #include <cmath>
 #include <cstring>
-#include <limits>
 #include <optional>
 #include <utility>
 
@@ -55,13 +52,8 @@ bool HasNul(const BTextArray& texts)
 
 } // namespace
 
-FeatureRows::FeatureRows(const LayerDefinition& layer,
-                         PointSorter& points,
-                         std::uint64_t lastRow,
-                         Progress progress)
+FeatureRows::FeatureRows(const LayerDefinition& layer, Progress progress)
     : m_layer(layer)
-    , m_points(points)
-    , m_lastRow(lastRow)
     , m_progress(std::move(progress))
     , m_firstField(layer.hasGeometry ? 1 : 0)
     , m_geometry(MakeGeometry(layer))
@@ -127,53 +119,29 @@ bool FeatureRows::Next()
         m_progress(m_counts.rows);
     }
     ++m_counts.rows;
-    m_hasPoint = false;
-    constexpr double kNoHeight = std::numeric_limits<double>::quiet_NaN();
     m_object = m_features == nullptr ? nullptr : m_features->GetObjectRow(m_firstRow + row);
     if (m_object != nullptr) {
-        if (const BPointGeo* const point = m_object->GetPoint()) {
-            SetPoint(point->GetX(), point->GetY(), point->HasZ() ? point->GetZ() : kNoHeight);
-        }
+        SetPoint(PointOf(*m_object));
         m_attributeCount = std::min(m_object->GetAttributeCount(), m_layer.fields.size());
         return true;
     }
-    const EPointKind kind = m_page->GetPointKind(row);
-    if (kind != EPointKind::None) {
-        SetPoint(
-            m_page->x[row], m_page->y[row], kind == EPointKind::XYZ ? m_page->z[row] : kNoHeight);
-    }
+    SetPoint(PointOf(*m_page, row));
     m_attributeCount = std::min(m_page->GetAttributeCount(row), m_sources.size());
     return true;
 }
 
-void FeatureRows::SetPoint(double x, double y, double z)
+void FeatureRows::SetPoint(const std::optional<RowPoint>& point)
 {
-    if (!m_layer.hasGeometry) {
+    m_hasPoint = m_layer.hasGeometry && point && point->HasPlace();
+    if (!m_hasPoint) {
         return;
     }
-    // Rule: a point whose X or Y is no finite number has no place and goes without geometry.
-    if (!std::isfinite(x) || !std::isfinite(y)) {
-        ++m_counts.withoutPlace;
-        return;
-    }
-    m_hasPoint = true;
     char* const coordinates = m_geometry.data() + kCoordinateOffset;
-    PutLittle(coordinates, x);
-    PutLittle(coordinates + sizeof x, y);
+    PutLittle(coordinates, point->x);
+    PutLittle(coordinates + sizeof point->x, point->y);
     if (m_layer.hasHeights) {
-        PutLittle(coordinates + 2 * sizeof x, z);
+        PutLittle(coordinates + 2 * sizeof point->x, point->z);
     }
-    ++m_counts.points;
-    m_points.Add(m_lastRow + m_counts.rows, x, y);
-    if (!m_counts.extent) {
-        m_counts.extent = Extent{x, y, x, y};
-        return;
-    }
-    Extent& extent = *m_counts.extent;
-    extent.minX = std::min(extent.minX, x);
-    extent.minY = std::min(extent.minY, y);
-    extent.maxX = std::max(extent.maxX, x);
-    extent.maxY = std::max(extent.maxY, y);
 }
 
 void FeatureRows::SetColumn(sqlite3_context* context, int columnIndex)

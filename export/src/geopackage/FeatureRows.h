@@ -2,7 +2,7 @@
 #pragma once
 
 #include "GeoPackageLayer.h"
-#include "PointSorter.h"
+#include "LayerPoints.h"
 
 #include <Orvane/BFeatureCollection.h>
 #include <Orvane/BFeaturePage.h>
@@ -10,6 +10,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <sqlite3.h>
 #include <string>
 #include <string_view>
@@ -25,7 +26,7 @@ namespace Orvane::GeoPackage {
 /// fields by position; a row with fewer attributes than fields has nulls for the rest.
 ///
 /// Rules, the same for every row:
-/// - A point whose X or Y is no finite number has no place: the row has no geometry.
+/// - A point without a place (RowPoint) is no geometry.
 /// - A null of the page is null.
 /// - NaN in a field is null, as SQLite has no NaN; infinity is kept.
 /// - A NUL inside a text is U+FFFD: texts end at a NUL for many programs.
@@ -40,12 +41,7 @@ public:
     /// Called every few thousand rows with the rows given so far; throws to stop.
     using Progress = std::function<void(std::uint64_t rows)>;
 
-    /// @param points gets the points with the numbers of their rows
-    /// @param lastRow the number before that of the first row, 0 in a new table
-    FeatureRows(const LayerDefinition& layer,
-                PointSorter& points,
-                std::uint64_t lastRow,
-                Progress progress);
+    FeatureRows(const LayerDefinition& layer, Progress progress);
 
     /// Goes on with the rows of a page; it must stay until Next has given all of them.
     /// @param features the collection of the page when rows of it may stand as objects, or null
@@ -56,6 +52,7 @@ public:
     bool Next();
     void SetColumn(sqlite3_context* context, int columnIndex);
 
+    /// All but what is to be known of the points.
     [[nodiscard]] const LayerCounts& GetCounts() const noexcept { return m_counts; }
 
 private:
@@ -80,7 +77,7 @@ private:
     };
 
     [[nodiscard]] static EWay ChooseWay(const BColumnData& column, EVariantType type);
-    void SetPoint(double x, double y, double z);
+    void SetPoint(const std::optional<RowPoint>& point);
     void SetReal(sqlite3_context* context, double value);
     void SetInt64Text(sqlite3_context* context, std::size_t fieldIndex);
     void SetDateText(sqlite3_context* context, std::size_t fieldIndex, std::string_view text);
@@ -89,8 +86,6 @@ private:
     void SetVariant(sqlite3_context* context, std::size_t fieldIndex, const BVariant& value);
 
     const LayerDefinition& m_layer;
-    PointSorter& m_points;
-    std::uint64_t m_lastRow;
     Progress m_progress;
     LayerCounts m_counts;
 

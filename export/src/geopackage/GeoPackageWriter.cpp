@@ -4,6 +4,7 @@
 #include "ExistingLayers.h"
 #include "FeatureRows.h"
 #include "GeoPackageTables.h"
+#include "LayerPoints.h"
 #include "PackedTree.h"
 #include "PointSorter.h"
 #include "RowFeed.h"
@@ -13,6 +14,7 @@
 #include <optional>
 #include <string>
 #include <system_error>
+#include <threads/SharedWork.h>
 #include <utility>
 
 namespace Orvane::GeoPackage {
@@ -62,7 +64,8 @@ public:
               const LayerDefinition& definition,
               std::optional<ExistingLayer> existing,
               const std::filesystem::path& folder,
-              const Options& options)
+              const Options& options,
+              AsciiReader::TaskPool& helpers)
         : m_definition(definition)
         , m_existing(std::move(existing))
         , m_triggers(m_existing ? std::optional(SuspendedTriggers(database, *m_existing))
@@ -70,11 +73,10 @@ public:
         , m_database(database)
         , m_folder(folder)
         , m_options(options)
-        , m_points(folder, options.indexMemory)
-        , m_rows(m_definition,
-                 m_points,
-                 m_existing ? m_existing->lastRow : 0,
-                 [this](std::uint64_t rows) { Report(EPhase::Rows, rows, 0); })
+        , m_helpers(helpers)
+        , m_sorter(folder, options.indexMemory, helpers)
+        , m_points(m_sorter, m_existing ? m_existing->lastRow : 0)
+        , m_rows(m_definition, [this](std::uint64_t rows) { Report(EPhase::Rows, rows, 0); })
         , m_feed(database,
                  "orvane_features",
                  m_definition.fields.size() + (m_definition.hasGeometry ? 1 : 0),
@@ -85,13 +87,28 @@ public:
     void
     WritePage(const BFeaturePage& page, const BFeatureCollection* features, std::size_t firstRow)
     {
-        m_rows.SetPage(page, features, firstRow);
+        const BFeatureCollection* const objects =
+            features != nullptr && features->GetObjectRowCount() > 0 ? features : nullptr;
+        AsciiReader::BackgroundWork adding(m_helpers,
+                                           [&] { m_points.AddPage(page, objects, firstRow); });
+        if (m_definition.hasGeometry) {
+            adding.Start();
+        }
+        if (objects != nullptr) {
+            // They belong to one thread at a time.
+            adding.Finish();
+        }
+        m_rows.SetPage(page, objects, firstRow);
         m_feed.Run();
+        adding.Finish();
     }
 
     LayerCounts End()
     {
-        const LayerCounts& counts = m_rows.GetCounts();
+        LayerCounts counts = m_rows.GetCounts();
+        counts.points = m_points.GetCounts().points;
+        counts.withoutPlace = m_points.GetCounts().withoutPlace;
+        counts.extent = m_points.GetCounts().extent;
         if (m_existing) {
             EndAppending(counts);
             return counts;
@@ -110,13 +127,17 @@ private:
             [this](std::uint64_t done, std::uint64_t total) { Report(EPhase::Index, done, total); };
     }
 
+    [[nodiscard]] PackedTree::Limits GetTreeLimits() const
+    {
+        return {m_folder, m_options.indexMemory, m_helpers};
+    }
+
     void EndAppending(const LayerCounts& counts)
     {
         const PackedTree::Progress report = MakeIndexProgress();
         report(0, counts.points);
         if (m_existing->hasIndex && counts.points > 0) {
-            ExtendIndex(
-                m_database, *m_existing, m_points, {m_folder, m_options.indexMemory}, report);
+            ExtendIndex(m_database, *m_existing, m_sorter, GetTreeLimits(), report);
         }
         const SqliteDatabase::Step step = [&] { report(counts.points, counts.points); };
         const StepScope scope(m_database, step);
@@ -128,9 +149,9 @@ private:
     {
         const PackedTree::Progress report = MakeIndexProgress();
         report(0, counts.points);
-        m_points.Sort([&] { report(0, counts.points); });
+        m_sorter.Sort([&] { report(0, counts.points); });
         PackedTree tree(m_database, GetIndexName(m_definition));
-        tree.Fill(m_points, {m_folder, m_options.indexMemory}, report);
+        tree.Fill(m_sorter, GetTreeLimits(), report);
         report(counts.points, counts.points);
     }
 
@@ -145,7 +166,9 @@ private:
     SqliteDatabase& m_database;
     const std::filesystem::path m_folder;
     const Options& m_options;
-    PointSorter m_points;
+    AsciiReader::TaskPool& m_helpers;
+    PointSorter m_sorter;
+    LayerPoints m_points;
     FeatureRows m_rows;
     RowFeed<FeatureRows> m_feed;
 };
@@ -163,6 +186,7 @@ void GeoPackageWriter::Do(const char* step, const Work& work)
 GeoPackageWriter::GeoPackageWriter(std::filesystem::path file, Options options)
     : m_file(std::move(file))
     , m_options(std::move(options))
+    , m_helpers(m_options.threads > 1 ? m_options.threads - 1 : 0)
 {
     const bool isCopy = m_options.isCopy;
     Do(isCopy ? "Opening the file" : "Making the file", [&] {
@@ -200,7 +224,7 @@ void GeoPackageWriter::BeginLayer(const LayerDefinition& layer, EExisting existi
             CreateLayerTable(database, definition);
         }
         m_layer = std::make_unique<OpenLayer>(
-            database, definition, std::move(old), m_file.parent_path(), m_options);
+            database, definition, std::move(old), m_file.parent_path(), m_options, m_helpers);
     });
 }
 

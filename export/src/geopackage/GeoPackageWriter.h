@@ -11,6 +11,7 @@
 #include <filesystem>
 #include <functional>
 #include <memory>
+#include <threads/TaskPool.h>
 
 namespace Orvane::GeoPackage {
 
@@ -36,9 +37,9 @@ enum class EExisting {
 /// Memory does not grow with the rows: points are sorted for the index within
 /// Options::indexMemory, beyond it in nameless files beside the output.
 ///
-/// Used by one thread at a time. Failures of SQLite, the disk and the system are WriteFailure;
-/// LayerExists, LayerMismatch and std::bad_alloc leave as they are, and so does every exception of
-/// the progress function, which is how a caller cancels.
+/// Used by one thread at a time, which Options::threads may let have helpers. Failures of SQLite,
+/// the disk and the system are WriteFailure; LayerExists, LayerMismatch and std::bad_alloc leave as
+/// they are, and so does every exception of the progress function, which is how a caller cancels.
 ///
 ///     GeoPackageWriter writer("/data/.work/points.gpkg", {});
 ///     writer.BeginLayer(definition);
@@ -67,6 +68,9 @@ public:
         std::size_t indexMemory = std::size_t{64} << 20U;
         /// The file is there: a copy, which is added to, and which goes when that fails.
         bool isCopy = false;
+        /// How many threads share the work on the index, the calling one included; the file is the
+        /// same with any number. SQLite is called by the calling thread alone.
+        std::size_t threads = 1;
 
         void Report(EPhase phase, std::uint64_t done, std::uint64_t total) const
         {
@@ -78,6 +82,7 @@ public:
 
     /// @param file absolute; must not exist unless Options::isCopy. Its folder is used for nameless
     ///     files.
+    /// The calling thread must make all calls, when Options::threads is more than one.
     GeoPackageWriter(std::filesystem::path file, Options options);
     ~GeoPackageWriter();
     GeoPackageWriter(const GeoPackageWriter&) = delete;
@@ -105,6 +110,7 @@ private:
 
     std::filesystem::path m_file;
     Options m_options;
+    AsciiReader::TaskPool m_helpers;
     std::unique_ptr<OpenFile> m_open;
     std::unique_ptr<OpenLayer> m_layer; ///< ends before the database
 };

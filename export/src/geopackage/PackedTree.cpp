@@ -16,6 +16,7 @@
 #include <cstring>
 #include <limits>
 #include <optional>
+#include <threads/SharedWork.h>
 #include <utility>
 
 namespace Orvane::GeoPackage {
@@ -202,62 +203,72 @@ private:
     BPageArray<std::uint32_t> m_leaves;
 };
 
-/// All nodes but the root as rows (number, bytes).
-class NodeRows
+/// Nodes that are ready for their table.
+struct NodeBatch
+{
+    std::vector<std::uint64_t> numbers;
+    std::string bytes; ///< of all of them, one after the other
+    std::uint64_t pointsDone = 0;
+};
+
+/// Puts the sorted points into nodes.
+class NodePacker
 {
 public:
-    NodeRows(const TreeShape& shape,
-             std::size_t nodeBytes,
-             PointSorter& points,
-             LeafOfRow& leaves,
-             const PackedTree::Progress& progress)
+    NodePacker(const TreeShape& shape,
+               std::size_t nodeBytes,
+               PointSorter& points,
+               LeafOfRow& leaves)
         : m_shape(shape)
         , m_points(points)
         , m_leaves(leaves)
-        , m_progress(progress)
         , m_nodes(shape.GetTopLevel() + 1, OpenNode(nodeBytes))
         , m_ended(m_nodes.size(), 0)
     {}
 
-    bool Next()
+    /// The next nodes in the order of their numbers, none after the last but the root.
+    void Pack(NodeBatch& batch)
     {
-        // A parent that has its last child comes after it, otherwise the next leaf.
-        if (m_bytes != nullptr) {
-            m_nodes[m_level].Clear();
-            const std::size_t parent = m_level + 1;
-            const bool isParentFull = m_nodes[parent].GetCount() == m_shape.GetNodeCapacity() ||
-                                      m_ended[m_level] == m_shape.GetNodeCount(m_level);
-            m_level = isParentFull ? parent : 0;
+        batch.numbers.clear();
+        batch.bytes.clear();
+        while (batch.numbers.size() < kNodesOfBatch && !m_isAtRoot) {
+            EndNode(batch);
         }
-        if (m_level == 0) {
-            FillLeaf();
-        }
-        if (m_level == m_shape.GetTopLevel()) {
-            return false;
-        }
-        m_number = m_shape.GetNumber(m_level, m_ended[m_level]);
-        m_nodes[m_level + 1].Add(m_number, m_nodes[m_level].GetBox());
-        ++m_ended[m_level];
-        m_bytes = &m_nodes[m_level].Finish(0);
-        return true;
+        batch.pointsDone = m_pointsDone;
     }
 
-    void SetColumn(sqlite3_context* context, int columnIndex)
-    {
-        if (columnIndex == 0) {
-            sqlite3_result_int64(context, static_cast<sqlite3_int64>(m_number));
-        } else {
-            sqlite3_result_blob64(context, m_bytes->data(), m_bytes->size(), SQLITE_STATIC);
-        }
-    }
-
-    /// The root's bytes, when Next has given all others.
+    /// The root's bytes, when Pack has given all others.
     [[nodiscard]] const std::string& FinishRoot()
     {
         return m_nodes.back().Finish(m_shape.GetTopLevel());
     }
 
 private:
+    static constexpr std::size_t kNodesOfBatch = 256;
+
+    void EndNode(NodeBatch& batch)
+    {
+        if (m_level == 0) {
+            FillLeaf();
+        }
+        if (m_level == m_shape.GetTopLevel()) {
+            m_isAtRoot = true;
+            return;
+        }
+        OpenNode& node = m_nodes[m_level];
+        OpenNode& parent = m_nodes[m_level + 1];
+        const std::uint64_t number = m_shape.GetNumber(m_level, m_ended[m_level]);
+        parent.Add(number, node.GetBox());
+        ++m_ended[m_level];
+        batch.numbers.push_back(number);
+        batch.bytes += node.Finish(0);
+        node.Clear();
+        // A parent that has its last child comes after it, otherwise the next leaf.
+        const bool isParentFull = parent.GetCount() == m_shape.GetNodeCapacity() ||
+                                  m_ended[m_level] == m_shape.GetNodeCount(m_level);
+        m_level = isParentFull ? m_level + 1 : 0;
+    }
+
     void FillLeaf()
     {
         const std::uint64_t number = m_shape.GetNumber(0, m_ended[0]);
@@ -269,25 +280,76 @@ private:
             }
             leaf.Add(point->GetRow(), point->GetBox());
             m_leaves.Set(point->GetRow(), number);
-            if (++m_pointsDone % kRowsPerProgress == 0) {
-                m_progress(m_pointsDone / 2, m_points.GetCount());
-            }
+            ++m_pointsDone;
         }
     }
 
     const TreeShape& m_shape;
     PointSorter& m_points;
     LeafOfRow& m_leaves;
-    const PackedTree::Progress& m_progress;
     std::vector<OpenNode> m_nodes;      ///< by level
     std::vector<std::uint64_t> m_ended; ///< nodes by level
     std::uint64_t m_pointsDone = 0;
     std::size_t m_level = 0;
-    std::uint64_t m_number = 0;
-    const std::string* m_bytes = nullptr; ///< of the node at hand; null before the first
+    bool m_isAtRoot = false;
 };
 
-/// The rows with a point as rows (row, leaf's number).
+/// All nodes but the root as rows (number, bytes). While a batch of them is written, the pool packs
+/// the next one.
+class NodeRows
+{
+public:
+    NodeRows(NodePacker& packer,
+             std::size_t nodeBytes,
+             std::uint64_t pointCount,
+             AsciiReader::TaskPool& pool,
+             const PackedTree::Progress& progress)
+        : m_nodeBytes(nodeBytes)
+        , m_pointCount(pointCount)
+        , m_progress(progress)
+        , m_packing(pool, [this, &packer] { packer.Pack(m_nextBatch); })
+    {
+        m_packing.Start();
+    }
+
+    bool Next()
+    {
+        if (++m_next >= m_batch.numbers.size()) {
+            m_progress(m_batch.pointsDone / 2, m_pointCount);
+            m_packing.Finish();
+            std::swap(m_batch, m_nextBatch);
+            m_next = 0;
+            if (m_batch.numbers.empty()) {
+                return false;
+            }
+            m_packing.Start();
+        }
+        return true;
+    }
+
+    void SetColumn(sqlite3_context* context, int columnIndex)
+    {
+        if (columnIndex == 0) {
+            sqlite3_result_int64(context, static_cast<sqlite3_int64>(m_batch.numbers[m_next]));
+        } else {
+            sqlite3_result_blob64(
+                context, &m_batch.bytes[m_next * m_nodeBytes], m_nodeBytes, SQLITE_STATIC);
+        }
+    }
+
+private:
+    std::size_t m_nodeBytes;
+    std::uint64_t m_pointCount;
+    const PackedTree::Progress& m_progress;
+    NodeBatch m_batch; ///< the row at hand is in it
+    NodeBatch m_nextBatch;
+    std::size_t m_next = 0;                ///< node in m_batch
+    AsciiReader::BackgroundWork m_packing; ///< last: it uses m_nextBatch
+};
+
+/// The rows with a point as rows (leaf's number, row), or, when all rows from 1 on have one, as
+/// rows (leaf's number): SQLite numbers them itself then, without a look for each whether it is
+/// there.
 class LeafRows
 {
 public:
@@ -319,8 +381,8 @@ public:
     void SetColumn(sqlite3_context* context, int columnIndex) const
     {
         sqlite3_result_int64(context,
-                             columnIndex == 0 ? static_cast<sqlite3_int64>(m_nextRow - 1)
-                                              : sqlite3_int64{m_leaf});
+                             columnIndex == 0 ? sqlite3_int64{m_leaf}
+                                              : static_cast<sqlite3_int64>(m_nextRow - 1));
     }
 
 private:
@@ -435,7 +497,8 @@ void PackedTree::Fill(PointSorter& points, const Limits& limits, const Progress&
     const TreeShape shape(pointCount, (m_nodeBytes - kHeaderBytes) / kEntryBytes);
     LeafOfRow leaves(rowEnd, limits);
     {
-        NodeRows nodes(shape, m_nodeBytes, points, leaves, progress);
+        NodePacker packer(shape, m_nodeBytes, points, leaves);
+        NodeRows nodes(packer, m_nodeBytes, pointCount, limits.pool, progress);
         RowFeed<NodeRows> feed(m_database,
                                "orvane_nodes",
                                2,
@@ -445,16 +508,18 @@ void PackedTree::Fill(PointSorter& points, const Limits& limits, const Progress&
         SqliteStatement root(m_database,
                              "UPDATE " + QuoteName(m_name + "_node") +
                                  " SET data = ?1 WHERE nodeno = 1");
-        root.BindBlob(1, nodes.FinishRoot());
+        root.BindBlob(1, packer.FinishRoot());
         root.Run();
     }
     points.Clear();
     leaves.Finish();
     LeafRows leafRows(leaves, rowEnd, pointCount, progress);
+    const bool hasAllRows = rowEnd == pointCount + 1 && leaves.Get(0) == 0;
     RowFeed<LeafRows>(m_database,
                       "orvane_leaves",
-                      2,
-                      "INSERT INTO " + QuoteName(m_name + "_rowid") + "(rowid, nodeno)",
+                      hasAllRows ? 1 : 2,
+                      "INSERT INTO " + QuoteName(m_name + "_rowid") +
+                          (hasAllRows ? "(nodeno)" : "(nodeno, rowid)"),
                       leafRows)
         .Run();
     ParentRows parentRows(shape, pointCount, progress);

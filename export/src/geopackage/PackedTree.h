@@ -58,6 +58,7 @@ public:
     {
         std::filesystem::path folder; ///< for files when memory does not suffice; absolute
         std::size_t memory;           ///< bytes for the nodes of rows
+        AsciiReader::TaskPool& pool;  ///< packs nodes while others are written
     };
 
     /// Makes the tables of a tree of that name with the columns id, minx, maxx, miny, maxy. They

@@ -1,10 +1,11 @@
-// Radix sort in place; runs in a file are merged with a heap.
+// Radix sort in place, its parts shared by threads; runs in a file are merged with a heap.
 #include "PointSorter.h"
 
 #include <algorithm>
 #include <array>
 #include <bit>
 #include <limits>
+#include <threads/SharedWork.h>
 #include <type_traits>
 #include <utility>
 
@@ -45,23 +46,25 @@ std::uint32_t GetDigit(const SortedPoint& point, unsigned digit) noexcept
     return static_cast<std::uint32_t>(point.GetRow() >> shift) & (kDigits - 1);
 }
 
-/// Sorts by the digits from `digit` on: brings each point to its digit's part of the array, then
-/// sorts the parts. Linear in the points, with nothing allocated.
-void SortByDigits(SortedPoint* points,
-                  std::size_t count,
-                  unsigned digit,
-                  const PointSorter::Step& step)
+/// Points that stand side by side, and are sorted but for their digits from `digit` on.
+struct Part
 {
-    if (count < kFewPoints || digit == kCurveDigits + kRowDigits) {
-        std::sort(points, points + count);
-        return;
-    }
-    // Often enough for a large part, and hardly ever for small ones.
-    constexpr std::size_t kLargePart = std::size_t{1} << 18U;
-    constexpr std::uint32_t kPartsOfStep = 128;
-    const bool isLarge = count >= kLargePart;
+    SortedPoint* points;
+    std::size_t count;
+    unsigned digit;
+
+    [[nodiscard]] bool HasNoDigit() const noexcept { return digit == kCurveDigits + kRowDigits; }
+};
+
+/// Brings each point to its digit's part of the array. Calls `add` for each of these parts of two
+/// points and more, in order.
+template <typename Add>
+void Split(const Part& part, const Add& add)
+{
+    SortedPoint* const points = part.points;
+    const unsigned digit = part.digit;
     std::array<std::uint32_t, kDigits> ends{};
-    for (std::size_t index = 0; index < count; ++index) {
+    for (std::size_t index = 0; index < part.count; ++index) {
         ++ends[GetDigit(points[index], digit)];
     }
     std::array<std::uint32_t, kDigits> begins{};
@@ -85,13 +88,40 @@ void SortByDigits(SortedPoint* points,
         }
     }
     for (std::uint32_t value = 0; value < kDigits; ++value) {
-        if (isLarge && value % kPartsOfStep == 0) {
-            step();
-        }
         if (ends[value] - begins[value] > 1) {
-            SortByDigits(points + begins[value], ends[value] - begins[value], digit + 1, step);
+            add(Part{points + begins[value], ends[value] - begins[value], digit + 1});
         }
     }
+}
+
+/// Sorts a part: linear in the points, with nothing allocated.
+void SortPart(const Part& part)
+{
+    if (part.count < kFewPoints || part.HasNoDigit()) {
+        std::sort(part.points, part.points + part.count);
+        return;
+    }
+    Split(part, SortPart);
+}
+
+/// Cuts the points into parts that threads can sort side by side, each in a few ms.
+std::vector<Part>
+CutIntoParts(SortedPoint* points, std::size_t count, const PointSorter::Step& step)
+{
+    constexpr std::size_t kMostOfPart = std::size_t{1} << 16U;
+    std::vector<Part> large{{points, count, 0}};
+    std::vector<Part> parts;
+    while (!large.empty()) {
+        const Part part = large.back();
+        large.pop_back();
+        if (part.count <= kMostOfPart || part.HasNoDigit()) {
+            parts.push_back(part);
+            continue;
+        }
+        Split(part, [&](const Part& smaller) { large.push_back(smaller); });
+        step();
+    }
+    return parts;
 }
 
 } // namespace
@@ -134,10 +164,13 @@ PointBox SortedPoint::GetBox() const noexcept
             (rowHighAndFlags & kIsFloatY) != 0 ? minY : NextUp(minY)};
 }
 
-PointSorter::PointSorter(std::filesystem::path folder, std::size_t memoryLimit)
+PointSorter::PointSorter(std::filesystem::path folder,
+                         std::size_t memoryLimit,
+                         AsciiReader::TaskPool& pool)
     : m_folder(std::move(folder))
     , m_mostInMemory(std::clamp<std::size_t>(
           memoryLimit / sizeof(SortedPoint), 1, std::numeric_limits<std::uint32_t>::max()))
+    , m_pool(pool)
 {}
 
 void PointSorter::Add(std::uint64_t row, double x, double y)
@@ -165,15 +198,25 @@ void PointSorter::Spill()
 
 void PointSorter::SortInMemory(const Step& step)
 {
-    constexpr std::size_t kPointsOfStep = std::size_t{1} << 18U;
+    constexpr std::size_t kPointsOfStep = std::size_t{1} << 16U;
     SortedPoint* const points = m_points.Data();
-    for (std::size_t index = 0; index < m_points.GetSize(); ++index) {
-        points[index].curveIndex = m_grid.GetIndex(points[index].minX, points[index].minY);
-        if (index % kPointsOfStep == 0) {
-            step();
-        }
-    }
-    SortByDigits(points, m_points.GetSize(), 0, step);
+    const std::size_t count = m_points.GetSize();
+    AsciiReader::ForEachShared(
+        m_pool,
+        (count + kPointsOfStep - 1) / kPointsOfStep,
+        [&](std::size_t number, const Step& /*step*/) {
+            const std::size_t end = std::min(count, (number + 1) * kPointsOfStep);
+            for (std::size_t index = number * kPointsOfStep; index < end; ++index) {
+                points[index].curveIndex = m_grid.GetIndex(points[index].minX, points[index].minY);
+            }
+        },
+        step);
+    const std::vector<Part> parts = CutIntoParts(points, count, step);
+    AsciiReader::ForEachShared(
+        m_pool,
+        parts.size(),
+        [&](std::size_t number, const Step& /*step*/) { SortPart(parts[number]); },
+        step);
 }
 
 void PointSorter::Sort(const Step& step)

@@ -11,6 +11,7 @@
 #include <filesystem>
 #include <functional>
 #include <optional>
+#include <threads/TaskPool.h>
 #include <vector>
 
 namespace Orvane::GeoPackage {
@@ -58,7 +59,8 @@ struct SortedPoint
 ///
 /// Order of calls: Add for every point, Sort, then Next until it gives nothing. What does not fit
 /// in the memory limit is put into a file, sorted there part by part, and merged: the order is the
-/// same with any limit. Used by one thread at a time.
+/// same with any limit and with any number of threads. Used by one thread at a time; Sort shares
+/// its work with the pool.
 class PointSorter
 {
 public:
@@ -67,7 +69,8 @@ public:
 
     /// @param folder where the file goes when one is needed; absolute
     /// @param memoryLimit bytes for the points in memory; at least one point is kept in memory
-    PointSorter(std::filesystem::path folder, std::size_t memoryLimit);
+    /// @param pool must outlive this object
+    PointSorter(std::filesystem::path folder, std::size_t memoryLimit, AsciiReader::TaskPool& pool);
 
     /// @param row at most 2^62 - 1; each at most once
     /// @param x, @param y finite
@@ -79,7 +82,7 @@ public:
     /// The largest row and one; 0 without points.
     [[nodiscard]] std::uint64_t GetRowEnd() const noexcept { return m_rowEnd; }
 
-    /// @throws WriteFailure, std::bad_alloc; what `step` throws.
+    /// For the owner of the pool. @throws WriteFailure, std::bad_alloc; what `step` throws.
     void Sort(const Step& step);
 
     /// The next point; nothing after the last one. @throws WriteFailure.
@@ -112,6 +115,7 @@ private:
 
     std::filesystem::path m_folder;
     std::size_t m_mostInMemory;
+    AsciiReader::TaskPool& m_pool;
     BPageArray<SortedPoint> m_points;
     PointGrid m_grid;
     std::uint64_t m_count = 0;

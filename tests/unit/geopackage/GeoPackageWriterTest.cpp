@@ -152,8 +152,11 @@ std::vector<std::string> Describe(const std::filesystem::path& file)
     return lines;
 }
 
-/// Rows of one number each at random places.
-void AddRandomRows(BFeatureCollection& features, std::uint32_t count, double range = 100)
+/// Rows of one number each at random places. @param without every so many rows is one without one
+void AddRandomRows(BFeatureCollection& features,
+                   std::uint32_t count,
+                   double range = 100,
+                   std::uint32_t without = 10)
 {
     BFeatureAppender appender(features, {{"number", EVariantType::Int32}});
     std::mt19937_64 dice(11);
@@ -161,8 +164,11 @@ void AddRandomRows(BFeatureCollection& features, std::uint32_t count, double ran
     for (std::uint32_t row = 0; row < count; ++row) {
         appender.AddInt32(static_cast<std::int32_t>(row));
         const double x = any(dice);
-        appender.EndRow(
-            row % 10 == 9 ? EPointKind::None : EPointKind::XY, x, any(dice), 0, row + 1);
+        appender.EndRow(row % without == without - 1 ? EPointKind::None : EPointKind::XY,
+                        x,
+                        any(dice),
+                        0,
+                        row + 1);
     }
 }
 
@@ -724,20 +730,61 @@ std::string Dump(const std::filesystem::path& file)
     return dump;
 }
 
-TEST(GeoPackageWriter, WritesTheSameIndexWithLittleMemory)
+struct IndexCase
+{
+    const char* name;
+    std::size_t memory;
+    std::size_t threads;
+    std::uint32_t without; ///< as of AddRandomRows
+};
+
+void PrintTo(const IndexCase& row, std::ostream* stream)
+{
+    *stream << row.name;
+}
+
+class GeoPackageIndex : public testing::TestWithParam<IndexCase>
+{};
+
+constexpr std::uint32_t kNever = 1U << 31U;
+constexpr std::size_t kMuch = std::size_t{1} << 26U;
+
+INSTANTIATE_TEST_SUITE_P(,
+                         GeoPackageIndex,
+                         testing::Values(IndexCase{"OneThread", kMuch, 1, kNever},
+                                         IndexCase{"OneThreadAndGaps", kMuch, 1, 10},
+                                         IndexCase{"LittleMemory", 2000, 1, kNever},
+                                         IndexCase{"LittleMemoryAndGaps", 100000, 1, 10},
+                                         IndexCase{"TwoThreads", kMuch, 2, kNever},
+                                         IndexCase{"ThreeThreadsAndGaps", kMuch, 3, 10},
+                                         IndexCase{"TwoThreadsOfLittleMemory", 2000, 2, 10},
+                                         IndexCase{
+                                             "ThreeThreadsOfLittleMemory", 100000, 3, kNever}),
+                         [](const auto& row) { return std::string(row.param.name); });
+
+TEST_P(GeoPackageIndex, IsTheSameWithAnyMemoryAndAnyNumberOfThreads)
 {
     const TemporaryFolder folder;
+    const IndexCase& row = GetParam();
     BFeatureCollection features(1000);
-    AddRandomRows(features, 30000);
-    Write(folder.Path() / "large.gpkg", Define(kNumberField), features);
-    const std::string expected = Dump(folder.Path() / "large.gpkg");
-    for (const std::size_t memory : {std::size_t{2000}, std::size_t{100000}}) {
-        const std::filesystem::path file =
-            folder.Path() / ("memory" + std::to_string(memory) + ".gpkg");
-        Write(file, Define(kNumberField), features, {{}, memory});
-        EXPECT_TRUE(Dump(file) == expected) << memory;
-        ExpectSound(file);
-    }
+    AddRandomRows(features, 90000, 100, row.without);
+    const std::filesystem::path plain = folder.Path() / "plain.gpkg";
+    const LayerCounts expected = Write(plain, Define(kNumberField), features);
+    const std::filesystem::path file = folder.Path() / "case.gpkg";
+    GeoPackageWriter::Options options;
+    options.indexMemory = row.memory;
+    options.threads = row.threads;
+    const LayerCounts counts = Write(file, Define(kNumberField), features, options);
+    EXPECT_EQ(counts.points, expected.points);
+    EXPECT_EQ(counts.points, row.without == kNever ? 90000U : 81000U);
+    EXPECT_EQ(counts.extent->minX, expected.extent->minX);
+    EXPECT_EQ(counts.extent->maxY, expected.extent->maxY);
+    EXPECT_TRUE(Dump(file) == Dump(plain));
+    ExpectSound(file);
+    EXPECT_EQ(Ask(file,
+                  "SELECT count(*) FROM points JOIN rtree_points_geom ON fid = id AND "
+                  "geom IS NOT NULL"),
+              std::to_string(counts.points));
 }
 
 TEST(GeoPackageWriter, LeavesNothingWhenItIsCancelledAtAnyCall)
@@ -754,33 +801,30 @@ TEST(GeoPackageWriter, LeavesNothingWhenItIsCancelledAtAnyCall)
         {}
     };
 
-    for (const std::size_t memory : {std::size_t{1} << 26U, std::size_t{10000}}) {
+    for (const auto& [memory, threads] : {std::pair(kMuch, std::size_t{1}),
+                                          std::pair(std::size_t{10000}, std::size_t{1}),
+                                          std::pair(kMuch, std::size_t{3})}) {
+        GeoPackageWriter::Options options;
+        options.indexMemory = memory;
+        options.threads = threads;
         std::size_t calls = 0;
         bool hasIndexCall = false;
-        Write(file,
-              Define(kNumberField),
-              features,
-              {[&](GeoPackageWriter::EPhase phase, std::uint64_t, std::uint64_t) {
-                   ++calls;
-                   hasIndexCall = hasIndexCall || phase == GeoPackageWriter::EPhase::Index;
-               },
-               memory});
+        options.progress = [&](GeoPackageWriter::EPhase phase, std::uint64_t, std::uint64_t) {
+            ++calls;
+            hasIndexCall = hasIndexCall || phase == GeoPackageWriter::EPhase::Index;
+        };
+        Write(file, Define(kNumberField), features, options);
         EXPECT_TRUE(hasIndexCall);
         ASSERT_GT(calls, 15U);
         std::filesystem::remove(file);
         for (std::size_t wanted = 1; wanted <= calls; ++wanted) {
             std::size_t call = 0;
-            EXPECT_THROW(Write(file,
-                               Define(kNumberField),
-                               features,
-                               {[&](GeoPackageWriter::EPhase, std::uint64_t, std::uint64_t) {
-                                    if (++call == wanted) {
-                                        throw Cancelled();
-                                    }
-                                },
-                                memory}),
-                         Cancelled)
-                << wanted;
+            options.progress = [&](GeoPackageWriter::EPhase, std::uint64_t, std::uint64_t) {
+                if (++call == wanted) {
+                    throw Cancelled();
+                }
+            };
+            EXPECT_THROW(Write(file, Define(kNumberField), features, options), Cancelled) << wanted;
             ASSERT_TRUE(std::filesystem::is_empty(folder.Path())) << wanted;
         }
     }

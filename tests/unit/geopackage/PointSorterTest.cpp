@@ -162,10 +162,12 @@ TEST(GeoPackageSortedPoint, KeepsRowsOfSixtyTwoBits)
     }
 }
 
-std::vector<std::uint64_t> SortedRows(std::size_t memoryLimit, std::size_t count, bool isOnePlace)
+std::vector<std::uint64_t>
+SortedRows(std::size_t helpers, std::size_t memoryLimit, std::size_t count, bool isOnePlace)
 {
     const TestSupport::TemporaryFolder folder;
-    PointSorter sorter(folder.Path(), memoryLimit);
+    AsciiReader::TaskPool pool(helpers);
+    PointSorter sorter(folder.Path(), memoryLimit, pool);
     std::mt19937_64 dice(7);
     std::uniform_real_distribution<double> any(-1000, 1000);
     for (std::uint64_t row = 1; row <= count; ++row) {
@@ -186,38 +188,52 @@ std::vector<std::uint64_t> SortedRows(std::size_t memoryLimit, std::size_t count
     return rows;
 }
 
-TEST(GeoPackagePointSorter, GivesTheSameOrderWithAnyMemory)
+/// By the number of helpers.
+class GeoPackagePointSorter : public testing::TestWithParam<std::size_t>
+{};
+
+INSTANTIATE_TEST_SUITE_P(, GeoPackagePointSorter, testing::Values(0, 1, 3));
+
+TEST_P(GeoPackagePointSorter, GivesTheSameOrderWithAnyMemory)
 {
     constexpr std::size_t kCount = 20000;
-    const std::vector<std::uint64_t> expected = SortedRows(std::size_t{1} << 26U, kCount, false);
+    const std::vector<std::uint64_t> expected = SortedRows(0, std::size_t{1} << 26U, kCount, false);
     ASSERT_EQ(expected.size(), kCount);
     constexpr std::size_t kLimits[] = {400, 2000, 20000, 399980, 400000};
     for (const std::size_t limit : kLimits) {
-        EXPECT_EQ(SortedRows(limit, kCount, false), expected) << limit;
+        EXPECT_EQ(SortedRows(GetParam(), limit, kCount, false), expected) << limit;
     }
 }
 
-TEST(GeoPackagePointSorter, KeepsTheRowsOrderAtOnePlace)
+TEST_P(GeoPackagePointSorter, SortsMorePointsThanOnePartHolds)
 {
-    const std::vector<std::uint64_t> rows = SortedRows(std::size_t{1} << 26U, 300000, true);
+    constexpr std::size_t kCount = 300000;
+    EXPECT_EQ(SortedRows(GetParam(), std::size_t{1} << 26U, kCount, false).size(), kCount);
+}
+
+TEST_P(GeoPackagePointSorter, KeepsTheRowsOrderAtOnePlace)
+{
+    const std::vector<std::uint64_t> rows =
+        SortedRows(GetParam(), std::size_t{1} << 26U, 300000, true);
     ASSERT_EQ(rows.size(), 300000U);
     for (std::size_t index = 0; index < rows.size(); ++index) {
         ASSERT_EQ(rows[index], index + 1);
     }
 }
 
-TEST(GeoPackagePointSorter, SortsNoneAndOne)
+TEST_P(GeoPackagePointSorter, SortsNoneAndOne)
 {
-    EXPECT_TRUE(SortedRows(1000, 0, false).empty());
-    EXPECT_EQ(SortedRows(1000, 1, false), std::vector<std::uint64_t>{1});
-    EXPECT_EQ(SortedRows(0, 3, false).size(), 3U);
+    EXPECT_TRUE(SortedRows(GetParam(), 1000, 0, false).empty());
+    EXPECT_EQ(SortedRows(GetParam(), 1000, 1, false), std::vector<std::uint64_t>{1});
+    EXPECT_EQ(SortedRows(GetParam(), 0, 3, false).size(), 3U);
 }
 
-TEST(GeoPackagePointSorter, StopsWhenItsStepThrows)
+TEST_P(GeoPackagePointSorter, StopsWhenItsStepThrows)
 {
     const TestSupport::TemporaryFolder folder;
-    PointSorter sorter(folder.Path(), 1000);
-    for (std::uint64_t row = 1; row <= 1000; ++row) {
+    AsciiReader::TaskPool pool(GetParam());
+    PointSorter sorter(folder.Path(), std::size_t{1} << 26U, pool);
+    for (std::uint64_t row = 1; row <= 300000; ++row) {
         sorter.Add(row, static_cast<double>(row), 0);
     }
     EXPECT_THROW(sorter.Sort([] { throw std::runtime_error("stop"); }), std::runtime_error);

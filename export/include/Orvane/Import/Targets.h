@@ -79,6 +79,9 @@ struct TargetRequest
     /// Creation options of GDAL's driver, each "KEY=VALUE", for the file or for the layer; only of
     /// formats that GDAL writes.
     std::vector<std::string> creationOptions{};
+    /// How many threads the writing may use, the calling one included; what is written is the same
+    /// with any number. 0 stands for 1.
+    unsigned threads = 1;
 };
 
 /// Whether `out` names a database.
