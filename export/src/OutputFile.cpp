@@ -39,6 +39,16 @@ int Synchronise(const fs::path& path)
     return error == EINVAL ? 0 : error;
 }
 
+/// Rule: who may read and write an output is as it was. Some file systems have no permissions.
+void KeepPermissions(const fs::path& old, const fs::path& file)
+{
+    std::error_code error;
+    const fs::file_status status = fs::status(old, error);
+    if (fs::is_regular_file(status)) {
+        fs::permissions(file, status.permissions(), error);
+    }
+}
+
 std::array<std::int64_t, 5> IdentityOf(const struct stat& status)
 {
     return {static_cast<std::int64_t>(status.st_dev),
@@ -206,17 +216,14 @@ OutputFile::OutputFile(const std::string& out, const std::string& input)
     : m_shownPath(out)
 {
     std::error_code error;
-    m_file = fs::absolute(out, error);
-    if (fs::is_symlink(m_file, error)) {
-        const fs::path target = fs::weakly_canonical(m_file, error);
-        if (error) {
-            Fail("output-folder", error.message());
-        }
-        m_file = target;
-    }
-    const fs::file_status status = fs::status(m_file, error);
+    const fs::file_status status = fs::status(out, error);
     if (fs::exists(status) && !fs::is_regular_file(status)) {
         Fail("output-not-a-file", "Something that is no file is in its place.");
+    }
+    m_file = fs::absolute(out, error);
+    FollowLinks();
+    if (fs::exists(status) && access(m_file.c_str(), W_OK) != 0) {
+        Fail("output-write", "The file in its place: " + ReasonOf(errno) + ".");
     }
     if (fs::exists(status) && fs::equivalent(m_file, input, error)) {
         FailureFields fields;
@@ -234,6 +241,23 @@ OutputFile::OutputFile(const std::string& out, const std::string& input)
         Fail("output-folder", "Its folder: " + ReasonOf(errno) + ".");
     }
     RequireUnused();
+}
+
+/// Rule: a link leads to the place of the output, whether or not there is a file yet.
+void OutputFile::FollowLinks()
+{
+    constexpr int kMostLinks = 40; // as many as the system follows
+    std::error_code error;
+    for (int count = 0; fs::is_symlink(m_file, error); ++count) {
+        if (count == kMostLinks) {
+            Fail("output-folder", ReasonOf(ELOOP) + ".");
+        }
+        const fs::path target = fs::read_symlink(m_file, error);
+        if (error) {
+            Fail("output-folder", error.message() + ".");
+        }
+        m_file = m_file.parent_path() / target;
+    }
 }
 
 void OutputFile::RequireUnused() const
@@ -390,7 +414,15 @@ void OutputFile::Prepare() const
 
 void OutputFile::Commit()
 {
+    // Of two programs that have added to copies of one file the first holds it until its own is in
+    // the place; the other then sees that.
+    const Descriptor old(m_copied ? open(m_file.c_str(), O_RDONLY | O_CLOEXEC) : -1);
+    if (old.Get() != -1) {
+        static_cast<void>(flock(old.Get(), LOCK_EX));
+    }
     Prepare();
+    // Before the replacement puts second names of the old files beside them.
+    const std::vector<fs::path> files = ListFiles();
     std::error_code error;
     std::vector<fs::path> stale = m_stale;
     // Files that describe the old main file, in formats of several files.
@@ -411,7 +443,8 @@ void OutputFile::Commit()
             Fail("output-write", error.message());
         }
     }
-    for (const fs::path& file : ListFiles()) {
+    for (const fs::path& file : files) {
+        KeepPermissions(m_file.parent_path() / file.filename(), file);
         replacement.Move(file, m_file.parent_path() / file.filename(), error);
         if (error) {
             Fail("output-write", error.message());

@@ -24,9 +24,10 @@ namespace Orvane::Import {
 class OutputFile
 {
 public:
-    /// @param out the final file; a link is followed
+    /// @param out the final file; links are followed, also to a file that is not there yet
     /// @param input the file that is read; empty for none
-    /// @throws ImportFailure `output-is-input` when both are the same file; `output-folder`,
+    /// @throws ImportFailure `output-is-input` when both are the same file; `output-write` when the
+    ///     old file must not be written; `output-folder`,
     ///     `output-not-a-file`, `output-in-use` when another program has the file open as a
     ///     database
     OutputFile(const std::string& out, const std::string& input);
@@ -71,13 +72,15 @@ public:
 
     /// Prepares, and moves all files of the hidden folder to the final place, the main file last;
     /// side files that only an earlier main file had are removed. When one of them cannot be moved,
-    /// those before it go back. The hidden folder is gone then. @throws ImportFailure
-    /// `output-not-a-file`, `output-write`; `output-in-use`, see CopyOld
+    /// those before it go back. A file that replaces another gets its
+    /// permissions. The hidden folder is gone then. @throws ImportFailure `output-not-a-file`,
+    /// `output-write`; `output-in-use`, see CopyOld
     void Commit();
 
 private:
     /// All files of the hidden folder, the main file last.
     [[nodiscard]] std::vector<std::filesystem::path> ListFiles() const;
+    void FollowLinks();
     void RequireUnused() const;
     void RemoveWorkFolder() noexcept;
     [[noreturn]] void Fail(const char* code, const std::string& reason) const;

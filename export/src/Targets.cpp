@@ -26,6 +26,7 @@
 #include <optional>
 #include <stdexcept>
 #include <string_view>
+#include <system_error>
 #include <utility>
 
 namespace Orvane::Import {
@@ -295,6 +296,10 @@ std::unique_ptr<Target> OpenTarget(const TargetRequest& request)
     return WrapFailures(request.out, [&]() -> std::unique_ptr<Target> {
         if (request.out == kStandardOutput) {
             return OpenStreamTarget(request);
+        }
+        if (std::error_code error; std::filesystem::is_directory(request.out, error)) {
+            // Throws: a folder is told as such, whatever its name.
+            const OutputFile folder(request.out, request.input);
         }
         return std::make_unique<FileTarget>(request);
     });

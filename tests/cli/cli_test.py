@@ -195,7 +195,7 @@ class PlanTest(CliTest):
     def test_a_file_that_cannot_be_read_is_a_line(self):
         self.write("a.zip", b"PK\x03\x04more")
         for file, line in (
-            ("no.csv", "orvane: no.csv: There is no such file."),
+            ("no.csv", "orvane: no.csv: There is no such file. Check its name and its folder."),
             (".", "orvane: .: This is a folder. Give a file."),
             ("a.zip", "orvane: a.zip: The file is compressed by zip. Unpack it first; gzip alone is "
                       "unpacked here."),
@@ -1706,6 +1706,7 @@ class ImportFailuresTest(CliTest):
         self.write("busy.gpkg", "old")
         self.write("busy.gpkg-wal", "old")
         os.symlink("loop.gpkg", self.path("loop.gpkg"))
+        os.symlink("none/lost.gpkg", self.path("lost.gpkg"))
         os.mkfifo(self.path("pipe.gpkg"))
         self.write("half.shp", "old")
         os.mkdir(self.path("half.dbf"))
@@ -1714,6 +1715,8 @@ class ImportFailuresTest(CliTest):
             ("s.csv/out.gpkg", "Its folder does not exist."),
             ("folder.gpkg", "Something that is no file is in its place."),
             ("pipe.gpkg", "Something that is no file is in its place."),
+            (".", "Something that is no file is in its place."),
+            ("lost.gpkg", "Its folder does not exist."),
             ("half.shp", "Something that is no file is in the place of its part half.dbf."),
             ("busy.gpkg",
              "Another program has it open, or left it unfinished: there is a file busy.gpkg-wal beside it."),
@@ -1731,6 +1734,37 @@ class ImportFailuresTest(CliTest):
         self.assertEqual(sorted(os.listdir(self.folder)), before)
         self.assertEqual(self.content("busy.gpkg"), b"old")
         self.assertEqual(self.content("half.shp"), b"old")
+
+    def test_a_link_leads_to_a_place_without_a_file_too(self):
+        os.mkdir(self.path("real"))
+        os.symlink("real/second", self.path("first.gpkg"))
+        os.symlink("out.gpkg", self.path("real/second"))
+        for _ in range(2):
+            self.succeed("import", "s.csv", "first.gpkg")
+            self.assertTrue(os.path.islink(self.path("first.gpkg")))
+            self.assertEqual(sorted(os.listdir(self.path("real"))), ["out.gpkg", "second"])
+            self.assertEqual(len(self.dump("real/out.gpkg")["features"]), 3)
+
+    def test_who_may_read_an_output_stays(self):
+        for extension in ("gpkg", "fgb", "csv"):
+            for options in ((), ("--layer", "more")) if extension == "gpkg" else ((),):
+                out = "out." + extension
+                if not options:
+                    self.write(out, "old")
+                os.chmod(self.path(out), 0o600)
+                self.succeed("import", "s.csv", out, *options)
+                self.assertEqual(os.stat(self.path(out)).st_mode & 0o777, 0o600)
+
+    def test_a_file_that_must_not_be_written_is_not_replaced(self):
+        os.chmod(self.folder, 0o777)
+        self.write("out.csv", "old")
+        os.chmod(self.path("out.csv"), 0o444)
+        result = self.run_orvane(
+            "import", "s.csv", "out.csv",
+            **({"user": "nobody", "group": "nogroup", "extra_groups": []} if os.getuid() == 0 else {}))
+        self.assert_failure(result, 1, "orvane: out.csv: The output cannot be written. The file in its place: "
+                                       "Permission denied.")
+        self.assertEqual(self.content("out.csv"), b"old")
 
     def test_data_that_fails_leaves_the_old_output(self):
         self.write("out.gpkg", "old")

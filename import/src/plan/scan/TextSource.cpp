@@ -229,10 +229,14 @@ void TextSource::FailToRead(int error) const
         Fail("no-such-file",
              "There is no such file.",
              {},
-             m_path == "-" ? "Standard input is not read: save it to a file first." : "");
+             m_path == "-" ? "Standard input is not read: save it to a file first."
+                           : "Check its name and its folder.");
     }
     if (error == EACCES) {
-        Fail("no-permission", "The system does not let the file be read.");
+        Fail("no-permission",
+             "The file cannot be read.",
+             std::strerror(error),
+             "Ask its owner for permission.");
     }
     if (error == EISDIR) {
         Fail("is-folder", "This is a folder.", {}, "Give a file.");
