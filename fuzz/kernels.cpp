@@ -51,10 +51,9 @@ std::string Describe(const std::vector<std::uint32_t>& positions)
 /// The marks of a text, one byte after the other.
 void CheckMarks(const Set& set, std::string_view padded, std::size_t size)
 {
-    std::vector<std::uint64_t> others(size / 64 + 1);
-    std::vector<std::uint64_t> odd(others.size());
-    std::vector<std::uint64_t> codes(others.size());
-    set.markNumbers(padded.data(), size, {others.data(), odd.data()});
+    std::vector<std::uint64_t> marks((size / 64 + 1) * 2);
+    std::vector<std::uint64_t> codes(marks.size());
+    set.markNumbers(padded.data(), size, marks.data());
     const bool hasCodes = set.markCodes(padded.data(), size, codes.data());
     const auto isDigit = [](char unit) { return unit >= '0' && unit <= '9'; };
     std::string expected;
@@ -71,10 +70,8 @@ void CheckMarks(const Set& set, std::string_view padded, std::size_t size)
                            (!isDigit(unit) && unit != '.' && unit != '-');
         expectsCodes = expectsCodes || isCode;
         expected += std::to_string((isDigit(unit) ? 0 : 1) + (isOdd ? 2 : 0) + (isCode ? 4 : 0));
-        const auto bit = [at](const std::vector<std::uint64_t>& words) {
-            return static_cast<int>(words[at / 64] >> (at % 64) & 1U);
-        };
-        found += std::to_string(bit(others) + 2 * bit(odd) + 4 * bit(codes));
+        found += std::to_string((marks[at / 32] >> (at % 32 * 2) & 3U) +
+                                (codes[at / 64] >> (at % 64) & 1U) * 4);
     }
     ExpectSame(std::string("marks by ") + set.name, expected, found);
     ExpectSame(std::string("codes by ") + set.name, expectsCodes ? "1" : "0", hasCodes ? "1" : "0");

@@ -1,7 +1,7 @@
 // Masks of 64 bits, for the instruction set that the compiler is told to use.
 #pragma once
 
-#if defined(__PCLMUL__) || defined(__BMI__)
+#if defined(__PCLMUL__) || defined(__BMI__) || defined(__BMI2__)
 #include <immintrin.h>
 #endif
 
@@ -25,6 +25,21 @@ inline std::uint64_t PrefixXor(std::uint64_t mask)
         mask ^= mask << shift;
     }
     return mask;
+#endif
+}
+
+/// The lower 32 bits as every second bit, from the lowest on.
+inline std::uint64_t Spread(std::uint64_t mask)
+{
+#if defined(__BMI2__)
+    return _pdep_u64(mask, 0x5555555555555555);
+#else
+    mask &= 0xFFFFFFFF;
+    mask = (mask | mask << 16U) & 0x0000FFFF0000FFFF;
+    mask = (mask | mask << 8U) & 0x00FF00FF00FF00FF;
+    mask = (mask | mask << 4U) & 0x0F0F0F0F0F0F0F0F;
+    mask = (mask | mask << 2U) & 0x3333333333333333;
+    return (mask | mask << 1U) & 0x5555555555555555;
 #endif
 }
 

@@ -97,18 +97,6 @@ struct Survey
     std::uint64_t highBytes = 0; ///< not 0 once a byte of 0x80 or more was seen
 };
 
-/// Bytes of a text as bits: bit i of word i / 64 is that of byte i. Each has (size + 63) / 64
-/// words.
-///
-/// A field without an odd byte is made of digits, points and, at its front, a minus; it does not
-/// begin with a point, nor with a zero and a digit, a minus before them aside. That holds where
-/// separators and line ends are no such bytes.
-struct NumberMarks
-{
-    std::uint64_t* others; ///< bytes that are no digits
-    std::uint64_t* odd;    ///< bytes that no such field has
-};
-
 /// One set of kernels. All sets give the same results.
 struct Set
 {
@@ -151,8 +139,14 @@ struct Set
     /// Whether the bytes are valid UTF-8 to the last one.
     bool (*isUtf8)(const char* text, std::size_t size);
 
-    /// Marks the bytes of text[0, size). 64 bytes after it must be readable.
-    void (*markNumbers)(const char* text, std::size_t size, const NumberMarks& marks);
+    /// Writes two marks of each byte of text[0, size): those of byte i are the bits 2 * (i % 32)
+    /// and the next of word i / 32. The lower one says that the byte is no digit, the higher one
+    /// that it is odd: that no plain number has it. There is room for (size + 63) / 64 * 2 words.
+    ///
+    /// A field without an odd byte is made of digits, points and, at its front, a minus; it does
+    /// not begin with a point, nor with a zero and a digit, a minus before them aside. That holds
+    /// where separators and line ends are no such bytes.
+    void (*markNumbers)(const char* text, std::size_t size, std::uint64_t* marks);
 
     /// Marks the digits of text[0, size) that follow a zero which no digit and no point precedes,
     /// as in `007` and `-05`; bit i of word i / 64 is that of byte i, for (size + 63) / 64 words.
@@ -186,7 +180,7 @@ std::size_t IndexWithAvx512(const char* text,
                             const Structure& structure,
                             IndexState& state,
                             std::uint32_t* positions);
-void MarkNumbersWithAvx512(const char* text, std::size_t size, const NumberMarks& marks);
+void MarkNumbersWithAvx512(const char* text, std::size_t size, std::uint64_t* marks);
 bool MarkCodesWithAvx512(const char* text, std::size_t size, std::uint64_t* codes);
 #endif
 

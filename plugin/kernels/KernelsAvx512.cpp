@@ -18,7 +18,7 @@ std::size_t IndexWithAvx512(const char* text,
     return IndexText(text, from, to, structure, state, positions);
 }
 
-void MarkNumbersWithAvx512(const char* text, std::size_t size, const NumberMarks& marks)
+void MarkNumbersWithAvx512(const char* text, std::size_t size, std::uint64_t* marks)
 {
     MarkNumbers(text, size, marks);
 }

@@ -1,6 +1,7 @@
 // Which bytes could not be part of a plain number, as bits.
 #pragma once
 
+#include "kernels/Bits.h"
 #include "kernels/Blocks.h"
 #include "kernels/Kernels.h"
 
@@ -19,8 +20,8 @@ struct BeforeMarks
     std::uint64_t isFirstZero = 0; ///< a zero with neither before it
 };
 
-inline void
-MarkBlock(const char* text, BeforeMarks& before, std::uint64_t& others, std::uint64_t& odd)
+/// 64 bytes, two marks each.
+inline void MarkBlock(const char* text, BeforeMarks& before, std::uint64_t* marks)
 {
     const Block64 block = Block64::Load(text);
     const std::uint64_t digits = block.Digits();
@@ -30,23 +31,24 @@ MarkBlock(const char* text, BeforeMarks& before, std::uint64_t& others, std::uin
     const std::uint64_t numeric = inNumber | minuses;
     const std::uint64_t afterNumeric = numeric << 1U | before.isNumeric;
     const std::uint64_t firstZeros = block.Equal('0') & ~(inNumber << 1U | before.isInNumber);
-    others = ~digits;
-    odd = ~numeric | (minuses & afterNumeric) | (points & ~afterNumeric) |
-          (digits & (firstZeros << 1U | before.isFirstZero));
+    const std::uint64_t odd = ~numeric | (minuses & afterNumeric) | (points & ~afterNumeric) |
+                              (digits & (firstZeros << 1U | before.isFirstZero));
+    marks[0] = Spread(~digits) | Spread(odd) << 1U;
+    marks[1] = Spread(~digits >> 32U) | Spread(odd >> 32U) << 1U;
     before = {numeric >> 63U, inNumber >> 63U, firstZeros >> 63U};
 }
 
-inline void MarkNumbers(const char* text, std::size_t size, const NumberMarks& marks)
+inline void MarkNumbers(const char* text, std::size_t size, std::uint64_t* marks)
 {
     BeforeMarks before;
     std::size_t at = 0;
     for (; at + 64 <= size; at += 64) {
-        MarkBlock(text + at, before, marks.others[at / 64], marks.odd[at / 64]);
+        MarkBlock(text + at, before, marks + at / 32);
     }
     if (at < size) {
         char last[64] = {};
         __builtin_memcpy(last, text + at, size - at);
-        MarkBlock(last, before, marks.others[at / 64], marks.odd[at / 64]);
+        MarkBlock(last, before, marks + at / 32);
     }
 }
 

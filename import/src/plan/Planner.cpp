@@ -48,6 +48,10 @@ struct LineEndCounts
 void FindLineEnds(std::string_view probe, Scan::ShapeRequest& request)
 {
     LineEndCounts counts;
+    if (probe.find('\r') == std::string_view::npos) {
+        counts.feeds = Scan::CountByte(probe, '\n');
+        probe = {};
+    }
     for (std::size_t at = 0; at < probe.size(); ++at) {
         if (probe[at] == '\n') {
             ++(at > 0 && probe[at - 1] == '\r' ? counts.returnsAndFeeds : counts.feeds);

@@ -720,7 +720,7 @@ private:
         std::uint64_t hits = 0;
         const std::uint32_t* ends = fields.ends;
         for (std::size_t row = 0; row < fields.rows; ++row, ends += fields.stride) {
-            hits |= Scan::MarksFrom(codes, ends[-1] + 1U) & 0xEU;
+            hits |= Scan::BitsFrom(codes, ends[-1] + 1U) & 0xEU;
         }
         if (hits == 0) {
             return;

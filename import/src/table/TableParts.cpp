@@ -498,7 +498,7 @@ void TableParts::MakeIndex()
 
 void TableParts::MarkCodes(std::size_t size)
 {
-    m_codes.resize(std::max(m_codes.size(), Scan::CountMarkWords(size)));
+    m_codes.resize(std::max(m_codes.size(), Scan::CountMarkWords(size, 1)));
     const char separator = m_cutter.Rules().separator;
     if (separator == '.' || Values::IsDigit(separator)) {
         // Where a field begins cannot be seen from the byte before.

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
+#include <kernels/Kernels.h>
 #include <limits>
 #include <random>
 #include <string>
@@ -45,18 +46,16 @@ ColumnFacts ProfileMarked(const std::vector<std::string>& cells, bool hasQuotes)
 {
     Column column = MakeColumn(cells);
     column.text.append(AsciiReader::Kernels::kPadding, '\0');
-    const std::size_t words = Scan::CountMarkWords(column.text.size());
-    std::vector<std::uint64_t> others(words);
-    std::vector<std::uint64_t> odd(words);
-    const AsciiReader::Kernels::NumberMarks marks{others.data(), odd.data()};
-    AsciiReader::Kernels::Best().markNumbers(column.text.data(), column.text.size(), marks);
+    std::vector<std::uint64_t> marks(Scan::CountMarkWords(column.text.size(), 2));
+    AsciiReader::Kernels::Best().markNumbers(column.text.data(), column.text.size(), marks.data());
     ColumnProfile profile;
     // In two runs, as pieces of a file come.
     const std::size_t first = cells.size() / 3;
     const char* const text = column.text.data();
     const std::uint32_t* const ends = column.ends.data() + 1;
-    profile.AddRun({text, ends, 1, first, 1, 0, hasQuotes, &marks});
-    profile.AddRun({text, ends + first, 1, cells.size() - first, first + 1, 0, hasQuotes, &marks});
+    profile.AddRun({text, ends, 1, first, 1, 0, hasQuotes, marks.data()});
+    profile.AddRun(
+        {text, ends + first, 1, cells.size() - first, first + 1, 0, hasQuotes, marks.data()});
     return profile.Finish();
 }
 

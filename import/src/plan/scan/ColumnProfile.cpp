@@ -20,8 +20,6 @@ namespace {
 using Values::ECell;
 
 constexpr std::size_t kShort = 16;
-/// Spreads signatures over a table, by its high bits.
-constexpr std::uint32_t kSpread = 0x9E3779B1;
 /// A column whose cells are text in so many cases, and in most, is text.
 constexpr std::uint64_t kProofOfText = 1024;
 
@@ -142,6 +140,24 @@ CutCell(const char* text, const std::uint32_t* end, bool hasQuotes, bool hasRetu
     return cell;
 }
 
+/// The marks of a cell of each length.
+constexpr std::array<std::uint64_t, kShort + 1> kInside = [] {
+    std::array<std::uint64_t, kShort + 1> inside{};
+    for (std::size_t length = 1; length <= kShort; ++length) {
+        inside[length] = ~std::uint64_t{0} >> (64 - 2 * length);
+    }
+    return inside;
+}();
+
+constexpr std::uint64_t kNoDigitMarks = 0x5555555555555555;
+constexpr std::uint64_t kOddMarks = kNoDigitMarks << 1U;
+
+/// Spreads signatures over as many places as a column has slots at most.
+std::size_t PlaceOf(std::uint64_t signature) noexcept
+{
+    return static_cast<std::size_t>(signature * 0x9E3779B97F4A7C15ULL >> 58U);
+}
+
 bool IsNumber(ECell cell) noexcept
 {
     return cell == ECell::Integer || cell == ECell::Decimal || cell == ECell::Spelled;
@@ -238,7 +254,7 @@ ColumnProfile::ColumnProfile(std::size_t slots)
     empties.between = ~std::uint64_t{0};
 }
 
-std::uint32_t ColumnProfile::SignatureOf(std::string_view cell) noexcept
+std::uint64_t ColumnProfile::SignatureOf(std::string_view cell) noexcept
 {
     const std::size_t first = cell.starts_with('-') ? 1 : 0;
     const bool isCode =
@@ -246,20 +262,20 @@ std::uint32_t ColumnProfile::SignatureOf(std::string_view cell) noexcept
     if (isCode || cell.empty() || cell.front() == '.') {
         return kNoSignature;
     }
-    auto signature = static_cast<std::uint32_t>(first);
+    std::uint64_t signature = first;
     for (std::size_t at = first; at < cell.size(); ++at) {
         if (cell[at] == '.') {
-            signature |= 1U << at;
+            signature |= std::uint64_t{1} << (at * 2);
         } else if (!Values::IsDigit(cell[at])) {
             return kNoSignature;
         }
     }
-    return signature | static_cast<std::uint32_t>(cell.size()) << kShort;
+    return signature | std::uint64_t{cell.size()} << 32U;
 }
 
-ColumnProfile::Plain& ColumnProfile::PlainOf(std::uint32_t signature)
+ColumnProfile::Plain& ColumnProfile::PlainOf(std::uint64_t signature)
 {
-    return m_plain[signature * kSpread >> (m_shift - 32)];
+    return m_plain[PlaceOf(signature) & (m_plain.size() - 1)];
 }
 
 ColumnProfile::Extremes& ColumnProfile::ExtremesOf(const Slot& slot)
@@ -455,21 +471,22 @@ void ColumnProfile::SetBounds(Slot& slot)
 void ColumnProfile::AddExtreme(Slot& slot, const Key& key, const Position& position)
 {
     Extremes& extremes = ExtremesOf(slot);
-    if (key < extremes.least) {
-        extremes.least = key;
-        extremes.atLeast = 1;
-        extremes.leastPosition = position;
-    } else if (key == extremes.least) {
-        ++extremes.atLeast;
-    }
     if (extremes.most < key) {
         extremes.most = key;
         extremes.atMost = 1;
         extremes.mostPosition = position;
-    } else if (key == extremes.most) {
-        ++extremes.atMost;
+        SetBounds(slot);
+        return;
     }
-    SetBounds(slot);
+    if (key < extremes.least) {
+        extremes.least = key;
+        extremes.atLeast = 1;
+        extremes.leastPosition = position;
+        SetBounds(slot);
+        return;
+    }
+    extremes.atLeast += key == extremes.least ? 1U : 0U;
+    extremes.atMost += key == extremes.most ? 1U : 0U;
 }
 
 template <typename Locate>
@@ -495,7 +512,7 @@ inline void ColumnProfile::AddShort(const char* text, std::size_t length, const 
         }
         if (slot.signature != kNoSignature) {
             PlainOf(slot.signature) = {slot.signature,
-                                       static_cast<std::uint32_t>(&slot - m_slots.data())};
+                                       static_cast<std::size_t>(&slot - m_slots.data())};
         }
     }
 }
@@ -570,23 +587,23 @@ template <bool kHasQuotes, bool kHasReturns>
 void ColumnProfile::AddMarked(const CellRun& run)
 {
     const char* const text = run.text;
-    const std::uint64_t* const others = run.marks->others;
-    const std::uint64_t* const odd = run.marks->odd;
+    const std::uint64_t* const marks = run.marks;
+    const std::size_t stride = run.stride;
+    const std::size_t rows = run.rows;
     Slot* const slots = m_slots.data();
     const Plain* const plain = m_plain.data();
-    const unsigned shift = m_shift - 32;
+    const std::size_t places = m_plain.size() - 1;
     const std::uint32_t* end = run.ends;
     std::uint64_t quoted = 0;
-    for (std::size_t row = 0; row < run.rows; ++row, end += run.stride) {
+    for (std::size_t row = 0; row < rows; ++row, end += stride) {
         const RunCell cell = CutCell(text, end, kHasQuotes, kHasReturns);
         if (cell.length <= kShort) {
-            const std::uint64_t inside = (std::uint64_t{1} << cell.length) - 1;
-            const std::uint64_t notDigits = MarksFrom(others, cell.begin) & inside;
+            const std::uint64_t inside = kInside[cell.length];
+            const std::uint64_t found = BitsFrom(marks, std::size_t{cell.begin} * 2) & inside;
             const std::uint64_t high = HighHalf(text + cell.begin) & kFilled[cell.length];
-            if ((MarksFrom(odd, cell.begin) & inside) == 0) {
-                const auto signature = static_cast<std::uint32_t>(notDigits) | cell.length
-                                                                                   << kShort;
-                const Plain& known = plain[signature * kSpread >> shift];
+            if ((found & kOddMarks) == 0) {
+                const std::uint64_t signature = found | std::uint64_t{cell.length} << 32U;
+                const Plain& known = plain[PlaceOf(signature) & places];
                 if (known.signature == signature) {
                     Slot& slot = slots[known.slot];
                     ++slot.count;
@@ -599,7 +616,7 @@ void ColumnProfile::AddMarked(const CellRun& run)
                     }
                     continue;
                 }
-            } else if (notDigits == inside && cell.length <= 8) {
+            } else if ((found & kNoDigitMarks) == (inside & kNoDigitMarks) && cell.length <= 8) {
                 // Without digits the bytes are the shape.
                 const Halves shape{ToBigEndian(high), 0};
                 Slot& slot = slots[HashOf(shape, cell.length) >> m_shift];
@@ -627,7 +644,7 @@ void ColumnProfile::AddCell(const CellRun& run, std::size_t row)
     m_facts.quoted += cell.isQuoted ? 1U : 0U;
     if (cell.length == 0) {
         AddEmpty(locate());
-        PlainOf(0) = {0, static_cast<std::uint32_t>(m_slots.size() - 1)};
+        PlainOf(0) = {0, m_slots.size() - 1};
         return;
     }
     const std::size_t length = cell.length;

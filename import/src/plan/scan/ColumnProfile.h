@@ -6,7 +6,6 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
-#include <kernels/Kernels.h>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -111,9 +110,9 @@ struct CellRun
     std::uint64_t line = 1; ///< of the first row; one row per line
     std::uint64_t byte = 0;
     bool hasQuotes = false; ///< a cell that begins with a quote ends with one: both are no part
-    /// Of `text`, with CountMarkWords words each; without them every cell is looked at by its
-    /// bytes.
-    const AsciiReader::Kernels::NumberMarks* marks = nullptr;
+    /// Of `text`, as the kernel markNumbers writes them, with CountMarkWords words; without them
+    /// every cell is looked at by its bytes.
+    const std::uint64_t* marks = nullptr;
 };
 
 /// Collects the facts of a column.
@@ -181,7 +180,7 @@ private:
         std::uint64_t above = 0;
         std::uint64_t between = 0;
         std::uint64_t count = 0;
-        std::uint32_t signature = kNoSignature;
+        std::uint64_t signature = kNoSignature;
         std::uint8_t length = 0; ///< 0: not in use
         std::uint8_t word = 0;   ///< 1 + index among the words; 0 for none
         Values::ECell cell = Values::ECell::Empty;
@@ -202,15 +201,15 @@ private:
     /// Where the slot of plain numbers of one signature is.
     struct Plain
     {
-        std::uint32_t signature = kNoSignature;
-        std::uint32_t slot = 0;
+        std::uint64_t signature = kNoSignature;
+        std::uint64_t slot = 0;
     };
 
-    /// Where a plain number's minus and point stand, as bits, and its length after 16 of them.
-    /// Empty cells have 0.
-    static constexpr std::uint32_t kNoSignature = 0xFFFFFFFF;
+    /// Of a plain number: the marks of its bytes, of which those that are no digits have one, and
+    /// its length after 32 bits of them. Of an empty cell 0.
+    static constexpr std::uint64_t kNoSignature = ~std::uint64_t{0};
 
-    [[nodiscard]] static std::uint32_t SignatureOf(std::string_view cell) noexcept;
+    [[nodiscard]] static std::uint64_t SignatureOf(std::string_view cell) noexcept;
 
     template <bool kHasQuotes, bool kHasReturns>
     void AddMarked(const CellRun& run);
@@ -232,7 +231,7 @@ private:
     std::uint8_t FindWord(std::string_view cell);
     void AddNumbers(const Slot& slot);
     void TryProve();
-    [[nodiscard]] Plain& PlainOf(std::uint32_t signature);
+    [[nodiscard]] Plain& PlainOf(std::uint64_t signature);
     [[nodiscard]] Extremes& ExtremesOf(const Slot& slot);
 
     ColumnFacts m_facts;

@@ -1,6 +1,7 @@
 // Pieces of whole records: by the index where there are no quotes, record by record otherwise.
 #include "FileScan.h"
 
+#include "../values/FoldedCell.h"
 #include "CountByte.h"
 #include "MarkBits.h"
 #include "Rows.h"
@@ -294,22 +295,18 @@ private:
     }
 
     /// Marks the buffer's first bytes. @return null where a part of a number separates fields
-    const AsciiReader::Kernels::NumberMarks* Mark(std::size_t size)
+    const std::uint64_t* Mark(std::size_t size)
     {
         const Dialect& dialect = m_request.dialect;
         const char separator =
             dialect.separation == ESeparation::Character ? dialect.separator : ',';
         if (m_request.watch != nullptr || separator == '.' || separator == '-' ||
-            (separator >= '0' && separator <= '9')) {
+            Values::IsDigit(separator)) {
             return nullptr;
         }
-        const std::size_t words = CountMarkWords(size);
-        if (m_markWords.size() < words * 2) {
-            m_markWords.resize(words * 2);
-        }
-        m_marks = {m_markWords.data(), m_markWords.data() + words};
-        AsciiReader::Kernels::Best().markNumbers(m_buffer.data(), size, m_marks);
-        return &m_marks;
+        m_marks.resize(std::max(m_marks.size(), CountMarkWords(size, 2)));
+        AsciiReader::Kernels::Best().markNumbers(m_buffer.data(), size, m_marks.data());
+        return m_marks.data();
     }
 
     [[nodiscard]] bool IsApart(const std::uint32_t* positions) const
@@ -333,8 +330,7 @@ private:
     bool m_isAtEnd = false;
     bool m_isSkipping = false;
     std::vector<std::uint32_t> m_positions;
-    std::vector<std::uint64_t> m_markWords;
-    AsciiReader::Kernels::NumberMarks m_marks{};
+    std::vector<std::uint64_t> m_marks;
     Record m_record;
     decltype(AsciiReader::Kernels::Set::index) m_index = AsciiReader::Kernels::Best().index;
 };

@@ -8,14 +8,14 @@
 
 namespace Orvane::Import::Scan {
 
-/// Words that hold the marks of a text, with one that MarksFrom reads past them.
-[[nodiscard]] constexpr std::size_t CountMarkWords(std::size_t size) noexcept
+/// Words that hold so many bits for each byte of a text, with one that BitsFrom reads past them.
+[[nodiscard]] constexpr std::size_t CountMarkWords(std::size_t size, std::size_t bits) noexcept
 {
-    return size / 64 + 2;
+    return (size / 64 + 1) * bits + 1;
 }
 
-/// The marks of the bytes from one on, at least 57 of them: the lowest bit is that of the byte.
-[[nodiscard]] inline std::uint64_t MarksFrom(const std::uint64_t* words, std::size_t at) noexcept
+/// The bits from one on, at least 57 of them.
+[[nodiscard]] inline std::uint64_t BitsFrom(const std::uint64_t* words, std::size_t at) noexcept
 {
     if constexpr (std::endian::native == std::endian::little) {
         std::uint64_t bits = 0;

@@ -19,6 +19,13 @@ public:
         : m_line(line)
     {}
 
+    /// Makes room for so many cells and bytes.
+    void Reserve(std::size_t cells, std::size_t bytes)
+    {
+        m_text.reserve(bytes < cells * kMostCellBytes ? bytes : cells * kMostCellBytes);
+        m_ends.reserve(cells);
+    }
+
     void Add(std::string_view cell);
 
     [[nodiscard]] std::uint64_t Line() const noexcept { return m_line; }

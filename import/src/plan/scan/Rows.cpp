@@ -60,23 +60,12 @@ std::size_t Rows::FieldOf(std::size_t column) const
     return field == m_order.end() ? column : static_cast<std::size_t>(field - m_order.begin());
 }
 
-bool Rows::IsApart(std::string_view firstCell, std::size_t rest) const
+bool Rows::IsNameCell(std::string_view cell) const
 {
-    // After a blank line, blank, or nothing but separators after the first cell.
-    if (m_isAfterBlank || (rest + 1 <= m_columns && (m_columns > 1 || firstCell.size() < 2))) {
-        return true;
+    if (cell.size() >= 2 && cell.front() == '"') {
+        cell = cell.substr(1, cell.size() - 2);
     }
-    if (firstCell.empty() || m_names.empty()) {
-        return false;
-    }
-    const auto first = static_cast<unsigned char>(firstCell.front());
-    if (m_nameSizes.at(first) == 0 && first > ' ' && first != '"') {
-        return false;
-    }
-    if (firstCell.size() >= 2 && first == '"') {
-        firstCell = firstCell.substr(1, firstCell.size() - 2);
-    }
-    return IsName(Values::Trim(firstCell));
+    return IsName(Values::Trim(cell));
 }
 
 bool Rows::IsName(std::string_view cell) const
@@ -162,9 +151,11 @@ void Rows::AddRows(const IndexedText& indexed, const std::uint32_t* ends, std::s
     for (std::uint64_t row = m_sample.NextFrom(first);
          row < first + rows && m_request.watch == nullptr;
          row = m_sample.NextFrom(row + 1)) {
+        const std::uint32_t* const end = ends + (row - first) * m_columns;
         SampleRow sample(m_line + (row - first));
+        sample.Reserve(m_columns, end[m_columns - 1] - (end[-1] + 1U));
         for (std::size_t column = 0; column < m_columns; ++column) {
-            sample.Add(CellAt(indexed, ends + (row - first) * m_columns + FieldOf(column)));
+            sample.Add(CellAt(indexed, end + FieldOf(column)));
         }
         m_sample.Add(std::move(sample));
     }

@@ -17,9 +17,9 @@ namespace Orvane::Import::Scan {
 struct IndexedText
 {
     const char* text = nullptr;
-    std::uint64_t byte = 0; ///< where it begins
-    bool hasQuotes = false; ///< fields may have quotes around them
-    const AsciiReader::Kernels::NumberMarks* marks = nullptr; ///< as CellRun has them
+    std::uint64_t byte = 0;               ///< where it begins
+    bool hasQuotes = false;               ///< fields may have quotes around them
+    const std::uint64_t* marks = nullptr; ///< as CellRun has them
 };
 
 /// Tells rows from other records, and adds their cells to the profiles of the columns.
@@ -42,7 +42,14 @@ public:
 
     /// Whether a row of the table's count needs a look of its own by its first cell and its size.
     /// @param rest bytes after the first cell up to the line's end
-    [[nodiscard]] bool IsApart(std::string_view firstCell, std::size_t rest) const;
+    [[nodiscard]] bool IsApart(std::string_view firstCell, std::size_t rest) const
+    {
+        // After a blank line, blank, or nothing but separators after the first cell.
+        if (m_isAfterBlank || (rest + 1 <= m_columns && (m_columns > 1 || firstCell.size() < 2))) {
+            return true;
+        }
+        return !firstCell.empty() && MayBeginName(firstCell.front()) && IsNameCell(firstCell);
+    }
 
     /// Adds rows of the table's count, one per line.
     /// @param ends where fields end, `rows` times the table's count; one position stands before
@@ -99,7 +106,15 @@ private:
     [[nodiscard]] bool IsNull(std::string_view cell) const;
     [[nodiscard]] bool IsSparse(std::string_view text, const Record& record) const;
     void CutCells(std::string_view text, const Record& record);
+
+    [[nodiscard]] bool MayBeginName(char unit) const
+    {
+        const auto first = static_cast<unsigned char>(unit);
+        return m_nameSizes[first] != 0 || first <= ' ' || first == '"';
+    }
+
     [[nodiscard]] bool IsName(std::string_view cell) const;
+    [[nodiscard]] bool IsNameCell(std::string_view cell) const;
     [[nodiscard]] bool IsInFurtherTable(const Position& position) const;
     [[nodiscard]] bool AreOtherNames(const std::vector<std::string_view>& cells) const;
     [[nodiscard]] bool IsMisfit(const std::vector<std::string>& cells) const;
