@@ -2,6 +2,7 @@
 #include "Interrupt.h"
 
 #include "FailureWords.h"
+#include "OpenFiles.h"
 
 #include <csignal>
 #include <fcntl.h>
@@ -25,10 +26,14 @@ extern "C" {
 static void OrvaneHostHandleSignal(int /*signal*/)
 {
     const auto isIn = [](EPhase phase) { return currentPhase == static_cast<int>(phase); };
-    const bool waits = isIn(EPhase::Writing) ||
-                       ((isIn(EPhase::Reading) || isIn(EPhase::Looking)) && !flag.IsRequested());
+    const bool isFirst = !flag.IsRequested();
+    const bool waits =
+        isIn(EPhase::Writing) || ((isIn(EPhase::Reading) || isIn(EPhase::Looking)) && isFirst);
     flag.Request();
     if (waits) {
+        if (isFirst && isIn(EPhase::Writing)) {
+            HoldOpenFiles();
+        }
         return;
     }
     const auto written =

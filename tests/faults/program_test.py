@@ -3,6 +3,7 @@
 import contextlib
 import errno
 import fcntl
+import glob
 import json
 import os
 import pty
@@ -264,6 +265,24 @@ class SignalPointsTest(FaultsTest):
                 outcomes[outcome] = outcomes.get(outcome, 0) + 1
                 self.assertEqual(os.listdir(self.path("cache")), [])
         self.assertGreater(outcomes.get("stopped", 0), 0, outcomes)
+        self.wait_until_nobody_holds_files()
+
+    def wait_until_nobody_holds_files(self):
+        """An interrupted import leaves a process that keeps its files open, but not for long."""
+        deadline = time.monotonic() + 30
+        while held := self.find_held_files():
+            self.assertLess(time.monotonic(), deadline, held)
+            time.sleep(0.02)
+
+    def find_held_files(self):
+        """Files of the folder, removed ones too, that a program has open."""
+        held = []
+        for link in glob.glob("/proc/[0-9]*/fd/*"):
+            with contextlib.suppress(OSError):
+                name = os.readlink(link)
+                if name.startswith(self.folder + "/"):
+                    held.append(name)
+        return held
 
     def count_rows(self, name):
         """Rows of the one layer of a GeoPackage."""
