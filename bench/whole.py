@@ -9,8 +9,9 @@ seconds, CPU seconds (all threads, user and system) and peak memory are those of
 ratios are formed within rounds; their median is reported, and the least and the most beside it. The
 rows of both outputs must be equal, as GDAL counts them, or the comparison fails.
 
-With --read the reading alone is compared instead: the scan (`orvane plan`), the bare reader in
-memory, and the read side of an import (plan and reading, without writing).
+With --read the reading alone is compared instead: the read side of an import (`orvane_bench_plan`:
+plan and reading, without writing) with the bare reader (`orvane_bench_import`), each with one thread
+into a layer that is kept. The set `gaps` is B with 30 of 100 attributes empty.
 
 With --postgis the output is a table of a PostgreSQL server that is started for it, with fsync off:
 against `ogr2ogr` with COPY, and against the server's own COPY of the same rows from a binary file,
@@ -20,9 +21,11 @@ With --threads an import to GeoPackage with two threads is compared with one of 
 """
 
 import argparse
+import csv
 import json
 import os
 import pathlib
+import random
 import shutil
 import statistics
 import subprocess
@@ -32,7 +35,13 @@ import time
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 sys.path.insert(0, str(ROOT / "tests/postgis"))
-AXES = {"A": ("x", "y", "z"), "B": ("x", "y", None), "C": ("c0", "c1", None)}
+AXES = {
+    "A": ("x", "y", "z"),
+    "B": ("x", "y", None),
+    "C": ("c0", "c1", None),
+    "gaps": ("x", "y", None),
+}
+TEXTS = ("B", "gaps")
 FORMATS = {
     "gpkg": "GPKG",
     "fgb": "FlatGeobuf",
@@ -76,10 +85,26 @@ def parse_arguments():
     return parser.parse_args()
 
 
+def make_gaps(source, target):
+    """Rows of B with 30 of 100 cells of population, elevation, kind, remark and score empty."""
+    random.seed(1)
+    with source.open(newline="", encoding="utf-8") as rows, target.open(
+        "w", newline="", encoding="utf-8"
+    ) as file:
+        reader = csv.reader(rows)
+        writer = csv.writer(file, lineterminator="\n")
+        writer.writerow(next(reader))
+        for row in reader:
+            writer.writerow(row[:4] + ["" if random.random() < 0.3 else cell for cell in row[4:]])
+
+
 def make_file(arguments, name):
     arguments.data.mkdir(parents=True, exist_ok=True)
     path = arguments.data / (name + (f"-{arguments.rows}" if arguments.rows else "") + ".csv")
-    if not path.exists():
+    if not path.exists() and name == "gaps":
+        make_gaps(make_file(arguments, "B"), path.with_suffix(".part"))
+        path.with_suffix(".part").rename(path)
+    elif not path.exists():
         command = [arguments.build / "bin/orvane_generate", name, path.with_suffix(".part")]
         if arguments.rows:
             command += ["--rows", str(arguments.rows)]
@@ -174,32 +199,39 @@ def value_of(text, key):
 
 def compare_reading(arguments):
     module = arguments.build / "bin/AsciiReader.so"
-    print("| set | bare read s | plan s | plan MB/s | read side of an import s | over the bare read |")
-    print("|---|---:|---:|---:|---:|---:|")
+    print(
+        "| set | bare read, CPU s | plan, CPU s | plan MB/s | read by the plan, CPU s "
+        "| both over the bare read, CPU | both over the bare read, wall | peak of the plan, MiB |"
+    )
+    print("|---|---:|---:|---:|---:|---:|---:|---:|")
     for name in arguments.sets.split(","):
         path = make_file(arguments, name)
-        x, y, z = AXES[name]
+        axes = [axis for axis in AXES[name] if axis]
         header = path.open("rb").readline().decode().strip().replace('"', "").split(",")
-        options = [f"{axis}_COLUMN={header.index(c)}" for axis, c in zip("XYZ", (x, y, z)) if c]
-        options += ["FIRST_LINE_COLUMN_NAMES=true"] + (["CODEC=UTF-8"] if name == "B" else [])
-        bare, plan, side = [], [], []
+        options = [f"{axis}_COLUMN={header.index(c)}" for axis, c in zip("XYZ", axes)]
+        options += ["FIRST_LINE_COLUMN_NAMES=true"] + (["CODEC=UTF-8"] if name in TEXTS else [])
+        bare, side = [], []
         for _ in range(arguments.rounds):
-            text = Run([arguments.build / "bin/orvane_bench_import", module, path, *options]).text
-            bare.append(value_of(text, "open_wall_s") + value_of(text, "read_wall_s"))
-            with tempfile.TemporaryDirectory(dir=arguments.data) as folder:
-                out = pathlib.Path(folder) / "out.csv"
-                command = [arguments.build / "bin/orvane", "import", path, out, "--json"]
-                for axis, column in zip("xyz", (x, y, z)):
-                    command += [f"--{axis}", column] if column else []
-                report = json.loads(Run(command).text)
-            plan.append(report["seconds"]["plan"])
-            side.append(report["seconds"]["plan"] + report["seconds"]["read"])
-        ratios = [a / b for a, b in zip(side, bare)]
-        size = path.stat().st_size / 1e6
+            bare.append(Run([arguments.build / "bin/orvane_bench_import", module, path, *options]).text)
+            side.append(Run([arguments.build / "bin/orvane_bench_plan", path, *axes]).text)
+            for key in ("rows", "points"):
+                if value_of(bare[-1], key) != value_of(side[-1], key):
+                    sys.exit(f"{name}: the numbers of {key} differ")
+
+        def seconds(texts, clock, *parts):
+            return [sum(value_of(text, f"{part}_{clock}_s") for part in parts) for text in texts]
+
+        ratios = {}
+        for clock in ("cpu", "wall"):
+            pairs = zip(seconds(side, clock, "plan", "read"), seconds(bare, clock, "open", "read"))
+            ratios[clock] = spread([a / b for a, b in pairs])
+        plan = statistics.median(seconds(side, "cpu", "plan"))
         print(
-            f"| {name} | {statistics.median(bare):.3f} | {statistics.median(plan):.3f} "
-            f"| {size / statistics.median(plan):.0f} | {statistics.median(side):.3f} "
-            f"| {spread(ratios)} |",
+            f"| {name} | {statistics.median(seconds(bare, 'cpu', 'open', 'read')):.3f} | {plan:.3f} "
+            f"| {path.stat().st_size / 1e6 / plan:.0f} "
+            f"| {statistics.median(seconds(side, 'cpu', 'read')):.3f} "
+            f"| {ratios['cpu']} | {ratios['wall']} "
+            f"| {max(value_of(text, 'plan_peak_bytes') for text in side) / 1048576:.0f} |",
             flush=True,
         )
 
