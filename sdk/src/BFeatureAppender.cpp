@@ -114,10 +114,9 @@ void ReserveColumn(BColumnData& column, std::size_t rows)
     VisitColumn(column, [rows](auto& array) { RowsOf(array).Reserve(rows); });
 }
 
-/// Reserves what a page that was filled before has used.
-void ReserveLike(BFeaturePage& page, const BFeaturePage& like)
+/// Reserves what a page that was filled before has used. @param rows of that page
+void ReserveLike(BFeaturePage& page, const BFeaturePage& like, std::size_t rows)
 {
-    const std::size_t rows = like.rowCount;
     page.x.Reserve(rows);
     page.y.Reserve(rows);
     page.z.Reserve(like.z.GetSize());
@@ -428,7 +427,7 @@ void BFeatureAppender::FinishIrregularRow(std::size_t rows)
         nextPage = std::move(m_preparedPage);
     } else if (isLast) {
         nextPage = MakePage(m_page->columns);
-        ReserveLike(*nextPage, *m_page);
+        ReserveLike(*nextPage, *m_page, end);
     }
     if (m_page->rowCount == 0) {
         m_features.EndLastPage();
