@@ -139,7 +139,7 @@ std::string MakeInput(Dice& dice)
 {
     FuzzOutput output;
     output.Byte(dice.Byte()).Byte(dice.Byte()).Byte(dice.Byte()).Byte(dice.Byte());
-    const std::string separator = dice.Pick<std::string>({",", ";", "|", "\t", " "});
+    const auto separator = dice.Pick<std::string>({",", ";", "|", "\t", " "});
     const auto columns = static_cast<std::size_t>(dice.Between(1, 6));
     const auto rows = static_cast<std::size_t>(dice.Between(1, 60));
     std::string text = dice.Chance(10) ? "\xEF\xBB\xBF" : "";

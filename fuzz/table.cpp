@@ -207,7 +207,7 @@ std::string MakeInput(Dice& dice)
     output.Byte(dice.Byte()).Byte(dice.Byte()).Byte(dice.Byte());
     const bool isOther = dice.Chance(25);
     output.Byte(isOther ? 1 : 0);
-    const std::string separator = dice.Pick<std::string>({",", ";", "|", "\t", " "});
+    const auto separator = dice.Pick<std::string>({",", ";", "|", "\t", " "});
     const auto columns = static_cast<std::size_t>(dice.Between(1, 6));
     const auto makeText = [&](int most) {
         const auto rows = static_cast<std::size_t>(dice.Between(1, most));
