@@ -426,7 +426,12 @@ std::string AdviseArguments(const ImportFailure& failure, const std::vector<std:
     if (failure.Is("no-point")) {
         const std::vector<std::string> others =
             WithoutOption(WithoutOption(WithoutOption(words, "--x"), "--y"), "--z");
-        return "--x and --y name other columns. To import the table without points:\n" +
+        std::string text = "--x and --y name other columns. ";
+        for (const Orvane::Import::PlanAnswer& answer : failure.GetFields().answers) {
+            text += "They look swapped; the other way round:\n" +
+                    CommandLineWith(others, ArgumentsOf(answer));
+        }
+        return text + "To import the table without points:\n" +
                CommandLineWith(others, {"--no-points"}) + DescribeColumns(failure.GetFields());
     }
     if (failure.Is("unknown-codec")) {

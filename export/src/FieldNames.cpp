@@ -106,9 +106,12 @@ NameFields(const Orvane::BVectorLayer& layer, const LayerCounts& counts, const E
         const std::string wantedName = wanted.name.ToUtf8();
         const std::string name = giver.Give(wantedName, named.fields.size() + 1);
         if (name != wantedName) {
-            std::string text = "column " + std::to_string(named.fields.size() + 1);
-            text.append(" '").append(wantedName).append("' is named '");
-            text.append(name).append("' in the file");
+            std::string text = "a column without a name";
+            if (!wantedName.empty()) {
+                text = "the column '";
+                text.append(wantedName).append("'");
+            }
+            text.append(" is named '").append(name).append("' in the output");
             named.notes.push_back({"field-name", std::move(text)});
         }
         named.fields.push_back({name, wanted.type});

@@ -216,7 +216,7 @@ private:
             if (wanted != name) {
                 m_fields.notes.push_back(
                     {"field-name",
-                     "the column '" + wanted + "' is named '" + name + "' in the file"});
+                     "the column '" + wanted + "' is named '" + name + "' in the output"});
                 wanted = name;
             }
         }

@@ -39,7 +39,7 @@ std::string NameLayer(const WriteRequest& request, std::vector<Note>& notes)
     if (name.empty() || isReserved) {
         std::string free = name.empty() ? "layer" : "layer_" + name;
         notes.push_back(
-            {"layer-name", "the layer '" + name + "' is named '" + free + "' in the file"});
+            {"layer-name", "the layer '" + name + "' is named '" + free + "' in the output"});
         return free;
     }
     return name;

@@ -38,13 +38,13 @@ void ReportLosses(const LossCounts& counts,
             add("not-an-integer",
                 counts.notOfType[index],
                 " values of the 64-bit column '" + name +
-                    "' are no 64-bit integers and are null in the file",
+                    "' are no 64-bit integers and are null in the output",
                 name.c_str());
         } else {
             add("not-a-date",
                 counts.notOfType[index],
                 " values of the column '" + name +
-                    "' are no dates or times of its type and are null in the file",
+                    "' are no dates or times of its type and are null in the output",
                 name.c_str());
         }
     }
@@ -52,19 +52,19 @@ void ReportLosses(const LossCounts& counts,
         add("fraction",
             counts.cutFractions[index],
             " times of the column '" + fields[index].name +
-                "' have less digits after their seconds in the file",
+                "' have less digits after their seconds in the output",
             fields[index].name.c_str());
     }
-    add("not-finite", counts.notFinite, " numbers are not finite and are null in the file", "");
+    add("not-finite", counts.notFinite, " numbers are not finite and are null in the output", "");
     add("digits",
         counts.longNumbers,
         " numbers and coordinates have more than 15 digits, and the format may keep less of them",
         "");
-    add("null-as-zero", counts.zeroNulls, " nulls of numbers are 0 in the file", "");
-    add("nul", counts.withNul, " NUL characters of texts are U+FFFD in the file", "");
+    add("null-as-zero", counts.zeroNulls, " nulls of numbers are 0 in the output", "");
+    add("nul", counts.withNul, " NUL characters of texts are U+FFFD in the output", "");
     add("no-place",
         counts.withoutPlace,
-        " points have an X or Y that is no number and no geometry in the file",
+        " points have an X or Y that is no number and no geometry in the output",
         "");
 }
 

@@ -652,6 +652,13 @@ private:
         fields.columns = SampleColumns(m_plan);
         fields.hasColumnNames = m_plan.shape.hasNames.value;
         fields.isPlanned = true;
+        const auto& findings = m_plan.findings;
+        if (std::any_of(findings.begin(), findings.end(), [](const PlanFinding& finding) {
+                return finding.code == "axes-swapped";
+            })) {
+            fields.answers.push_back(
+                {m_plan.coordinates.value.y, m_plan.coordinates.value.x, {}, {}});
+        }
         throw ImportFailure(std::move(fields));
     }
 

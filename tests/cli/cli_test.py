@@ -1649,7 +1649,7 @@ class ImportFormatsTest(CliTest):
         self.assertEqual(result.status, 0)
         names = [field[0] for field in self.dump("out.shp")["fields"]]
         self.assertEqual(names, ["a long col", "a long c_1", "A", "a_1", "C7"])
-        self.assertIn("orvane: note: column 4 'a' is named 'a_1' in the file\n", result.err)
+        self.assertIn("orvane: note: the column 'a' is named 'a_1' in the output\n", result.err)
 
     def test_a_shapefile_replaces_all_of_an_old_one(self):
         self.write("s.csv", "x,y,a\n1,2,3\n")
@@ -1832,8 +1832,8 @@ class OddValuesTest(CliTest):
             (result.status, result.err),
             (0,
              PLUGIN_RULES +
-             "orvane: note: column 3 'name' is named 'name_1' in the file\n"
-             "orvane: note: column 4 '' is named 'C4' in the file\n"
+             "orvane: note: the column 'name' is named 'name_1' in the output\n"
+             "orvane: note: a column without a name is named 'C4' in the output\n"
              "orvane: note: 1 values of the 64-bit column 'name_1' are no 64-bit integers and are null in the file\n"
              "orvane: note: 1 numbers are not finite and are null in the file\n"
              "orvane: note: 1 NUL characters of texts are U+FFFD in the file\n"

@@ -272,7 +272,7 @@ class GdalFormatsTest(ByPlanTest):
         self.write("a.csv", "lon,lat,v\n8.5,47.25,\n7.5,46.75,0.5\n")
         result = self.run_orvane("import", "a.csv", "o.mif")
         self.assertEqual(result.status, 1)
-        self.assertIn("1 nulls of numbers are 0 in the file", result.err)
+        self.assertIn("1 nulls of numbers are 0 in the output", result.err)
 
     def test_what_a_format_cannot_hold_is_refused_and_the_old_file_stays(self):
         self.write("a.csv", self.ROWS)
@@ -552,6 +552,15 @@ class QuestionsTest(ByPlanTest):
         self.assertIn(" rows do not fit the table; --on-bad quarantine puts such rows aside.", result.err)
         commands = self.commands_in(result.err)
         self.assertEqual(commands, ["orvane import --no-points --on-bad quarantine log.txt"])
+        self.assertEqual(self.run_shell(commands[0]).returncode, 0)
+
+    def test_swapped_columns_are_offered_the_other_way_round(self):
+        self.write("a.csv", "id,lon,lat\n" + "".join(f"{i},30.{i}5,120.{i}5\n" for i in range(9)))
+        result = self.run_orvane("import", "a.csv", "a.csv.gpkg")
+        self.assertEqual(result.status, 1)
+        commands = self.commands_in(result.err)
+        self.assertEqual(commands, ["orvane import --x 2 --y 1 a.csv a.csv.gpkg",
+                                    "orvane import --no-points a.csv a.csv.gpkg"])
         self.assertEqual(self.run_shell(commands[0]).returncode, 0)
 
     def test_a_long_list_of_columns_is_cut(self):

@@ -48,6 +48,24 @@ struct SampleValues
             values.begin(), values.end(), [&](double value) { return std::abs(value) <= limit; }));
     }
 
+    /// Whether nine of ten values are in range, or one number that stands for none, such as -9999,
+    /// and at least half are in range.
+    [[nodiscard]] bool IsNearlyWithin(double limit) const
+    {
+        std::size_t within = 0;
+        std::size_t sentinels = 0;
+        double sentinel = 0;
+        for (const double value : values) {
+            if (std::abs(value) <= limit) {
+                ++within;
+            } else if (sentinels == 0 || value == sentinel) {
+                sentinel = value;
+                ++sentinels;
+            }
+        }
+        return within * 2 >= values.size() && (within + sentinels) * 10 >= values.size() * 9;
+    }
+
     /// Rule: 99 of 100 values in range make a column of degrees.
     [[nodiscard]] bool IsWithin(double limit) const
     {
@@ -160,10 +178,9 @@ void ReadForm(bool isNamed, const Column& first, const Column& second, Pair& pai
 {
     const SampleValues& x = first.sample;
     const SampleValues& y = second.sample;
-    // Rule: under names of degrees values are degrees, also where one in ten is out of range, or
-    // where latitudes are: that is pointed out.
-    const bool isNearly = isNamed && y.CountWithin(360) * 10 >= y.values.size() * 9 &&
-                          x.CountWithin(360) * 10 >= x.values.size() * 9;
+    // Rule: under names of degrees values are degrees, also where one in ten is out of range, where
+    // one number stands for none, or where latitudes are past 90: that is pointed out.
+    const bool isNearly = isNamed && y.IsNearlyWithin(360) && x.IsNearlyWithin(360);
     pair.isDegrees =
         isNearly || (y.IsWithin(90) && x.IsWithin(360) && x.decimals * 2 > x.values.size());
     // Rule: packed degrees go far past 360, where no longitude is.

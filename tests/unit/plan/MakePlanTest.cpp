@@ -493,6 +493,20 @@ TEST(MakePlan, UnpacksDegreesOfGivenColumns)
     EXPECT_EQ(neither.coordinates.value.notation, EPlanNotation::Cartesian);
 }
 
+TEST(MakePlan, DegreesStayDegreesBesideANumberThatStandsForNone)
+{
+    std::string bytes = "id,lat,lon\n";
+    for (int row = 0; row < 40; ++row) {
+        bytes += std::to_string(row) + (row % 5 == 0 ? ",-9999,-9999\n" : ",47.5,8.25\n");
+    }
+    const Plan plan = PlanOf(bytes);
+    EXPECT_EQ(plan.coordinates.value.notation, EPlanNotation::Decimal);
+    EXPECT_EQ(plan.coordinateSystem.value, "EPSG:4326");
+    EXPECT_TRUE(HasFinding(plan, "latitude-out-of-range"));
+    const Plan metres = PlanOf("id,lat,lon\n1,5247300.25,465120.5\n2,5247310.25,465220.5\n");
+    EXPECT_EQ(metres.coordinates.value.notation, EPlanNotation::Cartesian);
+}
+
 TEST(MakePlan, AsksWhichSideOfTheLettersIsMeant)
 {
     const Plan plan = PlanOf("10.5;N;47.5;W;8.5\n11.5;S;46.5;E;7.5\n");

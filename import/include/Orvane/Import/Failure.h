@@ -108,7 +108,7 @@ struct UnderlyingTexts
 ///                              `fieldsExpected` how many are allowed; `value` the encoding when most
 ///                              of them are no text of it
 ///         no-row-fits          all rows are bad; otherwise as bad-rows
-///         no-point             no row has a point; `columns`
+///         no-point             no row has a point; `columns`, and `answers` where X and Y look swapped
 ///         plan-unfit           the file does not fit the plan that is to be followed; `line`
 ///         reader               the reader fails for another reason; `underneath`
 ///     Output
