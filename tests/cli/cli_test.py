@@ -1834,10 +1834,10 @@ class OddValuesTest(CliTest):
              PLUGIN_RULES +
              "orvane: note: the column 'name' is named 'name_1' in the output\n"
              "orvane: note: a column without a name is named 'C4' in the output\n"
-             "orvane: note: 1 values of the 64-bit column 'name_1' are no 64-bit integers and are null in the file\n"
-             "orvane: note: 1 numbers are not finite and are null in the file\n"
-             "orvane: note: 1 NUL characters of texts are U+FFFD in the file\n"
-             "orvane: note: 1 points have an X or Y that is no number and no geometry in the file\n"))
+             "orvane: note: 1 values of the 64-bit column 'name_1' are no 64-bit integers and are null in the output\n"
+             "orvane: note: 1 numbers are not finite and are null in the output\n"
+             "orvane: note: 1 NUL characters of texts are U+FFFD in the output\n"
+             "orvane: note: 1 points have an X or Y that is no number and no geometry in the output\n"))
         dump = self.dump("odd.gpkg")
         self.assertEqual(
             [field[0] for field in dump["fields"]],

@@ -759,7 +759,7 @@ class LedgerTest(ByPlanTest):
         result = self.run_orvane("import", "a.csv", "a.fgb")
         self.assertEqual(result.status, 1)
         self.assertIn("orvane: a.fgb is written, but it is not all of the file:\n"
-                      "  1 NUL characters of texts are U+FFFD in the file.\n", result.err)
+                      "  1 NUL characters of texts are U+FFFD in the output.\n", result.err)
         self.assertEqual(len(self.rows("a.fgb")), 3)
         self.assertFalse(self.report("a.csv", "a.fgb", status=1)["ok"])
 
