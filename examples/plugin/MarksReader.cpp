@@ -6,19 +6,13 @@
 // begin with "#" are skipped.
 //
 // Read with it: docs/plugin.md.
-#include <Orvane/BDataManagerProxy.h>
-#include <Orvane/BException.h>
-#include <Orvane/BFeatureAppender.h>
 #include <Orvane/BNumbers.h>
-#include <Orvane/BVectorDataReader.h>
-#include <Orvane/Constants.h>
+#include <Orvane/BTableReader.h>
 
 #include <array>
 #include <cstddef>
-#include <cstdint>
 #include <fstream>
 #include <iterator>
-#include <memory>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -29,35 +23,20 @@ using namespace Orvane;
 
 constexpr std::size_t kColumnCount = 5;
 
-class MarksReader : public BVectorDataReader
+class MarksReader : public BTableReader
 {
 public:
-    using BVectorDataReader::BVectorDataReader;
-
-    ~MarksReader() override { MarksReader::DoClose(); }
-
-    bool IsOpen() override { return m_layer != nullptr; }
-
-    bool SupportsQuery(const BString& query) override { return query == QUERY_COLUMNS; }
+    using BTableReader::BTableReader;
 
     BParamList GetFilePreview(const BString& query) override
     {
-        BParamList answer;
         if (!SupportsQuery(query)) {
-            return answer;
+            return {};
         }
-        if (!IsOpen()) {
-            throw BDataManagerException("MarksReader::GetFilePreview", "The reader is not open.");
-        }
+        RequireOpen("MarksReader::GetFilePreview");
         ReadFields();
         m_fields.resize(kColumnCount);
-        for (std::size_t index = 0; index < kColumnCount; ++index) {
-            answer.Add(BString::FromInteger(static_cast<std::int64_t>(index)),
-                       std::vector<BString>{m_names[index], m_fields[index]});
-        }
-        answer.Add(FIRST_LINE_COLUMN_NAMES, "1");
-        answer.Add(NUM_COLUMNS, static_cast<std::int32_t>(kColumnCount));
-        return answer;
+        return MakePreview(m_names, {m_fields.begin(), m_fields.end()});
     }
 
 protected:
@@ -77,27 +56,28 @@ protected:
             throw Failure("MarksReader::Open", "does not name five columns");
         }
         m_names.assign(m_fields.begin(), m_fields.end());
-        AddLayer(coordSys);
+        BAttributeDef kind;
+        kind.SetName(m_names[4]);
+        kind.SetType(EVariantType::Int32);
+        BAttributeDefs schema;
+        schema.Add(kind);
+        BVectorLayer& layer = AddLayer("marks", schema); // from here on the reader is open
+        if (const std::size_t colon = coordSys.find(u':'); colon != BString::npos) {
+            layer.SetCoordSys(MakeShared<BCoordSys>(coordSys.Left(colon), coordSys.Mid(colon + 1)));
+        }
     }
 
     void DoClose() override
     {
         m_file = std::ifstream();
         m_line = 0;
-        m_layer = nullptr;
+        BTableReader::DoClose();
     }
 
     void DoRead() override
     {
-        BFeatureAppender appender(m_layer->GetFeatures(), {{m_names[4], EVariantType::Int32}});
-        const std::int32_t limit = GetParams().GetInteger(MAX_RECORDS);
-        unsigned rows = 0;
-        bool goesOn = true;
-        while (goesOn && ReadFields()) {
-            if (limit > 0 && rows == static_cast<unsigned>(limit)) {
-                SetFailureFlag(1);
-                break;
-            }
+        BFeatureAppender appender(GetLayer().GetFeatures(), {{m_names[4], EVariantType::Int32}});
+        while (WantsRow() && ReadFields() && !IsBeyondLimit()) {
             if (m_fields.size() != kColumnCount) {
                 throw Failure("MarksReader::Read", "does not hold the five fields of a mark");
             }
@@ -107,35 +87,12 @@ protected:
             const std::string name = BString(m_fields[0]).ToUtf8(); // valid whatever the file holds
             appender.AddInt32(BNumbers::Atoi(m_fields[4]));
             appender.EndRow(EPointKind::XYZ, x, y, z, name, ETextEncoding::Utf8);
-            goesOn = ReportProgress(++rows, 0);
+            CountRow();
         }
-        // The last report says how many rows there are; the host may cancel even then.
-        goesOn = (GetProgress() == nullptr || GetProgress()->Report(rows, 0)) && goesOn;
-        SetStatus(goesOn ? EManagerStatus::kDone : EManagerStatus::kCancelled);
+        EndRead();
     }
 
 private:
-    void AddLayer(const BString& coordSys)
-    {
-        BAttributeDef kind;
-        kind.SetName(m_names[4]);
-        kind.SetType(EVariantType::Int32);
-        BAttributeDefs schema;
-        schema.Add(kind);
-        const auto layer = UsingDiskCache() ? MakeShared<BVectorLayer>(GetDiskCacheBaseName(),
-                                                                       GetDiskCachePageSize())
-                                            : MakeShared<BVectorLayer>();
-        layer->SetName("marks");
-        layer->SetSchema(schema);
-        const std::size_t colon = coordSys.find(u':');
-        if (colon != BString::npos) {
-            layer->SetCoordSys(
-                MakeShared<BCoordSys>(coordSys.Left(colon), coordSys.Mid(colon + 1)));
-        }
-        GetLayers().Add(layer);
-        m_layer = layer; // from here on the reader is open
-    }
-
     /// Splits the next line that says something into m_fields. @return false at the end
     bool ReadFields()
     {
@@ -175,38 +132,10 @@ private:
     int m_line = 0; ///< number of the line read last, from 1
     std::vector<std::string> m_fields;
     std::vector<BString> m_names;
-    BSharedPtr<BVectorLayer> m_layer;
 };
 
-class MarksProxy : public BDataManagerProxy
-{
-public:
-    bool CanRead(const BString& dataSourceType) override { return dataSourceType == "DS_MARKS"; }
-
-    bool CanRead(const BString& dataSourceType, const BParamList& /*params*/) override
-    {
-        return CanRead(dataSourceType);
-    }
-
-    BDataReader* CreateReader(const BString& path,
-                              const BParamList& params,
-                              BCoordSysRepository* coordSysRepository,
-                              BLogger* logger) override
-    {
-        auto reader = std::make_unique<MarksReader>(path, params);
-        reader->SetManagerFlags(EManagerFlag::kReads | EManagerFlag::kVectorData);
-        Initialize(reader.get(), coordSysRepository, logger);
-        return reader.release();
-    }
-};
-
-MarksProxy theProxy;
+BReaderProxy<MarksReader> theProxy("DS_MARKS");
 
 } // namespace
 
-extern "C" ORVANE_PLUGIN_EXPORT BDataManagerProxy* GetDataMgrProxy();
-
-extern "C" ORVANE_PLUGIN_EXPORT BDataManagerProxy* GetDataMgrProxy()
-{
-    return &theProxy;
-}
+ORVANE_PLUGIN_PROXY(theProxy)
