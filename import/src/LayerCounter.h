@@ -31,6 +31,7 @@ private:
     void TakeBackValues(const BFeaturePage& page, std::size_t row);
     void AddField(const BString& name, EVariantType type);
     void CountObject(const BFeature& object);
+    void CountPoints(const BFeaturePage& page);
     void CountPageRow(const BFeaturePage& page, std::size_t row);
 
     std::size_t m_fieldCount;

@@ -37,6 +37,11 @@ void LayerCounter::Add(const SourcePage& source)
     }
     CountValues(page);
     m_counts.rows += page.GetRowCount();
+    const bool hasObjects = source.features != nullptr && source.features->GetObjectRowCount() > 0;
+    if (!hasObjects && page.pointKinds.IsEmpty()) {
+        CountPoints(page);
+        return;
+    }
     for (std::size_t row = 0; row < page.GetRowCount(); ++row) {
         const BFeature* const object = source.features != nullptr
                                            ? source.features->GetObjectRow(source.firstRow + row)
@@ -47,6 +52,21 @@ void LayerCounter::Add(const SourcePage& source)
         } else {
             CountPageRow(page, row);
         }
+    }
+}
+
+/// All rows have points of one kind, or none has one.
+void LayerCounter::CountPoints(const BFeaturePage& page)
+{
+    if (page.uniformPointKind == EPointKind::None) {
+        return;
+    }
+    const std::size_t rows = page.GetRowCount();
+    m_counts.points += rows;
+    m_counts.withHeight += page.uniformPointKind == EPointKind::XYZ ? rows : 0;
+    for (std::size_t row = 0; row < rows; ++row) {
+        const bool hasPlace = std::isfinite(page.x[row]) && std::isfinite(page.y[row]);
+        m_counts.withoutPlace += hasPlace ? 0U : 1U;
     }
 }
 

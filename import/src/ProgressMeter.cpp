@@ -18,6 +18,7 @@ void ThrowCancelled()
 
 ProgressMeter::ProgressMeter(const Callbacks& callbacks, EPhase phase, std::uint64_t rowsTotal)
     : m_callbacks(callbacks)
+    , m_cancel(callbacks.cancel)
     , m_lastCall(Clock::now())
 {
     m_state.phase = phase;

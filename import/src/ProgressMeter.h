@@ -45,7 +45,7 @@ public:
 
     [[nodiscard]] bool IsCancelRequested() const noexcept
     {
-        return m_callbacks.cancel != nullptr && m_callbacks.cancel->IsRequested();
+        return m_cancel != nullptr && m_cancel->IsRequested();
     }
 
 private:
@@ -56,6 +56,7 @@ private:
     static constexpr std::uint64_t kRowsBetween = 4096;
 
     const Callbacks& m_callbacks;
+    const CancelFlag* m_cancel; ///< of the callbacks: it is asked for each row
     ProgressState m_state;
     Clock::time_point m_lastCall;
     std::exception_ptr m_thrown;

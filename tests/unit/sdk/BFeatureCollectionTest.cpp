@@ -5,7 +5,13 @@
 
 #include <gtest/gtest.h>
 
+#include <bit>
+#include <cmath>
+#include <cstdint>
+#include <iterator>
+#include <limits>
 #include <optional>
+#include <random>
 #include <stdexcept>
 #include <utility>
 #include <vector>
@@ -398,6 +404,46 @@ TEST(BFeatureCollection, KeepsItsValuesAliveForFeaturesInUse)
     others.Add(held[0]);
     held[0].Reset();
     ExpectFeature(*others.GetAt(0), 0);
+}
+
+TEST(BFeatureCollectionGetMBB, IsTheBoxAroundThePointsOneByOneToTheBit)
+{
+    constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+    constexpr double kInfinity = std::numeric_limits<double>::infinity();
+    constexpr double kOdd[] = {0.0, -0.0, kNaN, kInfinity, -kInfinity};
+    std::mt19937_64 dice(5);
+    const auto bitsOf = [](const BMBB& box) {
+        std::vector<std::uint64_t> bits;
+        for (const double end : {box.minX, box.minY, box.minZ, box.maxX, box.maxY, box.maxZ}) {
+            bits.push_back(std::isnan(end) ? 1 : std::bit_cast<std::uint64_t>(end));
+        }
+        return bits;
+    };
+    for (int turn = 0; turn < 3000; ++turn) {
+        // Few rows of a page, so that all places in it are met; odd values in some turns only.
+        BFeatureCollection features(7);
+        BFeatureAppender appender(features, {});
+        BMBB expected;
+        const EPointKind kind = turn % 3 == 0 ? EPointKind::XY : EPointKind::XYZ;
+        const auto any = [&] {
+            const bool isOdd = turn % 2 == 0 && dice() % 8 == 0;
+            return isOdd ? kOdd[dice() % std::size(kOdd)]
+                         : static_cast<double>(dice() % 5) - (turn % 5 == 0 ? 0.0 : 2.0);
+        };
+        const std::uint64_t rows = dice() % 20;
+        for (std::uint32_t row = 0; row < rows; ++row) {
+            const double x = any();
+            const double y = any();
+            const double z = any();
+            appender.EndRow(kind, x, y, z, row);
+            if (kind == EPointKind::XY) {
+                expected.Include(x, y);
+            } else {
+                expected.Include(x, y, z);
+            }
+        }
+        ASSERT_EQ(bitsOf(features.GetMBB()), bitsOf(expected)) << turn;
+    }
 }
 
 TEST(BFeatureCollectionClear, DropsEverythingAndStartsAgain)
