@@ -13,6 +13,7 @@ import pathlib
 import shlex
 import sys
 
+import whole
 from compare_data import COMPARED, WORST_CASES, data_folder, make_datasets, make_files
 from compare_readers import ComparisonError, check_figures, find_readers, run_reader
 from compare_report import Results, describe_machine, machine_name, write_report
@@ -30,6 +31,9 @@ OURS = {
     "preview": ["A", "B", "C", "E", "A-many", "wide-wide", *WORST_CASES],
 }
 SETS = [*COMPARED, *OURS]
+# Whole imports to closed outputs: sets, formats and rows of whole.py.
+WHOLE_SETS = "A,B,C"
+WHOLE_ROWS_QUICK = 2000
 SPECIAL_ON_A = {"orvane-all-rows", "orvane-sse2", "from-chars"}
 
 
@@ -47,7 +51,7 @@ def entries_of(set_name, readers):
 def parse_arguments():
     parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
     listed = lambda text: [word for word in text.split(",") if word]
-    parser.add_argument("--sets", type=listed, default=SETS, help="of " + ",".join(SETS))
+    parser.add_argument("--sets", type=listed, default=SETS, help="of " + ",".join([*SETS, *whole.MODES]))
     parser.add_argument("--readers", type=listed, default=[], help="families or names; those asked for must be there")
     parser.add_argument("--rounds", type=int, help="counted rounds (6, quick: 1)")
     parser.add_argument("--warm-up", type=int, help="rounds before them (1, quick: 0)")
@@ -62,7 +66,7 @@ def parse_arguments():
     arguments = parser.parse_args()
     arguments.load = os.getloadavg()[0]
     for name in arguments.sets:
-        if name not in SETS:
+        if name not in SETS and name not in whole.MODES:
             parser.error(f"there is no set '{name}'")
     if arguments.rounds is None:
         arguments.rounds = 1 if arguments.quick else 6
@@ -118,6 +122,23 @@ def run_set(set_name, arguments, readers, datasets, data, results):
         print(f"{set_name}: {label}", file=sys.stderr, flush=True)
 
 
+def run_whole(set_name, arguments):
+    """The lines of a table of whole imports."""
+    wanted = argparse.Namespace(
+        sets=WHOLE_SETS,
+        formats="gpkg,geojsonl" if arguments.quick else ",".join(whole.FORMATS),
+        rounds=arguments.rounds,
+        rows=WHOLE_ROWS_QUICK if arguments.quick else None,
+        build=arguments.bin.parent,
+        data=data_folder(arguments.data),
+    )
+    lines = []
+    for line in whole.MODES[set_name](wanted):
+        print(f"{set_name}: {line}", file=sys.stderr, flush=True)
+        lines.append(line)
+    return lines
+
+
 def main():
     arguments = parse_arguments()
     try:
@@ -128,7 +149,10 @@ def main():
         data = data_folder(arguments.data)
         results = Results(datasets, data)
         for set_name in arguments.sets:
-            run_set(set_name, arguments, readers, datasets, data, results)
+            if set_name in whole.MODES:
+                results.whole[set_name] = run_whole(set_name, arguments)
+            else:
+                run_set(set_name, arguments, readers, datasets, data, results)
     except ComparisonError as error:
         print(f"compare: {error}", file=sys.stderr)
         return 1

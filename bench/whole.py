@@ -2,7 +2,10 @@
 """Whole imports against `ogr2ogr`: from a file to a closed, complete output.
 
     bench/whole.py [--sets A,B,C] [--formats gpkg,fgb,geojsonl,geojson,csv] [--rounds 3] [--rows N]
-    bench/whole.py --read | --postgis | --threads [--sets A]
+    bench/whole.py --read | --postgis | --threads | --floor [--sets A]
+
+`bench/compare.py --sets whole,whole-read,whole-threads,whole-floor,whole-postgis` runs the same and
+can save it.
 
 In each round every program runs once per set and format, in turn, as a process of its own; wall
 seconds, CPU seconds (all threads, user and system) and peak memory are those of the process. The
@@ -17,7 +20,12 @@ With --postgis the output is a table of a PostgreSQL server that is started for 
 against `ogr2ogr` with COPY, and against the server's own COPY of the same rows from a binary file,
 with primary key, spatial index and ANALYZE, as one transaction.
 
-With --threads an import to GeoPackage with two threads is compared with one of one thread.
+With --threads an import to GeoPackage with two threads is compared with one of one thread, and so
+is `orvane read`, whose columns are given.
+
+With --floor an import to GeoPackage is compared with what SQLite's library needs at the least for
+the bare inserts of the same rows and of the finished index, a prepared statement per table run once
+per row, when all of that is in memory already.
 """
 
 import argparse
@@ -35,6 +43,10 @@ import time
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 sys.path.insert(0, str(ROOT / "tests/postgis"))
+sys.path.insert(0, str(ROOT / "bench"))
+
+from compare_readers import ComparisonError  # noqa: E402
+
 AXES = {
     "A": ("x", "y", "z"),
     "B": ("x", "y", None),
@@ -64,7 +76,7 @@ class Run:
             output.seek(0)
             self.text = output.read().decode(errors="replace")
         if process.returncode != 0:
-            sys.exit(f"{' '.join(map(str, command))}\n{self.text}")
+            raise ComparisonError(f"{' '.join(map(str, command))}\n{self.text}")
         self.cpu = usage.ru_utime + usage.ru_stime
         self.peak = usage.ru_maxrss / 1024
 
@@ -80,6 +92,7 @@ def parse_arguments():
     parser.add_argument("--read", action="store_true", help="compare the reading alone")
     parser.add_argument("--postgis", action="store_true", help="compare tables of a database")
     parser.add_argument("--threads", action="store_true", help="compare two threads with one")
+    parser.add_argument("--floor", action="store_true", help="compare with SQLite's bare inserts")
     parser.add_argument("--build", type=pathlib.Path, default=ROOT / "build/release")
     parser.add_argument("--data", type=pathlib.Path, default=ROOT / "build/bench-data")
     return parser.parse_args()
@@ -127,8 +140,8 @@ def commands_for(arguments, name, path, extension, folder):
         gdal += ["-oo", f"{axis.upper()}_POSSIBLE_NAMES={column}"]
     if extension == "csv":
         gdal += ["-lco", "GEOMETRY=AS_XYZ" if z else "GEOMETRY=AS_XY"]
-    elif extension == "geojson":
-        # Rule of the format: degrees; the sets' coordinates are within them.
+    elif extension.startswith("geojson"):
+        # Rule of the formats: degrees; the sets' coordinates are within them.
         ours += ["--crs", "EPSG:4326"]
         gdal += ["-a_srs", "EPSG:4326"]
     return {"orvane": ours, "ogr2ogr": gdal}
@@ -147,7 +160,7 @@ def count_rows(path):
     for line in text.stdout.decode(errors="replace").splitlines():
         if line.startswith("Feature Count:"):
             return int(line.split(":")[1])
-    sys.exit(f"{path}: no rows are counted")
+    raise ComparisonError(f"{path}: no rows are counted")
 
 
 def spread(values):
@@ -155,8 +168,8 @@ def spread(values):
 
 
 def compare_targets(arguments):
-    print("| set | format | program | wall s | CPU s | peak MiB | wall over ours | CPU over ours |")
-    print("|---|---|---|---:|---:|---:|---:|---:|")
+    yield "| set | format | program | wall s | CPU s | peak MiB | wall over ours | CPU over ours |"
+    yield "|---|---|---|---:|---:|---:|---:|---:|"
     for name in arguments.sets.split(","):
         path = make_file(arguments, name)
         for extension in arguments.formats.split(","):
@@ -170,7 +183,7 @@ def compare_targets(arguments):
                     if number == 0:
                         rows = [count_rows(folder / f"{who}.{extension}") for who in ("ours", "gdal")]
                         if rows[0] != rows[1]:
-                            sys.exit(f"{name} to .{extension}: {rows[0]} rows, ogr2ogr {rows[1]}")
+                            raise ComparisonError(f"{name} to .{extension}: {rows[0]} rows, ogr2ogr {rows[1]}")
                 finally:
                     shutil.rmtree(folder)
             for program, results in runs.items():
@@ -181,12 +194,11 @@ def compare_targets(arguments):
                         f"| {spread([a.wall / b.wall for a, b in pairs])} "
                         f"| {spread([a.cpu / b.cpu for a, b in pairs])} |"
                     )
-                print(
+                yield (
                     f"| {name} | .{extension} | {program} "
                     f"| {statistics.median(run.wall for run in results):.2f} "
                     f"| {statistics.median(run.cpu for run in results):.2f} "
-                    f"| {max(run.peak for run in results):.0f} {ratios}",
-                    flush=True,
+                    f"| {max(run.peak for run in results):.0f} {ratios}"
                 )
 
 
@@ -194,29 +206,27 @@ def value_of(text, key):
     for line in text.splitlines():
         if line.startswith(key + " "):
             return float(line.split()[1])
-    sys.exit(f"no {key} in\n{text}")
+    raise ComparisonError(f"no {key} in\n{text}")
 
 
 def compare_reading(arguments):
     module = arguments.build / "bin/AsciiReader.so"
-    print(
+    yield (
         "| set | bare read, CPU s | plan, CPU s | plan MB/s | read by the plan, CPU s "
         "| both over the bare read, CPU | both over the bare read, wall | peak of the plan, MiB |"
     )
-    print("|---|---:|---:|---:|---:|---:|---:|---:|")
+    yield "|---|---:|---:|---:|---:|---:|---:|---:|"
     for name in arguments.sets.split(","):
         path = make_file(arguments, name)
         axes = [axis for axis in AXES[name] if axis]
-        header = path.open("rb").readline().decode().strip().replace('"', "").split(",")
-        options = [f"{axis}_COLUMN={header.index(c)}" for axis, c in zip("XYZ", axes)]
-        options += ["FIRST_LINE_COLUMN_NAMES=true"] + (["CODEC=UTF-8"] if name in TEXTS else [])
+        options = options_of(name, path)
         bare, side = [], []
         for _ in range(arguments.rounds):
             bare.append(Run([arguments.build / "bin/orvane_bench_import", module, path, *options]).text)
             side.append(Run([arguments.build / "bin/orvane_bench_plan", path, *axes]).text)
             for key in ("rows", "points"):
                 if value_of(bare[-1], key) != value_of(side[-1], key):
-                    sys.exit(f"{name}: the numbers of {key} differ")
+                    raise ComparisonError(f"{name}: the numbers of {key} differ")
 
         def seconds(texts, clock, *parts):
             return [sum(value_of(text, f"{part}_{clock}_s") for part in parts) for text in texts]
@@ -226,13 +236,12 @@ def compare_reading(arguments):
             pairs = zip(seconds(side, clock, "plan", "read"), seconds(bare, clock, "open", "read"))
             ratios[clock] = spread([a / b for a, b in pairs])
         plan = statistics.median(seconds(side, "cpu", "plan"))
-        print(
+        yield (
             f"| {name} | {statistics.median(seconds(bare, 'cpu', 'open', 'read')):.3f} | {plan:.3f} "
             f"| {path.stat().st_size / 1e6 / plan:.0f} "
             f"| {statistics.median(seconds(side, 'cpu', 'read')):.3f} "
             f"| {ratios['cpu']} | {ratios['wall']} "
-            f"| {max(value_of(text, 'plan_peak_bytes') for text in side) / 1048576:.0f} |",
-            flush=True,
+            f"| {max(value_of(text, 'plan_peak_bytes') for text in side) / 1048576:.0f} |"
         )
 
 
@@ -241,14 +250,14 @@ def compare_databases(arguments):
 
     binaries = sorted(pathlib.Path("/usr/lib/postgresql").glob("*/bin"))
     if not binaries:
-        sys.exit("There is no PostgreSQL server; scripts/install-deps test installs one.")
+        raise ComparisonError("There is no PostgreSQL server; scripts/install-deps test installs one.")
     os.environ["PGPASSWORD"] = PASSWORD
     server = Server(binaries[-1])
-    print("| set | program | wall s | client's CPU s | ours over COPY, wall | over ours, CPU |")
-    print("|---|---|---:|---:|---:|---:|")
+    yield "| set | program | wall s | client's CPU s | ours over COPY, wall | over ours, CPU |"
+    yield "|---|---|---:|---:|---:|---:|"
     try:
         for name in arguments.sets.split(","):
-            compare_tables(arguments, name, server)
+            yield from compare_tables(arguments, name, server)
     finally:
         server.stop()
 
@@ -283,48 +292,103 @@ def compare_tables(arguments, name, server):
         runs["ogr2ogr"].append(Run(commands["ogr2ogr"]))
         counts = [server.run_sql(f"SELECT count(*) FROM {table}") for table in ("ours", "gdal", "copied")]
         if len(set(counts)) != 1:
-            sys.exit(f"{name}: the tables have {', '.join(counts)} rows")
+            raise ComparisonError(f"{name}: the tables have {', '.join(counts)} rows")
     wall = spread([a.wall / b.wall for a, b in zip(runs["orvane"], runs["COPY"])])
     cpu = spread([a.cpu / b.cpu for a, b in zip(runs["ogr2ogr"], runs["orvane"])])
     for program, results in runs.items():
-        print(
+        yield (
             f"| {name} | {program} | {statistics.median(run.wall for run in results):.2f} "
             f"| {statistics.median(run.cpu for run in results):.2f} "
-            f"| {wall if program == 'COPY' else ''} | {cpu if program == 'ogr2ogr' else ''} |",
-            flush=True,
+            f"| {wall if program == 'COPY' else ''} | {cpu if program == 'ogr2ogr' else ''} |"
         )
+
+
+def options_of(name, path):
+    """The options by which the bare reader reads a set."""
+    header = path.open("rb").readline().decode().strip().replace('"', "").split(",")
+    options = [f"{axis}_COLUMN={header.index(c)}" for axis, c in zip("XYZ", AXES[name]) if c]
+    return options + ["FIRST_LINE_COLUMN_NAMES=true"] + (["CODEC=UTF-8"] if name in TEXTS else [])
 
 
 def compare_threads(arguments):
-    print("| set | one thread, wall s | two threads, wall s | one over two | peak MiB of two |")
-    print("|---|---:|---:|---:|---:|")
+    yield "| set | command | one thread, wall s | two threads, wall s | one over two | peak MiB of two |"
+    yield "|---|---|---:|---:|---:|---:|"
     for name in arguments.sets.split(","):
         path = make_file(arguments, name)
-        runs = {1: [], 2: []}
+        words = [word for option in options_of(name, path) for word in ("-o", option)]
+        read = [arguments.build / "bin/orvane", "read", path, *words, "-o", "AUTO_SCHEMA=true"]
+        runs = {("read", 1): [], ("read", 2): [], ("import to .gpkg", 1): [], ("import to .gpkg", 2): []}
         for _ in range(arguments.rounds):
-            for threads, results in runs.items():
+            for (what, threads), results in runs.items():
                 with tempfile.TemporaryDirectory(dir=arguments.data) as folder:
                     commands = commands_for(arguments, name, path, "gpkg", pathlib.Path(folder))
-                    results.append(Run([*commands["orvane"], "--threads", str(threads)]))
-        print(
-            f"| {name} | {statistics.median(run.wall for run in runs[1]):.2f} "
-            f"| {statistics.median(run.wall for run in runs[2]):.2f} "
-            f"| {spread([a.wall / b.wall for a, b in zip(runs[1], runs[2])])} "
-            f"| {max(run.peak for run in runs[2]):.0f} |",
-            flush=True,
+                    command = read if what == "read" else commands["orvane"]
+                    results.append(Run([*command, "--threads", str(threads)]))
+        for what in ("read", "import to .gpkg"):
+            one, two = runs[what, 1], runs[what, 2]
+            yield (
+                f"| {name} | {what} | {statistics.median(run.wall for run in one):.2f} "
+                f"| {statistics.median(run.wall for run in two):.2f} "
+                f"| {spread([a.wall / b.wall for a, b in zip(one, two)])} "
+                f"| {max(run.peak for run in two):.0f} |"
+            )
+
+
+def compare_floor(arguments):
+    yield (
+        "| set | rows and index alone, wall s | CPU s | whole import, two threads, wall s | over the floor "
+        "| one thread, wall s | over the floor | CPU over the floor |"
+    )
+    yield "|---|---:|---:|---:|---:|---:|---:|---:|"
+    bench = [arguments.build / "bin/orvane_bench_geopackage", arguments.build / "bin/AsciiReader.so"]
+    for name in arguments.sets.split(","):
+        path = make_file(arguments, name)
+        options = [*options_of(name, path), "AUTO_SCHEMA_ALL_ROWS=true"]
+        floor, ours = {"wall": [], "cpu": []}, {1: [], 2: []}
+        with tempfile.TemporaryDirectory(dir=arguments.data) as text:
+            folder = pathlib.Path(text)
+            # The index whose tables the floor inserts.
+            Run([*bench, path, folder / "index.gpkg", *options])
+            for _ in range(arguments.rounds):
+                for threads, results in ours.items():
+                    command = commands_for(arguments, name, path, "gpkg", folder)["orvane"]
+                    results.append(Run([*command, "--threads", str(threads)]))
+                rows = count_rows(folder / "ours.gpkg")
+                out = folder / "floor.gpkg"
+                answer = Run([*bench, path, out, f"--floor={folder / 'index.gpkg'}", *options]).text
+                if value_of(answer, "rows") != rows:
+                    raise ComparisonError(f"{name}: {rows} rows, the floor has others\n{answer}")
+                for clock, seconds in floor.items():
+                    parts = [value_of(answer, f"{part}_{clock}_s") for part in ("rows", "index")]
+                    seconds.append(sum(parts))
+        yield (
+            f"| {name} | {statistics.median(floor['wall']):.2f} | {statistics.median(floor['cpu']):.2f} "
+            f"| {statistics.median(run.wall for run in ours[2]):.2f} "
+            f"| {spread([a.wall / b for a, b in zip(ours[2], floor['wall'])])} "
+            f"| {statistics.median(run.wall for run in ours[1]):.2f} "
+            f"| {spread([a.wall / b for a, b in zip(ours[1], floor['wall'])])} "
+            f"| {spread([a.cpu / b for a, b in zip(ours[1], floor['cpu'])])} |"
         )
+
+
+# By the names that `compare.py --sets` has for them.
+MODES = {
+    "whole": compare_targets,
+    "whole-read": compare_reading,
+    "whole-threads": compare_threads,
+    "whole-floor": compare_floor,
+    "whole-postgis": compare_databases,
+}
 
 
 def main():
     arguments = parse_arguments()
-    if arguments.read:
-        compare_reading(arguments)
-    elif arguments.postgis:
-        compare_databases(arguments)
-    elif arguments.threads:
-        compare_threads(arguments)
-    else:
-        compare_targets(arguments)
+    asked = [name for name in MODES if getattr(arguments, name.removeprefix("whole-"), False)]
+    try:
+        for line in MODES[asked[0] if asked else "whole"](arguments):
+            print(line, flush=True)
+    except ComparisonError as error:
+        sys.exit(f"whole: {error}")
 
 
 if __name__ == "__main__":
