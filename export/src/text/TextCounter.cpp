@@ -4,6 +4,8 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
+#include <kernels/Bits.h>
+#include <kernels/Blocks.h>
 #include <stdexcept>
 
 namespace Orvane::Import {
@@ -103,7 +105,13 @@ void CsvCounter::EndRecord() noexcept
 void JsonCounter::Consume(std::string_view bytes)
 {
     std::size_t at = 0;
+    std::size_t singleUntil = 0;
     while (at < bytes.size()) {
+        if (m_depth > m_featureDepth && at >= singleUntil) {
+            at = SkipInside(bytes, at);
+            singleUntil = m_depth > m_featureDepth ? at + kBlockBytes : 0;
+            continue;
+        }
         if (m_isInText) {
             at = ConsumeInText(bytes, at);
             continue;
@@ -138,6 +146,38 @@ TargetCounts JsonCounter::GetCounts() const
         throw std::runtime_error("The last feature is cut short.");
     }
     return m_counts;
+}
+
+/// Inside of a feature's members names do not matter: 64 bytes at once, only the brackets outside
+/// of texts are looked at.
+std::size_t JsonCounter::SkipInside(std::string_view bytes, std::size_t at)
+{
+    namespace Kernels = AsciiReader::Kernels;
+    for (; bytes.size() - at >= kBlockBytes && !m_isEscaped; at += kBlockBytes) {
+        const auto block = Kernels::Block64::Load(bytes.data() + at);
+        if (block.Equal('\\') != 0) {
+            return at;
+        }
+        const std::uint64_t inText =
+            Kernels::PrefixXor(block.Equal('"')) ^ (m_isInText ? ~std::uint64_t{0} : 0);
+        std::uint64_t brackets =
+            (block.Equal('{') | block.Equal('}') | block.Equal('[') | block.Equal(']')) & ~inText;
+        for (; brackets != 0; brackets &= brackets - 1) {
+            const std::size_t place = at + Kernels::LowestBit(brackets);
+            const char bracket = bytes[place];
+            if (bracket == '{' || bracket == '[') {
+                Open(bracket);
+                continue;
+            }
+            Close(bracket);
+            if (m_depth <= m_featureDepth) {
+                m_isInText = false;
+                return place + 1;
+            }
+        }
+        m_isInText = inText >> (kBlockBytes - 1) != 0;
+    }
+    return at;
 }
 
 std::size_t JsonCounter::ConsumeInText(std::string_view bytes, std::size_t at)

@@ -84,6 +84,9 @@ public:
     [[nodiscard]] std::uint64_t CountRowsSoFar() const noexcept override { return m_counts.rows; }
 
 private:
+    /// Consumes bytes inside of a member of a feature, up to the member's end or to bytes that must
+    /// be looked at one by one. @return where it goes on
+    std::size_t SkipInside(std::string_view bytes, std::size_t at);
     /// Consumes of a text what is there. @return where it goes on
     std::size_t ConsumeInText(std::string_view bytes, std::size_t at);
     void EndText();
@@ -92,6 +95,7 @@ private:
 
     static constexpr std::size_t kDepths = 16; ///< deeper brackets are counted, not compared
     static constexpr std::size_t kKeyBytes = 16;
+    static constexpr std::size_t kBlockBytes = 64;
 
     std::size_t m_featureDepth;
     std::size_t m_depth = 0;
