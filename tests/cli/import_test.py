@@ -790,6 +790,17 @@ class ReplayTest(ByPlanTest):
             self.run_orvane("import", "a.csv", "--plan", "plan.json"), 1,
             "orvane: a.csv:1: The file does not fit the plan. The plan has 'lat,lon,n' in this line, and the file has "
             "'lat;lon;n'. Make a plan of this file.")
+        self.write("b.csv", "\n\nlat,lon,n\n" + "1.5,2.5,1\n" * 300)
+        self.write("later.json", self.succeed("plan", "b.csv", "--json").out)
+        self.assert_failure(
+            self.run_orvane("import", "a.csv", "--max-bad", "0", "--plan", "later.json"), 1,
+            "orvane: a.csv:3: The file does not fit the plan. The plan has 'lat,lon,n' in this line, and the file has "
+            "'1.5;2.5;1'. Make a plan of this file.")
+        self.write("short.csv", "lat,lon,n\n1.5,2.5,1\n")
+        self.assert_failure(
+            self.run_orvane("import", "short.csv", "--plan", "later.json"), 1,
+            "orvane: short.csv:3: The file does not fit the plan. The plan has 'lat,lon,n' in this line, and the file "
+            "has 2 lines. Make a plan of this file.")
         self.write("a.csv", "lat,lon,n\n" + "1.5,2.5,1\n" * 300 + "1.5,2.5,eleven\n")
         report = self.report("a.csv", "--plan", "plan.json")
         self.assertEqual(report["ledger"]["badRowsByReason"], {"value": 1})

@@ -12,6 +12,7 @@
 #include <cstddef>
 #include <limits>
 #include <memory>
+#include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
@@ -70,6 +71,16 @@ void CountLines(Plan& plan)
 
 void CheckHead(const Plan& plan)
 {
+    // What comes first: a file that ends before its names has no head to look at.
+    for (const PlanLines& lines : plan.shape.lines) {
+        if (lines.kind == EPlanLines::Names && lines.firstLine > plan.bytes.lines) {
+            FailToFit(plan.path,
+                      lines.firstLine,
+                      "The plan has " + Shown(lines.text) + " in this line, and the file has " +
+                          std::to_string(plan.bytes.lines) +
+                          (plan.bytes.lines == 1 ? " line." : " lines."));
+        }
+    }
     TableRequest request;
     request.makesPoints = false;
     TableWalk walk(plan, request);
