@@ -56,6 +56,8 @@ void Replace(Set& set, std::string_view kernel, const Set& from)
         set.markNumbers = from.markNumbers;
     } else if (kernel == "markCodes") {
         set.markCodes = from.markCodes;
+    } else if (kernel == "countBytes") {
+        set.countBytes = from.countBytes;
     } else {
         Refuse(kernel);
     }

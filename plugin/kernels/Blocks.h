@@ -5,7 +5,8 @@
 // linked into another. For the same reason they use nothing of the standard library but its integer
 // types.
 //
-//   struct Block64: Load(const char*), Equal(char), Digits() and HighBits() -> 64-bit mask
+//   struct Block64: Load(const char*); Equal(char), Digits(), Unprinted() and HighBits()
+//       -> 64-bit mask; unprinted is all below a blank and above 0x7F
 //   struct Block32: Load(const char*), Store(char*), Equal(char) and HighBits() -> 32-bit mask
 #pragma once
 

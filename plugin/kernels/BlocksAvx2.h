@@ -43,6 +43,13 @@ struct Block64
             _mm256_movemask_epi8(_mm256_cmpeq_epi8(_mm256_min_epu8(highValue, nine), highValue)));
     }
 
+    [[nodiscard]] std::uint64_t Unprinted() const
+    {
+        const __m256i blank = _mm256_set1_epi8(' ');
+        return Join(_mm256_movemask_epi8(_mm256_cmpgt_epi8(blank, low)),
+                    _mm256_movemask_epi8(_mm256_cmpgt_epi8(blank, high)));
+    }
+
     [[nodiscard]] std::uint64_t HighBits() const
     {
         return Join(_mm256_movemask_epi8(low), _mm256_movemask_epi8(high));

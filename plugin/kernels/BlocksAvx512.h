@@ -19,6 +19,11 @@ struct Block64
         return _mm512_cmpeq_epi8_mask(bytes, _mm512_set1_epi8(byte));
     }
 
+    [[nodiscard]] std::uint64_t Unprinted() const
+    {
+        return _mm512_cmplt_epi8_mask(bytes, _mm512_set1_epi8(' '));
+    }
+
     [[nodiscard]] std::uint64_t Digits() const
     {
         return _mm512_cmple_epu8_mask(_mm512_sub_epi8(bytes, _mm512_set1_epi8('0')),

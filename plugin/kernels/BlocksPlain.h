@@ -63,6 +63,15 @@ struct Block64
         return mask;
     }
 
+    [[nodiscard]] std::uint64_t Unprinted() const
+    {
+        std::uint64_t mask = 0;
+        for (unsigned at = 0; at < 64; ++at) {
+            mask |= std::uint64_t{static_cast<signed char>(text[at]) < ' '} << at;
+        }
+        return mask;
+    }
+
     [[nodiscard]] std::uint64_t HighBits() const
     {
         std::uint64_t mask = 0;

@@ -51,6 +51,17 @@ struct Block64
         return Join(masks);
     }
 
+    [[nodiscard]] std::uint64_t Unprinted() const
+    {
+        const __m128i blank = _mm_set1_epi8(' ');
+        unsigned masks[4];
+        for (std::size_t part = 0; part < 4; ++part) {
+            masks[part] =
+                static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpgt_epi8(blank, parts[part])));
+        }
+        return Join(masks);
+    }
+
     [[nodiscard]] std::uint64_t HighBits() const
     {
         unsigned masks[4];

@@ -14,6 +14,7 @@ const Set& GetAvx512()
         set.index = IndexWithAvx512;
         set.markNumbers = MarkNumbersWithAvx512;
         set.markCodes = MarkCodesWithAvx512;
+        set.countBytes = CountBytesWithAvx512;
         set.name = "avx512";
         return set;
     }();

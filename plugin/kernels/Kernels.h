@@ -97,6 +97,18 @@ struct Survey
     std::uint64_t highBytes = 0; ///< not 0 once a byte of 0x80 or more was seen
 };
 
+/// Bytes of some kinds; starts at nothing and adds up.
+struct ByteCounts
+{
+    std::uint64_t feeds = 0; ///< "\n"
+    std::uint64_t tabs = 0;
+    std::uint64_t quotes = 0;
+    std::uint64_t unprinted = 0; ///< below a blank or above 0x7F, feeds and tabs among them
+
+    /// Whether all else is printed ASCII.
+    [[nodiscard]] bool IsPlain() const { return unprinted == feeds + tabs; }
+};
+
 /// One set of kernels. All sets give the same results.
 struct Set
 {
@@ -153,6 +165,9 @@ struct Set
     /// @return whether there is one
     bool (*markCodes)(const char* text, std::size_t size, std::uint64_t* codes);
 
+    /// Adds the counts of text[0, size).
+    void (*countBytes)(const char* text, std::size_t size, ByteCounts& counts);
+
     const char* name;
 };
 
@@ -182,6 +197,7 @@ std::size_t IndexWithAvx512(const char* text,
                             std::uint32_t* positions);
 void MarkNumbersWithAvx512(const char* text, std::size_t size, std::uint64_t* marks);
 bool MarkCodesWithAvx512(const char* text, std::size_t size, std::uint64_t* codes);
+void CountBytesWithAvx512(const char* text, std::size_t size, ByteCounts& counts);
 #endif
 
 } // namespace AsciiReader::Kernels

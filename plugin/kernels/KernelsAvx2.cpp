@@ -3,6 +3,7 @@
 
 #if defined(__x86_64__)
 
+#include "kernels/ByteCounts.h"
 #include "kernels/Index.h"
 #include "kernels/NumberMarks.h"
 #include "kernels/NumbersAvx2.h"
@@ -23,6 +24,7 @@ const Set kAvx2 = {IndexText,
                    IsUtf8,
                    MarkNumbers,
                    MarkCodes,
+                   CountBytes,
                    "avx2"};
 
 } // namespace AsciiReader::Kernels

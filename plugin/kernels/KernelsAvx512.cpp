@@ -1,8 +1,10 @@
-// For processors with AVX-512 VBMI2: the index, which writes sixteen positions at once, and marks.
+// For processors with AVX-512 VBMI2: the index, which writes sixteen positions at once, and what
+// compares bytes with several others.
 #include "kernels/Kernels.h"
 
 #if defined(__x86_64__)
 
+#include "kernels/ByteCounts.h"
 #include "kernels/Index.h"
 #include "kernels/NumberMarks.h"
 
@@ -26,6 +28,11 @@ void MarkNumbersWithAvx512(const char* text, std::size_t size, std::uint64_t* ma
 bool MarkCodesWithAvx512(const char* text, std::size_t size, std::uint64_t* codes)
 {
     return MarkCodes(text, size, codes);
+}
+
+void CountBytesWithAvx512(const char* text, std::size_t size, ByteCounts& counts)
+{
+    CountBytes(text, size, counts);
 }
 
 } // namespace AsciiReader::Kernels

@@ -1,4 +1,5 @@
 // The kernels of every processor; with SSE2 where that is part of the architecture.
+#include "kernels/ByteCounts.h"
 #include "kernels/Index.h"
 #include "kernels/Kernels.h"
 #include "kernels/NumberMarks.h"
@@ -31,6 +32,7 @@ const Set kGeneric = {IndexText,
                       IsUtf8,
                       MarkNumbers,
                       MarkCodes,
+                      CountBytes,
                       "generic"};
 
 } // namespace AsciiReader::Kernels

@@ -3,6 +3,7 @@
 
 #if defined(__x86_64__)
 
+#include "kernels/ByteCounts.h"
 #include "kernels/Index.h"
 #include "kernels/NumberMarks.h"
 #include "kernels/NumbersOneByOne.h"
@@ -23,6 +24,7 @@ const Set kSse41 = {IndexText,
                     IsUtf8,
                     MarkNumbers,
                     MarkCodes,
+                    CountBytes,
                     "sse4.1"};
 
 } // namespace AsciiReader::Kernels

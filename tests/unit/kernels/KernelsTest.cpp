@@ -647,6 +647,36 @@ TEST(KernelsMarks, AreThoseOfAPlainLoop)
     }
 }
 
+TEST(KernelsCountBytes, AddUpWhatAPlainLoopCounts)
+{
+    static const std::string kUnits = "a1 ~\x7F\n\t\"\r\x1F\x80\xFF";
+    std::mt19937 random(12);
+    for (std::size_t size = 0; size < 300; ++size) {
+        std::string text;
+        while (text.size() < size) {
+            text.push_back(random() % 20 == 0 ? '\0' : kUnits[random() % kUnits.size()]);
+        }
+        const auto count = [&](const auto& isCounted) {
+            return static_cast<std::uint64_t>(std::count_if(text.begin(), text.end(), isCounted));
+        };
+        const std::string padded = Padded(text);
+        for (const Set* set : AllSets()) {
+            ByteCounts counts;
+            counts.tabs = 5;
+            set->countBytes(padded.data(), size, counts);
+            ASSERT_EQ(count([](char unit) { return unit == '\n'; }), counts.feeds) << set->name;
+            ASSERT_EQ(count([](char unit) { return unit == '\t'; }) + 5, counts.tabs) << set->name;
+            ASSERT_EQ(count([](char unit) { return unit == '"'; }), counts.quotes) << set->name;
+            ASSERT_EQ(count([](char unit) {
+                          return static_cast<unsigned char>(unit) < ' ' ||
+                                 static_cast<unsigned char>(unit) > 0x7F;
+                      }),
+                      counts.unprinted)
+                << set->name;
+        }
+    }
+}
+
 TEST(KernelsIsUtf8, SaysWhatAPlainCheckSaysOfEveryPairOfBytes)
 {
     for (const std::size_t place : {0U, 13U, 14U, 15U, 16U, 62U, 63U, 64U, 70U}) {

@@ -15,26 +15,23 @@ namespace {
 constexpr std::size_t kMostSequences = 16;
 constexpr std::size_t kMostHighLines = std::size_t{64} * 1024;
 
-struct Counts
+/// What is hardly ever in a text.
+struct RareCounts
 {
-    std::uint64_t feeds = 0;
     std::uint64_t returns = 0;
     std::uint64_t both = 0;
     std::uint64_t nuls = 0;
-    std::uint64_t quotes = 0;
     std::uint64_t highs = 0;
     std::uint64_t controlZs = 0;
 };
 
-void CountBytes(std::string_view text, Counts& counts) noexcept
+void CountRareBytes(std::string_view text, RareCounts& counts) noexcept
 {
     for (std::size_t at = 0; at < text.size(); ++at) {
         const char unit = text[at];
-        counts.feeds += unit == '\n' ? 1U : 0U;
         counts.returns += unit == '\r' ? 1U : 0U;
         counts.both += unit == '\n' && at > 0 && text[at - 1] == '\r' ? 1U : 0U;
         counts.nuls += unit == '\0' ? 1U : 0U;
-        counts.quotes += unit == '"' ? 1U : 0U;
         counts.highs += static_cast<signed char>(unit) < 0 ? 1U : 0U;
         counts.controlZs += unit == '\x1A' ? 1U : 0U;
     }
@@ -49,96 +46,45 @@ std::uint64_t Sum(__m128i counters) noexcept
            static_cast<std::uint64_t>(_mm_cvtsi128_si64(_mm_unpackhi_epi64(sums, sums)));
 }
 
-/// Sixteen bytes at a time.
-class VectorCounter
+/// Counts in whole vectors and returns how many bytes were counted.
+std::size_t CountRareVectors(std::string_view text, RareCounts& counts) noexcept
 {
-public:
-    explicit VectorCounter(Counts& counts)
-        : m_counts(counts)
-    {}
-
-    /// At most kMostVectors. Nearly all texts are line feeds, quotes, tabs and what is printed of
-    /// ASCII; all else is asked for only where there is something else.
-    void Add(const char* text, std::size_t vectors) noexcept
-    {
-        const __m128i zero = _mm_setzero_si128();
-        __m128i feeds = zero;
-        __m128i quotes = zero;
-        __m128i tabs = zero;
-        __m128i unprinted = zero;
-        for (std::size_t at = 0; at < vectors; ++at) {
-            const __m128i bytes = Load(text, at);
-            feeds = _mm_sub_epi8(feeds, _mm_cmpeq_epi8(bytes, _mm_set1_epi8('\n')));
-            quotes = _mm_sub_epi8(quotes, _mm_cmpeq_epi8(bytes, _mm_set1_epi8('"')));
-            tabs = _mm_sub_epi8(tabs, _mm_cmpeq_epi8(bytes, _mm_set1_epi8('\t')));
-            // High bytes are below zero.
-            unprinted = _mm_sub_epi8(unprinted, _mm_cmpgt_epi8(_mm_set1_epi8(' '), bytes));
-        }
-        const std::uint64_t feedCount = Sum(feeds);
-        m_counts.feeds += feedCount;
-        m_counts.quotes += Sum(quotes);
-        if (Sum(unprinted) != feedCount + Sum(tabs)) {
-            AddUnprinted(text, vectors);
-        } else {
-            m_before = zero;
-        }
-    }
-
-    /// Counters of 8 bits last for so many.
-    static constexpr std::size_t kMostVectors = 255;
-
-private:
-    static __m128i Load(const char* text, std::size_t at) noexcept
-    {
-        return _mm_loadu_si128(reinterpret_cast<const __m128i*>(text + at * 16));
-    }
-
-    void AddUnprinted(const char* text, std::size_t vectors) noexcept
-    {
-        const __m128i zero = _mm_setzero_si128();
+    const std::size_t vectors = text.size() / 16;
+    const char* at = text.data();
+    const __m128i zero = _mm_setzero_si128();
+    __m128i before = zero;
+    for (std::size_t done = 0; done < vectors;) {
+        // Counters of 8 bits last for 255 vectors.
+        const std::size_t now = std::min<std::size_t>(vectors - done, 255);
         __m128i returns = zero;
         __m128i both = zero;
         __m128i highs = zero;
         __m128i nuls = zero;
         __m128i controlZs = zero;
-        for (std::size_t at = 0; at < vectors; ++at) {
-            const __m128i bytes = Load(text, at);
+        for (std::size_t i = 0; i < now; ++i, at += 16) {
+            const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(at));
             const __m128i isFeed = _mm_cmpeq_epi8(bytes, _mm_set1_epi8('\n'));
             const __m128i isReturn = _mm_cmpeq_epi8(bytes, _mm_set1_epi8('\r'));
             const __m128i afterReturn =
-                _mm_or_si128(_mm_slli_si128(isReturn, 1), _mm_srli_si128(m_before, 15));
-            m_before = isReturn;
+                _mm_or_si128(_mm_slli_si128(isReturn, 1), _mm_srli_si128(before, 15));
+            before = isReturn;
             returns = _mm_sub_epi8(returns, isReturn);
             both = _mm_sub_epi8(both, _mm_and_si128(isFeed, afterReturn));
             highs = _mm_sub_epi8(highs, _mm_cmpgt_epi8(zero, bytes));
             nuls = _mm_sub_epi8(nuls, _mm_cmpeq_epi8(bytes, zero));
             controlZs = _mm_sub_epi8(controlZs, _mm_cmpeq_epi8(bytes, _mm_set1_epi8('\x1A')));
         }
-        m_counts.returns += Sum(returns);
-        m_counts.both += Sum(both);
-        m_counts.highs += Sum(highs);
-        m_counts.nuls += Sum(nuls);
-        m_counts.controlZs += Sum(controlZs);
-    }
-
-    Counts& m_counts;
-    __m128i m_before = _mm_setzero_si128(); ///< returns of the vector before
-};
-
-/// Counts in whole vectors and returns how many bytes were counted.
-std::size_t CountVectors(std::string_view text, Counts& counts) noexcept
-{
-    const std::size_t vectors = text.size() / 16;
-    VectorCounter counter(counts);
-    for (std::size_t done = 0; done < vectors;) {
-        const std::size_t now = std::min(vectors - done, VectorCounter::kMostVectors);
-        counter.Add(text.data() + done * 16, now);
+        counts.returns += Sum(returns);
+        counts.both += Sum(both);
+        counts.highs += Sum(highs);
+        counts.nuls += Sum(nuls);
+        counts.controlZs += Sum(controlZs);
         done += now;
     }
     return vectors * 16;
 }
 #else
-std::size_t CountVectors(std::string_view /*text*/, Counts& /*counts*/) noexcept
+std::size_t CountRareVectors(std::string_view /*text*/, RareCounts& /*counts*/) noexcept
 {
     return 0;
 }
@@ -181,14 +127,33 @@ std::size_t ReadSequence(std::string_view text, std::uint32_t& character) noexce
 
 } // namespace
 
-void ByteFacts::Add(std::string_view piece)
+void ByteFacts::Add(std::string_view piece, const AsciiReader::Kernels::ByteCounts& counts)
 {
     if (piece.empty()) {
         return;
     }
-    Counts counts;
-    const std::size_t counted = CountVectors(piece, counts);
-    CountBytes(piece.substr(counted), counts);
+    lineFeeds += counts.feeds;
+    quotes += counts.quotes;
+    if (!counts.IsPlain()) {
+        AddRareBytes(piece);
+    }
+    endsWithControlZ = piece.back() == '\x1A';
+    endsWithLineEnd = piece.back() == '\n' || piece.back() == '\r';
+    size += piece.size();
+}
+
+void ByteFacts::Add(std::string_view piece)
+{
+    AsciiReader::Kernels::ByteCounts counts;
+    AsciiReader::Kernels::Best().countBytes(piece.data(), piece.size(), counts);
+    Add(piece, counts);
+}
+
+void ByteFacts::AddRareBytes(std::string_view piece)
+{
+    RareCounts counts;
+    const std::size_t counted = CountRareVectors(piece, counts);
+    CountRareBytes(piece.substr(counted), counts);
     if (counted > 0 && counted < piece.size() && piece[counted - 1] == '\r' &&
         piece[counted] == '\n') {
         ++counts.both;
@@ -196,19 +161,14 @@ void ByteFacts::Add(std::string_view piece)
     if (counts.nuls > 0 && nuls == 0) {
         firstNul = size + piece.find('\0');
     }
-    lineFeeds += counts.feeds;
     returns += counts.returns;
     returnsAndFeeds += counts.both;
     nuls += counts.nuls;
-    quotes += counts.quotes;
     controlZs += counts.controlZs;
     highBytes += counts.highs;
-    endsWithControlZ = piece.back() == '\x1A';
-    endsWithLineEnd = piece.back() == '\n' || piece.back() == '\r';
     if (counts.highs > 0) {
         AddHighBytes(piece);
     }
-    size += piece.size();
 }
 
 void ByteFacts::AddHighBytes(std::string_view piece)

@@ -4,6 +4,7 @@
 #include <bitset>
 #include <cstddef>
 #include <cstdint>
+#include <kernels/Kernels.h>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -17,6 +18,9 @@ public:
     /// Adds a piece that ends at a line's end, or is the last one, so that no UTF-8 sequence and no
     /// `\r\n` is cut. 16 bytes after it must be readable.
     void Add(std::string_view piece);
+
+    /// The same for a piece whose bytes were counted.
+    void Add(std::string_view piece, const AsciiReader::Kernels::ByteCounts& counts);
 
     std::uint64_t size = 0;
     std::uint64_t lineFeeds = 0;       ///< `\n`, those of `\r\n` among them
@@ -43,6 +47,7 @@ public:
     }
 
 private:
+    void AddRareBytes(std::string_view piece);
     void AddHighBytes(std::string_view piece);
 };
 

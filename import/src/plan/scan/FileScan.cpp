@@ -34,8 +34,10 @@ public:
     {
         m_source.Rewind();
         while (Fill()) {
+            m_countedSize = 0;
             const std::size_t used = m_isSkipping ? SkipLine() : Consume();
-            m_facts.bytes.Add({m_buffer.data(), used});
+            const std::string_view piece(m_buffer.data(), used);
+            used == m_countedSize ? m_facts.bytes.Add(piece, m_counts) : m_facts.bytes.Add(piece);
             std::memmove(m_buffer.data(), m_buffer.data() + used, m_size - used);
             m_size -= used;
             m_byte += used;
@@ -151,9 +153,11 @@ private:
         structure.separator =
             dialect.separation == ESeparation::OneColumn ? lineEnd : dialect.separator;
         structure.lineEnd = lineEnd;
+        m_counts = {};
+        AsciiReader::Kernels::Best().countBytes(m_buffer.data() + from, to - from, m_counts);
+        m_countedSize = from == 0 ? to : 0;
         structure.hasQuotes = dialect.quote == '"' &&
-                              dialect.separation == ESeparation::Character &&
-                              std::memchr(m_buffer.data() + from, '"', to - from) != nullptr;
+                              dialect.separation == ESeparation::Character && m_counts.quotes > 0;
         AsciiReader::Kernels::IndexState state;
         std::uint32_t* positions = m_positions.data() + 1;
         positions[-1] = static_cast<std::uint32_t>(from) - 1;
@@ -163,7 +167,7 @@ private:
             positions[count++] = static_cast<std::uint32_t>(to);
             ++state.lineEnds;
         }
-        if (count == 0 || HasNulBlock(from, to)) {
+        if (count == 0 || (!m_counts.IsPlain() && HasNulBlock(from, to))) {
             return from;
         }
         std::size_t openers = 0;
@@ -173,7 +177,8 @@ private:
                    m_buffer[positions[count - 1]] != lineEnd) {
                 --count;
             }
-            if (count == 0 || !AreQuotesClean(positions, count, lineEnd, state.lineEnds, openers)) {
+            if (count == 0 ||
+                !AreQuotesClean(positions, count, to, lineEnd, state.lineEnds, openers)) {
                 return from;
             }
         }
@@ -182,8 +187,10 @@ private:
 
     /// Whether every quote opens or closes a field or is one of a pair inside, and no line ends
     /// inside quotes.
+    /// @param countedTo where the bytes of m_counts end
     bool AreQuotesClean(const std::uint32_t* positions,
                         std::size_t count,
+                        std::size_t countedTo,
                         char lineEnd,
                         std::size_t lines,
                         std::size_t& openers) const
@@ -220,14 +227,14 @@ private:
                 clean += 2;
             }
         }
-        AsciiReader::Kernels::Survey survey;
-        AsciiReader::Kernels::Best().survey(text + from, to - from, survey);
         const std::string_view piece(text + from, to - from);
-        const std::size_t ends = CountByte(piece, lineEnd);
+        const std::string_view rest(text + to, countedTo - to);
+        const std::size_t ends =
+            lineEnd == '\n' ? m_counts.feeds - CountByte(rest, '\n') : CountByte(piece, lineEnd);
         const bool hasBreaks = lineEnd == '\r'
                                    ? std::memchr(text + from, '\n', to - from) != nullptr
-                                   : survey.returns != 0 && CountByte(piece, '\r') != returns;
-        return clean == survey.quotes && !hasBreaks &&
+                                   : !m_counts.IsPlain() && CountByte(piece, '\r') != returns;
+        return clean == m_counts.quotes - CountByte(rest, '"') && !hasBreaks &&
                ends + (to == m_size && text[to - 1] != lineEnd ? 1U : 0U) == lines;
     }
 
@@ -331,6 +338,8 @@ private:
     bool m_isSkipping = false;
     std::vector<std::uint32_t> m_positions;
     std::vector<std::uint64_t> m_marks;
+    AsciiReader::Kernels::ByteCounts m_counts; ///< of what was indexed last
+    std::size_t m_countedSize = 0; ///< where that ends; 0: nothing from the buffer's begin
     Record m_record;
     decltype(AsciiReader::Kernels::Set::index) m_index = AsciiReader::Kernels::Best().index;
 };
