@@ -11,6 +11,7 @@
 #include <cstring>
 #include <map>
 #include <mutex>
+#include <string_view>
 #include <system_error>
 #include <unistd.h>
 #include <utility>
@@ -21,13 +22,16 @@ namespace Orvane::Import {
 class WriterState
 {
 public:
-    WriterState(std::uint64_t number, CheckedFiles::Step step)
+    WriterState(std::uint64_t number, CheckedFiles::EUse use, CheckedFiles::Step step)
         : m_number(number)
+        , m_use(use)
         , m_step(std::move(step))
     {}
 
     /// The writer's, which begins the names of its files.
     [[nodiscard]] std::uint64_t GetNumber() const noexcept { return m_number; }
+
+    [[nodiscard]] bool MayWrite() const noexcept { return m_use == CheckedFiles::EUse::Writing; }
 
     /// Keeps errno unless there is a failure already.
     void Keep() noexcept
@@ -50,6 +54,7 @@ public:
 
 private:
     std::uint64_t m_number;
+    CheckedFiles::EUse m_use;
     CheckedFiles::Step m_step;
     bool m_isStopped = false;
     std::atomic<int> m_error{0};
@@ -70,10 +75,10 @@ public:
         return registry;
     }
 
-    std::shared_ptr<WriterState> Add(CheckedFiles::Step step)
+    std::shared_ptr<WriterState> Add(CheckedFiles::EUse use, CheckedFiles::Step step)
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
-        auto added = std::make_shared<WriterState>(++m_lastNumber, std::move(step));
+        auto added = std::make_shared<WriterState>(++m_lastNumber, use, std::move(step));
         m_writers.emplace(m_lastNumber, added);
         return added;
     }
@@ -151,6 +156,11 @@ void* Open(void* /*data*/, const char* name, const char* access)
     auto file = std::make_unique<OpenFile>();
     file->writer = Registry::Get().Find(name);
     if (file->writer == nullptr) {
+        return nullptr;
+    }
+    if (!file->writer->MayWrite() &&
+        std::string_view(access).find_first_of("wa+") != std::string::npos) {
+        errno = EROFS;
         return nullptr;
     }
     errno = 0;
@@ -286,8 +296,8 @@ bool Install()
 
 } // namespace
 
-CheckedFiles::CheckedFiles(Step step)
-    : m_writer(Registry::Get().Add(std::move(step)))
+CheckedFiles::CheckedFiles(EUse use, Step step)
+    : m_writer(Registry::Get().Add(use, std::move(step)))
 {
     static const bool isInstalled = Install();
     if (isInstalled) {

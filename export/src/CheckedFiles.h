@@ -26,7 +26,13 @@ public:
     /// file.
     using Step = std::function<bool()>;
 
-    explicit CheckedFiles(Step step);
+    enum class EUse {
+        Writing,
+        Reading ///< no file can be made or changed: some formats' readers would leave files of
+                ///< their own
+    };
+
+    CheckedFiles(EUse use, Step step);
     ~CheckedFiles();
     CheckedFiles(const CheckedFiles&) = delete;
     CheckedFiles& operator=(const CheckedFiles&) = delete;

@@ -337,7 +337,7 @@ CountByGdal(const std::filesystem::path& file, const ExportFormat& format, const
     TargetCounts counts;
     // Some drivers read all of a file when they open it.
     std::exception_ptr thrown;
-    const CheckedFiles files([&] {
+    const CheckedFiles files(CheckedFiles::EUse::Reading, [&] {
         try {
             follow(counts.rows);
         } catch (...) {

@@ -78,7 +78,7 @@ public:
         , m_fields(NameFields(request.layer, request.counts, request.format))
         , m_hasGeometry(request.target.hasGeometry || NeedsGeometry())
         , m_hasHeights(request.target.hasGeometry && request.counts.withHeight > 0)
-        , m_files([this] { return m_request.progress.Report(m_rows); })
+        , m_files(CheckedFiles::EUse::Writing, [this] { return m_request.progress.Report(m_rows); })
     {}
 
     ~GdalWriter() = default;
