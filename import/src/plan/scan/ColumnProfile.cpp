@@ -595,6 +595,7 @@ void ColumnProfile::AddMarked(const CellRun& run)
     const std::size_t places = m_plain.size() - 1;
     const std::uint32_t* end = run.ends;
     std::uint64_t quoted = 0;
+    Rising rising;
     for (std::size_t row = 0; row < rows; ++row, end += stride) {
         const RunCell cell = CutCell(text, end, kHasQuotes, kHasReturns);
         if (cell.length <= kShort) {
@@ -609,10 +610,16 @@ void ColumnProfile::AddMarked(const CellRun& run)
                     ++slot.count;
                     quoted += kHasQuotes && cell.isQuoted ? 1U : 0U;
                     if (__builtin_expect(high - slot.above >= slot.between, 0)) {
-                        const std::size_t rest = cell.length > 8 ? cell.length - 8 : 0;
-                        AddExtreme(slot,
-                                   {high, HighHalf(text + cell.begin + 8) & kFilled[rest]},
-                                   {run.line + row, run.byte + cell.begin});
+                        const bool isLargest = high > slot.above + slot.between;
+                        if (!isLargest || rising.slot != &slot) {
+                            Settle(run, rising);
+                        }
+                        rising = {&slot, row};
+                        if (isLargest) {
+                            slot.between = high - slot.above;
+                        } else {
+                            Settle(run, rising);
+                        }
                     }
                     continue;
                 }
@@ -628,13 +635,30 @@ void ColumnProfile::AddMarked(const CellRun& run)
                 }
             }
         }
+        Settle(run, rising);
         AddCell(run, row);
         if (m_isText) {
             AddTexts(run, row + 1);
             break;
         }
     }
+    Settle(run, rising);
     m_facts.quoted += quoted;
+}
+
+void ColumnProfile::Settle(const CellRun& run, Rising& rising)
+{
+    if (rising.slot == nullptr) {
+        return;
+    }
+    const std::uint32_t* const end = run.ends + rising.row * run.stride;
+    const RunCell cell = CutCell(run.text, end, run.hasQuotes, true);
+    const char* const text = run.text + cell.begin;
+    const std::size_t rest = cell.length > 8 ? cell.length - 8 : 0;
+    AddExtreme(*rising.slot,
+               {HighHalf(text) & kFilled[cell.length], HighHalf(text + 8) & kFilled[rest]},
+               {run.line + rising.row, run.byte + cell.begin});
+    rising.slot = nullptr;
 }
 
 void ColumnProfile::AddCell(const CellRun& run, std::size_t row)

@@ -205,6 +205,14 @@ private:
         std::uint64_t slot = 0;
     };
 
+    /// A number of a run that is the smallest or the largest of its slot, and not added to the
+    /// extremes yet: of numbers that rise, as those of rows do, only the last one need be.
+    struct Rising
+    {
+        Slot* slot = nullptr;
+        std::size_t row = 0;
+    };
+
     /// Of a plain number: the marks of its bytes, of which those that are no digits have one, and
     /// its length after 32 bits of them. Of an empty cell 0.
     static constexpr std::uint64_t kNoSignature = ~std::uint64_t{0};
@@ -213,6 +221,7 @@ private:
 
     template <bool kHasQuotes, bool kHasReturns>
     void AddMarked(const CellRun& run);
+    void Settle(const CellRun& run, Rising& rising);
     void AddCell(const CellRun& run, std::size_t row);
     void AddTexts(const CellRun& run, std::size_t first);
     void AddEmpty(const Position& position);
