@@ -19,6 +19,18 @@ constexpr char kLine[] = "orvane: Interrupted; nothing was written.\n";
 constexpr char kLookingLine[] = "orvane: Interrupted.\n";
 constexpr char kWrittenLine[] = "orvane: Interrupted; the output was written.\n";
 
+/// Says how far the work has come, and ends the program; also in a signal handler.
+[[noreturn]] void Leave()
+{
+    const auto isIn = [](EPhase phase) { return currentPhase == static_cast<int>(phase); };
+    const auto written =
+        isIn(EPhase::Written)   ? write(STDERR_FILENO, kWrittenLine, sizeof kWrittenLine - 1)
+        : isIn(EPhase::Looking) ? write(STDERR_FILENO, kLookingLine, sizeof kLookingLine - 1)
+                                : write(STDERR_FILENO, kLine, sizeof kLine - 1);
+    static_cast<void>(written);
+    _exit(isIn(EPhase::Looking) ? kExitWrongArguments : kExitDataFailed);
+}
+
 } // namespace
 
 extern "C" {
@@ -36,12 +48,7 @@ static void OrvaneHostHandleSignal(int /*signal*/)
         }
         return;
     }
-    const auto written =
-        isIn(EPhase::Written)   ? write(STDERR_FILENO, kWrittenLine, sizeof kWrittenLine - 1)
-        : isIn(EPhase::Looking) ? write(STDERR_FILENO, kLookingLine, sizeof kLookingLine - 1)
-                                : write(STDERR_FILENO, kLine, sizeof kLine - 1);
-    static_cast<void>(written);
-    _exit(isIn(EPhase::Looking) ? kExitWrongArguments : kExitDataFailed);
+    Leave();
 }
 
 } // extern "C"
@@ -99,6 +106,10 @@ void SetPhase(EPhase phase) noexcept
 {
     if (currentPhase != static_cast<int>(EPhase::Written)) {
         currentPhase = static_cast<int>(phase);
+        // A signal that came while the output went to its place has waited for this.
+        if (phase == EPhase::Written && flag.IsRequested()) {
+            Leave();
+        }
     }
 }
 

@@ -387,6 +387,39 @@ std::vector<fs::path> OutputFile::ListFiles() const
     return files;
 }
 
+void OutputFile::Flush(const std::function<void()>& step) const
+{
+    constexpr std::uintmax_t kPiece = std::uintmax_t{16} << 20U;
+    for (const fs::path& file : ListFiles()) {
+        const Descriptor opened(open(file.c_str(), O_RDONLY | O_CLOEXEC));
+        std::error_code error;
+        const std::uintmax_t size = fs::file_size(file, error);
+        if (opened.Get() == -1 || error) {
+            continue; // Prepare tells what is wrong with it
+        }
+        const auto write = [&](std::uintmax_t offset, unsigned flags) {
+            const int result = ::sync_file_range(opened.Get(),
+                                                 static_cast<off64_t>(offset),
+                                                 static_cast<off64_t>(kPiece),
+                                                 SYNC_FILE_RANGE_WRITE | flags);
+            return result == 0 ? 0 : errno;
+        };
+        // The disk has the next piece already while one is waited for.
+        int failure = write(0, 0);
+        for (std::uintmax_t offset = 0; offset < size && failure == 0; offset += kPiece) {
+            failure = write(offset + kPiece, 0);
+            if (failure == 0) {
+                failure = write(offset, SYNC_FILE_RANGE_WAIT_BEFORE | SYNC_FILE_RANGE_WAIT_AFTER);
+            }
+            step();
+        }
+        // Not every file system has this; an error of the disk is told here or never.
+        if (failure == EIO || failure == ENOSPC || failure == EDQUOT) {
+            Fail("output-write", ReasonOf(failure));
+        }
+    }
+}
+
 void OutputFile::Prepare() const
 {
     if (m_copied) {

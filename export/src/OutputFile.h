@@ -66,6 +66,12 @@ public:
     /// new one of its name stands in the hidden folder. @param file in the output's folder
     void RemoveWithCommit(const std::filesystem::path& file) { m_stale.push_back(file); }
 
+    /// Has the disk write what is in the hidden folder so far, so that Commit waits for little
+    /// more.
+    /// @param step called every 16 MiB or so; throws to stop
+    /// @throws ImportFailure `output-write`
+    void Flush(const std::function<void()>& step) const;
+
     /// Puts all files of the hidden folder on the disk, and looks whether Commit can move them.
     /// @throws ImportFailure as Commit
     void Prepare() const;

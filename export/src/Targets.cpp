@@ -96,6 +96,11 @@ public:
                 }
                 WriteReport report = m_format.write(request);
                 m_rowsWritten = report.rows;
+                m_file.Flush([&] {
+                    if (!progress.Report(report.rows)) {
+                        ThrowCancelled();
+                    }
+                });
                 return report;
             });
         } catch (...) {

@@ -209,6 +209,43 @@ class ClosedStreamsTest(FaultsTest):
                 if arguments[0] == "read":
                     self.assertEqual(status, "1")
 
+    def test_rows_on_standard_output_that_cannot_go_on(self):
+        # One row of a thousand is bad: its file appears with the last of the rows, or not at all.
+        self.write("m.csv", "x,y,n,text\n" + "".join(
+            f"{i % 170}.25,{i % 80}.5,{i},name {i}{',more' if i % 1000 == 7 else ''}\n" for i in range(60000)))
+        source = random.Random(SEED)
+        for name in ("csv", "geojson", "geojsonl"):
+            arguments = [PROGRAM, "import", "m.csv", "-", "--format", name, "--crs", "EPSG:4326"]
+            whole = subprocess.run(arguments, cwd=self.folder, capture_output=True, check=True).stdout
+            self.assert_folder("m.csv", "m.csv.rejected.csv")
+            os.remove(self.path("m.csv.rejected.csv"))
+            for size in (0, 1, *(source.randrange(len(whole)) for _ in range(40 if ALL else 3))):
+                with self.subTest(name=name, size=size):
+                    process = subprocess.Popen(arguments, cwd=self.folder, stdout=subprocess.PIPE,
+                                               stderr=subprocess.PIPE)
+                    read = process.stdout.read(size)
+                    process.stdout.close()
+                    err = process.stderr.read()
+                    process.stderr.close()
+                    status = process.wait(60)
+                    self.assertEqual(read, whole[:size])
+                    # What fits into the pipe has left before the reader goes.
+                    if status == 1:
+                        self.assertEqual(err, b"")
+                        self.assert_folder("m.csv")
+                    else:
+                        self.assertEqual(status, 0)
+                        self.assertGreater(size, len(whole) - (1 << 17))
+                        os.remove(self.path("m.csv.rejected.csv"))
+            for stream, reason in (("/dev/full", "No space left on device"), (None, "Bad file descriptor")):
+                with self.subTest(name=name, stream=stream), open(stream or os.devnull, "wb") as out:
+                    completed = subprocess.run(
+                        arguments if stream else ["sh", "-c", '"$0" "$@" >&-', *arguments],
+                        cwd=self.folder, stdout=out, stderr=subprocess.PIPE, timeout=60)
+                    self.assertEqual(completed.returncode, 1)
+                    self.assertRegex(completed.stderr.decode(), rf"^orvane: -: [^\n]+{reason}[^\n]*\n$")
+                    self.assert_folder("m.csv")
+
     def test_all_streams_closed(self):
         self.write("s.csv", STATIONS)
         for closed in (">&-", "2>&-", "<&-", "<&- >&- 2>&-"):

@@ -23,7 +23,7 @@ ERRORS = {
     "access": "EIO", "close": "EIO", "fcntl": "EIO", "flock": "EIO", "fsync": "EIO",
     "ftruncate": "EIO", "getdents64": "EIO", "lseek": "EIO", "mkdir": "EACCES",
     "newfstatat": "EIO", "openat": "EMFILE", "pread64": "EIO", "pwrite64": "ENOSPC", "read": "EIO",
-    "rename": "EIO", "rmdir": "EIO", "statx": "EIO", "unlink": "EIO", "write": "ENOSPC",
+    "rename": "EIO", "rmdir": "EIO", "statx": "EIO", "sync_file_range": "EIO", "unlink": "EIO", "write": "ENOSPC",
 }
 OLD = b"the old output"
 UNBALANCED = "is written, but it is not all of the file:"

@@ -110,7 +110,7 @@ class PostgisFaultsTest(unittest.TestCase):
             return None
         return int(self.server.run_sql("SELECT count(*) FROM points"))
 
-    def fail(self, process, *texts, seconds=60):  # pylint: disable=arguments-differ
+    def expect_failure(self, process, *texts, seconds=60):
         out, err = process.communicate(timeout=seconds)
         self.assertEqual((process.returncode, out), (1, ""), err)
         for text in texts:
@@ -145,7 +145,7 @@ class PostgisFaultsTest(unittest.TestCase):
                     'CREATE TABLE points (fid bigint, geom geometry(Point,4326), id integer, name text);'
                     f" INSERT INTO points (fid) SELECT generate_series(1, {before})")
             process = self.start(*options)
-            self.fail(process, "The database refuses.", "File too large")
+            self.expect_failure(process, "The database refuses.", "File too large")
             self.assert_as_before(before)
 
     def test_a_server_that_dies_is_told(self):
@@ -153,7 +153,7 @@ class PostgisFaultsTest(unittest.TestCase):
             process = self.start()
             self.server.wait_for_backend(query)
             os.kill(self.server.find_pid(), signal.SIGQUIT)
-            self.fail(process, "The database refuses.")
+            self.expect_failure(process, "The database refuses.")
             self.assertEqual(os.listdir(self.folder), ["points.csv"])
             self.server.process.wait(timeout=60)
             # What the server has on its disk is as before.
@@ -194,7 +194,7 @@ class PostgisFaultsTest(unittest.TestCase):
                 self.assertIsNone(process.poll())
                 begin = time.monotonic()
                 process.send_signal(signal.SIGTERM)
-                self.fail(process, "Interrupted; nothing was written.", seconds=10)
+                self.expect_failure(process, "Interrupted; nothing was written.", seconds=10)
                 self.assertLess(time.monotonic() - begin, 1)
                 proxy.stop()
                 self.assert_as_before()
@@ -266,9 +266,10 @@ class PostgisFaultsTest(unittest.TestCase):
             _, err = process.communicate(timeout=60)
             with self.subTest(limit=limit, err=err):
                 outcomes.add(process.returncode)
-                self.assertIn(process.returncode, (0, 1, 127))
+                # Libraries that cannot load may make a coordinate system an unknown one.
+                self.assertIn(process.returncode, (0, 1, 2, 127))
                 self.assertEqual(self.count(), self.good if process.returncode == 0 else None)
-                if process.returncode == 1:
+                if process.returncode in (1, 2):
                     self.assertRegex(err, r"\A(orvane: note: [^\n]+\n)*orvane: (?!note)[^\n]+\n\Z")
         self.assertIn(0, outcomes)
         self.assertTrue(outcomes - {0})

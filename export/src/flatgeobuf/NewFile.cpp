@@ -1,6 +1,7 @@
-// Writes whole ranges, whatever the system does at a time.
+// Has the disk begin with each block at once.
 #include "NewFile.h"
 
+#include "WriteBytes.h"
 #include "WriteFailure.h"
 
 #include <cerrno>
@@ -38,22 +39,11 @@ NewFile::~NewFile()
 
 void NewFile::Write(const void* bytes, std::size_t byteCount, std::uint64_t offset) const
 {
-    const char* position = static_cast<const char*>(bytes);
+    if (const int error = WriteBytes(m_descriptor, bytes, byteCount, offset); error != 0) {
+        Fail(error);
+    }
     const auto begin = static_cast<off64_t>(offset);
     const auto size = static_cast<off64_t>(byteCount);
-    while (byteCount > 0) {
-        const ssize_t written =
-            ::pwrite(m_descriptor, position, byteCount, static_cast<off_t>(offset));
-        if (written < 0 && errno == EINTR) {
-            continue;
-        }
-        if (written <= 0) {
-            Fail(written < 0 ? errno : ENOSPC);
-        }
-        position += written;
-        byteCount -= static_cast<std::size_t>(written);
-        offset += static_cast<std::uint64_t>(written);
-    }
     // The disk begins to write while the next block is made: synchronising a file of gigabytes at
     // the end would be silent for seconds. Where this cannot be had, it only takes longer.
     static_cast<void>(::sync_file_range(m_descriptor, begin, size, SYNC_FILE_RANGE_WRITE));

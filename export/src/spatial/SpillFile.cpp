@@ -1,6 +1,7 @@
 // Reads and writes whole ranges, whatever the system does at a time.
 #include "SpillFile.h"
 
+#include "WriteBytes.h"
 #include "WriteFailure.h"
 
 #include <cerrno>
@@ -49,19 +50,8 @@ SpillFile::~SpillFile()
 
 void SpillFile::Write(const void* bytes, std::size_t byteCount, std::uint64_t offset) const
 {
-    const char* position = static_cast<const char*>(bytes);
-    while (byteCount > 0) {
-        const ssize_t written =
-            ::pwrite(m_descriptor, position, byteCount, static_cast<off_t>(offset));
-        if (written < 0 && errno == EINTR) {
-            continue;
-        }
-        if (written <= 0) {
-            Fail("writing a temporary file for the spatial index", written < 0 ? errno : ENOSPC);
-        }
-        position += written;
-        byteCount -= static_cast<std::size_t>(written);
-        offset += static_cast<std::uint64_t>(written);
+    if (const int error = WriteBytes(m_descriptor, bytes, byteCount, offset); error != 0) {
+        Fail("writing a temporary file for the spatial index", error);
     }
 }
 
