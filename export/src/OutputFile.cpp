@@ -217,6 +217,7 @@ OutputFile::OutputFile(const std::string& out, const std::string& input)
 {
     std::error_code error;
     const fs::file_status status = fs::status(out, error);
+    RequireKnown(status, error);
     if (fs::exists(status) && !fs::is_regular_file(status)) {
         Fail("output-not-a-file", "Something that is no file is in its place.");
     }
@@ -225,7 +226,11 @@ OutputFile::OutputFile(const std::string& out, const std::string& input)
     if (fs::exists(status) && access(m_file.c_str(), W_OK) != 0) {
         Fail("output-write", "The file in its place: " + ReasonOf(errno) + ".");
     }
-    if (fs::exists(status) && fs::equivalent(m_file, input, error)) {
+    const bool isInput = fs::exists(status) && fs::equivalent(m_file, input, error);
+    if (!isInput && error == std::errc::io_error) {
+        Fail("output-write", error.message());
+    }
+    if (isInput) {
         FailureFields fields;
         fields.kind = EFailureKind::Request;
         fields.code = "output-is-input";
@@ -243,12 +248,26 @@ OutputFile::OutputFile(const std::string& out, const std::string& input)
     RequireUnused();
 }
 
+/// Rule: what the system cannot tell does not count as a free place, where a file that is added to
+/// would be lost. A folder that lets nobody look is told as such later.
+void OutputFile::RequireKnown(const fs::file_status& status, const std::error_code& error) const
+{
+    if (status.type() == fs::file_type::none && error != std::errc::permission_denied) {
+        Fail("output-write", error.message());
+    }
+}
+
 /// Rule: a link leads to the place of the output, whether or not there is a file yet.
 void OutputFile::FollowLinks()
 {
     constexpr int kMostLinks = 40; // as many as the system follows
     std::error_code error;
-    for (int count = 0; fs::is_symlink(m_file, error); ++count) {
+    const auto isLink = [&] {
+        const fs::file_status status = fs::symlink_status(m_file, error);
+        RequireKnown(status, error);
+        return fs::is_symlink(status);
+    };
+    for (int count = 0; isLink(); ++count) {
         if (count == kMostLinks) {
             Fail("output-folder", ReasonOf(ELOOP) + ".");
         }
@@ -264,7 +283,9 @@ void OutputFile::RequireUnused() const
 {
     std::error_code error;
     for (const char* suffix : {"-wal", "-journal"}) {
-        if (fs::exists(m_file.native() + suffix, error)) {
+        const fs::file_status status = fs::status(m_file.native() + suffix, error);
+        RequireKnown(status, error);
+        if (fs::exists(status)) {
             Fail("output-in-use",
                  std::string(
                      "Another program has it open, or left it unfinished: there is a file ") +
@@ -334,7 +355,9 @@ void OutputFile::Begin()
 bool OutputFile::IsThere() const
 {
     std::error_code error;
-    return fs::exists(m_file, error);
+    const fs::file_status status = fs::status(m_file, error);
+    RequireKnown(status, error);
+    return fs::exists(status);
 }
 
 void OutputFile::CopyOld(const std::function<void()>& step)

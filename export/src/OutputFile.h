@@ -7,6 +7,7 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <system_error>
 #include <vector>
 
 namespace Orvane::Import {
@@ -39,7 +40,8 @@ public:
     /// more.
     void Begin();
 
-    /// Whether there is a file in the place.
+    /// Whether there is a file in the place. @throws ImportFailure `output-write` when the system
+    /// cannot tell
     [[nodiscard]] bool IsThere() const;
 
     /// Copies the file that is in the place into the hidden folder, to be added to there; after
@@ -86,6 +88,8 @@ public:
 private:
     /// All files of the hidden folder, the main file last.
     [[nodiscard]] std::vector<std::filesystem::path> ListFiles() const;
+    void RequireKnown(const std::filesystem::file_status& status,
+                      const std::error_code& error) const;
     void FollowLinks();
     void RequireUnused() const;
     void RemoveWorkFolder() noexcept;
