@@ -190,7 +190,13 @@ CommandRule MakePlanRule()
                       MakeColumns(),
                       {kCrs},
                       MakePlanArguments(false),
-                      {MakeJson("Print the whole plan as one JSON object"), kVerbose, kHelp}}),
+                      {{.kind = EArgumentKind::Flag,
+                        .name = "--rank-systems",
+                        .meaning = "List the systems that coordinates in metres can be of, by "
+                                   "their areas of use; none is applied"},
+                       MakeJson("Print the whole plan as one JSON object"),
+                       kVerbose,
+                       kHelp}}),
             .text = "Scans the whole file and decides encoding, separator, quotes, names, types "
                     "of columns and coordinates, each with its evidence. What the file does not "
                     "tell is shown as a question with the options that answer it. Nothing is "

@@ -234,6 +234,7 @@ PlanRequest MakePlanRequest(const ParsedArguments& arguments)
     request.nameColumn = arguments.Get("--name");
     request.hasNoPoints = arguments.Has("--no-points");
     request.isAllText = arguments.Has("--all-text");
+    request.ranksSystems = arguments.Has("--rank-systems");
     return request;
 }
 

@@ -249,6 +249,11 @@ void ShowCoordinates(const Plan& plan, TextOutput& output)
              "System:",
              system.value + " (" + ShowConfidence(system) +
                  (system.evidence.empty() ? "" : ": " + system.evidence.front().what) + ")");
+        for (const Orvane::Import::PlanRival& likely : system.rivals) {
+            Line(output,
+                 &likely == system.rivals.data() ? "Likely:" : "",
+                 likely.value + " " + DisplayText::Escape(likely.against));
+        }
     }
 }
 

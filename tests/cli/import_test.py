@@ -489,6 +489,37 @@ class WithoutPointsTest(ByPlanTest):
         self.succeed("import", "t.csv", "out.csv", "--no-points", "--all-text")
         self.assertEqual(self.content("out.csv").decode().split("\n")[0], ",id,lon,lat,v")
 
+    def copied(self, text, *arguments):
+        """The rows of a file as a copy of its texts."""
+        self.write("a.csv", text)
+        self.succeed("import", "a.csv", "out.csv", "--no-points", "--all-text", *arguments)
+        with open(self.path("out.csv"), encoding="utf-8", newline="") as file:
+            return list(csv.reader(file))
+
+    def test_a_pair_of_quotes_stands_for_one_where_apostrophes_enclose_cells(self):
+        rows = self.copied("id,text,n\n" + "".join(f"{i},'a {i}\"\" pipe, it''s',{i}\n" for i in range(5)))
+        self.assertEqual(rows[1], ["0", "a 0\" pipe, it's", "0"])
+
+    def test_lines_that_are_quoted_as_a_whole_have_cells_of_their_own(self):
+        rows = self.copied('"id,name,n"\n' + "".join(f'"{i},""a, """"b"""""",{i}"\r\n' for i in range(4)))
+        self.assertEqual(rows[0], ["id", "name", "n"])
+        self.assertEqual(rows[4], ["3", 'a, "b"', "3"])
+
+    def test_a_column_keeps_the_separators_that_it_holds_without_quotes(self):
+        rows = self.copied("lon,lat,place\n8.5,47.3,Alp\n8.6,47.4,Tal, Ost\n8.7,47.5,Piz, Sued, oben\n8.8,47.6,See\n"
+                           "9.5,47.3,Grat, West\n")
+        self.assertEqual([row[2] for row in rows[1:]], ["Alp", "Tal, Ost", "Piz, Sued, oben", "See", "Grat, West"])
+
+    def test_marks_of_files_that_were_put_together_are_no_part_of_cells(self):
+        rows = self.copied("\ufeff\ufeffid,n\n1,2\n2,3\n\ufeff3,4\n\ufeffid,n\n4,5\n")
+        self.assertEqual(rows, [["id", "n"], ["1", "2"], ["2", "3"], ["3", "4"], ["4", "5"]])
+
+    def test_the_whole_table_once_more_is_told_and_not_doubled(self):
+        table = "id,lon,lat\n" + "".join(f"{i},8.5{i},47.3{i}\n" for i in range(10, 22))
+        self.write("a.csv", table + table)
+        ledger = self.report("a.csv", "a.gpkg")["ledger"]
+        self.assertEqual((ledger["rows"], ledger["lines"]["furtherTables"]), (12, 13))
+
     def test_names_of_columns_are_kept_whole(self):
         names = ["n" * 1000, "n" * 999 + "m", 'a "b"', "c\nd", "fid", "geom", "FID", "Name", "NAME", ""]
         text = ",".join('"' + name.replace('"', '""') + '"' for name in names)

@@ -151,7 +151,8 @@ bool IsFoundByWalk(std::string_view code)
                                                       "repaired-quote",
                                                       "repaired-separator",
                                                       "repaired-shift",
-                                                      "repaired-line-end"};
+                                                      "repaired-line-end",
+                                                      "loose-separator"};
     return kCodes.contains(code);
 }
 

@@ -142,6 +142,10 @@ const std::vector<LintRule>& GetLintRules()
          kWarning,
          "A row that a line end of another kind divides or joins.",
          "reads it as other rows"},
+        {"loose-separator",
+         kWarning,
+         "A row in which one column holds the separator without quotes.",
+         "ends the read there"},
         {"quoted-line-break",
          kNote,
          "A line break inside quotes.",
@@ -252,6 +256,14 @@ const std::vector<LintRule>& GetLintRules()
          kError,
          "The letter O of longitudes may be East or West.",
          "does not read angles"},
+        {"quoted-lines",
+         kWarning,
+         "Each line is quoted as a whole.",
+         "reads each line as one field"},
+        {"encoding-doubtful",
+         kWarning,
+         "The given encoding makes two or three letters of each letter of UTF-8.",
+         "reads the bytes in the encoding that it is given"},
     };
     return kRules;
 }

@@ -48,6 +48,7 @@ enum class ELint : std::uint8_t {
     RepairedSeparator,
     RepairedShift,
     RepairedLineEnd,
+    LooseSeparator,
     QuotedLineBreak,
     Gap,
     NullWord,
@@ -78,9 +79,11 @@ enum class ELint : std::uint8_t {
     LongitudePast180,
     SeveralZones,
     LetterO,
+    QuotedLines,
+    EncodingDoubtful,
 };
 
-inline constexpr std::size_t kLintRules = static_cast<std::size_t>(ELint::LetterO) + 1;
+inline constexpr std::size_t kLintRules = static_cast<std::size_t>(ELint::EncodingDoubtful) + 1;
 
 [[nodiscard]] const LintRule& RuleOf(ELint lint);
 

@@ -262,6 +262,8 @@ void PlanLint::FindOthers()
         {"longitude-past-180", ELint::LongitudePast180},
         {"several-zones", ELint::SeveralZones},
         {"letter-o", ELint::LetterO},
+        {"quoted-lines", ELint::QuotedLines},
+        {"encoding-doubtful", ELint::EncodingDoubtful},
     };
     for (const PlanFinding& finding : m_plan.findings) {
         if (IsFoundByWalk(finding.code)) {

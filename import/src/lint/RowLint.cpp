@@ -412,6 +412,7 @@ void RowLint::LookAtRepair(const TableRecord& record)
     const ELint lint = repair == Scan::ERepair::Quotes       ? ELint::RepairedQuote
                        : repair == Scan::ERepair::Separator  ? ELint::RepairedSeparator
                        : repair == Scan::ERepair::EmptyCells ? ELint::RepairedShift
+                       : repair == Scan::ERepair::Loose      ? ELint::LooseSeparator
                                                              : ELint::RepairedLineEnd;
     AddLine(lint, record);
 }

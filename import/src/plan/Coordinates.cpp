@@ -4,6 +4,7 @@
 #include "AxisEvidence.h"
 #include "Given.h"
 #include "Names.h"
+#include "Systems.h"
 #include "Types.h"
 #include "values/FoldedCell.h"
 
@@ -117,9 +118,12 @@ SampleValues TakeValues(const SampleRows& rows, const PlanColumn& column)
 }
 
 /// Whether most cells of the sample have a value, so that a few odd ones do not hide a coordinate.
-bool IsMostlyValues(const SampleValues& sample)
+/// Rule: under names of degrees one cell in four may be odd.
+bool IsMostlyValues(const SampleValues& sample, EAxis axis)
 {
-    return !sample.values.empty() && sample.values.size() * 10 >= sample.filled * 9;
+    const bool isNamed = axis == EAxis::Latitude || axis == EAxis::Longitude;
+    return !sample.values.empty() && (isNamed ? sample.values.size() * 4 >= sample.filled * 3
+                                              : sample.values.size() * 10 >= sample.filled * 9);
 }
 
 /// @param withUnnamed the values of all columns of numbers and angles, not only of those with the
@@ -132,10 +136,18 @@ void TakeColumns(const CoordinateSearch& search,
     columns.resize(plan.columns.size());
     // More columns than these are no coordinates, but data.
     constexpr std::size_t kMostColumns = 4096;
+    const bool canBeDirections =
+        std::none_of(plan.columns.begin(), plan.columns.end(), [](const PlanColumn& column) {
+            return Names::HasAny(Names::Cut(column.name),
+                                 {"w", "s", "west", "south", "ouest", "sud", "oeste", "sur"});
+        });
     for (std::size_t index = 0; index < std::min(columns.size(), kMostColumns); ++index) {
         const PlanColumn& planned = plan.columns[index];
         Column& column = columns[index];
         column.axis = Names::FindAxis(planned.name, column.rest);
+        if (column.axis == EAxis::None && canBeDirections) {
+            column.axis = Names::FindDirection(planned.name, column.rest);
+        }
         column.isNumber = planned.type.value == EPlanType::Double ||
                           planned.type.value == EPlanType::Integer32 ||
                           planned.type.value == EPlanType::Integer64;
@@ -200,7 +212,8 @@ std::vector<Pair> FindNamedPairs(const std::vector<Column>& columns)
             const Column& first = columns[x];
             const EAxis partner = second.axis == EAxis::Y ? EAxis::X : EAxis::Longitude;
             if (first.axis != partner || first.rest != second.rest ||
-                !IsMostlyValues(first.sample) || !IsMostlyValues(second.sample)) {
+                !IsMostlyValues(first.sample, first.axis) ||
+                !IsMostlyValues(second.sample, second.axis)) {
                 continue;
             }
             Pair pair{x, y, 1, false, true, false};
@@ -311,7 +324,8 @@ FindPairsByLetters(const CoordinateSearch& search, const Plan& plan, std::vector
         const SampleValues& y = columns[pair.y].sample;
         pair.isDegrees = x.IsWithin(180) && y.IsWithin(90);
         pair.isPacked = !pair.isDegrees && CanPackedBe(y, 90) && CanPackedBe(x, 180);
-        if (IsMostlyValues(x) && IsMostlyValues(y) && (pair.isDegrees || pair.isPacked)) {
+        if (IsMostlyValues(x, EAxis::None) && IsMostlyValues(y, EAxis::None) &&
+            (pair.isDegrees || pair.isPacked)) {
             pairs.push_back(pair);
         }
     }
@@ -503,7 +517,10 @@ void CheckRanges(const CoordinateSearch& search, const std::vector<Column>& colu
     }
     const Column& first = columns[*found.x];
     const Column& second = columns[*found.y];
-    if (!second.sample.IsWithin(kMostLatitude) && first.sample.IsWithin(kMostLatitude) &&
+    // Rule: a few latitudes past 90 are mistakes; one in five and more look like longitudes.
+    const std::size_t values = second.sample.values.size();
+    const std::size_t past = values - second.sample.CountWithin(kMostLatitude);
+    if (past > 0 && past * 5 >= values && first.sample.IsWithin(kMostLatitude) &&
         second.sample.IsWithin(180) && second.axis == EAxis::Latitude) {
         plan.findings.push_back(
             {"axes-swapped",
@@ -677,8 +694,7 @@ void DecideSystem(const std::vector<Column>& columns, bool isPlaced, Plan& plan)
         system.value = "undefined Cartesian";
         system.decider = EDecider::Default;
         system.confidence = EConfidence::Strong;
-        system.evidence.push_back(
-            {"ranking of projected systems by their areas of use: not tried", 0, {}});
+        system.evidence.push_back({"no file .prj, and no degrees", 0, {}});
         return;
     }
     const SampleValues& x = columns[*found.x].sample;
@@ -780,6 +796,47 @@ ChooseOrder(const CoordinateSearch& search, const std::vector<Pair>& pairs, Plan
     return pairs[found->isFirstX ? 0 : 1];
 }
 
+/// Whether names say the two ends of the same thing: `start_lon` and `end_lon`.
+bool AreEnds(const std::string& first, const std::string& second)
+{
+    static constexpr std::pair<std::string_view, std::string_view> kEnds[] = {
+        {"start", "end"},
+        {"begin", "end"},
+        {"start", "stop"},
+        {"from", "to"},
+        {"origin", "destination"},
+        {"orig", "dest"},
+        {"source", "target"},
+        {"src", "dst"},
+        {"pickup", "dropoff"},
+        {"departure", "arrival"},
+        {"first", "last"},
+        {"min", "max"},
+    };
+    const Names::Tokens a = Names::Cut(first);
+    const Names::Tokens b = Names::Cut(second);
+    return std::any_of(std::begin(kEnds), std::end(kEnds), [&](const auto& ends) {
+        return (Names::HasAny(a, {ends.first}) && Names::HasAny(b, {ends.second})) ||
+               (Names::HasAny(a, {ends.second}) && Names::HasAny(b, {ends.first}));
+    });
+}
+
+/// A pair of other columns that is as good as the first one: of the same names, or of names that
+/// say the other end.
+std::vector<Pair>::const_iterator
+FindTie(const std::vector<Column>& columns, const Plan& plan, const std::vector<Pair>& pairs)
+{
+    const Pair& best = pairs.front();
+    return std::find_if(pairs.begin() + 1, pairs.end(), [&](const Pair& pair) {
+        const bool isApart =
+            pair.x != best.x && pair.y != best.y && pair.x != best.y && pair.y != best.x;
+        const bool areEnds = columns[pair.y].axis == columns[best.y].axis &&
+                             pair.isDegrees == best.isDegrees &&
+                             AreEnds(plan.columns[pair.x].name, plan.columns[best.x].name);
+        return isApart && (pair.score == best.score || areEnds);
+    });
+}
+
 [[noreturn]] void FailAsEqual(const Plan& plan)
 {
     FailureFields fields;
@@ -805,6 +862,61 @@ void KeepGiven(const PlanRequest& request, const Plan& plan, std::vector<Pair>& 
     };
     keep(request.x, "X", &Pair::x);
     keep(request.y, "Y", &Pair::y);
+}
+
+/// The longest piece of the rows' texts in which places are looked for.
+constexpr std::size_t kMostTexts = std::size_t{1} << 20U;
+
+/// Puts the systems that the points can be of beside the one that is undefined.
+void RankSystemsOf(const CoordinateSearch& search, Plan& plan)
+{
+    const PlanCoordinates& found = plan.coordinates.value;
+    if (!found.x || plan.coordinateSystem.value != "undefined Cartesian") {
+        return;
+    }
+    const std::vector<double> x = ValuesByRow(search.rows, plan.columns[*found.x]);
+    const std::vector<double> y = ValuesByRow(search.rows, plan.columns[*found.y]);
+    std::vector<Column> columns;
+    TakeColumns(search, plan, false, columns);
+    std::vector<double> longitudes;
+    std::vector<double> latitudes;
+    for (const Pair& pair : FindNamedPairs(columns)) {
+        if (pair.isDegrees && columns[pair.y].axis == EAxis::Latitude) {
+            longitudes = ValuesByRow(search.rows, plan.columns[pair.x]);
+            latitudes = ValuesByRow(search.rows, plan.columns[pair.y]);
+            break;
+        }
+    }
+    SystemSearch systems;
+    for (std::size_t row = 0; row < x.size(); ++row) {
+        if (!std::isfinite(x[row]) || !std::isfinite(y[row])) {
+            continue;
+        }
+        systems.x.push_back(x[row]);
+        systems.y.push_back(y[row]);
+        if (!longitudes.empty()) {
+            systems.longitudes.push_back(longitudes[row]);
+            systems.latitudes.push_back(latitudes[row]);
+        }
+    }
+    const auto addText = [&](std::string_view text) {
+        for (const char unit : text) {
+            systems.texts.push_back(Values::ToLower(unit));
+        }
+        systems.texts.push_back('\n');
+    };
+    addText(std::filesystem::path(plan.path).filename().string());
+    for (const PlanLines& lines : plan.shape.lines) {
+        addText(lines.text);
+    }
+    for (const Scan::SampleRow& row : search.rows) {
+        for (const PlanColumn& column : plan.columns) {
+            if (column.type.value == EPlanType::Text && systems.texts.size() < kMostTexts) {
+                addText(row.Cell(column.index));
+            }
+        }
+    }
+    plan.coordinateSystem.rivals = RankSystems(systems);
 }
 
 /// Height and coordinate system as the caller gives them.
@@ -894,11 +1006,11 @@ void Decide(const CoordinateSearch& search, const PlanRequest& request, Plan& pl
                                                0,
                                                "a less plain pair of names"});
         }
-        const bool isTie = pairs.size() > 1 && pairs[1].score == best.score &&
-                           pairs[1].x != best.x && pairs[1].y != best.y;
+        const auto tie = FindTie(columns, plan, pairs);
+        const bool isTie = tie != pairs.end();
         Settle(search, columns, best, plan);
         if (isTie) {
-            AskWhichPair(pairs, plan);
+            AskWhichPair({best, *tie}, plan);
         }
         DecideSystem(columns, false, plan);
         return;
@@ -955,6 +1067,9 @@ void DecideCoordinates(const CoordinateSearch& search, const PlanRequest& reques
 {
     Decide(search, request, plan);
     UseGivenRest(request, plan);
+    if (request.ranksSystems) {
+        RankSystemsOf(search, plan);
+    }
 }
 
 } // namespace Orvane::Import

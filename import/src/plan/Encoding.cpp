@@ -14,6 +14,8 @@ namespace {
 
 /// Statistics need so many distinct words to speak against the usual encoding.
 constexpr std::size_t kWordsThatSpeak = 20;
+/// Fewer words than these do not tell encodings of many letters apart.
+constexpr std::size_t kFewWords = 8;
 /// Distinct characters in valid UTF-8: fewer are there by chance.
 constexpr std::size_t kSequencesThatSpeak = 3;
 /// Texts of other encodings are UTF-8 by chance in less than this share of their letters.
@@ -84,14 +86,22 @@ std::string AskStatistics(std::string_view text)
 
 std::size_t CountWords(std::string_view text)
 {
-    std::set<std::string_view> words;
+    // Rule: what stands around letters past ASCII makes no other words of them: digits and signs
+    // count for nothing.
+    std::set<std::string> words;
     for (std::size_t at = 0; at < text.size();) {
-        const std::size_t end = std::min(text.find_first_of(" \t\n,;|\"", at), text.size());
-        const std::string_view word = text.substr(at, end - at);
+        const std::size_t end =
+            std::min(text.find_first_of(" \t\r\n,;|\"0123456789", at), text.size());
+        std::string word;
+        for (const char unit : text.substr(at, end - at)) {
+            const bool isHigh = static_cast<signed char>(unit) < 0;
+            const bool isLetter = (unit >= 'a' && unit <= 'z') || (unit >= 'A' && unit <= 'Z');
+            word += isHigh || isLetter ? std::string(1, unit) : std::string();
+        }
         if (std::any_of(word.begin(), word.end(), [](char unit) {
                 return static_cast<signed char>(unit) < 0;
             })) {
-            words.insert(word);
+            words.insert(std::move(word));
         }
         at = end + 1;
     }
@@ -165,6 +175,24 @@ void DecideByStatistics(const Scan::ByteFacts& bytes, PlanDecision<std::string>&
     }
     const std::string name = NameFor(found);
     const bool isPossible = IsIn(bytes.highLines, name);
+    // Rule: GB18030 has a character for nearly all bytes: a few words that another encoding of many
+    // letters has as well are a question.
+    std::vector<std::string> others;
+    if (isPossible && name == "GB18030" && words < kFewWords) {
+        for (const char* other : {"CP949", "SHIFT_JIS", "BIG5", "EUC-JP"}) {
+            if (IsIn(bytes.highLines, other)) {
+                others.emplace_back(other);
+            }
+        }
+    }
+    if (!others.empty()) {
+        decision.value = name;
+        decision.confidence = EConfidence::Tie;
+        for (const std::string& other : others) {
+            decision.rivals.push_back({other, 0, "the bytes are characters in it as well"});
+        }
+        return;
+    }
     if (isPossible && (IsMultiByte(found) || words >= kWordsThatSpeak)) {
         decision.value = name;
         decision.rivals.push_back({kUsual, 0, "statistics of the letters"});

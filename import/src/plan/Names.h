@@ -30,4 +30,8 @@ enum class EAxis : unsigned char {
 /// which a partner is found
 [[nodiscard]] EAxis FindAxis(std::string_view name, std::string& rest);
 
+/// X for a name that says East, Y for one that says North; None otherwise. Only where no column
+/// says West or South these are axes: frames have all four.
+[[nodiscard]] EAxis FindDirection(std::string_view name, std::string& rest);
+
 } // namespace Orvane::Import::Names

@@ -63,6 +63,9 @@ Scan::Dialect DialectOf(const Plan& plan)
     dialect.ends = separator.ends;
     dialect.quote = plan.shape.quotes.value.character;
     dialect.hasBackslashes = plan.shape.quotes.value.hasBackslashes;
+    dialect.opensAfterBlanks = plan.shape.quotes.value.openAfterBlanks;
+    dialect.hasDoubles = plan.shape.quotes.value.hasDoubles;
+    dialect.looseColumn = separator.looseColumn.value_or(Scan::Dialect::kNoColumn);
     dialect.isUtf8 = TextEncodingOf(plan) == "UTF-8" || plan.bytes.encoding.value == "US-ASCII";
     switch (plan.bytes.lineEnd.value) {
     case EPlanLineEnd::Feed:
@@ -93,7 +96,11 @@ Scan::RecordCutter CutterOf(const Plan& plan)
 
 std::unique_ptr<Scan::TextSource> OpenText(const Plan& plan)
 {
-    return std::make_unique<Scan::TextSource>(plan.path, plan.bytes.encoding.value);
+    auto source = std::make_unique<Scan::TextSource>(plan.path, plan.bytes.encoding.value);
+    if (plan.bytes.areLinesQuoted) {
+        source->UnquoteLines();
+    }
+    return source;
 }
 
 const std::string& TextEncodingOf(const Plan& plan)

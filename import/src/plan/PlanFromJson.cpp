@@ -69,6 +69,14 @@ public:
         value = Value(key).get<bool>();
     }
 
+    /// A key that plans of earlier versions lack.
+    void GetIfThere(const char* key, bool& value) const
+    {
+        if (Has(key)) {
+            Get(key, value);
+        }
+    }
+
     void Get(const char* key, double& value) const
     {
         // A value that is not finite is null in JSON.
@@ -264,6 +272,7 @@ void ReadBytes(const Node& node, PlanBytes& bytes)
     ReadPlainDecision(node, "encoding", bytes.encoding);
     node.Get("hasMark", bytes.hasMark);
     node.Get("positions", bytes.positions);
+    node.GetIfThere("areLinesQuoted", bytes.areLinesQuoted);
     ReadDecision(node, "lineEnd", bytes.lineEnd, [](const Node& decision, EPlanLineEnd& value) {
         decision.GetName("value", 4, value);
     });
@@ -281,6 +290,7 @@ void ReadSeparator(const Node& node, PlanSeparator& separator)
     node.Get("character", separator.character);
     node.Get("skipsBlanks", separator.skipsBlanks);
     node.Get("ends", separator.ends);
+    node.Get("looseColumn", separator.looseColumn);
     const bool isCharacter = separator.kind == EPlanSeparation::Character;
     if (isCharacter && (separator.character == 0 || separator.character == '\n')) {
         node.FailAt("character", "one character");
@@ -299,6 +309,8 @@ void ReadShape(const Node& node, PlanShape& shape)
         const Node quotes = item.Object("value");
         quotes.Get("character", value.character);
         quotes.Get("hasBackslashes", value.hasBackslashes);
+        quotes.GetIfThere("openAfterBlanks", value.openAfterBlanks);
+        quotes.GetIfThere("hasDoubles", value.hasDoubles);
     });
     ReadPlainDecision(node, "columnCount", shape.columnCount);
     ReadPlainDecision(node, "hasNames", shape.hasNames);

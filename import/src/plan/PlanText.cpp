@@ -45,6 +45,11 @@ Json MakeDecision(const PlanDecision<Value>& decision, Json value)
             {"rivals", rivals}};
 }
 
+Json MakeIndex(const std::optional<std::size_t>& index)
+{
+    return index ? Json(*index) : Json(nullptr);
+}
+
 Json MakeJson(const PlanSeparator& separator)
 {
     return {{"kind", NameOf(separator.kind)},
@@ -52,13 +57,16 @@ Json MakeJson(const PlanSeparator& separator)
              separator.kind == EPlanSeparation::Character ? std::string(1, separator.character)
                                                           : std::string()},
             {"skipsBlanks", separator.skipsBlanks},
-            {"ends", separator.ends}};
+            {"ends", separator.ends},
+            {"looseColumn", MakeIndex(separator.looseColumn)}};
 }
 
 Json MakeJson(const PlanQuotes& quotes)
 {
     return {{"character", quotes.character == 0 ? std::string() : std::string(1, quotes.character)},
-            {"hasBackslashes", quotes.hasBackslashes}};
+            {"hasBackslashes", quotes.hasBackslashes},
+            {"openAfterBlanks", quotes.openAfterBlanks},
+            {"hasDoubles", quotes.hasDoubles}};
 }
 
 Json MakeJson(const PlanBytes& bytes)
@@ -68,6 +76,7 @@ Json MakeJson(const PlanBytes& bytes)
             {"encoding", MakeDecision(bytes.encoding, bytes.encoding.value)},
             {"hasMark", bytes.hasMark},
             {"positions", bytes.positions},
+            {"areLinesQuoted", bytes.areLinesQuoted},
             {"lineEnd", MakeDecision(bytes.lineEnd, NameOf(bytes.lineEnd.value))},
             {"lines", bytes.lines},
             {"feeds", bytes.feeds},
@@ -138,11 +147,6 @@ Json MakeJson(const PlanColumn& column)
         json["most"] = column.most;
     }
     return json;
-}
-
-Json MakeIndex(const std::optional<std::size_t>& index)
-{
-    return index ? Json(*index) : Json(nullptr);
 }
 
 /// What is not part of an answer is left out.

@@ -5,9 +5,11 @@
 #include "Lead.h"
 #include "PlanDialect.h"
 #include "ProgressMeter.h"
+#include "TableCopy.h"
 #include "Types.h"
 #include "scan/CountByte.h"
 #include "scan/FileScan.h"
+#include "scan/LineUnquoter.h"
 
 #include <Orvane/BNumbers.h>
 #include <Orvane/Import/Failure.h>
@@ -17,6 +19,7 @@
 #include <array>
 #include <cmath>
 #include <fstream>
+#include <memory>
 #include <set>
 #include <utility>
 
@@ -164,6 +167,9 @@ PlanSeparator SeparatorOf(const Scan::Dialect& dialect)
     separator.character = dialect.separator;
     separator.skipsBlanks = dialect.skipsBlanks;
     separator.ends = dialect.ends;
+    if (dialect.looseColumn != Scan::Dialect::kNoColumn) {
+        separator.looseColumn = dialect.looseColumn;
+    }
     return separator;
 }
 
@@ -220,7 +226,10 @@ void PlanQuotesOf(const Scan::Candidate& candidate,
         facts.strays.count + facts.unclosed.count +
         facts.repairs.at(static_cast<std::size_t>(Scan::ERepair::Quotes)).count;
     const bool isUsed = facts.openers + odd > 0 || request.quote.has_value();
-    decision.value = {isUsed ? candidate.dialect.quote : '\0', candidate.dialect.hasBackslashes};
+    decision.value = {isUsed ? candidate.dialect.quote : '\0',
+                      candidate.dialect.hasBackslashes,
+                      candidate.dialect.opensAfterBlanks,
+                      candidate.dialect.hasDoubles};
     decision.decider = request.quote ? EDecider::Given : EDecider::Found;
     decision.evidence.push_back({"quoted fields", facts.openers, {}});
     if (facts.bytes.quotes == 0 && !request.quote && !isUsed) {
@@ -359,6 +368,11 @@ void AddFindings(const Scan::TextSource& source, const Scan::ScanFacts& facts, P
                facts.damaged.count > 0,
                "Blocks of NULs, as a loss of power leaves them. A row with one inside is no row.",
                facts.nulBlocks);
+    AddFinding(plan,
+               "loose-separator",
+               false,
+               "Rows in which one column holds the separator without quotes.",
+               facts.repairs.at(static_cast<std::size_t>(Scan::ERepair::Loose)));
     for (std::size_t index = 1; index < kRepairs.size(); ++index) {
         AddFinding(plan,
                    kRepairs.at(index).first,
@@ -588,6 +602,37 @@ EFirstRow JudgeFirstRow(const Scan::ScanFacts& facts)
     return single >= 2 ? EFirstRow::Names : EFirstRow::Open;
 }
 
+void AskForEncoding(Plan& plan)
+{
+    const PlanDecision<std::string>& encoding = plan.bytes.encoding;
+    if (encoding.confidence != EConfidence::Tie) {
+        return;
+    }
+    PlanQuestion question{"encoding",
+                          "The encoding cannot be told from so few words.",
+                          {{{}, {}, {}, encoding.value}}};
+    for (const PlanRival& rival : encoding.rivals) {
+        question.answers.push_back({{}, {}, {}, rival.value});
+    }
+    plan.questions.insert(plan.questions.begin(), std::move(question));
+}
+
+/// Whether a text shifts to the letters of ISO-2022-JP, and back to ASCII, at least twice.
+bool HasShiftsOfJapanese(std::string_view text)
+{
+    std::size_t shifts = 0;
+    std::size_t at = text.find("\x1B$");
+    while (at != std::string_view::npos && shifts < 2) {
+        const bool isShift = text.substr(at, 3) == "\x1B$B" || text.substr(at, 3) == "\x1B$@";
+        const std::size_t back = text.find("\x1B(", at);
+        const std::string_view last = text.substr(std::min(back, text.size()), 3);
+        const bool isBack = last == "\x1B(B" || last == "\x1B(J";
+        shifts += isShift && isBack ? 1U : 0U;
+        at = text.find("\x1B$", at + 1);
+    }
+    return shifts >= 2;
+}
+
 /// Asks nothing of a file without rows.
 bool IsWithoutRows(const Scan::ScanFacts& facts)
 {
@@ -619,6 +664,17 @@ Plan MakePlan(const std::string& path, const PlanRequest& request, const Callbac
     });
     Lead lead;
     Probe probe = TakeProbe(source, lead);
+    if (request.encoding.empty() && source.Facts().units == Scan::EUnits::Bytes &&
+        HasShiftsOfJapanese(probe.Text())) {
+        // Rule: two shifts and back make ISO-2022-JP of a text in ASCII.
+        PlanRequest decoded = request;
+        decoded.encoding = "ISO-2022-JP";
+        Plan plan = MakePlan(path, decoded, callbacks);
+        plan.bytes.encoding.decider = EDecider::Found;
+        plan.bytes.encoding.confidence = EConfidence::Strong;
+        plan.bytes.encoding.evidence.push_back({"shifts to letters of Japanese", 2, {}});
+        return plan;
+    }
     Scan::ShapeRequest shapeRequest;
     FindLineEnds(probe.Text(), shapeRequest);
     if (!request.skipLines) {
@@ -648,6 +704,16 @@ Plan MakePlan(const std::string& path, const PlanRequest& request, const Callbac
         shapeRequest.given.isUtf8 = shapeRequest.isUtf8;
     }
     std::vector<Scan::Candidate> candidates = Scan::FindDialects(probe.Text(), shapeRequest);
+    // Rule: lines that are each quoted as a whole are read without these quotes where they hold
+    // several fields then.
+    bool areLinesQuoted = false;
+    if (candidates.front().fields == 1 && !request.separator && lead.lines == 0 &&
+        Scan::AreLinesQuoted(probe.Text(), probe.isWhole)) {
+        source.UnquoteLines();
+        probe = TakeProbe(source, lead);
+        candidates = Scan::FindDialects(probe.Text(), shapeRequest);
+        areLinesQuoted = true;
+    }
     if (lead.lines > 0 && HasFieldsOf(lead, candidates.front())) {
         lead = {};
         probe = TakeProbe(source, lead);
@@ -667,7 +733,7 @@ Plan MakePlan(const std::string& path, const PlanRequest& request, const Callbac
     };
     Scan::ScanFacts facts = look(candidates.front());
     if (lead.lines == 0 && !probe.isWhole && !request.separator && !request.skipLines &&
-        IsMisled(facts, scan.head.columns)) {
+        !areLinesQuoted && IsMisled(facts, scan.head.columns)) {
         // Rule: where the text of the begin is no table, and later lines are one, it begins there.
         lead = FindLateTable(path, source, candidates.front().dialect, shapeRequest);
         if (lead.lines > 0) {
@@ -686,6 +752,7 @@ Plan MakePlan(const std::string& path, const PlanRequest& request, const Callbac
             decoded.encoding = encoding.value;
             Plan plan = MakePlan(path, decoded, callbacks);
             plan.bytes.encoding = std::move(encoding);
+            AskForEncoding(plan);
             return plan;
         }
     }
@@ -705,6 +772,24 @@ Plan MakePlan(const std::string& path, const PlanRequest& request, const Callbac
         facts = look(candidates.front());
     }
 
+    const auto again =
+        std::find_if(facts.pieces.begin(), facts.pieces.end(), [](const Scan::Piece& piece) {
+            return piece.kind == Scan::Piece::EKind::RepeatedNames;
+        });
+    if (again != facts.pieces.end() && facts.orders.empty()) {
+        // Rule: the whole table once more is a further table, no more rows of this one.
+        const auto open = [&] {
+            auto other = std::make_unique<Scan::TextSource>(path, request.encoding);
+            if (areLinesQuoted) {
+                other->UnquoteLines();
+            }
+            return other;
+        };
+        if (IsCopyAfter(open(), open(), scan, again->position, facts.rows)) {
+            scan.copyLine = again->position.line;
+            facts = Scan::ScanFile(source, scan);
+        }
+    }
     if (scan.head.names == Scan::ENames::Unsure) {
         const EFirstRow verdict = JudgeFirstRow(facts);
         if (verdict == EFirstRow::Row) {
@@ -721,12 +806,35 @@ Plan MakePlan(const std::string& path, const PlanRequest& request, const Callbac
         }
     }
 
+    const std::uint64_t skipped = request.skipLines.value_or(0);
+    if (skipped > 0 && skipped >= facts.bytes.CountLines()) {
+        FailureFields fields;
+        fields.kind = EFailureKind::Request;
+        fields.code = "option-value";
+        fields.what = "The file has " + std::to_string(facts.bytes.CountLines()) +
+                      " lines: none is left after the " + std::to_string(skipped) +
+                      " that are to be skipped.";
+        fields.file = path;
+        fields.subject = "skip-lines";
+        fields.value = std::to_string(skipped);
+        throw ImportFailure(std::move(fields));
+    }
+
     Plan plan;
     plan.path = path;
     plan.nullTexts = request.nullTexts;
     plan.isAllText = request.isAllText;
     plan.hasNoPoints = request.hasNoPoints;
     PlanBytesOf(source, facts, request, scan.dialect, plan.bytes);
+    if (areLinesQuoted) {
+        plan.bytes.areLinesQuoted = true;
+        plan.bytes.positions = "text";
+        plan.findings.push_back({"quoted-lines",
+                                 false,
+                                 "Each line is quoted as a whole: it is read without these quotes.",
+                                 plan.bytes.lines,
+                                 {}});
+    }
     plan.shape.columnCount.value = scan.head.columns;
     plan.shape.rows = facts.rows;
     plan.shape.continuations = facts.continuations;
@@ -747,11 +855,19 @@ Plan MakePlan(const std::string& path, const PlanRequest& request, const Callbac
     PlanQuotesOf(candidates.front(), facts, request, plan.shape);
     const std::string& encoding = plan.bytes.encoding.value;
     const std::string& textEncoding = TextEncodingOf(plan);
-    if (plan.bytes.encoding.confidence == EConfidence::Tie) {
-        plan.questions.push_back(
-            {"encoding",
-             "The encoding cannot be told from so few words.",
-             {{{}, {}, {}, encoding}, {{}, {}, {}, plan.bytes.encoding.rivals.front().value}}});
+    AskForEncoding(plan);
+    // A given encoding in which every letter of UTF-8 becomes two or three.
+    constexpr std::size_t kSequencesThatSpeak = 3;
+    if (!request.encoding.empty() && source.Facts().units == Scan::EUnits::Bytes &&
+        encoding != "UTF-8" && facts.bytes.isUtf8 &&
+        facts.bytes.sequences.size() >= kSequencesThatSpeak) {
+        plan.findings.push_back({"encoding-doubtful",
+                                 false,
+                                 "All letters past ASCII are letters in UTF-8; the encoding is "
+                                 "given as " +
+                                     encoding + ".",
+                                 facts.bytes.highBytes,
+                                 {}});
     }
     PlanHeadOf(scan.head, probe.Text(), lead, request, textEncoding, plan);
     PlanPiecesOf(facts, textEncoding, plan.shape);

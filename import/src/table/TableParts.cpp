@@ -336,9 +336,7 @@ TableParts::EPart TableParts::SkipLongLine(TableRecord& record)
 bool TableParts::CanIndex() const
 {
     const Scan::Dialect& dialect = m_cutter.Rules();
-    const bool isPlain = (dialect.separation == Scan::ESeparation::Character &&
-                          !dialect.skipsBlanks && dialect.separator != '-') ||
-                         dialect.separation == Scan::ESeparation::OneColumn;
+    const bool isPlain = dialect.IsPlain() && dialect.separator != '-';
     const char* text = m_buffer.data() + m_at;
     const std::size_t size = m_size - m_at;
     return isPlain && m_rules.columnCount > 0 && m_line <= LastLineOfRuns() &&
@@ -544,7 +542,10 @@ bool TableParts::IsApart(std::size_t index) const noexcept
     const std::size_t key = index + m_keyColumn;
     const std::size_t begin = m_positions[index] + 1U;
     const std::size_t end = m_positions[index + m_run.fields];
-    if (IsShortLine(index)) {
+    // A byte order mark may begin the line.
+    if (IsShortLine(index) || m_buffer[begin] == '\xEF' ||
+        (m_run.fields == 1 && m_buffer[begin] == ' ' &&
+         Values::Trim(Text().substr(begin, end - begin)).empty())) {
         return true;
     }
     if (m_hasBreaks && CountBreaks(Text().substr(begin, end - m_run.trim - begin)) > 0) {
@@ -702,11 +703,14 @@ void TableParts::Unescape(std::size_t from)
 {
     const char quote = m_cutter.Rules().quote;
     const bool hasBackslashes = m_cutter.Rules().hasBackslashes;
+    const bool hasDoubles = m_cutter.Rules().hasDoubles;
     std::size_t to = from;
     for (std::size_t at = from; at < m_cellText.size(); ++at) {
         const bool isEscape =
-            (m_cellText[at] == quote || (hasBackslashes && m_cellText[at] == '\\')) &&
-            at + 1 < m_cellText.size() && m_cellText[at + 1] == quote;
+            at + 1 < m_cellText.size() &&
+            ((m_cellText[at + 1] == quote &&
+              (m_cellText[at] == quote || (hasBackslashes && m_cellText[at] == '\\'))) ||
+             (hasDoubles && m_cellText[at] == '"' && m_cellText[at + 1] == '"'));
         at += isEscape ? 1U : 0U;
         m_cellText[to++] = m_cellText[at];
     }
@@ -716,13 +720,15 @@ void TableParts::Unescape(std::size_t from)
 void TableParts::MakeCells(const Scan::Record& cut, bool isPlain, TableRecord& record)
 {
     const char quote = m_cutter.Rules().quote;
+    const bool hasDoubles = m_cutter.Rules().hasDoubles;
     record.cells.clear();
     m_cellText.clear();
     m_cellSpans.clear();
     for (const Scan::Field& field : cut.fields) {
         const std::string_view cell = field.In(Text());
         const bool hasEscapes =
-            field.isQuoted && std::memchr(cell.data(), quote, cell.size()) != nullptr;
+            field.isQuoted && (std::memchr(cell.data(), quote, cell.size()) != nullptr ||
+                               (hasDoubles && cell.find('"') != std::string_view::npos));
         if (!hasEscapes && (isPlain || m_decoder.IsPlain(cell))) {
             record.cells.push_back(cell);
             continue;

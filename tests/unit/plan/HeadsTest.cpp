@@ -1,10 +1,12 @@
 // Where a table begins, how many columns it has, and which of its cells are names.
 #include "MadeFile.h"
 
+#include <Orvane/Import/Failure.h>
 #include <Orvane/Import/Plan.h>
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <functional>
 #include <ostream>
 #include <plan/PlanDialect.h>
@@ -135,11 +137,234 @@ const HeadCase kHeadCases[] = {
      "id|lon|lat|v",
      12,
      "1 2"},
+    {"AColumnThatHoldsTheSeparatorWithoutQuotesIsOneColumn",
+     "day time lon lat name url\n" +
+         Lines(12,
+               [](int i) {
+                   const char* names[] = {"Alp", "Big Hill", "Am See Ost", "Piz"};
+                   return "2021-03-" + Number(i) + " 12:" + Number(i) + " 8.5" + Number(i) +
+                          "0 47.3" + Number(i) + "0 " + names[i % 4] + " \"https://a.org/" +
+                          Number(i) + " b\"";
+               }),
+     "blank",
+     "day|time|lon|lat|name|url",
+     12,
+     "2 3"},
+    {"TheLastColumnMayHoldTheSeparatorWithoutQuotes",
+     "lon,lat,place\n8.5,47.3,Alp\n8.6,47.4,Tal, Ost\n8.7,47.5,Piz, Sued, oben\n8.8,47.6,See\n"
+     "9.5,47.3,Grat, West\n",
+     "comma",
+     "lon|lat|place",
+     5,
+     "0 1"},
+    {"AQuoteAfterBlanksOpensAField",
+     "id,lon,lat,v\n" + Lines(12, [](int i) { return Point(i) + ", \"a" + Number(i) + ",b\" "; }),
+     "comma",
+     "id|lon|lat|v",
+     12,
+     "1 2"},
+    {"LinesThatAreQuotedAsAWholeAreReadWithoutTheseQuotes",
+     "\"id,lon,lat,v\"\n" +
+         Lines(12, [](int i) { return "\"" + Point(i) + ",\"\"a" + Number(i) + ",b\"\"\""; }),
+     "comma",
+     "id|lon|lat|v",
+     12,
+     "1 2"},
+    {"AMarkBeforeNamesThatStandAgainIsNoPartOfThem",
+     "id,lon,lat\n" + Lines(12, [](int i) { return Point(i); }) + "\xEF\xBB\xBFid,lon,lat\n" +
+         Lines(12, [](int i) { return Point(i + 20); }),
+     "comma",
+     "id|lon|lat",
+     24,
+     "1 2"},
+    {"TheSecondOfTwoMarksAtTheBeginIsNoPartOfTheFirstName",
+     "\xEF\xBB\xBF\xEF\xBB\xBFid,lon,lat\n" + Lines(12, [](int i) { return Point(i); }),
+     "comma",
+     "id|lon|lat",
+     12,
+     "1 2"},
+    {"TheWholeTableOnceMoreIsAFurtherTable",
+     "id,lon,lat\n" + Lines(12, [](int i) { return Point(i); }) + "id,lon,lat\n" +
+         Lines(12, [](int i) { return Point(i); }),
+     "comma",
+     "id|lon|lat",
+     12,
+     "1 2"},
+    {"ALogThatWasStartedAnewGoesOn",
+     "id,lon,lat\n" + Lines(12, [](int i) { return Point(i); }) + "id,lon,lat\n" +
+         Lines(12, [](int i) { return Point(i < 3 ? i : i + 20); }),
+     "comma",
+     "id|lon|lat",
+     24,
+     "1 2"},
+    {"LinesOfBlanksAloneAreNoRows", "   \n  \n", "one column", "", 0, ""},
+    {"AnOddCellIsNoObstacleUnderNamesOfDegrees",
+     "id,lon,lat\n" + Lines(7, [](int i) { return Point(i); }) + "9,unknown,unknown\n",
+     "comma",
+     "id|lon|lat",
+     8,
+     "1 2"},
+    {"EastAndNorthAreAxesWhereNoColumnSaysWestOrSouth",
+     "id,E,N\n" + Lines(12,
+                        [](int i) {
+                            return Number(i) + ",2'600'1" + Number(i) + ".5,1'200'2" + Number(i) +
+                                   ".5";
+                        }),
+     "comma",
+     "id|E|N",
+     12,
+     "1 2"},
+    {"EastAndNorthMayStandInASecondLineOfNames",
+     "id,Position,Position,v\n,East,North,\n" + Lines(12,
+                                                      [](int i) {
+                                                          return Number(i) + ",2600" + Number(i) +
+                                                                 ".5,1200" + Number(i) + ".5,9";
+                                                      }),
+     "comma",
+     "id|Position East|Position North|v",
+     12,
+     "1 2"},
+    {"AxesHaveRussianNames",
+     "\xD0\x98\xD0\xBC\xD1\x8F,\xD0\x94\xD0\xBE\xD0\xBB\xD0\xB3\xD0\xBE\xD1\x82\xD0\xB0,"
+     "\xD0\xA8\xD0\xB8\xD1\x80\xD0\xBE\xD1\x82\xD0\xB0\n" +
+         Lines(12, [](int i) { return "a" + Point(i); }),
+     "comma",
+     "\xD0\x98\xD0\xBC\xD1\x8F|\xD0\x94\xD0\xBE\xD0\xBB\xD0\xB3\xD0\xBE\xD1\x82\xD0\xB0|"
+     "\xD0\xA8\xD0\xB8\xD1\x80\xD0\xBE\xD1\x82\xD0\xB0",
+     12,
+     "1 2"},
+    {"ASignOfDegreesIsNoPartOfAName",
+     "Nom,Longitude (\xC2\xB0"
+     "E),Latitude (\xC2\xB0N)\n" +
+         Lines(12, [](int i) { return "a" + Point(i); }),
+     "comma",
+     "Nom|Longitude (\xC2\xB0"
+     "E)|Latitude (\xC2\xB0N)",
+     12,
+     "1 2"},
+    {"TwoPairsOfTheSameNamesAreAQuestion",
+     "id,lon,lat,lon,lat\n" +
+         Lines(12,
+               [](int i) { return Point(i) + ",9.5" + Number(i) + "0,46.3" + Number(i) + "0"; }),
+     "comma",
+     "id|lon|lat|lon|lat",
+     12,
+     ""},
+    {"TheTwoEndsOfAWayAreAQuestion",
+     "id,start_lon,start_lat,end_lon,end_lat\n" +
+         Lines(12,
+               [](int i) { return Point(i) + ",9.5" + Number(i) + "0,46.3" + Number(i) + "0"; }),
+     "comma",
+     "id|start_lon|start_lat|end_lon|end_lat",
+     12,
+     ""},
     {"NumbersAloneAreNoNames", "8.5,47.3\n", "comma", "|", 1, ""},
 };
 
 INSTANTIATE_TEST_SUITE_P(, PlanHead, testing::ValuesIn(kHeadCases), [](const auto& row) {
     return std::string(row.param.name);
 });
+
+TEST(PlanHeads, AFewLatitudesPast90DoNotLookLikeLongitudes)
+{
+    const auto hasSwapped = [](const std::string& last) {
+        const MadeFile file("id,lon,lat\n" + Lines(19, [](int i) { return Point(i); }) + last);
+        const Plan plan = MakePlan(file.Path(), {});
+        return std::any_of(
+            plan.findings.begin(), plan.findings.end(), [](const PlanFinding& finding) {
+                return finding.code == "axes-swapped";
+            });
+    };
+    EXPECT_FALSE(hasSwapped("19,8.6,95\n"));
+    EXPECT_TRUE(
+        hasSwapped(Lines(10, [](int i) { return Number(i) + ",8.6,13" + std::to_string(i); })));
+}
+
+TEST(PlanHeads, MoreLinesToSkipThanThereAreIsRefused)
+{
+    const MadeFile file("lon,lat\n8.5,47.5\n8.6,47.6\n");
+    PlanRequest request;
+    request.skipLines = 50;
+    try {
+        static_cast<void>(MakePlan(file.Path(), request));
+        FAIL() << "no failure";
+    } catch (const ImportFailure& failure) {
+        EXPECT_EQ(failure.GetFields().code, "option-value");
+        EXPECT_EQ(failure.GetFields().what,
+                  "The file has 3 lines: none is left after the 50 that are to be skipped.");
+    }
+}
+
+TEST(PlanHeads, AGivenEncodingThatSpoilsLettersOfUtf8IsPointedOut)
+{
+    const MadeFile file("lon,lat,name\n8.5,47.5,Z\xC3\xBC"
+                        "rich\n8.6,47.6,B\xC3\xA4"
+                        "ch\n"
+                        "8.7,47.7,\xC3\x96"
+                        "rlikon\n");
+    PlanRequest request;
+    request.encoding = "ISO-8859-1";
+    const Plan plan = MakePlan(file.Path(), request);
+    ASSERT_FALSE(plan.findings.empty());
+    EXPECT_EQ(plan.findings.back().code, "encoding-doubtful");
+}
+
+TEST(PlanHeads, ShiftsToJapaneseTellTheEncoding)
+{
+    const MadeFile file("lon,lat,name\n8.5,47.5,\x1B$BEl5~\x1B(B\n8.6,47.6,\x1B$BBg:e\x1B(B\n");
+    const Plan plan = MakePlan(file.Path(), {});
+    EXPECT_EQ(plan.bytes.encoding.value, "ISO-2022-JP");
+    EXPECT_EQ(plan.bytes.encoding.decider, EDecider::Found);
+    EXPECT_EQ(plan.shape.rows, 2U);
+}
+
+TEST(PlanHeads, FewWordsThatSeveralEncodingsHaveAreAQuestion)
+{
+    const MadeFile file(
+        "id,lon,lat,name\n" + Lines(30, [](int i) {
+            return Point(i) + ",\x8C\x63\xB9\xE6\xB0\xA2\xC7\xCF \xBC\x84\xBD\xC3\xC4\xDD\xB6\xF3" +
+                   Number(i);
+        }));
+    const Plan plan = MakePlan(file.Path(), {});
+    ASSERT_EQ(plan.questions.size(), 1U);
+    EXPECT_EQ(plan.questions[0].code, "encoding");
+    const auto& answers = plan.questions[0].answers;
+    EXPECT_TRUE(std::any_of(answers.begin(), answers.end(), [](const PlanAnswer& answer) {
+        return answer.encoding == "CP949";
+    }));
+}
+
+TEST(PlanHeads, LikelySystemsLieWhereTheirAreaOfUseIs)
+{
+    const MadeFile file("id,E,N,canton\n" + Lines(12, [](int i) {
+                            return Number(i) + ",26" + Number(i) + "100.5,12" + Number(i) +
+                                   "200.5,Bern";
+                        }));
+    PlanRequest request;
+    EXPECT_TRUE(MakePlan(file.Path(), request).coordinateSystem.rivals.empty());
+    request.ranksSystems = true;
+    const Plan plan = MakePlan(file.Path(), request);
+    EXPECT_EQ(plan.coordinateSystem.value, "undefined Cartesian");
+    ASSERT_FALSE(plan.coordinateSystem.rivals.empty());
+    EXPECT_EQ(plan.coordinateSystem.rivals[0].value, "EPSG:2056");
+    EXPECT_EQ(plan.coordinateSystem.rivals[0].against, "CH1903+ / LV95");
+    EXPECT_LE(plan.coordinateSystem.rivals.size(), 12U);
+}
+
+TEST(PlanHeads, SystemsThatAgreeWithTheFilesOwnDegreesAreTheLikeliest)
+{
+    // UTM 32N of the same points.
+    const MadeFile file("x,y,lon,lat\n500000,5260729.73,9,47.5\n500000,5316300.22,9,48\n"
+                        "500000,5371875.58,9,48.5\n");
+    PlanRequest request;
+    request.x = "x";
+    request.y = "y";
+    request.ranksSystems = true;
+    const Plan plan = MakePlan(file.Path(), request);
+    ASSERT_FALSE(plan.coordinateSystem.rivals.empty());
+    const auto& rivals = plan.coordinateSystem.rivals;
+    EXPECT_TRUE(rivals[0].value == "EPSG:25832" || rivals[0].value == "EPSG:32632")
+        << rivals[0].value;
+}
 
 } // namespace

@@ -94,6 +94,9 @@ struct PlanBytes
     bool hasMark = false;                  ///< a byte order mark
     /// "file", or "text" where places count the bytes of the text as UTF-8, unpacked.
     std::string positions = "file";
+    /// Each line is quoted as a whole (`"1,""a"""`): the outer quotes are no part of the text, and
+    /// two quotes inside are one.
+    bool areLinesQuoted = false;
     PlanDecision<EPlanLineEnd> lineEnd;
     std::uint64_t lines = 0; ///< physical lines; a last one without an ending counts
     std::uint64_t feeds = 0; ///< lines that end in `\n` alone
@@ -118,13 +121,18 @@ struct PlanSeparator
     char character = ',';            ///< for Character
     bool skipsBlanks = false;        ///< blanks after it are no part of a field
     std::vector<std::uint32_t> ends; ///< for Widths: where each field but the last ends, characters
+    /// The column, from 0, that holds the separator without quotes: what a record has more than the
+    /// table's count of fields belongs to it.
+    std::optional<std::size_t> looseColumn;
 };
 
 /// The quotes.
 struct PlanQuotes
 {
-    char character = '"';        ///< 0: none, quotes are text
-    bool hasBackslashes = false; ///< `\"` stands for a quote, beside `""`
+    char character = '"';         ///< 0: none, quotes are text
+    bool hasBackslashes = false;  ///< `\"` stands for a quote, beside `""`
+    bool openAfterBlanks = false; ///< also after blanks at the front of a field
+    bool hasDoubles = false;      ///< `""` in a cell that `'` encloses stands for one `"`
 };
 
 /// What lines that are no rows are.
@@ -316,7 +324,9 @@ struct Plan
     PlanShape shape;
     std::vector<PlanColumn> columns;
     PlanDecision<PlanCoordinates> coordinates;
-    /// "EPSG:4326", "undefined geographic", "undefined Cartesian", or "" without coordinates.
+    /// "EPSG:4326", "undefined geographic", "undefined Cartesian", or "" without coordinates. Its
+    /// rivals are the systems that are likely where PlanRequest::ranksSystems asks for them, the
+    /// likeliest first: only candidates, never applied.
     PlanDecision<std::string> coordinateSystem;
     /// Given: cells with one of these texts are null in every column, blanks at their ends aside.
     std::vector<std::string> nullTexts;
@@ -353,6 +363,9 @@ struct PlanRequest
     std::vector<PlanColumnType> types;
     bool isAllText = false;   ///< every cell stays the text it is; no type is decided
     bool hasNoPoints = false; ///< coordinates are neither looked for nor asked for
+    /// Ranks the systems that X and Y of an undefined one can be of, by their areas of use. Cost:
+    /// up to 3 s, whatever the size of the file.
+    bool ranksSystems = false;
 };
 
 /// Scans the file and decides.

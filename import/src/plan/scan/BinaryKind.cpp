@@ -117,6 +117,94 @@ bool IsDBase(std::string_view front) noexcept
 
 } // namespace
 
+namespace {
+
+constexpr const char* kConvert = "Convert it first: ogr2ogr -f CSV OUT.csv FILE -lco "
+                                 "GEOMETRY=AS_XY.";
+
+std::string_view TrimFront(std::string_view text) noexcept
+{
+    return text.substr(std::min(text.find_first_not_of(" \t\r\n"), text.size()));
+}
+
+bool StartsWithWord(std::string_view text, std::string_view word) noexcept
+{
+    return text.size() >= word.size() &&
+           std::equal(word.begin(), word.end(), text.begin(), [](char a, char b) {
+               return a == (b >= 'A' && b <= 'Z' ? b - 'A' + 'a' : b);
+           });
+}
+
+/// A text in angle brackets: what its root says.
+std::optional<BinaryKind> FindMarkup(std::string_view text)
+{
+    struct Root
+    {
+        std::string_view name;
+        const char* what;
+        const char* cure;
+    };
+
+    static constexpr Root kRoots[] = {
+        {"html", "an HTML page", "Save the table in it as CSV, or load the file itself again."},
+        {"kml", "KML", kConvert},
+        {"gpx", "GPX", kConvert},
+        {"gml:", "GML", kConvert},
+        {"wfs:", "GML", kConvert},
+        {"featurecollection", "GML", kConvert},
+        {"osm", "OpenStreetMap XML", kConvert},
+    };
+    bool isMarkup = false;
+    while (text.starts_with("<?") || text.starts_with("<!")) {
+        isMarkup = isMarkup || StartsWithWord(text, "<?xml") || StartsWithWord(text, "<!doctype");
+        const std::string_view close = text.starts_with("<!--") ? "-->" : ">";
+        const std::size_t end = text.find(close);
+        text = TrimFront(end == text.npos ? std::string_view() : text.substr(end + close.size()));
+    }
+    for (const Root& root : kRoots) {
+        if (text.starts_with('<') && StartsWithWord(text.substr(1), root.name) &&
+            (isMarkup || text.find('>') != text.npos)) {
+            return BinaryKind{false, root.what, root.cure};
+        }
+    }
+    return isMarkup ? std::optional(BinaryKind{false, "XML", kExport}) : std::nullopt;
+}
+
+/// A text in braces or brackets: an object whose first key is a text before a colon.
+std::optional<BinaryKind> FindJson(std::string_view text)
+{
+    std::string_view inside = text;
+    if (inside.starts_with('[')) {
+        inside = TrimFront(inside.substr(1));
+    }
+    if (!inside.starts_with('{')) {
+        return std::nullopt;
+    }
+    inside = TrimFront(inside.substr(1));
+    const std::size_t end = inside.starts_with('"') ? inside.find('"', 1) : inside.npos;
+    if (end == inside.npos || !TrimFront(inside.substr(end + 1)).starts_with(':')) {
+        return std::nullopt;
+    }
+    const std::string_view line = text.substr(0, text.find_first_of("\r\n"));
+    const std::string_view next = TrimFront(text.substr(std::min(line.size(), text.size())));
+    const bool isLine = text.starts_with('{') && line.ends_with('}') && next.starts_with('{');
+    const bool isGeo =
+        text.find("\"FeatureCollection\"") != text.npos || text.find("\"Feature\"") != text.npos;
+    if (isGeo) {
+        return BinaryKind{false, "GeoJSON", kConvert};
+    }
+    return BinaryKind{false, isLine ? "JSON lines" : "JSON", kExport};
+}
+
+} // namespace
+
+std::optional<BinaryKind> FindTextKind(std::string_view front)
+{
+    constexpr std::string_view kMark = "\xEF\xBB\xBF";
+    front = TrimFront(front.starts_with(kMark) ? front.substr(kMark.size()) : front);
+    return front.starts_with('<') ? FindMarkup(front) : FindJson(front);
+}
+
 std::optional<BinaryKind> FindBinaryKind(std::string_view front)
 {
     if (front.substr(0, 4) == std::string_view("PK\x03\x04", 4)) {

@@ -20,6 +20,10 @@ struct BinaryKind
 /// @param front the first bytes of the file, 64 KiB or all of it
 [[nodiscard]] std::optional<BinaryKind> FindBinaryKind(std::string_view front);
 
+/// Tells texts that are no tables by their first bytes: markup (KML, GPX, GML, HTML, XML) and JSON.
+/// @param front the first bytes of the file, 64 KiB or all of it
+[[nodiscard]] std::optional<BinaryKind> FindTextKind(std::string_view front);
+
 /// Whether bytes hold so many control characters of so many kinds that they are no text in which
 /// ASCII is ASCII. NULs do not count: a logger that lost its power writes blocks of them; nor does
 /// one control character that separates fields.

@@ -114,14 +114,12 @@ private:
     [[nodiscard]] bool CanIndex() const
     {
         const Dialect& dialect = m_request.dialect;
-        const bool isPlain =
-            (dialect.separation == ESeparation::Character && !dialect.skipsBlanks) ||
-            dialect.separation == ESeparation::OneColumn;
         // Quotes are indexed only as the reader knows them.
         const auto has = [&](char unit) {
             return std::memchr(m_buffer.data(), unit, m_size) != nullptr;
         };
-        return isPlain && m_request.nullTexts.empty() && dialect.lineEnds != ELineEnds::Any &&
+        return dialect.IsPlain() && m_request.nullTexts.empty() &&
+               dialect.lineEnds != ELineEnds::Any &&
                m_size < std::numeric_limits<std::uint32_t>::max() && !m_rows.IsOver() &&
                (dialect.quote == 0 || dialect.quote == '"' || !has(dialect.quote)) &&
                (!dialect.hasBackslashes || !has('\\'));

@@ -93,6 +93,8 @@ struct ScanRequest
     Dialect dialect;
     TableHead head;
     std::vector<std::string> nullTexts; ///< given: cells with one of these texts are null
+    /// The line of names that begin a further table though they are those of this one; 0 for none.
+    std::uint64_t copyLine = 0;
     /// Set in a further pass: the rows are shown to it, and no facts of columns are collected.
     RowWatch* watch = nullptr;
 };

@@ -11,6 +11,8 @@ namespace Orvane::Import::Scan {
 
 namespace {
 
+constexpr std::string_view kMark = "\xEF\xBB\xBF";
+
 /// Lines that belong together are looked for so far.
 constexpr std::size_t kMostJoined = 4096;
 
@@ -203,6 +205,11 @@ bool RecordCutter::CutSeparated(std::string_view text, bool isWhole, Record& rec
                 ++front;
             }
             field.begin = front;
+        } else if (m_dialect.opensAfterBlanks) {
+            while (front < text.size() && IsBlank(text[front]) && !isSeparator(text[front])) {
+                ++front;
+            }
+            front = front < text.size() && text[front] == m_dialect.quote ? front : at;
         }
         std::size_t end = front;
         if (m_dialect.quote != 0 && front < text.size() && text[front] == m_dialect.quote) {
@@ -228,7 +235,7 @@ bool RecordCutter::CutSeparated(std::string_view text, bool isWhole, Record& rec
             ++end;
             if (end < text.size() && text[end] != '\n') {
                 // A return that ends nothing is part of the field.
-                field = {front, end - front, false};
+                field = {at, end - at, false};
             }
         }
         const bool isLineOver = end >= text.size() || IsLineEnd(text, end);
@@ -293,6 +300,11 @@ void RecordCutter::CutLine(std::string_view text, std::size_t end, Record& recor
 bool RecordCutter::CutFields(std::string_view text, std::size_t from, bool isWhole, Record& record)
 {
     record.fields.clear();
+    // Rule: a byte order mark at a record's begin is no part of it: files are put together.
+    while (m_dialect.isUtf8 && from < text.size() && text[from] == kMark.front() &&
+           text.substr(from, kMark.size()) == kMark) {
+        from += kMark.size();
+    }
     record.begin = from;
     record.lines = 1;
     record.openers = 0;
@@ -341,6 +353,10 @@ bool RecordCutter::Cut(
     const std::string_view whole = text.substr(record.begin, record.next - record.begin);
     if (!record.isBlank && FindNulBlock(whole) != std::string_view::npos) {
         ReadBesideNuls(text, expected, record);
+        return true;
+    }
+    if (record.fields.size() > expected && m_dialect.looseColumn < expected && !record.isBlank &&
+        JoinLooseCells(text, expected, record)) {
         return true;
     }
     const bool isOdd = record.fields.size() != expected || (record.lines > 1 && expected > 2);
@@ -429,11 +445,37 @@ void RecordCutter::Repair(std::string_view text, std::size_t expected, Record& r
         record.repair = ERepair::EmptyCells;
         return;
     }
+    if (fields + 1 == expected && SplitQuoted(text, m_dialect.quote, m_forms, record.fields)) {
+        record.repair = ERepair::Quotes;
+        return;
+    }
     if (fields < expected) {
         record.isShifted = AreCellsShifted(text, record.fields, m_forms);
     } else if (fields > expected && m_ends == ELineEnds::Feeds && !isLine) {
         SplitAtReturn(text, expected, record);
     }
+}
+
+bool RecordCutter::JoinLooseCells(std::string_view text, std::size_t expected, Record& record) const
+{
+    const std::size_t surplus = record.fields.size() - expected;
+    const auto first = record.fields.begin() + static_cast<std::ptrdiff_t>(m_dialect.looseColumn);
+    const auto last = first + static_cast<std::ptrdiff_t>(surplus);
+    if (std::any_of(first, last + 1, [](const Field& field) { return field.isQuoted; })) {
+        return false;
+    }
+    std::vector<Field> fields(record.fields.begin(), first);
+    fields.push_back({first->begin, last->begin + last->size - first->begin, false});
+    fields.insert(fields.end(), last + 1, record.fields.end());
+    for (std::size_t index = 0; index < m_forms.size() && index < expected; ++index) {
+        const bool isLoose = index == m_dialect.looseColumn;
+        if (!isLoose && !fields[index].isQuoted && !m_forms[index].Fits(fields[index].In(text))) {
+            return false;
+        }
+    }
+    record.fields = std::move(fields);
+    record.repair = ERepair::Loose;
+    return true;
 }
 
 bool RecordCutter::HasTrailingCells(std::string_view text,

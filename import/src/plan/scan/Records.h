@@ -27,17 +27,31 @@ enum class ELineEnds : std::uint8_t {
 /// The rules by which records are cut.
 struct Dialect
 {
+    static constexpr std::size_t kNoColumn = static_cast<std::size_t>(-1);
+
     ESeparation separation = ESeparation::OneColumn;
     char separator = ',';
-    bool skipsBlanks = false;    ///< blanks after a separator are no part of the field (`, `)
-    char quote = '"';            ///< 0: none
-    bool hasBackslashes = false; ///< `\"` stands for a quote inside quotes, beside `""`
+    bool skipsBlanks = false;      ///< blanks after a separator are no part of the field (`, `)
+    char quote = '"';              ///< 0: none
+    bool hasBackslashes = false;   ///< `\"` stands for a quote inside quotes, beside `""`
+    bool opensAfterBlanks = false; ///< a quote after blanks at the front of a field opens it
+    bool hasDoubles = false;       ///< `""` in a cell that another quote encloses stands for `"`
+    /// The column that holds the separator without quotes, so that what a record has more belongs
+    /// to it; kNoColumn for none.
+    std::size_t looseColumn = kNoColumn;
     ELineEnds lineEnds = ELineEnds::Feeds;
     /// Most lines end in `\r\n`: a row that a lone `\n` leaves short may go on after it.
     bool joinsFeeds = false;
     /// For Widths: where each field but the last ends, in characters (bytes unless isUtf8).
     std::vector<std::uint32_t> ends;
     bool isUtf8 = true;
+
+    /// Whether separators and quotes alone tell the fields, as in an index of them.
+    [[nodiscard]] bool IsPlain() const noexcept
+    {
+        return (separation == ESeparation::Character && !skipsBlanks && !opensAfterBlanks) ||
+               separation == ESeparation::OneColumn;
+    }
 };
 
 /// A field in the text of its record, without its quotes.
@@ -61,10 +75,11 @@ enum class ERepair : std::uint8_t {
     EmptyCells, ///< without empty cells that shifted the others
     LineEnd,    ///< a line end of another kind is part of a field, or ends the row
     NulBlock,   ///< without the block of NULs before or after it
+    Loose,      ///< one column holds the separator without quotes
 };
 
 /// How many kinds of repairs there are, with None.
-inline constexpr std::size_t kRepairs = 6;
+inline constexpr std::size_t kRepairs = 7;
 
 /// So many NULs in a row are none of a text's: a logger that lost its power leaves them.
 inline constexpr std::size_t kNulBlock = 16;
@@ -99,9 +114,10 @@ struct Record
 
 /// Cuts records out of a text.
 ///
-/// A quote opens a field only at its front, and closes it only before a separator or a line's end;
-/// doubled quotes inside are text, as are quotes elsewhere. An opener that nothing closes within
-/// kMostQuoted bytes is text; so is one that only a line after a block of NULs closes.
+/// A quote opens a field only at its front (or after blanks there, where the dialect says so), and
+/// closes it only before a separator or a line's end; doubled quotes inside are text, as are quotes
+/// elsewhere. An opener that nothing closes within kMostQuoted bytes is text; so is one that only a
+/// line after a block of NULs closes.
 ///
 /// A record of another count than expected is looked at again: a quote may be stray or missing, an
 /// opener may swallow whole rows, the line may have another separator or a doubled one, or a line
@@ -165,6 +181,7 @@ private:
     /// Looks for the one reading that gives a record its count.
     void Repair(std::string_view text, std::size_t expected, Record& record);
     bool ReadFirstLine(std::string_view text, std::size_t expected, Record& record);
+    bool JoinLooseCells(std::string_view text, std::size_t expected, Record& record) const;
     bool ReadOtherSeparator(std::string_view text, std::size_t expected, Record& record) const;
     EJoin JoinLines(std::string_view text, bool isWhole, std::size_t expected, Record& record);
     bool SplitAtReturn(std::string_view text, std::size_t expected, Record& record);

@@ -337,6 +337,47 @@ bool DoCellsFit(std::string_view text,
            CountFits(text, fields, forms) + mostMisfits >= fields.size();
 }
 
+bool SplitQuoted(std::string_view text,
+                 char quote,
+                 const std::vector<CellForm>& forms,
+                 std::vector<Field>& fields)
+{
+    constexpr std::size_t kMostPlaces = 16;
+    if (quote == 0 || fields.size() + 1 != forms.size()) {
+        return false;
+    }
+    std::vector<Field> found;
+    std::size_t places = 0;
+    for (std::size_t index = 0; index < fields.size(); ++index) {
+        const std::string_view cell = fields[index].In(text);
+        for (std::size_t at = 0; fields[index].isQuoted && at + 1 < cell.size(); ++at) {
+            if (cell[at] != quote || cell[at + 1] != quote) {
+                continue;
+            }
+            std::vector<Field> split = fields;
+            split[index].size = at;
+            split.insert(split.begin() + static_cast<std::ptrdiff_t>(index) + 1,
+                         {fields[index].begin + at + 2, cell.size() - at - 2, true});
+            ++at;
+            if (++places > kMostPlaces) {
+                return false;
+            }
+            if (!DoCellsFit(text, split, forms)) {
+                continue;
+            }
+            if (!found.empty()) {
+                return false;
+            }
+            found = std::move(split);
+        }
+    }
+    if (found.empty()) {
+        return false;
+    }
+    fields = std::move(found);
+    return true;
+}
+
 bool DropEmptyCells(std::string_view text,
                     std::size_t count,
                     const std::vector<CellForm>& forms,

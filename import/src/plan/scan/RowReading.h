@@ -30,6 +30,14 @@ namespace Orvane::Import::Scan {
                               std::vector<Field>& fields,
                               std::uint64_t& cost);
 
+/// Cuts a quoted field of a row that lacks one field where a closing and an opening quote follow
+/// each other without a separator (`"a""b"`): where all cells look like those of their columns
+/// then, and that is one place only. @return whether it was done
+[[nodiscard]] bool SplitQuoted(std::string_view text,
+                               char quote,
+                               const std::vector<CellForm>& forms,
+                               std::vector<Field>& fields);
+
 /// Removes empty cells from a row that has more than `count` fields: those after which all cells
 /// look like those of their columns, where that is one place only. @return whether it was done
 [[nodiscard]] bool DropEmptyCells(std::string_view text,

@@ -13,6 +13,7 @@ namespace {
 
 using Values::ECell;
 
+constexpr std::string_view kMark = "\xEF\xBB\xBF";
 constexpr std::size_t kMostShort = 4096;
 constexpr std::size_t kMostShortBytes = std::size_t{4} << 20U;
 /// Fewer rows of another count make no table.
@@ -47,6 +48,8 @@ Rows::Rows(const ScanRequest& request, ScanFacts& facts)
     for (const std::string& name : m_names) {
         m_nameSizes.at(static_cast<unsigned char>(name.front())) |= SizeBit(name.size());
     }
+    // No name is empty: this has lines looked at that begin with a mark.
+    m_nameSizes.at(static_cast<unsigned char>(kMark.front())) |= SizeBit(0);
 }
 
 std::size_t Rows::ColumnOf(std::size_t field) const
@@ -62,6 +65,10 @@ std::size_t Rows::FieldOf(std::size_t column) const
 
 bool Rows::IsNameCell(std::string_view cell) const
 {
+    // A byte order mark may begin the line.
+    if (cell.starts_with(kMark)) {
+        return true;
+    }
     if (cell.size() >= 2 && cell.front() == '"') {
         cell = cell.substr(1, cell.size() - 2);
     }
@@ -277,12 +284,14 @@ void Rows::AddRecord(std::string_view text, std::uint64_t byte, const Record& re
         return;
     }
     CutCells(text, record);
-    if (isFirstName && AddNamesAgain(m_cells, position, line)) {
+    const bool isCopy = position.line == m_request.copyLine;
+    if (!isCopy && isFirstName && AddNamesAgain(m_cells, position, line)) {
         return;
     }
     // Rule: names of another table begin it, after a blank line or with more columns.
-    if (isNamed && m_facts.rows > 0 && (m_isAfterBlank || fields > m_columns) &&
-        fields >= m_columns && AreOtherNames(m_cells)) {
+    const bool isOther = isNamed && m_facts.rows > 0 && (m_isAfterBlank || fields > m_columns) &&
+                         fields >= m_columns && AreOtherNames(m_cells);
+    if (isCopy || isOther) {
         m_isOver = true;
         m_facts.furtherTables.Add(position, line);
         AddPiece(Piece::EKind::FurtherTable, position, 0, line);

@@ -45,7 +45,8 @@ public:
     [[nodiscard]] bool IsApart(std::string_view firstCell, std::size_t rest) const
     {
         // After a blank line, blank, or nothing but separators after the first cell.
-        if (m_isAfterBlank || (rest + 1 <= m_columns && (m_columns > 1 || firstCell.size() < 2))) {
+        if (m_isAfterBlank || (rest + 1 <= m_columns && (m_columns > 1 || firstCell.size() < 2 ||
+                                                         firstCell.front() == ' '))) {
             return true;
         }
         return !firstCell.empty() && MayBeginName(firstCell.front()) && IsNameCell(firstCell);

@@ -9,6 +9,7 @@
 #include <array>
 #include <cmath>
 #include <map>
+#include <optional>
 #include <set>
 #include <unordered_set>
 #include <utility>
@@ -170,6 +171,20 @@ bool IsComment(std::string_view line) noexcept
                              line.substr(0, 2) == "//");
 }
 
+/// Counts `"` in cells that another quote encloses: pairs, and others.
+void CountDoubles(std::string_view text, const Record& record, Candidate& candidate)
+{
+    for (const Field& field : record.fields) {
+        const std::string_view cell = field.isQuoted ? field.In(text) : std::string_view();
+        for (std::size_t at = cell.find('"'); at != std::string_view::npos;
+             at = cell.find('"', at)) {
+            const std::size_t end = std::min(cell.find_first_not_of('"', at), cell.size());
+            ++((end - at) % 2 == 0 ? candidate.doubles : candidate.singles);
+            at = end;
+        }
+    }
+}
+
 Candidate Try(std::string_view text, const Dialect& dialect, bool isWhole)
 {
     RecordCutter cutter(dialect);
@@ -196,6 +211,9 @@ Candidate Try(std::string_view text, const Dialect& dialect, bool isWhole)
         }
         candidate.strays += record.strays;
         candidate.openers += record.openers;
+        if (dialect.quote == '\'') {
+            CountDoubles(text, record, candidate);
+        }
         const std::size_t looked = std::min<std::size_t>(record.fields.size(), 64);
         for (std::size_t index = 0; index < looked; ++index) {
             const double weight = WeightOf(record.Cell(text, index), dialect.separator);
@@ -219,6 +237,8 @@ Candidate Try(std::string_view text, const Dialect& dialect, bool isWhole)
     candidate.steady = mode.steady;
     candidate.hasShortRows = mode.hasShortRows;
     candidate.typed = cells == 0 ? 0 : typed / static_cast<double>(cells);
+    // Rule: where `'` quotes and `"` stands in pairs alone, a pair is one.
+    candidate.dialect.hasDoubles = candidate.doubles > 0 && candidate.singles == 0;
     return candidate;
 }
 
@@ -375,6 +395,129 @@ Dialect Base(const ShapeRequest& request)
     return dialect;
 }
 
+/// Whether blanks stand between a separator and a quote.
+bool HasQuoteAfterBlanks(std::string_view text, char separator) noexcept
+{
+    for (std::size_t at = text.find(separator); at != std::string_view::npos;
+         at = text.find(separator, at)) {
+        const std::size_t first = ++at;
+        while (at < text.size() && text[at] == ' ') {
+            ++at;
+        }
+        if (at > first && at < text.size() && text[at] == '"') {
+            return true;
+        }
+    }
+    return false;
+}
+
+/// A record of a trial with its text.
+struct TrialRecord
+{
+    std::vector<std::string_view> cells;
+    std::vector<bool> isQuoted;
+};
+
+/// How many columns from one side tell their cells apart: by a type, by characters that every cell
+/// has, by quotes, or by being empty.
+/// @param rows the first of them holds names
+std::size_t CountTellingColumns(const std::vector<TrialRecord>& rows, bool isFromRight)
+{
+    const std::size_t columns = rows.front().cells.size();
+    for (std::size_t column = 0; column < columns; ++column) {
+        CellForm form;
+        bool areQuoted = true;
+        for (std::size_t row = 1; row < rows.size(); ++row) {
+            const std::size_t index = isFromRight ? rows[row].cells.size() - 1 - column : column;
+            const std::string_view cell = rows[row].cells[index];
+            form.Add(cell, KindOf(cell));
+            areQuoted = areQuoted && rows[row].isQuoted[index];
+        }
+        if (!areQuoted && !form.IsTelling() && form.empties < form.cells) {
+            return column;
+        }
+    }
+    return columns;
+}
+
+/// The column that holds the separator without quotes: names stand in the first record, and the
+/// columns on both sides of one tell their cells apart in all rows.
+///
+/// Rule: what a row has more belongs to one column only where all the others are beyond doubt.
+/// @return its candidate; none otherwise
+std::optional<Candidate> TryLoose(std::string_view text, const Candidate& plain, bool isWhole)
+{
+    constexpr std::size_t kFewestRows = 4;
+    constexpr std::size_t kFewestColumns = 3;
+    RecordCutter cutter(plain.dialect);
+    Record record;
+    std::vector<TrialRecord> rows;
+    std::size_t longer = 0;
+    std::size_t shorter = 0;
+    std::size_t at = 0;
+    while (at < text.size() && rows.size() < kTrialRecords &&
+           cutter.Cut(text, at, isWhole, 0, record)) {
+        at = record.next;
+        if (record.isBlank) {
+            continue;
+        }
+        const std::size_t columns = rows.empty() ? record.fields.size() : rows[0].cells.size();
+        longer += record.fields.size() > columns ? 1U : 0U;
+        if (record.fields.size() < columns || record.strays + record.unclosed > 0) {
+            ++shorter;
+            continue;
+        }
+        TrialRecord& row = rows.emplace_back();
+        for (std::size_t index = 0; index < record.fields.size(); ++index) {
+            row.cells.push_back(record.Cell(text, index));
+            row.isQuoted.push_back(record.fields[index].isQuoted);
+        }
+    }
+    if (rows.size() < kFewestRows || longer < 2 || rows[0].cells.size() < kFewestColumns ||
+        longer * 10 < rows.size() || shorter * 10 > rows.size() ||
+        !std::all_of(rows[0].cells.begin(), rows[0].cells.end(), [](std::string_view name) {
+            return Values::ReadCell(name).cell == ECell::Text;
+        })) {
+        return std::nullopt;
+    }
+    const std::size_t columns = rows[0].cells.size();
+    const std::size_t left = CountTellingColumns(rows, false);
+    if (left >= columns || left + CountTellingColumns(rows, true) + 1 != columns) {
+        return std::nullopt;
+    }
+    // Rule: a comma or the like in a text has a blank after it, in all rows.
+    const bool isBlank =
+        plain.dialect.separation == ESeparation::Blanks || plain.dialect.separator == ' ';
+    const auto isText = [&](const TrialRecord& row) {
+        const std::size_t surplus = row.cells.size() - columns;
+        const auto* first = row.cells.data() + left + 1;
+        return std::all_of(
+            first, first + surplus, [](std::string_view cell) { return cell.starts_with(' '); });
+    };
+    if (!isBlank && !std::all_of(rows.begin(), rows.end(), isText)) {
+        return std::nullopt;
+    }
+    Candidate loose = plain;
+    loose.dialect.looseColumn = left;
+    loose.fields = columns;
+    loose.support = static_cast<double>(rows.size()) / static_cast<double>(rows.size() + shorter);
+    // Fixed widths explain runs of blanks better.
+    loose.support *= plain.dialect.separation == ESeparation::Blanks ? 0.8 : 0.95;
+    loose.hasShortRows = false;
+    double typed = 0;
+    std::size_t cells = 0;
+    for (const TrialRecord& row : rows) {
+        const std::size_t surplus = row.cells.size() - columns;
+        for (std::size_t index = 0; index < columns; ++index) {
+            const std::size_t from = index > left ? index + surplus : index;
+            typed += index == left ? 0.8 : WeightOf(row.cells[from], loose.dialect.separator);
+            ++cells;
+        }
+    }
+    loose.typed = typed / static_cast<double>(cells);
+    return loose;
+}
+
 void TryQuotes(std::string_view text,
                Dialect dialect,
                bool isWhole,
@@ -393,6 +536,16 @@ void TryQuotes(std::string_view text,
             plain = escaped;
         }
     }
+    if (dialect.separation == ESeparation::Character && dialect.separator != ' ' &&
+        !dialect.skipsBlanks && HasQuoteAfterBlanks(text, dialect.separator)) {
+        Dialect open = plain.dialect;
+        open.opensAfterBlanks = true;
+        const Candidate other = Try(text, open, isWhole);
+        if (other.openers > plain.openers && other.strays < plain.strays &&
+            other.support >= plain.support) {
+            plain = other;
+        }
+    }
     if (HasQuotes(text, '\'')) {
         dialect.quote = '\'';
         const Candidate other = Try(text, dialect, isWhole);
@@ -402,6 +555,12 @@ void TryQuotes(std::string_view text,
         }
     }
     candidates.push_back(plain);
+    constexpr double kEven = 0.9;
+    if (plain.support < kEven) {
+        if (std::optional<Candidate> loose = TryLoose(text, plain, isWhole)) {
+            candidates.push_back(std::move(*loose));
+        }
+    }
 }
 
 } // namespace
@@ -729,7 +888,8 @@ CutHead(std::string_view text, const Candidate& candidate, const ShapeRequest& r
         item.line = line;
         item.lines = record.lines;
         item.isBlank = record.isBlank;
-        item.isRepaired = record.repair != ERepair::None || record.strays > 0;
+        item.isRepaired = (record.repair != ERepair::None && record.repair != ERepair::Loose) ||
+                          record.strays > 0;
         item.text = FirstLine(text.substr(record.begin, record.next - record.begin));
         line += record.lines;
         at = record.next;

@@ -24,6 +24,8 @@ struct Candidate
     double score = 0;
     std::size_t strays = 0;  ///< quotes inside fields
     std::size_t openers = 0; ///< quotes that opened and closed a field
+    std::size_t doubles = 0; ///< runs of an even number of `"` in cells that `'` encloses
+    std::size_t singles = 0; ///< other runs
 };
 
 /// What a line before the rows is.

@@ -260,6 +260,9 @@ void TextSource::Inspect(const std::string& encoding)
         }
         Fail("not-text", "The file is " + kind->what + ", and no text.", {}, kind->cure);
     }
+    if (const std::optional<BinaryKind> kind = FindTextKind(text); kind && encoding.empty()) {
+        Fail("not-text", "The file is " + kind->what + ", and no delimited text.", {}, kind->cure);
+    }
     for (const Mark& mark : kMarks) {
         if (text.substr(0, mark.bytes.size()) == mark.bytes) {
             m_facts.hasMark = true;
@@ -344,6 +347,9 @@ void TextSource::Rewind()
     if (m_characters) {
         m_characters->Restart();
     }
+    if (m_lines) {
+        m_lines->Restart();
+    }
     m_raw.clear();
     m_decoded.clear();
     m_handed = 0;
@@ -355,7 +361,22 @@ void TextSource::Rewind()
     }
 }
 
+void TextSource::UnquoteLines()
+{
+    m_lines = std::make_unique<LineUnquoter>();
+    Rewind();
+}
+
 std::size_t TextSource::Read(char* buffer, std::size_t capacity)
+{
+    if (!m_lines) {
+        return ReadDecoded(buffer, capacity);
+    }
+    return m_lines->Read(
+        buffer, capacity, [this](char* to, std::size_t size) { return ReadDecoded(to, size); });
+}
+
+std::size_t TextSource::ReadDecoded(char* buffer, std::size_t capacity)
 {
     if (m_facts.units == EUnits::Bytes) {
         return ReadUnpacked(buffer, capacity);

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "CharacterDecoder.h"
+#include "LineUnquoter.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -65,6 +66,10 @@ public:
     /// end. @throws ImportFailure `read-error`, `damaged`
     std::size_t Read(char* buffer, std::size_t capacity);
 
+    /// Makes the text one without the quotes around its lines, from its begin: a line that begins
+    /// with `"` loses that quote and the one at its end, and two quotes inside become one.
+    void UnquoteLines();
+
     /// Returns to the begin of the text.
     void Rewind();
 
@@ -86,6 +91,7 @@ private:
     [[noreturn]] void FailToRead(int error) const;
     std::size_t ReadFile(char* buffer, std::size_t capacity);
     std::size_t ReadUnpacked(char* buffer, std::size_t capacity);
+    std::size_t ReadDecoded(char* buffer, std::size_t capacity);
     void Decode();
     void DecodeUnits();
     void Inspect(const std::string& encoding);
@@ -101,6 +107,7 @@ private:
     std::uint64_t m_invalid = 0;
     bool m_isAtEnd = false;
     std::uint64_t m_bytesDone = 0;
+    std::unique_ptr<LineUnquoter> m_lines;
     std::function<void()> m_watcher;
 };
 
