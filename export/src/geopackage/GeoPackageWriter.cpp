@@ -1,6 +1,7 @@
 // Puts the parts in order: one transaction from the first table to the last trigger.
 #include "GeoPackageWriter.h"
 
+#include "EarlyWrite.h"
 #include "ExistingLayers.h"
 #include "FeatureRows.h"
 #include "GeoPackageTables.h"
@@ -23,9 +24,10 @@ namespace Orvane::GeoPackage {
 class GeoPackageWriter::OpenFile
 {
 public:
-    OpenFile(const std::filesystem::path& file, bool isCopy)
+    OpenFile(const std::filesystem::path& file, bool isCopy, AsciiReader::TaskPool& helpers)
         : m_file(file)
         , m_database(file, isCopy ? SqliteDatabase::EFile::Existing : SqliteDatabase::EFile::New)
+        , m_earlyWrite(file, helpers)
     {}
 
     ~OpenFile()
@@ -42,6 +44,8 @@ public:
 
     [[nodiscard]] SqliteDatabase& GetDatabase() noexcept { return m_database; }
 
+    [[nodiscard]] EarlyWrite& GetEarlyWrite() noexcept { return m_earlyWrite; }
+
     void Finish()
     {
         m_database.Execute("COMMIT");
@@ -52,6 +56,7 @@ public:
 private:
     const std::filesystem::path& m_file;
     SqliteDatabase m_database;
+    EarlyWrite m_earlyWrite;
     bool m_isFinished = false;
 };
 
@@ -60,7 +65,7 @@ class GeoPackageWriter::OpenLayer
 {
 public:
     /// @param existing the layer that rows are appended to; nothing for a new one
-    OpenLayer(SqliteDatabase& database,
+    OpenLayer(OpenFile& file,
               const LayerDefinition& definition,
               std::optional<ExistingLayer> existing,
               const std::filesystem::path& folder,
@@ -68,16 +73,17 @@ public:
               AsciiReader::TaskPool& helpers)
         : m_definition(definition)
         , m_existing(std::move(existing))
-        , m_triggers(m_existing ? std::optional(SuspendedTriggers(database, *m_existing))
+        , m_triggers(m_existing ? std::optional(SuspendedTriggers(file.GetDatabase(), *m_existing))
                                 : std::nullopt)
-        , m_database(database)
+        , m_file(file)
+        , m_database(file.GetDatabase())
         , m_folder(folder)
         , m_options(options)
         , m_helpers(helpers)
         , m_sorter(folder, options.indexMemory, helpers)
         , m_points(m_sorter, m_existing ? m_existing->lastRow : 0)
         , m_rows(m_definition, [this](std::uint64_t rows) { Report(EPhase::Rows, rows, 0); })
-        , m_feed(database,
+        , m_feed(m_database,
                  "orvane_features",
                  m_definition.fields.size() + (m_definition.hasGeometry ? 1 : 0),
                  MakeInsert(m_definition),
@@ -157,12 +163,14 @@ private:
 
     void Report(EPhase phase, std::uint64_t done, std::uint64_t total) const
     {
+        m_file.GetEarlyWrite().Continue();
         m_options.Report(phase, done, total);
     }
 
     const LayerDefinition m_definition;
     const std::optional<ExistingLayer> m_existing;
     std::optional<SuspendedTriggers> m_triggers;
+    OpenFile& m_file;
     SqliteDatabase& m_database;
     const std::filesystem::path m_folder;
     const Options& m_options;
@@ -190,7 +198,7 @@ GeoPackageWriter::GeoPackageWriter(std::filesystem::path file, Options options)
 {
     const bool isCopy = m_options.isCopy;
     Do(isCopy ? "Opening the file" : "Making the file", [&] {
-        m_open = std::make_unique<OpenFile>(m_file, isCopy);
+        m_open = std::make_unique<OpenFile>(m_file, isCopy, m_helpers);
         SqliteDatabase& database = m_open->GetDatabase();
         if (isCopy) {
             PrepareExistingFile(database);
@@ -224,7 +232,7 @@ void GeoPackageWriter::BeginLayer(const LayerDefinition& layer, EExisting existi
             CreateLayerTable(database, definition);
         }
         m_layer = std::make_unique<OpenLayer>(
-            database, definition, std::move(old), m_file.parent_path(), m_options, m_helpers);
+            *m_open, definition, std::move(old), m_file.parent_path(), m_options, m_helpers);
     });
 }
 
