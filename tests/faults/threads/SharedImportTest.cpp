@@ -3,12 +3,15 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <chrono>
+#include <cstddef>
+#include <cstdint>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <regex>
 #include <string>
+#include <string_view>
 #include <support/TestFiles.h>
 
 namespace {
@@ -22,6 +25,9 @@ using Orvane::Import::ImportReport;
 using Orvane::Import::ImportRequest;
 using Orvane::Import::ProgressState;
 using TestSupport::TemporaryFolder;
+
+/// More than two pages.
+constexpr int kRows = 40000;
 
 /// Rows of all types; some without a point, some with texts of several lines.
 std::string MakeRows(int count)
@@ -47,12 +53,28 @@ std::string ReadFile(const std::string& path)
     return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
 }
 
+/// Whether a text ends with a time as "2026-11-22T14:05:06.789Z".
+bool EndsWithTime(std::string_view text)
+{
+    constexpr std::string_view kForm = "0000-00-00T00:00:00.000Z";
+    return text.size() >= kForm.size() &&
+           std::equal(kForm.begin(), kForm.end(), text.end() - kForm.size(), [](char form, char c) {
+               return form == '0' ? c >= '0' && c <= '9' : c == form;
+           });
+}
+
 /// A file without the time of its making.
 std::string Content(const std::string& path)
 {
-    return std::regex_replace(ReadFile(path),
-                              std::regex("20[0-9]{2}-[0-9]{2}-[0-9]{2}T[0-9:.]{12}Z"),
-                              "2000-01-01T00:00:00.000Z");
+    constexpr std::size_t kTimeBytes = 24;
+    std::string content = ReadFile(path);
+    for (std::size_t at = content.find('Z'); at != std::string::npos;
+         at = content.find('Z', at + 1)) {
+        if (EndsWithTime(std::string_view(content).substr(0, at + 1))) {
+            content.replace(at + 1 - kTimeBytes, kTimeBytes, kTimeBytes, '-');
+        }
+    }
+    return content;
 }
 
 class SharedImport : public testing::TestWithParam<const char*>
@@ -67,7 +89,7 @@ TEST_P(SharedImport, WritesTheSameFileWithAnyNumberOfThreads)
 {
     const TemporaryFolder folder;
     ImportRequest request;
-    request.file = folder.File("rows.csv", MakeRows(60000)).ToUtf8();
+    request.file = folder.File("rows.csv", MakeRows(kRows)).ToUtf8();
     std::string expected;
     for (const unsigned threads : {1U, 2U, 4U}) {
         const std::string name = std::to_string(threads) + "/out." + GetParam();
@@ -75,12 +97,12 @@ TEST_P(SharedImport, WritesTheSameFileWithAnyNumberOfThreads)
         request.out = (folder.Path() / name).native();
         request.threads = threads;
         const ImportReport report = ImportFile(request);
-        EXPECT_EQ(report.read.rows, 60000U);
-        EXPECT_EQ(report.read.points, 58800U);
+        EXPECT_EQ(report.read.rows, std::uint64_t{kRows});
+        EXPECT_EQ(report.read.points, std::uint64_t{kRows - kRows / 50});
         ASSERT_TRUE(report.ledger.has_value());
         EXPECT_TRUE(report.ledger->imbalances.empty());
         const std::string content = Content(request.out);
-        ASSERT_GT(content.size(), 60000U);
+        ASSERT_GT(content.size(), std::size_t{kRows});
         if (threads == 1) {
             expected = content;
         }
@@ -92,7 +114,7 @@ TEST_P(SharedImport, StopsInAnyPhaseAndLeavesNothing)
 {
     const TemporaryFolder folder;
     ImportRequest request;
-    request.file = folder.File("rows.csv", MakeRows(60000)).ToUtf8();
+    request.file = folder.File("rows.csv", MakeRows(kRows)).ToUtf8();
     request.out = folder.Name((std::string("out.") + GetParam()).c_str()).ToUtf8();
     request.threads = 3;
     for (const EPhase wanted : {EPhase::Reading, EPhase::Writing, EPhase::Indexing}) {
