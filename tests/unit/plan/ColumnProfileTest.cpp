@@ -66,7 +66,7 @@ std::string Describe(const Scan::Position& position)
 
 std::string Describe(const Scan::NumberRange& range)
 {
-    return std::to_string(range.isKnown) + " " + std::to_string(range.least) + " x" +
+    return (range.isKnown ? "known " : "none ") + std::to_string(range.least) + " x" +
            std::to_string(range.atLeast) + " " + Describe(range.leastPosition) + " to " +
            std::to_string(range.most) + " x" + std::to_string(range.atMost) + " " +
            Describe(range.mostPosition) + " zeros " + std::to_string(range.zeros) + "\n";
