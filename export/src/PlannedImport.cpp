@@ -461,6 +461,18 @@ private:
         return m_tableRequest.makesPoints && !m_tableRequest.isAllText;
     }
 
+    [[nodiscard]] bool IsWithoutText() const
+    {
+        const PlanShape& shape = m_plan.shape;
+        const bool hasRecords =
+            shape.rows + shape.shortRows + shape.longRows + shape.misfits > 0 || shape.isCutShort;
+        return m_plan.bytes.size == 0 ||
+               (!hasRecords &&
+                std::all_of(shape.lines.begin(), shape.lines.end(), [](const PlanLines& lines) {
+                    return lines.kind == EPlanLines::Blank;
+                }));
+    }
+
     void MakeThePlan()
     {
         const PlanRequest request = MakePlanRequest(m_request);
@@ -472,9 +484,12 @@ private:
             m_plan.isAllText = request.isAllText;
             m_plan.hasNoPoints = request.hasNoPoints;
         }
-        if (m_plan.bytes.size == 0 && !(m_plan.hasNoPoints && m_plan.isAllText)) {
-            throw ImportFailure(MakeFailure(
-                EFailureKind::Input, "empty-file", "The file is empty.", m_request.file));
+        // A copy of nothing is nothing.
+        if (IsWithoutText() && !(m_plan.hasNoPoints && m_plan.isAllText)) {
+            const char* what = m_plan.bytes.size == 0 ? "The file is empty."
+                                                      : "The file has nothing but blank lines.";
+            throw ImportFailure(
+                MakeFailure(EFailureKind::Input, "empty-file", what, m_request.file));
         }
         m_tableRequest.makesPoints = !m_plan.hasNoPoints;
         m_tableRequest.isAllText = m_plan.isAllText;

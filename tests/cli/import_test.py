@@ -551,6 +551,11 @@ class WithoutPointsTest(ByPlanTest):
 
 
 class QuestionsTest(ByPlanTest):
+    def test_a_file_of_blank_lines_is_refused_as_without_data(self):
+        self.write("blank.csv", "   \n  \n\n")
+        result = self.run_orvane("import", "blank.csv", "blank.gpkg")
+        self.assertEqual((result.status, result.err), (1, "orvane: blank.csv: The file has nothing but blank lines.\n"))
+
     def test_every_command_of_a_question_works_as_printed(self):
         cases = {
             "a b.csv": "id,name\n1,a\n2,b\n",
