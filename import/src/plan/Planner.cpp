@@ -808,16 +808,16 @@ Plan MakePlan(const std::string& path, const PlanRequest& request, const Callbac
 
     const std::uint64_t skipped = request.skipLines.value_or(0);
     if (skipped > 0 && skipped >= facts.bytes.CountLines()) {
-        FailureFields fields;
-        fields.kind = EFailureKind::Request;
-        fields.code = "option-value";
-        fields.what = "The file has " + std::to_string(facts.bytes.CountLines()) +
-                      " lines: none is left after the " + std::to_string(skipped) +
-                      " that are to be skipped.";
-        fields.file = path;
-        fields.subject = "skip-lines";
-        fields.value = std::to_string(skipped);
-        throw ImportFailure(std::move(fields));
+        FailureFields failure;
+        failure.kind = EFailureKind::Request;
+        failure.code = "option-value";
+        failure.what = "The file has " + std::to_string(facts.bytes.CountLines()) +
+                       " lines: none is left after the " + std::to_string(skipped) +
+                       " that are to be skipped.";
+        failure.file = path;
+        failure.subject = "skip-lines";
+        failure.value = std::to_string(skipped);
+        throw ImportFailure(std::move(failure));
     }
 
     Plan plan;
