@@ -1027,4 +1027,20 @@ TEST(MakePlan, FindsUtf32WithoutAMark)
     EXPECT_EQ(PlanOf(bytes).bytes.encoding.value, "UTF-32BE");
 }
 
+// Rule: a byte order mark at a line's begin is no part of its row.
+TEST(MakePlanPlaces, CountTheBytesOfAMarkInsideTheText)
+{
+    const Plan plan = PlanOf("a,b\n1,x\n2,y\n\xEF\xBB\xBF"
+                             "3,52\n4,z\n");
+    std::vector<std::uint64_t> bytes;
+    for (const PlanEvidence& evidence : plan.columns[1].type.evidence) {
+        for (const PlanPlace& place : evidence.places) {
+            if (place.text == "52") {
+                bytes.push_back(place.byte);
+            }
+        }
+    }
+    EXPECT_EQ(bytes, std::vector<std::uint64_t>{17});
+}
+
 } // namespace

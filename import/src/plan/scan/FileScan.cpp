@@ -282,7 +282,7 @@ private:
             if (!m_cutter.Cut(Text(), begin, m_isAtEnd, m_columns, m_record)) {
                 return begin;
             }
-            m_rows.AddRecord(Text(), m_byte + begin, m_record);
+            m_rows.AddRecord(Text(), m_byte + m_record.begin, m_record);
             if (m_record.next <= begins(end + 1) && m_record.next > positions[end] &&
                 positions[end] < m_size) {
                 at = end + 1;
@@ -291,7 +291,7 @@ private:
             // The record ends elsewhere: what is left is cut without the index.
             std::size_t next = m_record.next;
             while (next < m_size && m_cutter.Cut(Text(), next, m_isAtEnd, m_columns, m_record)) {
-                m_rows.AddRecord(Text(), m_byte + next, m_record);
+                m_rows.AddRecord(Text(), m_byte + m_record.begin, m_record);
                 next = m_record.next;
             }
             return next;
