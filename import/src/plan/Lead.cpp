@@ -1,6 +1,7 @@
 // A walk over lines, a piece of the text at a time.
 #include "Lead.h"
 
+#include "scan/FirstLines.h"
 #include "values/FoldedCell.h"
 
 #include <algorithm>

@@ -1,6 +1,8 @@
 // A table of magic numbers, and counts of control characters.
 #include "BinaryKind.h"
 
+#include "FirstLines.h"
+
 #include <algorithm>
 #include <array>
 #include <cstddef>

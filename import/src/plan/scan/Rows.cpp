@@ -2,6 +2,7 @@
 #include "Rows.h"
 
 #include "../values/FoldedCell.h"
+#include "FirstLines.h"
 
 #include <algorithm>
 #include <set>

@@ -90,10 +90,6 @@ struct ShapeRequest
     int names = -1;             ///< given: 0 no names, 1 names; -1 not given
 };
 
-/// The mark that a line begins with, out of the list; empty for none.
-[[nodiscard]] std::string_view FindMark(std::string_view line,
-                                        const std::vector<std::string>& marks) noexcept;
-
 /// Dialects in the order of their scores, the best first; never empty. Cost: a few passes over the
 /// first 64 KiB.
 [[nodiscard]] std::vector<Candidate> FindDialects(std::string_view text,

@@ -1,0 +1,403 @@
+// Walks down the head: preamble, names, what stands under them, the first row.
+#include "../Names.h"
+#include "../values/Cell.h"
+#include "../values/FoldedCell.h"
+#include "FirstLines.h"
+#include "HeadNames.h"
+#include "HeadRecords.h"
+#include "Shape.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <set>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace Orvane::Import::Scan {
+
+namespace {
+
+using Values::ECell;
+
+constexpr std::size_t kMostHeadLines = 200;
+
+/// Whether a record continues the names above it: texts and no value over typed columns, or texts
+/// that fill the gaps of the names. @param sample gives the columns of the rows after it
+template <typename Sample>
+bool IsFurtherNames(const HeadRecord& record, const HeadRecord& names, const Sample& sample)
+{
+    for (std::size_t column = 0; column < record.cells.size(); ++column) {
+        const ECell kind = record.Kind(column).cell;
+        if (kind != ECell::Empty && kind != ECell::NullWord && kind != ECell::Text &&
+            kind != ECell::Boolean) {
+            return false;
+        }
+    }
+    const std::vector<SampleColumn> samples = sample();
+    std::size_t texts = 0;
+    std::size_t inGaps = 0;
+    std::size_t filled = 0;
+    for (std::size_t column = 0; column < record.cells.size() && column < samples.size();
+         ++column) {
+        const std::string& cell = record.cells[column];
+        const ECell kind = record.Kind(column).cell;
+        if (kind == ECell::Empty || kind == ECell::NullWord) {
+            continue;
+        }
+        const bool isWord =
+            kind == ECell::Text || (kind == ECell::Boolean && samples[column].booleans == 0);
+        if (!isWord || samples[column].distinct.contains(cell)) {
+            return false;
+        }
+        ++filled;
+        texts += samples[column].isTyped ? 1U : 0U;
+        const bool isGap =
+            column >= names.cells.size() || Values::Trim(names.cells[column]).empty();
+        inGaps += isGap ? 1U : 0U;
+    }
+    return texts > 0 || (filled >= 2 && inGaps * 2 > filled);
+}
+
+/// A text of one record that holds words alone, each of them once.
+bool IsLineOfWords(const std::vector<HeadRecord>& head, std::size_t row)
+{
+    for (std::size_t index = row + 1; index < head.size(); ++index) {
+        if (!head[index].isBlank) {
+            return false;
+        }
+    }
+    const std::vector<std::string>& cells = head[row].cells;
+    return cells.size() > 1 &&
+           std::set<std::string>(cells.begin(), cells.end()).size() == cells.size() &&
+           std::all_of(cells.begin(), cells.end(), [](const std::string& cell) {
+               return Values::ReadCell(cell).cell == ECell::Text;
+           });
+}
+
+/// Cuts a line of one field anew by the separator that gives it the table's count of fields, where
+/// there is one.
+bool CutByOtherSeparator(const Dialect& dialect, std::size_t columns, HeadRecord& record)
+{
+    if (dialect.separation != ESeparation::Character || columns < 3 || record.cells.size() != 1) {
+        return false;
+    }
+    for (const char separator : {',', ';', '\t', '|', ' '}) {
+        Dialect other = dialect;
+        other.separator = separator;
+        other.skipsBlanks = false;
+        RecordCutter cutter(other);
+        Record cut;
+        if (separator == dialect.separator || !cutter.Cut(record.text, 0, true, 0, cut) ||
+            cut.fields.size() != columns || cut.strays + cut.unclosed > 0) {
+            continue;
+        }
+        record.cells.clear();
+        record.ForgetKinds();
+        record.isQuoted.clear();
+        for (const Field& field : cut.fields) {
+            record.cells.emplace_back(field.In(record.text));
+            record.isQuoted.push_back(field.isQuoted);
+        }
+        return true;
+    }
+    return false;
+}
+
+/// Titles may be filled up with separators to the table's count: the names are the first line
+/// after them that is full.
+std::size_t
+SkipSparseLines(const std::vector<HeadRecord>& head, std::size_t first, std::size_t columns)
+{
+    constexpr std::size_t kMostTitles = 12;
+    // A title fills a cell or two; names over groups of columns fill more.
+    const auto isSparse = [&](const HeadRecord& record) {
+        const std::size_t filled = CountFilled(record);
+        return record.cells.size() != columns ||
+               (filled < columns && (filled < 2 || (filled == 2 && columns > 4)));
+    };
+    if (columns < 2 || !isSparse(head[first])) {
+        return first;
+    }
+    const std::size_t last = std::min(first + kMostTitles, head.size());
+    for (std::size_t index = first + 1; index < last; ++index) {
+        if (isSparse(head[index])) {
+            continue;
+        }
+        const NamesVerdict verdict =
+            JudgeNames(head[index], SampleColumns(head, index + 1, columns));
+        return verdict.names == ENames::None && !AreWords(head[index].cells) ? first : index;
+    }
+    return first;
+}
+
+/// The first record of the run that holds most of the head's records.
+std::size_t
+FindTableStart(const std::vector<HeadRecord>& head, std::size_t columns, bool hasShortRows)
+{
+    const auto isRow = [&](const HeadRecord& record) {
+        const std::size_t count = record.cells.size();
+        return count == columns || (hasShortRows && count > 1 && count < columns);
+    };
+    for (std::size_t index = 0; index < head.size(); ++index) {
+        if (head[index].isBlank || !isRow(head[index]) ||
+            (columns > 1 && IsComment(head[index].text) && index + 1 < head.size() &&
+             IsComment(head[index + 1].text))) {
+            continue;
+        }
+        const std::size_t end = std::min(head.size(), index + 10);
+        std::size_t same = 0;
+        for (std::size_t next = index; next < end; ++next) {
+            same += isRow(head[next]) ? 1U : 0U;
+        }
+        if (same * 2 >= end - index) {
+            return index;
+        }
+    }
+    return 0;
+}
+
+/// What a line before the table is.
+ELineKind KindBeforeTable(const HeadRecord& record, bool isFirst)
+{
+    if (record.isBlank) {
+        return ELineKind::Blank;
+    }
+    if (isFirst && FindStatement(record.text) != 0) {
+        return ELineKind::Statement;
+    }
+    return IsComment(record.text) ? ELineKind::Comment : ELineKind::Preamble;
+}
+
+/// The forms of the rows' cells, and which marks begin none of them.
+void LookAtRows(const std::vector<HeadRecord>& head, std::size_t from, TableHead& table)
+{
+    table.forms.assign(table.columns, {});
+    table.commentMarks = {"#", "%", "!", "//"};
+    for (std::size_t row = from; row < head.size(); ++row) {
+        const HeadRecord& record = head[row];
+        if (record.cells.size() != table.columns || record.isBlank || record.isRepaired) {
+            continue;
+        }
+        const std::string_view mark = FindMark(record.text, table.commentMarks);
+        table.commentMarks.erase(
+            std::remove(table.commentMarks.begin(), table.commentMarks.end(), mark),
+            table.commentMarks.end());
+        const bool isNames =
+            std::find(table.namesCells.begin(), table.namesCells.end(), TrimCells(record)) !=
+            table.namesCells.end();
+        for (std::size_t column = 0; column < table.columns && !isNames; ++column) {
+            table.forms[column].Add(record.cells[column], record.Kind(column));
+        }
+    }
+}
+
+/// A line of names that has not the table's count: one cell short or long, or with surplus cells
+/// that are empty.
+/// @param row the first row
+void UseUnevenNames(const std::vector<HeadRecord>& head,
+                    HeadRecord record,
+                    std::size_t row,
+                    TableHead& table)
+{
+    const std::vector<std::string> cells = TrimCells(record);
+    const std::size_t fields = record.cells.size();
+    if (fields > table.columns) {
+        DropEmptyNames(table.columns, record);
+    }
+    const std::size_t names = record.cells.size();
+    if (names > table.columns + 1 || names + 1 < table.columns) {
+        return;
+    }
+    const std::vector<SampleColumn> samples = SampleColumns(head, row, table.columns);
+    const NamesVerdict verdict = JudgeNames(record, samples);
+    if (verdict.names != ENames::Found || verdict.forData > 0) {
+        return;
+    }
+    table.lines.back().kind = ELineKind::Names;
+    table.names = ENames::Found;
+    table.namesFields = fields;
+    table.namesVotes = verdict.forNames;
+    table.namesReason = names < table.columns    ? "a line of names that is one cell short"
+                        : names == table.columns ? "a line of names with surplus empty cells"
+                                                 : "a line of names that is one cell long";
+    JoinNames(record, false, table.columnNames);
+    table.namesCells.push_back(cells);
+    if (names >= table.columns) {
+        return;
+    }
+    // Rule: names of coordinates over columns that can be none do not stand where they belong.
+    const int inPlace = CountFittingAxes(record.cells, samples, 0);
+    const int shifted = CountFittingAxes(record.cells, samples, 1);
+    if (shifted > inPlace || (shifted == inPlace && AreRowNames(head, row, table.columns))) {
+        table.columnNames.pop_back();
+        table.columnNames.insert(table.columnNames.begin(), std::string());
+        table.namesReason = "a line of names without one for the names of rows";
+    }
+}
+
+/// A line before the table with other counts may hold the names: the last comment, or a line with
+/// some cells less or more.
+/// @param row the first row
+void UseLineBefore(const std::vector<HeadRecord>& head,
+                   std::size_t first,
+                   std::size_t row,
+                   const Candidate& candidate,
+                   TableHead& table)
+{
+    HeadLine& last = table.lines.back();
+    const HeadRecord& record = head[first - 1];
+    if (last.kind == ELineKind::Comment) {
+        const std::string stripped(StripComment(record.text));
+        RecordCutter cutter(candidate.dialect);
+        Record cut;
+        if (!stripped.empty() && cutter.Cut(stripped, 0, true, 0, cut) &&
+            cut.fields.size() == table.columns && table.columns > 1) {
+            HeadRecord named;
+            for (const Field& field : cut.fields) {
+                named.cells.emplace_back(field.In(stripped));
+                named.isQuoted.push_back(field.isQuoted);
+            }
+            const NamesVerdict other = JudgeNames(named, SampleColumns(head, row, table.columns));
+            if (other.names == ENames::Found) {
+                last.kind = ELineKind::Names;
+                table.names = ENames::Found;
+                table.namesFields = cut.fields.size();
+                table.namesVotes = other.forNames;
+                table.namesReason = "a last comment line with a name for each column";
+                JoinNames(named, false, table.columnNames);
+            }
+        }
+    } else if (last.kind == ELineKind::Preamble && table.columns > 2) {
+        UseUnevenNames(head, record, row, table);
+    }
+}
+
+} // namespace
+
+TableHead FindTable(std::string_view text, const Candidate& candidate, const ShapeRequest& request)
+{
+    TableHead table;
+    table.columns = candidate.fields;
+    std::vector<HeadRecord> head = CutHead(text, candidate, request);
+    if (head.empty()) {
+        LookAtRows(head, 0, table);
+        return table;
+    }
+    const auto addLine = [&](const HeadRecord& record, ELineKind kind) {
+        table.lines.push_back({kind, record.line, record.lines, record.byte});
+    };
+    std::size_t first = FindTableStart(head, table.columns, candidate.hasShortRows);
+    if (first > kMostHeadLines) {
+        first = 0;
+    }
+    if (request.hasSkippedLines) {
+        first = 0;
+        while (first + 1 < head.size() && head[first].line <= request.skippedLines) {
+            ++first;
+        }
+    }
+    // Comments may stand at the begin of the table's own count. Rule: a line whose cells are of the
+    // same kinds as those of the last row, not all of them texts, is a row whatever it begins with.
+    const auto isLikeTheLast = [&](const HeadRecord& record) {
+        const HeadRecord& row = head.back();
+        bool isTyped = false;
+        for (std::size_t column = 1; column < table.columns; ++column) {
+            if (column >= row.cells.size() || record.Kind(column).cell != row.Kind(column).cell) {
+                return false;
+            }
+            isTyped = isTyped || record.Kind(column).readings != 0;
+        }
+        return isTyped;
+    };
+    while (!request.hasSkippedLines && first < head.size() &&
+           head[first].cells.size() == table.columns && IsComment(head[first].text) &&
+           first + 1 < head.size() && !IsComment(head.back().text) && first < kMostHeadLines &&
+           !isLikeTheLast(head[first])) {
+        ++first;
+    }
+    const std::size_t top = first;
+    first = request.hasSkippedLines ? first : SkipSparseLines(head, first, table.columns);
+    for (std::size_t index = 0; index < first; ++index) {
+        addLine(head[index], KindBeforeTable(head[index], index == 0));
+    }
+    std::size_t row = first;
+    for (std::size_t index = row; index < std::min(row + 2, head.size()); ++index) {
+        CutNamesByBlanks(candidate.dialect, head[index], table.columns);
+    }
+    table.columnNames.assign(table.columns, {});
+    const std::vector<SampleColumn> samples = SampleColumns(head, row + 1, table.columns);
+    NamesVerdict verdict = JudgeNames(head[row], samples);
+    if (request.names >= 0) {
+        verdict.names = request.names == 1 ? ENames::Found : ENames::None;
+        verdict.reason = "given";
+    }
+    if (verdict.names != ENames::Found && request.names < 0) {
+        if (IsLineOfWords(head, row)) {
+            verdict.names = ENames::Found;
+            verdict.reason = "a single line of words";
+        } else if (first > top && AreWords(head[row].cells)) {
+            verdict.names = ENames::Found;
+            verdict.reason = "a line of words under a title";
+        } else if (first > 0 && table.lines.back().kind == ELineKind::Preamble &&
+                   CutByOtherSeparator(candidate.dialect, table.columns, head[first - 1]) &&
+                   JudgeNames(head[first - 1], SampleColumns(head, row, table.columns)).names ==
+                       ENames::Found) {
+            table.lines.pop_back();
+            row = first - 1;
+            verdict = JudgeNames(head[row], SampleColumns(head, row + 1, table.columns));
+        }
+    }
+    if (verdict.names == ENames::Unsure && request.canGuessNames) {
+        verdict.names = AreWords(head[row].cells) || IsKnownName(head[row].cells.front())
+                            ? ENames::Found
+                            : ENames::None;
+        verdict.reason += "; words are held to be names where every cell is kept as text";
+    }
+    table.names = verdict.names;
+    table.namesVotes = verdict.forNames;
+    table.dataVotes = verdict.forData;
+    table.namesReason = verdict.reason;
+    if (verdict.names == ENames::None && request.names < 0 && first > 0) {
+        UseLineBefore(head, first, row, candidate, table);
+    } else if (verdict.names == ENames::Found) {
+        table.namesFields = head[row].cells.size();
+        addLine(head[row], ELineKind::Names);
+        std::vector<std::size_t> namesRows = {row};
+        ++row;
+        for (int further = 0; further < 3 && row < head.size(); ++further) {
+            const bool hasCount = head[row].cells.size() == table.columns;
+            if (hasCount && IsRuleLine(head[row])) {
+                addLine(head[row], ELineKind::Rule);
+            } else if (hasCount && row + 1 < head.size() &&
+                       (IsUnitsLine(head[row]) ||
+                        (IsWidthsLine(head[row]) && !IsWidthsLine(head[row + 1])))) {
+                addLine(head[row], ELineKind::Units);
+            } else if (hasCount && row + 1 < head.size() &&
+                       IsFurtherNames(head[row], head[row - 1], [&] {
+                           return SampleColumns(head, row + 1, table.columns);
+                       })) {
+                namesRows.push_back(row);
+                addLine(head[row], ELineKind::Names);
+            } else {
+                break;
+            }
+            ++row;
+        }
+        for (std::size_t index = 0; index < namesRows.size(); ++index) {
+            table.namesCells.push_back(TrimCells(head[namesRows[index]]));
+            JoinNames(head[namesRows[index]], index + 1 < namesRows.size(), table.columnNames);
+        }
+    }
+    LookAtRows(head, row, table);
+    if (row < head.size()) {
+        table.firstRow = head[row].byte;
+        table.firstRowLine = head[row].line;
+    } else {
+        table.firstRow = head.back().next;
+        table.firstRowLine = head.back().line + head.back().lines;
+    }
+    return table;
+}
+
+} // namespace Orvane::Import::Scan
