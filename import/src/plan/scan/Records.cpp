@@ -400,7 +400,7 @@ void RecordCutter::ReadBesideNuls(std::string_view text, std::size_t expected, R
     const std::size_t end = line.find_last_not_of('\0') + 1;
     // Rule: NULs inside a row have taken cells with them; those beside it have not.
     record.isDamaged = record.lines > 1 || begin >= end ||
-                       FindNulBlock(line.substr(begin, end - begin)) != line.npos;
+                       FindNulBlock(line.substr(begin, end - begin)) != std::string_view::npos;
     if (record.isDamaged) {
         return;
     }
