@@ -161,11 +161,12 @@ std::optional<BinaryKind> FindMarkup(std::string_view text)
         isMarkup = isMarkup || StartsWithWord(text, "<?xml") || StartsWithWord(text, "<!doctype");
         const std::string_view close = text.starts_with("<!--") ? "-->" : ">";
         const std::size_t end = text.find(close);
-        text = TrimFront(end == text.npos ? std::string_view() : text.substr(end + close.size()));
+        text = TrimFront(end == std::string_view::npos ? std::string_view()
+                                                       : text.substr(end + close.size()));
     }
     for (const Root& root : kRoots) {
         if (text.starts_with('<') && StartsWithWord(text.substr(1), root.name) &&
-            (isMarkup || text.find('>') != text.npos)) {
+            (isMarkup || text.find('>') != std::string_view::npos)) {
             return BinaryKind{false, root.what, root.cure};
         }
     }
@@ -190,8 +191,8 @@ std::optional<BinaryKind> FindJson(std::string_view text)
     const std::string_view line = text.substr(0, text.find_first_of("\r\n"));
     const std::string_view next = TrimFront(text.substr(std::min(line.size(), text.size())));
     const bool isLine = text.starts_with('{') && line.ends_with('}') && next.starts_with('{');
-    const bool isGeo =
-        text.find("\"FeatureCollection\"") != text.npos || text.find("\"Feature\"") != text.npos;
+    const bool isGeo = text.find("\"FeatureCollection\"") != std::string_view::npos ||
+                       text.find("\"Feature\"") != std::string_view::npos;
     if (isGeo) {
         return BinaryKind{false, "GeoJSON", kConvert};
     }
