@@ -61,8 +61,9 @@ struct ImportRequest
     /// How many threads share the import; 0: as many as the machine has processors. 1: the whole
     /// layer is read, then written, on the calling thread. Otherwise, whatever the machine has, a
     /// thread of the import reads while the calling one writes, and memory does not grow with the
-    /// file. Without a plan, and with a disk cache in every case, the layer is read first, and
-    /// without a plan the threads share the reading.
+    /// file; the others share the spatial index of a GeoPackage and the count of its rows. What is
+    /// written is the same with any number. Without a plan, and with a disk cache in every case,
+    /// the layer is read first, and without a plan the threads share the reading.
     unsigned threads = 0;
     std::string layer{};                              ///< see TargetRequest
     EExistingLayer existing = EExistingLayer::Refuse; ///< see TargetRequest
