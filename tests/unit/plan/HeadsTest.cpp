@@ -258,6 +258,20 @@ const HeadCase kHeadCases[] = {
      "id|start_lon|start_lat|end_lon|end_lat",
      12,
      ""},
+    {"TheSeparatorOfUnitsInAsciiIsASeparator",
+     "id\x1F"
+     "lon\x1F"
+     "lat\x1F"
+     "note\n" +
+         Lines(12,
+               [](int i) {
+                   return Point(i, "\x1F") + "\x1F\"Light, warm and dry in any weather, a " +
+                          Number(i) + "\"";
+               }),
+     "'\x1F'",
+     "id|lon|lat|note",
+     12,
+     "1 2"},
     {"NumbersAloneAreNoNames", "8.5,47.3\n", "comma", "|", 1, ""},
 };
 

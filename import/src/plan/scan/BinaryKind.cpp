@@ -184,8 +184,8 @@ std::optional<BinaryKind> FindJson(std::string_view text)
         return std::nullopt;
     }
     inside = TrimFront(inside.substr(1));
-    const std::size_t end = inside.starts_with('"') ? inside.find('"', 1) : inside.npos;
-    if (end == inside.npos || !TrimFront(inside.substr(end + 1)).starts_with(':')) {
+    const std::size_t end = inside.starts_with('"') ? inside.find('"', 1) : std::string_view::npos;
+    if (end == std::string_view::npos || !TrimFront(inside.substr(end + 1)).starts_with(':')) {
         return std::nullopt;
     }
     const std::string_view line = text.substr(0, text.find_first_of("\r\n"));

@@ -36,6 +36,16 @@ bool HasLineBreak(std::string_view text) noexcept
     return text.find('\n') != std::string_view::npos || text.find('\r') != std::string_view::npos;
 }
 
+/// Where a quote stands after blanks at the front of a field; `at` without one.
+std::size_t FindOpener(std::string_view text, std::size_t at, const Dialect& dialect) noexcept
+{
+    std::size_t front = at;
+    while (front < text.size() && IsBlank(text[front]) && text[front] != dialect.separator) {
+        ++front;
+    }
+    return front < text.size() && text[front] == dialect.quote ? front : at;
+}
+
 std::string_view TrimRight(std::string_view text) noexcept
 {
     while (!text.empty() && IsBlank(text.back())) {
@@ -206,10 +216,7 @@ bool RecordCutter::CutSeparated(std::string_view text, bool isWhole, Record& rec
             }
             field.begin = front;
         } else if (m_dialect.opensAfterBlanks) {
-            while (front < text.size() && IsBlank(text[front]) && !isSeparator(text[front])) {
-                ++front;
-            }
-            front = front < text.size() && text[front] == m_dialect.quote ? front : at;
+            front = FindOpener(text, at, m_dialect);
         }
         std::size_t end = front;
         if (m_dialect.quote != 0 && front < text.size() && text[front] == m_dialect.quote) {

@@ -155,6 +155,9 @@ double PriorOf(const Dialect& dialect) noexcept
         return 1;
     case '|':
         return 0.98;
+    case '\x1F': // ASCII's own separator of units.
+    case '\x01':
+        return 0.95;
     case ' ':
         return 0.85;
     case ':':
