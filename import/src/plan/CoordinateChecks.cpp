@@ -111,7 +111,7 @@ void FindZones(const CoordinateSearch& search, Plan& plan)
             (isSmall || (column.type.value == EPlanType::Text && isWord))) {
             plan.findings.push_back({"several-zones",
                                      false,
-                                     "CoordinateColumn " + QuoteName(column) +
+                                     "Column " + QuoteName(column) +
                                          " names several zones: X and Y are not of one system.",
                                      1,
                                      {}});
