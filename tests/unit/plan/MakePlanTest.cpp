@@ -265,6 +265,12 @@ TEST(MakePlan, AsksForTheEncodingWhereFewBytesAreNoUtf8)
     EXPECT_EQ(single.bytes.encoding.confidence, EConfidence::Strong);
 }
 
+TEST(MakePlan, ReadsATableWithAColumnNamedAsAGridBegins)
+{
+    EXPECT_EQ(TypesOf(PlanOf("ncols,nrows\n4,6\n5,7\n")), "integer, integer");
+    EXPECT_EQ(TypesOf(PlanOf("ncols\n4\n5\n")), "integer");
+}
+
 TEST(MakePlan, AsksForNoEncodingWhereTheTextIsTheSame)
 {
     // The letter of ISO-8859-3, which statistics find, is the one of WINDOWS-1252.
@@ -696,6 +702,9 @@ const BinaryCase kBinaryCases[] = {
     {"AnHtmlPage",
      "<!DOCTYPE html>\n<html><body>404, not found</body></html>\n",
      "not-text: The file is an HTML page, and no delimited text."},
+    {"AnAsciiGrid",
+     "NCOLS 4\r\nnrows   6\r\nxllcorner 0.0\r\n1 2 3 4\r\n",
+     "not-text: The file is an ASCII grid, and no delimited text."},
     {"AnArchive", Zip("data.csv"), "compressed: The file is compressed by zip."},
     {"ATarArchive",
      Bytes("data.csv", 249) + Bytes("ustar", 100),

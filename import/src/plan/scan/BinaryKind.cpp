@@ -199,12 +199,38 @@ std::optional<BinaryKind> FindJson(std::string_view text)
     return BinaryKind{false, isLine ? "JSON lines" : "JSON", kExport};
 }
 
+/// A raster of Esri's ASCII form: `ncols 4`, `nrows 6`, each in a line of its own.
+std::optional<BinaryKind> FindGrid(std::string_view text)
+{
+    for (const std::string_view word : {"ncols", "nrows"}) {
+        const std::string_view line = text.substr(0, text.find_first_of("\r\n"));
+        if (!StartsWithWord(line, word)) {
+            return std::nullopt;
+        }
+        const std::string_view count = line.substr(word.size());
+        if (!count.starts_with(' ') && !count.starts_with('\t')) {
+            return std::nullopt;
+        }
+        const std::size_t digits = count.find_first_not_of(" \t");
+        if (digits == std::string_view::npos ||
+            count.find_first_not_of("0123456789 \t", digits) != std::string_view::npos) {
+            return std::nullopt;
+        }
+        text = TrimFront(text.substr(line.size()));
+    }
+    return BinaryKind{
+        false, "an ASCII grid", "Its cells are points after: gdal_translate -of XYZ FILE OUT.xyz"};
+}
+
 } // namespace
 
 std::optional<BinaryKind> FindTextKind(std::string_view front)
 {
     constexpr std::string_view kMark = "\xEF\xBB\xBF";
     front = TrimFront(front.starts_with(kMark) ? front.substr(kMark.size()) : front);
+    if (StartsWithWord(front, "ncols")) {
+        return FindGrid(front);
+    }
     return front.starts_with('<') ? FindMarkup(front) : FindJson(front);
 }
 
