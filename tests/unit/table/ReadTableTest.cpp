@@ -457,8 +457,11 @@ TEST(ReadTable, GivenNullTextsAreNullInEveryColumn)
         ReadBothWays("id,n,word,lon,lat\n1,-9999,x,7.5,47.5\n2,3,y,-9999,-9999\n3,4,xx,8.5,46.5\n",
                      WithNames(),
                      request);
+    // A row without a point keeps the columns of coordinates among the attributes.
     EXPECT_EQ(Rows(*file.layer),
-              (Texts{"(7.5 47.5) 1, null, null", "2, 3, 'y'", "(8.5 46.5) 3, 4, 'xx'"}));
+              (Texts{"(7.5 47.5) 1, null, null, 7.5, 47.5",
+                     "2, 3, 'y', null, null",
+                     "(8.5 46.5) 3, 4, 'xx', 8.5, 46.5"}));
     EXPECT_EQ(file.counts.columns[1].nullWords, 1U);
 }
 
