@@ -196,7 +196,7 @@ class SystemCallsTest(CliTest):
                                     look=self.look_at_tables)
 
     def test_an_import_of_two_threads_is_whole_or_nothing(self):
-        for extension in ("gpkg", "fgb", "geojson", "csv"):
+        for extension in ("gpkg", "fgb", "geojson", "csv") if ALL else ("gpkg", "csv"):
             self.import_with_faults("out." + extension, options=("--threads", "2"), old=None)
 
     def test_a_flatgeobuf_is_whole_or_the_old_one(self):
@@ -210,7 +210,8 @@ class SystemCallsTest(CliTest):
                                 r"^\d+ +rename\(")
 
     def test_what_any_driver_writes_is_whole_or_the_old_one(self):
-        for extension in ("sqlite", "kml", "gml", "tab", "mif", "gmt"):
+        # Formats of several files are the ones that can be left half old and half new.
+        for extension in ("sqlite", "kml", "gml", "tab", "mif", "gmt") if ALL else ("gml", "tab"):
             self.import_with_faults("out." + extension, r"^\d+ +fsync\(", r"^\d+ +rename\(")
 
     def test_texts_are_whole_or_the_old_ones(self):
