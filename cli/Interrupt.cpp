@@ -85,8 +85,9 @@ void FillStream(int descriptor)
 
 } // namespace
 
-void Install()
+void Install(EPhase phase)
 {
+    currentPhase = static_cast<int>(phase);
     FillStream(STDIN_FILENO);
     FillStream(STDOUT_FILENO);
     FillStream(STDERR_FILENO);

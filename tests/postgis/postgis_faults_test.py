@@ -75,7 +75,7 @@ class Proxy:
             end.close()
 
 
-class PostgisFaultsTest(unittest.TestCase):
+class PostgisTest(unittest.TestCase):
     def setUp(self):
         self.random = random.Random(SEED)
         self.folder = pathlib.Path(tempfile.mkdtemp(prefix="orvane-postgis-"))
@@ -128,6 +128,16 @@ class PostgisFaultsTest(unittest.TestCase):
         _, err = process.communicate(timeout=120)
         self.assertEqual((process.returncode, err), (0, ""))
 
+    def wait_until_server_is_idle(self):
+        """A server notices within a second that nobody is there any more."""
+        deadline = time.monotonic() + 5
+        while self.server.run_sql("SELECT count(*) FROM pg_stat_activity WHERE pid <> pg_backend_pid() "
+                                  "AND backend_type = 'client backend'") != "0":
+            self.assertLess(time.monotonic(), deadline, "the server goes on working")
+            time.sleep(0.02)
+
+
+class PostgisFaultsTest(PostgisTest):
     def test_bad_rows_are_beside_the_file(self):
         self.succeed()
         self.assertEqual(self.count(), self.good)
@@ -236,14 +246,6 @@ class PostgisFaultsTest(unittest.TestCase):
         self.assertEqual(sorted(os.listdir(self.folder)), ["points.csv", "points.csv.rejected.csv"])
         print(outcomes)
 
-    def wait_until_server_is_idle(self):
-        """A server notices within a second that nobody is there any more."""
-        deadline = time.monotonic() + 5
-        while self.server.run_sql("SELECT count(*) FROM pg_stat_activity WHERE pid <> pg_backend_pid() "
-                                  "AND backend_type = 'client backend'") != "0":
-            self.assertLess(time.monotonic(), deadline, "the server goes on working")
-            time.sleep(0.02)
-
     def test_a_cancel_stops_the_index(self):
         process = self.start()
         self.server.wait_for_backend("CREATE INDEX %")
@@ -255,6 +257,8 @@ class PostgisFaultsTest(unittest.TestCase):
             self.wait_until_server_is_idle()
             self.assert_as_before()
 
+
+class PostgisMemoryTest(PostgisTest):
     def test_too_little_memory_is_told(self):
         outcomes = set()
         for limit in range(40, 400, 4 if ALL else 30):
