@@ -8,6 +8,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
@@ -40,22 +41,16 @@ std::string TypesOf(const Plan& plan)
 
 bool HasFinding(const Plan& plan, std::string_view code)
 {
-    for (const PlanFinding& finding : plan.findings) {
-        if (finding.code == code) {
-            return true;
-        }
-    }
-    return false;
+    return std::any_of(plan.findings.begin(), plan.findings.end(), [&](const PlanFinding& finding) {
+        return finding.code == code;
+    });
 }
 
 bool HasQuestion(const Plan& plan, std::string_view code)
 {
-    for (const PlanQuestion& question : plan.questions) {
-        if (question.code == code) {
-            return true;
-        }
-    }
-    return false;
+    return std::any_of(plan.questions.begin(),
+                       plan.questions.end(),
+                       [&](const PlanQuestion& question) { return question.code == code; });
 }
 
 struct ShapeCase
