@@ -17,6 +17,7 @@ enum class EPhase {
 /// Installs the handlers for SIGINT, SIGTERM and SIGHUP (one that is ignored stays ignored), makes
 /// writing to a closed pipe and past a file size limit ordinary errors, and gives closed standard
 /// streams a harmless file so that no data file gets their number.
+/// @param phase what a signal does until another one is set
 void Install(EPhase phase);
 
 /// Requested by a signal.

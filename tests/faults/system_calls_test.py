@@ -90,7 +90,8 @@ class SystemCallsTest(CliTest):
             if calls or not is_main or 'm.csv"' in line:
                 number = counts[match[1], match[2]]
                 calls.setdefault((match[2], number), (match[2], number, line))
-        self.assertGreater(len(calls), 2)
+        # Of the calls on the input alone there are few: it is opened, looked at and read.
+        self.assertGreater(len(calls), 10 if is_main else 2)
         return list(calls.values())
 
     def choose(self, calls, pinned):

@@ -38,7 +38,7 @@ struct NamesVerdict
 void CutNamesByBlanks(const Dialect& dialect, HeadRecord& record, std::size_t columns);
 
 /// Lines of names, joined by a blank.
-/// @param isFirst cells of a first line over others that are empty inherit from the left
+/// @param isInherited empty cells of a line over further ones have the name to their left
 void JoinNames(const HeadRecord& record, bool isInherited, std::vector<std::string>& names);
 
 /// Whether the first column names the rows: its cells are all there and all different, and the last
