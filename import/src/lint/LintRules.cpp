@@ -52,7 +52,7 @@ const std::vector<LintRule>& GetLintRules()
          "keeps it as a character of the last cell, or as a row of its own"},
         {"cut-row",
          kError,
-         "The last line has no ending and fewer fields: the file is cut.",
+         "The last line has no ending, and fewer fields or an open quote: the file is cut.",
          "reads the line as a row with fewer attributes"},
         {"line-too-long",
          kError,

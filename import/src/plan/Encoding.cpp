@@ -271,7 +271,10 @@ PlanDecision<std::string> DecideEncoding(const Scan::SourceFacts& source,
         return decision;
     }
     decision.evidence.push_back({"bytes past ASCII", bytes.highBytes, {}});
-    if (source.hasMark || bytes.isUtf8 || bytes.invalidBytes * 100 <= bytes.highBytes) {
+    // Rule: a character that the end of the file cuts speaks against nothing where others are
+    // whole.
+    const bool isCut = bytes.invalidBytes == bytes.cutBytes && !bytes.sequences.empty();
+    if (source.hasMark || bytes.isUtf8 || isCut || bytes.invalidBytes * 100 <= bytes.highBytes) {
         decision.value = "UTF-8";
         if (source.hasMark) {
             decision.evidence.push_back({"byte order mark", 1, {}});

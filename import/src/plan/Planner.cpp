@@ -424,11 +424,12 @@ void AddFindings(const Scan::TextSource& source, const Scan::ScanFacts& facts, P
             {"control-z", false, "The file ends with Ctrl-Z.", 1, {{0, facts.bytes.size - 1, {}}}});
     }
     if (facts.endsInsideRow) {
-        plan.findings.push_back({"cut-row",
-                                 true,
-                                 "The last line has no ending and fewer fields: the file is cut.",
-                                 1,
-                                 {{bytes.lines, facts.bytes.size, {}}}});
+        plan.findings.push_back(
+            {"cut-row",
+             true,
+             "The last line has no ending, and fewer fields or an open quote: the file is cut.",
+             1,
+             {{bytes.lines, facts.bytes.size, {}}}});
     }
 }
 
@@ -765,7 +766,8 @@ Plan MakePlan(const std::string& path, const PlanRequest& request, const Callbac
             fields = count;
         }
     }
-    if (fields != 0) {
+    const bool isFirst = candidates.front().isFirstOfTables && facts.furtherTables.count > 0;
+    if (fields != 0 && !isFirst) {
         // Rule: where the whole file has another count of fields than its begin, it is read again
         // by that count, once.
         candidates.front().fields = fields;

@@ -936,6 +936,10 @@ void TableParts::Classify(const Scan::Record& cut, TableRecord& record)
         ClassifyShort(cut, record);
     } else if (fields > m_rules.columnCount) {
         ClassifyLong(cut, record);
+    } else if (!cut.isEnded && cut.unclosed > 0 && !m_rules.isAllText) {
+        record.kind = ERecord::Bad;
+        record.why = EBadRow::CutShort;
+        record.column = fields;
     }
     // Rule: what could be a row after the last row is none of the table.
     if (m_isPlanned && record.kind == ERecord::Row && !m_rules.isAllText && shape.lastRowLine > 0 &&

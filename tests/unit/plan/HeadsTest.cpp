@@ -81,6 +81,91 @@ TEST_P(PlanHead, GivesNamesAndRows)
 }
 
 const HeadCase kHeadCases[] = {
+    {"LinesOfTheTablesCountButOfOtherCellsAreNoneOfIt",
+     "* Data of a probe:\n* FileName = x.hex\n# name 0 = prDM: Pressure [db]\n# name 1 = t090C: "
+     "Temperature\n*END*\n" +
+         Lines(12, [](int i) { return "  " + Point(i, "   ") + "   12." + Number(i); }),
+     "runs of blanks",
+     "|||",
+     12,
+     ""},
+    {"NamesStayWithTheirRowsAfterABlankLine",
+     "id,lon,lat\n\n" + Lines(12, [](int i) { return Point(i); }),
+     "comma",
+     "id|lon|lat",
+     12,
+     "1 2"},
+    {"OfTwoCommentLinesTheFirstHoldsTheNamesOverUnits",
+     "#nr lon  lat   wspd gst\n#-  degT degT  m/s  m/s\n" +
+         Lines(12, [](int i) { return Point(i, " ") + " 4." + Number(i) + "  5." + Number(i); }),
+     "runs of blanks",
+     "nr|lon|lat|wspd|gst",
+     12,
+     "1 2"},
+    {"OfTablesOneAfterTheOtherTheFirstIsTheTable",
+     "id;lon;lat\n10;8.5100;47.3100\n11;8.5110;47.3110\n\nkind;meaning\n" +
+         Lines(6, [](int i) { return Number(i) + ";state " + Number(i); }),
+     "semicolon",
+     "id|lon|lat",
+     2,
+     "1 2"},
+    {"AFurtherTableOfFewerColumnsNeedsNoBlankLineBeforeIt",
+     "code,name,lon,lat\n" + Lines(12, [](int i) { return "K" + Number(i) + ",n" + Point(i); }) +
+         "kind,meaning\n" + Lines(6, [](int i) { return Number(i) + ",state " + Number(i); }),
+     "comma",
+     "code|name|lon|lat",
+     12,
+     "2 3"},
+    {"ATableOfTwoRowsUnderTextIsFound",
+     "Survey of the lake\nDate: 2021-05-06\n\nid|lon|lat\n10|8.5100|47.3100\n11|8.5110|47.3110\n",
+     "bar",
+     "id|lon|lat",
+     2,
+     "1 2"},
+    {"NamesOfKeysAndTextsTellWhereShortNamesStand",
+     "id,name,lat,lon\n" + Lines(12,
+                                 [](int i) {
+                                     return Number(i) + (i % 2 == 0 ? ",Aare" : ",Birs") + ",46.1" +
+                                            Number(i) + ",7.2" + Number(i) + "," + Number(i) + ".5";
+                                 }),
+     "comma",
+     "id|name|lat|lon|",
+     12,
+     "3 2"},
+    {"TwoLinesOfNamesStandOverThreeRows",
+     "A;;Position;\nid;n;lon;lat\n" +
+         Lines(3, [](int i) { return Number(i) + ";" + Point(i, ";"); }),
+     "semicolon",
+     "A id|A n|Position lon|Position lat",
+     3,
+     "2 3"},
+    {"ADashUnderANameOfOneLetterIsARule",
+     "x,y,layer\n-,-,-----\n" +
+         Lines(3, [](int i) { return "6001" + Number(i) + ".5,2001" + Number(i) + ".5,WALL"; }),
+     "comma",
+     "x|y|layer",
+     3,
+     "0 1"},
+    {"ARowWithATrailingSeparatorBelongsToTheNamesAboveIt",
+     "easting|northing|z\n600123.50|200456.25|400.5|\n",
+     "bar",
+     "easting|northing|z|",
+     1,
+     "0 1"},
+    {"AnOpenQuoteAtTheEndOfTheFileIsACutRow",
+     "id,lon,lat,name\n" + Lines(12, [](int i) { return Point(i) + ",\"a b\""; }) +
+         "30,8.6,47.6,\"a lon",
+     "comma",
+     "id|lon|lat|name",
+     12,
+     "1 2"},
+    {"ACharacterCutByTheEndOfTheFileIsNoOtherEncoding",
+     "id,lon,lat,name\n" + Lines(12, [](int i) { return Point(i) + ",Z\xC3\xBCrich"; }) +
+         "30,8.6,47.6,Z\xC3",
+     "comma",
+     "id|lon|lat|name",
+     13,
+     "1 2"},
     {"RowsThatLackCellsInTurnBelongToTheNamesAboveThem",
      "id,lon,lat,a,b,c\n" +
          Lines(12, [](int i) { return Point(i) + std::string(static_cast<size_t>(i % 4), ','); }),
@@ -278,6 +363,28 @@ const HeadCase kHeadCases[] = {
 INSTANTIATE_TEST_SUITE_P(, PlanHead, testing::ValuesIn(kHeadCases), [](const auto& row) {
     return std::string(row.param.name);
 });
+
+TEST(PlanHeads, ACharacterCutByTheEndOfTheFileLeavesUtf8)
+{
+    const MadeFile file("id,lon,lat,name\n" +
+                        Lines(12, [](int i) { return Point(i) + ",Z\xC3\xBCrich"; }) +
+                        "30,8.6,47.6,Z\xE2\x82");
+    const Plan plan = MakePlan(file.Path(), {});
+    EXPECT_EQ(plan.bytes.encoding.value, "UTF-8");
+    EXPECT_TRUE(plan.questions.empty());
+}
+
+TEST(PlanHeads, AnOpenQuoteInALastLineWithoutAnEndingIsSaidAsACut)
+{
+    const MadeFile file("id,lon,lat,name\n" +
+                        Lines(12, [](int i) { return Point(i) + ",\"a b\""; }) +
+                        "30,8.6,47.6,\"a lon");
+    const Plan plan = MakePlan(file.Path(), {});
+    EXPECT_TRUE(plan.shape.isCutShort);
+    EXPECT_TRUE(std::any_of(plan.findings.begin(), plan.findings.end(), [](const auto& finding) {
+        return finding.code == "cut-row";
+    }));
+}
 
 TEST(PlanHeads, AFewLatitudesPast90DoNotLookLikeLongitudes)
 {

@@ -125,6 +125,21 @@ std::size_t ReadSequence(std::string_view text, std::uint32_t& character) noexce
     return character < least || isSurrogate || character > 0x10FFFF ? 0 : length;
 }
 
+/// How many bytes a text has that are the begin of a character, and nothing else; 0 for any other.
+std::size_t CountCutBytes(std::string_view text) noexcept
+{
+    constexpr std::size_t kLongest = 4;
+    std::string whole(text.substr(0, kLongest));
+    while (text.size() < kLongest && whole.size() < kLongest) {
+        whole.push_back('\xBF');
+        std::uint32_t character = 0;
+        if (ReadSequence(whole, character) == whole.size()) {
+            return text.size();
+        }
+    }
+    return 0;
+}
+
 } // namespace
 
 void ByteFacts::Add(std::string_view piece, const AsciiReader::Kernels::ByteCounts& counts)
@@ -188,6 +203,7 @@ void ByteFacts::AddHighBytes(std::string_view piece)
         std::uint32_t character = 0;
         const std::size_t length = ReadSequence(piece.substr(at), character);
         if (length == 0) {
+            cutBytes = cutBytes == 0 ? CountCutBytes(piece.substr(at)) : cutBytes;
             if (isUtf8) {
                 isUtf8 = false;
                 firstInvalid = size + at;

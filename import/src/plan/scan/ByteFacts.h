@@ -36,6 +36,7 @@ public:
     bool isUtf8 = true;
     std::uint64_t invalidBytes = 0; ///< bytes that are no part of UTF-8
     std::uint64_t firstInvalid = 0; ///< where the first of these stands
+    std::uint64_t cutBytes = 0;     ///< of these: the begin of a character that the text's end cuts
     std::vector<std::uint32_t>
         sequences;         ///< distinct characters past ASCII, at most 16, of the sample at least
     std::string highLines; ///< lines with high bytes, 64 KiB at most, for statistics

@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <initializer_list>
 #include <iterator>
 #include <set>
 #include <string>
@@ -26,11 +27,55 @@ bool IsLetterOrHigh(char unit) noexcept
     return Values::IsLetter(unit) || static_cast<signed char>(unit) < 0;
 }
 
+/// @param word in lower case
+bool IsSameWord(std::string_view cell, std::string_view word) noexcept
+{
+    const std::string_view text = Values::Trim(cell);
+    return word.size() == text.size() &&
+           std::equal(word.begin(), word.end(), text.begin(), [](char a, char b) {
+               return a == Values::ToLower(b);
+           });
+}
+
+bool IsOneOf(std::string_view cell, std::initializer_list<std::string_view> words)
+{
+    return std::any_of(
+        words.begin(), words.end(), [&](std::string_view word) { return IsSameWord(cell, word); });
+}
+
 bool IsYear(std::string_view cell) noexcept
 {
     const std::string_view text = Values::Trim(cell);
     return text.size() == 4 && (text.substr(0, 2) == "19" || text.substr(0, 2) == "20") &&
            std::all_of(text.begin(), text.end(), Values::IsDigit);
+}
+
+/// Whether a name is one of numbers or keys, of which each occurs once.
+bool IsNameOfNumbers(std::string_view cell)
+{
+    return IsOneOf(cell, {"id", "fid", "gid", "objectid", "nr", "no", "key", "index"});
+}
+
+/// Whether a name is one of texts, which are no numbers.
+bool IsNameOfTexts(std::string_view cell)
+{
+    return IsOneOf(cell,
+                   {"name",
+                    "ort",
+                    "city",
+                    "country",
+                    "state",
+                    "address",
+                    "description",
+                    "title",
+                    "nom",
+                    "nome",
+                    "nombre",
+                    "label",
+                    "place",
+                    "remark",
+                    "remarks",
+                    "comment"});
 }
 
 std::string UnquoteName(std::string_view cell)
@@ -57,12 +102,8 @@ bool IsKnownName(std::string_view cell)
         "objectid",  "gender",      "age",     "price",    "unit",     "organisation", "email",
         "phone",     "notes",       "grade",   "source",   "region",   "group",        "first name",
         "last name", "department",  "label",   "day",      "month",    "count",        "index"};
-    const std::string_view text = Values::Trim(cell);
     return std::any_of(std::begin(kNames), std::end(kNames), [&](std::string_view name) {
-        return name.size() == text.size() &&
-               std::equal(name.begin(), name.end(), text.begin(), [](char a, char b) {
-                   return a == Values::ToLower(b);
-               });
+        return IsSameWord(cell, name);
     });
 }
 
@@ -173,11 +214,13 @@ bool IsUnitsLine(const HeadRecord& record)
 
 bool IsRuleLine(const HeadRecord& record)
 {
+    // A name of one letter may have a dash of its own.
     return !record.cells.empty() &&
            std::all_of(record.cells.begin(),
                        record.cells.end(),
                        [](const std::string& cell) {
-                           return Values::IsRule(cell) || Values::Trim(cell).empty();
+                           const std::string_view text = Values::Trim(cell);
+                           return text.empty() || text == "-" || Values::IsRule(cell);
                        }) &&
            std::any_of(record.cells.begin(), record.cells.end(), [](const std::string& cell) {
                return Values::IsRule(cell);
@@ -249,14 +292,22 @@ void DropEmptyNames(std::size_t columns, HeadRecord& record)
     record.ForgetKinds();
 }
 
-int CountFittingAxes(const std::vector<std::string>& names,
-                     const std::vector<SampleColumn>& samples,
-                     std::size_t shift)
+int CountFittingNames(const std::vector<std::string>& names,
+                      const std::vector<SampleColumn>& samples,
+                      std::size_t shift)
 {
     int fits = 0;
     std::string rest;
     for (std::size_t index = 0; index < names.size() && index + shift < samples.size(); ++index) {
         const SampleColumn& sample = samples[index + shift];
+        if (sample.values == 0) {
+            continue;
+        }
+        if (IsNameOfNumbers(names[index])) {
+            fits += sample.distinct.size() * 2 > std::min(sample.values, kMostDistinct) ? 1 : -1;
+        } else if (IsNameOfTexts(names[index])) {
+            fits += sample.isTyped ? -1 : 1;
+        }
         const Names::EAxis axis = Names::FindAxis(names[index], rest);
         if (axis != Names::EAxis::None) {
             const bool isLatitude = axis == Names::EAxis::Latitude;

@@ -50,10 +50,11 @@ AreRowNames(const std::vector<HeadRecord>& head, std::size_t from, std::size_t c
 /// are: those at its end, or all that are empty.
 void DropEmptyNames(std::size_t columns, HeadRecord& record);
 
-/// How many names of coordinates stand over columns that can hold them.
+/// How many names of coordinates, keys and texts stand over columns that can hold them, less those
+/// that do not.
 /// @param shift how many columns to the right of their own the names stand
-[[nodiscard]] int CountFittingAxes(const std::vector<std::string>& names,
-                                   const std::vector<SampleColumn>& samples,
-                                   std::size_t shift);
+[[nodiscard]] int CountFittingNames(const std::vector<std::string>& names,
+                                    const std::vector<SampleColumn>& samples,
+                                    std::size_t shift);
 
 } // namespace Orvane::Import::Scan

@@ -91,7 +91,7 @@ SampleColumns(const std::vector<HeadRecord>& head, std::size_t from, std::size_t
             sample.booleans += kind == ECell::Boolean ? 1U : 0U;
             sample.quoted += head[row].isQuoted[column] ? 1U : 0U;
             sample.withDigits += std::any_of(cell.begin(), cell.end(), Values::IsDigit) ? 1U : 0U;
-            if (sample.distinct.size() < 256) {
+            if (sample.distinct.size() < kMostDistinct) {
                 sample.distinct.insert(cell);
             }
         }

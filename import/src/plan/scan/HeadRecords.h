@@ -49,6 +49,8 @@ private:
 [[nodiscard]] std::vector<HeadRecord>
 CutHead(std::string_view text, const Candidate& candidate, const ShapeRequest& request);
 
+constexpr std::size_t kMostDistinct = 256;
+
 /// What the cells of a column have in common, by the rows of the head.
 struct SampleColumn
 {
@@ -59,7 +61,7 @@ struct SampleColumn
     std::size_t quoted = 0;
     bool isTyped = false;
     bool isPast90 = false;                         ///< a number is no latitude
-    std::unordered_set<std::string_view> distinct; ///< of the head's cells, at most 256
+    std::unordered_set<std::string_view> distinct; ///< of the head's cells, at most kMostDistinct
 };
 
 /// @param from the first row that counts; rows like the one before it are names again

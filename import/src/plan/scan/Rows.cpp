@@ -3,6 +3,7 @@
 
 #include "../values/FoldedCell.h"
 #include "FirstLines.h"
+#include "TableBlocks.h"
 
 #include <algorithm>
 #include <set>
@@ -279,6 +280,11 @@ void Rows::AddRecord(std::string_view text, std::uint64_t byte, const Record& re
     const std::size_t fields = record.fields.size();
     const bool isNamed = m_request.head.names == ENames::Found;
     const bool isFirstName = isNamed && IsName(Values::Trim(record.Cell(text, 0)));
+    // Rule: a quote that is open where the text ends without a line end is a row that was cut.
+    if (fields == m_columns && !record.isEnded && record.unclosed > 0 && m_facts.rows > 0) {
+        m_isCutInQuotes = true;
+        return;
+    }
     const bool isOdd = fields != m_columns || m_isAfterBlank || isFirstName;
     if (!isOdd && !IsSparse(text, record)) {
         AddCells(text, record, position);
@@ -497,6 +503,33 @@ bool Rows::IsInFurtherTable(const Position& position) const
     });
 }
 
+/// Whether the last run of short records is a line of words over values, in a table without other
+/// short rows.
+bool Rows::AreNamesOfShort(std::size_t run) const
+{
+    const auto first = std::find_if(m_short.begin(), m_short.end(), [&](const auto& record) {
+        return record.position.byte == m_facts.runs[run].position.byte;
+    });
+    if (first == m_short.end() ||
+        first - m_short.begin() != static_cast<std::ptrdiff_t>(m_judged) || m_judged > 0) {
+        return false;
+    }
+    std::uint64_t values = ~std::uint64_t{0};
+    for (auto record = first;
+         record != m_short.end() && record->cells.size() == first->cells.size();
+         ++record) {
+        BlockRow row;
+        for (std::size_t column = 0; column < record->cells.size(); ++column) {
+            row.Add(column, Values::ReadCell(record->cells[column]).cell);
+        }
+        if (record == first && !row.areWords) {
+            return false;
+        }
+        values &= record == first ? values : row.values;
+    }
+    return values != 0;
+}
+
 void Rows::FindFurtherTables()
 {
     const std::vector<RowRun>& runs = m_facts.runs;
@@ -514,7 +547,8 @@ void Rows::FindFurtherTables()
             return record.position.byte == run.position.byte;
         });
         const bool hasNames =
-            first != m_short.end() && AreOtherNames({first->cells.begin(), first->cells.end()});
+            first != m_short.end() &&
+            (AreOtherNames({first->cells.begin(), first->cells.end()}) || AreNamesOfShort(index));
         if ((isAfterBlank && (isAfterTable || isBeforeBlank)) || (isAfterTable && hasNames)) {
             // After the table's last row everything is of further tables.
             const std::uint64_t end =
@@ -544,7 +578,7 @@ void Rows::JudgeShortRecords()
         const bool isAfterBlank = last.blanks != m_blankRunsAtRow;
         isCut = !(isRagged && alike > 1) && !isAfterBlank && m_facts.rows > 0;
     }
-    m_facts.endsInsideRow = isCut;
+    m_facts.endsInsideRow = isCut || m_isCutInQuotes;
     bool isFooter = false;
     for (std::size_t index = 0; index < m_short.size(); ++index) {
         const ShortRecord& record = m_short[index];

@@ -101,6 +101,7 @@ private:
     [[nodiscard]] std::size_t FieldOf(std::size_t column) const;
     void AddShortRow(const ShortRecord& record);
     void JudgeShortRecords();
+    [[nodiscard]] bool AreNamesOfShort(std::size_t run) const;
     void FindFurtherTables();
     void
     AddCell(std::size_t column, std::string_view cell, const Position& position, bool isQuoted);
@@ -139,7 +140,8 @@ private:
     std::size_t m_blankRunsAtRow = 0; ///< m_blankRuns when the last whole row came
     std::vector<std::string_view> m_cells;
     bool m_isAfterBlank = false;
-    bool m_isOver = false; ///< another table of the same count has begun
+    bool m_isCutInQuotes = false; ///< the last record
+    bool m_isOver = false;        ///< another table of the same count has begun
 };
 
 } // namespace Orvane::Import::Scan

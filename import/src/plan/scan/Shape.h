@@ -15,12 +15,13 @@ namespace Orvane::Import::Scan {
 struct Candidate
 {
     Dialect dialect;
-    std::size_t fields = 1;    ///< of most records
-    std::size_t fewest = 0;    ///< fields of a record
-    double support = 0;        ///< share of the records that have so many
-    double steady = 0;         ///< share of the records in runs of three or more of one count
-    bool hasShortRows = false; ///< many records have fewer fields, one here and one there
-    double typed = 0;          ///< share of cells with a form, 0 to 1
+    std::size_t fields = 1;       ///< of most records
+    std::size_t fewest = 0;       ///< fields of a record
+    double support = 0;           ///< share of the records that have so many
+    double steady = 0;            ///< share of the records in runs of three or more of one count
+    bool hasShortRows = false;    ///< many records have fewer fields, one here and one there
+    bool isFirstOfTables = false; ///< other tables with more records are after it
+    double typed = 0;             ///< share of cells with a form, 0 to 1
     double score = 0;
     std::size_t strays = 0;  ///< quotes inside fields
     std::size_t openers = 0; ///< quotes that opened and closed a field

@@ -132,12 +132,12 @@ SkipSparseLines(const std::vector<HeadRecord>& head, std::size_t first, std::siz
 }
 
 /// The first record of the run that holds most of the head's records.
-std::size_t
-FindTableStart(const std::vector<HeadRecord>& head, std::size_t columns, bool hasShortRows)
+std::size_t FindTableStart(const std::vector<HeadRecord>& head, const Candidate& candidate)
 {
+    const std::size_t columns = candidate.fields;
     const auto isRow = [&](const HeadRecord& record) {
         const std::size_t count = record.cells.size();
-        return count == columns || (hasShortRows && count > 1 && count < columns);
+        return count == columns || (candidate.hasShortRows && count > 1 && count < columns);
     };
     for (std::size_t index = 0; index < head.size(); ++index) {
         if (head[index].isBlank || !isRow(head[index]) ||
@@ -150,11 +150,86 @@ FindTableStart(const std::vector<HeadRecord>& head, std::size_t columns, bool ha
         for (std::size_t next = index; next < end; ++next) {
             same += isRow(head[next]) ? 1U : 0U;
         }
-        if (same * 2 >= end - index) {
+        // A short table goes on in the next record; what comes after it are others.
+        const bool isFirst =
+            candidate.isFirstOfTables && index + 1 < head.size() && isRow(head[index + 1]);
+        if (same * 2 >= end - index || isFirst) {
             return index;
         }
     }
     return 0;
+}
+
+/// Where the table begins when lines of its count, but of other cells, stand before it: at the
+/// first row with values where the others have them, and the lines right before it.
+std::size_t
+SkipOtherCells(const std::vector<HeadRecord>& head, std::size_t first, std::size_t columns)
+{
+    constexpr std::size_t kMostNames = 4;
+    const std::vector<SampleColumn> samples =
+        SampleColumns(head, std::max(first + 1, head.size() / 2), columns);
+    const auto typed = static_cast<std::size_t>(
+        std::count_if(samples.begin(), samples.end(), [](const auto& one) { return one.isTyped; }));
+    const auto fits = [&](const HeadRecord& record) {
+        std::size_t texts = 0;
+        std::size_t values = 0;
+        for (std::size_t column = 0; column < columns && record.cells.size() == columns; ++column) {
+            const ECell kind = record.Kind(column).cell;
+            const bool isNone = kind == ECell::Empty || kind == ECell::NullWord;
+            texts += samples[column].isTyped && kind == ECell::Text ? 1U : 0U;
+            values += samples[column].isTyped && !isNone && kind != ECell::Text ? 1U : 0U;
+        }
+        return values > 0 && texts * 5 <= typed;
+    };
+    if (typed < 2 || columns < 3) {
+        return first;
+    }
+    std::size_t row = first;
+    while (row < head.size() && !fits(head[row])) {
+        ++row;
+    }
+    std::size_t begin = row;
+    while (begin > first && row - begin < kMostNames && !head[begin - 1].isBlank &&
+           head[begin - 1].cells.size() == columns) {
+        --begin;
+    }
+    const bool isParted =
+        begin > first && (head[begin - 1].isBlank || head[begin - 1].cells.size() != columns);
+    if (row == head.size() || !isParted) {
+        return first;
+    }
+    // Rule: names are the table's though a line or two stand between them and the rows; lines of
+    // text are not.
+    const auto others = std::count_if(
+        head.begin() + static_cast<std::ptrdiff_t>(first),
+        head.begin() + static_cast<std::ptrdiff_t>(begin),
+        [&](const auto& record) { return !record.isBlank && record.cells.size() != columns; });
+    const std::vector<SampleColumn> rows = SampleColumns(head, row, columns);
+    const NamesVerdict verdict = JudgeNames(head[first], rows);
+    const NamesVerdict next = JudgeNames(head[begin], rows);
+    const bool areNextNames =
+        next.names == ENames::Found && next.forData == 0 && verdict.forData > 0;
+    const bool areNames = verdict.names == ENames::Found && !areNextNames;
+    return areNames && others < 2 ? first : begin;
+}
+
+/// Whether a record of texts is followed by names over columns of other values.
+bool AreNamesNext(const std::vector<HeadRecord>& head, std::size_t row, std::size_t columns)
+{
+    if (row + 2 >= head.size() || head[row].cells.size() != columns ||
+        head[row + 1].cells.size() != columns) {
+        return false;
+    }
+    for (std::size_t column = 0; column < columns; ++column) {
+        const ECell kind = head[row].Kind(column).cell;
+        if (kind != ECell::Empty && kind != ECell::Text) {
+            return false;
+        }
+    }
+    const NamesVerdict next = JudgeNames(head[row + 1], SampleColumns(head, row + 2, columns));
+    return next.names == ENames::Found && next.forNames > 0 && next.forData == 0 &&
+           IsFurtherNames(
+               head[row + 1], head[row], [&] { return SampleColumns(head, row + 2, columns); });
 }
 
 /// What a line before the table is.
@@ -226,14 +301,37 @@ void UseUnevenNames(const std::vector<HeadRecord>& head,
     if (names >= table.columns) {
         return;
     }
-    // Rule: names of coordinates over columns that can be none do not stand where they belong.
-    const int inPlace = CountFittingAxes(record.cells, samples, 0);
-    const int shifted = CountFittingAxes(record.cells, samples, 1);
+    // Rule: names of coordinates, keys or texts over columns that can be none do not stand where
+    // they belong.
+    const int inPlace = CountFittingNames(record.cells, samples, 0);
+    const int shifted = CountFittingNames(record.cells, samples, 1);
     if (shifted > inPlace || (shifted == inPlace && AreRowNames(head, row, table.columns))) {
         table.columnNames.pop_back();
         table.columnNames.insert(table.columnNames.begin(), std::string());
         table.namesReason = "a line of names without one for the names of rows";
     }
+}
+
+/// The cells of a comment line without its mark.
+HeadRecord CutComment(const Dialect& dialect, const HeadRecord& record)
+{
+    const std::string stripped(StripComment(record.text));
+    HeadRecord result;
+    RecordCutter cutter(dialect);
+    Record cut;
+    if (!stripped.empty() && cutter.Cut(stripped, 0, true, 0, cut)) {
+        for (const Field& field : cut.fields) {
+            result.cells.emplace_back(field.In(stripped));
+            result.isQuoted.push_back(field.isQuoted);
+        }
+    }
+    return result;
+}
+
+bool HasEqualCells(const HeadRecord& record)
+{
+    return std::set<std::string>(record.cells.begin(), record.cells.end()).size() <
+           record.cells.size();
 }
 
 /// A line before the table with other counts may hold the names: the last comment, or a line with
@@ -247,27 +345,31 @@ void UseLineBefore(const std::vector<HeadRecord>& head,
 {
     HeadLine& last = table.lines.back();
     const HeadRecord& record = head[first - 1];
-    if (last.kind == ELineKind::Comment) {
-        const std::string stripped(StripComment(record.text));
-        RecordCutter cutter(candidate.dialect);
-        Record cut;
-        if (!stripped.empty() && cutter.Cut(stripped, 0, true, 0, cut) &&
-            cut.fields.size() == table.columns && table.columns > 1) {
-            HeadRecord named;
-            for (const Field& field : cut.fields) {
-                named.cells.emplace_back(field.In(stripped));
-                named.isQuoted.push_back(field.isQuoted);
-            }
-            const NamesVerdict other = JudgeNames(named, SampleColumns(head, row, table.columns));
-            if (other.names == ENames::Found) {
-                last.kind = ELineKind::Names;
-                table.names = ENames::Found;
-                table.namesFields = cut.fields.size();
-                table.namesVotes = other.forNames;
-                table.namesReason = "a last comment line with a name for each column";
-                JoinNames(named, false, table.columnNames);
+    if (last.kind == ELineKind::Comment && table.columns > 1) {
+        HeadRecord named = CutComment(candidate.dialect, record);
+        const std::vector<SampleColumn> samples = SampleColumns(head, row, table.columns);
+        const NamesVerdict other = JudgeNames(named, samples);
+        if (named.cells.size() != table.columns || other.names != ENames::Found) {
+            return;
+        }
+        last.kind = ELineKind::Names;
+        // Rule: of two comment lines with a cell for each column the first holds the names when the
+        // second holds units, or texts that occur again in it.
+        if (first > 1 && table.lines[first - 2].kind == ELineKind::Comment &&
+            (IsUnitsLine(named) || HasEqualCells(named))) {
+            HeadRecord before = CutComment(candidate.dialect, head[first - 2]);
+            if (before.cells.size() == table.columns && !HasEqualCells(before) &&
+                JudgeNames(before, samples).names == ENames::Found) {
+                last.kind = ELineKind::Units;
+                table.lines[first - 2].kind = ELineKind::Names;
+                named = std::move(before);
             }
         }
+        table.names = ENames::Found;
+        table.namesFields = table.columns;
+        table.namesVotes = other.forNames;
+        table.namesReason = "a last comment line with a name for each column";
+        JoinNames(named, false, table.columnNames);
     } else if (last.kind == ELineKind::Preamble && table.columns > 2) {
         UseUnevenNames(head, record, row, table);
     }
@@ -287,7 +389,10 @@ TableHead FindTable(std::string_view text, const Candidate& candidate, const Sha
     const auto addLine = [&](const HeadRecord& record, ELineKind kind) {
         table.lines.push_back({kind, record.line, record.lines, record.byte});
     };
-    std::size_t first = FindTableStart(head, table.columns, candidate.hasShortRows);
+    std::size_t first = FindTableStart(head, candidate);
+    if (!candidate.isFirstOfTables && !candidate.hasShortRows) {
+        first = SkipOtherCells(head, first, table.columns);
+    }
     if (first > kMostHeadLines) {
         first = 0;
     }
@@ -328,6 +433,10 @@ TableHead FindTable(std::string_view text, const Candidate& candidate, const Sha
     table.columnNames.assign(table.columns, {});
     const std::vector<SampleColumn> samples = SampleColumns(head, row + 1, table.columns);
     NamesVerdict verdict = JudgeNames(head[row], samples);
+    if (verdict.names != ENames::Found && AreNamesNext(head, row, table.columns)) {
+        // Rule: texts over a line of names that is one beyond doubt are names as well.
+        verdict = JudgeNames(head[row + 1], SampleColumns(head, row + 2, table.columns));
+    }
     if (request.names >= 0) {
         verdict.names = request.names == 1 ? ENames::Found : ENames::None;
         verdict.reason = "given";
@@ -358,7 +467,7 @@ TableHead FindTable(std::string_view text, const Candidate& candidate, const Sha
     table.namesVotes = verdict.forNames;
     table.dataVotes = verdict.forData;
     table.namesReason = verdict.reason;
-    if (verdict.names == ENames::None && request.names < 0 && first > 0) {
+    if (verdict.names != ENames::Found && request.names < 0 && first > 0) {
         UseLineBefore(head, first, row, candidate, table);
     } else if (verdict.names == ENames::Found) {
         table.namesFields = head[row].cells.size();

@@ -3,6 +3,7 @@
 
 #include "../values/Cell.h"
 #include "FirstLines.h"
+#include "TableBlocks.h"
 
 #include <algorithm>
 #include <cmath>
@@ -24,6 +25,7 @@ struct Mode
     double support = 0;
     double steady = 0;
     bool hasShortRows = false;
+    bool isFirstOfTables = false;
 };
 
 /// The share of records in runs of three or more of one count: tables one after the other.
@@ -121,6 +123,25 @@ Mode FindMode(const std::vector<std::size_t>& counts, bool canBeShort)
     return mode;
 }
 
+/// Where the records are tables one after the other, or text before a table, the first table's
+/// count is that of the file.
+void UseFirstTable(const std::vector<BlockRow>& rows, Mode& mode)
+{
+    constexpr double kExplained = 0.8;
+    const FirstTable table = FindFirstTable(rows, mode.fields);
+    if (table.fields == 0 || mode.hasShortRows) {
+        return;
+    }
+    if (table.fields != mode.fields) {
+        mode.fields = table.fields;
+        mode.support = static_cast<double>(table.records) / static_cast<double>(rows.size());
+        mode.isFirstOfTables = true;
+    }
+    if (table.explainsAll) {
+        mode.support = std::max(mode.support, kExplained);
+    }
+}
+
 /// Counts `"` in cells that another quote encloses: pairs, and others.
 void CountDoubles(std::string_view text, const Record& record, Candidate& candidate)
 {
@@ -186,11 +207,9 @@ bool IsUsual(char separator) noexcept
     return separator == ',' || separator == ';' || separator == '\t' || separator == '|';
 }
 
-} // namespace
-
-double WeightOf(std::string_view cell, char separator)
+/// How much a cell looks like a value of its own: 1 for numbers and times, less for words.
+double WeightOf(const Values::CellReading& reading, std::string_view cell, char separator)
 {
-    const Values::CellReading reading = Values::ReadCell(cell);
     switch (reading.cell) {
     case ECell::Empty:
         return 0.5;
@@ -213,12 +232,20 @@ double WeightOf(std::string_view cell, char separator)
     return weight;
 }
 
+} // namespace
+
+double WeightOf(std::string_view cell, char separator)
+{
+    return WeightOf(Values::ReadCell(cell), cell, separator);
+}
+
 Candidate Try(std::string_view text, const Dialect& dialect, bool isWhole)
 {
     RecordCutter cutter(dialect);
     Record record;
     std::vector<std::size_t> counts;
     std::vector<std::size_t> cleanCounts;
+    std::vector<BlockRow> rows;
     Candidate candidate;
     candidate.dialect = dialect;
     double typed = 0;
@@ -243,9 +270,13 @@ Candidate Try(std::string_view text, const Dialect& dialect, bool isWhole)
             CountDoubles(text, record, candidate);
         }
         const std::size_t looked = std::min<std::size_t>(record.fields.size(), 64);
+        BlockRow& row = rows.emplace_back();
+        row.fields = record.fields.size();
         for (std::size_t index = 0; index < looked; ++index) {
-            const double weight = WeightOf(record.Cell(text, index), dialect.separator);
-            typed += weight;
+            const std::string_view cell = record.Cell(text, index);
+            const Values::CellReading reading = Values::ReadCell(cell);
+            typed += WeightOf(reading, cell, dialect.separator);
+            row.Add(index, reading.cell);
         }
         cells += looked;
     }
@@ -260,7 +291,11 @@ Candidate Try(std::string_view text, const Dialect& dialect, bool isWhole)
         mode.support =
             (mode.support + static_cast<double>(same) / static_cast<double>(counts.size())) / 2;
     }
+    if (canBeShort) {
+        UseFirstTable(rows, mode);
+    }
     candidate.fields = mode.fields;
+    candidate.isFirstOfTables = mode.isFirstOfTables;
     candidate.support = mode.support;
     candidate.steady = mode.steady;
     candidate.hasShortRows = mode.hasShortRows;
