@@ -64,7 +64,14 @@ void LayerCounter::CountPoints(const BFeaturePage& page)
     const std::size_t rows = page.GetRowCount();
     m_counts.points += rows;
     m_counts.withHeight += page.uniformPointKind == EPointKind::XYZ ? rows : 0;
+    // Memory is what this costs: it comes faster when it is asked for ahead.
+    constexpr std::size_t kValuesOfALine = 64 / sizeof(double);
+    constexpr std::size_t kAhead = 16 * kValuesOfALine;
     for (std::size_t row = 0; row < rows; ++row) {
+        if (row % kValuesOfALine == 0) {
+            __builtin_prefetch(page.x.Data() + row + kAhead);
+            __builtin_prefetch(page.y.Data() + row + kAhead);
+        }
         const bool hasPlace = std::isfinite(page.x[row]) && std::isfinite(page.y[row]);
         m_counts.withoutPlace += hasPlace ? 0U : 1U;
     }

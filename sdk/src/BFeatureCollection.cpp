@@ -1,13 +1,13 @@
 // The list of features: finds rows in pages, hands them out and keeps the changed ones.
 #include "BFeatureValues.h"
 #include "BPageFile.h"
+#include "PointRanges.h"
 
 #include <Orvane/BException.h>
 #include <Orvane/BFeatureAppender.h>
 #include <Orvane/BFeatureCollection.h>
 
 #include <algorithm>
-#include <array>
 #include <bit>
 #include <cmath>
 #include <exception>
@@ -600,44 +600,6 @@ void BFeatureCollection::AppendPlaceholder(const BFeature& feature)
 
 namespace {
 
-/// The least and the largest of some values.
-struct Range
-{
-    double lowest;
-    double highest;
-};
-
-/// @return nothing when a value is NaN, or when an end is zero: that has two signs, of which a walk
-///     over the values keeps the first
-std::optional<Range> FindRange(const double* values, std::size_t count)
-{
-    constexpr std::size_t kLanes = 4;
-    std::array<double, kLanes> lowest{};
-    lowest.fill(std::numeric_limits<double>::infinity());
-    std::array<double, kLanes> highest{};
-    highest.fill(-std::numeric_limits<double>::infinity());
-    bool areNumbers = true;
-    // Side by side, since each comparison waits for the one before it in its lane.
-    const auto add = [&](std::size_t lane, double value) {
-        lowest[lane] = value < lowest[lane] ? value : lowest[lane];
-        highest[lane] = value > highest[lane] ? value : highest[lane];
-        areNumbers = areNumbers && !std::isnan(value);
-    };
-    std::size_t index = 0;
-    for (; index + kLanes <= count; index += kLanes) {
-        for (std::size_t lane = 0; lane < kLanes; ++lane) {
-            add(lane, values[index + lane]);
-        }
-    }
-    for (; index < count; ++index) {
-        add(0, values[index]);
-    }
-    const Range range{*std::min_element(lowest.begin(), lowest.end()),
-                      *std::max_element(highest.begin(), highest.end())};
-    const bool isClear = areNumbers && count > 0 && range.lowest != 0 && range.highest != 0;
-    return isClear ? std::optional(range) : std::nullopt;
-}
-
 /// Widens the box by all points of a page at once.
 /// @return false when each must be looked at by itself
 bool IncludeAll(const BFeaturePage& page, std::size_t count, BMBB& box)
@@ -645,22 +607,20 @@ bool IncludeAll(const BFeaturePage& page, std::size_t count, BMBB& box)
     if (!page.pointKinds.IsEmpty() || page.uniformPointKind == EPointKind::None) {
         return false;
     }
-    const std::optional<Range> x = FindRange(page.x.Data(), count);
-    const std::optional<Range> y = FindRange(page.y.Data(), count);
-    if (!x || !y) {
+    const bool hasZ = page.uniformPointKind == EPointKind::XYZ;
+    const std::optional<PointRanges> ranges =
+        FindRanges(page.x.Data(), page.y.Data(), hasZ ? page.z.Data() : nullptr, count);
+    if (!ranges) {
         return false;
     }
-    if (page.uniformPointKind == EPointKind::XY) {
-        box.Include(x->lowest, y->lowest);
-        box.Include(x->highest, y->highest);
-        return true;
+    const auto& [x, y, z] = *ranges;
+    if (hasZ) {
+        box.Include(x.lowest, y.lowest, z.lowest);
+        box.Include(x.highest, y.highest, z.highest);
+    } else {
+        box.Include(x.lowest, y.lowest);
+        box.Include(x.highest, y.highest);
     }
-    const std::optional<Range> z = FindRange(page.z.Data(), count);
-    if (!z) {
-        return false;
-    }
-    box.Include(x->lowest, y->lowest, z->lowest);
-    box.Include(x->highest, y->highest, z->highest);
     return true;
 }
 

@@ -420,17 +420,19 @@ TEST(BFeatureCollectionGetMBB, IsTheBoxAroundThePointsOneByOneToTheBit)
         return bits;
     };
     for (int turn = 0; turn < 3000; ++turn) {
-        // Few rows of a page, so that all places in it are met; odd values in some turns only.
-        BFeatureCollection features(7);
+        // Few rows of a page, so that all places in it are met, or many; odd values in some turns
+        // only.
+        const bool hasLongPages = turn % 7 == 6;
+        BFeatureCollection features(hasLongPages ? 150 : 7);
         BFeatureAppender appender(features, {});
         BMBB expected;
         const EPointKind kind = turn % 3 == 0 ? EPointKind::XY : EPointKind::XYZ;
         const auto any = [&] {
-            const bool isOdd = turn % 2 == 0 && dice() % 8 == 0;
+            const bool isOdd = turn % 2 == 0 && dice() % (hasLongPages ? 200 : 8) == 0;
             return isOdd ? kOdd[dice() % std::size(kOdd)]
                          : static_cast<double>(dice() % 5) - (turn % 5 == 0 ? 0.0 : 2.0);
         };
-        const std::uint64_t rows = dice() % 20;
+        const std::uint64_t rows = dice() % (hasLongPages ? 400 : 20);
         for (std::uint32_t row = 0; row < rows; ++row) {
             const double x = any();
             const double y = any();
