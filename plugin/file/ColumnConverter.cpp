@@ -54,7 +54,9 @@ Kernels::FieldRun ColumnConverter::MakeFields(std::size_t fieldIndex, std::size_
     return fields;
 }
 
-void ColumnConverter::Convert(const RowRun& run, const Orvane::BFeatureAppender::Rows& target)
+void ColumnConverter::Convert(const RowRun& run,
+                              const Orvane::BFeatureAppender::Rows& target,
+                              Orvane::BColumnData* texts)
 {
     using Orvane::EPointKind;
     m_run = run;
@@ -112,7 +114,7 @@ void ColumnConverter::Convert(const RowRun& run, const Orvane::BFeatureAppender:
             Kernels::ToBooleans(fields, column->booleans.Data() + first);
             break;
         case RegularField::Kind::Text:
-            ConvertTexts(fields, columnIndex, column->texts);
+            ConvertTexts(fields, columnIndex, texts[columnIndex].texts);
             break;
         }
     }

@@ -28,8 +28,11 @@ public:
     [[nodiscard]] bool HasZ() const noexcept { return m_hasZ; }
 
     /// Converts the first rows of a run, as many as the target has.
-    /// @param target its texts are appended to, its other arrays are written from its first row on
-    void Convert(const RowRun& run, const Orvane::BFeatureAppender::Rows& target);
+    /// @param target its arrays are written from its first row on, but for texts
+    /// @param texts the columns that texts are appended to
+    void Convert(const RowRun& run,
+                 const Orvane::BFeatureAppender::Rows& target,
+                 Orvane::BColumnData* texts);
 
     /// The kinds of point (EPointKind) of the rows that were converted last.
     [[nodiscard]] const std::uint8_t* GetKinds() const noexcept { return m_kinds.data(); }

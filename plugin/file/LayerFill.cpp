@@ -256,7 +256,7 @@ LayerFill::Step LayerFill::ConvertRegularRows()
             wanted = std::min<std::size_t>(wanted, limit - m_featuresAdded);
         }
         const Orvane::BFeatureAppender::Rows target = m_layer.BeginRows(wanted, m_converter.HasZ());
-        m_converter.Convert(m_rows.GetRun(), target);
+        m_converter.Convert(m_rows.GetRun(), target, target.columns);
         const Step step =
             CommitRows(target, m_converter, m_converter.GetKinds(), true, [this](std::size_t rows) {
                 m_rows.Pass(rows);
@@ -278,27 +278,69 @@ LayerFill::Step LayerFill::CommitRows(const Orvane::BFeatureAppender::Rows& targ
                                       bool isWholeRun,
                                       const Pass& pass)
 {
-    if (m_context.progress == nullptr) {
-        RaiseWidths(target, converter, target.count, isWholeRun);
+    const auto count = static_cast<std::uint32_t>(target.count);
+    if (m_context.progress != nullptr) {
+        return CommitOneByOne(target, converter, kinds, isWholeRun, pass);
     }
-    const std::size_t atOnce = m_context.progress == nullptr ? target.count : 1;
-    for (std::size_t row = 0; row < target.count; row += atOnce) {
-        const bool isLast = row + atOnce == target.count;
-        if (isLast && m_context.progress != nullptr) {
+    RaiseWidths(target, converter, count, isWholeRun);
+    m_layer.EndRows(count, kinds, m_lineNumber);
+    pass(count);
+    m_featuresAdded += count;
+    m_lineNumber += count;
+    m_context.currentLine = m_lineNumber - 1;
+    return Step::Continue;
+}
+
+/// Before each call of the progress object all that a host sees is up to date. The line source is
+/// not among that: it skips the rows in one step, also when a call throws.
+template <typename Pass>
+LayerFill::Step LayerFill::CommitOneByOne(const Orvane::BFeatureAppender::Rows& target,
+                                          const ColumnConverter& converter,
+                                          const std::uint8_t* kinds,
+                                          bool isWholeRun,
+                                          const Pass& pass)
+{
+    class Passing
+    {
+    public:
+        explicit Passing(const Pass& pass)
+            : m_pass(pass)
+        {}
+
+        ~Passing()
+        {
+            if (rows > 0) {
+                m_pass(rows);
+            }
+        }
+
+        Passing(const Passing&) = delete;
+        Passing& operator=(const Passing&) = delete;
+
+        std::size_t rows = 0;
+
+    private:
+        const Pass& m_pass;
+    };
+
+    Orvane::BProgress& progress = *m_context.progress;
+    Passing passing(pass);
+    while (passing.rows < target.count) {
+        const bool isLast = passing.rows + 1 == target.count;
+        if (isLast) {
             RaiseWidths(target, converter, target.count, isWholeRun);
         }
-        m_layer.EndRows(atOnce, kinds + row, m_lineNumber);
-        pass(atOnce);
-        m_featuresAdded += static_cast<std::uint32_t>(atOnce);
-        if (m_context.progress != nullptr && ReportProgress() == Step::Cancelled) {
+        m_layer.EndRows(1, kinds + passing.rows, m_lineNumber);
+        ++passing.rows;
+        ++m_featuresAdded;
+        if (progress.ShouldReport(m_lineNumber, 0) && !progress.Report(m_lineNumber, 0)) {
             if (!isLast) {
-                RaiseWidths(target, converter, row + 1, isWholeRun);
+                RaiseWidths(target, converter, passing.rows, isWholeRun);
                 m_layer.AbandonRow();
             }
             return Step::Cancelled;
         }
-        m_lineNumber += static_cast<std::uint32_t>(atOnce);
-        m_context.currentLine = m_lineNumber - 1;
+        m_context.currentLine = m_lineNumber++;
     }
     return Step::Continue;
 }
@@ -378,7 +420,9 @@ LayerFill::Step LayerFill::ShareRows()
             return step;
         }
     }
-    m_shared->Accept(m_rows);
+    m_shared->Accept(
+        m_rows,
+        m_layer.FindRoom(m_shared->GetRowCount(), m_rows.GetRowCount(), m_converter.HasZ()));
     return Step::Continue;
 }
 

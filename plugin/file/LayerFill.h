@@ -45,11 +45,12 @@ struct LayerFillContext
 /// that stand in both are listed in plugin/lines/README.md.
 ///
 /// Several threads share the fast path where a block's rows are worth it. This thread finds the
-/// runs of regular rows; the threads convert them to columns of their own, and one of them reads
-/// the next block meanwhile; this thread appends the columns to the layer, run by run in the order
-/// of the file, and calls the progress object. Before a line goes the slow path, and at the end of
-/// a block, everything that was found before is appended. So nothing that a host sees depends on
-/// the number of threads. They start with the first block that is worth it and end with the loop.
+/// runs of regular rows; the threads convert them, in the memory where the layer will have them as
+/// far as that is there, and one of them reads the next block meanwhile; this thread ends the rows
+/// in the layer, run by run in the order of the file, and calls the progress object. Before a line
+/// goes the slow path, and at the end of a block, everything that was found before is appended. So
+/// nothing that a host sees depends on the number of threads. They start with the first block that
+/// is worth it and end with the loop.
 class LayerFill
 {
 public:
@@ -82,6 +83,12 @@ private:
                     const std::uint8_t* kinds,
                     bool isWholeRun,
                     const Pass& pass);
+    template <typename Pass>
+    Step CommitOneByOne(const Orvane::BFeatureAppender::Rows& target,
+                        const ColumnConverter& converter,
+                        const std::uint8_t* kinds,
+                        bool isWholeRun,
+                        const Pass& pass);
     void RaiseWidths(const Orvane::BFeatureAppender::Rows& target,
                      const ColumnConverter& converter,
                      std::size_t endedRows,

@@ -3,6 +3,7 @@
 
 #include <Orvane/BTextArray.h>
 
+#include <cassert>
 #include <cstring>
 #include <type_traits>
 
@@ -52,24 +53,36 @@ ConvertedRows::ConvertedRows(const RowPlan& plan, const std::vector<Orvane::BCol
 
 void ConvertedRows::Perform()
 {
+    const bool hasRoom = m_room.count > 0;
+    for (BColumnData& column : m_columns) {
+        if (!hasRoom || column.storage == Orvane::EColumnStorage::Text) {
+            Orvane::VisitColumn(column, [this](auto& array) { MakeRoom(array, m_run.rows); });
+        }
+    }
+    if (hasRoom) {
+        m_converter.Convert(m_run, m_room, m_columns.data());
+        return;
+    }
     MakeRoom(m_x, m_run.rows);
     MakeRoom(m_y, m_run.rows);
     if (m_converter.HasZ()) {
         MakeRoom(m_z, m_run.rows);
     }
-    for (BColumnData& column : m_columns) {
-        Orvane::VisitColumn(column, [this](auto& array) { MakeRoom(array, m_run.rows); });
-    }
     m_converter.Convert(m_run,
-                        {m_run.rows, 0, m_x.Data(), m_y.Data(), m_z.Data(), m_columns.data()});
+                        {m_run.rows, 0, m_x.Data(), m_y.Data(), m_z.Data(), m_columns.data()},
+                        m_columns.data());
 }
 
 void ConvertedRows::CopyTo(const Orvane::BFeatureAppender::Rows& target, std::size_t first) const
 {
-    Copy(m_x, first, target.x, target.count);
-    Copy(m_y, first, target.y, target.count);
-    if (target.z != nullptr) {
-        Copy(m_z, first, target.z, target.count);
+    const bool isThere = m_room.count > 0;
+    assert(!isThere || (first == 0 && target.x == m_room.x && target.count == m_run.rows));
+    if (!isThere) {
+        Copy(m_x, first, target.x, target.count);
+        Copy(m_y, first, target.y, target.count);
+        if (target.z != nullptr) {
+            Copy(m_z, first, target.z, target.count);
+        }
     }
     for (std::size_t index = 0; index < m_columns.size(); ++index) {
         BColumnData& column = target.columns[index];
@@ -78,7 +91,7 @@ void ConvertedRows::CopyTo(const Orvane::BFeatureAppender::Rows& target, std::si
             auto& to = kind.ArrayOf(column);
             if constexpr (kind.kIsText) {
                 Orvane::AppendTexts(to, from, first, target.count);
-            } else {
+            } else if (!isThere) {
                 Copy(from, first, to.Data() + target.firstRow, target.count);
             }
         });
@@ -96,10 +109,10 @@ SharedRows::SharedRows(const RowPlan& plan, std::size_t helpers)
     }
 }
 
-void SharedRows::Accept(BlockRows& rows)
+void SharedRows::Accept(BlockRows& rows, const Orvane::BFeatureAppender::Rows& room)
 {
     ConvertedRows& place = *m_rows[(m_first + m_count) % m_rows.size()];
-    place.Accept(rows);
+    place.Accept(rows, room);
     ++m_count;
     m_rowCount += place.GetRun().rows;
     m_pool.Start(place);

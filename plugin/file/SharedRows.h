@@ -28,7 +28,9 @@ struct SharingRule
     std::size_t windowBytes = 0;
 };
 
-/// A run of regular rows, converted to columns of its own.
+/// A run of regular rows, converted in the layer's memory, or to columns of its own: texts always,
+/// for where they go depends on the texts before them, and all else where the layer has no room
+/// yet.
 class ConvertedRows : public Task
 {
 public:
@@ -36,13 +38,19 @@ public:
     ConvertedRows(const RowPlan& plan, const std::vector<Orvane::BColumnInfo>& columns);
 
     /// Accepts the next rows of a walk, to be converted by Perform.
-    void Accept(BlockRows& rows) { m_run = rows.HandOver(m_positions); }
+    /// @param room of the layer for them, or none
+    void Accept(BlockRows& rows, const Orvane::BFeatureAppender::Rows& room)
+    {
+        m_run = rows.HandOver(m_positions);
+        m_room = room;
+    }
 
     [[nodiscard]] const RowRun& GetRun() const noexcept { return m_run; }
 
     [[nodiscard]] const ColumnConverter& GetConverter() const noexcept { return m_converter; }
 
-    /// Copies rows to a layer, as many as the target has. @param first of the run
+    /// Copies to a layer what is not there yet of some rows, as many as the target has.
+    /// @param first of the run
     void CopyTo(const Orvane::BFeatureAppender::Rows& target, std::size_t first) const;
 
 protected:
@@ -52,6 +60,7 @@ private:
     ColumnConverter m_converter;
     RowRun m_run{};
     Orvane::BPageArray<std::uint32_t> m_positions; ///< of the run
+    Orvane::BFeatureAppender::Rows m_room{};
     Orvane::BPageArray<double> m_x;
     Orvane::BPageArray<double> m_y;
     Orvane::BPageArray<double> m_z;
@@ -79,7 +88,8 @@ public:
     [[nodiscard]] std::size_t GetRowCount() const noexcept { return m_rowCount; }
 
     /// Accepts the next rows of a walk; not when full.
-    void Accept(BlockRows& rows);
+    /// @param room of the layer for them, or none
+    void Accept(BlockRows& rows, const Orvane::BFeatureAppender::Rows& room);
 
     /// Whether Finish would return at once.
     [[nodiscard]] bool IsFirstDone() const noexcept { return m_count > 0 && First().IsDone(); }

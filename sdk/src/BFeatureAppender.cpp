@@ -605,6 +605,39 @@ BFeatureAppender::Rows BFeatureAppender::BeginRows(std::size_t wanted, bool hasZ
     return rows;
 }
 
+BFeatureAppender::Rows
+BFeatureAppender::FindRoom(std::size_t skip, std::size_t count, bool hasZ) noexcept
+{
+    const std::size_t first = m_page->rowCount + skip;
+    const auto hasRoom = [end = first + count](const auto& array) {
+        return array.GetCapacity() >= end;
+    };
+    bool isFound = !m_features.m_file && !m_isPageFull && m_columnCount == m_columns->size() &&
+                   first + count <= m_rowLimit && hasRoom(m_page->x) && hasRoom(m_page->y) &&
+                   (!hasZ || hasRoom(m_page->z));
+    for (std::size_t i = 0; i < m_columnCount && isFound; ++i) {
+        isFound = VisitColumn(m_columnData[i], [&hasRoom](const auto& array) {
+            if constexpr (std::is_same_v<decltype(array), const BTextArray&>) {
+                // Longer ones might end the page before its rows are all there.
+                return array.bytes.GetSize() <= kFullTextBytes / 4;
+            } else {
+                return hasRoom(array);
+            }
+        });
+    }
+    Rows rows{};
+    if (isFound) {
+        rows = {count,
+                first,
+                m_page->x.Data() + first,
+                m_page->y.Data() + first,
+                nullptr,
+                m_columnData};
+        rows.z = hasZ ? m_page->z.Data() + first : nullptr;
+    }
+    return rows;
+}
+
 void BFeatureAppender::EndIrregularRows(std::size_t count,
                                         const std::uint8_t* kinds,
                                         std::uint32_t firstNameNumber)

@@ -171,6 +171,17 @@ public:
     /// are ended beyond its count or abandoned.
     [[nodiscard]] Rows BeginRows(std::size_t wanted, bool hasZ);
 
+    /// Where rows to come will stand, so that they can be filled before they are begun, also on
+    /// other threads while rows before them are ended: coordinates and numbers stay as they are
+    /// written when BeginRows gives the same place later. Texts and nulls must wait until then.
+    /// @param skip rows to come before them, all by BeginRows
+    /// @param hasZ as for BeginRows
+    /// @return `count` rows; none where memory might move until then: nothing is reserved for them
+    ///     (ReserveRows; a page that follows another has what that one used), the page ends before
+    ///     them, its texts are long, or pages go to a disk cache. Valid while rows are added by
+    ///     BeginRows and EndRows alone, until the page has ended.
+    [[nodiscard]] Rows FindRoom(std::size_t skip, std::size_t count, bool hasZ) noexcept;
+
     /// Ends the next `count` of the rows begun; all columns of the collection must have been
     /// filled for them. May be called for parts; what is not ended is dropped by AbandonRow.
     /// @param kinds an EPointKind per row. Coordinates that a kind does not have must be NaN.

@@ -59,6 +59,18 @@ std::string MakeRows(const std::string& odd = std::string(), const char* ending 
     return text;
 }
 
+/// So many rows, odd ones among them, that a layer in memory has three pages.
+std::string MakeRowsOfPages()
+{
+    const std::string few = MakeRows("1,2,3");
+    const std::size_t rows = few.find('\n') + 1;
+    std::string text = few.substr(0, rows);
+    for (int turn = 0; turn < 35; ++turn) {
+        text.append(few, rows);
+    }
+    return text;
+}
+
 /// Rows with so much text that pages of a disk cache end early.
 std::string MakeLongRows()
 {
@@ -257,6 +269,8 @@ const std::vector<Case> kCases = {
     {"WithInvalidUtf8", MakeRowsAround("1,2,3,4,\xFF,5,yes\n")},
     {"UpToARowThatFails", MakeRowsAround(kTooLong + "\n")},
     {"UpToAQuoteThatStaysOpen", MakeRowsAround("1,2,3,4,\"a,5,yes\n")},
+    {"OverPagesInMemory", MakeRowsOfPages(), "UTF-8", 1 << 20},
+    {"OverPagesWithReports", MakeRowsOfPages(), "UTF-8", 1 << 20, 0, 1 << 30},
     {"UpToALimit", MakeRows(), "UTF-8", 1 << 14, 1234},
     {"UpToALimitInOneBlock", MakeRows(), "UTF-8", 1 << 24, 1234},
     {"UpToTheRowThatIsCancelled", MakeRows(), "UTF-8", 1 << 14, 0, 1500},

@@ -750,6 +750,88 @@ TEST(BFeatureAppenderBeginRows, StoresBlocksAsItStoresSingleRows)
     }
 }
 
+TEST(BFeatureAppenderFindRoom, KeepsWhatIsFilledBeforeTheRowsAreBegun)
+{
+    constexpr std::size_t kPageRows = 32;
+    constexpr std::size_t kBlock = 5;
+    constexpr std::size_t kBlocks = 20;
+    BFeatureCollection features(kPageRows);
+    BFeatureAppender appender(features, kNumberAndText);
+    appender.ReserveRows(kBlocks * kBlock, true);
+    const std::vector<std::uint8_t> kinds(kBlock, static_cast<std::uint8_t>(EPointKind::XYZ));
+    std::size_t found = 0;
+    std::uint32_t number = 0;
+    // Three blocks of rows at a time, filled from the last to the first where there is room.
+    for (std::size_t block = 0; block + 3 <= kBlocks; block += 3) {
+        std::vector<BFeatureAppender::Rows> rooms(3);
+        for (std::size_t ahead = 3; ahead-- > 0;) {
+            BFeatureAppender::Rows& room = rooms[ahead];
+            room = appender.FindRoom(ahead * kBlock, kBlock, true);
+            for (std::size_t row = 0; row < room.count; ++row) {
+                const std::size_t value = number + ahead * kBlock + row;
+                room.x[row] = static_cast<double>(value);
+                room.y[row] = 1;
+                room.z[row] = 2;
+                room.columns[0].int32s.Data()[room.firstRow + row] =
+                    static_cast<std::int32_t>(value);
+            }
+        }
+        for (std::size_t ahead = 0; ahead < 3; ++ahead) {
+            for (std::size_t done = 0; done < kBlock;) {
+                const BFeatureAppender::Rows rows = appender.BeginRows(kBlock - done, true);
+                if (rooms[ahead].count > 0) {
+                    ++found;
+                    ASSERT_EQ(rows.count, kBlock);
+                    ASSERT_EQ(rows.x, rooms[ahead].x);
+                }
+                for (std::size_t row = 0; row < rows.count; ++row) {
+                    const std::uint32_t value = number + static_cast<std::uint32_t>(row);
+                    if (rooms[ahead].count == 0) {
+                        rows.x[row] = value;
+                        rows.y[row] = 1;
+                        rows.z[row] = 2;
+                        rows.columns[0].int32s[rows.firstRow + row] =
+                            static_cast<std::int32_t>(value);
+                    }
+                    AppendText(rows.columns[1].texts, std::to_string(value), ETextEncoding::Ascii);
+                }
+                appender.EndRows(rows.count, kinds.data(), number);
+                number += static_cast<std::uint32_t>(rows.count);
+                done += rows.count;
+            }
+        }
+    }
+    EXPECT_GT(found, 5U);
+    ASSERT_EQ(features.GetCount(), number);
+    for (std::uint32_t row = 0; row < number; ++row) {
+        const auto feature = features.GetAt(row);
+        ASSERT_EQ(feature->GetPoint()->GetX(), row);
+        ASSERT_EQ(feature->GetPoint()->GetZ(), 2);
+        ASSERT_EQ(feature->GetAttributeValue(0), BVariant(static_cast<std::int32_t>(row)));
+        ASSERT_EQ(feature->GetAttributeValue(1), BVariant(BString(std::to_string(row))));
+    }
+}
+
+TEST(BFeatureAppenderFindRoom, FindsNoneWhereMemoryMightMove)
+{
+    BFeatureCollection onDisk(BString(), 8);
+    BFeatureCollection inMemory(8);
+    for (BFeatureCollection* features : {&onDisk, &inMemory}) {
+        BFeatureAppender appender(*features, kNumberAndText);
+        EXPECT_EQ(appender.FindRoom(0, 1, false).count, 0U) << "nothing is reserved";
+        appender.ReserveRows(6, false);
+        const bool isInMemory = features == &inMemory;
+        EXPECT_EQ(appender.FindRoom(1, 5, false).count, isInMemory ? 5U : 0U);
+        EXPECT_EQ(appender.FindRoom(1, 6, false).count, 0U);
+        EXPECT_EQ(appender.FindRoom(0, 1, true).count, 0U) << "no room for a Z";
+        appender.ReserveRows(100, false);
+        EXPECT_EQ(appender.FindRoom(0, 8, false).count, isInMemory ? 8U : 0U);
+        EXPECT_EQ(appender.FindRoom(0, 9, false).count, 0U) << "the page ends before";
+        appender.AddColumn({"more", EVariantType::Double});
+        EXPECT_EQ(appender.FindRoom(0, 1, false).count, 0U) << "a column without room";
+    }
+}
+
 TEST(BFeatureAppender, CostsASmallLayerLittle)
 {
     BFeatureCollection features;
