@@ -176,7 +176,7 @@ std::string ShowRival(const PlanColumn& column)
     }
     const auto& rival = column.type.rivals.front();
     std::string text = (rival.value.empty() ? "" : rival.value + "? ") + rival.against;
-    if (rival.value != "number" && rival.value != "date") {
+    if (rival.support == 0) {
         return text;
     }
     for (const PlanEvidence& evidence : column.type.evidence) {

@@ -10,11 +10,21 @@ namespace Orvane::Import {
 
 namespace {
 
-/// Why a column of mostly something else is text, with the first cell that makes it so.
+bool IsAngleAttribute(const PlanColumn& column)
+{
+    return column.type.value == EPlanType::Angle && column.role == EPlanRole::Attribute;
+}
+
+/// Why a column is text that looks like something else, with the first cell that says so.
 std::string WhyText(const PlanColumn& column)
 {
-    if (column.type.value != EPlanType::Text || column.type.rivals.empty() ||
-        column.type.decider == EDecider::Given) {
+    if (column.type.decider == EDecider::Given || column.role != EPlanRole::Attribute) {
+        return {};
+    }
+    if (IsAngleAttribute(column)) {
+        return "its angles or durations are no coordinates";
+    }
+    if (column.type.value != EPlanType::Text || column.type.rivals.empty()) {
         return {};
     }
     const PlanRival& rival = column.type.rivals.front();
@@ -76,13 +86,14 @@ Ledger MakeLedger(const Plan& plan, const TableCounts& counts)
             continue;
         }
         const ColumnCounts& cells = counts.columns[index];
-        ledger.columns.push_back({column.name,
-                                  std::string(NameOf(column.type.value)),
-                                  cells.values,
-                                  cells.empties,
-                                  cells.nullWords,
-                                  column.nullSpellings,
-                                  WhyText(column)});
+        ledger.columns.push_back(
+            {column.name,
+             std::string(NameOf(IsAngleAttribute(column) ? EPlanType::Text : column.type.value)),
+             cells.values,
+             cells.empties,
+             cells.nullWords,
+             column.nullSpellings,
+             WhyText(column)});
         const std::uint64_t all = cells.values + cells.empties + cells.nullWords;
         if (all != counts.rows) {
             ledger.imbalances.push_back("column " + std::to_string(index) + " has " +

@@ -33,28 +33,13 @@ bool IsSmallInteger(std::string_view cell) noexcept
            std::all_of(cell.begin(), cell.end(), Values::IsDigit);
 }
 
-bool IsNumber(std::string_view cell) noexcept
-{
-    return Values::ReadNumber(cell).notations != 0;
-}
-
-/// `13 ft`, `2.5m`
-bool IsNumberWithUnit(std::string_view cell) noexcept
-{
-    const std::string_view text = Values::Trim(cell);
-    const std::size_t last = text.find_last_of("0123456789");
-    if (last == std::string_view::npos || last + 1 == text.size()) {
-        return false;
-    }
-    return Values::IsUnit(text.substr(last + 1)) && IsNumber(text.substr(0, last + 1));
-}
-
 /// `<0.05`, `~5`
 bool IsQualified(std::string_view cell) noexcept
 {
     const std::string_view text = Values::Trim(cell);
     const std::size_t signs = std::min(text.find_first_not_of("<>=~"), text.size());
-    return signs > 0 && signs < text.size() && IsNumber(text.substr(signs));
+    return signs > 0 && signs < text.size() &&
+           Values::ReadNumber(text.substr(signs)).notations != 0;
 }
 
 } // namespace
@@ -104,7 +89,8 @@ ColumnWatch::ColumnWatch(const PlanColumn& column,
         });
     for (const PlanEvidence& evidence : column.type.evidence) {
         for (const PlanPlace& place : evidence.places) {
-            m_hasUnits = m_hasUnits || IsNumberWithUnit(place.text) || IsQualified(place.text);
+            m_hasUnits =
+                m_hasUnits || Values::IsNumberWithUnit(place.text) || IsQualified(place.text);
         }
     }
     m_isNeeded = (m_bare.Converts() && column.values > 0) || m_isOddText || m_hasUnits;
@@ -206,7 +192,7 @@ std::optional<ELint> ColumnWatch::LookAtText(std::string_view cell) const
     default:
         break;
     }
-    if (m_hasUnits && IsNumberWithUnit(cell)) {
+    if (m_hasUnits && Values::IsNumberWithUnit(cell)) {
         return ELint::MixedUnits;
     }
     if (m_hasUnits && IsQualified(cell)) {

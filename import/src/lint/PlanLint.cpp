@@ -209,7 +209,8 @@ void PlanLint::FindInCoordinates()
     for (const std::size_t index : {*found.x, *found.y}) {
         const PlanColumn& column = m_plan.columns.at(index);
         if (found.notation == EPlanNotation::Sexagesimal ||
-            found.notation == EPlanNotation::Packed) {
+            found.notation == EPlanNotation::Packed ||
+            found.notation == EPlanNotation::PackedSeconds) {
             addColumn(index, std::string(NameOf(found.notation)));
         } else if (!column.spelling.empty()) {
             addColumn(index, "written with " + column.spelling);

@@ -37,6 +37,16 @@ constexpr double kMostLatitude = 90;
 
 constexpr double kMostLongitude = 360;
 
+/// Whether a column has different texts in the sample of the rows.
+bool HasTwoTexts(const CoordinateSearch& search, std::size_t column)
+{
+    return std::adjacent_find(search.rows.begin(),
+                              search.rows.end(),
+                              [&](const Scan::SampleRow& one, const Scan::SampleRow& next) {
+                                  return one.Cell(column) != next.Cell(column);
+                              }) != search.rows.end();
+}
+
 /// Whether a column's name says that its cells are zones of a projection.
 bool IsZoneName(const std::string& name)
 {
@@ -65,8 +75,13 @@ void CheckRanges(const CoordinateSearch& search,
     const auto isPast = [&](const PlanColumn& column, double most) {
         return isDecimal && column.hasRange && (column.least < -most || column.most > most);
     };
+    // Degrees of 0 with minutes in a column of their own are no point at 0/0.
+    const bool hasMinutes =
+        std::any_of(plan.columns.begin(), plan.columns.end(), [](const PlanColumn& column) {
+            return column.role == EPlanRole::XMinutes || column.role == EPlanRole::YMinutes;
+        });
     const auto hasZeros = [&](const Scan::RowWatch::Axis& axis) {
-        return search.facts[axis.column].RangeIn(axis.notation).zeros > 0;
+        return !hasMinutes && search.facts[axis.column].RangeIn(axis.notation).zeros > 0;
     };
     if (isPast(x, kMostLongitude) || isPast(y, kMostLatitude) ||
         (hasZeros(watch.x) && hasZeros(watch.y))) {
@@ -106,7 +121,7 @@ void FindZones(const CoordinateSearch& search, Plan& plan)
         const bool isSmall = column.type.value == EPlanType::Integer32 && column.hasRange &&
                              column.least >= 1 && column.most <= 60 && column.least < column.most;
         const bool isWord =
-            facts.wordFacts.size() >= 2 || (facts.hasManyWords && column.longest <= 4);
+            facts.wordFacts.size() >= 2 || facts.hasManyWords || HasTwoTexts(search, column.index);
         if (IsZoneName(column.name) && column.longest <= 4 &&
             (isSmall || (column.type.value == EPlanType::Text && isWord))) {
             plan.findings.push_back({"several-zones",

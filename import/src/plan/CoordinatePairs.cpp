@@ -8,7 +8,6 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
-#include <set>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -20,16 +19,26 @@ namespace {
 
 using Names::EAxis;
 
-bool CanPackedBe(const SampleValues& sample, double limit)
+bool CanPackedBe(const SampleValues& sample, double limit, Values::EPacking packing)
 {
-    std::set<double> wholes;
-    for (const double value : sample.values) {
-        if (!Values::CanBePacked(value) || std::abs(Values::UnpackDegrees(value)) > limit) {
-            return false;
+    return !sample.values.empty() &&
+           std::all_of(sample.values.begin(), sample.values.end(), [&](double value) {
+               return Values::CanBePacked(value, packing) &&
+                      std::abs(Values::UnpackDegrees(value, packing)) <= limit;
+           });
+}
+
+/// Whether latitudes and longitudes can be packed degrees, and which; of numbers that can be both,
+/// degrees and minutes.
+bool ReadPacking(const SampleValues& x, const SampleValues& y, CoordinatePair& pair)
+{
+    for (const Values::EPacking packing : {Values::EPacking::Minutes, Values::EPacking::Seconds}) {
+        if (CanPackedBe(y, 90, packing) && CanPackedBe(x, 180, packing)) {
+            pair.packing = packing;
+            return true;
         }
-        wholes.insert(std::floor(value));
     }
-    return !sample.values.empty();
+    return false;
 }
 
 /// Whether names say the two ends of the same thing: `start_lon` and `end_lon`.
@@ -72,8 +81,8 @@ void ReadForm(bool isNamed,
     pair.isDegrees =
         isNearly || (y.IsWithin(90) && x.IsWithin(360) && x.decimals * 2 > x.values.size());
     // Rule: packed degrees go far past 360, where no longitude is.
-    pair.isPacked = isNamed && !pair.isDegrees && std::max(y.most, -y.least) > 360 &&
-                    CanPackedBe(y, 90) && CanPackedBe(x, 180);
+    pair.isPacked =
+        isNamed && !pair.isDegrees && std::max(y.most, -y.least) > 360 && ReadPacking(x, y, pair);
 }
 
 std::vector<CoordinatePair> FindNamedPairs(const std::vector<CoordinateColumn>& columns)
@@ -177,7 +186,7 @@ std::vector<CoordinatePair> FindPairsByLetters(const CoordinateSearch& search,
         const SampleValues& x = columns[pair.x].sample;
         const SampleValues& y = columns[pair.y].sample;
         pair.isDegrees = x.IsWithin(180) && y.IsWithin(90);
-        pair.isPacked = !pair.isDegrees && CanPackedBe(y, 90) && CanPackedBe(x, 180);
+        pair.isPacked = !pair.isDegrees && ReadPacking(x, y, pair);
         if (IsMostlyValues(x, EAxis::None) && IsMostlyValues(y, EAxis::None) &&
             (pair.isDegrees || pair.isPacked)) {
             pairs.push_back(pair);

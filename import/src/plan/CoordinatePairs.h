@@ -21,6 +21,7 @@ struct CoordinatePair
     bool isDegrees = false;
     bool isByName = false;
     bool isPacked = false;
+    Values::EPacking packing = Values::EPacking::Minutes; ///< where it is
 };
 
 /// Whether the values of a pair are degrees, and packed ones.

@@ -11,6 +11,7 @@
 #include "Systems.h"
 #include "values/FoldedCell.h"
 
+#include <Orvane/BNumbers.h>
 #include <Orvane/Import/Failure.h>
 
 #include <algorithm>
@@ -180,7 +181,9 @@ void Settle(const CoordinateSearch& search,
     const bool isAngle = plan.columns[pair.x].type.value == EPlanType::Angle ||
                          plan.columns[pair.y].type.value == EPlanType::Angle ||
                          columns[pair.x].sample.letters > 0;
-    found.notation = pair.isPacked    ? EPlanNotation::Packed
+    const bool hasSeconds = pair.packing == Values::EPacking::Seconds;
+    found.notation = pair.isPacked
+                         ? hasSeconds ? EPlanNotation::PackedSeconds : EPlanNotation::Packed
                      : isAngle        ? EPlanNotation::Sexagesimal
                      : pair.isDegrees ? EPlanNotation::Decimal
                                       : EPlanNotation::Cartesian;
@@ -194,10 +197,45 @@ void Settle(const CoordinateSearch& search,
     FindZones(search, plan);
 }
 
-void AskForCoordinates(Plan& plan)
+/// Without names the first two columns of decimals are offered in either order, as surveyors write
+/// them: also after a number of the point.
+void AskForCoordinates(const CoordinateSearch& search, Plan& plan)
 {
+    std::vector<PlanAnswer> answers;
+    const auto isDouble = [&](std::size_t index) {
+        return index < plan.columns.size() && plan.columns[index].type.value == EPlanType::Double;
+    };
+    const std::size_t first = isDouble(0) ? 0 : 1;
+    if (!search.hasNames && isDouble(first) && isDouble(first + 1)) {
+        answers.push_back({first, first + 1, {}, {}});
+        answers.push_back({first + 1, first, {}, {}});
+    }
     plan.coordinates.decider = EDecider::Default;
-    plan.questions.push_back({"coordinates", "No columns of coordinates were found.", {}});
+    plan.questions.push_back({"coordinates", "No columns of coordinates were found.", answers});
+}
+
+std::string ToText(double value)
+{
+    char buffer[32];
+    return {buffer, Orvane::BNumbers::FormatShortest(value, buffer)};
+}
+
+/// Asks about numbers under names of degrees that cannot be degrees.
+void AskWhetherCartesian(const CoordinateSearch& search, const CoordinatePair& pair, Plan& plan)
+{
+    const auto describe = [&](std::size_t index) {
+        const PlanColumn& column = plan.columns[index];
+        const Scan::NumberRange range = search.facts[index].RangeIn(NotationOf(column));
+        return QuoteName(column) +
+               (range.isKnown ? " (" + ToText(range.least) + " to " + ToText(range.most) + ")"
+                              : "");
+    };
+    plan.coordinates.confidence = EConfidence::Tie;
+    plan.questions.push_back({"coordinates",
+                              "The columns " + describe(pair.x) + " and " + describe(pair.y) +
+                                  " are named as degrees, but their values are none. Given by --x "
+                                  "and --y, they are the metres of a map.",
+                              {{pair.x, pair.y, {}, {}}}});
 }
 
 /// Asks which of the first two pairs it is.
@@ -354,6 +392,9 @@ void Decide(const CoordinateSearch& search, const PlanRequest& request, Plan& pl
         Settle(search, columns, best, plan);
         if (isTie) {
             AskWhichPair({best, *tie}, plan);
+        } else if (plan.coordinates.value.notation == EPlanNotation::Cartesian &&
+                   columns[best.y].axis == EAxis::Latitude) {
+            AskWhetherCartesian(search, best, plan);
         }
         DecideSystem(columns, false, plan);
         return;
@@ -377,7 +418,7 @@ void Decide(const CoordinateSearch& search, const PlanRequest& request, Plan& pl
     pairs = FindPairsByValue(columns);
     KeepGiven(request, plan, pairs);
     if (pairs.empty()) {
-        AskForCoordinates(plan);
+        AskForCoordinates(search, plan);
         return;
     }
     const std::optional<CoordinatePair> ordered = ChooseOrder(search, pairs, plan);

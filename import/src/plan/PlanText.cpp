@@ -293,8 +293,12 @@ std::string_view NameOf(EPlanRole role)
 
 std::string_view NameOf(EPlanNotation notation)
 {
-    constexpr std::array<std::string_view, 5> kNames = {
-        "none", "decimal degrees", "degrees, minutes, seconds", "packed degrees", "Cartesian"};
+    constexpr std::array<std::string_view, 6> kNames = {"none",
+                                                        "decimal degrees",
+                                                        "degrees, minutes, seconds",
+                                                        "packed degrees",
+                                                        "Cartesian",
+                                                        "packed degrees with seconds"};
     return kNames.at(static_cast<std::size_t>(notation));
 }
 

@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <iterator>
 #include <string_view>
+#include <utility>
 
 namespace Orvane::Import {
 
@@ -203,20 +204,77 @@ void DecideValue(const ColumnFacts& facts, const DecimalSigns& signs, PlanColumn
     SetText(column, EConfidence::Certain, nullptr);
 }
 
-/// Says which few cells made text of a column that is something else otherwise.
-void SayOddCells(const ColumnFacts& facts, PlanColumn& column)
+/// Whether the examples of a class are all numbers, but for what a test of the text allows.
+template <typename TTest>
+bool AreAll(const Scan::ClassFacts& cells, TTest&& test)
 {
+    return !cells.examples.empty() &&
+           std::all_of(cells.examples.begin(),
+                       cells.examples.end(),
+                       [&](const Scan::Example& example) { return test(example.text); });
+}
+
+std::string CountCells(std::uint64_t count, const char* one, const char* several)
+{
+    return std::to_string(count) + (count == 1 ? " cell " : " cells ") +
+           (count == 1 ? one : several);
+}
+
+/// Says why a column is text although its cells, or most of them, look like something else.
+void SayWhyText(const ColumnFacts& facts, PlanColumn& column)
+{
+    if (column.type.value != EPlanType::Text || !column.type.rivals.empty()) {
+        return;
+    }
     const std::uint64_t values = facts.CountValues();
+    const std::uint64_t codes = facts.Count(ECell::Code);
     const std::uint64_t numbers =
         facts.Count(ECell::Integer) + facts.Count(ECell::Decimal) + facts.Count(ECell::Spelled);
-    const std::uint64_t times = facts.Count(ECell::Date) + facts.Count(ECell::DateTime);
-    const std::uint64_t most = std::max(numbers, times);
-    if (column.type.value == EPlanType::Text && most < values && most * 10 >= values * 8) {
-        column.type.rivals.push_back({most == numbers ? "number" : "date",
-                                      static_cast<double>(most) / static_cast<double>(values),
-                                      std::to_string(values - most) +
-                                          (values - most == 1 ? " cell is no " : " cells are no ") +
-                                          (most == numbers ? "number" : "date")});
+    const std::uint64_t times =
+        facts.Count(ECell::Date) + facts.Count(ECell::DateTime) + facts.Count(ECell::Time);
+    const std::uint64_t truths = facts.Count(ECell::Boolean);
+    const auto add = [&](const char* what, std::uint64_t fitting, std::string against) {
+        column.type.rivals.push_back(
+            {what, static_cast<double>(fitting) / static_cast<double>(values), std::move(against)});
+    };
+    if (codes > 0 && codes + numbers == values) {
+        const bool areLong = AreAll(
+            facts.classes[static_cast<std::size_t>(ECell::Code)],
+            [](std::string_view example) { return !Values::ReadNumber(example).hasLeadingZero; });
+        add("",
+            values,
+            areLong ? CountCells(codes,
+                                 "has more digits than a number holds",
+                                 "have more digits than a number holds")
+                    : CountCells(codes,
+                                 "has a leading zero, as codes have",
+                                 "have a leading zero, as codes have"));
+        return;
+    }
+    const Scan::ClassFacts& texts = facts.classes[static_cast<std::size_t>(ECell::Text)];
+    if (codes + times + truths == 0 && texts.count > numbers &&
+        AreAll(texts, Values::IsNumberWithUnit)) {
+        add("", values, "numbers with units in the cells");
+        return;
+    }
+
+    struct Likeness
+    {
+        const char* name;
+        std::uint64_t count;
+        const char* one;
+        const char* several;
+    };
+
+    const Likeness likenesses[] = {{"number", numbers, "is no number", "are no number"},
+                                   {"date", times, "is no date", "are no date"},
+                                   {"", truths, "is no truth value", "are no truth value"}};
+    const Likeness& most =
+        *std::max_element(std::begin(likenesses),
+                          std::end(likenesses),
+                          [](const Likeness& a, const Likeness& b) { return a.count < b.count; });
+    if (most.count < values && most.count * 2 > values) {
+        add(most.name, most.count, CountCells(values - most.count, most.one, most.several));
     }
 }
 
@@ -250,7 +308,7 @@ void DecideType(const ColumnFacts& facts, const DecimalSigns& signs, PlanColumn&
         return;
     }
     DecideValue(facts, signs, column);
-    SayOddCells(facts, column);
+    SayWhyText(facts, column);
     const Scan::NumberRange range = facts.RangeIn(NotationOf(column));
     column.hasRange = range.isKnown;
     column.least = range.least;

@@ -100,11 +100,13 @@ bool PointRule::ReadDegrees(const Axis& axis,
     const Values::NumberReading number = Values::ReadFoldedNumber(text);
     if ((number.notations & axis.notation) != 0) {
         value = Values::ToDouble(cell, axis.notation);
-        if (m_notation == EPlanNotation::Packed) {
-            if (!Values::CanBePacked(value)) {
+        const bool hasSeconds = m_notation == EPlanNotation::PackedSeconds;
+        if (m_notation == EPlanNotation::Packed || hasSeconds) {
+            const auto packing = hasSeconds ? Values::EPacking::Seconds : Values::EPacking::Minutes;
+            if (!Values::CanBePacked(value, packing)) {
                 return false;
             }
-            value = Values::UnpackDegrees(value);
+            value = Values::UnpackDegrees(value, packing);
         }
         return true;
     }

@@ -241,6 +241,68 @@ TEST(MakePlan, ShowsTheCellThatMakesTextOfNumbersWithItsPlace)
     EXPECT_TRUE(isShown);
 }
 
+TEST(MakePlan, SaysWhyCellsThatLookLikeMoreStayText)
+{
+    const auto why = [](std::string_view cells) {
+        std::string bytes = "id,cell\n";
+        for (std::size_t at = 0; at < cells.size();) {
+            const std::size_t end = std::min(cells.find(' ', at), cells.size());
+            bytes += "5," + std::string(cells.substr(at, end - at)) + "\n";
+            at = end + 1;
+        }
+        const Plan plan = PlanOf(bytes);
+        const PlanColumn& column = plan.columns.at(1);
+        EXPECT_EQ(column.type.value, EPlanType::Text) << cells;
+        return column.type.rivals.empty() ? "" : column.type.rivals.front().against;
+    };
+    EXPECT_EQ(why("01000 0800 12"), "2 cells have a leading zero, as codes have");
+    EXPECT_EQ(why("1 007"), "1 cell has a leading zero, as codes have");
+    EXPECT_EQ(why("1 99999999999999999999"), "1 cell has more digits than a number holds");
+    EXPECT_EQ(why("0.12345678901234567891 0.5"), "1 cell has more digits than a number holds");
+    EXPECT_EQ(why("1.5m 3ft 2.5m"), "numbers with units in the cells");
+    EXPECT_EQ(why("32T 33T 32T"), "");
+    EXPECT_EQ(why("1 2 3a"), "1 cell is no number");
+    EXPECT_EQ(why("2024-01-05 2024-02-30 2024-03-01"), "1 cell is no date");
+    EXPECT_EQ(why("yes no perhaps yes"), "1 cell is no truth value");
+    EXPECT_EQ(why("1 2 a b c"), "");
+}
+
+TEST(MakePlan, AsksWhereNamesOfDegreesStandOverOtherNumbers)
+{
+    const Plan plan = PlanOf("id,lat,lon\n1,5230000.5,465000.5\n2,5230010.25,465020.75\n");
+    ASSERT_TRUE(HasQuestion(plan, "coordinates"));
+    EXPECT_EQ(plan.questions.front().text,
+              "The columns 'lon' (465000.5 to 465020.75) and 'lat' (5230000.5 to 5230010.25) are "
+              "named as degrees, but their values are none. Given by --x and --y, they are the "
+              "metres of a map.");
+    ASSERT_EQ(plan.questions.front().answers.size(), 1U);
+    EXPECT_EQ(plan.questions.front().answers[0].x, 2U);
+    EXPECT_EQ(plan.questions.front().answers[0].y, 1U);
+}
+
+TEST(MakePlan, OffersTheFirstColumnsOfDecimalsWithoutNames)
+{
+    const auto offeredX = [](std::string_view bytes) {
+        const Plan plan = PlanOf(bytes);
+        EXPECT_TRUE(HasQuestion(plan, "coordinates"));
+        std::string offered;
+        for (const PlanAnswer& answer : plan.questions.front().answers) {
+            offered += std::to_string(answer.x.value()) + std::to_string(answer.y.value()) + " ";
+        }
+        return offered;
+    };
+    EXPECT_EQ(offeredX("465000.5 5230000.25 400.1\n465010.5 5230010.25 401.1\n"), "01 10 ");
+    EXPECT_EQ(offeredX("1,465000.5,5230000.25,TREE\n2,465010.5,5230010.25,POST\n"), "12 21 ");
+    EXPECT_EQ(offeredX("a,b,465000.5,5230000.25\nc,d,465010.5,5230010.25\n"), "");
+}
+
+TEST(MakePlan, DegreesOfZeroWithMinutesAreNoPointAtZero)
+{
+    const Plan plan = PlanOf("lat_deg,lat_min,lon_deg,lon_min\n0,5,0,30\n0,6,0,31\n");
+    EXPECT_EQ(plan.coordinates.value.notation, EPlanNotation::Sexagesimal);
+    EXPECT_TRUE(plan.findings.empty());
+}
+
 TEST(MakePlan, AsksForTheEncodingWhereFewBytesAreNoUtf8)
 {
     // Rule: letters of UTF-8 beside few bytes that are none make a question.
@@ -438,6 +500,11 @@ constexpr PointCase kPointCases[] = {
      2,
      1,
      EPlanNotation::Packed},
+    {"PackedDegreesWithSeconds",
+     "id,lat,lon\n1,473012,0083012.5\n2,473115,0083113\n",
+     2,
+     1,
+     EPlanNotation::PackedSeconds},
     {"LongitudesPastNinetyTellTheAxes",
      "a;37.77939;-122.42354\nb;37.77610;-122.42280\nc;37.77104;-122.42253\n",
      2,

@@ -280,11 +280,34 @@ TEST(ValuesAngles, CallASignWithALetterAContradiction)
 
 TEST(ValuesAngles, UnpackDegreesAndMinutesInOneNumber)
 {
-    EXPECT_TRUE(CanBePacked(4533.35));
-    EXPECT_FALSE(CanBePacked(4563.35));
-    EXPECT_DOUBLE_EQ(UnpackDegrees(4533.35), 45 + 33.35 / 60);
-    EXPECT_DOUBLE_EQ(UnpackDegrees(-830.5), -(8 + 30.5 / 60));
-    EXPECT_DOUBLE_EQ(UnpackDegrees(130.5), 1.5083333333333333);
+    EXPECT_TRUE(CanBePacked(4533.35, EPacking::Minutes));
+    EXPECT_FALSE(CanBePacked(4563.35, EPacking::Minutes));
+    EXPECT_DOUBLE_EQ(UnpackDegrees(4533.35, EPacking::Minutes), 45 + 33.35 / 60);
+    EXPECT_DOUBLE_EQ(UnpackDegrees(-830.5, EPacking::Minutes), -(8 + 30.5 / 60));
+    EXPECT_DOUBLE_EQ(UnpackDegrees(130.5, EPacking::Minutes), 1.5083333333333333);
+}
+
+TEST(ValuesAngles, UnpackDegreesMinutesAndSecondsInOneNumber)
+{
+    EXPECT_TRUE(CanBePacked(453321.5, EPacking::Seconds));
+    EXPECT_FALSE(CanBePacked(456321.5, EPacking::Seconds));
+    EXPECT_FALSE(CanBePacked(453361, EPacking::Seconds));
+    EXPECT_FALSE(CanBePacked(1806000, EPacking::Seconds));
+    EXPECT_DOUBLE_EQ(UnpackDegrees(453321.5, EPacking::Seconds), 45 + (33 * 60 + 21.5) / 3600);
+    EXPECT_DOUBLE_EQ(UnpackDegrees(-83012, EPacking::Seconds), -(8 + 30.0 / 60 + 12.0 / 3600));
+    EXPECT_DOUBLE_EQ(UnpackDegrees(12, EPacking::Seconds), 12.0 / 3600);
+}
+
+TEST(ValuesWords, NumbersWithUnitsAreNoCodes)
+{
+    EXPECT_TRUE(IsNumberWithUnit("13 ft"));
+    EXPECT_TRUE(IsNumberWithUnit(" 2.5m "));
+    EXPECT_TRUE(IsNumberWithUnit("5%"));
+    EXPECT_TRUE(IsNumberWithUnit("12 t"));
+    EXPECT_FALSE(IsNumberWithUnit("32T"));
+    EXPECT_FALSE(IsNumberWithUnit("9c"));
+    EXPECT_FALSE(IsNumberWithUnit("13"));
+    EXPECT_FALSE(IsNumberWithUnit("ft"));
 }
 
 TEST(ValuesReadTime, KeepsTheOrdersThatFit)

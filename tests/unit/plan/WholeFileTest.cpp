@@ -222,6 +222,10 @@ TEST(MakePlanWholeFile, AColumnOfZonesIsPointedOut)
     const Plan plan = PlanOf("zone,x,y\n32,600123.5,5200000.5\n33,400123.5,5200100.5\n"
                              "32,600125.5,5200003.5\n33,400124.5,5200101.5\n");
     EXPECT_NE(FindingOf(plan, "several-zones"), nullptr);
+    const Plan letters = PlanOf("zone,x,y\n32T,600123.5,5200000.5\n33T,400123.5,5200100.5\n");
+    EXPECT_NE(FindingOf(letters, "several-zones"), nullptr);
+    const Plan one = PlanOf("zone,x,y\n32T,600123.5,5200000.5\n32T,400123.5,5200100.5\n");
+    EXPECT_EQ(FindingOf(one, "several-zones"), nullptr);
 }
 
 struct LetterCase

@@ -49,12 +49,12 @@ struct LedgerBadRow
 struct LedgerColumn
 {
     std::string name; ///< empty without names
-    std::string type; ///< "integer", "date and time" and so on, as in the plan
+    std::string type; ///< as in the plan; of angles that are no coordinates "text"
     std::uint64_t values = 0;
     std::uint64_t empties = 0;              ///< empty cells, and those that short rows lack
     std::uint64_t nullWords = 0;            ///< words that stand for no value
     std::vector<std::string> nullSpellings; ///< the first of these words
-    std::string keptAsText; ///< why it is text, although most cells are more; empty otherwise
+    std::string keptAsText; ///< why it is text, although it looks like more; empty otherwise
 
     [[nodiscard]] std::uint64_t GetNulls() const noexcept { return empties + nullWords; }
 };

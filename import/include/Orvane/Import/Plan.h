@@ -272,8 +272,9 @@ enum class EPlanNotation : std::uint8_t {
     None,    ///< there are no coordinates
     Decimal, ///< degrees as plain numbers
     Sexagesimal,
-    Packed,    ///< degrees and minutes in one number
-    Cartesian, ///< metres or the like
+    Packed,        ///< degrees and minutes in one number
+    Cartesian,     ///< metres or the like
+    PackedSeconds, ///< degrees, minutes and seconds in one number
 };
 
 /// The coordinates. `x` and `y` are both set, or neither.

@@ -233,17 +233,27 @@ AngleReading ReadAngle(std::string_view cell) noexcept
     return ReadFoldedAngle(FoldedCell(cell).Text());
 }
 
-bool CanBePacked(double value) noexcept
+bool CanBePacked(double value, EPacking packing) noexcept
 {
     const double size = std::abs(value);
-    return size < 18060 && std::fmod(std::floor(size), 100) < 60;
+    if (packing == EPacking::Minutes) {
+        return size < 18060 && std::fmod(std::floor(size), 100) < 60;
+    }
+    return size < 1800060 && std::fmod(std::floor(size), 100) < 60 &&
+           std::fmod(std::floor(size / 100), 100) < 60;
 }
 
-double UnpackDegrees(double value) noexcept
+double UnpackDegrees(double value, EPacking packing) noexcept
 {
     const double size = std::abs(value);
-    const double degrees = std::floor(size / 100);
-    return std::copysign(degrees + (size - degrees * 100) / 60, value);
+    if (packing == EPacking::Minutes) {
+        const double degrees = std::floor(size / 100);
+        return std::copysign(degrees + (size - degrees * 100) / 60, value);
+    }
+    const double degrees = std::floor(size / 10000);
+    const double minutes = std::floor((size - degrees * 10000) / 100);
+    const double seconds = size - degrees * 10000 - minutes * 100;
+    return std::copysign(degrees + (minutes * 60 + seconds) / 3600, value);
 }
 
 std::size_t WriteDegrees(double degrees, char* buffer) noexcept

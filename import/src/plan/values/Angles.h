@@ -30,12 +30,17 @@ struct AngleReading
 /// The same on a text that is folded already (FoldedCell).
 [[nodiscard]] AngleReading ReadFoldedAngle(std::string_view folded) noexcept;
 
-/// Whether a number can be degrees and minutes in one (`4533.35` is 45° 33.35'): its whole part's
-/// last two digits are below 60.
-[[nodiscard]] bool CanBePacked(double value) noexcept;
+/// What one number holds besides degrees.
+enum class EPacking : std::uint8_t {
+    Minutes, ///< `4533.35` is 45° 33.35'
+    Seconds, ///< `453321.5` is 45° 33' 21.5"
+};
+
+/// Whether a number can be packed degrees of up to 180: minutes and seconds are below 60.
+[[nodiscard]] bool CanBePacked(double value, EPacking packing) noexcept;
 
 /// The degrees of such a number.
-[[nodiscard]] double UnpackDegrees(double value) noexcept;
+[[nodiscard]] double UnpackDegrees(double value, EPacking packing) noexcept;
 
 /// The spelling of an angle in degrees that ReadAngle reads back: signed decimal degrees, the
 /// shortest that give the same double. @param buffer at least 32 bytes. @return bytes written

@@ -2,6 +2,7 @@
 #include "Words.h"
 
 #include "FoldedCell.h"
+#include "Numbers.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -56,25 +57,10 @@ bool MakeBoolean(std::uint8_t words) noexcept
 
 bool IsNullWord(std::string_view cell) noexcept
 {
-    static constexpr std::string_view kWords[] = {"na",
-                                                  "n/a",
-                                                  "#n/a",
-                                                  "n.a.",
-                                                  "null",
-                                                  "(null)",
-                                                  "\\n",
-                                                  "nan",
-                                                  "-nan",
-                                                  "none",
-                                                  "nil",
-                                                  "-",
-                                                  "--",
-                                                  "---",
-                                                  "?",
-                                                  "missing",
-                                                  "nodata",
-                                                  "no data",
-                                                  "<na>"};
+    static constexpr std::string_view kWords[] = {
+        "na",  "n/a",  "#n/a", "n.a.",    "null",   "(null)",  "\\n",
+        "nan", "-nan", "none", "nil",     "-",      "--",      "---",
+        ".",   "n.d.", "?",    "missing", "nodata", "no data", "<na>"};
     const std::string_view text = Trim(cell);
     return !text.empty() && text.size() <= 8 && IsOneOf(text, kWords);
 }
@@ -154,6 +140,19 @@ bool IsUnit(std::string_view cell) noexcept
     const FoldedCell folded(text);
     return IsOneOf(text, kUnits) ||
            (!folded.Text().empty() && folded.Text().front() == kDegreeSign);
+}
+
+bool IsNumberWithUnit(std::string_view cell) noexcept
+{
+    const std::string_view text = Trim(cell);
+    const std::size_t last = text.find_last_of("0123456789");
+    if (last == std::string_view::npos || last + 1 == text.size()) {
+        return false;
+    }
+    const std::string_view unit = text.substr(last + 1);
+    // A letter right after digits makes a code or a house number: `32T`, `9c`.
+    const bool isLetter = unit.size() == 1 && unit != "m" && unit != "%";
+    return !isLetter && IsUnit(unit) && ReadNumber(text.substr(0, last + 1)).notations != 0;
 }
 
 bool IsRule(std::string_view cell) noexcept

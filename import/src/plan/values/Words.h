@@ -33,6 +33,9 @@ enum BooleanWord : std::uint8_t {
 /// Whether a cell is a unit as it stands under a name: `m`, `[m]`, `(°E)`, `km/h`.
 [[nodiscard]] bool IsUnit(std::string_view cell) noexcept;
 
+/// Whether a cell is a number with its unit: `13 ft`, `2.5m`.
+[[nodiscard]] bool IsNumberWithUnit(std::string_view cell) noexcept;
+
 /// Whether a cell is a line of two or more dashes or equal signs.
 [[nodiscard]] bool IsRule(std::string_view cell) noexcept;
 
