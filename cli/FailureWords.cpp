@@ -289,7 +289,8 @@ std::string DescribeRequest(const ImportFailure& failure, const std::vector<std:
     }
     if (failure.Is("crs-unknown")) {
         return Begin(fields) + TerminalText::Escape(fields.what) +
-               " Give it by --crs AUTHORITY:CODE, or write a GeoPackage, which can do without.";
+               " Give it by --crs AUTHORITY:CODE, or write a GeoPackage, which can do without; "
+               "'orvane plan --rank-systems' lists likely ones.";
     }
     if (fields.isPlanned && (!fields.answers.empty() || failure.Is("columns-unknown") ||
                              failure.Is("names-unknown") || failure.Is("encoding-unknown"))) {

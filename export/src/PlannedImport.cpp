@@ -21,9 +21,11 @@
 #include <exception>
 #include <filesystem>
 #include <functional>
+#include <iterator>
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <system_error>
 #include <thread>
 #include <utility>
@@ -34,6 +36,15 @@ namespace Orvane::Import {
 namespace {
 
 constexpr const char* kUndefinedCartesian = "undefined Cartesian";
+constexpr const char* kUndefinedGeographic = "undefined geographic";
+
+/// Whether the points of a format are degrees of WGS 84, whatever it is given.
+bool HoldsDegrees(std::string_view format)
+{
+    constexpr std::string_view kFormats[] = {
+        "GeoJSON", "GeoJSONSeq", "KML", "LIBKML", "GPX", "GeoRSS"};
+    return std::find(std::begin(kFormats), std::end(kFormats), format) != std::end(kFormats);
+}
 
 /// The names of the columns as the file has them.
 ///
@@ -552,9 +563,15 @@ private:
             system.confidence != EConfidence::Tie) {
             m_report.crs = system.value;
         }
-        const bool holdsDegrees = m_report.format.starts_with("GeoJSON");
-        if (HasPoints() && m_report.crs.empty() && holdsDegrees &&
-            system.value == kUndefinedCartesian) {
+        if (!HasPoints() || !m_report.crs.empty() || !HoldsDegrees(m_report.format)) {
+            return;
+        }
+        if (system.value == kUndefinedGeographic) {
+            m_phases.Tell({"crs-assumed",
+                           m_report.format + " holds degrees of WGS 84, and the file does not say "
+                                             "that its own are such; --crs says it"});
+        }
+        if (system.value == kUndefinedCartesian) {
             FailureFields fields =
                 MakeFailure(EFailureKind::Request,
                             "crs-unknown",

@@ -101,7 +101,8 @@ CASES = {
         {"a.csv": "easting,northing\n465120.5,5247300.25\n465220.5,5247310.25\n"},
         ["import", "a.csv", "a.geojson"],
         "a.csv: The coordinate system of the points is not known, and GeoJSON needs it. Give it "
-        "by --crs AUTHORITY:CODE, or write a GeoPackage, which can do without.",
+        "by --crs AUTHORITY:CODE, or write a GeoPackage, which can do without; 'orvane plan --rank-systems' lists "
+        "likely ones.",
         2),
     "no-such-column": (
         {"a.csv": ABC},

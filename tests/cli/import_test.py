@@ -430,6 +430,18 @@ class TrueImportTest(ByPlanTest):
         self.assertEqual((result.status, result.out), (2, ""))
         self.assertIn("--crs", result.err)
         self.succeed("import", "a.csv", "a.geojson", "--crs", "EPSG:32632")
+        result = self.run_orvane("import", "a.csv", "a.kml")
+        self.assertEqual((result.status, result.out), (2, ""))
+        self.assertIn("KML needs it", result.err)
+
+    def test_degrees_without_a_system_are_said_where_a_format_holds_those_of_wgs_84(self):
+        self.write("a.csv", "x,y,n\n8.5123,47.3123,1\n8.5234,47.4123,2\n8.5345,47.5123,3\n")
+        said = ("orvane: note: GeoJSON holds degrees of WGS 84, and the file does not say that its own are such; "
+                "--crs says it\n")
+        result = self.run_orvane("import", "a.csv", "a.geojson")
+        self.assertEqual((result.status, result.err), (0, said))
+        self.assertEqual(self.run_orvane("import", "a.csv", "b.geojson", "--crs", "EPSG:4326").err, "")
+        self.assertEqual(self.run_orvane("import", "a.csv", "a.gpkg").err, "")
 
     def test_an_import_of_points_without_a_point_is_a_failure(self):
         self.write("a.csv", "lat,lon,name\n1.5,2.5,a\n5.5,4.5,b\n")

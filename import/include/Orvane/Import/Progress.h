@@ -43,7 +43,8 @@ struct Note
     /// (they would, but there is no room), `field-name`, `layer-name` (changed to fit the format),
     /// `not-an-integer`, `not-a-date`, `fraction`, `digits`, `null-as-zero`, `not-finite`, `nul`,
     /// `no-place` (values and rows that the file cannot hold), `reader-rules` (a file is read by
-    /// the rules of its reader alone, without a plan), `format` (words of the format's writer).
+    /// the rules of its reader alone, without a plan), `crs-assumed` (the format holds degrees of
+    /// WGS 84, and the file names no system), `format` (words of the format's writer).
     std::string code;
     std::string text; ///< plain English, UTF-8, not escaped; one sentence without its full stop
 };
