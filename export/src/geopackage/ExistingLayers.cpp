@@ -403,17 +403,24 @@ void ExtendIndex(SqliteDatabase& database,
                  const PackedTree::Limits& limits,
                  const PackedTree::Progress& progress)
 {
-    // One row put into the nodes of millions costs as much as packing about two thousand of them.
-    constexpr std::uint64_t kOldPerNew = 1000;
+    // One row put into the nodes of millions costs as much as packing about four hundred of them.
+    constexpr std::uint64_t kOldPerNew = 400;
+    // Packing would need room for numbers that no row has.
     constexpr std::uint64_t kNumbersPerRow = 8;
     constexpr std::uint64_t kPointsOfStep = 4096;
     const std::string name = IndexOf(layer);
-    SqliteStatement count(database, "SELECT count(*) FROM " + QuoteName(name + "_rowid"));
-    const auto old = static_cast<std::uint64_t>(count.RunForInteger());
-    // Packing reads all old points; and it would need room for numbers that no row has.
-    const bool isWorthIt = points.GetCount() >= old / kOldPerNew &&
-                           layer.lastRow <= (points.GetCount() + old) * kNumbersPerRow;
-    const bool packs = layer.geometryType == "POINT" && isWorthIt &&
+    const auto isWorthIt = [&] {
+        // With so few new rows it is worth it for no number of old ones: they need not be counted.
+        if ((points.GetCount() + 1) * (kOldPerNew + 1) < layer.lastRow / kNumbersPerRow) {
+            return false;
+        }
+        SqliteStatement count(database, "SELECT count(*) FROM " + QuoteName(name + "_rowid"));
+        const auto old = static_cast<std::uint64_t>(count.RunForInteger());
+        return points.GetCount() >= old / kOldPerNew &&
+               layer.lastRow <= (points.GetCount() + old) * kNumbersPerRow;
+    };
+    // Packing reads all old points.
+    const bool packs = layer.geometryType == "POINT" && isWorthIt() &&
                        AddOldPoints(database, layer, points, progress);
     const std::uint64_t total = points.GetCount();
     points.Sort([&] { progress(0, total); });
@@ -426,6 +433,10 @@ void ExtendIndex(SqliteDatabase& database,
         PackedTree(database, name).Fill(points, limits, progress);
         return;
     }
+    // A point that comes into a full node moves others, and each has a row of its own in the row
+    // map: with less memory each new point would write 40 pages of the file.
+    constexpr std::uint64_t kCacheOfMoves = std::uint64_t{64} << 20;
+    SetCache(database, kCacheOfMoves);
     SqliteStatement insert(
         database, "INSERT OR REPLACE INTO " + QuoteName(name) + " VALUES(?1, ?2, ?3, ?4, ?5)");
     std::uint64_t done = 0;
@@ -441,6 +452,7 @@ void ExtendIndex(SqliteDatabase& database,
             progress(done, total);
         }
     }
+    SetCache(database, kUsualCache);
 }
 
 void UpdateLayer(SqliteDatabase& database, const ExistingLayer& layer, const LayerCounts& counts)

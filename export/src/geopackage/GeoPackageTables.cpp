@@ -13,9 +13,8 @@ constexpr const char* kHeader = "PRAGMA application_id = 1196444487; PRAGMA user
 constexpr const char* kNewPages = "PRAGMA page_size = 16384;";
 
 constexpr const char* kConnection =
-    "PRAGMA cache_size = -4096; PRAGMA journal_mode = OFF; PRAGMA synchronous = OFF;"
-    "PRAGMA locking_mode = EXCLUSIVE; PRAGMA secure_delete = OFF;"
-    "PRAGMA temp_store = MEMORY;";
+    "PRAGMA journal_mode = OFF; PRAGMA synchronous = OFF; PRAGMA locking_mode = EXCLUSIVE;"
+    "PRAGMA secure_delete = OFF; PRAGMA temp_store = MEMORY;";
 
 constexpr const char* kSpatialReferences = R"(
 CREATE TABLE gpkg_spatial_ref_sys (
@@ -277,12 +276,19 @@ SpatialReference UndefinedCartesianReference()
 void PrepareNewFile(SqliteDatabase& database)
 {
     database.Execute(kNewPages);
+    SetCache(database, kUsualCache);
     database.Execute(kConnection);
     database.Execute(kHeader);
 }
 
+void SetCache(SqliteDatabase& database, std::uint64_t bytes)
+{
+    database.Execute("PRAGMA cache_size = -" + std::to_string(bytes / 1024));
+}
+
 void PrepareExistingFile(SqliteDatabase& database)
 {
+    SetCache(database, kUsualCache);
     database.Execute(kConnection);
     database.Execute("BEGIN");
     const std::pair<const char*, const char*> tables[] = {

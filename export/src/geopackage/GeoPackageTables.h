@@ -18,6 +18,10 @@ void PrepareNewFile(SqliteDatabase& database);
 /// Makes the tables that every GeoPackage has, with the three systems that must be in it.
 void CreateCoreTables(SqliteDatabase& database);
 
+/// Bytes of the file's pages that a connection keeps in memory.
+constexpr std::uint64_t kUsualCache = std::uint64_t{4} << 20;
+void SetCache(SqliteDatabase& database, std::uint64_t bytes);
+
 /// Sets up the connection for a copy of a file that is there: as for a new one, but for the pages,
 /// whose size stays. Makes the tables that a layer needs and that the file may lack.
 void PrepareExistingFile(SqliteDatabase& database);

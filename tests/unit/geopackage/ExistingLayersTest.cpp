@@ -306,6 +306,7 @@ constexpr Appended kAppended[] = {{"NothingToNothing", 0, 0},
                                   {"AFewToNothing", 0, 30},
                                   {"NothingToAFew", 30, 0},
                                   {"AFewToMany", 5000, 100},
+                                  {"AFewToVeryMany", 60000, 100},
                                   {"ManyToAFew", 100, 5000},
                                   {"ManyToMany", 4000, 4000}};
 
