@@ -484,6 +484,24 @@ private:
                 }));
     }
 
+    [[noreturn]] void ThrowWithoutText() const
+    {
+        for (const PlanFinding& finding : m_plan.findings) {
+            if (finding.code == "line-too-long") {
+                FailureFields fields = MakeFailure(EFailureKind::Input,
+                                                   "line-too-long",
+                                                   "The file has no line within 16 MiB.",
+                                                   m_request.file);
+                fields.advice = "Check that the file is delimited text.";
+                fields.line = finding.places.empty() ? 1 : finding.places.front().line;
+                throw ImportFailure(std::move(fields));
+            }
+        }
+        const char* what =
+            m_plan.bytes.size == 0 ? "The file is empty." : "The file has nothing but blank lines.";
+        throw ImportFailure(MakeFailure(EFailureKind::Input, "empty-file", what, m_request.file));
+    }
+
     void MakeThePlan()
     {
         const PlanRequest request = MakePlanRequest(m_request);
@@ -497,10 +515,7 @@ private:
         }
         // A copy of nothing is nothing.
         if (IsWithoutText() && !(m_plan.hasNoPoints && m_plan.isAllText)) {
-            const char* what = m_plan.bytes.size == 0 ? "The file is empty."
-                                                      : "The file has nothing but blank lines.";
-            throw ImportFailure(
-                MakeFailure(EFailureKind::Input, "empty-file", what, m_request.file));
+            ThrowWithoutText();
         }
         m_tableRequest.makesPoints = !m_plan.hasNoPoints;
         m_tableRequest.isAllText = m_plan.isAllText;

@@ -443,6 +443,13 @@ class TrueImportTest(ByPlanTest):
         self.assertEqual(self.run_orvane("import", "a.csv", "b.geojson", "--crs", "EPSG:4326").err, "")
         self.assertEqual(self.run_orvane("import", "a.csv", "a.gpkg").err, "")
 
+    def test_a_file_of_one_endless_line_is_refused_as_such(self):
+        self.write("a.csv", "7" * (17 << 20))
+        result = self.run_orvane("import", "a.csv")
+        self.assertEqual((result.status, result.out), (1, ""))
+        self.assertEqual(result.err, "orvane: a.csv:1: The file has no line within 16 MiB. Check that the file is "
+                                     "delimited text.\n")
+
     def test_an_import_of_points_without_a_point_is_a_failure(self):
         self.write("a.csv", "lat,lon,name\n1.5,2.5,a\n5.5,4.5,b\n")
         self.write("out.gpkg", "old")
