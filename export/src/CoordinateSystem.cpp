@@ -1,12 +1,11 @@
-// Finds coordinate systems by GDAL.
+// Finds coordinate systems: one by itself, all others by GDAL.
 #include "CoordinateSystem.h"
 
-#include "GdalScope.h"
+#include "GdalServices.h"
+#include "WriteFailure.h"
 
 #include <Orvane/Import/DisplayText.h>
 #include <Orvane/Import/Failure.h>
-
-#include <ogr_spatialref.h>
 
 #include <algorithm>
 #include <utility>
@@ -25,9 +24,36 @@ namespace {
     throw ImportFailure(std::move(fields));
 }
 
+constexpr const char* kWgs84Text = "EPSG:4326";
+
+/// As GDAL finds it, but for the library, which is not loaded for most targets then.
+std::shared_ptr<const KnownSystem> MakeWgs84()
+{
+    KnownSystem system;
+    system.text = kWgs84Text;
+    system.name = "WGS 84";
+    system.authority = "EPSG";
+    system.code = "4326";
+    system.isWgs84 = true;
+    system.makeWkt = [](EWkt form) {
+        if (form == EWkt::First) {
+            return std::string(kWgs84Wkt);
+        }
+        const std::shared_ptr<const KnownSystem> found = LoadGdal().findSystem(kWgs84Text);
+        if (!found) {
+            throw WriteFailure(
+                "Looking for the coordinate system: the list of them cannot be read.");
+        }
+        return found->makeWkt(form);
+    };
+    // Its points are where they are.
+    system.makeTransform = [] { return PointTransform(); };
+    return std::make_shared<const KnownSystem>(std::move(system));
+}
+
 } // namespace
 
-std::shared_ptr<OGRSpatialReference> FindCoordinateSystem(const std::string& crs)
+std::shared_ptr<const KnownSystem> FindCoordinateSystem(const std::string& crs)
 {
     if (crs.empty()) {
         return nullptr;
@@ -50,17 +76,14 @@ std::shared_ptr<OGRSpatialReference> FindCoordinateSystem(const std::string& crs
                  " is not written as AUTHORITY:CODE, for example EPSG:4326.",
              crs);
     }
-    const GdalMessages messages;
-    // The reference is counted by GDAL itself: layers that use it hold on to it.
-    std::shared_ptr<OGRSpatialReference> coordSys(
-        new OGRSpatialReference(), [](OGRSpatialReference* reference) { reference->Release(); });
-    if (coordSys->SetFromUserInput(crs.c_str(),
-                                   OGRSpatialReference::SET_FROM_USER_INPUT_LIMITATIONS_get()) !=
-        OGRERR_NONE) {
+    if (crs == kWgs84Text) {
+        return MakeWgs84();
+    }
+    std::shared_ptr<const KnownSystem> system = LoadGdal().findSystem(crs);
+    if (!system) {
         Fail("unknown-crs", "The coordinate system " + shown + " is not known.", crs);
     }
-    coordSys->SetAxisMappingStrategy(OAMS_TRADITIONAL_GIS_ORDER);
-    return coordSys;
+    return system;
 }
 
 } // namespace Orvane::Import

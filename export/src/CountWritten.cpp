@@ -1,21 +1,15 @@
 // Counts from written files, each format its own way.
 #include "CountWritten.h"
 
-#include "CheckedFiles.h"
-#include "GdalScope.h"
+#include "GdalServices.h"
 #include "flatgeobuf/CountFeatures.h"
 #include "text/TextCounter.h"
 
-#include <gdal_priv.h>
-#include <ogrsf_frmts.h>
-
 #include <algorithm>
-#include <array>
 #include <atomic>
 #include <cerrno>
 #include <cstdint>
 #include <cstdio>
-#include <exception>
 #include <fstream>
 #include <functional>
 #include <memory>
@@ -47,8 +41,6 @@ using Follow = std::function<void(std::uint64_t rows)>;
 
 /// Rows between two calls of a Follow.
 constexpr std::uint64_t kRowsPerCall = 65536;
-/// The same, of drivers that need up to 40 microseconds per row.
-constexpr std::uint64_t kRowsOfDriver = 1024;
 
 TargetCounts
 CountText(const std::filesystem::path& path, TextCounter& counter, const Follow& follow)
@@ -326,62 +318,6 @@ TargetCounts CountKml(const std::filesystem::path& file, const Follow& follow)
     return counts;
 }
 
-/// Other formats, by their GDAL driver: feature by feature, since a file's own count is the
-/// writer's word.
-TargetCounts
-CountByGdal(const std::filesystem::path& file, const ExportFormat& format, const Follow& follow)
-{
-    RegisterDrivers();
-    const GdalMessages messages;
-    const std::array<const char*, 2> drivers = {format.driver, nullptr};
-    TargetCounts counts;
-    // Some drivers read all of a file when they open it.
-    std::exception_ptr thrown;
-    const CheckedFiles files(CheckedFiles::EUse::Reading, [&] {
-        try {
-            follow(counts.rows);
-        } catch (...) {
-            thrown = std::current_exception();
-        }
-        return thrown == nullptr;
-    });
-    const std::unique_ptr<GDALDataset> dataset(
-        GDALDataset::Open(files.NameFor(file.native()).c_str(),
-                          GDAL_OF_VECTOR | GDAL_OF_READONLY,
-                          drivers.data(),
-                          nullptr,
-                          nullptr));
-    if (dataset) {
-        for (OGRLayer* layer : dataset->GetLayers()) {
-            OGRFeatureDefn& definition = *layer->GetLayerDefn();
-            std::vector<const char*> ignored;
-            ignored.reserve(static_cast<std::size_t>(definition.GetFieldCount()) + 1);
-            for (int index = 0; index < definition.GetFieldCount(); ++index) {
-                ignored.push_back(definition.GetFieldDefn(index)->GetNameRef());
-            }
-            ignored.push_back(nullptr);
-            static_cast<void>(layer->SetIgnoredFields(ignored.data()));
-            for (const auto& feature : *layer) {
-                if (++counts.rows % kRowsOfDriver == 0) {
-                    follow(counts.rows);
-                }
-                const OGRGeometry* geometry = feature->GetGeometryRef();
-                counts.points += geometry != nullptr && geometry->IsEmpty() == 0 ? 1U : 0U;
-            }
-        }
-    }
-    if (thrown) {
-        std::rethrow_exception(thrown);
-    }
-    if (const std::string reason = files.GetFailure(); !reason.empty()) {
-        throw std::runtime_error(reason);
-    }
-    if (!dataset || messages.HasError()) {
-        throw std::runtime_error(messages.GetError());
-    }
-    return counts;
-}
-
 } // namespace
 
 std::optional<std::vector<std::string>> ListTables(const std::filesystem::path& file)
@@ -408,7 +344,7 @@ TargetCounts CountFile(const std::filesystem::path& file,
     if (format.driver == std::string_view("KML")) {
         return CountKml(file, follow);
     }
-    return CountByGdal(file, format, follow);
+    return LoadGdal().count(file, format, follow);
 }
 
 } // namespace Orvane::Import

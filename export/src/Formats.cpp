@@ -1,7 +1,7 @@
 // The table of formats.
 #include "Formats.h"
 
-#include "GdalFormats.h"
+#include "GdalServices.h"
 #include "LayerWriter.h"
 #include "flatgeobuf/FlatGeobufLayer.h"
 
@@ -45,6 +45,7 @@ constexpr ExportFormat kFormats[] = {
     {.extension = ".shp",
      .driver = "ESRI Shapefile",
      .write = &WriteByGdal,
+     .isByGdal = true,
      .names = ExportFormat::ENames::Dbase,
      .holdsDates = true},
     {.extension = ".csv",
@@ -87,7 +88,7 @@ const ExportFormat& FindNamedFormat(const std::string& wanted)
             return format;
         }
     }
-    if (const ExportFormat* const format = FindGdalFormat(wanted, false)) {
+    if (const ExportFormat* const format = LoadGdal().findFormat(wanted, false)) {
         return *format;
     }
     FailureFields fields = MakeFailure("unknown-format", {}, wanted);
@@ -139,7 +140,7 @@ const ExportFormat& FindExportFormat(const std::string& path, const std::string&
         }
         return format;
     }
-    if (const ExportFormat* const format = FindGdalFormat(extension, true)) {
+    if (const ExportFormat* const format = LoadGdal().findFormat(extension, true)) {
         return *format;
     }
     std::string known;
@@ -150,6 +151,23 @@ const ExportFormat& FindExportFormat(const std::string& path, const std::string&
     }
     fields.what = "No format is known for the output " + shown + "; its extension must be one of " +
                   known + ".";
+    throw ImportFailure(std::move(fields));
+}
+
+void RequireCreationOptions(const ExportFormat& format, const std::vector<std::string>& options)
+{
+    if (options.empty()) {
+        return;
+    }
+    if (format.isByGdal) {
+        LoadGdal().requireCreationOptions(format, options);
+        return;
+    }
+    const std::string& first = options.front();
+    FailureFields fields = MakeFailure("creation-option",
+                                       "The format " + std::string(format.driver) +
+                                           " has no creation options; it is not written by GDAL.",
+                                       first.substr(0, first.find('=')));
     throw ImportFailure(std::move(fields));
 }
 

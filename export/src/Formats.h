@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <string>
+#include <vector>
 
 namespace Orvane::Import {
 
@@ -15,6 +16,7 @@ struct ExportFormat
     const char* extension; ///< lower case, "." included
     const char* driver;    ///< GDAL's name
     WriteReport (*write)(const WriteRequest&);
+    bool isByGdal = false;      ///< its driver writes it, and may have creation options
     std::size_t mostFields = 0; ///< 0: the driver tells
     /// How fields must be named.
     enum class ENames {
@@ -33,8 +35,12 @@ struct ExportFormat
 
 /// The format of a file name's extension (case ignored, but for ".shp"), or the one that is asked
 /// for: a format's name or extension, ASCII case ignored; empty for none.
-/// @throws ImportFailure `unknown-format`, `no-driver`, `extension-case`
+/// @throws ImportFailure `unknown-format`, `no-driver`, `extension-case`, `library-load`
 [[nodiscard]] const ExportFormat& FindExportFormat(const std::string& path,
                                                    const std::string& wanted);
+
+/// @param options each "KEY=VALUE"
+/// @throws ImportFailure `creation-option` when the format has no such option, or not the value
+void RequireCreationOptions(const ExportFormat& format, const std::vector<std::string>& options);
 
 } // namespace Orvane::Import

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "Formats.h"
+#include "KnownSystem.h"
 #include "ProgressMeter.h"
 
 #include <Orvane/BVectorLayer.h>
@@ -17,8 +18,6 @@
 #include <string>
 #include <string_view>
 #include <vector>
-
-class OGRSpatialReference;
 
 namespace Orvane::Import {
 
@@ -40,7 +39,7 @@ struct WriteRequest
     /// to the final place, or removed after a failure.
     std::filesystem::path file;
     const TargetRequest& target;
-    std::shared_ptr<OGRSpatialReference> coordSys;
+    std::shared_ptr<const KnownSystem> coordSys; ///< null for none
     /// Without points, for formats with several tables; or null. To be looked at after the last
     /// page: it may come with that.
     const BVectorLayer* const& table;
@@ -76,8 +75,8 @@ void RequireFewFields(const WriteRequest& request, std::size_t fieldCount);
 [[nodiscard]] WriteReport WriteCsv(const WriteRequest& request);
 [[nodiscard]] WriteReport WriteGeoJson(const WriteRequest& request);
 
-/// Writes the layer by GDAL. Field by field as the schema has them; names are changed where the
-/// format needs it.
+/// Writes the layer by GDAL, which is loaded. Field by field as the schema has them; names are
+/// changed where the format needs it.
 /// @throws ImportFailure `output-write` for every error that GDAL or the disk reports,
 ///     `too-many-columns`, `cancelled`; the file is not usable then
 [[nodiscard]] WriteReport WriteByGdal(const WriteRequest& request);

@@ -112,7 +112,7 @@ private:
     TargetRequest m_request;
     const ExportFormat& m_format;
     std::string m_formatName;
-    std::shared_ptr<OGRSpatialReference> m_coordSys;
+    std::shared_ptr<const KnownSystem> m_coordSys;
     WrittenShape m_shape;
     RejectedFile m_rejected;
     std::unique_ptr<TextCounter> m_counter;

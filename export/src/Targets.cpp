@@ -3,7 +3,7 @@
 #include "CountWritten.h"
 #include "ExistingLayers.h"
 #include "Formats.h"
-#include "GdalFormats.h"
+#include "GdalServices.h"
 #include "LayerWriter.h"
 #include "OutputFile.h"
 #include "ProgressMeter.h"
@@ -13,13 +13,6 @@
 
 #include <Orvane/Import/Failure.h>
 #include <Orvane/Import/Targets.h>
-
-#ifdef ORVANE_HAS_POSTGIS
-#include "postgis/ConnectionText.h"
-#include "postgis/PostgisTarget.h"
-#endif
-
-#include <cpl_port.h>
 
 #include <algorithm>
 #include <iterator>
@@ -42,6 +35,17 @@ namespace {
     fields.file = shownPath;
     fields.cause = reason;
     throw ImportFailure(std::move(fields));
+}
+
+/// ASCII case ignored, as SQLite has it.
+bool IsSameName(const std::string& a, const std::string& b)
+{
+    const auto fold = [](char byte) {
+        return byte >= 'A' && byte <= 'Z' ? static_cast<char>(byte - 'A' + 'a') : byte;
+    };
+    return std::equal(a.begin(), a.end(), b.begin(), b.end(), [&fold](char one, char other) {
+        return fold(one) == fold(other);
+    });
 }
 
 /// A file that replaces the old one when it is complete.
@@ -221,7 +225,7 @@ private:
     [[nodiscard]] bool HasTable(const std::string& name) const
     {
         return m_tables && std::any_of(m_tables->begin(), m_tables->end(), [&](const auto& table) {
-                   return EQUAL(table.c_str(), name.c_str());
+                   return IsSameName(table, name);
                });
     }
 
@@ -248,7 +252,7 @@ private:
     TargetRequest m_request;
     const ExportFormat& m_format;
     std::string m_formatName;
-    std::shared_ptr<OGRSpatialReference> m_coordSys;
+    std::shared_ptr<const KnownSystem> m_coordSys;
     const BVectorLayer* m_table = nullptr; ///< not owned
     WrittenShape m_shape;
     std::uint64_t m_rowsWritten = 0;
@@ -276,19 +280,23 @@ std::string ShowTarget(const std::string& out)
     if (!NamesDatabase(out)) {
         return out;
     }
-#ifdef ORVANE_HAS_POSTGIS
-    return Postgres::ShowConnection(out);
-#else
-    return "PG:";
-#endif
+    try {
+        auto* const show = LoadGdal().showDatabase;
+        return show == nullptr ? "PG:" : show(out);
+    } catch (const ImportFailure&) {
+        // Rule: what cannot be read for passwords is not shown.
+        return "PG:";
+    }
 }
 
 std::unique_ptr<Target> OpenTarget(const TargetRequest& request)
 {
     if (NamesDatabase(request.out)) {
-#ifdef ORVANE_HAS_POSTGIS
-        return OpenPostgisTarget(request);
-#else
+        // What is wrong with the request itself is said before anybody is connected to.
+        static_cast<void>(FindCoordinateSystem(request.crs));
+        if (auto* const open = LoadGdal().openDatabase) {
+            return open(request);
+        }
         FailureFields fields;
         fields.kind = EFailureKind::Request;
         fields.code = "no-database-driver";
@@ -296,7 +304,6 @@ std::unique_ptr<Target> OpenTarget(const TargetRequest& request)
         fields.cause = "It was made without libpq.";
         fields.advice = "Install libpq-dev and build again.";
         throw ImportFailure(std::move(fields));
-#endif
     }
     return WrapFailures(request.out, [&]() -> std::unique_ptr<Target> {
         if (request.out == kStandardOutput) {

@@ -2,12 +2,9 @@
 #include "FieldNames.h"
 #include "LayerWriter.h"
 #include "Losses.h"
-#include "WellKnownText.h"
 #include "WriteFailure.h"
 #include "flatgeobuf/FeatureFormat.h"
 #include "text/TextRows.h"
-
-#include <ogr_spatialref.h>
 
 #include <charconv>
 #include <cstddef>
@@ -22,12 +19,11 @@ namespace {
 
 using FlatGeobuf::FlatGeobufWriter;
 
-FlatGeobuf::CoordinateSystem MakeSystem(const OGRSpatialReference& system)
+FlatGeobuf::CoordinateSystem MakeSystem(const KnownSystem& system)
 {
-    const auto textOf = [](const char* text) { return std::string(text != nullptr ? text : ""); };
     FlatGeobuf::CoordinateSystem made;
-    made.organization = textOf(system.GetAuthorityName(nullptr));
-    made.codeText = textOf(system.GetAuthorityCode(nullptr));
+    made.organization = system.authority;
+    made.codeText = system.code;
     const char* const end = made.codeText.data() + made.codeText.size();
     const auto number = std::from_chars(made.codeText.data(), end, made.code);
     if (number.ec == std::errc() && number.ptr == end) {
@@ -35,8 +31,8 @@ FlatGeobuf::CoordinateSystem MakeSystem(const OGRSpatialReference& system)
     } else {
         made.code = 0;
     }
-    made.name = textOf(system.GetName());
-    made.wkt = MakeWkt(system, "WKT2_2019");
+    made.name = system.name;
+    made.wkt = system.makeWkt(EWkt::Second2019);
     return made;
 }
 

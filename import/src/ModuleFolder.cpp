@@ -17,18 +17,6 @@ namespace Orvane::Import {
 
 namespace {
 
-/// The folder of the file that this library's code is in.
-std::filesystem::path FindLibraryFolder()
-{
-    static const char kInThisLibrary = 0;
-    Dl_info info{};
-    if (dladdr(&kInThisLibrary, &info) == 0 || info.dli_fname == nullptr) {
-        return {};
-    }
-    std::error_code error;
-    return std::filesystem::canonical(info.dli_fname, error).parent_path();
-}
-
 constexpr const char* kBundledName = "AsciiReader.so";
 constexpr const char* kFolderName = "orvane";
 
@@ -65,6 +53,17 @@ bool IsModuleName(const std::string& name)
 }
 
 } // namespace
+
+std::filesystem::path FindLibraryFolder()
+{
+    static const char kInThisLibrary = 0;
+    Dl_info info{};
+    if (dladdr(&kInThisLibrary, &info) == 0 || info.dli_fname == nullptr) {
+        return {};
+    }
+    std::error_code error;
+    return std::filesystem::canonical(info.dli_fname, error).parent_path();
+}
 
 std::filesystem::path FindBundledModule()
 {

@@ -7,6 +7,9 @@
 
 namespace Orvane::Import {
 
+/// The folder of the file that this library's code is in; empty when the system does not tell.
+[[nodiscard]] std::filesystem::path FindLibraryFolder();
+
 /// The bundled module: "AsciiReader.so" beside the program, beside this library, or in the plug-in
 /// folder, "orvane" beside this library. @throws ImportFailure `no-module`
 [[nodiscard]] std::filesystem::path FindBundledModule();

@@ -1473,6 +1473,69 @@ class ThreadsTest(CliTest):
         self.assert_folder("s.csv")
 
 
+class LibrariesTest(CliTest):
+    """Libraries that cost time to load, and what needs them."""
+
+    DEGREES = "lon,lat,n\n" + "".join(f"{i}.5,{i}.25,{i}\n" for i in range(20))
+    METRES = "east,north,n\n" + "".join(f"{500000 + i},{5200000 + i},{i}\n" for i in range(20))
+
+    def setUp(self):
+        super().setUp()
+        self.write("d.csv", self.DEGREES)
+        self.write("m.csv", self.METRES)
+
+    def loaded(self, *arguments):
+        """Those of the libraries that the program has loaded."""
+        environment = dict(os.environ, LD_DEBUG="files", LD_DEBUG_OUTPUT=self.path("loader"))
+        result = self.run_orvane(*arguments, env=environment)
+        self.assertEqual(result.status, 0)
+        lines = ""
+        for path in glob.glob(self.path("loader.*")):
+            with open(path, encoding="utf-8", errors="replace") as file:
+                lines += file.read()
+            os.remove(path)
+        self.assertIn("calling init:", lines)
+        return set(re.findall(r"calling init: \S*/lib(orvanegdal|gdal|proj|pq|curl)\.so", lines))
+
+    def test_what_can_be_done_without_them_loads_none(self):
+        for arguments in (
+            ["--version"],
+            ["import", "--help"],
+            ["options"],
+            ["plan", "d.csv"],
+            ["lint", "d.csv"],
+            ["read", "d.csv", "--threads", "2"],
+            ["preview", "d.csv"],
+            *(["import", "d.csv", "out." + extension]
+              for extension in ("gpkg", "csv", "geojson", "geojsonl", "geojsons")),
+            ["import", "d.csv", "again.gpkg", "--crs", "EPSG:4326"],
+            ["import", "d.csv", "out.gpkg", "--layer", "more", "--append"],
+            ["import", "d.csv", "-", "--format", "csv"],
+            ["import", "m.csv", "metres.gpkg"],
+            ["import", "m.csv", "metres.fgb"],
+        ):
+            with self.subTest(arguments=arguments):
+                self.assertEqual(self.loaded(*arguments), set())
+
+    def test_what_needs_them_loads_all(self):
+        for arguments in (
+            ["formats"],
+            ["import", "d.csv", "out.shp"],
+            ["import", "d.csv", "out.fgb"],
+            ["import", "m.csv", "out.gpkg", "--crs", "EPSG:25832"],
+            ["plan", "m.csv", "--rank-systems"],
+        ):
+            with self.subTest(arguments=arguments):
+                self.assertLessEqual({"orvanegdal", "gdal", "proj"}, self.loaded(*arguments))
+
+    def test_a_file_that_names_the_system_is_read_by_them(self):
+        self.write("d.prj", 'GEOGCS["Tokyo",DATUM["Tokyo",SPHEROID["Bessel 1841",6377397.155,299.1528128]],'
+                            'PRIMEM["Greenwich",0],UNIT["degree",0.0174532925199433],AUTHORITY["EPSG","4301"]]')
+        self.assertIn("orvanegdal", self.loaded("plan", "d.csv"))
+        self.assertEqual(
+            self.succeed("plan", "d.csv", "--json").json["coordinateSystem"]["value"], "EPSG:4301")
+
+
 class ImportColumnsTest(CliTest):
     def columns_of(self, header, *arguments):
         count = len(header.split(","))

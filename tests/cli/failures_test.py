@@ -333,6 +333,12 @@ CASES = {
         ["read", "a.csv", "--plugin", "."],
         "The plug-in <.> could not be loaded. It is not a file.",
         1),
+    "library-load": (
+        {"a.csv": XY},
+        ["import", "a.csv", "--crs", "EPSG:25832"],
+        "The library <{}/liborvanegdal.so...> cannot be loaded. {}/liborvanegdal.so...: cannot open shared object "
+        "file: No such file or directory. Install the program again: the library belongs to it.",
+        1),
     "unsupported-type": (
         {"a.SSV": XY},
         ["read", "a.SSV", "--plugin", "{FAKE}"],
@@ -410,11 +416,23 @@ class FailuresTest(cli_test.CliTest):
             return self.interrupt(words)
         limits = {"output-write": 1024, "cache-file": 300000}
         keywords = {"preexec_fn": file_size_limit(limits[code])} if code in limits else {}
+        program = cli_test.PROGRAM
+        if code == "library-load":
+            program = self.copy_without_gdal()
+            keywords["env"] = dict(os.environ, LD_LIBRARY_PATH=self.folder)
         prefix = without_rights() if code == "no-permission" else []
         completed = cli_test.subprocess.run(
-            [*prefix, cli_test.PROGRAM, *words], cwd=self.folder, capture_output=True,
+            [*prefix, program, *words], cwd=self.folder, capture_output=True,
             stdin=cli_test.subprocess.DEVNULL, timeout=300, **keywords)
         return completed.returncode, completed.stdout.decode(), completed.stderr.decode()
+
+    def copy_without_gdal(self):
+        """The program, its module and those of its libraries that it is linked with."""
+        folder = os.path.dirname(cli_test.PROGRAM)
+        for name in os.listdir(folder):
+            if name in ("orvane", "AsciiReader.so") or name.startswith(("liborvaneimport.", "liborvanesdk.")):
+                cli_test.shutil.copy(os.path.join(folder, name), self.folder)
+        return self.path("orvane")
 
     def interrupt(self, words):
         mark = self.path("mark")

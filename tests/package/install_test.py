@@ -48,6 +48,7 @@ class InstallTest(unittest.TestCase):
         self.install()
         files = self.files()
         for name in ("bin/orvane", f"{LIBDIR}/liborvanesdk.so", f"{LIBDIR}/liborvaneimport.so",
+                     f"{LIBDIR}/liborvanegdal.so.0.1.0",
                      f"{LIBDIR}/orvane/AsciiReader.so",
                      f"{LIBDIR}/cmake/Orvane/OrvaneConfig.cmake", "include/Orvane/BString.h",
                      "share/doc/orvane/command-line.md", "share/orvane/installed-files.txt"):
@@ -67,6 +68,15 @@ class InstallTest(unittest.TestCase):
             env={"PATH": f"{self.prefix}/bin"}, timeout=60, check=False)
         self.assertEqual((done.returncode, done.stderr), (0, ""))
         self.assertIn("Written:  earthquakes.gpkg (GPKG), 1197 rows, 1197 points", done.stdout)
+
+    def test_the_library_over_gdal_is_found(self):
+        self.install()
+        shutil.copy(SOURCE / "examples/data/earthquakes.csv", self.folder)
+        done = subprocess.run(
+            ["orvane", "import", "earthquakes.csv", "earthquakes.shp"], cwd=self.folder, capture_output=True,
+            text=True, env={"PATH": f"{self.prefix}/bin"}, timeout=60, check=False)
+        self.assertEqual(done.returncode, 0, done.stderr)
+        self.assertIn("Written:  earthquakes.shp (ESRI Shapefile), 1197 rows, 1197 points", done.stdout)
 
     def test_a_folder_that_is_on_no_path_is_named(self):
         self.assertEqual(

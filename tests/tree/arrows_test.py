@@ -30,6 +30,9 @@ ARROWS = {
     # The host side. It uses the plug-in's code for lines and fields, for scans.
     "import": PLUGIN_TEXT,
     "export": PLUGIN_TEXT + ["import"],
+    # A library of its own, which the rest of export has loaded.
+    "export/src/gdal": PLUGIN_TEXT + ["import", "export"],
+    "export/src/postgis": PLUGIN_TEXT + ["import", "export"],
     "cli": PLUGIN_TEXT + ["import", "export"],
     "gdal": ["sdk", "import", "export"],
     "python": ["sdk", "import", "export"],

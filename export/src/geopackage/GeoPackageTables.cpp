@@ -1,6 +1,8 @@
 // SQL of the standard: tables, columns and triggers have the names and types that it asks for.
 #include "GeoPackageTables.h"
 
+#include "KnownSystem.h"
+
 #include <string_view>
 
 namespace Orvane::GeoPackage {
@@ -73,12 +75,6 @@ CREATE TABLE gpkg_ogr_contents (
 
 constexpr const char* kIndexDefinition = "http://www.geopackage.org/spec120/#extension_rtree";
 constexpr const char* kWktDefinition = "http://www.geopackage.org/spec120/#extension_crs_wkt";
-
-constexpr const char* kWgs84 =
-    R"(GEOGCS["WGS 84",DATUM["WGS_1984",SPHEROID["WGS 84",6378137,298.257223563,)"
-    R"(AUTHORITY["EPSG","7030"]],AUTHORITY["EPSG","6326"]],PRIMEM["Greenwich",0,)"
-    R"(AUTHORITY["EPSG","8901"]],UNIT["degree",0.0174532925199433,AUTHORITY["EPSG","9122"]],)"
-    R"(AXIS["Latitude",NORTH],AXIS["Longitude",EAST],AUTHORITY["EPSG","4326"]])";
 
 constexpr const char* kWgs84Second =
     R"wkt(GEODCRS["WGS 84",DATUM["World Geodetic System 1984",ELLIPSOID["WGS 84",6378137,)wkt"
@@ -317,7 +313,7 @@ void CreateCoreTables(SqliteDatabase& database)
                          4326,
                          "EPSG",
                          4326,
-                         kWgs84,
+                         kWgs84Wkt,
                          "longitude/latitude coordinates in decimal degrees on the WGS 84 spheroid",
                          {}});
 }

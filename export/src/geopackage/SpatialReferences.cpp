@@ -1,10 +1,7 @@
-// Asks GDAL for names and well-known texts.
+// Numbers, names and well-known texts.
 #include "SpatialReferences.h"
 
-#include "WellKnownText.h"
-
-#include <ogr_spatialref.h>
-
+#include <algorithm>
 #include <charconv>
 #include <string_view>
 #include <system_error>
@@ -23,33 +20,39 @@ std::int32_t ParseNumber(std::string_view text)
     return result.ec == std::errc() && result.ptr == text.data() + text.size() ? number : 0;
 }
 
+bool IsEpsg(std::string_view authority)
+{
+    constexpr std::string_view kName = "epsg";
+    return std::equal(
+        authority.begin(), authority.end(), kName.begin(), kName.end(), [](char byte, char wanted) {
+            return (byte >= 'A' && byte <= 'Z' ? byte - 'A' + 'a' : byte) == wanted;
+        });
+}
+
 } // namespace
 
-SpatialReference MakeSpatialReference(const OGRSpatialReference* system)
+SpatialReference MakeSpatialReference(const KnownSystem* system)
 {
     if (system == nullptr) {
         return UndefinedSpatialReference();
     }
     SpatialReference reference;
-    const char* const name = system->GetName();
-    reference.name = name != nullptr ? name : "";
-    const char* const authority = system->GetAuthorityName(nullptr);
-    const char* const code = system->GetAuthorityCode(nullptr);
-    const std::int32_t number = authority != nullptr && code != nullptr ? ParseNumber(code) : 0;
+    reference.name = system->name;
+    const std::int32_t number = system->authority.empty() ? 0 : ParseNumber(system->code);
     // The number of WGS 84 is in every file, and means nothing else there.
-    const bool isTaken = number == 4326 && !EQUAL(authority, "EPSG");
+    const bool isTaken = number == 4326 && !IsEpsg(system->authority);
     if (number > 0 && !isTaken) {
         reference.id = number;
-        reference.organization = authority;
+        reference.organization = system->authority;
     } else {
         reference.id = kFirstOwnNumber;
         reference.organization = "NONE";
     }
     reference.organizationId = reference.id;
-    reference.definition = MakeWkt(*system, "WKT1_GDAL");
+    reference.definition = system->makeWkt(EWkt::First);
     if (reference.definition.empty()) {
         reference.definition = "undefined";
-        reference.definition2015 = MakeWkt(*system, "WKT2_2015");
+        reference.definition2015 = system->makeWkt(EWkt::Second2015);
     }
     return reference;
 }

@@ -1,7 +1,6 @@
 // One transaction: the table, its rows by COPY, its keys, indexes and statistics.
 #include "PostgisTarget.h"
 
-#include "../CoordinateSystem.h"
 #include "../FieldNames.h"
 #include "../Losses.h"
 #include "../RejectedFile.h"
@@ -125,7 +124,6 @@ public:
         , m_name(Postgres::ShowConnection(request.out))
         , m_connection(Postgres::ToConnectionInfo(request.out), [this] { return IsCancelled(); })
     {
-        static_cast<void>(FindCoordinateSystem(request.crs));
         Run("BEGIN");
         if (!request.layer.empty()) {
             const std::size_t dot = request.layer.find('.');

@@ -7,7 +7,8 @@
 
 namespace Orvane::Import {
 
-/// Connects, begins a transaction, and looks at the table; nothing is changed before Write.
+/// The request's coordinate system is written as it should. Connects, begins a transaction, and
+/// looks at the table; nothing is changed before Write.
 /// @throws ImportFailure as OpenTarget
 [[nodiscard]] std::unique_ptr<Target> OpenPostgisTarget(const TargetRequest& request);
 

@@ -4,7 +4,7 @@
 #include "../FieldNames.h"
 #include "../IntegerText.h"
 #include "../Losses.h"
-#include "PointTransform.h"
+#include "KnownSystem.h"
 #include "RowPoint.h"
 
 #include <Orvane/BFeatureCollection.h>
@@ -173,7 +173,7 @@ private:
             const bool hasZ = page.GetPointKind(row) == EPointKind::XYZ;
             z[row] = hasZ && std::isfinite(page.z[row]) ? page.z[row] : 0.0;
         }
-        m_transform->Run(rows, x, y, z);
+        (*m_transform)(rows, x, y, z);
         m_x = x;
         m_y = y;
         m_z = z;
@@ -251,7 +251,7 @@ private:
             RowPoint place{true, point->HasZ(), point->GetX(), point->GetY(), 0.0};
             place.z = place.hasZ ? point->GetZ() : 0.0;
             if (m_transform != nullptr) {
-                m_transform->Run(1, &place.x, &place.y, &place.z);
+                (*m_transform)(1, &place.x, &place.y, &place.z);
             }
             EndRow(place);
         } else {

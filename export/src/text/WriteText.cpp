@@ -1,15 +1,11 @@
 // Hands a layer's pages to the writers of text formats.
 #include "../FieldNames.h"
-#include "../GdalScope.h"
 #include "../LayerWriter.h"
 #include "../Losses.h"
 #include "CsvFormat.h"
 #include "GeoJsonFormat.h"
 #include "OutputBuffer.h"
-#include "PointTransform.h"
 #include "TextRows.h"
-
-#include <ogr_spatialref.h>
 
 #include <cerrno>
 #include <memory>
@@ -77,17 +73,12 @@ void WriteFile(const WriteRequest& request, const Write& write)
 }
 
 /// The URN by which GeoJSON texts name a system; empty for WGS 84, which needs no name.
-std::string NameSystem(const OGRSpatialReference* system)
+std::string NameSystem(const KnownSystem* system)
 {
-    if (system == nullptr || IsWgs84(*system)) {
+    if (system == nullptr || system->isWgs84 || system->authority.empty() || system->code.empty()) {
         return {};
     }
-    const char* const authority = system->GetAuthorityName(nullptr);
-    const char* const code = system->GetAuthorityCode(nullptr);
-    if (authority == nullptr || code == nullptr) {
-        return {};
-    }
-    return std::string("urn:ogc:def:crs:") + authority + "::" + code;
+    return "urn:ogc:def:crs:" + system->authority + "::" + system->code;
 }
 
 GeoJsonFormat::EKind KindOf(const ExportFormat& format)
@@ -137,14 +128,13 @@ WriteReport WriteGeoJson(const WriteRequest& request)
     FileFields names = NameFields(request.layer, request.counts, request.format);
     const std::string layerName = NameLayer(request, names.notes);
     const GeoJsonFormat::EKind kind = KindOf(request.format);
-    const GdalMessages messages;
-    std::optional<PointTransform> transform;
-    const OGRSpatialReference* const system = request.coordSys.get();
+    PointTransform transform;
+    const KnownSystem* const system = request.coordSys.get();
     // Rule: a sequence of features has no place for the name of a system: its points are in WGS 84.
     if (kind != GeoJsonFormat::EKind::Collection && request.target.hasGeometry &&
-        system != nullptr && !IsWgs84(*system)) {
+        system != nullptr && !system->isWgs84) {
         try {
-            transform.emplace(*system);
+            transform = system->makeTransform();
         } catch (const std::runtime_error& error) {
             ThrowNotWritten(
                 request, "output-write", std::string("Transforming to WGS 84: ") + error.what());
@@ -155,7 +145,7 @@ WriteReport WriteGeoJson(const WriteRequest& request)
     WriteFile(request, [&](OutputBuffer& out) {
         GeoJsonFormat format(out, kind, names.fields);
         format.Begin(layerName, request.target.hasGeometry ? NameSystem(system) : std::string());
-        report = WriteRows(request, names, format, transform ? &*transform : nullptr, losses);
+        report = WriteRows(request, names, format, transform ? &transform : nullptr, losses);
         format.End();
         losses.notFinite = format.GetNotFiniteCount();
     });

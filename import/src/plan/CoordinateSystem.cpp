@@ -6,8 +6,6 @@
 #include "Systems.h"
 #include "values/FoldedCell.h"
 
-#include <ogr_spatialref.h>
-
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
@@ -37,18 +35,8 @@ std::string ReadProjectionFile(const std::string& path, std::string& file)
     std::ifstream stream(beside, std::ios::binary);
     const std::string text{std::istreambuf_iterator<char>(stream),
                            std::istreambuf_iterator<char>()};
-    OGRSpatialReference system;
-    if (system.importFromWkt(text.c_str()) != OGRERR_NONE) {
-        return {};
-    }
-    system.AutoIdentifyEPSG();
     file = beside.filename().string();
-    const char* authority = system.GetAuthorityName(nullptr);
-    const char* code = system.GetAuthorityCode(nullptr);
-    if (authority == nullptr || code == nullptr) {
-        return {};
-    }
-    return std::string(authority) + ":" + code;
+    return IdentifySystem(text);
 }
 
 /// The longest piece of the rows' texts in which places are looked for.

@@ -21,6 +21,10 @@ struct SystemSearch
     std::string texts;
 };
 
+/// "AUTHORITY:CODE" of a well-known text; empty when it names none, or is none.
+/// @throws ImportFailure `library-load`
+[[nodiscard]] std::string IdentifySystem(const std::string& wkt);
+
 /// The systems of EPSG's list, deprecated ones aside, in whose area of use the points lie: a value
 /// "EPSG:25832", the share of points inside, and the name; at most 12, the likeliest first.
 ///
@@ -28,6 +32,15 @@ struct SystemSearch
 /// file's texts name, then the systems of whole countries and the zones of UTM, smaller areas
 /// before larger ones. Values cannot tell a system beyond doubt: one point fits some hundred. Cost:
 /// some seconds at most, for the list is the same whatever the file.
+/// @throws ImportFailure `library-load`
 [[nodiscard]] std::vector<PlanRival> RankSystems(const SystemSearch& search);
+
+/// The two functions above as the library over GDAL and PROJ exports them, by the name
+/// "kOrvaneSystemServices".
+struct SystemServices
+{
+    std::string (*identify)(const std::string& wkt);
+    std::vector<PlanRival> (*rank)(const SystemSearch& search);
+};
 
 } // namespace Orvane::Import

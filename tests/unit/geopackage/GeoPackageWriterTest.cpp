@@ -1,6 +1,7 @@
 // GeoPackages as GDAL reads, queries and edits them, and what is left when writing fails.
 #include "GeoPackageWriter.h"
 
+#include "CoordinateSystem.h"
 #include "SpatialReferences.h"
 #include "SqliteDatabase.h"
 #include "WriteFailure.h"
@@ -528,12 +529,11 @@ TEST(GeoPackageWriter, PassesTheValidatorOfGdal)
     const TemporaryFolder folder;
     BFeatureCollection features;
     AddRandomRows(features, 3000);
-    OGRSpatialReference system;
     for (const char* name : {"EPSG:4326", "EPSG:25832", "EPSG:4979"}) {
-        ASSERT_EQ(system.SetFromUserInput(name), OGRERR_NONE);
         LayerDefinition layer = Define(kNumberField);
         layer.hasHeights = true;
-        layer.spatialReference = Orvane::GeoPackage::MakeSpatialReference(&system);
+        layer.spatialReference = Orvane::GeoPackage::MakeSpatialReference(
+            Orvane::Import::FindCoordinateSystem(name).get());
         const std::filesystem::path file =
             folder.Path() / (std::to_string(layer.spatialReference.id) + ".gpkg");
         Write(file, layer, features);
@@ -974,7 +974,8 @@ TEST_P(GeoPackageSpatialReference, IsARowOfTheFileThatGdalReadsBack)
     OGRSpatialReference system;
     ASSERT_EQ(system.SetFromUserInput(row.system), OGRERR_NONE);
     LayerDefinition layer = Define(kNumberField);
-    layer.spatialReference = Orvane::GeoPackage::MakeSpatialReference(&system);
+    layer.spatialReference = Orvane::GeoPackage::MakeSpatialReference(
+        Orvane::Import::FindCoordinateSystem(row.system).get());
     BFeatureCollection features;
     AddRandomRows(features, 5);
     Write(file, layer, features);

@@ -129,6 +129,8 @@ struct UnderlyingTexts
 ///     Module
 ///         no-module            there is no plug-in at the place
 ///         module-load          the plug-in cannot be loaded, or is none
+///         library-load         liborvanegdal cannot be loaded, which GDAL's formats, databases and
+///                              all coordinate systems but EPSG:4326 need; `cause` is the system's text
 ///         unsupported-type     the plug-in does not read files of this extension
 ///         module-failure       the plug-in makes no reader or no layer, or an exception leaves it that
 ///                              is none of the SDK's

@@ -1,5 +1,8 @@
 // Walks a layer's pages into the features of a GDAL dataset.
+#include "GdalWriter.h"
+
 #include "CheckedFiles.h"
+#include "CoordinateSystems.h"
 #include "FeatureFiller.h"
 #include "FieldNames.h"
 #include "GdalFormats.h"
@@ -19,7 +22,7 @@
 #include <utility>
 #include <vector>
 
-namespace Orvane::Import {
+namespace Orvane::Import::Gdal {
 
 namespace {
 
@@ -171,8 +174,13 @@ private:
                                                 : m_hasHeights ? wkbPoint25D
                                                                : wkbPoint;
         CPLStringList options = GetLayerOptions();
+        const bool hasSystem = m_hasGeometry && m_request.coordSys != nullptr;
+        const std::shared_ptr<OGRSpatialReference> system =
+            hasSystem ? FindReference(m_request.coordSys->text) : nullptr;
+        // It was known before, or is known without a look: only the list itself can fail.
+        Check(!hasSystem || system != nullptr, "Looking for the coordinate system");
         m_layer = m_dataset->CreateLayer(NameLayer(m_request, m_fields.notes).c_str(),
-                                         m_hasGeometry ? m_request.coordSys.get() : nullptr,
+                                         system.get(),
                                          geometryType,
                                          options.List());
         Check(m_layer != nullptr, "Making the layer");
@@ -357,9 +365,9 @@ private:
 
 } // namespace
 
-WriteReport WriteByGdal(const WriteRequest& request)
+WriteReport Write(const WriteRequest& request)
 {
     return GdalWriter(request).Run();
 }
 
-} // namespace Orvane::Import
+} // namespace Orvane::Import::Gdal

@@ -1,11 +1,10 @@
 // GDAL's drivers and their creation options.
 #include "GdalFormats.h"
 
-#include "LayerWriter.h"
+#include "GdalWriter.h"
 
 #include <Orvane/Import/DisplayText.h>
 #include <Orvane/Import/Failure.h>
-#include <Orvane/Import/Targets.h>
 
 #include <cpl_minixml.h>
 #include <cpl_string.h>
@@ -18,7 +17,7 @@
 #include <string_view>
 #include <utility>
 
-namespace Orvane::Import {
+namespace Orvane::Import::Gdal {
 
 namespace {
 
@@ -98,7 +97,8 @@ const ExportFormat& MakeFormat(GDALDriver& driver, const char* extension)
     const ExportFormat format{
         .extension = extension,
         .driver = name,
-        .write = &WriteByGdal,
+        .write = &Write,
+        .isByGdal = true,
         .names = ExportFormat::ENames::UniqueIgnoreCase,
         .namesLayer = true,
         .holdsDates = HasType(driver, "Date"),
@@ -250,7 +250,7 @@ void RequireOption(const ExportFormat& format, const std::string& option)
 
 } // namespace
 
-const ExportFormat* FindGdalFormat(const std::string& wanted, bool byExtension)
+const ExportFormat* FindFormat(const std::string& wanted, bool byExtension)
 {
     for (const Known& known : kKnown) {
         const bool isIt = IsSame(wanted, known.extension) ||
@@ -275,13 +275,6 @@ const ExportFormat* FindGdalFormat(const std::string& wanted, bool byExtension)
 
 void RequireCreationOptions(const ExportFormat& format, const std::vector<std::string>& options)
 {
-    const bool isOfGdal = format.write == &WriteByGdal;
-    if (!options.empty() && !isOfGdal) {
-        ThrowOption("The format " + std::string(format.driver) +
-                        " has no creation options; it is not written by GDAL.",
-                    Split(options.front()).first,
-                    {});
-    }
     for (const std::string& option : options) {
         RequireOption(format, option);
     }
@@ -302,13 +295,14 @@ SelectOptions(const char* driver, EOptionList list, const std::vector<std::strin
     return selected;
 }
 
-std::vector<GdalFormat> ListGdalFormats()
+std::vector<GdalFormat> ListFormats(const std::vector<TargetFormat>& own)
 {
     RegisterAll();
     std::vector<GdalFormat> formats;
     std::vector<std::string> listed;
-    for (const TargetFormat& own : GetTargetFormats()) {
-        listed.emplace_back(own.name);
+    listed.reserve(own.size());
+    for (const TargetFormat& format : own) {
+        listed.emplace_back(format.name);
     }
     for (const Known& known : kKnown) {
         GDALDriver* const driver = FindDriver(known.driver);
@@ -329,4 +323,4 @@ std::vector<GdalFormat> ListGdalFormats()
     return formats;
 }
 
-} // namespace Orvane::Import
+} // namespace Orvane::Import::Gdal
