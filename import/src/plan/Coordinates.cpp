@@ -8,6 +8,7 @@
 #include "CoordinateSystem.h"
 #include "Given.h"
 #include "Names.h"
+#include "PairCells.h"
 #include "Systems.h"
 #include "values/FoldedCell.h"
 
@@ -211,7 +212,11 @@ void AskForCoordinates(const CoordinateSearch& search, Plan& plan)
         answers.push_back({first + 1, first, {}, {}});
     }
     plan.coordinates.decider = EDecider::Default;
-    plan.questions.push_back({"coordinates", "No columns of coordinates were found.", answers});
+    const std::string pairs = DescribePairCells(search.rows, plan);
+    plan.questions.push_back(
+        {"coordinates",
+         "No columns of coordinates were found." + (pairs.empty() ? std::string() : " " + pairs),
+         answers});
 }
 
 std::string ToText(double value)

@@ -386,6 +386,59 @@ TEST(PlanHeads, AnOpenQuoteInALastLineWithoutAnEndingIsSaidAsACut)
     }));
 }
 
+struct PairCase
+{
+    const char* name;
+    const char* cell;
+    const char* said; ///< after the sentence that nothing was found
+};
+
+void PrintTo(const PairCase& row, std::ostream* out)
+{
+    *out << row.name;
+}
+
+class PlanPairCells : public testing::TestWithParam<PairCase>
+{};
+
+TEST_P(PlanPairCells, AreNamedInTheQuestion)
+{
+    const std::string cell(GetParam().cell);
+    const MadeFile file("id;place;n\n" + Lines(12, [&](int i) {
+                            return Number(i) + ";" + cell + ";a" + Number(i);
+                        }));
+    const Plan plan = MakePlan(file.Path(), {});
+    ASSERT_EQ(plan.questions.size(), 1U);
+    const std::string both = "'): it has to be two columns of the file, one for X and one for Y.";
+    const std::string grid = "'), which are not read: degrees or metres in two columns are.";
+    const std::string said(GetParam().said);
+    EXPECT_EQ(plan.questions[0].text,
+              "No columns of coordinates were found." +
+                  (said.empty() ? said
+                                : " Column 'place' holds " + said + " ('" + cell +
+                                      (said.starts_with("both") ? both : grid)));
+}
+
+constexpr PairCase kPairCases[] = {
+    {"TwoNumbers", "47.1, 8.5", "both in one cell"},
+    {"TwoNumbersInBrackets", "(47.1, -122.5)", "both in one cell"},
+    {"APointOfWellKnownText", "POINT (8.5 47.1)", "both in one cell"},
+    {"APointOfWholeNumbers", "Point(8 47)", "both in one cell"},
+    {"TwoAngles",
+     "47\xC2\xB0"
+     "06'N 8\xC2\xB0"
+     "30'E",
+     "both in one cell"},
+    {"LettersBeforeMinutes", "N47 01.097 E008 56.952", "both in one cell"},
+    {"AReferenceOfTheGrid", "32TMT0376551061", "references of the military grid"},
+    {"ARangeIsNone", "1.5-2.5", ""},
+    {"AnAddressIsNone", "10.5 Main Street 7.2 W", ""},
+};
+
+INSTANTIATE_TEST_SUITE_P(, PlanPairCells, testing::ValuesIn(kPairCases), [](const auto& row) {
+    return std::string(row.param.name);
+});
+
 TEST(PlanHeads, AFewLatitudesPast90DoNotLookLikeLongitudes)
 {
     const auto hasSwapped = [](const std::string& last) {
