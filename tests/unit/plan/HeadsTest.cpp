@@ -152,6 +152,31 @@ const HeadCase kHeadCases[] = {
      "easting|northing|z|",
      1,
      "0 1"},
+    {"BlanksInTextsOfOneColumnSeparateNothing",
+     "plant\n" + Lines(12, [](int i) { return (i % 3 == 0 ? "oak " : "fir ") + Number(i); }),
+     "one column",
+     "plant",
+     12,
+     ""},
+    {"WordsOneShortAreNamesOverTexts",
+     "Person,Tree,Colour,Size\n" +
+         Lines(12,
+               [](int i) {
+                   const char* const names[] = {"Ada", "Bo", "Cy"};
+                   const char* const trees[] = {"oak", "elm", "fir", "ash"};
+                   return std::string(names[i % 3]) + "," + trees[i % 4] + ",red,large," +
+                          trees[(i + 1) % 4];
+               }),
+     "comma",
+     "Person|Tree|Colour|Size|",
+     12,
+     ""},
+    {"TwoQuotedNamesWithoutASeparatorAreTwo",
+     "\"id\"\"lon\",\"lat\"\n" + Lines(12, [](int i) { return Point(i); }),
+     "comma",
+     "id|lon|lat",
+     12,
+     "1 2"},
     {"AnOpenQuoteAtTheEndOfTheFileIsACutRow",
      "id,lon,lat,name\n" + Lines(12, [](int i) { return Point(i) + ",\"a b\""; }) +
          "30,8.6,47.6,\"a lon",

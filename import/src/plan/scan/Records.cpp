@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <string>
 #include <utility>
 
 namespace Orvane::Import::Scan {
@@ -123,6 +124,7 @@ std::size_t RecordCutter::SkipQuoted(
     }
     const char quote = m_dialect.quote;
     std::size_t strays = 0;
+    std::size_t pairs = 0;
     std::size_t at = from + 1;
     const std::size_t limit = std::min(text.size(), from + kMostQuoted);
     while (at < limit) {
@@ -143,8 +145,19 @@ std::size_t RecordCutter::SkipQuoted(
         }
         std::size_t after = at + 1;
         if (after < text.size() && text[after] == quote) {
-            at = after + 1;
-            continue;
+            // Rule: after a quote inside, and where none is one of a pair, a pair before a
+            // separator or a line's end is a quote of the text and the closing one.
+            const std::size_t next = after + 1;
+            const bool isLast =
+                strays > 0 && pairs == 0 && next < text.size() &&
+                (text[next] == m_dialect.separator || IsLineEnd(text, next) || text[next] == '\r');
+            if (!isLast) {
+                ++pairs;
+                at = next;
+                continue;
+            }
+            at = after;
+            after = next;
         }
         if (m_dialect.separation == ESeparation::Character && m_dialect.separator != ' ') {
             while (after < text.size() && text[after] == ' ') {
@@ -366,7 +379,8 @@ bool RecordCutter::Cut(
         JoinLooseCells(text, expected, record)) {
         return true;
     }
-    const bool isOdd = record.fields.size() != expected || (record.lines > 1 && expected > 2);
+    const bool isOdd = record.fields.size() != expected || (record.lines > 1 && expected > 2) ||
+                       (record.strays > 0 && !m_forms.empty());
     if (expected < 2 || !isOdd || record.isBlank ||
         m_dialect.separation != ESeparation::Character) {
         return true;
@@ -435,6 +449,13 @@ void RecordCutter::Repair(std::string_view text, std::size_t expected, Record& r
     const std::size_t end = record.begin + line.size();
     // A `\r` inside the line is another matter.
     const bool isLine = AfterLine(text, end) >= record.next;
+    if (isLine && m_dialect.quote != 0 && record.strays > 0 && m_compared < m_budget &&
+        SplitGlued(text, end, expected, record)) {
+        return;
+    }
+    if (fields == expected) {
+        return;
+    }
     if (isLine && m_dialect.quote != 0 && record.strays + record.unclosed > 0 &&
         m_compared < m_budget) {
         std::vector<Field> found;
@@ -502,6 +523,58 @@ std::size_t RecordCutter::CountFields(std::string_view line) const
     return record.strays + record.unclosed > 0 || record.lines > 1 ? 0 : record.fields.size();
 }
 
+bool RecordCutter::SplitGlued(std::string_view text,
+                              std::size_t end,
+                              std::size_t expected,
+                              Record& record)
+{
+    constexpr std::size_t kMostPlaces = 32;
+    if (m_forms.size() != expected || DoCellsFit(text, record.fields, m_forms)) {
+        return false;
+    }
+    const std::string_view line = text.substr(record.begin, end - record.begin);
+    const char quote = m_dialect.quote;
+    const auto isGlue = [&](std::size_t at) {
+        return at < line.size() && line[at] != m_dialect.separator && line[at] != quote;
+    };
+    RecordCutter plain(m_dialect);
+    Record cut;
+    std::vector<Field> found;
+    std::size_t places = 0;
+    for (std::size_t at = line.find(quote); at != std::string_view::npos && places < kMostPlaces;
+         at = line.find(quote, at + 1)) {
+        // An opener after a cell, or a closer before one.
+        for (const std::size_t split : {at, at + 1}) {
+            if (!isGlue(split == at ? at - 1 : split)) {
+                continue;
+            }
+            ++places;
+            m_compared += line.size();
+            std::string whole(line);
+            whole.insert(split, 1, m_dialect.separator);
+            plain.StartPiece();
+            plain.CutFields(whole, 0, true, cut);
+            if (cut.fields.size() != expected || cut.strays + cut.unclosed > 0 || cut.lines > 1 ||
+                !DoCellsFit(whole, cut.fields, m_forms)) {
+                continue;
+            }
+            for (Field& field : cut.fields) {
+                field.begin += record.begin - (field.begin > split ? 1U : 0U);
+            }
+            if (!found.empty()) {
+                return false;
+            }
+            found = cut.fields;
+        }
+    }
+    if (found.empty()) {
+        return false;
+    }
+    record.fields = std::move(found);
+    record.repair = ERepair::Quotes;
+    return true;
+}
+
 bool RecordCutter::ReadFirstLine(std::string_view text, std::size_t expected, Record& record)
 {
     // Rule: an opener that swallows whole rows is text.
@@ -518,6 +591,16 @@ bool RecordCutter::ReadFirstLine(std::string_view text, std::size_t expected, Re
     if (after >= record.next || m_compared >= m_budget || !canBeRow(line) || !canBeRow(next)) {
         return false;
     }
+    const auto endAfterLine = [&] {
+        record.lines = 1;
+        record.next = after;
+        record.isEnded = true;
+        record.repair = ERepair::Quotes;
+    };
+    if (record.strays > 0 && SplitGlued(text, end, expected, record)) {
+        endAfterLine();
+        return true;
+    }
     std::vector<Field> found;
     std::vector<Field> ofNext;
     if (!ReadQuotes(line, record.begin, m_dialect, expected, m_forms, found, m_compared) ||
@@ -532,10 +615,7 @@ bool RecordCutter::ReadFirstLine(std::string_view text, std::size_t expected, Re
         return false;
     }
     record.fields = std::move(found);
-    record.lines = 1;
-    record.next = after;
-    record.isEnded = true;
-    record.repair = ERepair::Quotes;
+    endAfterLine();
     return true;
 }
 
@@ -559,7 +639,7 @@ bool RecordCutter::ReadOtherSeparator(std::string_view text,
         Record cut;
         other.CutFields(line, 0, true, cut);
         if (cut.fields.size() != expected || cut.strays + cut.unclosed > 0 ||
-            !DoCellsFit(line, cut.fields, m_forms)) {
+            !(AreQuoted(cut.fields) || DoCellsFit(line, cut.fields, m_forms))) {
             continue;
         }
         if (!found.empty()) {

@@ -180,6 +180,9 @@ private:
     void ReadBesideNuls(std::string_view text, std::size_t expected, Record& record);
     /// Looks for the one reading that gives a record its count.
     void Repair(std::string_view text, std::size_t expected, Record& record);
+    /// Reads a line with quotes that stand at a cell's side without a separator (`a"b,c",1`): where
+    /// a separator at one place only gives the count, and cells that fit.
+    bool SplitGlued(std::string_view text, std::size_t end, std::size_t expected, Record& record);
     bool ReadFirstLine(std::string_view text, std::size_t expected, Record& record);
     bool JoinLooseCells(std::string_view text, std::size_t expected, Record& record) const;
     bool ReadOtherSeparator(std::string_view text, std::size_t expected, Record& record) const;

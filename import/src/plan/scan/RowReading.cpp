@@ -287,6 +287,12 @@ bool DoColumnsTell(const std::vector<CellForm>& forms)
 
 } // namespace
 
+bool AreQuoted(const std::vector<Field>& fields)
+{
+    return std::all_of(
+        fields.begin(), fields.end(), [](const Field& field) { return field.isQuoted; });
+}
+
 bool ReadQuotes(std::string_view line,
                 std::size_t offset,
                 const Dialect& dialect,
@@ -346,6 +352,8 @@ bool SplitQuoted(std::string_view text,
     if (quote == 0 || fields.size() + 1 != forms.size()) {
         return false;
     }
+    // Rule: where no columns tell, the one place in a row of quoted cells is it.
+    const bool isOnlyPlace = !DoColumnsTell(forms) && AreQuoted(fields);
     std::vector<Field> found;
     std::size_t places = 0;
     for (std::size_t index = 0; index < fields.size(); ++index) {
@@ -362,7 +370,7 @@ bool SplitQuoted(std::string_view text,
             if (++places > kMostPlaces) {
                 return false;
             }
-            if (!DoCellsFit(text, split, forms)) {
+            if (!isOnlyPlace && !DoCellsFit(text, split, forms)) {
                 continue;
             }
             if (!found.empty()) {

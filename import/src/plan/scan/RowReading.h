@@ -30,9 +30,12 @@ namespace Orvane::Import::Scan {
                               std::vector<Field>& fields,
                               std::uint64_t& cost);
 
+[[nodiscard]] bool AreQuoted(const std::vector<Field>& fields);
+
 /// Cuts a quoted field of a row that lacks one field where a closing and an opening quote follow
 /// each other without a separator (`"a""b"`): where all cells look like those of their columns
-/// then, and that is one place only. @return whether it was done
+/// then, and that is one place only; where the columns do not tell, in a row of quoted cells alone.
+/// @return whether it was done
 [[nodiscard]] bool SplitQuoted(std::string_view text,
                                char quote,
                                const std::vector<CellForm>& forms,

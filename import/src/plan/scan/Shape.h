@@ -16,6 +16,7 @@ struct Candidate
 {
     Dialect dialect;
     std::size_t fields = 1;       ///< of most records
+    std::size_t first = 0;        ///< fields of the first record
     std::size_t fewest = 0;       ///< fields of a record
     double support = 0;           ///< share of the records that have so many
     double steady = 0;            ///< share of the records in runs of three or more of one count

@@ -267,6 +267,34 @@ void LookAtRows(const std::vector<HeadRecord>& head, std::size_t from, TableHead
     }
 }
 
+/// Cuts the one quoted name in which a closing and an opening quote follow each other.
+void SplitPairedNames(HeadRecord& record)
+{
+    constexpr std::string_view kPair = "\"\"";
+    std::size_t found = record.cells.size();
+    for (std::size_t index = 0; index < record.cells.size(); ++index) {
+        const std::string& cell = record.cells[index];
+        const std::size_t at = cell.find(kPair);
+        if (!record.isQuoted[index] || at == std::string::npos) {
+            continue;
+        }
+        if (found < record.cells.size() || cell.find(kPair, at + 1) != std::string::npos) {
+            return;
+        }
+        found = index;
+    }
+    if (found == record.cells.size()) {
+        return;
+    }
+    const std::string cell = record.cells[found];
+    const std::size_t at = cell.find(kPair);
+    const auto place = static_cast<std::ptrdiff_t>(found);
+    record.cells[found] = cell.substr(0, at);
+    record.cells.insert(record.cells.begin() + place + 1, cell.substr(at + kPair.size()));
+    record.isQuoted.insert(record.isQuoted.begin() + place + 1, true);
+    record.ForgetKinds();
+}
+
 /// A line of names that has not the table's count: one cell short or long, or with surplus cells
 /// that are empty.
 /// @param row the first row
@@ -280,13 +308,19 @@ void UseUnevenNames(const std::vector<HeadRecord>& head,
     if (fields > table.columns) {
         DropEmptyNames(table.columns, record);
     }
+    if (fields + 1 == table.columns) {
+        SplitPairedNames(record);
+    }
     const std::size_t names = record.cells.size();
     if (names > table.columns + 1 || names + 1 < table.columns) {
         return;
     }
     const std::vector<SampleColumn> samples = SampleColumns(head, row, table.columns);
     const NamesVerdict verdict = JudgeNames(record, samples);
-    if (verdict.names != ENames::Found || verdict.forData > 0) {
+    // Rule: words in the first line, one cell short or long, are names where all columns are texts.
+    const bool areWords = verdict.names == ENames::Unsure && table.lines.size() == 1 &&
+                          AreWords(record.cells) && head[row].line == record.line + record.lines;
+    if ((verdict.names != ENames::Found && !areWords) || verdict.forData > 0) {
         return;
     }
     table.lines.back().kind = ELineKind::Names;
@@ -294,6 +328,7 @@ void UseUnevenNames(const std::vector<HeadRecord>& head,
     table.namesFields = fields;
     table.namesVotes = verdict.forNames;
     table.namesReason = names < table.columns    ? "a line of names that is one cell short"
+                        : fields < table.columns ? "a line of names with a separator missing"
                         : names == table.columns ? "a line of names with surplus empty cells"
                                                  : "a line of names that is one cell long";
     JoinNames(record, false, table.columnNames);
@@ -457,19 +492,23 @@ TableHead FindTable(std::string_view text, const Candidate& candidate, const Sha
             verdict = JudgeNames(head[row], SampleColumns(head, row + 1, table.columns));
         }
     }
-    if (verdict.names == ENames::Unsure && request.canGuessNames) {
+    table.dataVotes = verdict.forData;
+    if (verdict.names != ENames::Found && request.names < 0 && first > 0) {
+        UseLineBefore(head, first, row, candidate, table);
+    }
+    const bool isNamedBefore = table.names == ENames::Found;
+    if (verdict.names == ENames::Unsure && request.canGuessNames && !isNamedBefore) {
         verdict.names = AreWords(head[row].cells) || IsKnownName(head[row].cells.front())
                             ? ENames::Found
                             : ENames::None;
         verdict.reason += "; words are held to be names where every cell is kept as text";
     }
-    table.names = verdict.names;
-    table.namesVotes = verdict.forNames;
-    table.dataVotes = verdict.forData;
-    table.namesReason = verdict.reason;
-    if (verdict.names != ENames::Found && request.names < 0 && first > 0) {
-        UseLineBefore(head, first, row, candidate, table);
-    } else if (verdict.names == ENames::Found) {
+    if (!isNamedBefore) {
+        table.names = verdict.names;
+        table.namesVotes = verdict.forNames;
+        table.namesReason = verdict.reason;
+    }
+    if (!isNamedBefore && verdict.names == ENames::Found) {
         table.namesFields = head[row].cells.size();
         addLine(head[row], ELineKind::Names);
         std::vector<std::size_t> namesRows = {row};

@@ -258,6 +258,7 @@ Candidate Try(std::string_view text, const Dialect& dialect, bool isWhole)
         if (record.isBlank || (counts.empty() && IsComment(FirstLine(text.substr(record.begin))))) {
             continue;
         }
+        candidate.first = counts.empty() ? record.fields.size() : candidate.first;
         candidate.fewest = counts.empty() ? record.fields.size()
                                           : std::min(candidate.fewest, record.fields.size());
         counts.push_back(record.fields.size());
@@ -321,7 +322,15 @@ double ScoreOf(const Candidate& candidate, std::size_t records) noexcept
                               candidate.dialect.separation == ESeparation::Character;
     const double even =
         std::max({candidate.support, 0.8 * candidate.steady, isEverywhere ? 0.7 : 0.0});
-    return even * even * typed * many * few * PriorOf(candidate.dialect);
+    // A blank that cuts quotes apart stands in texts.
+    const bool isBlank = candidate.dialect.separation == ESeparation::Character &&
+                         candidate.dialect.separator == ' ';
+    // So does one that the names do not have: `plant`, `oak 7`.
+    constexpr double kAllTyped = 0.95;
+    const bool isInText =
+        candidate.first == 1 && candidate.fields == 2 && candidate.typed < kAllTyped;
+    const double torn = !isBlank ? 1 : isInText ? 0.5 : candidate.strays * 2 > records ? 0.6 : 1;
+    return even * even * typed * many * few * torn * PriorOf(candidate.dialect);
 }
 
 Dialect Base(const ShapeRequest& request)
