@@ -43,10 +43,10 @@ public:
     /// 0 for none.
     [[nodiscard]] int GetError() const noexcept { return m_error; }
 
-    /// Calls the step unless it has said to stop.
+    /// Calls the step. @return false from when it has said to stop
     [[nodiscard]] bool GoesOn()
     {
-        m_isStopped = m_isStopped || !m_step();
+        m_isStopped = !m_step() || m_isStopped;
         return !m_isStopped;
     }
 

@@ -81,7 +81,7 @@ public:
         , m_fields(NameFields(request.layer, request.counts, request.format))
         , m_hasGeometry(request.target.hasGeometry || NeedsGeometry())
         , m_hasHeights(request.target.hasGeometry && request.counts.withHeight > 0)
-        , m_files(CheckedFiles::EUse::Writing, [this] { return m_request.progress.Report(m_rows); })
+        , m_files(CheckedFiles::EUse::Writing, [this] { return Step(); })
     {}
 
     ~GdalWriter() = default;
@@ -120,6 +120,30 @@ private:
 
     /// Not one of the formats whose every detail is known to this library.
     [[nodiscard]] bool IsOfAnyDriver() const { return !Is("ESRI Shapefile"); }
+
+    /// Whether the driver keeps all rows, and packs them when the file is flushed.
+    [[nodiscard]] bool KeepsRows() const { return Is("XLSX") || Is("ODS"); }
+
+    /// Comes with each operation of the driver's on a file.
+    bool Step()
+    {
+        const bool goesOn = m_request.progress.Report(m_rows);
+        if ((!goesOn || m_hasFailed) && KeepsRows() && m_layer != nullptr) {
+            // Packing goes from row to row, and would not end because the file does not take them:
+            // there are no more.
+            static_cast<void>(m_layer->SetNextByIndex(static_cast<GIntBig>(m_rows)));
+        }
+        return goesOn;
+    }
+
+    /// Packs the rows while the layer is there for Step.
+    void Pack()
+    {
+        if (KeepsRows() && m_dataset != nullptr) {
+            GDALFlushCache(m_dataset.get());
+        }
+        m_layer = nullptr;
+    }
 
     /// @param reason that of the files, or of what has failed
     [[noreturn]] void Fail(const char* step, std::string reason) const
@@ -296,7 +320,7 @@ private:
 
     void Close()
     {
-        m_layer = nullptr;
+        Pack();
         m_dataset.reset();
         RequireNotStopped();
         Check(true, "Ending the file");
@@ -317,8 +341,9 @@ private:
     /// Closes what the failure has left open. What goes wrong with it now is of no interest.
     void CloseAfterFailure() noexcept
     {
-        m_layer = nullptr;
+        m_hasFailed = true;
         try {
+            Pack();
             GDALClose(m_dataset.release());
         } catch (...) { // NOLINT(bugprone-empty-catch)
             // Rule: the first failure is the one that is told.
@@ -353,6 +378,7 @@ private:
     bool m_hasGeometry;
     bool m_hasHeights;
     bool m_hasTransactions = false;
+    bool m_hasFailed = false;
     int m_firstField = 0; ///< of the feature: that of the first attribute
     std::uint64_t m_rows = 0;
     CheckedFiles m_files;

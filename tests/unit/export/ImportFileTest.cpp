@@ -12,8 +12,10 @@
 #include <chrono>
 #include <clocale>
 #include <cstdlib>
+#include <ctime>
 #include <filesystem>
 #include <fstream>
+#include <limits>
 #include <optional>
 #include <sstream>
 #include <stdexcept>
@@ -225,6 +227,49 @@ TEST_P(CancelsInPhase, AndLeavesTheOldOutput)
         }
         EXPECT_TRUE(Content(folder.Name(out)) == "old");
         EXPECT_EQ(CountFiles(folder), 2U);
+    }
+}
+
+/// Imports to a format whose rows are packed at the end.
+/// @param cancelledCall the call of the progress, once the writer has all rows, that cancels
+/// @return processor time at each of those calls, and at the end
+std::vector<std::clock_t> Pack(const char* out, std::size_t cancelledCall)
+{
+    constexpr int kRows = 60000;
+    const TemporaryFolder folder;
+    ImportRequest request = MakeRequest(folder, MakeRows(kRows), out);
+    request.plan.hasNoPoints = true;
+    std::vector<std::clock_t> times;
+    Callbacks callbacks;
+    callbacks.interval = std::chrono::milliseconds(0);
+    callbacks.progress = [&](const ProgressState& state) {
+        if (state.phase != EPhase::Writing || state.rowsDone != kRows) {
+            return true;
+        }
+        times.push_back(std::clock());
+        return times.size() <= cancelledCall;
+    };
+    try {
+        ImportFile(request, callbacks);
+        EXPECT_LE(times.size(), cancelledCall);
+    } catch (const ImportFailure& failure) {
+        EXPECT_TRUE(failure.Is("cancelled"));
+        EXPECT_GT(times.size(), cancelledCall);
+        EXPECT_EQ(CountFiles(folder), 1U);
+        times.resize(cancelledCall + 1);
+        times.push_back(std::clock());
+    }
+    return times;
+}
+
+TEST(ImportFile, StopsAWriterThatPacksItsRowsAtTheEnd)
+{
+    for (const char* out : {"out.xlsx", "out.ods"}) {
+        const std::vector<std::clock_t> whole = Pack(out, std::numeric_limits<std::size_t>::max());
+        ASSERT_GT(whole.size(), 8U) << out;
+        const std::size_t call = whole.size() / 4;
+        const std::vector<std::clock_t> stopped = Pack(out, call);
+        EXPECT_LT(stopped.back() - stopped[call], (whole.back() - whole[call]) / 2) << out;
     }
 }
 
