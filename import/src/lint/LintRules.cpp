@@ -92,6 +92,7 @@ const std::vector<LintRule>& GetLintRules()
          kError,
          "A further table, which is no part of this one.",
          "reads it as rows, or ends the read where a row has more fields"},
+        {"total-row", kNote, "The last row looks like a total of others.", "reads it as a row"},
         {"names-doubt",
          kWarning,
          "Whether the first line holds column names cannot be told.",

@@ -34,6 +34,7 @@ enum class ELint : std::uint8_t {
     RepeatedNames,
     Footer,
     FurtherTable,
+    TotalRow,
     NamesDoubt,
     NamesShort,
     NamesLong,

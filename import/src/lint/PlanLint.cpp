@@ -262,6 +262,7 @@ void PlanLint::FindOthers()
         {"swapped-axes", ELint::SwappedAxes},
         {"longitude-past-180", ELint::LongitudePast180},
         {"several-zones", ELint::SeveralZones},
+        {"total-row", ELint::TotalRow},
         {"letter-o", ELint::LetterO},
         {"quoted-lines", ELint::QuotedLines},
         {"encoding-doubtful", ELint::EncodingDoubtful},

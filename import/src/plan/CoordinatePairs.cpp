@@ -41,6 +41,15 @@ bool ReadPacking(const SampleValues& x, const SampleValues& y, CoordinatePair& p
     return false;
 }
 
+/// Whether every value of a sample has one of some hemispheres' letters.
+bool HasOnlyLetters(const SampleValues& sample, std::string_view letters)
+{
+    return !sample.values.empty() && sample.letters == sample.values.size() &&
+           std::all_of(sample.kinds.begin(), sample.kinds.end(), [&](char letter) {
+               return letters.find(letter) != std::string_view::npos;
+           });
+}
+
 /// Whether names say the two ends of the same thing: `start_lon` and `end_lon`.
 bool AreEnds(const std::string& first, const std::string& second)
 {
@@ -133,6 +142,14 @@ std::vector<CoordinatePair> FindPairsByValue(const std::vector<CoordinateColumn>
     for (std::size_t index = 0; index + 1 < columns.size(); ++index) {
         const CoordinateColumn& first = columns[index];
         const CoordinateColumn& second = columns[index + 1];
+        // Rule: letters in the cells tell the axes beyond doubt.
+        const bool isFirstY = HasOnlyLetters(first.sample, kNorthSouth);
+        const bool isSecondY = HasOnlyLetters(second.sample, kNorthSouth);
+        if (isFirstY != isSecondY &&
+            (HasOnlyLetters(first.sample, kEastWest) || HasOnlyLetters(second.sample, kEastWest))) {
+            const std::size_t y = isFirstY ? index : index + 1;
+            return {{index + index + 1 - y, y, 0.9, true, false, false, {}, true}};
+        }
         if (!isFine(first) || !isFine(second) || first.sample.empty != second.sample.empty) {
             continue;
         }
@@ -152,6 +169,27 @@ std::vector<CoordinatePair> FindPairsByValue(const std::vector<CoordinateColumn>
 std::string DescribePair(const Plan& plan, std::size_t x, std::size_t y)
 {
     return "X " + QuoteName(plan.columns[x]) + ", Y " + QuoteName(plan.columns[y]);
+}
+
+bool SayOtherwise(const Plan& plan, const CoordinatePair& pair)
+{
+    // Words that name no axis, and nothing else either: `Column 3`, `GPS position 1`.
+    const auto isOpen = [](const std::string& token) {
+        static constexpr std::string_view kOpen[] = {
+            "col",      "column",     "field",  "var",   "variable", "value", "values",
+            "val",      "feld",       "spalte", "attr",  "data",     "coord", "coords",
+            "position", "coordinate", "pos",    "geo",   "gps",      "loc",   "coordinates",
+            "point",    "location",   "wgs",    "wgs84", "unnamed"};
+        return token.size() < 2 ||
+               std::find(std::begin(kOpen), std::end(kOpen), token) != std::end(kOpen);
+    };
+    const auto isOtherwise = [&](std::size_t column) {
+        const Names::Tokens tokens = Names::Cut(plan.columns[column].name);
+        return std::any_of(tokens.begin(), tokens.end(), [&](const std::string& token) {
+            return !isOpen(token.substr(0, token.find_first_of("0123456789")));
+        });
+    };
+    return isOtherwise(pair.x) || isOtherwise(pair.y);
 }
 
 std::vector<CoordinatePair> FindPairsByLetters(const CoordinateSearch& search,

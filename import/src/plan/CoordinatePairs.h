@@ -22,6 +22,7 @@ struct CoordinatePair
     bool isByName = false;
     bool isPacked = false;
     Values::EPacking packing = Values::EPacking::Minutes; ///< where it is
+    bool hasLetters = false;                              ///< in every cell, of both axes
 };
 
 /// Whether the values of a pair are degrees, and packed ones.
@@ -38,6 +39,9 @@ FindNamedPairs(const std::vector<CoordinateColumn>& columns);
 /// Neighbours with many decimals whose values can be degrees.
 [[nodiscard]] std::vector<CoordinatePair>
 FindPairsByValue(const std::vector<CoordinateColumn>& columns);
+
+/// Whether the names of a pair say something else than coordinates: `ph`, `conductivity`.
+[[nodiscard]] bool SayOtherwise(const Plan& plan, const CoordinatePair& pair);
 
 /// "X 'lon', Y 'lat'"
 [[nodiscard]] std::string DescribePair(const Plan& plan, std::size_t x, std::size_t y);

@@ -431,11 +431,16 @@ void Decide(const CoordinateSearch& search, const PlanRequest& request, Plan& pl
         pairs = {*ordered};
     }
     const CoordinatePair& best = pairs.front();
-    plan.coordinates.evidence.push_back({"neighbours with many decimals, values within degrees",
-                                         columns[best.x].sample.values.size(),
-                                         {}});
+    // Rule: values within degrees under names of something else prove nothing.
+    const bool isDoubtful =
+        search.hasNames && !ordered && !best.hasLetters && SayOtherwise(plan, best);
+    plan.coordinates.evidence.push_back(
+        {best.hasLetters ? "letters of hemispheres in the cells"
+                         : "neighbours with many decimals, values within degrees",
+         columns[best.x].sample.values.size(),
+         {}});
     plan.coordinates.confidence = EConfidence::Strong;
-    if (pairs.size() > 1) {
+    if (pairs.size() > 1 || isDoubtful) {
         plan.coordinates.confidence = EConfidence::Tie;
         std::vector<PlanAnswer> answers;
         answers.reserve(pairs.size());
@@ -443,7 +448,10 @@ void Decide(const CoordinateSearch& search, const PlanRequest& request, Plan& pl
             answers.push_back({pair.x, pair.y, {}, {}});
         }
         plan.questions.push_back(
-            {"axes", "Two columns can be degrees, and either can be the longitude.", answers});
+            {"axes",
+             isDoubtful ? "Two columns can be degrees by their values, but not by their names."
+                        : "Two columns can be degrees, and either can be the longitude.",
+             answers});
         return;
     }
     Settle(search, columns, best, plan);

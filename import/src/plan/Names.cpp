@@ -243,6 +243,19 @@ bool IsSign(std::string_view name, std::size_t at) noexcept
     return unit == "\xC2\xB0" || unit == "\xC2\xBA" || unit == "\xC2\xA0";
 }
 
+/// A word after capitals begins with its own: `GPSLatitude`; `UTMx` is one word.
+constexpr std::size_t kShortestTail = 2;
+
+/// The small letters that a text begins with.
+std::size_t CountSmall(std::string_view text) noexcept
+{
+    std::size_t count = 0;
+    while (count < text.size() && text[count] >= 'a' && text[count] <= 'z') {
+        ++count;
+    }
+    return count;
+}
+
 } // namespace
 
 Tokens Cut(std::string_view name)
@@ -257,7 +270,8 @@ Tokens Cut(std::string_view name)
             isInWord = false;
         } else {
             const bool isHump =
-                isInWord && IsUpper(unit) && Values::IsLetter(before) && !IsUpper(before);
+                isInWord && IsUpper(unit) && Values::IsLetter(before) &&
+                (!IsUpper(before) || CountSmall(name.substr(at + 1)) >= kShortestTail);
             if (!isInWord || isHump) {
                 tokens.emplace_back();
             }

@@ -10,6 +10,7 @@
 #include "scan/CountByte.h"
 #include "scan/FileScan.h"
 #include "scan/LineUnquoter.h"
+#include "values/Words.h"
 
 #include <Orvane/BNumbers.h>
 #include <Orvane/Import/Failure.h>
@@ -355,6 +356,12 @@ void AddFindings(const Scan::TextSource& source, const Scan::ScanFacts& facts, P
                "Another table begins, which is no part of this one.",
                facts.furtherTables);
     AddFinding(plan, "footer", false, "Lines after the last row.", facts.footers);
+    // Rule: a total as wide as the rows stays a row, and is pointed out.
+    if (facts.rows > 1 && facts.columns.size() > 1 && Values::IsTotalWord(facts.lastHead.text)) {
+        Scan::Occurrences total;
+        total.Add(facts.lastHead.position, facts.lastHead.text);
+        AddFinding(plan, "total-row", false, "The last row looks like a total of others.", total);
+    }
     static constexpr std::array<std::pair<const char*, const char*>, 5> kRepairs = {
         {{"", ""},
          {"repaired-quote",

@@ -232,7 +232,11 @@ void SayWhyText(const ColumnFacts& facts, PlanColumn& column)
         facts.Count(ECell::Integer) + facts.Count(ECell::Decimal) + facts.Count(ECell::Spelled);
     const std::uint64_t times =
         facts.Count(ECell::Date) + facts.Count(ECell::DateTime) + facts.Count(ECell::Time);
-    const std::uint64_t truths = facts.Count(ECell::Boolean);
+    // Letters alone, such as N and S, are rarely meant as truth values.
+    constexpr unsigned kWords =
+        Values::WordTrue | Values::WordFalse | Values::WordYes | Values::WordNo;
+    const std::uint64_t truths =
+        (facts.words & ~kWords) == 0 ? facts.Count(ECell::Boolean) : std::uint64_t{0};
     const auto add = [&](const char* what, std::uint64_t fitting, std::string against) {
         column.type.rivals.push_back(
             {what, static_cast<double>(fitting) / static_cast<double>(values), std::move(against)});

@@ -280,6 +280,35 @@ TEST(MakePlan, AsksWhereNamesOfDegreesStandOverOtherNumbers)
     EXPECT_EQ(plan.questions.front().answers[0].y, 1U);
 }
 
+TEST(MakePlan, AsksWhereValuesCanBeDegreesUnderNamesOfSomethingElse)
+{
+    std::string rows;
+    for (int i = 10; i < 30; ++i) {
+        rows +=
+            std::to_string(i) + ",7.12" + std::to_string(i) + ",145.12" + std::to_string(i) + "\n";
+    }
+    const Plan plan = PlanOf("id,ph,conductivity\n" + rows);
+    ASSERT_TRUE(HasQuestion(plan, "axes"));
+    EXPECT_EQ(plan.questions.front().text,
+              "Two columns can be degrees by their values, but not by their names.");
+    EXPECT_TRUE(PlanOf(rows).questions.empty());
+    EXPECT_TRUE(PlanOf("id,Column 2,Column 3\n" + rows).questions.empty());
+}
+
+TEST(MakePlan, PointsOutATotalAtTheEnd)
+{
+    const auto hasTotal = [](std::string_view bytes) {
+        const Plan plan = PlanOf(bytes);
+        return std::any_of(plan.findings.begin(), plan.findings.end(), [](const PlanFinding& each) {
+            return each.code == "total-row";
+        });
+    };
+    EXPECT_TRUE(hasTotal("id,word,n\n1,oak,3\n2,elm,4\nTotal,,7\n"));
+    EXPECT_TRUE(hasTotal("town,n\n\"Bern, Ost\",3\nBasel,4\n\"Mittelwert:\",3.5\n"));
+    EXPECT_FALSE(hasTotal("id,word,n\n1,oak,3\nTotal,,7\n2,elm,4\n"));
+    EXPECT_FALSE(hasTotal("id,word,n\n1,oak,3\n2,elm,4\nTotalia,,7\n"));
+}
+
 TEST(MakePlan, OffersTheFirstColumnsOfDecimalsWithoutNames)
 {
     const auto offeredX = [](std::string_view bytes) {
@@ -500,6 +529,28 @@ constexpr PointCase kPointCases[] = {
      2,
      1,
      EPlanNotation::Packed},
+    {"SecondsByADoubledQuote",
+     "id,lat,lon\n1,\"47\xC2\xB0"
+     "12'30\"\"N\",\"8\xC2\xB0"
+     "30'10\"\"E\"\n2,\"46 deg 12' 30.5\"\" N\",\"7 deg 30' 10\"\" E\"\n",
+     2,
+     1,
+     EPlanNotation::Sexagesimal},
+    {"LettersInTheCellsWithoutNames",
+     "47-12-30.5N,008-30-10E\n47-12-31.5N,008-30-11E\n",
+     1,
+     0,
+     EPlanNotation::Sexagesimal},
+    {"LettersInTheCellsUnderOtherNames",
+     "a b c\n008-30-10E 47-12-30.5N 5\n008-30-11E 47-12-31.5N 6\n",
+     0,
+     1,
+     EPlanNotation::Sexagesimal},
+    {"AWordAfterCapitals",
+     "id,GPSLongitude,GPSLatitude\n1,8.5,47.5\n2,7.5,46.5\n",
+     1,
+     2,
+     EPlanNotation::Decimal},
     {"PackedDegreesWithSeconds",
      "id,lat,lon\n1,473012,0083012.5\n2,473115,0083113\n",
      2,

@@ -83,6 +83,7 @@ struct ScanFacts
     std::array<Occurrences, kRepairs> repairs; ///< by ERepair; that of None is empty
     std::uint64_t openers = 0;
     std::uint64_t lastRowLine = 0; ///< the last line of the last row; 0 without rows
+    Example lastHead;              ///< the first cell of the last whole row, with its place
     std::size_t mostFields = 0;    ///< of a record of the table
     bool endsInsideRow = false;    ///< the last line has no ending, and fewer fields
 };

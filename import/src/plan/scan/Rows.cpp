@@ -178,8 +178,17 @@ void Rows::AddRows(const IndexedText& indexed, const std::uint32_t* ends, std::s
                                             indexed.hasQuotes,
                                             indexed.marks});
     }
+    const std::uint32_t* const last = ends + (rows - 1) * m_columns;
+    KeepLastHead(CellAt(indexed, last + FieldOf(0)),
+                 {m_line + rows - 1, indexed.byte + (last[-1] + 1U)});
     m_line += rows;
     m_facts.lastRowLine = m_line - 1;
+}
+
+void Rows::KeepLastHead(std::string_view cell, const Position& position)
+{
+    m_facts.lastHead.position = position;
+    m_facts.lastHead.text.assign(cell.substr(0, kExampleBytes));
 }
 
 bool Rows::AddNamesAgain(const std::vector<std::string_view>& cells,
@@ -464,6 +473,7 @@ void Rows::AddCells(std::string_view text, const Record& record, const Position&
                   position);
         return;
     }
+    KeepLastHead(record.Cell(text, FieldOf(0)), position);
     AddToSample(text, record, row);
     std::uint64_t line = position.line;
     for (std::size_t index = 0; index < m_columns; ++index) {

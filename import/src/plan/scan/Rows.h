@@ -96,6 +96,7 @@ private:
                   const Position& position,
                   std::string_view line);
     void AddCells(std::string_view text, const Record& record, const Position& position);
+    void KeepLastHead(std::string_view cell, const Position& position);
     void AddToSample(std::string_view text, const Record& record, std::uint64_t row);
     void WatchRows(const IndexedText& indexed, const std::uint32_t* ends, std::size_t rows);
     [[nodiscard]] std::size_t FieldOf(std::size_t column) const;

@@ -135,8 +135,9 @@ private:
             ++m_at;
             return EMark::Degree;
         }
+        // A quote is doubled inside quotes, and a scan reads cells as they stand.
         if (Peek() == '"' || (Peek() == '\'' && Peek(1) == '\'')) {
-            m_at += Peek() == '"' ? 1U : 2U;
+            m_at += Peek(1) == Peek() ? 2U : 1U;
             return EMark::Second;
         }
         if (Peek() == '\'') {

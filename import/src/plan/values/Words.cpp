@@ -155,6 +155,53 @@ bool IsNumberWithUnit(std::string_view cell) noexcept
     return !isLetter && IsUnit(unit) && ReadNumber(text.substr(0, last + 1)).notations != 0;
 }
 
+bool IsTotalWord(std::string_view cell) noexcept
+{
+    static constexpr std::string_view kWords[] = {"total",
+                                                  "totals",
+                                                  "grand total",
+                                                  "subtotal",
+                                                  "sub-total",
+                                                  "sum",
+                                                  "sums",
+                                                  "average",
+                                                  "avg",
+                                                  "mean",
+                                                  "median",
+                                                  "min",
+                                                  "max",
+                                                  "count",
+                                                  "overall",
+                                                  "summe",
+                                                  "gesamt",
+                                                  "gesamtsumme",
+                                                  "zwischensumme",
+                                                  "mittel",
+                                                  "mittelwert",
+                                                  "durchschnitt",
+                                                  "totale",
+                                                  "somma",
+                                                  "media",
+                                                  "somme",
+                                                  "moyenne",
+                                                  "suma",
+                                                  "promedio",
+                                                  "total general",
+                                                  "totaal",
+                                                  "gemiddeld",
+                                                  "gemiddelde",
+                                                  "totalt",
+                                                  "summa",
+                                                  "medel",
+                                                  "medelv\xC3\xA4rde",
+                                                  "soma"};
+    std::string_view text = Trim(cell);
+    if (!text.empty() && text.back() == ':') {
+        text = Trim(text.substr(0, text.size() - 1));
+    }
+    return !text.empty() && IsOneOf(text, kWords);
+}
+
 bool IsRule(std::string_view cell) noexcept
 {
     const std::string_view text = Trim(cell);

@@ -36,6 +36,9 @@ enum BooleanWord : std::uint8_t {
 /// Whether a cell is a number with its unit: `13 ft`, `2.5m`.
 [[nodiscard]] bool IsNumberWithUnit(std::string_view cell) noexcept;
 
+/// Whether a cell heads a row that sums up others: `Total`, `Grand total:`, `Mittelwert`.
+[[nodiscard]] bool IsTotalWord(std::string_view cell) noexcept;
+
 /// Whether a cell is a line of two or more dashes or equal signs.
 [[nodiscard]] bool IsRule(std::string_view cell) noexcept;
 
