@@ -1535,6 +1535,18 @@ class LibrariesTest(CliTest):
         self.assertEqual(
             self.succeed("plan", "d.csv", "--json").json["coordinateSystem"]["value"], "EPSG:4301")
 
+    def test_a_file_that_names_no_system_is_told_quietly(self):
+        for text in ("none", 'GEOGCS["half'):
+            self.write("m.prj", text)
+            result = self.succeed("plan", "m.csv")
+            self.assertEqual(result.err, "")
+            self.assertIn("the file m.prj names no system of EPSG", result.out)
+
+    def test_the_system_of_a_shapefile_is_that_of_a_table_beside_it(self):
+        self.succeed("import", "m.csv", "m.shp", "--crs", "EPSG:25832")
+        self.assertEqual(
+            self.succeed("plan", "m.csv", "--json").json["coordinateSystem"]["value"], "EPSG:25832")
+
 
 class ImportColumnsTest(CliTest):
     def columns_of(self, header, *arguments):

@@ -92,6 +92,19 @@ std::string TextOf(const char* text)
     return text != nullptr ? text : "";
 }
 
+/// "AUTHORITY:CODE"; empty without one.
+std::string NameOf(const OGRSpatialReference& system)
+{
+    const std::string authority = TextOf(system.GetAuthorityName(nullptr));
+    const std::string code = TextOf(system.GetAuthorityCode(nullptr));
+    return authority.empty() || code.empty() ? std::string() : authority + ":" + code;
+}
+
+struct Releaser
+{
+    void operator()(OGRSpatialReference* system) const { system->Release(); }
+};
+
 } // namespace
 
 std::shared_ptr<OGRSpatialReference> FindReference(const std::string& text)
@@ -129,15 +142,21 @@ std::shared_ptr<const KnownSystem> FindSystem(const std::string& text)
 
 std::string IdentifySystem(const std::string& wkt)
 {
+    const GdalMessages messages;
     OGRSpatialReference system;
     if (system.importFromWkt(wkt.c_str()) != OGRERR_NONE) {
         return {};
     }
     system.AutoIdentifyEPSG();
-    const char* const authority = system.GetAuthorityName(nullptr);
-    const char* const code = system.GetAuthorityCode(nullptr);
-    return authority == nullptr || code == nullptr ? std::string()
-                                                   : std::string(authority) + ":" + code;
+    std::string named = NameOf(system);
+    if (named.empty()) {
+        // Files of many programs have names of their own for datums, and no code.
+        constexpr int kLeastConfidence = 90;
+        const std::unique_ptr<OGRSpatialReference, Releaser> found(
+            system.FindBestMatch(kLeastConfidence, "EPSG", nullptr));
+        named = found ? NameOf(*found) : std::string();
+    }
+    return named;
 }
 
 } // namespace Orvane::Import::Gdal

@@ -62,7 +62,11 @@ void DecideSystem(const std::vector<CoordinateColumn>& columns, bool isPlaced, P
         system.value = "undefined Cartesian";
         system.decider = EDecider::Default;
         system.confidence = EConfidence::Strong;
-        system.evidence.push_back({"no file .prj, and no degrees", 0, {}});
+        system.evidence.push_back(
+            {file.empty() ? "no file .prj, and no degrees"
+                          : "the file " + file + " names no system of EPSG, and no degrees",
+             0,
+             {}});
         return;
     }
     const SampleValues& x = columns[*found.x].sample;

@@ -21,7 +21,8 @@ struct SystemSearch
     std::string texts;
 };
 
-/// "AUTHORITY:CODE" of a well-known text; empty when it names none, or is none.
+/// "AUTHORITY:CODE" of a well-known text, also of one that has no code and other names for the
+/// same; empty when it is no system of EPSG, or none at all.
 /// @throws ImportFailure `library-load`
 [[nodiscard]] std::string IdentifySystem(const std::string& wkt);
 

@@ -135,4 +135,29 @@ TEST(IdentifySystem, NamesTheSystemOfAText)
     EXPECT_EQ(Orvane::Import::IdentifySystem("none"), "");
 }
 
+TEST(IdentifySystem, FindsTheSystemOfATextWithOtherNamesAndNoCode)
+{
+    EXPECT_EQ(Orvane::Import::IdentifySystem(
+                  R"(PROJCS["ETRS_1989_UTM_Zone_32N",GEOGCS["GCS_ETRS_1989",DATUM["D_ETRS_1989",)"
+                  R"(SPHEROID["GRS_1980",6378137.0,298.257222101]],PRIMEM["Greenwich",0.0],)"
+                  R"(UNIT["Degree",0.0174532925199433]],PROJECTION["Transverse_Mercator"],)"
+                  R"(PARAMETER["False_Easting",500000.0],PARAMETER["False_Northing",0.0],)"
+                  R"(PARAMETER["Central_Meridian",9.0],PARAMETER["Scale_Factor",0.9996],)"
+                  R"(PARAMETER["Latitude_Of_Origin",0.0],UNIT["Meter",1.0]])"),
+              "EPSG:25832");
+    EXPECT_EQ(Orvane::Import::IdentifySystem(
+                  R"(GEOGCS["GCS_WGS_1984",DATUM["D_WGS_1984",SPHEROID["WGS_1984",6378137.0,)"
+                  R"(298.257223563]],PRIMEM["Greenwich",0.0],UNIT["Degree",0.0174532925199433]])"),
+              "EPSG:4326");
+    // A system of one's own is not taken for the nearest one.
+    EXPECT_EQ(Orvane::Import::IdentifySystem(
+                  R"(PROJCS["Site 7",GEOGCS["GCS_ETRS_1989",DATUM["D_ETRS_1989",)"
+                  R"(SPHEROID["GRS_1980",6378137.0,298.257222101]],PRIMEM["Greenwich",0.0],)"
+                  R"(UNIT["Degree",0.0174532925199433]],PROJECTION["Transverse_Mercator"],)"
+                  R"(PARAMETER["False_Easting",1000.0],PARAMETER["False_Northing",0.0],)"
+                  R"(PARAMETER["Central_Meridian",8.7],PARAMETER["Scale_Factor",1.0],)"
+                  R"(PARAMETER["Latitude_Of_Origin",47.0],UNIT["Meter",1.0]])"),
+              "");
+}
+
 } // namespace
