@@ -1540,7 +1540,21 @@ class LibrariesTest(CliTest):
             self.write("m.prj", text)
             result = self.succeed("plan", "m.csv")
             self.assertEqual(result.err, "")
-            self.assertIn("the file m.prj names no system of EPSG", result.out)
+            self.assertIn("The file m.prj names no system of EPSG.", result.out)
+
+    def test_a_system_that_the_coordinates_cannot_have_is_not_applied(self):
+        self.succeed("import", "m.csv", "m.shp", "--crs", "EPSG:25832")
+        shutil.copy(self.path("m.prj"), self.path("d.prj"))
+        plan = self.succeed("plan", "d.csv", "--json").json
+        self.assertEqual(plan["coordinateSystem"]["value"], "EPSG:4326")
+        self.assertEqual([finding["text"] for finding in plan["findings"]],
+                         ["The file d.prj names EPSG:25832, a system of metres or feet, and X and Y are degrees: it "
+                          "is not applied."])
+        self.write("small.csv", "x,y,n\n12.5123,47.3123,1\n8.5234,47.4123,2\n8.5345,40.5123,3\n")
+        shutil.copy(self.path("m.prj"), self.path("small.prj"))
+        plan = self.succeed("plan", "small.csv", "--json").json
+        self.assertEqual(plan["coordinateSystem"]["value"], "EPSG:25832")
+        self.assertEqual(plan["coordinates"]["value"]["notation"], "Cartesian")
 
     def test_the_system_of_a_shapefile_is_that_of_a_table_beside_it(self):
         self.succeed("import", "m.csv", "m.shp", "--crs", "EPSG:25832")

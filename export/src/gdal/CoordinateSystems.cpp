@@ -140,7 +140,7 @@ std::shared_ptr<const KnownSystem> FindSystem(const std::string& text)
     return std::make_shared<const KnownSystem>(std::move(system));
 }
 
-std::string IdentifySystem(const std::string& wkt)
+NamedSystem IdentifySystem(const std::string& wkt)
 {
     const GdalMessages messages;
     OGRSpatialReference system;
@@ -148,13 +148,13 @@ std::string IdentifySystem(const std::string& wkt)
         return {};
     }
     system.AutoIdentifyEPSG();
-    std::string named = NameOf(system);
-    if (named.empty()) {
+    NamedSystem named{NameOf(system), system.IsGeographic() != 0};
+    if (named.name.empty()) {
         // Files of many programs have names of their own for datums, and no code.
         constexpr int kLeastConfidence = 90;
         const std::unique_ptr<OGRSpatialReference, Releaser> found(
             system.FindBestMatch(kLeastConfidence, "EPSG", nullptr));
-        named = found ? NameOf(*found) : std::string();
+        named.name = found ? NameOf(*found) : std::string();
     }
     return named;
 }

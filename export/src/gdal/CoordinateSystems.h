@@ -19,7 +19,7 @@ namespace Orvane::Import::Gdal {
 [[nodiscard]] std::shared_ptr<const KnownSystem> FindSystem(const std::string& text);
 
 /// As Import::IdentifySystem
-[[nodiscard]] std::string IdentifySystem(const std::string& wkt);
+[[nodiscard]] NamedSystem IdentifySystem(const std::string& wkt);
 
 /// As Import::RankSystems
 [[nodiscard]] std::vector<PlanRival> RankSystems(const SystemSearch& search);

@@ -80,6 +80,7 @@ enum class ELint : std::uint8_t {
     LongitudePast180,
     SeveralZones,
     LetterO,
+    ProjectionFile,
     QuotedLines,
     EncodingDoubtful,
 };

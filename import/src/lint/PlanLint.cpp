@@ -264,6 +264,7 @@ void PlanLint::FindOthers()
         {"several-zones", ELint::SeveralZones},
         {"total-row", ELint::TotalRow},
         {"letter-o", ELint::LetterO},
+        {"projection-file", ELint::ProjectionFile},
         {"quoted-lines", ELint::QuotedLines},
         {"encoding-doubtful", ELint::EncodingDoubtful},
     };

@@ -23,7 +23,7 @@ namespace {
 using Names::EAxis;
 
 /// The system that a .prj file beside the data names; empty without one.
-std::string ReadProjectionFile(const std::string& path, std::string& file)
+NamedSystem ReadProjectionFile(const std::string& path, std::string& file)
 {
     std::filesystem::path beside(path);
     beside.replace_extension(".prj");
@@ -51,24 +51,6 @@ void DecideSystem(const std::vector<CoordinateColumn>& columns, bool isPlaced, P
     if (!found.x) {
         return;
     }
-    std::string file;
-    const std::string stated = ReadProjectionFile(plan.path, file);
-    if (!stated.empty()) {
-        system.value = stated;
-        system.evidence.push_back({"the file " + file, 1, {}});
-        return;
-    }
-    if (found.notation == EPlanNotation::Cartesian) {
-        system.value = "undefined Cartesian";
-        system.decider = EDecider::Default;
-        system.confidence = EConfidence::Strong;
-        system.evidence.push_back(
-            {file.empty() ? "no file .prj, and no degrees"
-                          : "the file " + file + " names no system of EPSG, and no degrees",
-             0,
-             {}});
-        return;
-    }
     const SampleValues& x = columns[*found.x].sample;
     const bool isNamed = columns[*found.y].axis == EAxis::Latitude;
     const bool hasLetters =
@@ -77,7 +59,43 @@ void DecideSystem(const std::vector<CoordinateColumn>& columns, bool isPlaced, P
             return column.role == EPlanRole::XHemisphere;
         });
     const bool isPast = x.most > 90 || x.least < -90;
-    if (isNamed || hasLetters || isPast || isPlaced) {
+    const bool areDegrees = isNamed || hasLetters || isPast || isPlaced;
+    std::string file;
+    const NamedSystem stated = ReadProjectionFile(plan.path, file);
+    if (!stated.name.empty() && !stated.isGeographic && !areDegrees &&
+        found.notation == EPlanNotation::Decimal) {
+        // Small numbers alone are no degrees where the file beside them says metres.
+        plan.coordinates.value.notation = EPlanNotation::Cartesian;
+    }
+    const bool isCartesian = found.notation == EPlanNotation::Cartesian;
+    if (!stated.name.empty() && stated.isGeographic != isCartesian) {
+        system.value = stated.name;
+        system.evidence.push_back({"the file " + file, 1, {}});
+        return;
+    }
+    if (!file.empty()) {
+        // Rule: a system is never put on coordinates that it cannot have.
+        plan.findings.push_back(
+            {"projection-file",
+             false,
+             stated.name.empty()
+                 ? "The file " + file + " names no system of EPSG."
+                 : "The file " + file + " names " + stated.name + ", a system of " +
+                       (stated.isGeographic ? "degrees, which X and Y are not"
+                                            : "metres or feet, and X and Y are degrees") +
+                       ": it is not applied.",
+             1,
+             {}});
+    }
+    if (isCartesian) {
+        system.value = "undefined Cartesian";
+        system.decider = EDecider::Default;
+        system.confidence = EConfidence::Strong;
+        system.evidence.push_back(
+            {file.empty() ? "no file .prj, and no degrees" : "no degrees", 0, {}});
+        return;
+    }
+    if (areDegrees) {
         system.value = "EPSG:4326";
         system.confidence = EConfidence::Strong;
         system.evidence.push_back({isNamed      ? "names of latitude and longitude"

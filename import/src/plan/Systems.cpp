@@ -14,7 +14,7 @@ const SystemServices& LoadServices()
 
 } // namespace
 
-std::string IdentifySystem(const std::string& wkt)
+NamedSystem IdentifySystem(const std::string& wkt)
 {
     return LoadServices().identify(wkt);
 }

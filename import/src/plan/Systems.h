@@ -21,10 +21,17 @@ struct SystemSearch
     std::string texts;
 };
 
-/// "AUTHORITY:CODE" of a well-known text, also of one that has no code and other names for the
-/// same; empty when it is no system of EPSG, or none at all.
+/// A coordinate system that a text names.
+struct NamedSystem
+{
+    std::string name; ///< "AUTHORITY:CODE"; empty without one
+    bool isGeographic = false;
+};
+
+/// The system of a well-known text, also of one that has no code and other names for the same; its
+/// name is empty when it is no system of EPSG, or none at all.
 /// @throws ImportFailure `library-load`
-[[nodiscard]] std::string IdentifySystem(const std::string& wkt);
+[[nodiscard]] NamedSystem IdentifySystem(const std::string& wkt);
 
 /// The systems of EPSG's list, deprecated ones aside, in whose area of use the points lie: a value
 /// "EPSG:25832", the share of points inside, and the name; at most 12, the likeliest first.
@@ -40,7 +47,7 @@ struct SystemSearch
 /// "kOrvaneSystemServices".
 struct SystemServices
 {
-    std::string (*identify)(const std::string& wkt);
+    NamedSystem (*identify)(const std::string& wkt);
     std::vector<PlanRival> (*rank)(const SystemSearch& search);
 };
 

@@ -131,8 +131,8 @@ TEST(GdalLibrary, SaysWhatItDoesNotHave)
 TEST(IdentifySystem, NamesTheSystemOfAText)
 {
     const std::string text = FindCoordinateSystem("EPSG:2056")->makeWkt(EWkt::First);
-    EXPECT_EQ(Orvane::Import::IdentifySystem(text), "EPSG:2056");
-    EXPECT_EQ(Orvane::Import::IdentifySystem("none"), "");
+    EXPECT_EQ(Orvane::Import::IdentifySystem(text).name, "EPSG:2056");
+    EXPECT_EQ(Orvane::Import::IdentifySystem("none").name, "");
 }
 
 TEST(IdentifySystem, FindsTheSystemOfATextWithOtherNamesAndNoCode)
@@ -143,11 +143,13 @@ TEST(IdentifySystem, FindsTheSystemOfATextWithOtherNamesAndNoCode)
                   R"(UNIT["Degree",0.0174532925199433]],PROJECTION["Transverse_Mercator"],)"
                   R"(PARAMETER["False_Easting",500000.0],PARAMETER["False_Northing",0.0],)"
                   R"(PARAMETER["Central_Meridian",9.0],PARAMETER["Scale_Factor",0.9996],)"
-                  R"(PARAMETER["Latitude_Of_Origin",0.0],UNIT["Meter",1.0]])"),
+                  R"(PARAMETER["Latitude_Of_Origin",0.0],UNIT["Meter",1.0]])")
+                  .name,
               "EPSG:25832");
     EXPECT_EQ(Orvane::Import::IdentifySystem(
                   R"(GEOGCS["GCS_WGS_1984",DATUM["D_WGS_1984",SPHEROID["WGS_1984",6378137.0,)"
-                  R"(298.257223563]],PRIMEM["Greenwich",0.0],UNIT["Degree",0.0174532925199433]])"),
+                  R"(298.257223563]],PRIMEM["Greenwich",0.0],UNIT["Degree",0.0174532925199433]])")
+                  .name,
               "EPSG:4326");
     // A system of one's own is not taken for the nearest one.
     EXPECT_EQ(Orvane::Import::IdentifySystem(
@@ -156,7 +158,8 @@ TEST(IdentifySystem, FindsTheSystemOfATextWithOtherNamesAndNoCode)
                   R"(UNIT["Degree",0.0174532925199433]],PROJECTION["Transverse_Mercator"],)"
                   R"(PARAMETER["False_Easting",1000.0],PARAMETER["False_Northing",0.0],)"
                   R"(PARAMETER["Central_Meridian",8.7],PARAMETER["Scale_Factor",1.0],)"
-                  R"(PARAMETER["Latitude_Of_Origin",47.0],UNIT["Meter",1.0]])"),
+                  R"(PARAMETER["Latitude_Of_Origin",47.0],UNIT["Meter",1.0]])")
+                  .name,
               "");
 }
 
