@@ -287,6 +287,9 @@ std::string DescribeRequest(const ImportFailure& failure, const std::vector<std:
         }
         return text + "?";
     }
+    if (failure.Is("unknown-format")) {
+        return Begin(fields) + TerminalText::Escape(fields.what) + " 'orvane formats' lists more.";
+    }
     if (failure.Is("crs-unknown")) {
         return Begin(fields) + TerminalText::Escape(fields.what) +
                " Give it by --crs AUTHORITY:CODE, or write a GeoPackage, which can do without; "

@@ -1761,7 +1761,7 @@ class ImportFailuresTest(CliTest):
              "The extension of the output 'out.SHP' must be written in small letters: .shp."),
             (("none.csv", "out.xyz"),
              "No format is known for the output 'out.xyz'; its extension must be one of .gpkg, .fgb, "
-             ".geojson, .json, .geojsonl, .geojsons, .shp, .csv."),
+             ".geojson, .json, .geojsonl, .geojsons, .shp, .csv. 'orvane formats' lists more."),
             (("none.csv", "out.gpkg", "--crs", "EPSG:0"), "The coordinate system 'EPSG:0' is not known."),
             (("none.csv", "out.gpkg", "--crs", "WGS84"),
              "The coordinate system 'WGS84' is not written as AUTHORITY:CODE, for example EPSG:4326."),

@@ -38,7 +38,7 @@ CASES = {
         {"a.csv": XY},
         ["import", "a.csv", "a.xyz"],
         "No format is known for the output 'a.xyz'; its extension must be one of .gpkg, .fgb, .geojson, .json, "
-        ".geojsonl, .geojsons, .shp, .csv.",
+        ".geojsonl, .geojsons, .shp, .csv. 'orvane formats' lists more.",
         2),
     "extension-case": (
         {"a.csv": XY},
