@@ -21,9 +21,9 @@ class WriterState;
 class CheckedFiles
 {
 public:
-    /// Called with each read and write; must not throw. @return false: this one and every further
-    /// one fails, with nothing read or written, which ends the writer's work soon. That is no
-    /// failure of a file.
+    /// Called with each read and write, also after it has said to stop; must not throw.
+    /// @return false: this one and every further one fails, with nothing read or written, which
+    /// ends the writer's work soon. That is no failure of a file.
     using Step = std::function<bool()>;
 
     enum class EUse {

@@ -34,10 +34,12 @@ TargetCounts Count(const std::filesystem::path& file,
     // Some drivers read all of a file when they open it.
     std::exception_ptr thrown;
     const CheckedFiles files(CheckedFiles::EUse::Reading, [&] {
-        try {
-            follow(counts.rows);
-        } catch (...) {
-            thrown = std::current_exception();
+        if (thrown == nullptr) {
+            try {
+                follow(counts.rows);
+            } catch (...) {
+                thrown = std::current_exception();
+            }
         }
         return thrown == nullptr;
     });

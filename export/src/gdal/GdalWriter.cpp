@@ -127,13 +127,13 @@ private:
     /// Comes with each operation of the driver's on a file.
     bool Step()
     {
-        const bool goesOn = m_request.progress.Report(m_rows);
-        if ((!goesOn || m_hasFailed) && KeepsRows() && m_layer != nullptr) {
-            // Packing goes from row to row, and would not end because the file does not take them:
-            // there are no more.
+        m_goesOn = m_goesOn && m_request.progress.Report(m_rows);
+        if ((!m_goesOn || m_hasFailed) && KeepsRows() && m_layer != nullptr) {
+            // Packing goes from row to row, and does not end where nothing can be written: it ends
+            // where there are no more rows.
             static_cast<void>(m_layer->SetNextByIndex(static_cast<GIntBig>(m_rows)));
         }
-        return goesOn;
+        return m_goesOn;
     }
 
     /// Packs the rows while the layer is there for Step.
@@ -379,6 +379,7 @@ private:
     bool m_hasHeights;
     bool m_hasTransactions = false;
     bool m_hasFailed = false;
+    bool m_goesOn = true; ///< nobody has said to stop while a file was in use
     int m_firstField = 0; ///< of the feature: that of the first attribute
     std::uint64_t m_rows = 0;
     CheckedFiles m_files;
