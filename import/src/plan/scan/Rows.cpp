@@ -304,8 +304,9 @@ void Rows::AddRecord(std::string_view text, std::uint64_t byte, const Record& re
     if (!isCopy && isFirstName && AddNamesAgain(m_cells, position, line)) {
         return;
     }
-    // Rule: names of another table begin it, after a blank line or with more columns.
-    const bool isOther = isNamed && m_facts.rows > 0 && (m_isAfterBlank || fields > m_columns) &&
+    // Rule: names of another table begin it, after a blank line or with more columns; where the
+    // first has no names, with more columns.
+    const bool isOther = m_facts.rows > 0 && ((isNamed && m_isAfterBlank) || fields > m_columns) &&
                          fields >= m_columns && AreOtherNames(m_cells);
     if (isCopy || isOther) {
         m_isOver = true;
@@ -364,7 +365,8 @@ bool Rows::IsSparse(std::string_view text, const Record& record) const
         return false;
     }
     const CellForm* forms = m_request.head.forms.data();
-    bool isOdd = m_profiles[ColumnOf(0)].IsMisfit(record.Cell(text, 0));
+    const std::string_view first = record.Cell(text, 0);
+    bool isOdd = m_profiles[ColumnOf(0)].IsMisfit(first) || !forms[ColumnOf(0)].Fits(first);
     for (std::size_t index = 1; index < m_columns && !isOdd; ++index) {
         isOdd = !forms[ColumnOf(index)].Fits({});
     }

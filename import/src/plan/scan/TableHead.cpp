@@ -249,6 +249,12 @@ void LookAtRows(const std::vector<HeadRecord>& head, std::size_t from, TableHead
 {
     table.forms.assign(table.columns, {});
     table.commentMarks = {"#", "%", "!", "//"};
+    const auto add = [&](const HeadRecord& record) {
+        for (std::size_t column = 0; column < table.columns; ++column) {
+            table.forms[column].Add(record.cells[column], record.Kind(column));
+        }
+    };
+    std::vector<const HeadRecord*> lone; ///< records with nothing after their first cell
     for (std::size_t row = from; row < head.size(); ++row) {
         const HeadRecord& record = head[row];
         if (record.cells.size() != table.columns || record.isBlank || record.isRepaired) {
@@ -261,8 +267,19 @@ void LookAtRows(const std::vector<HeadRecord>& head, std::size_t from, TableHead
         const bool isNames =
             std::find(table.namesCells.begin(), table.namesCells.end(), TrimCells(record)) !=
             table.namesCells.end();
-        for (std::size_t column = 0; column < table.columns && !isNames; ++column) {
-            table.forms[column].Add(record.cells[column], record.Kind(column));
+        if (isNames) {
+            continue;
+        }
+        if (table.columns > 2 && !record.cells.front().empty() && CountFilled(record) == 1) {
+            lone.push_back(&record);
+        } else {
+            add(record);
+        }
+    }
+    // Rule: a title or a footer that is padded with separators says nothing of the columns.
+    for (const HeadRecord* record : lone) {
+        if (table.forms.front().Fits(record->cells.front())) {
+            add(*record);
         }
     }
 }
