@@ -147,7 +147,9 @@ void PlanLint::FindInColumns()
         if (column.role == EPlanRole::TrailingSeparator) {
             addNamed(ELint::TrailingSeparator,
                      column,
-                     "A separator at the end of the names line makes an empty column.");
+                     column.index + 1 == columns.size()
+                         ? "A separator at the end of the names line makes an empty column."
+                         : "Separators that stand in pairs make an empty column.");
         } else if (column.name.empty()) {
             addNamed(ELint::EmptyName,
                      column,

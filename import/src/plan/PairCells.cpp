@@ -4,7 +4,9 @@
 #include "CoordinatePairs.h"
 #include "values/FoldedCell.h"
 
+#include <algorithm>
 #include <cstddef>
+#include <cstdint>
 #include <string>
 #include <string_view>
 
@@ -117,10 +119,53 @@ EPair ReadPair(std::string_view cell)
     return isPair ? EPair::Pair : EPair::None;
 }
 
+/// The character past ASCII that stands in each line equally often, in a file of one column.
+std::string FindForeignSeparator(const SampleRows& rows)
+{
+    constexpr std::size_t kFewestRows = 3;
+    if (rows.size() < kFewestRows) {
+        return {};
+    }
+    const auto count = [](std::string_view text, std::string_view character) {
+        std::size_t found = 0;
+        for (std::size_t at = text.find(character); at != std::string_view::npos;
+             at = text.find(character, at + character.size())) {
+            ++found;
+        }
+        return found;
+    };
+    const std::string_view line = rows.front().Cell(0);
+    for (std::size_t at = 0; at < line.size();) {
+        std::size_t end = at + 1;
+        while (end < line.size() && (static_cast<unsigned char>(line[end]) & 0xC0U) == 0x80U) {
+            ++end;
+        }
+        const std::string character(line.substr(at, end - at));
+        at = end;
+        const std::size_t times = count(line, character);
+        const auto isEven = [&](const Scan::SampleRow& row) {
+            return count(row.Cell(0), character) == times;
+        };
+        if (static_cast<signed char>(character.front()) < 0 &&
+            std::all_of(rows.begin(), rows.end(), isEven)) {
+            return character;
+        }
+    }
+    return {};
+}
+
 } // namespace
 
 std::string DescribePairCells(const SampleRows& rows, const Plan& plan)
 {
+    if (plan.columns.size() == 1) {
+        const std::string separator = FindForeignSeparator(rows);
+        if (!separator.empty()) {
+            return "The same number of '" + separator +
+                   "' is in each line: columns are cut at characters of ASCII only; put a tab in "
+                   "its place.";
+        }
+    }
     for (const PlanColumn& column : plan.columns) {
         if (column.type.value != EPlanType::Text && column.type.value != EPlanType::Angle) {
             continue;

@@ -478,6 +478,32 @@ void FindSentinels(const Scan::ColumnFacts& facts, const PlanColumn& column, Pla
     }
 }
 
+/// Rule: where separators stand in pairs (`a||b`) the empty columns between are none.
+void DropColumnsOfPairs(Plan& plan)
+{
+    constexpr std::size_t kFewestColumns = 5;
+    constexpr std::uint64_t kFewestRows = 2;
+    const auto isOfPair = [](const PlanColumn& column) {
+        return column.name.empty() && column.values == 0 && column.nullWords == 0;
+    };
+    std::vector<PlanColumn>& columns = plan.columns;
+    if (plan.isAllText || columns.size() < kFewestColumns || columns.size() % 2 == 0 ||
+        plan.shape.rows < kFewestRows ||
+        plan.shape.separator.value.kind != EPlanSeparation::Character) {
+        return;
+    }
+    for (std::size_t index = 0; index < columns.size(); ++index) {
+        if (isOfPair(columns[index]) != (index % 2 == 1)) {
+            return;
+        }
+    }
+    for (std::size_t index = 1; index < columns.size(); index += 2) {
+        columns[index].role = EPlanRole::TrailingSeparator;
+    }
+    plan.shape.separator.evidence.push_back(
+        {"columns between separators that stand in pairs", columns.size() / 2, {}});
+}
+
 void PlanColumnsOf(const Scan::ScanFacts& facts, const Scan::TableHead& head, Plan& plan)
 {
     const DecimalSigns signs = FindDecimalSigns(facts.columns);
@@ -514,6 +540,7 @@ void PlanColumnsOf(const Scan::ScanFacts& facts, const Scan::TableHead& head, Pl
             last.role = EPlanRole::TrailingSeparator;
         }
     }
+    DropColumnsOfPairs(plan);
 }
 
 /// Whether lines that look like comments are rows: they have the table's count of fields.

@@ -177,6 +177,50 @@ const HeadCase kHeadCases[] = {
      "id|lon|lat",
      12,
      "1 2"},
+    {"WordsOverValuesInAllLinesProveAnUnusualSeparator",
+     "id/lon/lat/n\n" + Lines(12, [](int i) { return Point(i, "/") + "/" + Number(i); }),
+     "'/'",
+     "id|lon|lat|n",
+     12,
+     "1 2"},
+    {"DatesOfOneColumnAreNotCut",
+     "day\n" + Lines(12, [](int i) { return "2021/03/" + Number(i); }),
+     "one column",
+     "day",
+     12,
+     ""},
+    {"SeparatorsInPairsMakeNoColumnsOfPoints",
+     "id||lon||lat\n" + Lines(12, [](int i) { return Point(i, "||"); }),
+     "bar",
+     "id||lon||lat",
+     12,
+     "2 4"},
+    {"AFooterPaddedWithSeparatorsIsNoRowOfTexts",
+     "code,name,lon,lat\n" + Lines(12, [](int i) { return "K" + Number(i) + ",n" + Point(i); }) +
+         "Source: the office,,,\n",
+     "comma",
+     "code|name|lon|lat",
+     12,
+     "2 3"},
+    {"AWiderTableEndsOneWithoutNames",
+     Lines(12,
+           [](int i) {
+               return "K" + Number(i) + ",n1" + Number(i) + ",8.5" + Number(i) + ",147.3" +
+                      Number(i);
+           }) +
+         "first,second,third,fourth,fifth,sixth\n" +
+         Lines(6, [](int i) { return Point(i) + "," + Point(i); }),
+     "comma",
+     "|||",
+     12,
+     "3 2"},
+    {"DecimalsAreNoNamesOfRows",
+     "lon,lat\n" +
+         Lines(12, [](int i) { return "8.5" + Number(i) + ",47.3" + Number(i) + "," + Number(i); }),
+     "comma",
+     "lon|lat|",
+     12,
+     "0 1"},
     {"AnOpenQuoteAtTheEndOfTheFileIsACutRow",
      "id,lon,lat,name\n" + Lines(12, [](int i) { return Point(i) + ",\"a b\""; }) +
          "30,8.6,47.6,\"a lon",
@@ -388,6 +432,28 @@ const HeadCase kHeadCases[] = {
 INSTANTIATE_TEST_SUITE_P(, PlanHead, testing::ValuesIn(kHeadCases), [](const auto& row) {
     return std::string(row.param.name);
 });
+
+TEST(PlanHeads, ASeparatorPastAsciiIsNamedInTheQuestion)
+{
+    const MadeFile file("id\xC2\xA7lon\xC2\xA7lat\n" +
+                        Lines(12, [](int i) { return Point(i, "\xC2\xA7"); }));
+    const Plan plan = MakePlan(file.Path(), {});
+    ASSERT_EQ(plan.questions.size(), 1U);
+    EXPECT_EQ(
+        plan.questions[0].text,
+        "No columns of coordinates were found. The same number of '\xC2\xA7' is in each line: "
+        "columns are cut at characters of ASCII only; put a tab in its place.");
+}
+
+TEST(PlanHeads, SeparatorsInPairsMakeNoColumns)
+{
+    const MadeFile file("id||lon||lat\n" + Lines(12, [](int i) { return Point(i, "||"); }));
+    const Plan plan = MakePlan(file.Path(), {});
+    ASSERT_EQ(plan.columns.size(), 5U);
+    for (const PlanColumn& column : plan.columns) {
+        EXPECT_EQ(column.role == EPlanRole::TrailingSeparator, column.index % 2 == 1);
+    }
+}
 
 TEST(PlanHeads, ACharacterCutByTheEndOfTheFileLeavesUtf8)
 {

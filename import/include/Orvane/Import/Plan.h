@@ -231,7 +231,8 @@ enum class EPlanRole : std::uint8_t {
     YMinutes,
     XSeconds,
     YSeconds,
-    TrailingSeparator, ///< no name and no value: the lines end in a separator
+    /// No name and no value: the lines end in a separator, or all separators stand in pairs.
+    TrailingSeparator,
 };
 
 /// What the cells of a column look like in the table's first rows, as bits that the cutter of

@@ -269,6 +269,10 @@ bool AreRowNames(const std::vector<HeadRecord>& head, std::size_t from, std::siz
         if (cells.size() != columns) {
             continue;
         }
+        const ECell kind = head[row].Kind(0).cell;
+        if (kind == ECell::Decimal || kind == ECell::Spelled) {
+            return false;
+        }
         if (cells.front().empty() || !seen.insert(cells.front()).second) {
             return false;
         }

@@ -41,8 +41,8 @@ void CutNamesByBlanks(const Dialect& dialect, HeadRecord& record, std::size_t co
 /// @param isInherited empty cells of a line over further ones have the name to their left
 void JoinNames(const HeadRecord& record, bool isInherited, std::vector<std::string>& names);
 
-/// Whether the first column names the rows: its cells are all there and all different, and the last
-/// column is not empty.
+/// Whether the first column names the rows: its cells are all there, all different and no decimals,
+/// and the last column is not empty.
 [[nodiscard]] bool
 AreRowNames(const std::vector<HeadRecord>& head, std::size_t from, std::size_t columns);
 

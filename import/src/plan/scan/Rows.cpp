@@ -532,7 +532,8 @@ bool Rows::AreNamesOfShort(std::size_t run) const
          ++record) {
         BlockRow row;
         for (std::size_t column = 0; column < record->cells.size(); ++column) {
-            row.Add(column, Values::ReadCell(record->cells[column]).cell);
+            const std::string& cell = record->cells[column];
+            row.Add(column, Values::ReadCell(cell).cell, cell);
         }
         if (record == first && !row.areWords) {
             return false;

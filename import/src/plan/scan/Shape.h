@@ -21,6 +21,7 @@ struct Candidate
     double support = 0;           ///< share of the records that have so many
     double steady = 0;            ///< share of the records in runs of three or more of one count
     bool hasShortRows = false;    ///< many records have fewer fields, one here and one there
+    bool isNamed = false;         ///< all records are one table of four columns or more, with names
     bool isFirstOfTables = false; ///< other tables with more records are after it
     double typed = 0;             ///< share of cells with a form, 0 to 1
     double score = 0;

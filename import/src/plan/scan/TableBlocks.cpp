@@ -1,9 +1,12 @@
 // Runs of records of one count are looked at one by one.
 #include "TableBlocks.h"
 
+#include "../values/FoldedCell.h"
+
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <string_view>
 #include <vector>
 
 namespace Orvane::Import::Scan {
@@ -61,7 +64,7 @@ std::vector<Block> FindBlocks(const std::vector<BlockRow>& rows)
 
 } // namespace
 
-void BlockRow::Add(std::size_t column, Values::ECell cell) noexcept
+void BlockRow::Add(std::size_t column, Values::ECell cell, std::string_view text) noexcept
 {
     constexpr std::size_t kColumns = 64;
     const std::uint64_t bit = column < kColumns ? std::uint64_t{1} << column : 0;
@@ -69,7 +72,8 @@ void BlockRow::Add(std::size_t column, Values::ECell cell) noexcept
         anything |= bit;
     } else if (cell != Values::ECell::Text) {
         values |= bit;
-        areWords = false;
+        // Words of truth and letters of hemispheres are names as well: `n`, `E`.
+        areWords = areWords && std::none_of(text.begin(), text.end(), Values::IsDigit);
     }
 }
 
@@ -87,6 +91,7 @@ FirstTable FindFirstTable(const std::vector<BlockRow>& rows, std::size_t usual)
     FirstTable table;
     table.fields = rows[first->begin].fields;
     table.records = first->Size();
+    table.isNamed = rows[first->begin].areWords;
     // Rule: of tables one after the other the first is the table, unless a later one has more than
     // three times its records.
     std::size_t most = 0;

@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <string_view>
 #include <vector>
 
 namespace Orvane::Import::Scan {
@@ -17,7 +18,8 @@ struct BlockRow
     std::uint64_t anything = 0; ///< those that are empty or hold a word for nothing
     bool areWords = true;       ///< all filled cells are texts
 
-    void Add(std::size_t column, Values::ECell cell) noexcept;
+    /// @param text as it was read to the class `cell`
+    void Add(std::size_t column, Values::ECell cell, std::string_view text) noexcept;
 };
 
 /// The first records of one count that are a table beyond doubt: a line of words over columns of
@@ -28,6 +30,7 @@ struct FirstTable
     std::size_t records = 0; ///< its names counted
     /// All other records are of further tables, or are text of one field, or stand before it.
     bool explainsAll = false;
+    bool isNamed = false; ///< a line of words stands over its values
 };
 
 /// @param usual the count of most records

@@ -26,6 +26,7 @@ struct Mode
     double steady = 0;
     bool hasShortRows = false;
     bool isFirstOfTables = false;
+    bool isNamed = false; ///< all records are one table with a line of words over values
 };
 
 /// The share of records in runs of three or more of one count: tables one after the other.
@@ -128,10 +129,13 @@ Mode FindMode(const std::vector<std::size_t>& counts, bool canBeShort)
 void UseFirstTable(const std::vector<BlockRow>& rows, Mode& mode)
 {
     constexpr double kExplained = 0.8;
+    constexpr std::size_t kManyFields = 4;
     const FirstTable table = FindFirstTable(rows, mode.fields);
     if (table.fields == 0 || mode.hasShortRows) {
         return;
     }
+    mode.isNamed = table.isNamed && table.records == rows.size() && table.fields >= kManyFields &&
+                   rows.size() > 2;
     if (table.fields != mode.fields) {
         mode.fields = table.fields;
         mode.support = static_cast<double>(table.records) / static_cast<double>(rows.size());
@@ -277,7 +281,7 @@ Candidate Try(std::string_view text, const Dialect& dialect, bool isWhole)
             const std::string_view cell = record.Cell(text, index);
             const Values::CellReading reading = Values::ReadCell(cell);
             typed += WeightOf(reading, cell, dialect.separator);
-            row.Add(index, reading.cell);
+            row.Add(index, reading.cell, cell);
         }
         cells += looked;
     }
@@ -297,6 +301,7 @@ Candidate Try(std::string_view text, const Dialect& dialect, bool isWhole)
     }
     candidate.fields = mode.fields;
     candidate.isFirstOfTables = mode.isFirstOfTables;
+    candidate.isNamed = mode.isNamed;
     candidate.support = mode.support;
     candidate.steady = mode.steady;
     candidate.hasShortRows = mode.hasShortRows;
@@ -330,7 +335,11 @@ double ScoreOf(const Candidate& candidate, std::size_t records) noexcept
     const bool isInText =
         candidate.first == 1 && candidate.fields == 2 && candidate.typed < kAllTyped;
     const double torn = !isBlank ? 1 : isInText ? 0.5 : candidate.strays * 2 > records ? 0.6 : 1;
-    return even * even * typed * many * few * torn * PriorOf(candidate.dialect);
+    // Words over values in all lines prove an unusual separator.
+    constexpr double kProved = 0.7;
+    const double prior = PriorOf(candidate.dialect);
+    return even * even * typed * many * few * torn *
+           (candidate.isNamed ? std::max(prior, kProved) : prior);
 }
 
 Dialect Base(const ShapeRequest& request)
