@@ -64,10 +64,10 @@ private:
     {
 #if defined(__SSE2__)
         constexpr std::size_t kPairs = kLanes / 2;
-        std::array<__m128d, kPairs> lowest;
-        std::array<__m128d, kPairs> highest;
-        std::memcpy(lowest.data(), m_lowest.data(), sizeof lowest);
-        std::memcpy(highest.data(), m_highest.data(), sizeof highest);
+        __m128d lowest[kPairs];
+        __m128d highest[kPairs];
+        std::memcpy(lowest, m_lowest.data(), sizeof lowest);
+        std::memcpy(highest, m_highest.data(), sizeof highest);
         __m128d nans = _mm_setzero_pd();
         for (std::size_t at = 0; at < count; at += kLanes) {
             for (std::size_t lane = 0; lane < kPairs; ++lane) {
@@ -77,8 +77,8 @@ private:
                 nans = _mm_or_pd(nans, _mm_cmpunord_pd(pair, pair));
             }
         }
-        std::memcpy(m_lowest.data(), lowest.data(), sizeof lowest);
-        std::memcpy(m_highest.data(), highest.data(), sizeof highest);
+        std::memcpy(m_lowest.data(), lowest, sizeof lowest);
+        std::memcpy(m_highest.data(), highest, sizeof highest);
         m_hasNaN = m_hasNaN || _mm_movemask_pd(nans) != 0;
 #else
         for (std::size_t at = 0; at < count; ++at) {
