@@ -25,6 +25,7 @@ import tempfile
 from concurrent.futures import ThreadPoolExecutor
 from decimal import Decimal
 
+import crossed
 import nasty
 import shared_files
 import target
@@ -446,7 +447,7 @@ def judge(case, folder):
 
 
 def nasty_cases(folder, only=""):
-    for number, made in enumerate(nasty.all_files()):
+    for number, made in enumerate([*nasty.all_files(), *crossed.all_files()]):
         if only not in made.trouble:
             continue
         place = pathlib.Path(folder) / str(number)

@@ -58,7 +58,8 @@ Pieces CutPieces(std::string_view cell)
             const char letter = end - at == 1 ? Values::ToLower(unit) : '-';
             pieces.north += letter == 'n' || letter == 's' ? 1U : 0U;
             pieces.east += letter == 'e' || letter == 'w' || letter == 'o' ? 1U : 0U;
-            pieces.letters += std::string_view("nsewo").find(letter) == std::string_view::npos;
+            pieces.letters +=
+                std::string_view("nsewo").find(letter) == std::string_view::npos ? 1U : 0U;
             at = end;
             continue;
         }
@@ -140,7 +141,7 @@ std::string FindForeignSeparator(const SampleRows& rows)
         while (end < line.size() && (static_cast<unsigned char>(line[end]) & 0xC0U) == 0x80U) {
             ++end;
         }
-        const std::string character(line.substr(at, end - at));
+        std::string character(line.substr(at, end - at));
         at = end;
         const std::size_t times = count(line, character);
         const auto isEven = [&](const Scan::SampleRow& row) {
@@ -188,12 +189,14 @@ std::string DescribePairCells(const SampleRows& rows, const Plan& plan)
         if (cells == 0 || (pairs * 10 < cells * 9 && !areGrids)) {
             continue;
         }
-        const std::string name = column.name.empty() ? "Column " + std::to_string(column.index)
-                                                     : "Column " + QuoteName(column);
-        return areGrids ? name + " holds references of the military grid ('" + example +
-                              "'), which are not read: degrees or metres in two columns are."
-                        : name + " holds both in one cell ('" + example +
-                              "'): it has to be two columns of the file, one for X and one for Y.";
+        std::string said = "Column ";
+        said += column.name.empty() ? std::to_string(column.index) : QuoteName(column);
+        said +=
+            areGrids ? " holds references of the military grid ('" : " holds both in one cell ('";
+        said += example;
+        said += areGrids ? "'), which are not read: degrees or metres in two columns are."
+                         : "'): it has to be two columns of the file, one for X and one for Y.";
+        return said;
     }
     return {};
 }

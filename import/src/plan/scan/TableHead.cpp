@@ -427,6 +427,30 @@ void UseLineBefore(const std::vector<HeadRecord>& head,
     }
 }
 
+/// Comments may stand at the begin of the table's own count. Rule: a line whose cells are of the
+/// same kinds as those of the last row, not all of them texts, is a row whatever it begins with.
+std::size_t
+SkipComments(const std::vector<HeadRecord>& head, std::size_t first, std::size_t columns)
+{
+    const auto isLikeTheLast = [&](const HeadRecord& record) {
+        const HeadRecord& row = head.back();
+        bool isTyped = false;
+        for (std::size_t column = 1; column < columns; ++column) {
+            if (column >= row.cells.size() || record.Kind(column).cell != row.Kind(column).cell) {
+                return false;
+            }
+            isTyped = isTyped || record.Kind(column).readings != 0;
+        }
+        return isTyped;
+    };
+    while (first + 1 < head.size() && head[first].cells.size() == columns &&
+           IsComment(head[first].text) && !IsComment(head.back().text) && first < kMostHeadLines &&
+           !isLikeTheLast(head[first])) {
+        ++first;
+    }
+    return first;
+}
+
 } // namespace
 
 TableHead FindTable(std::string_view text, const Candidate& candidate, const ShapeRequest& request)
@@ -454,24 +478,8 @@ TableHead FindTable(std::string_view text, const Candidate& candidate, const Sha
             ++first;
         }
     }
-    // Comments may stand at the begin of the table's own count. Rule: a line whose cells are of the
-    // same kinds as those of the last row, not all of them texts, is a row whatever it begins with.
-    const auto isLikeTheLast = [&](const HeadRecord& record) {
-        const HeadRecord& row = head.back();
-        bool isTyped = false;
-        for (std::size_t column = 1; column < table.columns; ++column) {
-            if (column >= row.cells.size() || record.Kind(column).cell != row.Kind(column).cell) {
-                return false;
-            }
-            isTyped = isTyped || record.Kind(column).readings != 0;
-        }
-        return isTyped;
-    };
-    while (!request.hasSkippedLines && first < head.size() &&
-           head[first].cells.size() == table.columns && IsComment(head[first].text) &&
-           first + 1 < head.size() && !IsComment(head.back().text) && first < kMostHeadLines &&
-           !isLikeTheLast(head[first])) {
-        ++first;
+    if (!request.hasSkippedLines) {
+        first = SkipComments(head, first, table.columns);
     }
     const std::size_t top = first;
     first = request.hasSkippedLines ? first : SkipSparseLines(head, first, table.columns);
