@@ -21,7 +21,7 @@ INTRODUCTION = """# Truth
 
 What `orvane import` makes of files whose content is known, cell by cell. `make truth` writes this page: it imports every file
 with no option and compares what is in the target with what the file says. The comparison shares no code with the program: files are
-made together with their content (`tests/truth/nasty.py`), or read by Python's `codecs` and `csv` as a person says they are to be
+made together with their content (`tests/truth/nasty.py`, `crossed.py`), or read by Python's `codecs` and `csv` as a person says they are to be
 read (`shared_files.py`); targets are read by GDAL. Where the program asks, its own first answer is given to it.
 
 A cell differs when the stored value is not the cell's: numbers to the last digit, texts to the letter, dates as dates, no value

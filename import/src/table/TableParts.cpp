@@ -936,7 +936,8 @@ void TableParts::Classify(const Scan::Record& cut, TableRecord& record)
         ClassifyShort(cut, record);
     } else if (fields > m_rules.columnCount) {
         ClassifyLong(cut, record);
-    } else if (!cut.isEnded && cut.unclosed > 0 && !m_rules.isAllText) {
+    } else if (!cut.isEnded && cut.unclosed > 0 && !m_rules.isAllText &&
+               (shape.isCutShort || !m_isPlanned)) {
         record.kind = ERecord::Bad;
         record.why = EBadRow::CutShort;
         record.column = fields;
