@@ -277,12 +277,16 @@ std::string DescribeImport(const ImportReport& report)
         text += Line("Points:", DescribePoints(report));
         text += Line("Extent:", DescribeExtent(ledger.extent));
         if (ledger.points < ledger.rows) {
-            text += Line("No point:",
-                         Count(ledger.rows - ledger.points, "row", "rows") +
-                             (ledger.outOfRange > 0
-                                  ? ", of these " + std::to_string(ledger.outOfRange) +
-                                        " with values that are no degrees"
-                                  : ""));
+            text += Line(
+                "No point:",
+                Count(ledger.rows - ledger.points, "row", "rows") +
+                    (ledger.lineWithoutPoint > 0
+                         ? (ledger.rows - ledger.points > 1 ? ", first in line " : ", line ") +
+                               std::to_string(ledger.lineWithoutPoint)
+                         : "") +
+                    (ledger.outOfRange > 0 ? ", of these " + std::to_string(ledger.outOfRange) +
+                                                 " with values that are no degrees"
+                                           : ""));
         }
     }
     std::vector<std::string> odd;

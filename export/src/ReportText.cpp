@@ -69,25 +69,27 @@ Json MakeJson(const Ledger& ledger)
                            {"nullSpellings", column.nullSpellings},
                            {"keptAsText", column.keptAsText}});
     }
-    return {{"linesScanned", ledger.linesScanned},
-            {"lines", MakeJson(ledger.lines)},
-            {"rows", ledger.rows},
-            {"points", ledger.points},
-            {"rowsWritten", ledger.rowsWritten},
-            {"pointsWritten", ledger.pointsWritten},
-            {"shortRows", ledger.shortRows},
-            {"trailingRows", ledger.trailingRows},
-            {"repairedRows", ledger.repairedRows},
-            {"outOfRange", ledger.outOfRange},
-            {"badRows", ledger.badRows},
-            {"badRowsByReason", reasons},
-            {"firstBadRows", first},
-            {"rejectedFile", ledger.rejectedFile},
-            {"rejectedTable", ledger.rejectedTable},
-            {"columns", columns},
-            {"extent", MakeJson(ledger.extent)},
-            {"rowsByColumn", ledger.rowsByColumn},
-            {"imbalances", ledger.imbalances}};
+    return {
+        {"linesScanned", ledger.linesScanned},
+        {"lines", MakeJson(ledger.lines)},
+        {"rows", ledger.rows},
+        {"points", ledger.points},
+        {"rowsWritten", ledger.rowsWritten},
+        {"pointsWritten", ledger.pointsWritten},
+        {"shortRows", ledger.shortRows},
+        {"trailingRows", ledger.trailingRows},
+        {"repairedRows", ledger.repairedRows},
+        {"outOfRange", ledger.outOfRange},
+        {"lineWithoutPoint", ledger.lineWithoutPoint > 0 ? Json(ledger.lineWithoutPoint) : Json()},
+        {"badRows", ledger.badRows},
+        {"badRowsByReason", reasons},
+        {"firstBadRows", first},
+        {"rejectedFile", ledger.rejectedFile},
+        {"rejectedTable", ledger.rejectedTable},
+        {"columns", columns},
+        {"extent", MakeJson(ledger.extent)},
+        {"rowsByColumn", ledger.rowsByColumn},
+        {"imbalances", ledger.imbalances}};
 }
 
 Json MakeIndex(const std::optional<std::size_t>& index)

@@ -75,6 +75,7 @@ Ledger MakeLedger(const Plan& plan, const TableCounts& counts)
     ledger.trailingRows = counts.trailingRows;
     ledger.repairedRows = counts.repairedRows;
     ledger.outOfRange = counts.outOfRange;
+    ledger.lineWithoutPoint = counts.lineWithoutPoint;
     ledger.badRows = counts.badRows;
     for (const auto& [why, count] : counts.bad) {
         ledger.badRowsByReason[std::string(NameOf(why))] = count;

@@ -381,6 +381,8 @@ private:
         }
         if (kind != EPointKind::None) {
             CountPoint(x, y, kind == EPointKind::XYZ ? z : kNaN);
+        } else if (m_points && m_counts.lineWithoutPoint == 0) {
+            m_counts.lineWithoutPoint = record.line;
         }
         m_counts.outOfRange += place == PointRule::EPlace::OutOfRange ? 1U : 0U;
         ++m_counts.rows;
@@ -510,6 +512,13 @@ private:
 
     void Commit(const BFeatureAppender::Rows& rows)
     {
+        if (m_points && m_newPoints < rows.count && m_counts.lineWithoutPoint == 0) {
+            const auto none = std::find(
+                m_kinds.begin(), m_kinds.end(), static_cast<std::uint8_t>(EPointKind::None));
+            m_parts.ReadRow(m_first + static_cast<std::size_t>(none - m_kinds.begin()),
+                            m_rowRecord);
+            m_counts.lineWithoutPoint = m_rowRecord.line;
+        }
         m_appender.EndRows(
             rows.count, m_kinds.data(), static_cast<std::uint32_t>(m_counts.rows + 1));
         m_counts.rows += rows.count;

@@ -230,6 +230,7 @@ struct TableCounts
     std::uint64_t points = 0;
     std::uint64_t rowsWithoutPoint = 0; ///< points + rowsWithoutPoint = rows with hasPoints
     std::uint64_t outOfRange = 0;       ///< rows without a point whose X and Y are numbers
+    std::uint64_t lineWithoutPoint = 0; ///< of the first such row; 0 without one
     std::uint64_t badRows = 0;
     std::map<EBadRow, std::uint64_t> bad; ///< badRows by reason
     std::uint64_t shortRows = 0;          ///< rows whose last cells are missing

@@ -317,6 +317,8 @@ TEST_P(ReadTableRandom, EveryCellHasItsValueOrItsRowIsListed)
         ASSERT_EQ(TableTest::BadWords(read.bad), TableTest::BadWords(slow.bad));
         ASSERT_EQ(read.counts.lines.Sum(), plan.bytes.lines);
         ASSERT_EQ(slow.counts.lines.Sum(), plan.bytes.lines);
+        ASSERT_EQ(read.counts.points, slow.counts.points);
+        ASSERT_EQ(read.counts.lineWithoutPoint, slow.counts.lineWithoutPoint);
         for (const ColumnCounts& column : read.counts.columns) {
             ASSERT_EQ(column.values + column.empties + column.nullWords, read.counts.rows);
         }

@@ -334,6 +334,7 @@ TEST(ReadTable, PastTheDegreesThereIsNoPoint)
     EXPECT_EQ(Rows(*file.layer)[249], "(7.5 47.25) 'a', 7.5, 47.25");
     EXPECT_EQ(Rows(*file.layer)[250], "'b', 8.125, 146.5");
     EXPECT_EQ(file.counts.outOfRange, 1U);
+    EXPECT_EQ(file.counts.lineWithoutPoint, 252U);
     EXPECT_EQ(file.counts.rowsWithoutPoint, 1U);
 }
 

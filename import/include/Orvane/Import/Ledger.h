@@ -72,14 +72,15 @@ struct Ledger
 {
     std::uint64_t linesScanned = 0; ///< of the file, by line ends alone
     LedgerLines lines;
-    std::uint64_t rows = 0;          ///< read, without bad ones
-    std::uint64_t points = 0;        ///< of these, rows with a point
-    std::uint64_t rowsWritten = 0;   ///< counted in the output
-    std::uint64_t pointsWritten = 0; ///< counted in the output
-    std::uint64_t shortRows = 0;     ///< rows whose last cells are missing: null
-    std::uint64_t trailingRows = 0;  ///< rows with empty cells past the last column, not kept
-    std::uint64_t repairedRows = 0;  ///< rows with stray quotes, which are text
-    std::uint64_t outOfRange = 0;    ///< rows without a point for numbers that are no degrees
+    std::uint64_t rows = 0;             ///< read, without bad ones
+    std::uint64_t points = 0;           ///< of these, rows with a point
+    std::uint64_t rowsWritten = 0;      ///< counted in the output
+    std::uint64_t pointsWritten = 0;    ///< counted in the output
+    std::uint64_t shortRows = 0;        ///< rows whose last cells are missing: null
+    std::uint64_t trailingRows = 0;     ///< rows with empty cells past the last column, not kept
+    std::uint64_t repairedRows = 0;     ///< rows with stray quotes, which are text
+    std::uint64_t outOfRange = 0;       ///< rows without a point for numbers that are no degrees
+    std::uint64_t lineWithoutPoint = 0; ///< of the first row without one, from 1; 0: none
     std::uint64_t badRows = 0;
     std::map<std::string, std::uint64_t> badRowsByReason;
     std::vector<LedgerBadRow> firstBadRows; ///< at most kMostBadRows
