@@ -122,8 +122,9 @@ WriteReport WriteGeoPackage(const WriteRequest& request)
 {
     FileFields names = NameFields(request.layer, request.counts, request.format);
     RequireFewFields(request, names.fields.size());
-    const GeoPackage::LayerDefinition definition = MakeDefinition(request, names);
+    GeoPackage::LayerDefinition definition;
     try {
+        definition = MakeDefinition(request, names);
         GeoPackageWriter::Options options;
         options.progress = ProgressBridge(request.progress);
         options.isCopy = std::filesystem::exists(request.file);

@@ -2,6 +2,7 @@
 #include "CoordinateSystems.h"
 
 #include "GdalScope.h"
+#include "WriteFailure.h"
 
 #include <cpl_conv.h>
 #include <cpl_error.h>
@@ -37,11 +38,17 @@ std::string MakeWkt(const OGRSpatialReference& system, EWkt form)
     const char* const options[] = {FormOf(form), "MULTILINE=NO", nullptr};
     char* text = nullptr;
     // GDAL tells its error handlers, too, that there is no such text.
-    CPLErrorHandlerPusher quiet(CPLQuietErrorHandler);
+    const GdalMessages messages;
     const OGRErr error = system.exportToWkt(&text, options);
     const std::unique_ptr<char, CplFree> held(text);
     CPLErrorReset();
-    return error == OGRERR_NONE && text != nullptr ? text : "";
+    const bool isMade = error == OGRERR_NONE && text != nullptr;
+    // Rule: a list of systems that cannot be read is no reason to write a file without its system.
+    const bool isUnread = messages.GetError().find("SQLite error") != std::string::npos;
+    if (isUnread || (isMade && messages.HasError())) {
+        throw WriteFailure("Looking for the coordinate system: " + messages.GetError());
+    }
+    return isMade ? text : "";
 }
 
 OGRSpatialReference Wgs84()
@@ -113,9 +120,9 @@ std::shared_ptr<OGRSpatialReference> FindReference(const std::string& text)
     // The reference is counted by GDAL itself: layers that use it hold on to it.
     std::shared_ptr<OGRSpatialReference> reference(
         new OGRSpatialReference(), [](OGRSpatialReference* held) { held->Release(); });
-    if (reference->SetFromUserInput(text.c_str(),
-                                    OGRSpatialReference::SET_FROM_USER_INPUT_LIMITATIONS_get()) !=
-        OGRERR_NONE) {
+    const OGRErr error = reference->SetFromUserInput(
+        text.c_str(), OGRSpatialReference::SET_FROM_USER_INPUT_LIMITATIONS_get());
+    if (error != OGRERR_NONE || messages.HasError()) {
         return nullptr;
     }
     reference->SetAxisMappingStrategy(OAMS_TRADITIONAL_GIS_ORDER);
