@@ -16,8 +16,8 @@ struct ExportFormat
     const char* extension; ///< lower case, "." included
     const char* driver;    ///< GDAL's name
     WriteReport (*write)(const WriteRequest&);
-    bool isByGdal = false;      ///< its driver writes it, and may have creation options
     std::size_t mostFields = 0; ///< 0: the driver tells
+    bool isByGdal = false;      ///< its driver writes it, and may have creation options
     /// How fields must be named.
     enum class ENames {
         Unique,           ///< each name once

@@ -123,6 +123,10 @@ std::size_t RecordCutter::SkipQuoted(
         return from;
     }
     const char quote = m_dialect.quote;
+    const bool isBlanks = m_dialect.separation == ESeparation::Blanks;
+    const auto isSeparator = [&](char unit) {
+        return isBlanks ? IsBlank(unit) : unit == m_dialect.separator;
+    };
     std::size_t strays = 0;
     std::size_t pairs = 0;
     std::size_t at = from + 1;
@@ -150,7 +154,7 @@ std::size_t RecordCutter::SkipQuoted(
             const std::size_t next = after + 1;
             const bool isLast =
                 strays > 0 && pairs == 0 && next < text.size() &&
-                (text[next] == m_dialect.separator || IsLineEnd(text, next) || text[next] == '\r');
+                (isSeparator(text[next]) || IsLineEnd(text, next) || text[next] == '\r');
             if (!isLast) {
                 ++pairs;
                 at = next;
@@ -167,10 +171,8 @@ std::size_t RecordCutter::SkipQuoted(
         if (after == text.size() && !isWhole) {
             return kIncomplete;
         }
-        const bool isClosed =
-            after == text.size() || IsLineEnd(text, after) || text[after] == '\r' ||
-            (m_dialect.separation == ESeparation::Blanks ? IsBlank(text[after])
-                                                         : text[after] == m_dialect.separator);
+        const bool isClosed = after == text.size() || IsLineEnd(text, after) ||
+                              text[after] == '\r' || isSeparator(text[after]);
         if (isClosed) {
             ++record.openers;
             record.strays += strays;
