@@ -562,7 +562,7 @@ void ColumnProfile::AddRun(const CellRun& run)
         return;
     }
     const std::uint32_t* const end = run.ends;
-    const bool hasReturns = *end > end[-1] + 1U && run.text[*end - 1] == '\r';
+    const bool hasReturns = run.endsLine && *end > end[-1] + 1U && run.text[*end - 1] == '\r';
     if (m_isText) {
         AddTexts(run, 0);
     } else if (run.marks == nullptr) {
@@ -652,7 +652,7 @@ void ColumnProfile::Settle(const CellRun& run, Rising& rising)
         return;
     }
     const std::uint32_t* const end = run.ends + rising.row * run.stride;
-    const RunCell cell = CutCell(run.text, end, run.hasQuotes, true);
+    const RunCell cell = CutCell(run.text, end, run.hasQuotes, run.endsLine);
     const char* const text = run.text + cell.begin;
     const std::size_t rest = cell.length > 8 ? cell.length - 8 : 0;
     AddExtreme(*rising.slot,
@@ -663,7 +663,8 @@ void ColumnProfile::Settle(const CellRun& run, Rising& rising)
 
 void ColumnProfile::AddCell(const CellRun& run, std::size_t row)
 {
-    const RunCell cell = CutCell(run.text, run.ends + row * run.stride, run.hasQuotes, true);
+    const RunCell cell =
+        CutCell(run.text, run.ends + row * run.stride, run.hasQuotes, run.endsLine);
     const auto locate = [&] { return Position{run.line + row, run.byte + cell.begin}; };
     m_facts.quoted += cell.isQuoted ? 1U : 0U;
     if (cell.length == 0) {
@@ -690,7 +691,7 @@ void ColumnProfile::AddTexts(const CellRun& run, std::size_t first)
     std::size_t firstEmpty = run.rows;
     const std::uint32_t* end = run.ends + first * run.stride;
     for (std::size_t row = first; row < run.rows; ++row, end += run.stride) {
-        const RunCell cell = CutCell(run.text, end, run.hasQuotes, true);
+        const RunCell cell = CutCell(run.text, end, run.hasQuotes, run.endsLine);
         quoted += cell.isQuoted ? 1U : 0U;
         empties += cell.length == 0 ? 1U : 0U;
         firstEmpty = std::min(firstEmpty, cell.length == 0 ? row : run.rows);
@@ -706,7 +707,7 @@ void ColumnProfile::AddTexts(const CellRun& run, std::size_t first)
     }
     if (empties > 0) {
         const std::uint32_t* const at = run.ends + firstEmpty * run.stride;
-        const RunCell cell = CutCell(run.text, at, run.hasQuotes, true);
+        const RunCell cell = CutCell(run.text, at, run.hasQuotes, run.endsLine);
         AddEmpty({run.line + firstEmpty, run.byte + cell.begin});
         m_facts.classes[static_cast<std::size_t>(ECell::Empty)].count += empties - 1;
     }

@@ -113,6 +113,7 @@ struct CellRun
     /// Of `text`, as the kernel markNumbers writes them, with CountMarkWords words; without them
     /// every cell is looked at by its bytes.
     const std::uint64_t* marks = nullptr;
+    bool endsLine = true; ///< a `\r` at a cell's end is the line end's; else it is the cell's
 };
 
 /// Collects the facts of a column.

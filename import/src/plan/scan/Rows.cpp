@@ -123,12 +123,13 @@ namespace {
 
 /// A cell of a run of rows, without its quotes and the `\r` at its line's end.
 /// @param end where it ends, the position before which it begins stands before that
-std::string_view CellAt(const IndexedText& indexed, const std::uint32_t* end)
+/// @param endsLine its line ends there
+std::string_view CellAt(const IndexedText& indexed, const std::uint32_t* end, bool endsLine)
 {
     // The position before the first byte wraps.
     const std::uint32_t begin = *(end - 1) + 1;
     std::string_view cell(indexed.text + begin, *end - begin);
-    if (!cell.empty() && cell.back() == '\r') {
+    if (endsLine && !cell.empty() && cell.back() == '\r') {
         cell.remove_suffix(1);
     }
     if (indexed.hasQuotes && cell.size() >= 2 && cell.front() == '"') {
@@ -144,9 +145,12 @@ void Rows::WatchRows(const IndexedText& indexed, const std::uint32_t* ends, std:
     RowWatch& watch = *m_request.watch;
     const std::size_t x = FieldOf(watch.x.column);
     const std::size_t y = FieldOf(watch.y.column);
+    const auto cellAt = [&](std::size_t field) {
+        return CellAt(indexed, ends + field, field + 1 == m_columns);
+    };
     for (std::size_t row = 0; row < rows; ++row, ends += m_columns) {
         const std::uint64_t begin = indexed.byte + (ends[-1] + 1U);
-        watch.Add(CellAt(indexed, ends + x), CellAt(indexed, ends + y), {m_line + row, begin});
+        watch.Add(cellAt(x), cellAt(y), {m_line + row, begin});
     }
 }
 
@@ -164,7 +168,8 @@ void Rows::AddRows(const IndexedText& indexed, const std::uint32_t* ends, std::s
         SampleRow sample(m_line + (row - first));
         sample.Reserve(m_columns, end[m_columns - 1] - (end[-1] + 1U));
         for (std::size_t column = 0; column < m_columns; ++column) {
-            sample.Add(CellAt(indexed, end + FieldOf(column)));
+            const std::size_t field = FieldOf(column);
+            sample.Add(CellAt(indexed, end + field, field + 1 == m_columns));
         }
         m_sample.Add(std::move(sample));
     }
@@ -176,10 +181,11 @@ void Rows::AddRows(const IndexedText& indexed, const std::uint32_t* ends, std::s
                                             m_line,
                                             indexed.byte,
                                             indexed.hasQuotes,
-                                            indexed.marks});
+                                            indexed.marks,
+                                            field + 1 == m_columns});
     }
     const std::uint32_t* const last = ends + (rows - 1) * m_columns;
-    KeepLastHead(CellAt(indexed, last + FieldOf(0)),
+    KeepLastHead(CellAt(indexed, last + FieldOf(0), FieldOf(0) + 1 == m_columns),
                  {m_line + rows - 1, indexed.byte + (last[-1] + 1U)});
     m_line += rows;
     m_facts.lastRowLine = m_line - 1;

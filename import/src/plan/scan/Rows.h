@@ -44,9 +44,11 @@ public:
     /// @param rest bytes after the first cell up to the line's end
     [[nodiscard]] bool IsApart(std::string_view firstCell, std::size_t rest) const
     {
-        // After a blank line, blank, or nothing but separators after the first cell.
-        if (m_isAfterBlank || (rest + 1 <= m_columns && (m_columns > 1 || firstCell.size() < 2 ||
-                                                         firstCell.front() == ' '))) {
+        // After a blank line, blank (NULs and other controls may stand for blanks), or nothing but
+        // separators after the first cell.
+        if (m_isAfterBlank ||
+            (rest + 1 <= m_columns && (m_columns > 1 || firstCell.size() < 2 ||
+                                       static_cast<unsigned char>(firstCell.front()) <= ' '))) {
             return true;
         }
         return !firstCell.empty() && MayBeginName(firstCell.front()) && IsNameCell(firstCell);
