@@ -29,8 +29,9 @@ ColumnConverter::ColumnConverter(const RowPlan& plan)
     , m_widths(m_fields.size())
 {
     for (const RegularField& field : m_fields) {
+        m_hasX = m_hasX || field.kind == RegularField::Kind::X;
+        m_hasY = m_hasY || field.kind == RegularField::Kind::Y;
         m_hasZ = m_hasZ || field.kind == RegularField::Kind::Z;
-        m_hasPoint = m_hasPoint || field.kind <= RegularField::Kind::Z;
         if (field.kind == RegularField::Kind::Text) {
             m_widths[field.columnIndex] = plan.GetWidth(field.columnIndex);
         }
@@ -61,11 +62,16 @@ void ColumnConverter::Convert(const RowRun& run,
     using Orvane::EPointKind;
     m_run = run;
     const std::size_t rows = target.count;
+    const bool hasPoint = m_hasX || m_hasY || m_hasZ;
     EPointKind kind = EPointKind::None;
-    if (m_hasPoint) {
+    if (hasPoint) {
         kind = m_hasZ ? EPointKind::XYZ : EPointKind::XY;
-    } else {
+    }
+    // Rule: any coordinate makes the point; those whose column is none (-1) are NaN.
+    if (!m_hasX) {
         std::fill_n(target.x, rows, kNaN);
+    }
+    if (!m_hasY) {
         std::fill_n(target.y, rows, kNaN);
     }
     m_kinds.assign(rows, static_cast<std::uint8_t>(kind));
@@ -119,7 +125,7 @@ void ColumnConverter::Convert(const RowRun& run,
         }
     }
     // Rule: one coordinate that fails removes the whole point.
-    for (std::size_t row = 0; m_hasPoint && row < rows; ++row) {
+    for (std::size_t row = 0; hasPoint && row < rows; ++row) {
         if (m_kinds[row] == static_cast<std::uint8_t>(EPointKind::None)) {
             target.x[row] = kNaN;
             target.y[row] = kNaN;

@@ -61,8 +61,9 @@ private:
     const RowPlan& m_plan;
     const std::vector<RegularField>& m_fields; ///< of a regular row
     const Kernels::Set& m_kernels;
+    bool m_hasX = false;
+    bool m_hasY = false;
     bool m_hasZ = false;
-    bool m_hasPoint = false;
     RowRun m_run{};
     std::vector<std::uint32_t> m_fallbacks;
     std::vector<Kernels::DoubleColumn> m_tile;

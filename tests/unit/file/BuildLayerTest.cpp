@@ -222,6 +222,19 @@ TEST_F(AsciiFileBuildLayer, KeepsRowsWithoutAPoint)
               (Lines{"1 (1 2) C3=11:a", "2 (-) C3=11:b", "3 (-) C3=11:c"}));
 }
 
+// Rule: any coordinate makes the point; those whose column is none (-1) are NaN. Such columns count
+// where definitions are compared with the line of names.
+TEST_F(AsciiFileBuildLayer, MakesPointsOfOneCoordinate)
+{
+    const auto read = [this](int x, int y) {
+        return ReadAll(
+            "p,q,r\n1,a\n2,b\n",
+            Options().XY(x, y).Names().Set(Orvane::COLUMN_DEFINITION, Texts{"0,A,12,4,0"}));
+    };
+    EXPECT_EQ(read(0, -1), (Lines{"1 (1 nan) A=11:a", "2 (2 nan) A=11:b"}));
+    EXPECT_EQ(read(-1, 0), (Lines{"1 (nan 1) A=11:a", "2 (nan 2) A=11:b"}));
+}
+
 TEST_F(AsciiFileBuildLayer, ReadsFormattedAndMultipliedCoordinates)
 {
     EXPECT_EQ(ReadAll("1 30 W,12\n",
