@@ -490,6 +490,7 @@ void TableParts::MakeIndex()
     }
     m_run.hasQuotes = structure.hasQuotes;
     m_run.isAscii = survey.highBytes == 0;
+    m_hasMarks = !m_run.isAscii && text.find(Scan::kMark) != std::string_view::npos;
     m_run.fields = m_rules.columnCount;
     MarkCodes(to);
 }
@@ -543,9 +544,8 @@ bool TableParts::IsApart(std::size_t index) const noexcept
     const std::size_t begin = m_positions[index] + 1U;
     const std::size_t end = m_positions[index + m_run.fields];
     // A byte order mark may begin the line.
-    if (IsShortLine(index) || m_buffer[begin] == '\xEF' ||
-        (m_run.fields == 1 && m_buffer[begin] == ' ' &&
-         Values::Trim(Text().substr(begin, end - begin)).empty())) {
+    if (IsShortLine(index) || m_buffer[begin] == Scan::kMark.front() ||
+        (m_run.fields == 1 && static_cast<unsigned char>(m_buffer[begin]) <= ' ')) {
         return true;
     }
     if (m_hasBreaks && CountBreaks(Text().substr(begin, end - m_run.trim - begin)) > 0) {
@@ -595,7 +595,8 @@ bool TableParts::FindRun()
     const std::uint64_t lastLine = LastLineOfRuns();
     std::size_t index = m_nextPosition;
     std::uint64_t line = m_line;
-    const bool hasOnlyRows = m_isRegular && !m_hasBreaks && !m_comparesNames;
+    const bool hasOnlyRows =
+        m_isRegular && !m_hasBreaks && !m_comparesNames && !m_hasMarks && m_rules.columnCount > 1;
     while (index < m_positionCount && line <= lastLine &&
            (hasOnlyRows ? !IsShortLine(index)
                         : (m_isRegular || CountFields(index) == m_run.fields) && !IsApart(index))) {

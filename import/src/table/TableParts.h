@@ -185,6 +185,7 @@ private:
     bool m_isReordered = false;
     bool m_isRegular = false;     ///< all lines of the index have the table's count
     bool m_hasBreaks = false;     ///< some rows have line breaks inside
+    bool m_hasMarks = false;      ///< byte order marks are in the text
     bool m_comparesNames = false; ///< runs hold no names; otherwise ReadRow finds them
 };
 

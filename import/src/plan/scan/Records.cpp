@@ -12,8 +12,6 @@ namespace Orvane::Import::Scan {
 
 namespace {
 
-constexpr std::string_view kMark = "\xEF\xBB\xBF";
-
 /// Lines that belong together are looked for so far.
 constexpr std::size_t kMostJoined = 4096;
 

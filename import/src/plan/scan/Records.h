@@ -81,6 +81,9 @@ enum class ERepair : std::uint8_t {
 /// How many kinds of repairs there are, with None.
 inline constexpr std::size_t kRepairs = 7;
 
+/// The byte order mark of UTF-8.
+inline constexpr std::string_view kMark = "\xEF\xBB\xBF";
+
 /// So many NULs in a row are none of a text's: a logger that lost its power leaves them.
 inline constexpr std::size_t kNulBlock = 16;
 

@@ -15,7 +15,6 @@ namespace {
 
 using Values::ECell;
 
-constexpr std::string_view kMark = "\xEF\xBB\xBF";
 constexpr std::size_t kMostShort = 4096;
 constexpr std::size_t kMostShortBytes = std::size_t{4} << 20U;
 /// Fewer rows of another count make no table.
