@@ -39,6 +39,7 @@ struct CommandRule
     std::vector<ArgumentRule> arguments{};
     std::string_view text{}; ///< paragraphs for the help, an empty line between two
     std::vector<std::string_view> examples{}; ///< whole command lines
+    std::string_view exitStatus{};            ///< a sentence; empty: what holds for the program
 };
 
 /// The program's arguments and commands.

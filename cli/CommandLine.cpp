@@ -224,12 +224,12 @@ CommandRule MakeLintRule()
             .text =
                 "Scans the whole file and shows rows, cells and bytes that need care, each with "
                 "its place, what the bare reader would make of it, and a command that imports it "
-                "whole. Nothing is written.\n\n"
-                "Exit status: 0 nothing but notes, 1 warnings or errors, 2 wrong arguments or a "
-                "file that cannot be read.",
+                "whole. Nothing is written.",
             .examples = {"orvane lint stations.csv",
                          "orvane lint stations.csv --all --json",
-                         "orvane lint stations.csv --sarif"}};
+                         "orvane lint stations.csv --sarif"},
+            .exitStatus = "Exit status: 0 nothing but notes, 1 warnings or errors, 2 wrong "
+                          "arguments or a file that cannot be read."};
 }
 
 CommandRule MakeReadRule()
@@ -463,9 +463,26 @@ void PrintLine(const std::string& line)
     std::fprintf(stderr, "%s\n", line.c_str());
 }
 
+/// `,"key":[...]`, each item by `write`; nothing without items.
+template <typename Item, typename Write>
+void PrintList(const char* key, const std::vector<Item>& items, JsonWriter& json, Write write)
+{
+    const char* before = key;
+    for (const Item& item : items) {
+        json.Raw(before);
+        write(item);
+        before = ",";
+    }
+    json.Raw(items.empty() ? "" : "]");
+}
+
 /// A failure as an object: the texts of the exception underneath, then the
 /// fields that say what happened, where and what to do.
-void PrintFailureJson(const UnderlyingTexts& texts, const FailureFields& fields, int descriptor)
+/// @param commands that answer a question
+void PrintFailureJson(const UnderlyingTexts& texts,
+                      const FailureFields& fields,
+                      const std::vector<std::string>& commands,
+                      int descriptor)
 {
     try {
         TextOutput output(descriptor);
@@ -493,6 +510,17 @@ void PrintFailureJson(const UnderlyingTexts& texts, const FailureFields& fields,
         number(",\"column\":", fields.column);
         text(",\"cause\":", std::string_view(fields.cause));
         text(",\"advice\":", std::string_view(fields.advice));
+        PrintList(",\"commands\":[", commands, json, [&](const std::string& command) {
+            json.Text(std::string_view(command));
+        });
+        std::int64_t index = 0;
+        PrintList(",\"columns\":[", fields.columns, json, [&](const auto& column) {
+            json.Raw("{\"index\":");
+            json.Number(index++);
+            text(",\"name\":", std::string_view(column.name));
+            text(",\"firstValue\":", std::string_view(column.firstValue));
+            json.Raw('}');
+        });
         json.Raw("}\n");
         output.Flush();
     } catch (const std::exception& exception) {
@@ -518,8 +546,11 @@ int ReportFailure(const ImportFailure& failure,
     if (failure.GetFields().code == "output-closed") {
         return status;
     }
-    if (arguments.Has("--json") && status == kExitDataFailed) {
-        PrintFailureJson(TextsOf(failure), failure.GetFields(), ReportDescriptor(arguments));
+    if (arguments.Has("--json") && !isLint) {
+        PrintFailureJson(TextsOf(failure),
+                         failure.GetFields(),
+                         CommandsOf(failure, words),
+                         ReportDescriptor(arguments));
     }
     PrintLine(FormatFailure(failure, words, arguments.Has("--verbose")));
     return status;
@@ -531,7 +562,7 @@ int ReportOther(const std::exception& exception, bool isJson, bool isVerbose, in
     const FailureFields fields = FieldsOf(exception);
     // A failure of standard output is not told there.
     if (isJson && fields.underneath.location != "TextOutput::Flush") {
-        PrintFailureJson(fields.underneath, fields, descriptor);
+        PrintFailureJson(fields.underneath, fields, {}, descriptor);
     }
     PrintLine(FormatException(exception, isVerbose));
     return kExitDataFailed;

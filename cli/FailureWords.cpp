@@ -12,6 +12,7 @@
 #include <cctype>
 #include <new>
 #include <set>
+#include <sstream>
 #include <utility>
 
 namespace OrvaneHost {
@@ -56,7 +57,14 @@ std::string Cell(const std::string& text)
 /// "--x" for "X".
 std::string ArgumentOf(const std::string& axis)
 {
-    return axis == "X" ? "--x" : axis == "Y" ? "--y" : "--z";
+    constexpr std::pair<std::string_view, const char*> kArguments[] = {
+        {"X", "--x"}, {"Y", "--y"}, {"Z", "--z"}, {"name", "--name"}, {"type", "--type"}};
+    for (const auto& [subject, argument] : kArguments) {
+        if (subject == axis) {
+            return argument;
+        }
+    }
+    return axis;
 }
 
 std::string Quoted(const std::string& value)
@@ -518,6 +526,21 @@ FormatFailure(const ImportFailure& failure, const std::vector<std::string>& word
         line += DescribeUnderneath(fields.underneath);
     }
     return line;
+}
+
+std::vector<std::string> CommandsOf(const ImportFailure& failure,
+                                    const std::vector<std::string>& words)
+{
+    // Lines of columns begin with a number.
+    constexpr std::string_view kBegin = "  orvane ";
+    std::istringstream lines(FormatFailure(failure, words, false));
+    std::vector<std::string> commands;
+    for (std::string line; std::getline(lines, line);) {
+        if (line.starts_with(kBegin)) {
+            commands.push_back(line.substr(line.find_first_not_of(' ')));
+        }
+    }
+    return commands;
 }
 
 std::string FormatException(const std::exception& exception, bool isVerbose)

@@ -42,4 +42,8 @@ inline constexpr std::string_view kOutOfMemoryLine =
 /// The same for an exception that is none of the import library's.
 [[nodiscard]] std::string FormatException(const std::exception& exception, bool isVerbose);
 
+/// The commands that FormatFailure shows, each in a line of its own, ready for a shell.
+[[nodiscard]] std::vector<std::string> CommandsOf(const Orvane::Import::ImportFailure& failure,
+                                                  const std::vector<std::string>& words);
+
 } // namespace OrvaneHost

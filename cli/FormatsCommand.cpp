@@ -15,7 +15,9 @@ void RunFormats()
     const auto addLine = [&](const std::string& name,
                              const std::string& extension,
                              const std::string& text) {
-        output.Write(TerminalText::Pad(name, 16) + TerminalText::Pad(extension, 12) + text + "\n");
+        std::string line = TerminalText::Pad(name, 16) + TerminalText::Pad(extension, 12) + text;
+        line.erase(line.find_last_not_of(' ') + 1);
+        output.Write(line + "\n");
     };
     addLine("FORMAT", "EXTENSION", "");
     for (const Orvane::Import::TargetFormat& format : Orvane::Import::GetTargetFormats()) {

@@ -179,7 +179,10 @@ std::string MakeHelp(const ProgramRule& program, const CommandRule& command, std
     out += MakeSection("Options", options, width);
     out += MakeParagraphs(command.text, width);
     out += MakeExamples(command.examples, width);
-    return out + "\n" + Wrap(kExitStatusText, {.width = width}) + "\n";
+    return out + "\n" +
+           Wrap(command.exitStatus.empty() ? kExitStatusText : command.exitStatus,
+                {.width = width}) +
+           "\n";
 }
 
 } // namespace OrvaneHost

@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <iterator>
 #include <utility>
 
 namespace Orvane::Import {
@@ -105,6 +106,18 @@ const ExportFormat& FindNamedFormat(const std::string& wanted)
 }
 
 } // namespace
+
+bool HoldsHeights(std::string_view driver)
+{
+    constexpr std::string_view kFlat[] = {
+        "GeoRSS", "GPX", "MapInfo File", "MapML", "Selafin", "WAsP"};
+    return std::find(std::begin(kFlat), std::end(kFlat), driver) == std::end(kFlat);
+}
+
+bool HoldsMissingHeights(std::string_view driver)
+{
+    return driver != "ESRI Shapefile";
+}
 
 const std::vector<TargetFormat>& GetTargetFormats()
 {

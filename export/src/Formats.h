@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace Orvane::Import {
@@ -31,6 +32,8 @@ struct ExportFormat
     bool holdsDateTimes = false;  ///< days with times, to the millisecond; else their texts
     bool holdsAllDigits = true;   ///< of numbers and coordinates; else 15 of them
     bool holdsNullNumbers = true; ///< else a null of a number is 0
+    bool holdsOffsets = true;     ///< of dates with times, from UTC; else they are left out
+    int firstYear = 0;            ///< of dates; earlier ones become null
 };
 
 /// The format of a file name's extension (case ignored, but for ".shp"), or the one that is asked
@@ -38,6 +41,12 @@ struct ExportFormat
 /// @throws ImportFailure `unknown-format`, `no-driver`, `extension-case`, `library-load`
 [[nodiscard]] const ExportFormat& FindExportFormat(const std::string& path,
                                                    const std::string& wanted);
+
+/// Whether points of a format can have heights. @param driver as GetFormat of a target names it
+[[nodiscard]] bool HoldsHeights(std::string_view driver);
+
+/// Whether points of such a format can be without a height among others that have one.
+[[nodiscard]] bool HoldsMissingHeights(std::string_view driver);
 
 /// @param options each "KEY=VALUE"
 /// @throws ImportFailure `creation-option` when the format has no such option, or not the value

@@ -55,6 +55,25 @@ void ReportLosses(const LossCounts& counts,
                 "' have less digits after their seconds in the output",
             fields[index].name.c_str());
     }
+    for (std::size_t index = 0; index < counts.cutOffsets.size(); ++index) {
+        add("offset",
+            counts.cutOffsets[index],
+            " times of the column '" + fields[index].name +
+                "' have no offset from UTC in the output",
+            fields[index].name.c_str());
+    }
+    for (std::size_t index = 0; index < counts.earlyDates.size(); ++index) {
+        add("early-date",
+            counts.earlyDates[index],
+            " dates of the column '" + fields[index].name +
+                "' are before 1900, which the format does not hold, and are null in the output",
+            fields[index].name.c_str());
+    }
+    add("height", counts.withoutHeight, " points have no height in the output", "");
+    add("height-as-zero",
+        counts.zeroHeights,
+        " points without a height have the height 0 in the output",
+        "");
     add("not-finite", counts.notFinite, " numbers are not finite and are null in the output", "");
     add("digits",
         counts.longNumbers,

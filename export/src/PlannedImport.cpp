@@ -46,6 +46,25 @@ bool HoldsDegrees(std::string_view format)
     return std::find(std::begin(kFormats), std::end(kFormats), format) != std::end(kFormats);
 }
 
+/// The first cell that the plan shows of those that speak for a type; empty without one.
+std::string FindSample(const PlanColumn& column, std::string_view what)
+{
+    for (const PlanEvidence& evidence : column.type.evidence) {
+        if (evidence.what == what && !evidence.places.empty()) {
+            return evidence.places.front().text;
+        }
+    }
+    return {};
+}
+
+/// Whether a date with a time may end with `Z`, a word such as UTC, or `+02:00`.
+bool MayHaveOffset(std::string_view text)
+{
+    const std::size_t time = text.find(':');
+    return time == std::string_view::npos ||
+           text.find_first_not_of("0123456789:., ", time) != std::string_view::npos;
+}
+
 /// The names of the columns as the file has them.
 ///
 /// Rule: a line of names that is short lacks the last ones; surplus names follow those of columns.
@@ -430,7 +449,26 @@ private:
                                  (source != TableLayout::kNoSource && HasNoNulls(source));
             counts.nulls.push_back(isWhole ? 0 : 1);
         }
+        counts.withoutOffsets = ListWithoutOffsets(layout);
         return counts;
+    }
+
+    /// Rule: either all date-times of a column that was found state their offset, or none; the
+    /// first one that the plan shows tells. Of a type that is given nothing is known.
+    [[nodiscard]] std::vector<bool> ListWithoutOffsets(const TableLayout& layout) const
+    {
+        std::vector<bool> without;
+        for (const std::size_t source : layout.sources) {
+            const PlanColumn* const column =
+                source == TableLayout::kNoSource ? nullptr : &m_plan.columns[source];
+            const std::string sample = column != nullptr &&
+                                               column->type.value == EPlanType::DateTime &&
+                                               column->type.decider == EDecider::Found
+                                           ? FindSample(*column, NameOf(EPlanType::DateTime))
+                                           : std::string();
+            without.push_back(!sample.empty() && !MayHaveOffset(sample));
+        }
+        return without;
     }
 
     [[nodiscard]] bool HasNoNulls(std::size_t columnIndex) const
@@ -461,6 +499,7 @@ private:
         const Stopwatch writing;
         m_phases.Begin(EPhase::Counting);
         m_report.read = CountLayer(*layer);
+        m_report.read.withoutOffsets = ListWithoutOffsets(LayOutTable(m_plan, m_tableRequest));
         AddRejected(rejected, target);
         m_report.written = target.Write(*layer, m_report.read, m_phases.GetCallbacks());
         CommitAndCount(target);
@@ -524,8 +563,24 @@ private:
         if (!m_plan.questions.empty()) {
             throw ImportFailure(MakeQuestion(m_plan, SampleColumns(m_plan), CountRowsInTheWay()));
         }
+        LeaveHeights();
         DescribeColumns();
         ChooseSystem();
+    }
+
+    /// Rule: heights that the points of the format cannot have stay in their column.
+    void LeaveHeights()
+    {
+        std::optional<std::size_t>& z = m_plan.coordinates.value.z;
+        if (!HasPoints() || !z ||
+            (HoldsHeights(m_report.format) &&
+             (HoldsMissingHeights(m_report.format) || HasNoNulls(*z)))) {
+            return;
+        }
+        m_phases.Tell({"height",
+                       "points have no height in the output: the column '" +
+                           NamesOf(m_plan)[*z].ToUtf8() + "' has it"});
+        z.reset();
     }
 
     /// Rule: without points nobody asks for coordinates. With all cells as texts nothing is lost by

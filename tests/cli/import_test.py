@@ -11,6 +11,7 @@ import subprocess
 import sys
 import unittest
 import xml.etree.ElementTree
+import zipfile
 
 import cli_test
 
@@ -291,6 +292,54 @@ class GdalFormatsTest(ByPlanTest):
         self.assertEqual(result.status, 1)
         self.assertFalse(os.path.exists(self.path("tiles")))
         self.assertEqual(sorted(os.listdir(self.folder)), ["a.csv", "o.dxf", "o.ods", "o.xlsx"])
+
+    def test_heights_that_points_cannot_have_stay_in_their_column(self):
+        self.write("a.csv", "lon,lat,depth\n8.5,47.25,5.5\n7.5,46.75,-6.5\n")
+        words = "note: points have no height in the output: the column 'depth' has it"
+        for name, more in [("o.mif", []), ("o.tab", []), ("o.rss", ["--format", "GeoRSS", "--co", "USE_EXTENSIONS=YES"]),
+                           ("o.gpx", ["--co", "GPX_USE_EXTENSIONS=YES"]), ("o.mapml", ["--format", "MapML"])]:
+            result = self.run_orvane("import", "a.csv", name, *more)
+            self.assertEqual(result.status, 0, result.err)
+            self.assertIn(words, result.err)
+            self.assertNotIn(", Z ", result.out)
+        self.assertEqual(self.content("o.mid"), b"5.5\n-6.5\n")
+        for name in ["o.rss", "o.gpx", "o.mapml"]:
+            self.assertIn(b">-6.5<", self.content(name))
+        # A shapefile has heights, but not in some points only.
+        self.succeed("import", "a.csv", "o.shp")
+        self.assertEqual(self.content("o.shp")[32], 11)
+        self.write("a.csv", "lon,lat,depth\n8.5,47.25,5.5\n7.5,46.75,\n")
+        result = self.run_orvane("import", "a.csv", "o.shp")
+        self.assertEqual(result.status, 0, result.err)
+        self.assertIn(words, result.err)
+        self.assertEqual(self.content("o.shp")[32], 1)
+        self.assertIn(b"5.500000000000000", self.content("o.dbf"))
+
+    def test_times_keep_their_offset_from_utc(self):
+        self.write("a.csv", "id,at,plain\n1,2019-02-03T01:02:03+02:00,2019-02-03T01:02:03\n"
+                            "2,2019-02-03T01:02:03Z,2019-02-03T01:02:04\n")
+        self.succeed("import", "a.csv", "o.mif", "--no-points")
+        self.assertIn(b"at Char", self.content("o.mif"))
+        self.assertIn(b"plain DateTime", self.content("o.mif"))
+        self.assertEqual(self.content("o.mid"), b'1,"2019-02-03T01:02:03+02:00",20190203010203000\n'
+                                                b'2,"2019-02-03T01:02:03Z",20190203010204000\n')
+        for name, member in [("o.xlsx", "xl/sharedStrings.xml"), ("o.ods", "content.xml")]:
+            self.succeed("import", "a.csv", name, "--no-points")
+            with zipfile.ZipFile(self.path(name)) as sheet:
+                self.assertIn(b">2019-02-03T01:02:03+02:00<", sheet.read(member))
+
+    def test_dates_before_those_of_a_sheet_are_said(self):
+        self.write("a.csv", "id,day\n1,0999-02-03\n2,1900-03-01\n3,2019-02-03\n")
+        result = self.run_orvane("import", "a.csv", "o.xlsx", "--no-points")
+        self.assertEqual(result.status, 1)
+        self.assertIn("1 dates of the column 'day' are before 1900, which the format does not hold, and are null "
+                      "in the output", result.err)
+        self.succeed("import", "a.csv", "o.ods", "--no-points")
+
+    def test_a_table_of_a_sqlite_file_is_seen_without_points(self):
+        self.write("a.csv", self.ROWS)
+        report = self.report("a.csv", "o.sqlite", "--no-points")
+        self.assertEqual(report["ledger"]["rowsWritten"], 3)
 
     def test_options_go_to_the_driver_and_wrong_ones_are_refused(self):
         self.write("a.csv", self.ROWS)
@@ -574,6 +623,33 @@ class QuestionsTest(ByPlanTest):
         self.write("blank.csv", "   \n  \n\n")
         result = self.run_orvane("import", "blank.csv", "blank.gpkg")
         self.assertEqual((result.status, result.err), (1, "orvane: blank.csv: The file has nothing but blank lines.\n"))
+
+    def test_a_question_is_an_object_with_its_commands(self):
+        self.write("a.csv", "id,n\n1,a\n2,b\n")
+        result = self.run_orvane("import", "a.csv", "--json")
+        self.assertEqual(result.status, 2)
+        question = json.loads(result.out)
+        self.assertEqual((question["ok"], question["code"], question["file"]), (False, "columns-unknown", "a.csv"))
+        self.assertEqual(question["commands"], ["orvane import --no-points a.csv --json"])
+        self.assertEqual(question["columns"], [{"index": 0, "name": "id", "firstValue": "1"},
+                                               {"index": 1, "name": "n", "firstValue": "a"}])
+        self.assertTrue(json.loads(self.run_shell(question["commands"][0]).stdout)["ok"])
+        self.write("b.csv", "id,n\n" + "1,a\n" * 8 + "x,a\n" * 2)
+        result = self.run_orvane("import", "b.csv", "--no-points", "--type", "id=integer", "--json")
+        self.assertEqual(result.status, 1)
+        self.assertEqual(json.loads(result.out)["commands"],
+                         ["orvane import --on-bad quarantine b.csv --no-points --type id=integer --json"])
+        # Rows on standard output are not mixed with words.
+        result = self.run_orvane("import", "a.csv", "-", "--format", "csv", "--json")
+        self.assertEqual(result.out, "")
+        self.assertIn('"code":"columns-unknown"', result.err)
+
+    def test_an_unknown_column_is_named_with_its_option(self):
+        self.write("a.csv", "lon,lat\n8.5,47.25\n")
+        for option in [("--type", "c=text"), ("--name", "c"), ("--x", "c")]:
+            result = self.run_orvane("import", "a.csv", *option)
+            self.assertEqual(result.status, 2)
+            self.assertIn(f"There is no column {option[0]} 'c'", result.err)
 
     def test_every_command_of_a_question_works_as_printed(self):
         cases = {

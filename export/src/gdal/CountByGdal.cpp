@@ -12,6 +12,7 @@
 #include <memory>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace Orvane::Import::Gdal {
@@ -20,6 +21,13 @@ namespace {
 
 /// Rows between two calls of `follow`, of drivers that need up to 40 microseconds per row.
 constexpr std::uint64_t kRowsOfDriver = 1024;
+
+/// A file of tables alone shows SQLite's own one, too; no other may have a name that begins so.
+bool IsOfSqliteItself(const ExportFormat& format, OGRLayer& layer)
+{
+    return format.driver == std::string_view("SQLite") &&
+           std::string_view(layer.GetName()).starts_with("sqlite_");
+}
 
 } // namespace
 
@@ -51,6 +59,9 @@ TargetCounts Count(const std::filesystem::path& file,
                           nullptr));
     if (dataset) {
         for (OGRLayer* layer : dataset->GetLayers()) {
+            if (IsOfSqliteItself(format, *layer)) {
+                continue;
+            }
             OGRFeatureDefn& definition = *layer->GetLayerDefn();
             std::vector<const char*> ignored;
             ignored.reserve(static_cast<std::size_t>(definition.GetFieldCount()) + 1);

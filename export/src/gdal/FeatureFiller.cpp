@@ -14,7 +14,6 @@
 #include <charconv>
 #include <cmath>
 #include <iterator>
-#include <limits>
 #include <optional>
 #include <string_view>
 #include <system_error>
@@ -32,10 +31,14 @@ FeatureFiller::FeatureFiller(OGRFeature& feature,
     , m_fields(fields)
     , m_hasGeometry(hasGeometry)
     , m_hasHeights(hasHeights)
+    , m_holdsHeights(HoldsHeights(format.driver))
+    , m_holdsMissingHeights(HoldsMissingHeights(format.driver))
     , m_firstField(firstField)
 {
     m_losses.notOfType.resize(fields.size());
     m_losses.cutFractions.resize(fields.size());
+    m_losses.cutOffsets.resize(fields.size());
+    m_losses.earlyDates.resize(fields.size());
 }
 
 void FeatureFiller::FillPageRow(const Orvane::BFeaturePage& page, std::size_t row)
@@ -96,17 +99,15 @@ void FeatureFiller::SetPoint(double x, double y, bool hasZ, double z)
     CheckDigits(y);
     point.setX(x);
     point.setY(y);
-    const double height = hasZ ? z : std::numeric_limits<double>::quiet_NaN();
-    if (m_hasHeights && (m_format.holdsNaN || !std::isnan(height) || IsBinaryGeometry())) {
-        point.setZ(height);
+    const bool hasHeight = hasZ && std::isfinite(z);
+    m_losses.notFinite += hasZ && std::isinf(z) ? 1U : 0U;
+    m_losses.withoutHeight += hasHeight && !m_holdsHeights ? 1U : 0U;
+    m_losses.zeroHeights += m_hasHeights && !hasHeight && !m_holdsMissingHeights ? 1U : 0U;
+    if (m_hasHeights && hasHeight) {
+        point.setZ(z);
     } else {
         point.flattenTo2D();
     }
-}
-
-bool FeatureFiller::IsBinaryGeometry() const
-{
-    return m_format.driver == std::string_view("ESRI Shapefile");
 }
 
 void FeatureFiller::SetNull(std::size_t index)
@@ -174,8 +175,9 @@ void FeatureFiller::SetText(std::size_t index, std::string& text)
         return;
     }
     const bool isDate = m_fields[index].type == EVariantType::Date && m_format.holdsDates;
-    const bool isDateTime =
-        m_fields[index].type == EVariantType::DateTime && m_format.holdsDateTimes;
+    // Date-times that the format cannot hold whole are texts.
+    const bool isDateTime = m_fields[index].type == EVariantType::DateTime &&
+                            m_feature.GetFieldDefnRef(FieldNumber(index))->GetType() == OFTDateTime;
     if (isDate || isDateTime) {
         SetDate(index, text);
         return;
@@ -199,6 +201,12 @@ void FeatureFiller::SetDate(std::size_t index, const std::string& text)
         SetNull(index);
         return;
     }
+    if (parts->year < m_format.firstYear) {
+        ++m_losses.earlyDates[index];
+        SetNull(index);
+        return;
+    }
+    m_losses.cutOffsets[index] += parts->offset && !m_format.holdsOffsets ? 1U : 0U;
     constexpr int kMilliseconds = 3;
     const int zone = parts->offset ? kUtc + *parts->offset / kMinutesOfAStep : 0;
     const auto second = static_cast<float>(parts->second + parts->nanoseconds / 1e9);

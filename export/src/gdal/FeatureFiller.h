@@ -48,7 +48,6 @@ private:
 
     void SetNoPoint();
     void SetPoint(double x, double y, bool hasZ, double z);
-    [[nodiscard]] bool IsBinaryGeometry() const;
     void SetNull(std::size_t index);
     void SetNulls(std::size_t from);
     /// Counts a number that the format may cut.
@@ -73,6 +72,8 @@ private:
     const std::vector<FileField>& m_fields;
     bool m_hasGeometry;
     bool m_hasHeights;
+    bool m_holdsHeights;
+    bool m_holdsMissingHeights;
     int m_firstField;
     bool m_hasPoint = false;
     std::string m_text;

@@ -11,6 +11,7 @@
 #include <gdal_priv.h>
 
 #include <algorithm>
+#include <initializer_list>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -87,13 +88,23 @@ bool HasType(GDALDriver& driver, const char* type)
     return types.FindString(type) != -1;
 }
 
+bool IsOneOf(std::initializer_list<const char*> drivers, const char* name)
+{
+    return std::any_of(drivers.begin(), drivers.end(), [name](const char* driver) {
+        return IsSame(driver, name);
+    });
+}
+
 const ExportFormat& MakeFormat(GDALDriver& driver, const char* extension)
 {
     static std::mutex mutex;
     static std::map<std::string, ExportFormat> formats;
     const std::lock_guard<std::mutex> lock(mutex);
     const char* const name = driver.GetDescription();
-    const bool isExact = IsSame("SQLite", name) || IsSame("Parquet", name) || IsSame("Arrow", name);
+    const bool isExact = IsOneOf({"SQLite", "Parquet", "Arrow"}, name);
+    const bool isSheet = IsOneOf({"XLSX", "ODS"}, name);
+    // Days of such a sheet are counted from the end of 1899.
+    constexpr int kFirstYearOfSheet = 1900;
     const ExportFormat format{
         .extension = extension,
         .driver = name,
@@ -105,6 +116,8 @@ const ExportFormat& MakeFormat(GDALDriver& driver, const char* extension)
         .holdsDateTimes = HasType(driver, "DateTime"),
         .holdsAllDigits = isExact,
         .holdsNullNumbers = !IsSame("MapInfo File", name),
+        .holdsOffsets = !isSheet && !IsSame("MapInfo File", name),
+        .firstYear = IsSame("XLSX", name) ? kFirstYearOfSheet : 0,
     };
     return formats.emplace(std::string(name) + extension, format).first->second;
 }

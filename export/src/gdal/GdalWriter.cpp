@@ -38,7 +38,9 @@ bool HasFieldType(const ExportFormat& format, const char* type)
     return types == nullptr || CPLStringList(CSLTokenizeString(types)).FindString(type) != -1;
 }
 
-std::unique_ptr<OGRFieldDefn> MakeFieldDefn(const FileField& field, const ExportFormat& format)
+/// @param mayHaveOffsets of a field of dates with times: some may state their offset from UTC
+std::unique_ptr<OGRFieldDefn>
+MakeFieldDefn(const FileField& field, const ExportFormat& format, bool mayHaveOffsets)
 {
     auto defn = std::make_unique<OGRFieldDefn>(field.name.c_str(), OFTString);
     switch (field.type) {
@@ -64,7 +66,10 @@ std::unique_ptr<OGRFieldDefn> MakeFieldDefn(const FileField& field, const Export
         defn->SetType(format.holdsDates ? OFTDate : OFTString);
         break;
     case EVariantType::DateTime:
-        defn->SetType(format.holdsDateTimes ? OFTDateTime : OFTString);
+        // Rule: date-times with an offset are texts where the format would drop it.
+        defn->SetType(format.holdsDateTimes && (format.holdsOffsets || !mayHaveOffsets)
+                          ? OFTDateTime
+                          : OFTString);
         break;
     default:
         break;
@@ -80,7 +85,8 @@ public:
         : m_request(request)
         , m_fields(NameFields(request.layer, request.counts, request.format))
         , m_hasGeometry(request.target.hasGeometry || NeedsGeometry())
-        , m_hasHeights(request.target.hasGeometry && request.counts.withHeight > 0)
+        , m_hasHeights(request.target.hasGeometry && HoldsHeights(request.format.driver) &&
+                       request.counts.withHeight > 0)
         , m_files(CheckedFiles::EUse::Writing, [this] { return Step(); })
     {}
 
@@ -191,6 +197,10 @@ private:
         const CPLConfigOptionSetter noJournal("OGR_SQLITE_JOURNAL", "OFF", true);
         const CPLConfigOptionSetter noWaiting("OGR_SQLITE_SYNCHRONOUS", "OFF", true);
         CPLStringList fileOptions;
+        if (Is("SQLite") && !m_hasGeometry) {
+            // GDAL shows no table without geometry where a file has tables of geometries.
+            fileOptions.SetNameValue("METADATA", "NO");
+        }
         AddOptions(EOptionList::File, fileOptions);
         m_dataset.reset(driver->Create(name.c_str(), 0, 0, 0, GDT_Unknown, fileOptions.List()));
         Check(m_dataset != nullptr, "Making the file");
@@ -209,8 +219,9 @@ private:
                                          options.List());
         Check(m_layer != nullptr, "Making the layer");
         RequireHeld();
-        for (const FileField& field : m_fields.fields) {
-            const auto defn = MakeFieldDefn(field, m_request.format);
+        for (std::size_t index = 0; index < m_fields.fields.size(); ++index) {
+            const auto defn = MakeFieldDefn(
+                m_fields.fields[index], m_request.format, m_request.counts.MayHaveOffsets(index));
             Check(m_layer->CreateField(defn.get(), IsOfAnyDriver() ? TRUE : FALSE) == OGRERR_NONE,
                   "Making the fields");
         }

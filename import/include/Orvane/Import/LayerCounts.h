@@ -31,6 +31,15 @@ struct LayerCounts
     /// Rows without a value, by attribute: those of the schema, then those after them. A row with
     /// fewer attributes has no value for the rest.
     std::vector<std::uint64_t> nulls;
+    /// Attributes whose dates with times are known to state no offset from UTC, by attribute. Those
+    /// past its end may have some.
+    std::vector<bool> withoutOffsets;
+
+    /// Whether an attribute's dates with times may state an offset from UTC.
+    [[nodiscard]] bool MayHaveOffsets(std::size_t index) const
+    {
+        return index >= withoutOffsets.size() || !withoutOffsets[index];
+    }
 
     [[nodiscard]] std::size_t GetWithoutGeometry() const noexcept { return rows - points; }
 };

@@ -78,7 +78,7 @@ public:
     /// @param layer has name and schema; its features are not looked at
     /// @param expected what the pages will hold: how many rows, for progress alone; whether there
     ///     are heights; fields beyond the schema; nulls per field, at least 1 where there may be
-    ///     some
+    ///     some; fields without offsets from UTC
     /// @throws as Write, and what `pages` throws
     [[nodiscard]] virtual WriteReport WritePages(const BVectorLayer& layer,
                                                  const LayerCounts& expected,
