@@ -454,6 +454,10 @@ def heads_and_tails():
     for i in range(30):
         nasty.row(",".join(cells(i)), values(i))
     yield nasty
+    nasty = Nasty("the names twice at the begin", NAMES).line(",".join(NAMES)).line(",".join(NAMES))
+    for i in range(30):
+        nasty.row(",".join(cells(i)), values(i))
+    yield nasty
     nasty = table("the names again half way", 15)
     nasty.line(",".join(NAMES))
     for i in range(15, 30):
@@ -550,6 +554,34 @@ def aligned():
         number_, name, x, y = cells(i)
         name = ["Bad Ragaz", "La Punt", "Ins", ""][i % 4]
         nasty.row(f"{number_:<5}{name:<14}{x:>10}{y:>10}", [i + 1, name or None, *values(i)[2:]])
+    yield nasty
+    nasty = Nasty("a blank before each line", [""] * 4, file="data.txt")
+    for i in range(30):
+        x, y = f"{107.5 + i * 0.0137:.5f}", cells(i)[3]
+        nasty.row(" " + " ".join([*cells(i)[:2], x, y]), [*values(i)[:2], Decimal(x), Decimal(y)])
+    yield nasty
+    nasty = Nasty("few rows of blanks under much text", ["nr", "lon", "lat", "depth"], xy=(1, 2), file="data.txt")
+    for text in ("Port:              P034", "Site:              Dover", "Start Date:        01JAN2019-00.00.00",
+                 "Contributor:       Lab", "Datum information: refers to chart datum", "Code:              ASLV = level"):
+        nasty.line(text)
+    nasty.line("  nr       lon       lat   depth")
+    for i in range(4):
+        number_, _, x, y = cells(i)
+        nasty.row(f"{number_:>4} {x:>9} {y:>9} {i + 3.5:>7}", [i + 1, *values(i)[2:], Decimal(str(i + 3.5))])
+    yield nasty
+    nasty = Nasty("a mark before the names", ["nr", "lon", "lat", "gr"], xy=(1, 2), file="log.las")
+    nasty.line("~Version").line(" VERS.   2.0: ASCII").line(" WRAP.   NO:").line("~Curve").line(" GR.API :")
+    nasty.line("~A  nr       lon       lat      gr")
+    for i in range(30):
+        number_, _, x, y = cells(i)
+        nasty.row(f"{number_:>6} {x:>9} {y:>9} {i + 3.5:>7}", [i + 1, *values(i)[2:], Decimal(str(i + 3.5))])
+    yield nasty
+    nasty = Nasty("drawn lines between names and rows", NAMES, file="data.txt", xy=(2, 3))
+    nasty.line(" id |  name   |   lon   |   lat").line("----+---------+---------+---------")
+    for i in range(30):
+        number_, name, x, y = cells(i)
+        nasty.row(f" {number_:>2} | {name:<7} | {x} | {y}", [i + 1, f"{name:<8}", *values(i)[2:]])
+    nasty.line("(30 rows)").line("")
     yield nasty
     nasty = Nasty("tabs and blanks mixed", NAMES, file="data.txt").line("id name \t lon\tlat")
     for i in range(30):

@@ -723,7 +723,7 @@ Plan MakePlan(const std::string& path, const PlanRequest& request, const Callbac
     probeFacts.Add(probe.Text());
     // A sequence may be cut at the probe's end.
     shapeRequest.isUtf8 = probeFacts.invalidBytes <= 3;
-    shapeRequest.canGuessNames = request.isAllText;
+    shapeRequest.keepsAllText = request.isAllText;
     shapeRequest.hasSkippedLines = request.skipLines.has_value();
     shapeRequest.skippedLines = request.skipLines.value_or(0);
     shapeRequest.names = request.hasNames ? (*request.hasNames ? 1 : 0) : -1;

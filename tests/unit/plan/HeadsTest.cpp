@@ -426,6 +426,49 @@ const HeadCase kHeadCases[] = {
      "id|lon|lat|note",
      12,
      "1 2"},
+    {"ADrawnLineUnderNamesIsNoRowWhateverItsCount",
+     " id | lon     | lat\n----+---------+---------\n" +
+         Lines(5, [](int i) { return " " + Point(i, " | "); }) + "(5 rows)\n",
+     "bar and blank",
+     "id|lon|lat",
+     5,
+     "1 2"},
+    {"AFrameOfDrawnLinesHoldsNoRow",
+     "+----+---------+---------+\n| id | lon     | lat     |\n+----+---------+---------+\n" +
+         Lines(5, [](int i) { return "| " + Point(i, " | ") + " |"; }) +
+         "+----+---------+---------+\n",
+     "bar",
+     "|id|lon|lat|",
+     5,
+     "2 3"},
+    {"TheSameNamesOnceMoreAreNamesAgain",
+     "id,lon,lat\nid,lon,lat\n" + Lines(12, [](int i) { return Point(i); }),
+     "comma",
+     "id|lon|lat",
+     12,
+     "1 2"},
+    {"ABlankBeforeEachLineIsNoColumn",
+     Lines(12, [](int i) { return " " + Point(i, " "); }),
+     "runs of blanks",
+     "||",
+     12,
+     ""},
+    {"RowsOfBlanksUnderMoreLinesOfTextAreTheTable",
+     "Port:              P034\nSite:              Dover\nStart Date:        01JAN2019-00.00.00\n"
+     "Contributor:       Lab\nDatum information: The data refer to chart datum\n"
+     "Parameter code:    ASLV = Surface elevation\n  nr       lon       lat\n" +
+         Lines(4, [](int i) { return "  " + Point(i, "   "); }),
+     "runs of blanks",
+     "nr|lon|lat",
+     4,
+     "1 2"},
+    {"AMarkBeforeNamesIsNoneOfThem",
+     "~Curves\n LON.DEG :\n LAT.DEG :\n~A  NR   LON    LAT\n" +
+         Lines(12, [](int i) { return "  " + Point(i, "  "); }),
+     "runs of blanks",
+     "NR|LON|LAT",
+     12,
+     "1 2"},
     {"NumbersAloneAreNoNames", "8.5,47.3\n", "comma", "|", 1, ""},
 };
 
@@ -443,6 +486,17 @@ TEST(PlanHeads, ASeparatorPastAsciiIsNamedInTheQuestion)
         plan.questions[0].text,
         "No columns of coordinates were found. The same number of '\xC2\xA7' is in each line: "
         "columns are cut at characters of ASCII only; put a tab in its place.");
+}
+
+TEST(PlanHeads, NamesThatStandTwiceAreJoinedWhereEveryCellIsKeptAsText)
+{
+    const MadeFile file("id,lon,lat\nid,lon,lat\n" + Lines(12, [](int i) { return Point(i); }));
+    PlanRequest request;
+    request.isAllText = true;
+    request.hasNoPoints = true;
+    const Plan plan = MakePlan(file.Path(), request);
+    EXPECT_EQ(plan.columns[1].name, "lon lon");
+    EXPECT_EQ(plan.shape.rows, 12U);
 }
 
 TEST(PlanHeads, SeparatorsInPairsMakeNoColumns)

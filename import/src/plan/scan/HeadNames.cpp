@@ -227,6 +227,16 @@ bool IsRuleLine(const HeadRecord& record)
            });
 }
 
+bool IsRuleText(std::string_view line) noexcept
+{
+    constexpr std::string_view kSigns = "-=+|: \t";
+    line = Values::Trim(line);
+    return !line.empty() && kSigns.substr(0, 4).find(line.front()) != std::string_view::npos &&
+           line.find_first_not_of(kSigns) == std::string_view::npos &&
+           (line.find("---") != std::string_view::npos ||
+            line.find("===") != std::string_view::npos);
+}
+
 void CutNamesByBlanks(const Dialect& dialect, HeadRecord& record, std::size_t columns)
 {
     if (dialect.separation != ESeparation::Widths) {

@@ -33,6 +33,9 @@ struct NamesVerdict
 
 [[nodiscard]] bool IsRuleLine(const HeadRecord& record);
 
+/// Whether a line is drawn: `-----+------`, `|:---|---:|`.
+[[nodiscard]] bool IsRuleText(std::string_view line) noexcept;
+
 /// Names over fixed widths rarely keep to them: they are the words of their line when these are
 /// as many as the columns.
 void CutNamesByBlanks(const Dialect& dialect, HeadRecord& record, std::size_t columns);

@@ -311,7 +311,11 @@ std::vector<Candidate> FindDialects(std::string_view text, const ShapeRequest& r
             dialect.skipsBlanks = false;
         }
     }
-    if (trial.find("  ") != std::string_view::npos || trial.find(" \t") != std::string_view::npos) {
+    // A blank at the begin of lines is a run of blanks as well.
+    constexpr std::array<std::string_view, 4> kRuns = {"  ", " \t", "\n ", "\r "};
+    if (std::any_of(kRuns.begin(), kRuns.end(), [&](std::string_view run) {
+            return trial.find(run) != std::string_view::npos;
+        })) {
         dialect.separation = ESeparation::Blanks;
         dialect.separator = ' ';
         TryQuotes(trial, dialect, isWhole, candidates);

@@ -23,6 +23,7 @@ struct Candidate
     bool hasShortRows = false;    ///< many records have fewer fields, one here and one there
     bool isNamed = false;         ///< all records are one table of four columns or more, with names
     bool isFirstOfTables = false; ///< other tables with more records are after it
+    bool isUnderText = false;     ///< lines of any count stand before the rows, which end the text
     double typed = 0;             ///< share of cells with a form, 0 to 1
     double score = 0;
     std::size_t strays = 0;  ///< quotes inside fields
@@ -89,8 +90,8 @@ struct ShapeRequest
     Dialect given;
     std::uint64_t skippedLines = 0; ///< given: lines before the table
     bool hasSkippedLines = false;
-    bool canGuessNames = false; ///< nothing is lost either way
-    int names = -1;             ///< given: 0 no names, 1 names; -1 not given
+    bool keepsAllText = false; ///< given: no cell is lost, whatever is held to be names
+    int names = -1;            ///< given: 0 no names, 1 names; -1 not given
 };
 
 /// Dialects in the order of their scores, the best first; never empty. Cost: a few passes over the

@@ -4,6 +4,7 @@
 #include "../values/FoldedCell.h"
 
 #include <algorithm>
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <string_view>
@@ -12,6 +13,8 @@
 namespace Orvane::Import::Scan {
 
 namespace {
+
+constexpr std::size_t kColumns = 64; ///< that a row tells apart
 
 struct Block
 {
@@ -66,7 +69,6 @@ std::vector<Block> FindBlocks(const std::vector<BlockRow>& rows)
 
 void BlockRow::Add(std::size_t column, Values::ECell cell, std::string_view text) noexcept
 {
-    constexpr std::size_t kColumns = 64;
     const std::uint64_t bit = column < kColumns ? std::uint64_t{1} << column : 0;
     if (cell == Values::ECell::Empty || cell == Values::ECell::NullWord) {
         anything |= bit;
@@ -108,6 +110,32 @@ FirstTable FindFirstTable(const std::vector<BlockRow>& rows, std::size_t usual)
                    (block.begin < first->begin && rows[block.begin].fields < table.fields);
         });
     return table;
+}
+
+LastTable FindLastTable(const std::vector<BlockRow>& rows)
+{
+    constexpr std::size_t kFewest = 3;
+    constexpr std::size_t kMostAfter = 2;
+    const std::vector<Block> blocks = FindBlocks(rows);
+    for (auto block = blocks.rbegin(); block != blocks.rend(); ++block) {
+        if (rows.size() - block->end > kMostAfter) {
+            break;
+        }
+        if (block->Size() < kFewest || block->Size() * 4 < rows.size()) {
+            continue;
+        }
+        std::size_t begin = block->begin;
+        while (begin + 1 < block->end && rows[begin].areWords) {
+            ++begin;
+        }
+        const std::uint64_t columns = FindValueColumns(rows, begin, block->end);
+        const auto values = static_cast<std::size_t>(std::popcount(columns));
+        const std::size_t fields = rows[begin].fields;
+        return values >= 2 && values * 2 >= std::min(fields, kColumns)
+                   ? LastTable{fields, block->Size()}
+                   : LastTable{};
+    }
+    return {};
 }
 
 } // namespace Orvane::Import::Scan

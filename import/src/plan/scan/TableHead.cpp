@@ -131,10 +131,43 @@ SkipSparseLines(const std::vector<HeadRecord>& head, std::size_t first, std::siz
     return first;
 }
 
+/// The first record of the last run of three or more of one count. Rule: of lines of words over its
+/// values the last holds the names; text before it may have their count.
+std::size_t FindLastRun(const std::vector<HeadRecord>& head, std::size_t columns)
+{
+    constexpr std::size_t kFewest = 3;
+    std::size_t count = 0;
+    std::size_t first = head.size();
+    for (; first > 0; --first) {
+        const bool isSame = head[first - 1].cells.size() == columns;
+        if (!isSame && count >= kFewest) {
+            break;
+        }
+        count = isSame ? count + 1 : 0;
+    }
+    const auto areTexts = [&](const HeadRecord& record) {
+        for (std::size_t column = 0; column < columns; ++column) {
+            if (record.Kind(column).cell != ECell::Text) {
+                return false;
+            }
+        }
+        return true;
+    };
+    while (first + 1 < head.size() && head[first + 1].cells.size() == columns &&
+           areTexts(head[first]) && areTexts(head[first + 1]) && !IsUnitsLine(head[first + 1]) &&
+           !IsRuleLine(head[first + 1])) {
+        ++first;
+    }
+    return first;
+}
+
 /// The first record of the run that holds most of the head's records.
 std::size_t FindTableStart(const std::vector<HeadRecord>& head, const Candidate& candidate)
 {
     const std::size_t columns = candidate.fields;
+    if (candidate.isUnderText) {
+        return FindLastRun(head, columns);
+    }
     const auto isRow = [&](const HeadRecord& record) {
         const std::size_t count = record.cells.size();
         return count == columns || (candidate.hasShortRows && count > 1 && count < columns);
@@ -232,6 +265,17 @@ bool AreNamesNext(const std::vector<HeadRecord>& head, std::size_t row, std::siz
                head[row + 1], head[row], [&] { return SampleColumns(head, row + 2, columns); });
 }
 
+/// Whether a record has the cells of one of some others.
+bool IsAnyOf(const std::vector<HeadRecord>& head,
+             const std::vector<std::size_t>& others,
+             std::size_t row)
+{
+    const std::vector<std::string> cells = TrimCells(head[row]);
+    return std::any_of(others.begin(), others.end(), [&](std::size_t other) {
+        return TrimCells(head[other]) == cells;
+    });
+}
+
 /// What a line before the table is.
 ELineKind KindBeforeTable(const HeadRecord& record, bool isFirst)
 {
@@ -312,6 +356,14 @@ void SplitPairedNames(HeadRecord& record)
     record.ForgetKinds();
 }
 
+/// Whether a cell marks its line: `~A`, `*`, `##`.
+bool IsMark(std::string_view cell) noexcept
+{
+    constexpr std::string_view kSigns = "~#%*!/>";
+    cell = Values::Trim(cell);
+    return !cell.empty() && cell.size() <= 2 && kSigns.find(cell.front()) != std::string_view::npos;
+}
+
 /// A line of names that has not the table's count: one cell short or long, or with surplus cells
 /// that are empty.
 /// @param row the first row
@@ -322,11 +374,19 @@ void UseUnevenNames(const std::vector<HeadRecord>& head,
 {
     const std::vector<std::string> cells = TrimCells(record);
     const std::size_t fields = record.cells.size();
+    bool isMarked = false;
     if (fields > table.columns) {
         DropEmptyNames(table.columns, record);
     }
     if (fields + 1 == table.columns) {
         SplitPairedNames(record);
+    }
+    if (record.cells.size() == table.columns + 1 && IsMark(record.cells.front())) {
+        // Rule: a mark before the names is none of them: `~A DEPT GR`.
+        record.cells.erase(record.cells.begin());
+        record.isQuoted.erase(record.isQuoted.begin());
+        record.ForgetKinds();
+        isMarked = true;
     }
     const std::size_t names = record.cells.size();
     if (names > table.columns + 1 || names + 1 < table.columns) {
@@ -346,6 +406,7 @@ void UseUnevenNames(const std::vector<HeadRecord>& head,
     table.namesVotes = verdict.forNames;
     table.namesReason = names < table.columns    ? "a line of names that is one cell short"
                         : fields < table.columns ? "a line of names with a separator missing"
+                        : isMarked               ? "a line of names after a mark"
                         : names == table.columns ? "a line of names with surplus empty cells"
                                                  : "a line of names that is one cell long";
     JoinNames(record, false, table.columnNames);
@@ -522,7 +583,7 @@ TableHead FindTable(std::string_view text, const Candidate& candidate, const Sha
         UseLineBefore(head, first, row, candidate, table);
     }
     const bool isNamedBefore = table.names == ENames::Found;
-    if (verdict.names == ENames::Unsure && request.canGuessNames && !isNamedBefore) {
+    if (verdict.names == ENames::Unsure && request.keepsAllText && !isNamedBefore) {
         verdict.names = AreWords(head[row].cells) || IsKnownName(head[row].cells.front())
                             ? ENames::Found
                             : ENames::None;
@@ -540,8 +601,12 @@ TableHead FindTable(std::string_view text, const Candidate& candidate, const Sha
         ++row;
         for (int further = 0; further < 3 && row < head.size(); ++further) {
             const bool hasCount = head[row].cells.size() == table.columns;
-            if (hasCount && IsRuleLine(head[row])) {
+            if ((hasCount && IsRuleLine(head[row])) || IsRuleText(head[row].text)) {
                 addLine(head[row], ELineKind::Rule);
+            } else if (!request.keepsAllText && IsAnyOf(head, namesRows, row)) {
+                // Rule: the same names once more right after them are names again. Where every
+                // cell is kept as text they are joined, so that no line of names is left out.
+                break;
             } else if (hasCount && row + 1 < head.size() &&
                        (IsUnitsLine(head[row]) ||
                         (IsWidthsLine(head[row]) && !IsWidthsLine(head[row + 1])))) {

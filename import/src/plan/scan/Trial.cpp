@@ -26,6 +26,7 @@ struct Mode
     double steady = 0;
     bool hasShortRows = false;
     bool isFirstOfTables = false;
+    bool isUnderText = false;
     bool isNamed = false; ///< all records are one table with a line of words over values
 };
 
@@ -143,6 +144,19 @@ void UseFirstTable(const std::vector<BlockRow>& rows, Mode& mode)
     }
     if (table.explainsAll) {
         mode.support = std::max(mode.support, kExplained);
+    }
+}
+
+/// Under text of any kind, in which blanks make any count, rows of blanks are told by their values.
+void UseLastTable(const std::vector<BlockRow>& rows, Mode& mode)
+{
+    constexpr double kExplained = 0.8;
+    const LastTable table = FindLastTable(rows);
+    if (table.fields >= 2 && table.records < rows.size()) {
+        mode.fields = table.fields;
+        mode.isUnderText = true;
+        mode.support = std::max(
+            kExplained, static_cast<double>(table.records) / static_cast<double>(rows.size()));
     }
 }
 
@@ -298,9 +312,12 @@ Candidate Try(std::string_view text, const Dialect& dialect, bool isWhole)
     }
     if (canBeShort) {
         UseFirstTable(rows, mode);
+    } else if (dialect.separation == ESeparation::Blanks) {
+        UseLastTable(rows, mode);
     }
     candidate.fields = mode.fields;
     candidate.isFirstOfTables = mode.isFirstOfTables;
+    candidate.isUnderText = mode.isUnderText;
     candidate.isNamed = mode.isNamed;
     candidate.support = mode.support;
     candidate.steady = mode.steady;
