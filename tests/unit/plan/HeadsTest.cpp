@@ -462,6 +462,13 @@ const HeadCase kHeadCases[] = {
      "nr|lon|lat",
      4,
      "1 2"},
+    {"ABlankLineAmongRowsOfBlanksUnderTextEndsNoTable",
+     "~Curves\n DEPT.M :\n GR.API :\n RHOB.G :\n STRT.M  100.0:\n  NR    LON      LAT\n" +
+         Lines(12, [](int i) { return (i % 3 == 2 ? "\n  " : "  ") + Point(i, "   "); }),
+     "runs of blanks",
+     "NR|LON|LAT",
+     12,
+     "1 2"},
     {"AMarkBeforeNamesIsNoneOfThem",
      "~Curves\n LON.DEG :\n LAT.DEG :\n~A  NR   LON    LAT\n" +
          Lines(12, [](int i) { return "  " + Point(i, "  "); }),

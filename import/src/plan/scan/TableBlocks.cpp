@@ -131,7 +131,8 @@ LastTable FindLastTable(const std::vector<BlockRow>& rows)
         const std::uint64_t columns = FindValueColumns(rows, begin, block->end);
         const auto values = static_cast<std::size_t>(std::popcount(columns));
         const std::size_t fields = rows[begin].fields;
-        return values >= 2 && values * 2 >= std::min(fields, kColumns)
+        return block->end - begin >= kFewest && values >= 2 &&
+                       values * 2 >= std::min(fields, kColumns)
                    ? LastTable{fields, block->Size()}
                    : LastTable{};
     }

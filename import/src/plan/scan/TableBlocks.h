@@ -36,8 +36,8 @@ struct FirstTable
 /// @param usual the count of most records
 [[nodiscard]] FirstTable FindFirstTable(const std::vector<BlockRow>& rows, std::size_t usual);
 
-/// The last records of one count, at least three and a quarter of all, of whose columns half, at
-/// least two, hold values: rows under text. A line or two may stand after them.
+/// The last records of one count, a quarter of all, with three rows at least, of whose columns
+/// half, at least two, hold values: rows under text. A line or two may stand after them.
 struct LastTable
 {
     std::size_t fields = 0; ///< 0: there is none

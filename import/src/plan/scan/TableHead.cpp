@@ -131,34 +131,46 @@ SkipSparseLines(const std::vector<HeadRecord>& head, std::size_t first, std::siz
     return first;
 }
 
-/// The first record of the last run of three or more of one count. Rule: of lines of words over its
-/// values the last holds the names; text before it may have their count.
-std::size_t FindLastRun(const std::vector<HeadRecord>& head, std::size_t columns)
+/// The first line of a table under text of any kind: its names, which stand right before the first
+/// row or a line before that, or the first row. A row has values where the last rows have them.
+///
+/// Rule: of lines of words over the rows the last holds the names; text may have their count.
+std::size_t FindStartUnderText(const std::vector<HeadRecord>& head, std::size_t columns)
 {
-    constexpr std::size_t kFewest = 3;
-    std::size_t count = 0;
-    std::size_t first = head.size();
-    for (; first > 0; --first) {
-        const bool isSame = head[first - 1].cells.size() == columns;
-        if (!isSame && count >= kFewest) {
-            break;
-        }
-        count = isSame ? count + 1 : 0;
+    constexpr std::size_t kMostLinesBetween = 1;
+    std::size_t last = head.size();
+    for (std::size_t rows = std::max<std::size_t>(head.size() / 4, 3); rows > 0 && last > 0;) {
+        --last;
+        rows -= head[last].cells.size() == columns ? 1U : 0U;
     }
-    const auto areTexts = [&](const HeadRecord& record) {
+    const std::vector<SampleColumn> samples = SampleColumns(head, last, columns);
+    const auto isOf = [&](const HeadRecord& record, bool areTexts) {
+        if (record.cells.size() != columns) {
+            return false;
+        }
         for (std::size_t column = 0; column < columns; ++column) {
-            if (record.Kind(column).cell != ECell::Text) {
+            const ECell kind = record.Kind(column).cell;
+            if (areTexts ? kind != ECell::Text : samples[column].isTyped && kind == ECell::Text) {
                 return false;
             }
         }
         return true;
     };
-    while (first + 1 < head.size() && head[first + 1].cells.size() == columns &&
-           areTexts(head[first]) && areTexts(head[first + 1]) && !IsUnitsLine(head[first + 1]) &&
-           !IsRuleLine(head[first + 1])) {
-        ++first;
+    const auto isDrawn = [&](const HeadRecord& record) {
+        return record.cells.size() == columns && (IsUnitsLine(record) || IsRuleLine(record));
+    };
+    std::size_t row = 0;
+    while (row < head.size() && !isOf(head[row], false)) {
+        ++row;
     }
-    return first;
+    std::size_t between = 0;
+    for (std::size_t index = row; index > 0 && between <= kMostLinesBetween; --index) {
+        if (isOf(head[index - 1], true) && !isDrawn(head[index - 1])) {
+            return index - 1;
+        }
+        between += head[index - 1].isBlank || isDrawn(head[index - 1]) ? 0U : 1U;
+    }
+    return row < head.size() ? row : 0;
 }
 
 /// The first record of the run that holds most of the head's records.
@@ -166,7 +178,7 @@ std::size_t FindTableStart(const std::vector<HeadRecord>& head, const Candidate&
 {
     const std::size_t columns = candidate.fields;
     if (candidate.isUnderText) {
-        return FindLastRun(head, columns);
+        return FindStartUnderText(head, columns);
     }
     const auto isRow = [&](const HeadRecord& record) {
         const std::size_t count = record.cells.size();

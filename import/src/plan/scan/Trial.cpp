@@ -152,7 +152,8 @@ void UseLastTable(const std::vector<BlockRow>& rows, Mode& mode)
 {
     constexpr double kExplained = 0.8;
     const LastTable table = FindLastTable(rows);
-    if (table.fields >= 2 && table.records < rows.size()) {
+    const bool isFound = mode.fields == table.fields && mode.support >= kExplained;
+    if (table.fields >= 2 && !isFound) {
         mode.fields = table.fields;
         mode.isUnderText = true;
         mode.support = std::max(
