@@ -11,6 +11,7 @@
 
 #include <cstdio>
 #include <optional>
+#include <unistd.h>
 
 namespace OrvaneHost {
 
@@ -101,14 +102,18 @@ bool RunImport(const ImportArguments& arguments)
         line.Clear();
         PrintNote(note);
     };
-    const ImportReport report = ImportFile(arguments.request, callbacks);
+    // Rule: rows on standard output are not mixed with words.
+    const int descriptor = arguments.request.out == "-" ? STDERR_FILENO : STDOUT_FILENO;
+    const ImportReport report = [&] {
+        const Interrupt::JsonScope json(arguments.isJson ? descriptor : -1);
+        return ImportFile(arguments.request, callbacks);
+    }();
     line.Clear();
     const std::string imbalances = DescribeImbalances(report);
     if (!imbalances.empty()) {
         std::fprintf(stderr, "%s\n", imbalances.c_str());
     }
-    // Rule: rows on standard output are not mixed with words.
-    TextOutput output(arguments.request.out == "-" ? STDERR_FILENO : STDOUT_FILENO);
+    TextOutput output(descriptor);
     if (arguments.isJson) {
         output.Write(EscapeControls(ToJson(report)));
     } else if (report.ledger) {

@@ -15,6 +15,17 @@ namespace {
 Orvane::Import::CancelFlag flag;
 volatile std::sig_atomic_t currentPhase = static_cast<int>(EPhase::Immediate);
 
+volatile std::sig_atomic_t jsonDescriptor = -1;
+
+/// As the object of any failure, since a signal handler can only copy bytes.
+#define ORVANE_INTERRUPTED_JSON(words)                                                             \
+    "{\"ok\":false,\"exception\":\"BException\",\"location\":\"orvane\",\"message\":\"" words      \
+    "\",\"details\":\"\",\"code\":\"cancelled\",\"what\":\"" words                                 \
+    "\",\"file\":\"\",\"line\":null,\"column\":null,\"cause\":\"\",\"advice\":\"\"}\n"
+constexpr char kJson[] = ORVANE_INTERRUPTED_JSON("Interrupted; nothing was written.");
+constexpr char kWrittenJson[] = ORVANE_INTERRUPTED_JSON("Interrupted; the output was written.");
+#undef ORVANE_INTERRUPTED_JSON
+
 constexpr char kLine[] = "orvane: Interrupted; nothing was written.\n";
 constexpr char kLookingLine[] = "orvane: Interrupted.\n";
 constexpr char kWrittenLine[] = "orvane: Interrupted; the output was written.\n";
@@ -23,6 +34,11 @@ constexpr char kWrittenLine[] = "orvane: Interrupted; the output was written.\n"
 [[noreturn]] void Leave()
 {
     const auto isIn = [](EPhase phase) { return currentPhase == static_cast<int>(phase); };
+    if (jsonDescriptor != -1) {
+        static_cast<void>(!(isIn(EPhase::Written)
+                                ? write(jsonDescriptor, kWrittenJson, sizeof kWrittenJson - 1)
+                                : write(jsonDescriptor, kJson, sizeof kJson - 1)));
+    }
     const auto written =
         isIn(EPhase::Written)   ? write(STDERR_FILENO, kWrittenLine, sizeof kWrittenLine - 1)
         : isIn(EPhase::Looking) ? write(STDERR_FILENO, kLookingLine, sizeof kLookingLine - 1)
@@ -123,6 +139,16 @@ PhaseScope::PhaseScope(EPhase phase) noexcept
 PhaseScope::~PhaseScope()
 {
     SetPhase(static_cast<EPhase>(m_previous));
+}
+
+JsonScope::JsonScope(int descriptor) noexcept
+{
+    jsonDescriptor = descriptor;
+}
+
+JsonScope::~JsonScope()
+{
+    jsonDescriptor = -1;
 }
 
 } // namespace OrvaneHost::Interrupt

@@ -39,4 +39,15 @@ private:
     int m_previous;
 };
 
+/// For a scope, a signal that ends the program at once writes the object of a failure, too.
+class JsonScope
+{
+public:
+    /// @param descriptor to write it to; -1: no object
+    explicit JsonScope(int descriptor) noexcept;
+    ~JsonScope();
+    JsonScope(const JsonScope&) = delete;
+    JsonScope& operator=(const JsonScope&) = delete;
+};
+
 } // namespace OrvaneHost::Interrupt

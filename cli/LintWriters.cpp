@@ -309,7 +309,9 @@ private:
             return;
         }
         m_hasBegun = true;
-        m_json.Raw("{\"version\":\"2.1.0\",\"runs\":[{\"tool\":{\"driver\":{\"name\":\"orvane\",");
+        // Editors find the rules of the format by this address; nothing is fetched.
+        m_json.Raw("{\"$schema\":\"https://json.schemastore.org/sarif-2.1.0.json\",");
+        m_json.Raw("\"version\":\"2.1.0\",\"runs\":[{\"tool\":{\"driver\":{\"name\":\"orvane\",");
         TextField("semanticVersion", ORVANE_VERSION);
         m_json.Raw(",\"rules\":[");
         bool isFirst = true;

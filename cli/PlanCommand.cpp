@@ -1,5 +1,6 @@
 // `orvane plan`: what a scan of the whole file decides, in a few lines or as JSON.
 #include "Commands.h"
+#include "Interrupt.h"
 #include "JsonWriter.h"
 #include "PlanArguments.h"
 #include "ProgressLine.h"
@@ -13,6 +14,7 @@
 #include <cstdio>
 #include <string>
 #include <string_view>
+#include <unistd.h>
 
 namespace OrvaneHost {
 
@@ -308,7 +310,10 @@ void RunPlan(const PlanArguments& arguments)
         line.Show(state);
         return true;
     };
-    const Plan plan = Orvane::Import::MakePlan(arguments.file, arguments.request, callbacks);
+    const Plan plan = [&] {
+        const Interrupt::JsonScope json(arguments.isJson ? STDOUT_FILENO : -1);
+        return Orvane::Import::MakePlan(arguments.file, arguments.request, callbacks);
+    }();
     line.Clear();
     TextOutput output;
     if (arguments.isJson) {

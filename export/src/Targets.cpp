@@ -294,6 +294,17 @@ std::unique_ptr<Target> OpenTarget(const TargetRequest& request)
     if (NamesDatabase(request.out)) {
         // What is wrong with the request itself is said before anybody is connected to.
         static_cast<void>(FindCoordinateSystem(request.crs));
+        if (!request.format.empty() || !request.creationOptions.empty()) {
+            FailureFields fields;
+            fields.kind = EFailureKind::Request;
+            fields.code = "creation-option";
+            fields.what = request.creationOptions.empty()
+                              ? "A database has no format: it gets a table."
+                              : "A table of a database has no creation options.";
+            fields.value =
+                request.creationOptions.empty() ? request.format : request.creationOptions.front();
+            throw ImportFailure(std::move(fields));
+        }
         if (auto* const open = LoadGdal().openDatabase) {
             return open(request);
         }

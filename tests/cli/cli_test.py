@@ -2033,11 +2033,11 @@ class StreamsTest(CliTest):
 class SignalsTest(CliTest):
     LINE = "orvane: Interrupted; nothing was written.\n"
 
-    def start(self, name, out):
+    def start(self, name, out, *more):
         self.write(name, "1\n")
         environment = dict(os.environ, ORVANE_FAKE_MARK=self.path("mark"))
         process = subprocess.Popen(
-            [PROGRAM, "import", name, out, "--plugin", FAKE], cwd=self.folder,
+            [PROGRAM, "import", name, out, "--plugin", FAKE, *more], cwd=self.folder,
             stdout=subprocess.PIPE, stderr=subprocess.PIPE, stdin=subprocess.DEVNULL, text=True,
             env=environment)
         self.addCleanup(process.kill)
@@ -2071,6 +2071,15 @@ class SignalsTest(CliTest):
         process.send_signal(signal.SIGINT)
         self.assert_interrupted(process)
         self.assert_folder("slow-open.csv", "mark")
+
+    def test_a_signal_that_ends_at_once_is_told_as_an_object_too(self):
+        process = self.start("slow-open.csv", "out.gpkg", "--json")
+        process.send_signal(signal.SIGINT)
+        out, err = process.communicate(timeout=120)
+        self.assertEqual((process.returncode, without_rules(err)), (1, self.LINE))
+        failure = json.loads(out)
+        self.assertEqual((failure["ok"], failure["code"], failure["what"]),
+                         (False, "cancelled", "Interrupted; nothing was written."))
 
     def test_a_signal_while_looking_for_findings_has_the_status_of_a_failure(self):
         self.write("many.csv", "lon,lat,n\n" + "8.5,47.25,1\n8.5,47.25,x,y\n" * 400000)

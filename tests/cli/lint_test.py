@@ -201,8 +201,9 @@ class LintSarifTest(LintRunTest):
 
     def test_it_is_a_log_of_one_run(self):
         log = self.log()
-        self.assertEqual(set(log), {"version", "runs"})
+        self.assertEqual(set(log), {"$schema", "version", "runs"})
         self.assertEqual(log["version"], "2.1.0")
+        self.assertEqual(log["$schema"], "https://json.schemastore.org/sarif-2.1.0.json")
         run, = log["runs"]
         self.assertEqual(run["columnKind"], "unicodeCodePoints")
         driver = run["tool"]["driver"]

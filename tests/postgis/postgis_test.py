@@ -184,6 +184,27 @@ class PostgisTest(unittest.TestCase):
         self.assertIn("Interrupted", output)
         self.assertEqual(self.rows("SELECT to_regclass('interrupted')"), ["NULL"])
 
+    def test_a_name_that_the_server_would_cut_is_cut_and_said(self):
+        path = self.write("a.csv", "lon,lat,n\n8.5,47.25,1\n")
+        name = "n" * 80
+        for more in [[], ["--append"]]:
+            result = self.run_import(path, "--layer", name, *more)
+            self.assertIn(f"the table '{name}' is named '{name[:63]}' in the database", result.stderr)
+        self.assertEqual(self.rows(f"SELECT count(*) FROM {name[:63]}"), ["2"])
+
+    def test_the_words_of_the_server_are_a_sentence(self):
+        path = self.write("a.csv", "lon,lat,n\n8.5,47.25,1\n")
+        result = self.run_import(path, "--layer", "nowhere.t", status=1)
+        self.assertTrue(result.stderr.endswith(
+            'The database refuses. ERROR:  schema "nowhere" does not exist.\n'), result.stderr)
+
+    def test_a_format_or_its_options_are_refused(self):
+        path = self.write("a.csv", "lon,lat,n\n8.5,47.25,1\n")
+        for arguments, words in [(["--format", "CSV"], "A database has no format: it gets a table."),
+                                 (["--co", "A=1"], "A table of a database has no creation options.")]:
+            result = self.run_import(path, *arguments, status=2)
+            self.assertEqual(result.stderr, f"orvane: {words}\n")
+
     def test_a_lost_server_is_said(self):
         path = self.write("lost.csv", "id,x,y\n" + "".join(
             f"{n},{n % 170}.123456,{n % 80}.654321\n" for n in range(1_500_000)))

@@ -70,7 +70,8 @@ FailureFields MakeFields(const std::string& shown, const char* code, std::string
 
 std::string Sentence(std::string text)
 {
-    return text.empty() || text.back() == '.' ? text : text + ".";
+    const bool isOpen = !text.empty() && text.back() != '.' && text.back() != '?';
+    return isOpen ? text + "." : text;
 }
 
 /// Cuts a name to what PostgreSQL keeps, at a character.
@@ -130,6 +131,7 @@ public:
             m_table = dot == std::string::npos
                           ? TableName{{}, request.layer}
                           : TableName{request.layer.substr(0, dot), request.layer.substr(dot + 1)};
+            CutTableName();
             RequireRoom();
         }
     }
@@ -447,9 +449,11 @@ private:
         }
         if (m_table.table.empty()) {
             const std::string name = layer.GetName().ToUtf8();
-            m_table.table = CutName(name.empty() ? "layer" : name);
+            m_table.table = name.empty() ? "layer" : name;
+            CutTableName();
             RequireRoom();
         }
+        names.notes.insert(names.notes.begin(), m_notes.begin(), m_notes.end());
         std::vector<EVariantType> types;
         for (const FileField& field : names.fields) {
             types.push_back(field.type);
@@ -491,6 +495,18 @@ private:
         }
         Finish(rows.GetCounts());
         return MakeReport(rows.GetCounts(), names);
+    }
+
+    /// Rule: a name that PostgreSQL would cut is cut here, and said.
+    void CutTableName()
+    {
+        std::string cut = CutName(m_table.table);
+        if (cut != m_table.table) {
+            m_notes.push_back(
+                {"layer-name",
+                 "the table '" + m_table.table + "' is named '" + cut + "' in the database"});
+            m_table.table = std::move(cut);
+        }
     }
 
     /// Names that PostgreSQL would cut are cut here, so that they stay different.
@@ -537,6 +553,7 @@ private:
     TargetRequest m_request;
     std::string m_name; ///< as it may be shown
     std::string m_format = "PostgreSQL";
+    std::vector<Note> m_notes; ///< of the table's name
     ProgressMeter* m_progress = nullptr;
     PostgresConnection m_connection;
     TableName m_table;
@@ -563,7 +580,7 @@ std::unique_ptr<Target> OpenPostgisTarget(const TargetRequest& request)
                   "database",
                   "The database cannot be reached.",
                   Sentence(failure.what()),
-                  "Check its host, port, name and user.");
+                  "Check its host, port, name, user and password.");
         }
     });
 }

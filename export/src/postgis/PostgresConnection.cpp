@@ -1,10 +1,12 @@
 // libpq without blocking, so that a cancel is heeded.
 #include "PostgresConnection.h"
 
+#include <algorithm>
 #include <chrono>
 #include <cstdlib>
 #include <new>
 #include <poll.h>
+#include <sstream>
 #include <utility>
 
 namespace Orvane::Postgres {
@@ -13,21 +15,26 @@ namespace {
 
 constexpr int kWaitMilliseconds = 100;
 
-/// libpq's messages as one line.
-std::string OneLine(std::string text)
+/// libpq's messages as one line, without the echo of the statement: `LINE 1: CREATE ...`, and a
+/// mark under it.
+std::string OneLine(const std::string& text)
 {
-    while (!text.empty() && (text.back() == '\n' || text.back() == ' ')) {
-        text.pop_back();
-    }
-    std::string line;
-    for (const char byte : text) {
-        if (byte == '\n') {
-            line += "; ";
-        } else if (byte != '\r') {
-            line += byte == '\t' ? ' ' : byte;
+    std::istringstream lines(text);
+    std::string joined;
+    for (std::string line; std::getline(lines, line);) {
+        if (line.starts_with("LINE ")) {
+            std::getline(lines, line);
+            continue;
+        }
+        constexpr const char* kBlanks = " \t\r";
+        const std::size_t begin = line.find_first_not_of(kBlanks);
+        if (begin != std::string::npos) {
+            joined += joined.empty() ? "" : "; ";
+            joined += line.substr(begin, line.find_last_not_of(kBlanks) + 1 - begin);
         }
     }
-    return line;
+    std::replace(joined.begin(), joined.end(), '\t', ' ');
+    return joined;
 }
 
 using Clock = std::chrono::steady_clock;
