@@ -92,7 +92,8 @@ CASES = {
     "encoding-unknown": (
         {"a.csv": b"lat,lon,name\n49.5,14.5,\xa9koda\n50.2,14.1,Praha\n"},
         ["import", "a.csv"],
-        "a.csv: The encoding cannot be told from so few words. These commands answer it:\n  orvane import --encoding "
+        "a.csv: The encoding cannot be told from so few words: '©koda' in WINDOWS-1252, 'Škoda' in ISO-8859-2. These "
+        "commands answer it:\n  orvane import --encoding "
         "WINDOWS-1252 a.csv\n  orvane import --encoding ISO-8859-2 a.csv\nThe columns of the file, by index:\n  INDEX "
         "NAME  FIRST VALUE\n  0     lat   49.5\n  1     lon   14.5\n  2     name  ©koda\nThe first line was read as "
         "column names.",

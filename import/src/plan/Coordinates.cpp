@@ -253,6 +253,25 @@ void AskWhichPair(const std::vector<CoordinatePair>& pairs, Plan& plan)
          {{pairs[0].x, pairs[0].y, {}, {}}, {pairs[1].x, pairs[1].y, {}, {}}}});
 }
 
+/// Rule: where the names are one less than the columns, and a text of two words may be anywhere
+/// before the coordinates, their names may be those of the columns before.
+void AskWhichNames(const CoordinateSearch& search, const CoordinatePair& best, Plan& plan)
+{
+    const auto isOpen = [&](std::size_t column) {
+        return column > search.openAfter && column <= search.openTo;
+    };
+    if (!isOpen(best.x) && !isOpen(best.y)) {
+        return;
+    }
+    const std::size_t x = best.x - (isOpen(best.x) ? 1 : 0);
+    const std::size_t y = best.y - (isOpen(best.y) ? 1 : 0);
+    plan.coordinates.confidence = EConfidence::Tie;
+    plan.questions.push_back({"coordinates",
+                              "The names line has one cell less than the rows, so that which "
+                              "columns are the coordinates cannot be told by their names.",
+                              {{best.x, best.y, {}, {}}, {x, y, {}, {}}}});
+}
+
 /// Of two pairs of the same columns the one that places in the rows, or their order, speak for.
 std::optional<CoordinatePair>
 ChooseOrder(const CoordinateSearch& search, const std::vector<CoordinatePair>& pairs, Plan& plan)
@@ -400,6 +419,8 @@ void Decide(const CoordinateSearch& search, const PlanRequest& request, Plan& pl
         } else if (plan.coordinates.value.notation == EPlanNotation::Cartesian &&
                    columns[best.y].axis == EAxis::Latitude) {
             AskWhetherCartesian(search, best, plan);
+        } else {
+            AskWhichNames(search, best, plan);
         }
         DecideSystem(columns, false, plan);
         return;

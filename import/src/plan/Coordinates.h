@@ -19,6 +19,9 @@ struct CoordinateSearch
     const std::vector<Scan::ColumnFacts>& facts;
     const SampleRows& rows;
     bool hasNames;
+    /// The names of the columns after openAfter, up to openTo, may be those of the columns before.
+    std::size_t openAfter;
+    std::size_t openTo;
     /// Shows all rows of the file to a watch.
     std::function<void(Scan::RowWatch&)> look;
 };

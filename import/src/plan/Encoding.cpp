@@ -1,6 +1,8 @@
 // Validity first, libuchardet where validity leaves several.
 #include "Encoding.h"
 
+#include <Orvane/Import/DisplayText.h>
+
 #include <algorithm>
 #include <array>
 #include <cerrno>
@@ -84,23 +86,29 @@ std::string AskStatistics(std::string_view text)
     return name;
 }
 
+/// What separates words.
+constexpr std::string_view kBetweenWords = " \t\r\n,;|\"0123456789";
+
+bool HasHighBytes(std::string_view text)
+{
+    return std::any_of(
+        text.begin(), text.end(), [](char unit) { return static_cast<signed char>(unit) < 0; });
+}
+
 std::size_t CountWords(std::string_view text)
 {
     // Rule: what stands around letters past ASCII makes no other words of them: digits and signs
     // count for nothing.
     std::set<std::string> words;
     for (std::size_t at = 0; at < text.size();) {
-        const std::size_t end =
-            std::min(text.find_first_of(" \t\r\n,;|\"0123456789", at), text.size());
+        const std::size_t end = std::min(text.find_first_of(kBetweenWords, at), text.size());
         std::string word;
         for (const char unit : text.substr(at, end - at)) {
             const bool isHigh = static_cast<signed char>(unit) < 0;
             const bool isLetter = (unit >= 'a' && unit <= 'z') || (unit >= 'A' && unit <= 'Z');
             word += isHigh || isLetter ? std::string(1, unit) : std::string();
         }
-        if (std::any_of(word.begin(), word.end(), [](char unit) {
-                return static_cast<signed char>(unit) < 0;
-            })) {
+        if (HasHighBytes(word)) {
             words.insert(std::move(word));
         }
         at = end + 1;
@@ -234,9 +242,7 @@ bool IsIn(std::string_view text, const std::string& encoding)
 
 std::string ToUtf8(std::string_view text, const std::string& encoding)
 {
-    if (encoding == "UTF-8" || std::none_of(text.begin(), text.end(), [](char unit) {
-            return static_cast<signed char>(unit) < 0;
-        })) {
+    if (encoding == "UTF-8" || !HasHighBytes(text)) {
         return std::string(text);
     }
     Converter converter(encoding);
@@ -246,6 +252,32 @@ std::string ToUtf8(std::string_view text, const std::string& encoding)
     }
     converter.Convert(text, result);
     return result;
+}
+
+std::string CompareReadings(std::string_view lines, const std::vector<std::string>& encodings)
+{
+    constexpr std::size_t kMostColumns = 24;
+    for (std::size_t at = 0; at < lines.size();) {
+        const std::size_t end = std::min(lines.find_first_of(kBetweenWords, at), lines.size());
+        const std::string_view word = lines.substr(at, end - at);
+        at = end + 1;
+        if (!HasHighBytes(word)) {
+            continue;
+        }
+        std::set<std::string> texts;
+        std::string result;
+        for (const std::string& encoding : encodings) {
+            const std::string text = ToUtf8(word, encoding);
+            texts.insert(text);
+            result += (result.empty() ? "'" : ", '") +
+                      DisplayText::EscapeAndCut(std::string_view(text), kMostColumns) + "' in " +
+                      encoding;
+        }
+        if (texts.size() > 1) {
+            return result;
+        }
+    }
+    return {};
 }
 
 PlanDecision<std::string> DecideEncoding(const Scan::SourceFacts& source,

@@ -8,6 +8,7 @@
 
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace Orvane::Import {
 
@@ -26,5 +27,11 @@ namespace Orvane::Import {
 
 /// Whether all of a text is characters of the encoding, none of them a C1 control.
 [[nodiscard]] bool IsIn(std::string_view text, const std::string& encoding);
+
+/// How the first word that encodings do not agree on reads in each of them: "'Å¡' in UTF-8, ...";
+/// empty without such a word.
+/// @param lines lines of the text, in its bytes
+[[nodiscard]] std::string CompareReadings(std::string_view lines,
+                                          const std::vector<std::string>& encodings);
 
 } // namespace Orvane::Import

@@ -61,6 +61,8 @@ Scan::Dialect DialectOf(const Plan& plan)
     dialect.separator = separator.character;
     dialect.skipsBlanks = separator.skipsBlanks;
     dialect.ends = separator.ends;
+    dialect.hasGutters = separator.kind == EPlanSeparation::Widths &&
+                         plan.shape.separator.decider != EDecider::Given;
     dialect.quote = plan.shape.quotes.value.character;
     dialect.hasBackslashes = plan.shape.quotes.value.hasBackslashes;
     dialect.opensAfterBlanks = plan.shape.quotes.value.openAfterBlanks;

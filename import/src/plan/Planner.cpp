@@ -637,18 +637,22 @@ EFirstRow JudgeFirstRow(const Scan::ScanFacts& facts)
     return single >= 2 ? EFirstRow::Names : EFirstRow::Open;
 }
 
-void AskForEncoding(Plan& plan)
+void AskForEncoding(std::string_view highLines, Plan& plan)
 {
     const PlanDecision<std::string>& encoding = plan.bytes.encoding;
     if (encoding.confidence != EConfidence::Tie) {
         return;
     }
-    PlanQuestion question{"encoding",
-                          "The encoding cannot be told from so few words.",
-                          {{{}, {}, {}, encoding.value}}};
+    PlanQuestion question{"encoding", "The encoding cannot be told from so few words", {}};
+    std::vector<std::string> encodings = {encoding.value};
     for (const PlanRival& rival : encoding.rivals) {
-        question.answers.push_back({{}, {}, {}, rival.value});
+        encodings.push_back(rival.value);
     }
+    for (const std::string& name : encodings) {
+        question.answers.push_back({{}, {}, {}, name});
+    }
+    const std::string readings = CompareReadings(highLines, encodings);
+    question.text += readings.empty() ? "." : ": " + readings + ".";
     plan.questions.insert(plan.questions.begin(), std::move(question));
 }
 
@@ -787,7 +791,7 @@ Plan MakePlan(const std::string& path, const PlanRequest& request, const Callbac
             decoded.encoding = encoding.value;
             Plan plan = MakePlan(path, decoded, callbacks);
             plan.bytes.encoding = std::move(encoding);
-            AskForEncoding(plan);
+            AskForEncoding(facts.bytes.highLines, plan);
             return plan;
         }
     }
@@ -891,7 +895,7 @@ Plan MakePlan(const std::string& path, const PlanRequest& request, const Callbac
     PlanQuotesOf(candidates.front(), facts, request, plan.shape);
     const std::string& encoding = plan.bytes.encoding.value;
     const std::string& textEncoding = TextEncodingOf(plan);
-    AskForEncoding(plan);
+    AskForEncoding(facts.bytes.highLines, plan);
     // A given encoding in which every letter of UTF-8 becomes two or three.
     constexpr std::size_t kSequencesThatSpeak = 3;
     if (!request.encoding.empty() && source.Facts().units == Scan::EUnits::Bytes &&
@@ -921,8 +925,14 @@ Plan MakePlan(const std::string& path, const PlanRequest& request, const Callbac
             scan.watch = &watch;
             static_cast<void>(Scan::ScanFile(source, scan));
         };
-        DecideCoordinates(
-            {facts.columns, rows, plan.shape.hasNames.value, lookAgain}, request, plan);
+        DecideCoordinates({facts.columns,
+                           rows,
+                           plan.shape.hasNames.value,
+                           scan.head.openAfter,
+                           scan.head.openTo,
+                           lookAgain},
+                          request,
+                          plan);
     }
     UseGivenTypes(facts.columns, request, plan);
     return plan;

@@ -506,6 +506,37 @@ TEST(PlanHeads, NamesThatStandTwiceAreJoinedWhereEveryCellIsKeptAsText)
     EXPECT_EQ(plan.shape.rows, 12U);
 }
 
+// Rule: the second word of a text comes after a text; where several do, names after the first of
+// them are open.
+TEST(PlanHeads, NamesOneLessThanWordsStandWhereTheyFit)
+{
+    const MadeFile file("id name depth lat lon\n" + Lines(12, [](int i) {
+                            return Number(i) + " Station " + Number(i) + " 140.5 47.3" + Number(i) +
+                                   " 8.5" + Number(i);
+                        }));
+    const Plan plan = MakePlan(file.Path(), {});
+    EXPECT_TRUE(plan.questions.empty());
+    ASSERT_EQ(plan.columns.size(), 6U);
+    EXPECT_EQ(plan.columns[1].name + "|" + plan.columns[2].name + "|" + plan.columns[3].name,
+              "name||depth");
+    EXPECT_EQ(plan.coordinates.value.x.value_or(0), 5U);
+    EXPECT_EQ(plan.coordinates.value.y.value_or(0), 4U);
+}
+
+TEST(PlanHeads, CoordinatesAfterATextThatMayHaveTwoWordsAreAQuestion)
+{
+    const MadeFile file("id name depth lat lon\n" + Lines(12, [](int i) {
+                            return Number(100 + 7 * i) + " Station 3.5" + Number(i) + " 9.3" +
+                                   Number(i) + " 47.3" + Number(i) + " 8.5" + Number(i);
+                        }));
+    const Plan plan = MakePlan(file.Path(), {});
+    ASSERT_EQ(plan.questions.size(), 1U);
+    EXPECT_EQ(plan.questions[0].text,
+              "The names line has one cell less than the rows, so that which columns are the "
+              "coordinates cannot be told by their names.");
+    EXPECT_EQ(plan.questions[0].answers.size(), 2U);
+}
+
 TEST(PlanHeads, SeparatorsInPairsMakeNoColumns)
 {
     const MadeFile file("id||lon||lat\n" + Lines(12, [](int i) { return Point(i, "||"); }));

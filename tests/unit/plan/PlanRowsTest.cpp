@@ -7,8 +7,10 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <iomanip>
 #include <ostream>
 #include <plan/PlanDialect.h>
+#include <sstream>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -285,6 +287,87 @@ TEST(PlanRows, KeepAQuotedFieldWholeWhoseHalvesHaveTheCount)
     EXPECT_EQ(plan.shape.rows, 5U);
     EXPECT_EQ(plan.shape.repairedRows, 0U);
     EXPECT_EQ(CutAgain(plan, bytes, 3), "1|x,y\nz,w|2/3|q|4/5|r|6/7|s|8/9|t|10");
+}
+
+// Rule: a row that is cut inside quotes ends with its line where a whole row is the next one.
+TEST(PlanRows, EndWithTheirLineWhereTheyAreCutInsideQuotes)
+{
+    std::string bytes = "id,name,remark\n";
+    for (int i = 0; i < 9; ++i) {
+        const std::string number = std::to_string(i);
+        bytes += number + (i == 4 ? ",\"na\n" : ",\"name " + number + "\",\"a, b\"\n");
+    }
+    const Plan plan = PlanOf(bytes);
+    EXPECT_EQ(plan.shape.rows, 8U);
+    EXPECT_NE(CutAgain(plan, bytes, 3).find("/3|name 3|a, b/4|\"na/5|name 5|a, b/"),
+              std::string::npos);
+}
+
+namespace {
+
+/// Stations in aligned columns. @param odd the line of row 30 of 60
+std::string Stations(const std::string& odd)
+{
+    std::string bytes = "id    name            depth    lat       lon\n";
+    for (int i = 0; i < 60; ++i) {
+        std::ostringstream line;
+        line << std::left << std::setw(6) << i << std::setw(14) << "Station " + std::to_string(i)
+             << std::right << std::fixed << std::setprecision(1) << std::setw(6) << 10.5 + i
+             << std::setprecision(4) << std::setw(10) << 47 + i * 0.01 << std::setw(10)
+             << 8 + i * 0.01 << "\n";
+        bytes += i == 30 && !odd.empty() ? odd + "\n" : line.str();
+    }
+    return bytes;
+}
+
+} // namespace
+
+// Rule: where blanks cut rows into more cells than the first line, and fixed widths into as many as
+// that has, a text of words in all rows is one cell.
+TEST(PlanRows, OfFixedWidthsHaveOneCellForEachName)
+{
+    const Plan plan = PlanOf(Stations({}));
+    EXPECT_EQ(plan.shape.separator.value.kind, EPlanSeparation::Widths);
+    EXPECT_EQ(plan.shape.columnCount.value, 5U);
+    EXPECT_EQ(TypesOf(plan), "integer, text, double, double, double");
+}
+
+// Rule: a line that stands otherwise than all others has texts across the ends of two columns or
+// more; a longer text is across one. Words tell where its cells end.
+TEST(PlanRows, OfFixedWidthsMayStandOneCharacterAside)
+{
+    const std::string bytes = Stations("\"30    Station 30      40.5   47.3000    8.3000");
+    const Plan plan = PlanOf(bytes);
+    EXPECT_EQ(plan.shape.rows, 60U);
+    EXPECT_EQ(TypesOf(plan), "text, text, double, double, double");
+    EXPECT_NE(CutAgain(plan, bytes, 5).find("/\"30|Station 30|40.5|47.3000|8.3000/"),
+              std::string::npos);
+}
+
+TEST(PlanRows, OfFixedWidthsHaveLongerTextsAfterTheHead)
+{
+    std::string bytes = "n    name   depth\n";
+    for (int i = 0; i < 2500; ++i) {
+        std::ostringstream line;
+        line << std::left << std::setw(5) << i << std::setw(5) << (i == 2000 ? "north" : "a")
+             << std::right << std::setw(7) << (i == 2200 ? 100000 : i) << "\n";
+        bytes += line.str();
+    }
+    const Plan plan = PlanOf(bytes);
+    EXPECT_EQ(plan.shape.rows, 2500U);
+    EXPECT_EQ(TypesOf(plan), "integer, text, integer");
+    const std::string rows = CutAgain(plan, bytes, 3);
+    EXPECT_NE(rows.find("/1999|a|1999/2000|north|2000/2001|a|2001/"), std::string::npos);
+    EXPECT_NE(rows.find("/2200|a|100000/"), std::string::npos);
+}
+
+// Rule: a word across two columns that may belong to either leaves one cell less.
+TEST(PlanRows, OfFixedWidthsAreBadWhereAWordMayBelongToTwoColumns)
+{
+    const std::string bytes = Stations("30    Station 3012345678.5   47.3000   8.3000");
+    const Plan plan = PlanOf(bytes);
+    EXPECT_EQ(plan.shape.rows, 59U);
+    EXPECT_EQ(plan.shape.misfits + plan.shape.shortRows, 1U);
 }
 
 TEST(PlanRows, EndBeforeAFooter)

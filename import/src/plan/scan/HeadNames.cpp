@@ -308,12 +308,16 @@ void DropEmptyNames(std::size_t columns, HeadRecord& record)
 
 int CountFittingNames(const std::vector<std::string>& names,
                       const std::vector<SampleColumn>& samples,
-                      std::size_t shift)
+                      std::size_t unnamed)
 {
     int fits = 0;
     std::string rest;
-    for (std::size_t index = 0; index < names.size() && index + shift < samples.size(); ++index) {
-        const SampleColumn& sample = samples[index + shift];
+    for (std::size_t index = 0; index < names.size() && index < samples.size(); ++index) {
+        const std::size_t column = index < unnamed ? index : index + 1;
+        if (column >= samples.size()) {
+            break;
+        }
+        const SampleColumn& sample = samples[column];
         if (sample.values == 0) {
             continue;
         }

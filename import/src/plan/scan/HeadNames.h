@@ -55,9 +55,9 @@ void DropEmptyNames(std::size_t columns, HeadRecord& record);
 
 /// How many names of coordinates, keys and texts stand over columns that can hold them, less those
 /// that do not.
-/// @param shift how many columns to the right of their own the names stand
+/// @param unnamed a column without a name: names from there on stand one column to the right
 [[nodiscard]] int CountFittingNames(const std::vector<std::string>& names,
                                     const std::vector<SampleColumn>& samples,
-                                    std::size_t shift);
+                                    std::size_t unnamed);
 
 } // namespace Orvane::Import::Scan

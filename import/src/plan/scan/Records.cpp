@@ -278,46 +278,96 @@ bool RecordCutter::CutSeparated(std::string_view text, bool isWhole, Record& rec
     }
 }
 
-void RecordCutter::CutLine(std::string_view text, std::size_t end, Record& record) const
+std::size_t
+RecordCutter::SkipCharacters(std::string_view text, std::size_t at, std::size_t count) const
+{
+    for (; count > 0 && at < text.size(); --count) {
+        ++at;
+        while (m_dialect.isUtf8 && at < text.size() &&
+               (static_cast<unsigned char>(text[at]) & 0xC0U) == 0x80U) {
+            ++at;
+        }
+    }
+    return at;
+}
+
+std::size_t RecordCutter::FindWordsEnd(std::string_view line,
+                                       std::size_t begin,
+                                       std::size_t end,
+                                       std::size_t nextEnd) noexcept
+{
+    const auto isAcross = [&](std::size_t at) {
+        return at > begin && at < line.size() && !IsBlank(line[at - 1]) && !IsBlank(line[at]);
+    };
+    if (!isAcross(end)) {
+        return end;
+    }
+    std::size_t from = end;
+    while (isAcross(from)) {
+        --from;
+    }
+    const std::size_t to = std::min(line.find_first_of(" \t", end), line.size());
+    std::size_t gap = 0;
+    while (from > begin + gap && IsBlank(line[from - gap - 1])) {
+        ++gap;
+    }
+    const bool isFirst = from == begin + gap;
+    const bool isAlone = to >= nextEnd || IsAllBlank(line.substr(to, nextEnd - to));
+    if (isAlone ? isFirst && to != nextEnd : isFirst || gap == 1) {
+        return to;
+    }
+    return isAlone && !isFirst && gap > 1 ? from : kIncomplete;
+}
+
+void RecordCutter::CutLine(std::string_view text,
+                           std::size_t end,
+                           std::size_t expected,
+                           Record& record) const
 {
     std::size_t stop = end;
     if (stop > record.begin && text[stop - 1] == '\r') {
         --stop;
     }
-    std::size_t at = record.begin;
-    std::uint32_t character = 0;
-    for (const std::uint32_t fieldEnd : m_dialect.ends) {
-        std::size_t to = at;
-        while (to < stop && character < fieldEnd) {
-            ++to;
-            while (m_dialect.isUtf8 && to < stop &&
-                   (static_cast<unsigned char>(text[to]) & 0xC0U) == 0x80U) {
-                ++to;
+    const std::string_view line = text.substr(0, stop);
+    const auto push = [&](std::size_t at, std::size_t to) {
+        std::string_view cell = line.substr(at, to - at);
+        if (m_dialect.separation == ESeparation::Widths) {
+            cell = TrimRight(cell);
+            while (!cell.empty() && IsBlank(cell.front())) {
+                cell.remove_prefix(1);
+                ++at;
             }
-            ++character;
         }
-        std::string_view cell = TrimRight(text.substr(at, to - at));
-        std::size_t begin = at;
-        while (!cell.empty() && IsBlank(cell.front())) {
-            cell.remove_prefix(1);
-            ++begin;
+        record.fields.push_back({at, cell.size(), false});
+    };
+    const std::vector<std::uint32_t>& ends = m_dialect.ends;
+    std::size_t at = record.begin;
+    std::size_t fieldEnd = record.begin; ///< by the widths
+    for (std::size_t index = 0; index < ends.size(); ++index) {
+        const std::uint32_t width = ends[index] - (index == 0 ? 0 : ends[index - 1]);
+        fieldEnd = SkipCharacters(line, fieldEnd, width);
+        std::size_t to = std::max(at, fieldEnd);
+        if (m_dialect.hasGutters) {
+            const std::size_t nextEnd =
+                index + 1 < ends.size()
+                    ? SkipCharacters(line, fieldEnd, ends[index + 1] - ends[index])
+                    : stop;
+            const std::size_t wordsEnd = FindWordsEnd(line, at, to, nextEnd);
+            if (wordsEnd == kIncomplete && expected > 0) {
+                // Rule: a word across two columns that may belong to either leaves one cell less.
+                record.isShifted = true;
+                continue;
+            }
+            to = wordsEnd == kIncomplete ? to : wordsEnd;
         }
-        record.fields.push_back({begin, cell.size(), false});
+        push(at, to);
         at = to;
-        character = fieldEnd;
     }
-    std::string_view cell = text.substr(at, stop - at);
-    if (m_dialect.separation == ESeparation::Widths) {
-        cell = TrimRight(cell);
-        while (!cell.empty() && IsBlank(cell.front())) {
-            cell.remove_prefix(1);
-            ++at;
-        }
-    }
-    record.fields.push_back({at, cell.size(), false});
+    push(at, stop);
 }
 
-bool RecordCutter::CutFields(std::string_view text, std::size_t from, bool isWhole, Record& record)
+bool RecordCutter::CutFields(
+    std::string_view text, std::size_t from, bool isWhole, Record& record, std::size_t expected)
 {
     record.fields.clear();
     // Rule: a byte order mark at a record's begin is no part of it: files are put together.
@@ -339,7 +389,7 @@ bool RecordCutter::CutFields(std::string_view text, std::size_t from, bool isWho
         isComplete = CutSeparated(text, isWhole, record);
     } else {
         const std::size_t end = FindLineEnd(text, from);
-        CutLine(text, end, record);
+        CutLine(text, end, expected, record);
         isComplete = EndLine(text, end, isWhole, record);
     }
     // Rule: a line of nothing but empty fields is blank.
@@ -367,7 +417,7 @@ bool IsLoneFeed(std::string_view text, const Record& record) noexcept
 bool RecordCutter::Cut(
     std::string_view text, std::size_t from, bool isWhole, std::size_t expected, Record& record)
 {
-    if (!CutFields(text, from, isWhole, record)) {
+    if (!CutFields(text, from, isWhole, record, expected)) {
         return false;
     }
     const std::string_view whole = text.substr(record.begin, record.next - record.begin);
@@ -588,8 +638,11 @@ bool RecordCutter::ReadFirstLine(std::string_view text, std::size_t expected, Re
                    1 >=
                expected;
     };
-    if (after >= record.next || m_compared >= m_budget || !canBeRow(line) || !canBeRow(next)) {
+    if (after >= record.next || m_compared >= m_budget || !canBeRow(next)) {
         return false;
+    }
+    if (!canBeRow(line)) {
+        return CutBeforeWholeRow(text, next, after, expected, record);
     }
     const auto endAfterLine = [&] {
         record.lines = 1;
@@ -616,6 +669,27 @@ bool RecordCutter::ReadFirstLine(std::string_view text, std::size_t expected, Re
     }
     record.fields = std::move(found);
     endAfterLine();
+    return true;
+}
+
+bool RecordCutter::CutBeforeWholeRow(std::string_view text,
+                                     std::string_view next,
+                                     std::size_t after,
+                                     std::size_t expected,
+                                     Record& record)
+{
+    // Rule: a row that is cut inside quotes ends with its line where a whole row is the next one.
+    RecordCutter plain(m_dialect);
+    Record cut;
+    m_compared += next.size();
+    plain.CutFields(next, 0, true, cut);
+    if (record.strays == 0 || expected < 3 || cut.fields.size() != expected || cut.lines > 1 ||
+        cut.strays + cut.unclosed > 0 ||
+        !(AreQuoted(cut.fields) || DoCellsFit(next, cut.fields, m_forms))) {
+        return false;
+    }
+    CutFields(text.substr(0, after), record.begin, true, record);
+    record.isShifted = record.fields.size() < expected;
     return true;
 }
 

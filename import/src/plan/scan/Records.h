@@ -44,6 +44,9 @@ struct Dialect
     bool joinsFeeds = false;
     /// For Widths: where each field but the last ends, in characters (bytes unless isUtf8).
     std::vector<std::uint32_t> ends;
+    /// For Widths: blanks were found before each column, so that a word across a column's end tells
+    /// that the line has longer texts than others.
+    bool hasGutters = false;
     bool isUtf8 = true;
 
     /// Whether separators and quotes alone tell the fields, as in an index of them.
@@ -156,9 +159,27 @@ public:
     [[nodiscard]] const Dialect& Rules() const noexcept { return m_dialect; }
 
 private:
-    bool CutFields(std::string_view text, std::size_t from, bool isWhole, Record& record);
+    bool CutFields(std::string_view text,
+                   std::size_t from,
+                   bool isWhole,
+                   Record& record,
+                   std::size_t expected = 0);
     bool CutSeparated(std::string_view text, bool isWhole, Record& record);
-    void CutLine(std::string_view text, std::size_t end, Record& record) const;
+    void
+    CutLine(std::string_view text, std::size_t end, std::size_t expected, Record& record) const;
+    /// The position after some characters; the text's end when it has less.
+    [[nodiscard]] std::size_t
+    SkipCharacters(std::string_view text, std::size_t at, std::size_t count) const;
+    /// Where a cell of a column with blanks before the next one ends: at the column's end, or where
+    /// a word across it begins or ends, by the blanks around it.
+    /// @param begin of the cell
+    /// @param end of the column
+    /// @param nextEnd the end of the next column
+    /// @return kIncomplete when the word may belong to either column
+    [[nodiscard]] static std::size_t FindWordsEnd(std::string_view line,
+                                                  std::size_t begin,
+                                                  std::size_t end,
+                                                  std::size_t nextEnd) noexcept;
     /// The position after a quoted field; `from` when it is text; kIncomplete.
     std::size_t
     SkipQuoted(std::string_view text, std::size_t from, bool isWhole, Record& record, Field& field);
@@ -187,6 +208,13 @@ private:
     /// a separator at one place only gives the count, and cells that fit.
     bool SplitGlued(std::string_view text, std::size_t end, std::size_t expected, Record& record);
     bool ReadFirstLine(std::string_view text, std::size_t expected, Record& record);
+    /// Ends a record with its first line where a whole row follows.
+    /// @param next the line after, at `after`
+    bool CutBeforeWholeRow(std::string_view text,
+                           std::string_view next,
+                           std::size_t after,
+                           std::size_t expected,
+                           Record& record);
     bool JoinLooseCells(std::string_view text, std::size_t expected, Record& record) const;
     bool ReadOtherSeparator(std::string_view text, std::size_t expected, Record& record) const;
     EJoin JoinLines(std::string_view text, bool isWhole, std::size_t expected, Record& record);

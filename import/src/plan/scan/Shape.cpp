@@ -200,6 +200,23 @@ std::optional<Candidate> TryLoose(std::string_view text, const Candidate& plain,
     return loose;
 }
 
+/// Rule: where blanks cut rows into more cells than the first line, and fixed widths into as many
+/// as that has, a text of words in all rows is one cell.
+void PreferWidthsOfNames(std::vector<Candidate>& candidates)
+{
+    const auto find = [&](ESeparation separation) {
+        return std::find_if(candidates.begin(), candidates.end(), [&](const Candidate& candidate) {
+            return candidate.dialect.separation == separation;
+        });
+    };
+    const auto widths = find(ESeparation::Widths);
+    const auto blanks = find(ESeparation::Blanks);
+    if (widths != candidates.end() && blanks != candidates.end() &&
+        blanks->first < blanks->fields && widths->fields == blanks->first) {
+        widths->score = std::max(widths->score, blanks->score * 1.01);
+    }
+}
+
 void TryQuotes(std::string_view text,
                Dialect dialect,
                bool isWhole,
@@ -323,11 +340,13 @@ std::vector<Candidate> FindDialects(std::string_view text, const ShapeRequest& r
         dialect.ends = FindWidths(text, request);
         if (!dialect.ends.empty()) {
             dialect.separation = ESeparation::Widths;
+            dialect.hasGutters = true;
             Candidate widths = Try(trial, dialect, isWhole);
             // Each line has the same count by force: cells that are cut through tell.
             widths.support *= 0.9;
             candidates.push_back(widths);
             dialect.ends.clear();
+            dialect.hasGutters = false;
         }
     }
     dialect.separation = ESeparation::OneColumn;
@@ -349,6 +368,7 @@ std::vector<Candidate> FindDialects(std::string_view text, const ShapeRequest& r
     for (Candidate& candidate : candidates) {
         candidate.score = ScoreOf(candidate, std::max<std::size_t>(records, 1));
     }
+    PreferWidthsOfNames(candidates);
     std::stable_sort(candidates.begin(), candidates.end(), [](const auto& a, const auto& b) {
         return a.score > b.score;
     });

@@ -75,6 +75,9 @@ struct TableHead
     std::size_t namesVotes = 0;  ///< columns in which row 1 is a text over other values
     std::size_t dataVotes = 0;   ///< columns in which row 1 is a value like the others
     std::string namesReason;
+    /// The names of the columns after openAfter, up to openTo, may be those of the columns before.
+    std::size_t openAfter = 0;
+    std::size_t openTo = 0;
     std::size_t firstRow = 0;       ///< byte
     std::uint64_t firstRowLine = 1; ///< physical line from 1
 };

@@ -376,12 +376,74 @@ bool IsMark(std::string_view cell) noexcept
     return !cell.empty() && cell.size() <= 2 && kSigns.find(cell.front()) != std::string_view::npos;
 }
 
+/// Whether the first column counts the rows.
+bool AreRowNumbers(const std::vector<HeadRecord>& head, std::size_t from)
+{
+    const std::string& first = head[from].cells.front();
+    if (first != "0" && first != "1") {
+        return false;
+    }
+    std::size_t number = first == "0" ? 0 : 1;
+    return std::all_of(head.begin() + static_cast<std::ptrdiff_t>(from),
+                       head.end(),
+                       [&](const HeadRecord& record) {
+                           return !record.cells.empty() &&
+                                  record.cells.front() == std::to_string(number++);
+                       });
+}
+
+/// Which column has no name where the names are one less than the columns; their count for the
+/// last.
+///
+/// Rule: names of coordinates, keys or texts over columns that can be none do not stand where they
+/// belong.
+/// @param isByBlanks blanks separate, so that a text of two words has two cells
+std::size_t FindUnnamedColumn(const std::vector<HeadRecord>& head,
+                              std::size_t row,
+                              const std::vector<std::string>& names,
+                              bool isByBlanks,
+                              TableHead& table)
+{
+    const std::vector<SampleColumn> samples = SampleColumns(head, row, table.columns);
+    const bool canBeRowNames = AreRowNames(head, row, table.columns);
+    const int inPlace = CountFittingNames(names, samples, names.size());
+    const int shifted = CountFittingNames(names, samples, 0);
+    if (!isByBlanks || samples.back().values == 0) {
+        return shifted > inPlace || (shifted == inPlace && canBeRowNames) ? 0 : names.size();
+    }
+    // Rule: the second word of a text comes after a text; where most names fit in several places,
+    // those between the first and the last of these are open.
+    std::vector<std::size_t> places; ///< of the column without a name
+    int best = 0;
+    for (std::size_t place = 0; place <= names.size(); ++place) {
+        const bool isPossible = place == names.size() || (place == 0 && canBeRowNames) ||
+                                (place > 0 && !samples[place - 1].isTyped);
+        const int fits = isPossible ? CountFittingNames(names, samples, place) : 0;
+        if (isPossible && (places.empty() || fits > best)) {
+            best = fits;
+            places.clear();
+        }
+        if (isPossible && fits == best) {
+            places.push_back(place);
+        }
+    }
+    if (places.front() == 0 && (places.size() == 1 || AreRowNumbers(head, row))) {
+        return 0;
+    }
+    const std::size_t place = places.front() == 0 ? places[1] : places.front();
+    table.openAfter = place;
+    table.openTo = places.back();
+    return place;
+}
+
 /// A line of names that has not the table's count: one cell short or long, or with surplus cells
 /// that are empty.
 /// @param row the first row
+/// @param isByBlanks blanks separate, so that a text of two words has two cells
 void UseUnevenNames(const std::vector<HeadRecord>& head,
                     HeadRecord record,
                     std::size_t row,
+                    bool isByBlanks,
                     TableHead& table)
 {
     const std::vector<std::string> cells = TrimCells(record);
@@ -426,14 +488,13 @@ void UseUnevenNames(const std::vector<HeadRecord>& head,
     if (names >= table.columns) {
         return;
     }
-    // Rule: names of coordinates, keys or texts over columns that can be none do not stand where
-    // they belong.
-    const int inPlace = CountFittingNames(record.cells, samples, 0);
-    const int shifted = CountFittingNames(record.cells, samples, 1);
-    if (shifted > inPlace || (shifted == inPlace && AreRowNames(head, row, table.columns))) {
+    const std::size_t unnamed = FindUnnamedColumn(head, row, record.cells, isByBlanks, table);
+    if (unnamed < names) {
         table.columnNames.pop_back();
-        table.columnNames.insert(table.columnNames.begin(), std::string());
-        table.namesReason = "a line of names without one for the names of rows";
+        table.columnNames.insert(table.columnNames.begin() + static_cast<std::ptrdiff_t>(unnamed),
+                                 std::string());
+        table.namesReason = unnamed == 0 ? "a line of names without one for the names of rows"
+                                         : "a line of names without one for a word of a text";
     }
 }
 
@@ -496,7 +557,9 @@ void UseLineBefore(const std::vector<HeadRecord>& head,
         table.namesReason = "a last comment line with a name for each column";
         JoinNames(named, false, table.columnNames);
     } else if (last.kind == ELineKind::Preamble && table.columns > 2) {
-        UseUnevenNames(head, record, row, table);
+        const bool isByBlanks = candidate.dialect.separation == ESeparation::Blanks ||
+                                candidate.dialect.separator == ' ';
+        UseUnevenNames(head, record, row, isByBlanks, table);
     }
 }
 

@@ -36,23 +36,132 @@ CutCharacters(std::string_view line, std::size_t from, std::size_t count, bool i
     return line.substr(begin, skip(begin, count) - begin);
 }
 
+/// Which columns of characters a line uses.
+std::vector<bool> FindUse(std::string_view line, bool isUtf8)
+{
+    std::vector<bool> isUsed;
+    for (const char unit : line) {
+        if (!isUtf8 || (static_cast<unsigned char>(unit) & 0xC0U) != 0x80U) {
+            isUsed.push_back(unit != ' ');
+        }
+    }
+    while (!isUsed.empty() && !isUsed.back()) {
+        isUsed.pop_back();
+    }
+    return isUsed;
+}
+
+std::vector<std::size_t> CountUses(const std::vector<std::vector<bool>>& uses)
+{
+    std::vector<std::size_t> counts;
+    for (const std::vector<bool>& isUsed : uses) {
+        counts.resize(std::max(counts.size(), isUsed.size()));
+        for (std::size_t column = 0; column < isUsed.size(); ++column) {
+            counts[column] += isUsed[column] ? 1U : 0U;
+        }
+    }
+    return counts;
+}
+
+/// So many lines may stand otherwise than all others.
+std::size_t CountStrays(std::size_t lines) noexcept
+{
+    return lines < 20 ? 0 : std::max<std::size_t>(lines / 50, 2);
+}
+
+/// The length of the shortest line but for strays.
+std::size_t FindShortest(const std::vector<std::vector<bool>>& uses)
+{
+    std::vector<std::size_t> sizes;
+    for (const std::vector<bool>& isUsed : uses) {
+        sizes.push_back(isUsed.size());
+    }
+    std::sort(sizes.begin(), sizes.end());
+    return sizes.empty() ? 0 : sizes[CountStrays(sizes.size())];
+}
+
+/// Where columns end: blanks after what lines use, in all lines but a few.
+/// @param shortest past the shortest line blanks may be texts that end early
+std::vector<std::uint32_t>
+FindGutters(const std::vector<std::size_t>& counts, std::size_t few, std::size_t shortest)
+{
+    std::vector<std::uint32_t> ends;
+    for (std::size_t column = 1; column + 1 < counts.size() && column < shortest; ++column) {
+        if (counts[column - 1] > few && counts[column] <= few) {
+            ends.push_back(static_cast<std::uint32_t>(column));
+        }
+    }
+    return ends;
+}
+
+/// Drops lines that stand otherwise than all others, as one that a stray character moves.
+///
+/// Rule: such a line has texts across the ends of two columns or more, or leaves no blank where all
+/// others have two or more; a longer text is across one end and leaves blanks after it.
+void DropStrays(std::vector<std::vector<bool>>& uses)
+{
+    const std::size_t most = CountStrays(uses.size());
+    const std::vector<std::size_t> counts = CountUses(uses);
+    const std::vector<std::uint32_t> ends = FindGutters(counts, most, FindShortest(uses));
+    std::vector<std::size_t> filled; ///< columns of characters between columns, none of them blank
+    for (const std::uint32_t end : ends) {
+        std::size_t next = end;
+        while (next < counts.size() && counts[next] > 0 && counts[next] <= most) {
+            filled.push_back(next++);
+        }
+        const bool isWide = next >= end + std::size_t{2};
+        if (!isWide || (next < counts.size() && counts[next] == 0)) {
+            filled.resize(filled.size() - (next - end));
+        }
+    }
+    const auto isStray = [&](const std::vector<bool>& isUsed) {
+        const auto isAcross = [&](std::uint32_t end) {
+            return end < isUsed.size() && isUsed[end - 1] && isUsed[end];
+        };
+        const auto isIn = [&](std::size_t column) {
+            return column < isUsed.size() && isUsed[column];
+        };
+        return std::count_if(ends.begin(), ends.end(), isAcross) >= 2 ||
+               std::any_of(filled.begin(), filled.end(), isIn);
+    };
+    const auto strays = static_cast<std::size_t>(std::count_if(uses.begin(), uses.end(), isStray));
+    if (strays <= most) {
+        uses.erase(std::remove_if(uses.begin(), uses.end(), isStray), uses.end());
+    }
+}
+
+/// Whether each column has one name, which stands over it and the blanks beside it alone.
+/// @param ends where columns end, all but the last
+/// @param uses how many rows use each column of characters
+bool HaveOneNameEach(const std::vector<std::uint32_t>& ends,
+                     const std::vector<std::size_t>& uses,
+                     const std::vector<std::pair<std::size_t, std::size_t>>& spans)
+{
+    bool isEach = spans.size() == ends.size() + 1;
+    for (std::size_t index = 0; isEach && index < spans.size(); ++index) {
+        std::size_t next = index < ends.size() ? ends[index] : spans[index].second;
+        while (index < ends.size() && next < uses.size() && uses[next] == 0) {
+            ++next;
+        }
+        isEach =
+            (index == 0 || spans[index].first >= ends[index - 1]) && spans[index].second <= next;
+    }
+    return isEach;
+}
+
 /// Drops the ends of columns that a line of names contradicts: a column without a name over it is
 /// part of the text before it.
 ///
-/// Rule: names tell columns only where each of them begins or ends with a column.
-/// @param isUsed which columns of characters the rows use
+/// Rule: names tell columns only where each of them begins or ends with a column, or stands over
+/// one of its own when that is done.
+/// @param uses how many rows use each column of characters
 void KeepColumnsOfNames(std::string_view names,
                         const std::vector<std::string_view>& rows,
-                        const std::vector<bool>& isUsed,
+                        const std::vector<std::size_t>& uses,
                         bool isUtf8,
                         std::vector<std::uint32_t>& ends)
 {
-    std::vector<bool> isName; ///< which columns of characters the names use
-    for (const char unit : names) {
-        if (!isUtf8 || (static_cast<unsigned char>(unit) & 0xC0U) != 0x80U) {
-            isName.push_back(unit != ' ');
-        }
-    }
+    const std::vector<bool> isName = FindUse(names, isUtf8);
     const auto hasName = [&](std::size_t from, std::size_t to) {
         const auto at = [&](std::size_t column) {
             return isName.begin() + static_cast<std::ptrdiff_t>(std::min(column, isName.size()));
@@ -64,8 +173,8 @@ void KeepColumnsOfNames(std::string_view names,
     std::vector<std::size_t> stops;
     std::size_t from = 0;
     for (std::size_t index = 0; index <= ends.size(); ++index) {
-        const std::size_t stop = index < ends.size() ? ends[index] : isUsed.size();
-        while (from < stop && !isUsed[from]) {
+        const std::size_t stop = index < ends.size() ? ends[index] : uses.size();
+        while (from < stop && uses[from] == 0) {
             ++from;
         }
         begins.push_back(from);
@@ -75,7 +184,8 @@ void KeepColumnsOfNames(std::string_view names,
     const auto has = [](const std::vector<std::size_t>& list, std::size_t column) {
         return std::find(list.begin(), list.end(), column) != list.end();
     };
-    std::size_t count = 0;
+    bool areAligned = true;
+    std::vector<std::pair<std::size_t, std::size_t>> spans; ///< where names begin and end
     for (std::size_t at = 0; at < isName.size();) {
         if (!isName[at]) {
             ++at;
@@ -87,22 +197,21 @@ void KeepColumnsOfNames(std::string_view names,
                (isName[end] || (end + 1 < isName.size() && isName[end + 1]))) {
             ++end;
         }
-        if (!has(begins, at) && !has(stops, end)) {
-            return;
-        }
+        areAligned = areAligned && (has(begins, at) || has(stops, end));
+        spans.emplace_back(at, end);
         at = end;
-        ++count;
     }
-    if (count < 2) {
+    if (spans.size() < 2) {
         return;
     }
     // Numbers before a column are no text that goes on in it.
     const auto isText = [&](std::size_t index) {
         const std::size_t begin = index == 0 ? 0 : ends[index - 1];
-        return std::any_of(rows.begin(), rows.end(), [&](std::string_view row) {
+        const auto texts = std::count_if(rows.begin(), rows.end(), [&](std::string_view row) {
             const std::string_view cell = CutCharacters(row, begin, ends[index] - begin, isUtf8);
             return Values::ReadCell(cell).cell == ECell::Text;
         });
+        return static_cast<std::size_t>(texts) > CountStrays(rows.size());
     };
     std::vector<std::uint32_t> kept;
     for (std::size_t index = 0; index < ends.size(); ++index) {
@@ -113,7 +222,9 @@ void KeepColumnsOfNames(std::string_view names,
             kept.push_back(ends[index]);
         }
     }
-    ends = std::move(kept);
+    if (areAligned || HaveOneNameEach(kept, uses, spans)) {
+        ends = std::move(kept);
+    }
 }
 
 } // namespace
@@ -136,37 +247,19 @@ std::vector<std::uint32_t> FindWidths(std::string_view text, const ShapeRequest&
     }
     // Names and dashes need not keep to the columns of the rows.
     const std::size_t skipped = std::min<std::size_t>(lines.size() / 10, 2);
-    std::vector<bool> isUsed;
-    std::size_t shortest = kMostWidth;
+    std::vector<std::vector<bool>> uses;
     for (std::size_t index = skipped; index < lines.size(); ++index) {
-        std::size_t column = 0;
-        std::size_t last = 0;
-        for (const char unit : lines[index]) {
-            if (request.isUtf8 && (static_cast<unsigned char>(unit) & 0xC0U) == 0x80U) {
-                continue;
-            }
-            if (column == kMostWidth || unit == '\t') {
-                return {};
-            }
-            isUsed.resize(std::max(isUsed.size(), column + 1));
-            if (unit != ' ') {
-                isUsed[column] = true;
-                last = column + 1;
-            }
-            ++column;
-        }
-        shortest = std::min(shortest, last);
-    }
-    std::vector<std::uint32_t> ends;
-    for (std::size_t column = 1; column + 1 < isUsed.size(); ++column) {
-        // Past the shortest line blanks may be texts that end early.
-        if (isUsed[column - 1] && !isUsed[column] && column < shortest) {
-            ends.push_back(static_cast<std::uint32_t>(column));
+        uses.push_back(FindUse(lines[index], request.isUtf8));
+        if (uses.back().size() > kMostWidth || lines[index].find('\t') != std::string_view::npos) {
+            return {};
         }
     }
+    DropStrays(uses);
+    std::vector<std::size_t> counts = CountUses(uses);
+    std::vector<std::uint32_t> ends = FindGutters(counts, 0, FindShortest(uses));
     if (skipped > 0) {
         KeepColumnsOfNames(
-            lines.front(), {lines.begin() + 1, lines.end()}, isUsed, request.isUtf8, ends);
+            lines.front(), {lines.begin() + 1, lines.end()}, counts, request.isUtf8, ends);
     }
     const auto padded = std::count_if(lines.begin(), lines.end(), [](std::string_view line) {
         return line.find("  ") != std::string_view::npos;
