@@ -58,6 +58,8 @@ void Replace(Set& set, std::string_view kernel, const Set& from)
         set.markCodes = from.markCodes;
     } else if (kernel == "countBytes") {
         set.countBytes = from.countBytes;
+    } else if (kernel == "countShapes") {
+        set.countShapes = from.countShapes;
     } else {
         Refuse(kernel);
     }

@@ -15,6 +15,7 @@ const Set& GetAvx512()
         set.markNumbers = MarkNumbersWithAvx512;
         set.markCodes = MarkCodesWithAvx512;
         set.countBytes = CountBytesWithAvx512;
+        set.countShapes = CountShapesWithAvx512;
         set.name = "avx512";
         return set;
     }();

@@ -109,6 +109,40 @@ struct ByteCounts
     [[nodiscard]] bool IsPlain() const { return unprinted == feeds + tabs; }
 };
 
+/// The cells of up to eight adjacent columns over a run of rows. Positions are those of FieldRun,
+/// `ends` those of the first column; nothing is trimmed.
+struct ShapeRun
+{
+    const char* text;
+    const std::uint32_t* ends;
+    std::size_t stride;
+    std::size_t rows;
+    const std::uint64_t* marks; ///< of the text, by markNumbers, and a word more
+    unsigned columns;           ///< a bit for each that is looked at
+};
+
+/// Shapes that are known of eight adjacent columns, and the cells that were found of them.
+///
+/// A cell's signature is its marks (32 bits, of two per byte, the first byte's lowest) with its
+/// length above them. Its first eight bytes are compared as a big-endian number, zeros in place of
+/// what is past its end: it is of a shape when the signatures are equal and that number is from
+/// `above` on and less than `between` past it. A shape that is all zeros has no cells.
+struct alignas(64) KnownShapes
+{
+    static constexpr std::size_t kColumns = 8;
+    static constexpr std::size_t kMost = 8;
+
+    std::uint64_t signature[kMost][kColumns];
+    std::uint64_t above[kMost][kColumns];
+    std::uint64_t between[kMost][kColumns];
+    /// A cell of the signature that is larger than this is of the shape as well; from then on this
+    /// is its number, up to which `between` reaches.
+    std::uint64_t most[kMost][kColumns];
+    std::uint64_t cells[kMost][kColumns];    ///< added up
+    std::uint64_t lastRise[kMost][kColumns]; ///< 1 + the last row of such a cell, else unchanged
+    std::size_t count;                       ///< of shapes
+};
+
 /// One set of kernels. All sets give the same results.
 struct Set
 {
@@ -168,6 +202,12 @@ struct Set
     /// Adds the counts of text[0, size).
     void (*countBytes)(const char* text, std::size_t size, ByteCounts& counts);
 
+    /// Counts the cells of known shapes. The others of each row are set in its byte of `others`, a
+    /// bit for each column. Eight bytes after a cell must be readable. Null in sets in which one
+    /// column after the other is faster.
+    /// @return the bits of all rows
+    unsigned (*countShapes)(const ShapeRun& run, KnownShapes& known, std::uint8_t* others);
+
     const char* name;
 };
 
@@ -198,6 +238,7 @@ std::size_t IndexWithAvx512(const char* text,
 void MarkNumbersWithAvx512(const char* text, std::size_t size, std::uint64_t* marks);
 bool MarkCodesWithAvx512(const char* text, std::size_t size, std::uint64_t* codes);
 void CountBytesWithAvx512(const char* text, std::size_t size, ByteCounts& counts);
+unsigned CountShapesWithAvx512(const ShapeRun& run, KnownShapes& known, std::uint8_t* others);
 #endif
 
 } // namespace AsciiReader::Kernels

@@ -25,6 +25,7 @@ const Set kAvx2 = {IndexText,
                    MarkNumbers,
                    MarkCodes,
                    CountBytes,
+                   nullptr,
                    "avx2"};
 
 } // namespace AsciiReader::Kernels

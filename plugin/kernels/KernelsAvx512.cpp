@@ -7,6 +7,7 @@
 #include "kernels/ByteCounts.h"
 #include "kernels/Index.h"
 #include "kernels/NumberMarks.h"
+#include "kernels/ShapeCounts.h"
 
 namespace AsciiReader::Kernels {
 
@@ -33,6 +34,11 @@ bool MarkCodesWithAvx512(const char* text, std::size_t size, std::uint64_t* code
 void CountBytesWithAvx512(const char* text, std::size_t size, ByteCounts& counts)
 {
     CountBytes(text, size, counts);
+}
+
+unsigned CountShapesWithAvx512(const ShapeRun& run, KnownShapes& known, std::uint8_t* others)
+{
+    return CountShapes(run, known, others);
 }
 
 } // namespace AsciiReader::Kernels

@@ -33,6 +33,7 @@ const Set kGeneric = {IndexText,
                       MarkNumbers,
                       MarkCodes,
                       CountBytes,
+                      nullptr,
                       "generic"};
 
 } // namespace AsciiReader::Kernels

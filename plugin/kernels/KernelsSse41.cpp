@@ -25,6 +25,7 @@ const Set kSse41 = {IndexText,
                     MarkNumbers,
                     MarkCodes,
                     CountBytes,
+                    nullptr,
                     "sse4.1"};
 
 } // namespace AsciiReader::Kernels

@@ -11,6 +11,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <iterator>
 #include <limits>
 #include <random>
 #include <string>
@@ -673,6 +674,157 @@ TEST(KernelsCountBytes, AddUpWhatAPlainLoopCounts)
                       }),
                       counts.unprinted)
                 << set->name;
+        }
+    }
+}
+
+/// A cell as countShapes compares it.
+struct ShapedCell
+{
+    std::uint64_t signature = 0;
+    std::uint64_t first = 0;
+};
+
+ShapedCell ShapeOf(const std::string& cell, const std::vector<std::uint64_t>& marks, std::size_t at)
+{
+    ShapedCell shaped{std::uint64_t{cell.size()} << 32U, 0};
+    for (std::size_t byte = 0; byte < cell.size(); ++byte, ++at) {
+        shaped.signature |= (marks[at / 32] >> (at % 32 * 2) & 3U) << (byte * 2);
+    }
+    for (std::size_t byte = 0; byte < 8; ++byte) {
+        const char unit = byte < cell.size() ? cell[byte] : '\0';
+        shaped.first = shaped.first << 8U | static_cast<unsigned char>(unit);
+    }
+    return shaped;
+}
+
+/// Rows of cells with positions as an index writes them.
+struct ShapedRows
+{
+    std::string text;
+    std::vector<std::uint32_t> positions = {std::numeric_limits<std::uint32_t>::max()};
+    std::vector<std::uint64_t> marks;
+    std::vector<ShapedCell> cells;
+};
+
+ShapedRows MakeShapedRows(std::mt19937& random, std::size_t rows, std::size_t columns)
+{
+    ShapedRows made;
+    std::vector<std::string> cells;
+    for (std::size_t index = 0; index < rows * columns; ++index) {
+        const std::string number = std::to_string(random() % (index % 3 == 0 ? 12 : 90000));
+        static const std::string kOthers[] = {"", "true", "a text of more than sixteen", "-"};
+        // The first column rises, but for a few cells.
+        cells.push_back(random() % 6 == 0      ? kOthers[random() % std::size(kOthers)]
+                        : index % columns == 0 ? std::to_string(1000 + index)
+                        : random() % 2 == 0    ? "-" + number + ".5"
+                                               : number);
+        made.text += cells.back();
+        made.positions.push_back(static_cast<std::uint32_t>(made.text.size()));
+        made.text += (index + 1) % columns == 0 ? '\n' : ',';
+    }
+    const std::size_t size = made.text.size();
+    made.text = Padded(made.text);
+    made.marks.resize((size / 64 + 1) * 2 + 1);
+    Best().markNumbers(made.text.data(), size, made.marks.data());
+    for (std::size_t index = 0; index < cells.size(); ++index) {
+        made.cells.push_back(ShapeOf(cells[index], made.marks, made.positions[index] + 1U));
+    }
+    return made;
+}
+
+/// What countShapes does, cell by cell.
+unsigned
+CountPlainly(const ShapedRows& rows, const ShapeRun& run, KnownShapes& known, std::uint8_t* others)
+{
+    unsigned all = 0;
+    for (std::size_t row = 0; row < run.rows; ++row) {
+        unsigned left = run.columns;
+        for (std::size_t column = 0; column < std::min(run.stride, KnownShapes::kColumns);
+             ++column) {
+            const ShapedCell& cell = rows.cells[row * run.stride + column];
+            for (std::size_t shape = 0; shape < known.count && (left >> column & 1U) != 0;
+                 ++shape) {
+                const bool rises = cell.first > known.most[shape][column];
+                if (cell.signature != known.signature[shape][column] ||
+                    !(rises ||
+                      cell.first - known.above[shape][column] < known.between[shape][column])) {
+                    continue;
+                }
+                if (rises) {
+                    known.most[shape][column] = cell.first;
+                    known.between[shape][column] = cell.first - known.above[shape][column];
+                    known.lastRise[shape][column] = row + 1;
+                }
+                ++known.cells[shape][column];
+                left &= ~(1U << column);
+            }
+        }
+        others[row] = static_cast<std::uint8_t>(left);
+        all |= left;
+    }
+    return all;
+}
+
+TEST(KernelsCountShapes, CountsWhatAPlainLoopCounts)
+{
+    std::mt19937 random(13);
+    for (std::size_t round = 0; round < 200; ++round) {
+        const std::size_t rowCount = 1 + random() % 150;
+        const std::size_t columns = 1 + random() % 10;
+        const ShapedRows rows = MakeShapedRows(random, rowCount, columns);
+        const auto looked =
+            static_cast<unsigned>(random() % (1U << std::min<std::size_t>(columns, 8)));
+        const ShapeRun run{rows.text.data(),
+                           rows.positions.data() + 1,
+                           columns,
+                           rowCount,
+                           rows.marks.data(),
+                           looked};
+        KnownShapes known{};
+        known.count = random() % (KnownShapes::kMost + 1);
+        for (std::size_t shape = 0; shape < known.count; ++shape) {
+            for (std::size_t column = 0; column < std::min(columns, KnownShapes::kColumns);
+                 ++column) {
+                const ShapedCell& cell = rows.cells[random() % rowCount * columns + column];
+                const auto isSame = [&](std::size_t other) {
+                    return known.signature[other][column] == cell.signature;
+                };
+                bool isThere = false;
+                for (std::size_t other = 0; other < shape; ++other) {
+                    isThere = isThere || isSame(other);
+                }
+                if (isThere) {
+                    continue; // all zeros: none
+                }
+                known.signature[shape][column] = cell.signature;
+                known.above[shape][column] = cell.first - random() % 3;
+                known.between[shape][column] = random() % 0x10000;
+                known.most[shape][column] =
+                    random() % 3 == 0 ? ~std::uint64_t{0}
+                                      : known.above[shape][column] + known.between[shape][column];
+                known.cells[shape][column] = random() % 5;
+            }
+        }
+        KnownShapes expected = known;
+        std::vector<std::uint8_t> expectedOthers(rowCount);
+        const unsigned all = CountPlainly(rows, run, expected, expectedOthers.data());
+        for (const Set* set : AllSets()) {
+            if (set->countShapes == nullptr) {
+                continue;
+            }
+            KnownShapes found = known;
+            std::vector<std::uint8_t> others(rowCount);
+            ASSERT_EQ(all, set->countShapes(run, found, others.data())) << set->name;
+            ASSERT_EQ(expectedOthers, others) << set->name;
+            for (std::size_t shape = 0; shape < known.count; ++shape) {
+                for (std::size_t column = 0; column < KnownShapes::kColumns; ++column) {
+                    ASSERT_EQ(expected.cells[shape][column], found.cells[shape][column]);
+                    ASSERT_EQ(expected.most[shape][column], found.most[shape][column]);
+                    ASSERT_EQ(expected.between[shape][column], found.between[shape][column]);
+                    ASSERT_EQ(expected.lastRise[shape][column], found.lastRise[shape][column]);
+                }
+            }
         }
     }
 }
