@@ -1,6 +1,7 @@
 // What is kept of a column: the quick way over shapes gives what the rules give cell by cell.
 #include "plan/scan/ColumnProfile.h"
 
+#include "plan/scan/ColumnRuns.h"
 #include "plan/scan/MarkBits.h"
 
 #include <gtest/gtest.h>
@@ -331,6 +332,104 @@ TEST(ColumnProfileProperty, MarksGiveWhatBytesGive)
         profile.AddRun(
             {column.text.data(), column.ends.data() + 1, 1, cells.size(), 1, 0, hasQuotes});
         ASSERT_EQ(Describe(profile.Finish()), Describe(ProfileMarked(cells, hasQuotes))) << round;
+    }
+}
+
+/// Cells of one kind of column, in a file of so many rows.
+class CellMaker
+{
+public:
+    explicit CellMaker(std::mt19937_64& random)
+        : m_kind(random() % 7)
+        , m_digits(1 + random() % 5)
+        , m_odd(random() % 3 == 0 ? 40 : 4000)
+    {}
+
+    std::string Make(std::mt19937_64& random, std::size_t row)
+    {
+        if (random() % m_odd == 0) {
+            return RandomCell(random);
+        }
+        switch (m_kind) {
+        case 0: // rises
+            return std::to_string(row + 95);
+        case 1: // falls
+            return std::to_string(1000000 - row);
+        case 2: // of the same few values
+            return std::to_string(random() % 3);
+        case 3:
+            return random() % 2 == 0 ? "true" : "false";
+        case 4: // changes half way
+            return row < 1500 ? std::to_string(random() % 100) : "word" + std::to_string(row % 5);
+        case 5:
+            return random() % 4 == 0 ? "" : std::to_string(random() % 1000) + ".25";
+        default:
+            return (random() % 2 == 0 ? "-" : "") + std::to_string(random() % 180) + "." +
+                   std::to_string(random()).substr(0, m_digits);
+        }
+    }
+
+private:
+    std::uint64_t m_kind;
+    std::uint64_t m_digits;
+    std::uint64_t m_odd;
+};
+
+// Columns side by side, by the kernel as far as it goes, and one after the other.
+TEST(ColumnRunsProperty, ColumnsSideBySideHaveTheFactsOfEachAlone)
+{
+    std::mt19937_64 random(7);
+    for (int round = 0; round < 120; ++round) {
+        const std::size_t columns = 1 + random() % 19;
+        const std::size_t rows = 3000;
+        const bool hasQuotes = round % 4 == 0;
+        std::vector<CellMaker> makers;
+        for (std::size_t column = 0; column < columns; ++column) {
+            makers.emplace_back(random);
+        }
+        Column table;
+        for (std::size_t row = 0; row < rows; ++row) {
+            for (std::size_t column = 0; column < columns; ++column) {
+                const std::string cell = makers[column].Make(random, row);
+                table.text += hasQuotes && random() % 30 == 0 ? '"' + cell + '"' : cell;
+                const bool isLast = column + 1 == columns;
+                table.text += isLast && round % 5 == 0 ? "\r" : "";
+                table.ends.push_back(static_cast<std::uint32_t>(table.text.size()));
+                table.text += isLast ? '\n' : ',';
+            }
+        }
+        table.text.append(AsciiReader::Kernels::kPadding, '\0');
+        std::vector<std::uint64_t> marks(Scan::CountMarkWords(table.text.size(), 2));
+        AsciiReader::Kernels::Best().markNumbers(
+            table.text.data(), table.text.size(), marks.data());
+        std::vector<std::size_t> order;
+        for (std::size_t column = columns; round % 3 == 0 && column > 0; --column) {
+            order.push_back(column - 1);
+        }
+        std::vector<ColumnProfile> together(columns);
+        std::vector<ColumnProfile> alone(columns);
+        Scan::ColumnRuns runs;
+        for (std::size_t row = 0; row < rows;) {
+            const std::size_t now = std::min<std::size_t>(1 + random() % 400, rows - row);
+            Scan::CellRun run{table.text.data(),
+                              table.ends.data() + 1 + row * columns,
+                              columns,
+                              now,
+                              row + 1,
+                              0,
+                              hasQuotes,
+                              marks.data()};
+            runs.Add(run, together, order);
+            for (std::size_t column = 0; column < columns; ++column, ++run.ends) {
+                run.endsLine = column + 1 == columns;
+                alone[order.empty() ? column : order[column]].AddRun(run);
+            }
+            row += now;
+        }
+        for (std::size_t column = 0; column < columns; ++column) {
+            ASSERT_EQ(Describe(alone[column].Finish()), Describe(together[column].Finish()))
+                << round << " " << column;
+        }
     }
 }
 

@@ -6,6 +6,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <kernels/Kernels.h>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -116,6 +117,15 @@ struct CellRun
     bool endsLine = true; ///< a `\r` at a cell's end is the line end's; else it is the cell's
 };
 
+/// Cells of a row whose shapes were not offered, as bits of their places.
+struct OtherCells
+{
+    std::size_t row = 0;
+    unsigned places = 0;
+
+    [[nodiscard]] bool Has(std::size_t place) const { return (places >> place & 1U) != 0; }
+};
+
 /// Collects the facts of a column.
 ///
 /// Cells of the same shape (all digits alike) have the same class, so that a cell is looked at by
@@ -138,6 +148,25 @@ public:
 
     /// Adds the cells of a run; a `\r` at a cell's end is no part of it.
     void AddRun(const CellRun& run);
+
+    /// Adds the shapes of the column's cells to those that the kernel countShapes looks for.
+    /// @param place of the column in `known`
+    /// @return false: the run is no case for the kernel, or did not pay off lately; nothing is
+    /// added
+    bool
+    OfferShapes(const CellRun& run, std::size_t place, AsciiReader::Kernels::KnownShapes& known);
+
+    /// Adds the cells of a run by what the kernel counted of the shapes that were offered; the
+    /// facts are those of AddRun.
+    /// @param others the cells of no shape that was offered, in the order of rows
+    /// @return false: new shapes among them need AddRun; nothing is added
+    bool AddCounted(const CellRun& run,
+                    std::size_t place,
+                    const AsciiReader::Kernels::KnownShapes& known,
+                    const std::vector<OtherCells>& others);
+
+    /// Looks for the shapes to be offered next in some cells of a run, which have been added.
+    void LearnShapes(const CellRun& run);
 
     /// Whether a cell would contradict a column whose cells agree so far.
     [[nodiscard]] bool IsMisfit(std::string_view cell) const;
@@ -214,11 +243,23 @@ private:
         std::size_t row = 0;
     };
 
+    /// A shape that is offered to the kernel: that of plain numbers, of empty cells, or one word.
+    struct Offered
+    {
+        std::uint64_t signature = kNoSignature;
+        std::uint64_t slot = 0;
+        std::uint64_t word = 0; ///< the high half of its key; 0 for numbers and empty cells
+    };
+
     /// Of a plain number: the marks of its bytes, of which those that are no digits have one, and
     /// its length after 32 bits of them. Of an empty cell 0.
     static constexpr std::uint64_t kNoSignature = ~std::uint64_t{0};
 
     [[nodiscard]] static std::uint64_t SignatureOf(std::string_view cell) noexcept;
+    [[nodiscard]] Offered FindOffered(const CellRun& run, std::size_t row) const;
+    [[nodiscard]] bool IsOffered(const Offered& shape) const;
+    [[nodiscard]] bool HasShape(const CellRun& run, std::size_t row) const;
+    void FlushEmpties();
 
     template <bool kHasQuotes, bool kHasReturns>
     void AddMarked(const CellRun& run);
@@ -248,6 +289,9 @@ private:
     std::vector<Slot> m_slots; ///< after those of shapes one that counts empty cells
     std::vector<Extremes> m_extremes;
     std::vector<Plain> m_plain;
+    std::array<Offered, AsciiReader::Kernels::KnownShapes::kMost> m_offered;
+    std::size_t m_offeredCount = 0;
+    unsigned m_resting = 0; ///< runs in which nothing is offered
     unsigned m_shift;
     bool m_isText = false;
     std::uint64_t m_unproved = 0; ///< texts since the last look at whether the column is text

@@ -172,16 +172,17 @@ void Rows::AddRows(const IndexedText& indexed, const std::uint32_t* ends, std::s
         }
         m_sample.Add(std::move(sample));
     }
-    for (std::size_t field = 0; field < m_columns && m_request.watch == nullptr; ++field) {
-        m_profiles[ColumnOf(field)].AddRun({indexed.text,
-                                            ends + field,
-                                            m_columns,
-                                            rows,
-                                            m_line,
-                                            indexed.byte,
-                                            indexed.hasQuotes,
-                                            indexed.marks,
-                                            field + 1 == m_columns});
+    if (m_request.watch == nullptr) {
+        m_runs.Add({indexed.text,
+                    ends,
+                    m_columns,
+                    rows,
+                    m_line,
+                    indexed.byte,
+                    indexed.hasQuotes,
+                    indexed.marks},
+                   m_profiles,
+                   m_order);
     }
     const std::uint32_t* const last = ends + (rows - 1) * m_columns;
     KeepLastHead(CellAt(indexed, last + FieldOf(0), FieldOf(0) + 1 == m_columns),

@@ -1,6 +1,7 @@
 // The records of a table as they come: rows, and what stands among and after them.
 #pragma once
 
+#include "ColumnRuns.h"
 #include "FileScan.h"
 
 #include <array>
@@ -130,6 +131,7 @@ private:
     ScanFacts& m_facts;
     std::size_t m_columns;
     std::vector<ColumnProfile> m_profiles;
+    ColumnRuns m_runs;
     RowSample m_sample;
     std::unordered_set<std::string> m_names;      ///< all cells of the names
     std::array<std::uint64_t, 256> m_nameSizes{}; ///< by first byte, a bit for each size
