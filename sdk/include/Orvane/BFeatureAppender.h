@@ -8,6 +8,7 @@
 #include <cassert>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <limits>
 #include <memory>
 #include <span>
@@ -188,12 +189,9 @@ public:
     /// @param firstNameNumber names the first row; the rows after it count on.
     void EndRows(std::size_t count, const std::uint8_t* kinds, std::uint32_t firstNameNumber)
     {
-        bool isPlain = firstNameNumber == m_nextNameNumber && m_nextColumn == 0 &&
-                       !m_hasNameTexts && m_page->rowCount + count <= m_plainRows;
-        for (std::size_t row = 0; row < count && isPlain; ++row) {
-            isPlain = kinds[row] == static_cast<std::uint8_t>(m_plainKind);
-        }
-        if (isPlain) {
+        const bool isNext = firstNameNumber == m_nextNameNumber && m_nextColumn == 0 &&
+                            !m_hasNameTexts && m_page->rowCount + count <= m_plainRows;
+        if (isNext && ArePlain(kinds, count)) {
             m_page->rowCount += count;
             m_features.m_count += count;
             m_nextNameNumber += count;
@@ -228,6 +226,13 @@ private:
         auto& array = kind.ArrayOf(Column(Kind::kStorage));
         using Stored = typename std::remove_reference_t<decltype(array)>::Value;
         array.Append(static_cast<Stored>(value));
+    }
+
+    /// Whether all rows are of the page's plain kind.
+    [[nodiscard]] bool ArePlain(const std::uint8_t* kinds, std::size_t count) const
+    {
+        return count == 0 || (*kinds == static_cast<std::uint8_t>(m_plainKind) &&
+                              (count == 1 || std::memcmp(kinds, kinds + 1, count - 1) == 0));
     }
 
     [[nodiscard]] bool IsPlainRow(EPointKind kind) const noexcept
