@@ -507,7 +507,7 @@ TEST(PlanHeads, NamesThatStandTwiceAreJoinedWhereEveryCellIsKeptAsText)
 }
 
 // Rule: the second word of a text comes after a text; where several do, names after the first of
-// them are open.
+// them and up to the last are open.
 TEST(PlanHeads, NamesOneLessThanWordsStandWhereTheyFit)
 {
     const MadeFile file("id name depth lat lon\n" + Lines(12, [](int i) {
