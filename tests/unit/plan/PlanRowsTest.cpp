@@ -344,6 +344,19 @@ TEST(PlanRows, OfFixedWidthsMayStandOneCharacterAside)
               std::string::npos);
 }
 
+TEST(PlanRows, OfFixedWidthsKeepTheirColumnsWhateverOneLineLacks)
+{
+    const std::string line = "30    Station 30      40.5   47.3000    8.3000";
+    for (std::size_t at = 0; at < line.size(); ++at) {
+        std::string less = line;
+        less.erase(at, 1);
+        std::string more = line;
+        more.insert(at, 1, ' ');
+        EXPECT_EQ(PlanOf(Stations(less)).shape.columnCount.value, 5U) << less;
+        EXPECT_EQ(PlanOf(Stations(more)).shape.columnCount.value, 5U) << more;
+    }
+}
+
 TEST(PlanRows, OfFixedWidthsHaveLongerTextsAfterTheHead)
 {
     std::string bytes = "n    name   depth\n";

@@ -105,11 +105,20 @@ Mode FindMode(const std::vector<std::size_t>& counts, bool canBeShort)
     mode.steady = FindSteady(counts);
     // Rule: when a third of the rows has more cells, one here and one there, the others are short.
     const std::size_t usual = mode.fields;
+    const auto isOften = [&](std::size_t frequency) {
+        return frequency >= 5 && frequency * 3 >= counts.size();
+    };
     for (const auto& [fields, frequency] : frequencies) {
-        if (canBeShort && usual > 1 && fields > mode.fields && fields < usual * 2 &&
-            frequency >= 5 && frequency * 3 >= counts.size() && mode.steady < 0.8) {
+        if (!canBeShort || !isOften(frequency) || mode.steady >= 0.8) {
+            continue;
+        }
+        if (usual > 1 && fields > mode.fields && fields < usual * 2) {
             most = mode.fields == usual ? frequency + frequencies[usual] : frequency + most;
             mode.fields = fields;
+            mode.hasShortRows = true;
+        } else if (fields > 1 && fields < usual && usual < fields * 2 && mode.fields == usual &&
+                   isOften(frequencies[usual])) {
+            most += frequency;
             mode.hasShortRows = true;
         }
     }

@@ -96,33 +96,58 @@ FindGutters(const std::vector<std::size_t>& counts, std::size_t few, std::size_t
 
 /// Drops lines that stand otherwise than all others, as one that a stray character moves.
 ///
-/// Rule: such a line has texts across the ends of two columns or more, or leaves no blank where all
-/// others have two or more; a longer text is across one end and leaves blanks after it.
-void DropStrays(std::vector<std::vector<bool>>& uses)
+/// Rule: such a line has texts across the ends of two columns or more, or of one that holds numbers
+/// alone, or begins one where all others have a blank, or leaves no blank where all others have two
+/// or more; a longer text is across one end and leaves blanks after it.
+void DropStrays(const std::vector<std::string_view>& lines,
+                bool isUtf8,
+                std::vector<std::vector<bool>>& uses)
 {
     const std::size_t most = CountStrays(uses.size());
     const std::vector<std::size_t> counts = CountUses(uses);
     const std::vector<std::uint32_t> ends = FindGutters(counts, most, FindShortest(uses));
-    std::vector<std::size_t> filled; ///< columns of characters between columns, none of them blank
+    std::vector<std::size_t> wide;   ///< columns of characters between columns, none of them blank
+    std::vector<std::size_t> narrow; ///< the same where there is one
     for (const std::uint32_t end : ends) {
         std::size_t next = end;
         while (next < counts.size() && counts[next] > 0 && counts[next] <= most) {
-            filled.push_back(next++);
+            ++next;
         }
-        const bool isWide = next >= end + std::size_t{2};
-        if (!isWide || (next < counts.size() && counts[next] == 0)) {
-            filled.resize(filled.size() - (next - end));
+        const bool isFilled = next > end && (next == counts.size() || counts[next] > most);
+        for (std::size_t column = end; isFilled && column < next; ++column) {
+            (next > end + std::size_t{1} ? wide : narrow).push_back(column);
+        }
+    }
+    const auto isAcross = [](const std::vector<bool>& isUsed, std::uint32_t end) {
+        return end < isUsed.size() && isUsed[end - 1] && isUsed[end];
+    };
+    std::vector<std::uint32_t> endsOfNumbers; ///< that some lines are across
+    for (std::size_t index = 0; index < ends.size(); ++index) {
+        const std::uint32_t end = ends[index];
+        const std::uint32_t begin = index == 0 ? 0 : ends[index - 1];
+        std::size_t texts = counts[end] > 0 ? 0 : most + 1;
+        for (std::size_t line = 0; texts <= most && line < lines.size(); ++line) {
+            const std::string_view cell = CutCharacters(lines[line], begin, end - begin, isUtf8);
+            const ECell kind = Values::ReadCell(cell).cell;
+            const bool isText = kind == ECell::Text || kind == ECell::Boolean;
+            texts += isText && !isAcross(uses[line], end) ? 1U : 0U;
+        }
+        if (texts <= most) {
+            endsOfNumbers.push_back(end);
         }
     }
     const auto isStray = [&](const std::vector<bool>& isUsed) {
-        const auto isAcross = [&](std::uint32_t end) {
-            return end < isUsed.size() && isUsed[end - 1] && isUsed[end];
-        };
+        const auto isAcrossIt = [&](std::uint32_t end) { return isAcross(isUsed, end); };
         const auto isIn = [&](std::size_t column) {
             return column < isUsed.size() && isUsed[column];
         };
-        return std::count_if(ends.begin(), ends.end(), isAcross) >= 2 ||
-               std::any_of(filled.begin(), filled.end(), isIn);
+        const auto isBefore = [&](std::size_t column) {
+            return isIn(column) && !isUsed[column - 1];
+        };
+        return std::count_if(ends.begin(), ends.end(), isAcrossIt) >= 2 ||
+               std::any_of(endsOfNumbers.begin(), endsOfNumbers.end(), isAcrossIt) ||
+               std::any_of(wide.begin(), wide.end(), isIn) ||
+               std::any_of(narrow.begin(), narrow.end(), isBefore);
     };
     const auto strays = static_cast<std::size_t>(std::count_if(uses.begin(), uses.end(), isStray));
     if (strays <= most) {
@@ -254,7 +279,8 @@ std::vector<std::uint32_t> FindWidths(std::string_view text, const ShapeRequest&
             return {};
         }
     }
-    DropStrays(uses);
+    DropStrays(
+        {lines.begin() + static_cast<std::ptrdiff_t>(skipped), lines.end()}, request.isUtf8, uses);
     std::vector<std::size_t> counts = CountUses(uses);
     std::vector<std::uint32_t> ends = FindGutters(counts, 0, FindShortest(uses));
     if (skipped > 0) {
