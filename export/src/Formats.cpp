@@ -48,6 +48,7 @@ constexpr ExportFormat kFormats[] = {
      .write = &WriteByGdal,
      .isByGdal = true,
      .names = ExportFormat::ENames::Dbase,
+     .texts = ExportFormat::ETexts::Dbase,
      .holdsDates = true},
     {.extension = ".csv",
      .driver = "CSV",

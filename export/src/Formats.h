@@ -25,6 +25,13 @@ struct ExportFormat
         UniqueIgnoreCase, ///< each name once, ASCII case ignored
         Dbase             ///< at most 10 bytes, each name once, ASCII case ignored
     } names = ENames::Unique;
+    /// Which texts it holds as they are.
+    enum class ETexts {
+        Any,
+        Xml,    ///< without control characters but the tabulator and LF
+        Dbase,  ///< at most 254 bytes, without blanks at the end
+        MapInfo ///< at most 254 bytes, without line ends
+    } texts = ETexts::Any;
     bool namesLayer = false; ///< its file has the name of its layer
     bool holdsNaN = false;
     bool holdsInfinity = false;

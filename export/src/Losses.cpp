@@ -69,6 +69,14 @@ void ReportLosses(const LossCounts& counts,
                 "' are before 1900, which the format does not hold, and are null in the output",
             fields[index].name.c_str());
     }
+    for (std::size_t index = 0; index < counts.changedTexts.size(); ++index) {
+        add("text",
+            counts.changedTexts[index],
+            " texts of the column '" + fields[index].name +
+                "' have characters or a length that the format does not hold, and are changed in "
+                "the output",
+            fields[index].name.c_str());
+    }
     add("height", counts.withoutHeight, " points have no height in the output", "");
     add("height-as-zero",
         counts.zeroHeights,

@@ -19,6 +19,7 @@ struct LossCounts
     std::vector<std::size_t> cutFractions; ///< by field: times cut to what the format holds
     std::vector<std::size_t> cutOffsets;   ///< by field: times without their offset from UTC
     std::vector<std::size_t> earlyDates;   ///< by field: dates before the format's first year
+    std::vector<std::size_t> changedTexts; ///< by field: texts that the format does not hold so
     std::size_t notFinite = 0;             ///< numbers
     std::size_t withNul = 0;               ///< characters
     std::size_t withoutPlace = 0;          ///< points

@@ -336,6 +336,21 @@ class GdalFormatsTest(ByPlanTest):
                       "in the output", result.err)
         self.succeed("import", "a.csv", "o.ods", "--no-points")
 
+    def test_texts_that_a_format_changes_are_counted(self):
+        xml = ["kml", "gml", "jml", "xlsx", "ods"]
+        texts = {"control \x01": xml, "two\nlines": ["mif", "tab"], "a\rb": [*xml, "mif", "tab"],
+                 "x" * 255: ["shp", "mif", "tab"], "blank ": ["shp"]}
+        for name in ["shp", *xml, "mif", "tab", "sqlite"]:
+            self.write("a.csv", "lon,lat,{}\r\n8.5,47.25,{}\r\n7.5,46.75,{}\r\n".format(
+                ",".join(f"t{index}" for index in range(len(texts))), ",".join(f'"{text}"' for text in texts),
+                ",".join("plain" for text in texts)))
+            table = ["--no-points"] if name in ("xlsx", "ods") else []
+            result = self.run_orvane("import", "a.csv", "o." + name, *table)
+            words = " texts of the column '{}' have characters or a length that the format does not hold"
+            said = [words.format(f"t{index}") in result.err for index in range(len(texts))]
+            self.assertEqual(said, [name in formats for formats in texts.values()], name)
+            self.assertEqual(result.status, 1 if any(said) else 0)
+
     def test_a_table_of_a_sqlite_file_is_seen_without_points(self):
         self.write("a.csv", self.ROWS)
         report = self.report("a.csv", "o.sqlite", "--no-points")

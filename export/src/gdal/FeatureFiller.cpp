@@ -20,6 +20,30 @@
 
 namespace Orvane::Import {
 
+namespace {
+
+/// Whether a format holds a text as it is.
+bool HoldsText(ExportFormat::ETexts texts, std::string_view text)
+{
+    constexpr std::size_t kLongest = 254;
+    switch (texts) {
+    case ExportFormat::ETexts::Any:
+        break;
+    case ExportFormat::ETexts::Xml:
+        return std::none_of(text.begin(), text.end(), [](char byte) {
+            const auto code = static_cast<unsigned char>(byte);
+            return code < ' ' && byte != '\t' && byte != '\n';
+        });
+    case ExportFormat::ETexts::Dbase:
+        return text.size() <= kLongest && !text.ends_with(' ');
+    case ExportFormat::ETexts::MapInfo:
+        return text.size() <= kLongest && text.find_first_of("\r\n") == std::string_view::npos;
+    }
+    return true;
+}
+
+} // namespace
+
 FeatureFiller::FeatureFiller(OGRFeature& feature,
                              const ExportFormat& format,
                              const std::vector<FileField>& fields,
@@ -39,6 +63,7 @@ FeatureFiller::FeatureFiller(OGRFeature& feature,
     m_losses.cutFractions.resize(fields.size());
     m_losses.cutOffsets.resize(fields.size());
     m_losses.earlyDates.resize(fields.size());
+    m_losses.changedTexts.resize(fields.size());
 }
 
 void FeatureFiller::FillPageRow(const Orvane::BFeaturePage& page, std::size_t row)
@@ -187,6 +212,7 @@ void FeatureFiller::SetText(std::size_t index, std::string& text)
     if (text.find('\0') != std::string::npos) {
         m_losses.withNul += ReplaceNuls(text);
     }
+    m_losses.changedTexts[index] += HoldsText(m_format.texts, text) ? 0U : 1U;
     m_feature.SetField(FieldNumber(index), text.c_str());
 }
 

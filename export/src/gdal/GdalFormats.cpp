@@ -95,6 +95,16 @@ bool IsOneOf(std::initializer_list<const char*> drivers, const char* name)
     });
 }
 
+ExportFormat::ETexts TextsOf(const char* driver)
+{
+    if (IsSame("MapInfo File", driver)) {
+        return ExportFormat::ETexts::MapInfo;
+    }
+    const bool isXml =
+        IsOneOf({"KML", "GML", "JML", "GPX", "GeoRSS", "MapML", "XLSX", "ODS"}, driver);
+    return isXml ? ExportFormat::ETexts::Xml : ExportFormat::ETexts::Any;
+}
+
 const ExportFormat& MakeFormat(GDALDriver& driver, const char* extension)
 {
     static std::mutex mutex;
@@ -111,6 +121,7 @@ const ExportFormat& MakeFormat(GDALDriver& driver, const char* extension)
         .write = &Write,
         .isByGdal = true,
         .names = ExportFormat::ENames::UniqueIgnoreCase,
+        .texts = TextsOf(name),
         .namesLayer = true,
         .holdsDates = HasType(driver, "Date"),
         .holdsDateTimes = HasType(driver, "DateTime"),
