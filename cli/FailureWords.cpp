@@ -232,6 +232,23 @@ std::string AskByPlan(const ImportFailure& failure, const std::vector<std::strin
     return text + DescribeColumns(fields);
 }
 
+/// The commands that say how the cells of a column are spelled whose type is given.
+std::string AskForSpelling(const FailureFields& fields, const std::vector<std::string>& words)
+{
+    std::string text =
+        Begin(fields) + TerminalText::Escape(fields.what) + " These commands answer it:";
+    for (const std::string& spelling : fields.nearest) {
+        std::vector<std::string> answered = words;
+        for (std::string& word : answered) {
+            const bool isType = word.starts_with(fields.value + "=") ||
+                                word.starts_with("--type=" + fields.value + "=");
+            word += isType ? ":" + WordOfSpelling(spelling) : "";
+        }
+        text += "\n  " + MakeCommand(answered);
+    }
+    return text;
+}
+
 /// The question back when the columns cannot be told.
 std::string AskForColumns(const FailureFields& fields, const std::vector<std::string>& words)
 {
@@ -309,6 +326,9 @@ std::string DescribeRequest(const ImportFailure& failure, const std::vector<std:
     }
     if (failure.Is("columns-unknown")) {
         return AskForColumns(fields, words);
+    }
+    if (failure.Is("type-doubt")) {
+        return AskForSpelling(fields, words);
     }
     if (failure.Is("no-such-column")) {
         constexpr std::size_t kLongestName = 64;

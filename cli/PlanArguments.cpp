@@ -92,14 +92,46 @@ bool ParseYes(std::string_view name, std::string_view value)
     return value == "yes";
 }
 
-/// "height=double": what stands after the last "=" is the type.
+/// A spelling of a type, as an argument has it, and as a plan has it.
+struct Spelling
+{
+    std::string_view word;
+    std::string_view spelling;
+    EPlanType type;
+};
+
+constexpr Spelling kSpellings[] = {
+    {"day-first", "day first", EPlanType::Date},
+    {"month-first", "month first", EPlanType::Date},
+    {"decimal-comma", "decimal comma", EPlanType::Double},
+    {"thousands-comma", "thousands ,", EPlanType::Double},
+};
+
+/// "day-first" of "date:day-first". @param type the one it is a spelling of
+std::string ParseSpelling(const std::string& text, std::string_view word, EPlanType type)
+{
+    const EPlanType kind = type == EPlanType::DateTime ? EPlanType::Date : type;
+    for (const Spelling& known : kSpellings) {
+        if (known.word == word && known.type == kind) {
+            return std::string(known.spelling);
+        }
+    }
+    ThrowValue("--type",
+               text,
+               "COLUMN=TYPE, date:day-first, date:month-first, double:decimal-comma or "
+               "double:thousands-comma among the types");
+}
+
+/// "height=double": what stands after the last "=" is the type, and after a colon its spelling.
 Orvane::Import::PlanColumnType ParseType(const std::string& text)
 {
     const std::size_t at = text.rfind('=');
     if (at == std::string::npos || at == 0) {
         ThrowValue("--type", text, "COLUMN=TYPE, for example height=double");
     }
-    const std::string_view type = std::string_view(text).substr(at + 1);
+    const std::string_view value = std::string_view(text).substr(at + 1);
+    const std::size_t colon = value.find(':');
+    const std::string_view type = value.substr(0, colon);
     const auto* const found = std::find_if(std::begin(kTypes),
                                            std::end(kTypes),
                                            [&](const auto& known) { return known.first == type; });
@@ -113,7 +145,11 @@ Orvane::Import::PlanColumnType ParseType(const std::string& text)
         throw ArgumentError("There is no type " + Shown(type) + " of columns" +
                             DidYouMean(type, names, "; there are " + all + "."));
     }
-    return {text.substr(0, at), found->second};
+    return {text.substr(0, at),
+            found->second,
+            colon == std::string_view::npos
+                ? std::string()
+                : ParseSpelling(text, value.substr(colon + 1), found->second)};
 }
 
 char ParseQuote(const std::string& text)
@@ -158,7 +194,8 @@ std::vector<ArgumentRule> MakePlanArguments(bool withFollow)
         MakeValue("--type",
                   "COLUMN=TYPE",
                   "The type of a column: text, integer, long, double, boolean, date, time or "
-                  "datetime; may be given more than once",
+                  "datetime; where cells leave it open, date:day-first or date:month-first, "
+                  "double:decimal-comma or double:thousands-comma; may be given more than once",
                   true),
         MakeValue("--name", "NAME|INDEX", "Column of the names of points"),
         {.kind = EArgumentKind::Flag,
@@ -300,6 +337,15 @@ std::vector<std::string> ArgumentsOf(const Orvane::Import::PlanAnswer& answer)
         add("--encoding", answer.encoding);
     }
     return words;
+}
+
+std::string WordOfSpelling(std::string_view spelling)
+{
+    const auto* const found =
+        std::find_if(std::begin(kSpellings), std::end(kSpellings), [&](const Spelling& known) {
+            return known.spelling == spelling;
+        });
+    return std::string(found == std::end(kSpellings) ? spelling : found->word);
 }
 
 } // namespace OrvaneHost

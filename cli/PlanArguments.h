@@ -33,4 +33,7 @@ namespace OrvaneHost {
 /// The arguments that give an answer of a plan's question: "--x", "2", "--y", "1".
 [[nodiscard]] std::vector<std::string> ArgumentsOf(const Orvane::Import::PlanAnswer& answer);
 
+/// "day-first" of "day first": what stands after a type and a colon.
+[[nodiscard]] std::string WordOfSpelling(std::string_view spelling);
+
 } // namespace OrvaneHost

@@ -105,6 +105,13 @@ CASES = {
         "by --crs AUTHORITY:CODE, or write a GeoPackage, which can do without; 'orvane plan --rank-systems' lists "
         "likely ones.",
         2),
+    "type-doubt": (
+        {"a.csv": "x,y,day\n1.5,2.5,03/04/2018\n"},
+        ["import", "a.csv", "--type", "day=date"],
+        "a.csv: The cells of the column 'day' can be read in two ways: day first, or month first. These commands "
+        "answer it:\n  orvane import a.csv --type day=date:day-first\n  orvane import a.csv --type "
+        "day=date:month-first",
+        2),
     "no-such-column": (
         {"a.csv": ABC},
         ["import", "a.csv", "--x", "foo", "--y", "1"],

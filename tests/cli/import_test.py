@@ -2,6 +2,7 @@
 
 import csv
 import gzip
+import io
 import json
 import os
 import resource
@@ -658,6 +659,28 @@ class QuestionsTest(ByPlanTest):
         result = self.run_orvane("import", "a.csv", "-", "--format", "csv", "--json")
         self.assertEqual(result.out, "")
         self.assertIn('"code":"columns-unknown"', result.err)
+
+    def test_the_spelling_of_a_given_type_is_asked_where_the_cells_leave_it_open(self):
+        self.write("a.csv", 'lon,lat,day,n\n8.5,47.25,03/04/2018,"1,234"\n7.5,46.75,05/04/2018,"7,197"\n')
+        cases = {"day=date": {"2018-04-03", "2018-03-04"}, "n=double": {"1.234", "1234.0"}}
+        for given, values in cases.items():
+            result = self.run_orvane("import", "a.csv", "o.csv", "--type", given)
+            self.assertEqual(result.status, 2)
+            found = set()
+            for command in self.commands_in(result.err):
+                done = self.run_shell(command)
+                self.assertEqual(done.returncode, 0, done.stderr)
+                row = next(csv.DictReader(io.StringIO(self.content("o.csv").decode())))
+                found.add(row[given.split("=")[0]])
+            self.assertEqual(found, values)
+        # One cell that tells is enough, and cells that contradict a given spelling are bad rows.
+        self.write("b.csv", "lon,lat,day\n8.5,47.25,03/04/2018\n7.5,46.75,25/04/2018\n")
+        self.succeed("import", "b.csv", "o.csv", "--type", "day=date")
+        result = self.succeed("import", "b.csv", "o.csv", "--type", "day=date:month-first", "--on-bad", "skip")
+        self.assertIn("Bad rows: 1 (1 value), line 3; skipped", result.out)
+        result = self.run_orvane("import", "b.csv", "--type", "day=date:first")
+        self.assertEqual(result.status, 2)
+        self.assertIn("date:day-first, date:month-first", result.err)
 
     def test_an_unknown_column_is_named_with_its_option(self):
         self.write("a.csv", "lon,lat\n8.5,47.25\n")

@@ -3,9 +3,12 @@
 
 #include <Orvane/BString.h>
 #include <Orvane/Import/Columns.h>
+#include <Orvane/Import/DisplayText.h>
 #include <Orvane/Import/Failure.h>
 
+#include <string>
 #include <utility>
+#include <vector>
 
 namespace Orvane::Import {
 
@@ -28,6 +31,36 @@ std::size_t FindGivenColumn(const Plan& plan, const std::string& given, const ch
         throw ImportFailure(std::move(fields));
     }
 }
+
+namespace {
+
+/// How a given type is spelled. @throws ImportFailure `type-doubt`
+std::string SpellingOf(const PlanColumnType& given,
+                       const Scan::ColumnFacts& facts,
+                       const DecimalSigns& signs,
+                       const Plan& plan)
+{
+    if (!given.spelling.empty()) {
+        return given.spelling;
+    }
+    // Rule: what the cells leave open is asked, also where their type is given.
+    std::vector<std::string> ways = ListSpellings(facts, signs, given.type);
+    if (ways.size() > 1) {
+        FailureFields fields;
+        fields.kind = EFailureKind::Request;
+        fields.code = "type-doubt";
+        fields.what = "The cells of the column '" + DisplayText::Escape(given.column) +
+                      "' can be read in two ways: " + ways[0] + ", or " + ways[1] + ".";
+        fields.file = plan.path;
+        fields.subject = NameOf(given.type);
+        fields.value = given.column;
+        fields.nearest = std::move(ways);
+        throw ImportFailure(std::move(fields));
+    }
+    return FindSpelling(facts, signs, given.type);
+}
+
+} // namespace
 
 void UseGivenTypes(const std::vector<Scan::ColumnFacts>& facts,
                    const PlanRequest& request,
@@ -58,8 +91,9 @@ void UseGivenTypes(const std::vector<Scan::ColumnFacts>& facts,
         PlanColumn& column = plan.columns[FindGivenColumn(plan, given.column, "type")];
         const EPlanType found = column.type.value;
         setType(column, given.type);
-        if (found == EPlanType::Text && given.type != EPlanType::Text) {
-            column.spelling = FindSpelling(facts[column.index], signs, given.type);
+        const bool isSpelled = !given.spelling.empty() || found == EPlanType::Text;
+        if (isSpelled && given.type != EPlanType::Text) {
+            column.spelling = SpellingOf(given, facts[column.index], signs, plan);
         }
     }
 }

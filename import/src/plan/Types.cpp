@@ -353,6 +353,27 @@ Values::Notation NotationOf(const PlanColumn& column)
     return word == std::end(kWords) ? Values::NotationPlain : word->notation;
 }
 
+std::vector<std::string>
+ListSpellings(const ColumnFacts& facts, const DecimalSigns& signs, EPlanType type)
+{
+    if (type == EPlanType::Date || type == EPlanType::DateTime) {
+        const std::uint32_t forms = facts.dateForms;
+        const bool isOpen = (forms & kDayFirst) != 0 && (forms & kMonthFirst) != 0 &&
+                            (forms & Values::DateDayMonthYearPoint) == 0;
+        return isOpen ? std::vector<std::string>{"day first", "month first"}
+                      : std::vector<std::string>{};
+    }
+    if (type != EPlanType::Double) {
+        return {};
+    }
+    PlanColumn column;
+    static_cast<void>(DecideNumber(facts, signs, column));
+    const bool isOpen =
+        column.type.value == EPlanType::Text && column.type.confidence == EConfidence::Tie;
+    return isOpen ? std::vector<std::string>{"decimal comma", "thousands ,"}
+                  : std::vector<std::string>{};
+}
+
 std::string FindSpelling(const ColumnFacts& facts, const DecimalSigns& signs, EPlanType type)
 {
     PlanColumn column;

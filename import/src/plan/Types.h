@@ -28,9 +28,13 @@ void DecideType(const Scan::ColumnFacts& facts, const DecimalSigns& signs, PlanC
 /// The notation that the numbers of a column are written in, by its spelling.
 [[nodiscard]] Values::Notation NotationOf(const PlanColumn& column);
 
+/// The ways in which cells that leave it open can spell a type: "day first" and "month first", or
+/// "decimal comma" and "thousands ,"; empty where they tell.
+[[nodiscard]] std::vector<std::string>
+ListSpellings(const Scan::ColumnFacts& facts, const DecimalSigns& signs, EPlanType type);
+
 /// How the cells are spelled that fit a type which the column as a whole does not have: by the
-/// first reading of those that are left; of an order of day and month that the cells leave open,
-/// the day first.
+/// first reading of those that are left.
 [[nodiscard]] std::string
 FindSpelling(const Scan::ColumnFacts& facts, const DecimalSigns& signs, EPlanType type);
 

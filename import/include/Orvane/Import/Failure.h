@@ -71,6 +71,8 @@ struct UnderlyingTexts
 ///         names-unknown        whether the first line holds names is not certain; `columns`, `answers`
 ///         encoding-unknown     the encoding is not certain; `columns`, `answers`
 ///         crs-unknown          the format needs a coordinate system, and the points' is not known
+///         type-doubt           the cells of the column `value`, given the type `subject`, can be
+///                              read in the two ways `nearest`, spellings of PlanColumnType
 ///         no-such-column       no column has the name `value`; `subject` is X, Y or Z; `columns`
 ///         column-beyond        the index `value` is beyond the last column; `subject`, `columns`
 ///         column-ambiguous     several columns have the name `value`; `subject`, `columns`, `matches`

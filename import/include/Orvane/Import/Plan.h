@@ -343,6 +343,9 @@ struct PlanColumnType
 {
     std::string column; ///< a column's name, or its index from 0
     EPlanType type = EPlanType::Text;
+    /// How the cells spell it: "day first", "month first", "decimal comma" or "thousands ,"; empty:
+    /// as the cells tell.
+    std::string spelling = {};
 };
 
 /// What the caller decides; everything else is found. A name of a column goes before an index.
@@ -376,6 +379,7 @@ struct PlanRequest
 /// @throws ImportFailure `no-such-file`, `no-permission`, `is-folder`, `not-a-file`, `read-error`;
 ///     `compressed` when the file is packed otherwise than by gzip, `damaged` when it cannot be
 ///     unpacked, `not-text` when it is a workbook, a database, a picture or the like;
+///     `type-doubt` for a given type whose spelling the cells leave open,
 ///     `no-such-column` for a given column that does not exist, `option-value` for a separator that
 ///     is none, `unknown-codec` for an encoding that the system does not know;
 ///     `cancelled`
