@@ -1,6 +1,8 @@
 """Runs `orvane lint` from outside: exit status, limits, JSON, SARIF, files that cannot be read."""
 
 import gzip
+import json
+import shlex
 import subprocess
 import sys
 import time
@@ -184,6 +186,19 @@ class LintTest(LintRunTest):
         result = self.run_orvane("lint", "a.csv")
         self.assertIn(result.status, (0, 1))
         self.assertLess(time.monotonic() - began, 60)
+
+
+    def test_types_that_are_given_stand_in_its_commands(self):
+        self.write("a.csv", 'lon,lat,at,big,day,n\n8.5,47.25,2019-02-03T01:02:03,1,03/04/2018,"1,234"\n'
+                            '7.5,46.75,late,2,05/04/2018,"7,1"\n')
+        types = ["--type", "at=datetime", "--type", "big=long", "--type", "day=date:month-first", "--type",
+                 "n=double:thousands-comma"]
+        result = self.run_orvane("lint", "a.csv", "--json", *types)
+        command = next(finding for finding in json.loads(result.out)["findings"] if finding["fixes"])["fixes"][0]
+        self.assertTrue(command.startswith(f"orvane import a.csv {' '.join(types)}"), command)
+        done = subprocess.run([PROGRAM, *shlex.split(command)[1:], "--on-bad", "skip"], cwd=self.folder,
+                              capture_output=True, text=True, check=False)
+        self.assertNotEqual(done.returncode, 2, done.stderr)
 
 
 class LintSarifTest(LintRunTest):

@@ -57,6 +57,21 @@ std::string Called(const PlanColumn& column)
                                : "column " + Quoted(column.name);
 }
 
+/// "datetime:day-first": a type as the argument of `orvane import` has it.
+std::string WordOf(const PlanColumnType& type)
+{
+    std::string word(type.type == EPlanType::Integer64  ? "long"
+                     : type.type == EPlanType::DateTime ? "datetime"
+                                                        : NameOf(type.type));
+    if (!type.spelling.empty()) {
+        word += ':';
+        for (const char byte : type.spelling) {
+            word += byte == ',' ? std::string("comma") : std::string(1, byte == ' ' ? '-' : byte);
+        }
+    }
+    return word;
+}
+
 Words OptionsOf(const PlanRequest& request)
 {
     Words words;
@@ -85,7 +100,7 @@ Words OptionsOf(const PlanRequest& request)
         add("--null", text);
     }
     for (const PlanColumnType& type : request.types) {
-        add("--type", type.column + "=" + std::string(NameOf(type.type)));
+        add("--type", type.column + "=" + WordOf(type));
     }
     if (request.isAllText) {
         words.emplace_back("--all-text");
