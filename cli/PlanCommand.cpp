@@ -297,6 +297,9 @@ void ShowQuestions(const Plan& plan, TextOutput& output)
         if (question.code == "coordinates" && question.answers.empty() && plan.columns.size() > 1) {
             Line(output, "", "  --x COLUMN --y COLUMN");
         }
+        if (question.code == "coordinates" || question.code == "axes") {
+            Line(output, "", "  --no-points");
+        }
     }
 }
 

@@ -166,14 +166,15 @@ class PlanTest(CliTest):
         self.write("a.csv", "id,name\n1,a\n2,b\n")
         lines = self.succeed("plan", "a.csv").out.splitlines()
         at = lines.index("Question:   No columns of coordinates were found.")
-        self.assertEqual([line.strip() for line in lines[at + 1:]], ["--x COLUMN --y COLUMN"])
+        self.assertEqual([line.strip() for line in lines[at + 1:]],
+                         ["--x COLUMN --y COLUMN", "--no-points"])
 
     def test_every_answer_that_it_shows_is_accepted_by_the_import(self):
         self.write("a.txt", "a;37.77939;22.42354\nb;37.77610;22.42280\nc;37.77104;22.42253\n")
         lines = self.succeed("plan", "a.txt").out.splitlines()
         at = [line.startswith("Question:") for line in lines].index(True)
         answers = [line.split() for line in lines[at + 1:]]
-        self.assertEqual(answers, [["--x", "2", "--y", "1"], ["--x", "1", "--y", "2"]])
+        self.assertEqual(answers, [["--x", "2", "--y", "1"], ["--x", "1", "--y", "2"], ["--no-points"]])
         for answer in answers:
             self.succeed("import", "a.txt", "a.gpkg", *answer)
 
