@@ -26,6 +26,10 @@ using Orvane::Import::PlanRequest;
 constexpr std::string_view kReaderOptions = "--option --options";
 constexpr std::string_view kReaderOptionsAndPlan = "--option --options --plan";
 
+/// What would have no effect where every cell stays the text that it is.
+constexpr std::string_view kTypesAndNulls = "--type --null";
+constexpr std::string_view kAllButTexts = "--option --options --plan --type --null";
+
 constexpr std::pair<std::string_view, EPlanType> kTypes[] = {
     {"text", EPlanType::Text},
     {"integer", EPlanType::Integer32},
@@ -207,6 +211,7 @@ std::vector<ArgumentRule> MakePlanArguments(bool withFollow)
     for (ArgumentRule& rule : rules) {
         rule.excludes = withFollow ? kReaderOptionsAndPlan : std::string_view();
     }
+    rules.back().excludes = withFollow ? kAllButTexts : kTypesAndNulls;
     return rules;
 }
 

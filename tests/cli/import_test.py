@@ -682,6 +682,14 @@ class QuestionsTest(ByPlanTest):
         self.assertEqual(result.status, 2)
         self.assertIn("date:day-first, date:month-first", result.err)
 
+    def test_types_and_nulls_are_refused_where_every_cell_stays_a_text(self):
+        self.write("a.csv", "id,n\n1,a\n")
+        for command in ["import", "plan", "lint"]:
+            for option, value in [("--type", "n=text"), ("--null", "a")]:
+                result = self.run_orvane(command, "a.csv", "--all-text", option, value)
+                self.assertEqual((result.status, result.err),
+                                 (2, f"orvane: Give {option} or --all-text, not both.\n"))
+
     def test_an_unknown_column_is_named_with_its_option(self):
         self.write("a.csv", "lon,lat\n8.5,47.25\n")
         for option in [("--type", "c=text"), ("--name", "c"), ("--x", "c")]:
