@@ -86,7 +86,7 @@ inline unsigned CountRow(__m512i signature, __m512i first, std::size_t row, Shap
         columns.most = _mm512_mask_mov_epi64(columns.most, rises, first);
         columns.between = _mm512_mask_mov_epi64(columns.between, rises, past);
         columns.lastRise =
-            _mm512_mask_set1_epi64(columns.lastRise, rises, static_cast<long long>(row + 1));
+            _mm512_mask_set1_epi64(columns.lastRise, rises, static_cast<long long>(row) + 1);
         within = static_cast<__mmask8>(within | rises);
     }
     columns.cells =

@@ -146,8 +146,8 @@ void ColumnProfile::LearnShapes(const CellRun& run)
     const std::size_t step = std::max<std::size_t>(1, run.rows / kLearned);
     for (std::size_t row = 0; row < run.rows && m_offeredCount < m_offered.size(); row += step) {
         const Offered shape = FindOffered(run, row);
-        const auto end = m_offered.cbegin() + static_cast<std::ptrdiff_t>(m_offeredCount);
-        const bool isThere = std::any_of(m_offered.cbegin(), end, [&](const Offered& other) {
+        const Offered* const known = m_offered.data();
+        const bool isThere = std::any_of(known, known + m_offeredCount, [&](const Offered& other) {
             return other.signature == shape.signature && other.word == shape.word;
         });
         if (shape.signature != kNoSignature && !isThere) {
