@@ -567,6 +567,34 @@ private:
     int m_saved;
 };
 
+/// "code count field" of each loss, one per line.
+std::string LossesOf(const BVectorLayer& layer, const TargetRequest& request, bool hasNoOffsets)
+{
+    LayerCounts counts = CountLayer(layer);
+    counts.withoutOffsets.assign(hasNoOffsets ? 1 : 0, true);
+    std::string losses;
+    for (const Import::Loss& loss : OpenTarget(request)->Write(layer, counts, {}).losses) {
+        losses += loss.code + " " + std::to_string(loss.count) + " " + loss.field + "\n";
+    }
+    return losses;
+}
+
+TEST(GdalTarget, CountsHeightsAndOffsetsThatItsFormatDoesNotHold)
+{
+    const TemporaryFolder folder;
+    BVectorLayer layer;
+    layer.SetName("rows");
+    BFeatureAppender rows(layer.GetFeatures(), {{"at", EVariantType::DateTime}});
+    rows.AddText("2018-01-28T13:03:22Z", ETextEncoding::Ascii);
+    rows.EndRow(EPointKind::XYZ, 1.5, 2.5, 7.25, 1);
+    rows.AddText("2018-01-28T13:03:22", ETextEncoding::Ascii);
+    rows.EndRow(EPointKind::XY, 3.5, 4.5, 0, 2);
+    EXPECT_EQ(LossesOf(layer, RequestFor(folder, "rows.mif"), false), "height 1 \n");
+    EXPECT_EQ(LossesOf(layer, RequestFor(folder, "rows.mif"), true), "offset 1 at\nheight 1 \n");
+    EXPECT_EQ(LossesOf(layer, RequestFor(folder, "rows.shp"), false), "height-as-zero 1 \n");
+    EXPECT_EQ(LossesOf(layer, RequestFor(folder, "rows.sqlite"), true), "");
+}
+
 TEST(StandardOutputTarget, WritesTheBytesOfAFileAndCountsThemAsTheyLeave)
 {
     const TemporaryFolder folder;

@@ -73,7 +73,8 @@ struct UnderlyingTexts
 ///         crs-unknown          the format needs a coordinate system, and the points' is not known
 ///         type-doubt           the cells of the column `value`, given the type `subject`, can be
 ///                              read in the two ways `nearest`, spellings of PlanColumnType
-///         no-such-column       no column has the name `value`; `subject` is X, Y or Z; `columns`
+///         no-such-column       no column has the name `value`; `subject` is X, Y, Z, name or type;
+///                              `columns`
 ///         column-beyond        the index `value` is beyond the last column; `subject`, `columns`
 ///         column-ambiguous     several columns have the name `value`; `subject`, `columns`, `matches`
 ///         column-given-twice   `subject` is given as a column and by the option `value`
