@@ -35,9 +35,10 @@ constexpr char kWrittenLine[] = "orvane: Interrupted; the output was written.\n"
 {
     const auto isIn = [](EPhase phase) { return currentPhase == static_cast<int>(phase); };
     if (jsonDescriptor != -1) {
-        static_cast<void>(!(isIn(EPhase::Written)
-                                ? write(jsonDescriptor, kWrittenJson, sizeof kWrittenJson - 1)
-                                : write(jsonDescriptor, kJson, sizeof kJson - 1)));
+        const auto told = isIn(EPhase::Written)
+                              ? write(jsonDescriptor, kWrittenJson, sizeof kWrittenJson - 1)
+                              : write(jsonDescriptor, kJson, sizeof kJson - 1);
+        static_cast<void>(told);
     }
     const auto written =
         isIn(EPhase::Written)   ? write(STDERR_FILENO, kWrittenLine, sizeof kWrittenLine - 1)
