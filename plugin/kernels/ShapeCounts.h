@@ -20,6 +20,10 @@ struct ShapedRows
     __m512i first[kMost];
 };
 
+// Without optimisation GCC's gathers are macros that convert the mask.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wsign-conversion"
+
 inline void LoadRow(const ShapeRun& run, std::size_t from, std::size_t row, ShapedRows& rows)
 {
     const std::uint32_t* const ends = run.ends + (from + row) * run.stride;
@@ -45,6 +49,8 @@ inline void LoadRow(const ShapeRun& run, std::size_t from, std::size_t row, Shap
     rows.signature[row] = _mm512_or_si512(marks, _mm512_slli_epi64(size, 32));
     rows.first[row] = _mm512_andnot_si512(past, _mm512_shuffle_epi8(bytes, reverse));
 }
+
+#pragma GCC diagnostic pop
 
 /// One shape of each column.
 struct ShapeOfColumns

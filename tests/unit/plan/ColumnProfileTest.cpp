@@ -345,7 +345,7 @@ public:
         , m_odd(random() % 3 == 0 ? 40 : 4000)
     {}
 
-    std::string Make(std::mt19937_64& random, std::size_t row)
+    std::string Make(std::mt19937_64& random, std::size_t row) const
     {
         if (random() % m_odd == 0) {
             return RandomCell(random);
