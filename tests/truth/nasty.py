@@ -463,6 +463,16 @@ def heads_and_tails():
     for i in range(15, 30):
         nasty.row(",".join(cells(i)), values(i))
     yield nasty
+    nasty = Nasty("names and units again half way", NAMES).line(",".join(NAMES)).line("-,-,deg,deg")
+    for i in range(30):
+        if i == 15:
+            nasty.line(",".join(NAMES)).line("-,-,deg,deg")
+        nasty.row(",".join(cells(i)), values(i))
+    yield nasty
+    nasty = Nasty("names in a comment and a blank line after it", NAMES, file="data.txt").line("# " + " ".join(NAMES)).line("")
+    for i in range(30):
+        nasty.row(" ".join(cells(i)), values(i))
+    yield nasty
     nasty = table("the names again in another order", 15)
     nasty.line("name,id,lat,lon")
     for i in range(15, 30):

@@ -61,19 +61,20 @@ void PlanLint::FindInShape()
             finding.message = std::string("Cells are quoted by ") + quote + ".";
         });
     }
+    // One line of names may go over several, inside quotes.
+    std::size_t namesLines = 0;
     for (const PlanLines& lines : shape.lines) {
         if (lines.firstLine >= shape.firstRowLine) {
             break;
         }
         if (lines.kind == EPlanLines::Names) {
             m_names = lines;
+            ++namesLines;
         } else if (const std::optional<ELint> lint = LintOf(lines.kind)) {
             m_findings.Add(*lint,
                            [&](LintFinding& finding) { Findings::PutLines(lines, finding); });
         }
     }
-    // One line of names may go over several, inside quotes.
-    const std::size_t namesLines = shape.namesLines.size();
     if (namesLines > 1) {
         m_findings.Add(ELint::NamesLines, [&](LintFinding& finding) {
             Findings::PutLines(m_names, finding);

@@ -836,7 +836,7 @@ bool TableParts::FindOrder(const TableRecord& record)
 {
     const auto& lines = m_rules.plan.shape.namesLines;
     const std::size_t count = m_rules.columnCount;
-    if (lines.size() != 1 || lines.front().size() != count || record.cells.size() != count) {
+    if (lines.empty() || lines.front().size() != count || record.cells.size() != count) {
         return false;
     }
     const std::vector<std::string>& names = lines.front();

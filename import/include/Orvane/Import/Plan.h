@@ -182,7 +182,8 @@ struct PlanShape
     PlanDecision<PlanQuotes> quotes;
     PlanDecision<std::uint64_t> columnCount;
     PlanDecision<bool> hasNames;
-    /// The cells of each line of names as they stand, blanks at their ends aside.
+    /// The cells of each line of names, and of units and rules under them, as they stand, blanks at
+    /// their ends aside.
     std::vector<std::vector<std::string>> namesLines;
     std::vector<PlanOrder> orders;
     std::vector<std::string> commentMarks = {"#", "%", "!", "//"};

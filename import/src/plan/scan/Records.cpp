@@ -391,6 +391,10 @@ bool RecordCutter::CutFields(
         const std::size_t end = FindLineEnd(text, from);
         CutLine(text, end, expected, record);
         isComplete = EndLine(text, end, isWhole, record);
+        // Rule: a last line without an ending has the columns that it reaches.
+        while (!record.isEnded && record.fields.size() > 1 && record.fields.back().begin >= end) {
+            record.fields.pop_back();
+        }
     }
     // Rule: a line of nothing but empty fields is blank.
     record.isBlank =

@@ -217,7 +217,7 @@ bool Rows::AddNamesAgain(const std::vector<std::string_view>& cells,
         }
     } else {
         // Rule: the same names in another order: from here on columns follow the names.
-        if (lines.size() != 1 || cells.size() != m_columns ||
+        if (lines.empty() || lines.front().size() != m_columns || cells.size() != m_columns ||
             m_facts.orders.size() >= ScanFacts::kMostPieces) {
             return false;
         }

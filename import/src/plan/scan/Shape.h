@@ -65,7 +65,8 @@ struct TableHead
     std::vector<HeadLine> lines; ///< all before the first row
     ENames names = ENames::None;
     std::vector<std::string> columnNames; ///< of `columns` texts when there are names
-    /// The cells of each line of names as they stand, trimmed; none of a comment line.
+    /// The cells of each line of names as they stand, trimmed, and of the lines of units and rules
+    /// under them; none of a comment line.
     std::vector<std::vector<std::string>> namesCells;
     /// What the columns' cells look like in the rows of the head.
     std::vector<CellForm> forms;

@@ -438,10 +438,12 @@ std::size_t FindUnnamedColumn(const std::vector<HeadRecord>& head,
 
 /// A line of names that has not the table's count: one cell short or long, or with surplus cells
 /// that are empty.
+/// @param line of the table that the record is
 /// @param row the first row
 /// @param isByBlanks blanks separate, so that a text of two words has two cells
 void UseUnevenNames(const std::vector<HeadRecord>& head,
                     HeadRecord record,
+                    HeadLine& line,
                     std::size_t row,
                     bool isByBlanks,
                     TableHead& table)
@@ -474,7 +476,7 @@ void UseUnevenNames(const std::vector<HeadRecord>& head,
     if ((verdict.names != ENames::Found && !areWords) || verdict.forData > 0) {
         return;
     }
-    table.lines.back().kind = ELineKind::Names;
+    line.kind = ELineKind::Names;
     table.names = ENames::Found;
     table.namesFields = fields;
     table.namesVotes = verdict.forNames;
@@ -495,6 +497,24 @@ void UseUnevenNames(const std::vector<HeadRecord>& head,
                                  std::string());
         table.namesReason = unnamed == 0 ? "a line of names without one for the names of rows"
                                          : "a line of names without one for a word of a text";
+    }
+}
+
+/// Keeps a line under the names to be told when it comes again: the names have a cell where it has
+/// its first one.
+void AddUnitsToNames(const HeadRecord& record, TableHead& table)
+{
+    std::vector<std::string> cells = TrimCells(record);
+    const auto filled = std::find_if(
+        cells.begin(), cells.end(), [](const std::string& cell) { return !cell.empty(); });
+    const auto first = static_cast<std::size_t>(filled - cells.begin());
+    // A row may hold nothing but dashes for no value.
+    const bool isPlain = std::any_of(cells.begin(), cells.end(), [](const std::string& cell) {
+        return IsRuleText(cell) || std::any_of(cell.begin(), cell.end(), Values::IsLetter);
+    });
+    if (cells.size() == table.columns && isPlain && filled != cells.end() &&
+        !table.namesCells.front()[first].empty()) {
+        table.namesCells.push_back(std::move(cells));
     }
 }
 
@@ -529,7 +549,11 @@ void UseLineBefore(const std::vector<HeadRecord>& head,
                    const Candidate& candidate,
                    TableHead& table)
 {
-    HeadLine& last = table.lines.back();
+    const bool isAfterBlank = head[first - 1].isBlank;
+    while (first > 1 && head[first - 1].isBlank) {
+        --first;
+    }
+    HeadLine& last = table.lines[first - 1];
     const HeadRecord& record = head[first - 1];
     if (last.kind == ELineKind::Comment && table.columns > 1) {
         HeadRecord named = CutComment(candidate.dialect, record);
@@ -559,7 +583,14 @@ void UseLineBefore(const std::vector<HeadRecord>& head,
     } else if (last.kind == ELineKind::Preamble && table.columns > 2) {
         const bool isByBlanks = candidate.dialect.separation == ESeparation::Blanks ||
                                 candidate.dialect.separator == ' ';
-        UseUnevenNames(head, record, row, isByBlanks, table);
+        // Rule: past a blank line a title of some words is more likely than names of another count.
+        const bool areSingle =
+            std::none_of(record.cells.begin(), record.cells.end(), [](const std::string& cell) {
+                return Values::Trim(cell).find(' ') != std::string_view::npos;
+            });
+        if (!isAfterBlank || areSingle || record.cells.size() == table.columns) {
+            UseUnevenNames(head, record, last, row, isByBlanks, table);
+        }
     }
 }
 
@@ -673,11 +704,13 @@ TableHead FindTable(std::string_view text, const Candidate& candidate, const Sha
         table.namesFields = head[row].cells.size();
         addLine(head[row], ELineKind::Names);
         std::vector<std::size_t> namesRows = {row};
+        std::vector<std::size_t> unitsRows;
         ++row;
         for (int further = 0; further < 3 && row < head.size(); ++further) {
             const bool hasCount = head[row].cells.size() == table.columns;
             if ((hasCount && IsRuleLine(head[row])) || IsRuleText(head[row].text)) {
                 addLine(head[row], ELineKind::Rule);
+                unitsRows.push_back(row);
             } else if (!request.keepsAllText && IsAnyOf(head, namesRows, row)) {
                 // Rule: the same names once more right after them are names again. Where every
                 // cell is kept as text they are joined, so that no line of names is left out.
@@ -686,6 +719,7 @@ TableHead FindTable(std::string_view text, const Candidate& candidate, const Sha
                        (IsUnitsLine(head[row]) ||
                         (IsWidthsLine(head[row]) && !IsWidthsLine(head[row + 1])))) {
                 addLine(head[row], ELineKind::Units);
+                unitsRows.push_back(row);
             } else if (hasCount && row + 1 < head.size() &&
                        IsFurtherNames(head[row], head[row - 1], [&] {
                            return SampleColumns(head, row + 1, table.columns);
@@ -700,6 +734,10 @@ TableHead FindTable(std::string_view text, const Candidate& candidate, const Sha
         for (std::size_t index = 0; index < namesRows.size(); ++index) {
             table.namesCells.push_back(TrimCells(head[namesRows[index]]));
             JoinNames(head[namesRows[index]], index + 1 < namesRows.size(), table.columnNames);
+        }
+        // Rule: where names come again, the units and rules under them do.
+        for (const std::size_t units : unitsRows) {
+            AddUnitsToNames(head[units], table);
         }
     }
     LookAtRows(head, row, table);

@@ -270,6 +270,11 @@ std::vector<std::uint32_t> FindWidths(std::string_view text, const ShapeRequest&
             lines.push_back(record.Cell(text, 0));
         }
     }
+    // Rule: a last line without an ending may have been cut.
+    constexpr std::size_t kFewestLines = 4;
+    if (request.isWhole && !record.isEnded && lines.size() > kFewestLines) {
+        lines.pop_back();
+    }
     // Names and dashes need not keep to the columns of the rows.
     const std::size_t skipped = std::min<std::size_t>(lines.size() / 10, 2);
     std::vector<std::vector<bool>> uses;
