@@ -502,6 +502,14 @@ const HeadCase kHeadCases[] = {
      "||",
      6,
      ""},
+    {"WidthsThatCutTheTextBeforeRowsOfBlanksAreNone",
+     "* Data of a probe:\n* FileName = x.hex\n# nquan = 3\n# name 0 = prDM: Pressure [db]\n"
+     "# name 1 = longitude: Longitude [deg]\n*END*\n" +
+         Lines(30, [](int i) { return "     " + Point(i, "    -"); }),
+     "runs of blanks",
+     "||",
+     30,
+     ""},
     {"AMarkBeforeNamesIsNoneOfThem",
      "~Curves\n LON.DEG :\n LAT.DEG :\n~A  NR   LON    LAT\n" +
          Lines(12, [](int i) { return "  " + Point(i, "  "); }),

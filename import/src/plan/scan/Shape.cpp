@@ -262,6 +262,23 @@ void TryQuotes(std::string_view text,
     }
 }
 
+/// Rule: where runs of blanks cut all rows under a text alike, fixed widths that cut the text as
+/// well say nothing more.
+void PreferBlanksUnderText(std::vector<Candidate>& candidates)
+{
+    for (const Candidate& blanks : candidates) {
+        if (blanks.dialect.separation != ESeparation::Blanks || !blanks.isEvenUnderText) {
+            continue;
+        }
+        for (Candidate& widths : candidates) {
+            if (widths.dialect.separation == ESeparation::Widths &&
+                widths.fields == blanks.fields) {
+                widths.score = std::min(widths.score, blanks.score * 0.99);
+            }
+        }
+    }
+}
+
 /// A trial needs some whole lines, however long they are.
 std::size_t FindTrialSize(std::string_view text) noexcept
 {
@@ -369,6 +386,7 @@ std::vector<Candidate> FindDialects(std::string_view text, const ShapeRequest& r
         candidate.score = ScoreOf(candidate, std::max<std::size_t>(records, 1));
     }
     PreferWidthsOfNames(candidates);
+    PreferBlanksUnderText(candidates);
     std::stable_sort(candidates.begin(), candidates.end(), [](const auto& a, const auto& b) {
         return a.score > b.score;
     });

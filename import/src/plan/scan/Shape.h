@@ -23,6 +23,7 @@ struct Candidate
     bool hasShortRows = false;    ///< many records have fewer fields, one here and one there
     bool isNamed = false;         ///< all records are one table of four columns or more, with names
     bool isFirstOfTables = false; ///< other tables with more records are after it
+    bool isEvenUnderText = false; ///< three odd records or more, and after them rows of one count
     bool isUnderText = false;     ///< lines of any count stand before the rows, which end the text
     double typed = 0;             ///< share of cells with a form, 0 to 1
     double score = 0;

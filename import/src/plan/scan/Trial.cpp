@@ -326,6 +326,11 @@ Candidate Try(std::string_view text, const Dialect& dialect, bool isWhole)
         UseLastTable(rows, mode);
     }
     candidate.fields = mode.fields;
+    std::size_t odd = counts.size(); ///< records up to the last of another count
+    while (odd > 0 && counts[odd - 1] == mode.fields) {
+        --odd;
+    }
+    candidate.isEvenUnderText = odd >= 3 && odd * 2 < counts.size();
     candidate.isFirstOfTables = mode.isFirstOfTables;
     candidate.isUnderText = mode.isUnderText;
     candidate.isNamed = mode.isNamed;
