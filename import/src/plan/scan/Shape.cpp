@@ -272,7 +272,7 @@ void PreferBlanksUnderText(std::vector<Candidate>& candidates)
         }
         for (Candidate& widths : candidates) {
             if (widths.dialect.separation == ESeparation::Widths &&
-                widths.fields == blanks.fields) {
+                widths.fields <= blanks.fields) {
                 widths.score = std::min(widths.score, blanks.score * 0.99);
             }
         }
