@@ -117,23 +117,24 @@ LastTable FindLastTable(const std::vector<BlockRow>& rows)
     constexpr std::size_t kFewest = 3;
     constexpr std::size_t kMostAfter = 2;
     const std::vector<Block> blocks = FindBlocks(rows);
-    for (auto block = blocks.rbegin(); block != blocks.rend(); ++block) {
-        if (rows.size() - block->end > kMostAfter) {
+    for (std::size_t index = blocks.size(); index > 0; --index) {
+        const Block& block = blocks[index - 1];
+        if (rows.size() - block.end > kMostAfter) {
             break;
         }
-        if (block->Size() < kFewest || block->Size() * 4 < rows.size()) {
+        if (block.Size() < kFewest || block.Size() * 4 < rows.size()) {
             continue;
         }
-        std::size_t begin = block->begin;
-        while (begin + 1 < block->end && rows[begin].areWords) {
+        std::size_t begin = block.begin;
+        while (begin + 1 < block.end && rows[begin].areWords) {
             ++begin;
         }
-        const std::uint64_t columns = FindValueColumns(rows, begin, block->end);
+        const std::uint64_t columns = FindValueColumns(rows, begin, block.end);
         const auto values = static_cast<std::size_t>(std::popcount(columns));
         const std::size_t fields = rows[begin].fields;
-        return block->end - begin >= kFewest && values >= 2 &&
+        return block.end - begin >= kFewest && values >= 2 &&
                        values * 2 >= std::min(fields, kColumns)
-                   ? LastTable{fields, block->Size()}
+                   ? LastTable{fields, block.Size()}
                    : LastTable{};
     }
     return {};

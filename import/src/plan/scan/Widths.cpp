@@ -73,6 +73,7 @@ std::size_t CountStrays(std::size_t lines) noexcept
 std::size_t FindShortest(const std::vector<std::vector<bool>>& uses)
 {
     std::vector<std::size_t> sizes;
+    sizes.reserve(uses.size());
     for (const std::vector<bool>& isUsed : uses) {
         sizes.push_back(isUsed.size());
     }
