@@ -253,8 +253,8 @@ void AskWhichPair(const std::vector<CoordinatePair>& pairs, Plan& plan)
          {{pairs[0].x, pairs[0].y, {}, {}}, {pairs[1].x, pairs[1].y, {}, {}}}});
 }
 
-/// Rule: where the names are one less than the columns, and a text of two words may be anywhere
-/// before the coordinates, their names may be those of the columns before.
+/// Asks where the names are one less than the columns, and several texts may have the second word
+/// that has no name: the names of the coordinates may then belong to the columns before.
 void AskWhichNames(const CoordinateSearch& search, const CoordinatePair& best, Plan& plan)
 {
     const auto isOpen = [&](std::size_t column) {

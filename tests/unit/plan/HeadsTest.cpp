@@ -547,8 +547,8 @@ TEST(PlanHeads, NamesThatStandTwiceAreJoinedWhereEveryCellIsKeptAsText)
     EXPECT_EQ(plan.shape.rows, 12U);
 }
 
-// Rule: the second word of a text comes after a text; where several do, names after the first of
-// them and up to the last are open.
+// Rule: the second word of a text comes after a text; where most names fit in several places, those
+// between the first and the last of these are open.
 TEST(PlanHeads, NamesOneLessThanWordsStandWhereTheyFit)
 {
     const MadeFile file("id name depth lat lon\n" + Lines(12, [](int i) {
